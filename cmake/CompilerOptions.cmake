@@ -1,0 +1,24 @@
+# Warnings, hardening and sanitizers, for this project's own targets: each links morvik_options.
+include(CheckPIESupported)
+check_pie_supported()
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+add_library(morvik_options INTERFACE)
+target_include_directories(morvik_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(morvik_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion)
+
+if(MORVIK_SANITIZE)
+  target_compile_options(morvik_options INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(morvik_options INTERFACE -fsanitize=address,undefined)
+else()
+  target_compile_options(morvik_options INTERFACE -fstack-protector-strong -fstack-clash-protection)
+  if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i.86")
+    target_compile_options(morvik_options INTERFACE -fcf-protection)
+  endif()
+  # Fortified library calls need an optimising build.
+  target_compile_options(morvik_options INTERFACE
+    $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE>
+    $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+  target_link_options(morvik_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
+endif()
