@@ -1,0 +1,136 @@
+#include <Pegasus/Common/CIMValue.h>
+#include <Pegasus/Common/Exception.h>
+
+#include <charconv>
+#include <string>
+
+namespace Pegasus {
+
+namespace {
+
+// The CIM type that each C++ type stands for.
+template <typename T>
+struct TypeOf;
+#define TYPE_OF(cppType, cimType)             \
+  template <>                                 \
+  struct TypeOf<cppType> {                    \
+    static constexpr CIMType type = cimType;  \
+    static constexpr Boolean isArray = false; \
+  };                                          \
+  template <>                                 \
+  struct TypeOf<Array<cppType>> {             \
+    static constexpr CIMType type = cimType;  \
+    static constexpr Boolean isArray = true;  \
+  }
+TYPE_OF(Boolean, CIMTYPE_BOOLEAN);
+TYPE_OF(Uint8, CIMTYPE_UINT8);
+TYPE_OF(Sint8, CIMTYPE_SINT8);
+TYPE_OF(Uint16, CIMTYPE_UINT16);
+TYPE_OF(Sint16, CIMTYPE_SINT16);
+TYPE_OF(Uint32, CIMTYPE_UINT32);
+TYPE_OF(Sint32, CIMTYPE_SINT32);
+TYPE_OF(Uint64, CIMTYPE_UINT64);
+TYPE_OF(Sint64, CIMTYPE_SINT64);
+TYPE_OF(Real32, CIMTYPE_REAL32);
+TYPE_OF(Real64, CIMTYPE_REAL64);
+TYPE_OF(Char16, CIMTYPE_CHAR16);
+TYPE_OF(String, CIMTYPE_STRING);
+TYPE_OF(CIMDateTime, CIMTYPE_DATETIME);
+TYPE_OF(CIMObjectPath, CIMTYPE_REFERENCE);
+#undef TYPE_OF
+
+template <typename T>
+void getAs(const CIMValue& from, T& value) {
+  if (from.getType() != TypeOf<T>::type || from.isArray() != TypeOf<T>::isArray) {
+    throw TypeMismatchException();
+  }
+  if (!from.isNull()) {
+    value = std::get<T>(from.data());
+  }
+}
+
+template <typename Number>
+String digits(Number number) {
+  char buffer[32];  // the longest number, a real64 in its shortest form, takes 24
+  const auto [end, error] = std::to_chars(buffer, buffer + sizeof buffer, number);
+  return String(std::string_view(buffer, static_cast<std::size_t>(end - buffer)));
+}
+
+// The text form of each type. The overload for Boolean is chosen by exact type.
+String textOf(std::monostate) {
+  return {};
+}
+String textOf(Boolean value) {
+  return {value ? "TRUE" : "FALSE"};
+}
+String textOf(Char16 value) {
+  return String(std::u16string(1, value));
+}
+String textOf(const String& value) {
+  return value;
+}
+String textOf(const CIMDateTime& value) {
+  return value.toString();
+}
+String textOf(const CIMObjectPath& value) {
+  return value.toString();
+}
+template <typename Number>
+requires std::is_arithmetic_v<Number> String textOf(Number value) {
+  return digits(value);
+}
+
+template <typename T>
+String textOf(const Array<T>& values) {
+  String text("{");
+  for (Uint32 i = 0; i < values.size(); i++) {
+    if (i > 0) {
+      text += ", ";
+    }
+    text += textOf(values[i]);
+  }
+  return text += "}";
+}
+
+}  // namespace
+
+#define CONSTRUCT_AND_GET(cppType)           \
+  CIMValue::CIMValue(cppType value)          \
+      : type_(TypeOf<cppType>::type),        \
+        isArray_(TypeOf<cppType>::isArray),  \
+        data_(std::move(value)) {}           \
+  void CIMValue::get(cppType& value) const { \
+    getAs(*this, value);                     \
+  }
+#define CONSTRUCT_AND_GET_BOTH(cppType) \
+  CONSTRUCT_AND_GET(cppType)            \
+  CONSTRUCT_AND_GET(Array<cppType>)
+CONSTRUCT_AND_GET_BOTH(Boolean)
+CONSTRUCT_AND_GET_BOTH(Uint8)
+CONSTRUCT_AND_GET_BOTH(Sint8)
+CONSTRUCT_AND_GET_BOTH(Uint16)
+CONSTRUCT_AND_GET_BOTH(Sint16)
+CONSTRUCT_AND_GET_BOTH(Uint32)
+CONSTRUCT_AND_GET_BOTH(Sint32)
+CONSTRUCT_AND_GET_BOTH(Uint64)
+CONSTRUCT_AND_GET_BOTH(Sint64)
+CONSTRUCT_AND_GET_BOTH(Real32)
+CONSTRUCT_AND_GET_BOTH(Real64)
+CONSTRUCT_AND_GET_BOTH(Char16)
+CONSTRUCT_AND_GET_BOTH(String)
+CONSTRUCT_AND_GET_BOTH(CIMDateTime)
+CONSTRUCT_AND_GET_BOTH(CIMObjectPath)
+#undef CONSTRUCT_AND_GET_BOTH
+#undef CONSTRUCT_AND_GET
+
+CIMValue::CIMValue(const char* value) : CIMValue(String(value)) {}
+
+String CIMValue::toString() const {
+  return std::visit([](const auto& value) { return textOf(value); }, data_);
+}
+
+Boolean operator==(const CIMValue& a, const CIMValue& b) {
+  return a.type_ == b.type_ && a.isArray_ == b.isArray_ && a.data_ == b.data_;
+}
+
+}  // namespace Pegasus
