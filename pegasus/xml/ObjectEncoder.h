@@ -1,0 +1,38 @@
+// Values, names and instances as CIM-XML elements (DMTF DSP0201). Every function appends to `out`,
+// and throws InvalidValueException for what CIM-XML cannot carry: a character that XML forbids, a
+// property that is an array of references, a key without name beside others, an empty namespace.
+// `out` may then end in half an element.
+#pragma once
+
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/CIMObjectPath.h>
+#include <Pegasus/Common/CIMValue.h>
+
+#include <string>
+#include <string_view>
+
+namespace Pegasus::xml {
+
+// VALUE, VALUE.ARRAY, VALUE.REFERENCE or VALUE.REFARRAY; nothing for a null value.
+void appendValue(std::string& out, const CIMValue& value);
+// PROPERTY, PROPERTY.ARRAY or PROPERTY.REFERENCE; a null property is an element without value.
+// CLASSORIGIN and PROPAGATED are written where the property has them.
+void appendProperty(std::string& out, const CIMProperty& property);
+// LOCALNAMESPACEPATH of a namespace such as "root/kvasd".
+void appendLocalNameSpacePath(std::string& out, const String& nameSpace);
+// CLASSNAME.
+void appendClassName(std::string& out, const String& className);
+// INSTANCENAME: class and keys, without host and namespace.
+void appendInstanceName(std::string& out, const CIMObjectPath& path);
+// INSTANCEPATH, LOCALINSTANCEPATH or INSTANCENAME, by what the path carries: host and namespace,
+// only a namespace, neither. A host without namespace has no element and is left out.
+void appendObjectPath(std::string& out, const CIMObjectPath& path);
+// INSTANCE, without its path.
+void appendInstance(std::string& out, const CIMInstance& instance);
+// VALUE.NAMEDINSTANCE: the instance's name (class and keys of its path) and the instance.
+void appendNamedInstance(std::string& out, const CIMInstance& instance);
+
+// For the messages around these elements: `NAME="value"` with a blank before it, the value escaped.
+void appendAttribute(std::string& out, std::string_view name, const String& value);
+
+}  // namespace Pegasus::xml

@@ -1,0 +1,142 @@
+#include <pegasus/xml/Response.h>
+
+#include <pegasus/xml/ObjectDecoder.h>
+#include <pegasus/xml/XmlText.h>
+
+namespace Pegasus::xml {
+
+namespace {
+
+// Up to the content of IMETHODRESPONSE. IDs and names come from a parsed request, and hold nothing
+// that XML cannot carry; if they did, the answer would still be well-formed.
+std::string beginResponse(std::string_view messageId, std::string_view method) {
+  std::string out =
+      "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n"
+      "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"";
+  appendEscapedOrReplaced(out, String(messageId));
+  out += "\" PROTOCOLVERSION=\"1.0\"><SIMPLERSP><IMETHODRESPONSE NAME=\"";
+  appendEscapedOrReplaced(out, String(method));
+  out += "\">";
+  return out;
+}
+
+constexpr std::string_view endOfResponse = "</IMETHODRESPONSE></SIMPLERSP></MESSAGE></CIM>";
+
+// The only child element, which must have this name; what is missing is a missing answer.
+Element answerPart(Element parent, std::string_view name) {
+  const Element part = optionalChild(parent);
+  if (!part) {
+    throw CIMClientResponseException(String("the answer has no ") + String(name));
+  }
+  requireElement(part, name);
+  return part;
+}
+
+void checkExpected(const char* what, std::string_view expected, std::string_view actual,
+                   bool isEqual) {
+  if (!isEqual) {
+    const std::string message = "the answer has " + std::string(what) + " '" + excerpt(actual) +
+                                "' instead of '" + excerpt(expected) + "'";
+    throw CIMClientResponseException(String(std::string_view(message)));
+  }
+}
+
+[[noreturn]] void throwError(Element error) {
+  requireElement(error, "ERROR");
+  Uint32 code = 0;
+  parseScalar(CIMTYPE_UINT32, requireAttribute(error, "CODE")).get(code);
+  if (code == 0) {
+    throw XmlValidationError("ERROR with the code of success");
+  }
+  const std::string_view description = error.attribute("DESCRIPTION").value_or("");
+  throw CIMException(static_cast<CIMStatusCode>(code), String(description));
+}
+
+// ERROR, or IRETURNVALUE and output parameters. The operations of this library have no output
+// parameters; a server may send them all the same.
+Element findReturnValue(Element response) {
+  Element returnValue;
+  for (Element child = response.firstChild(); child; child = child.next()) {
+    if (child.name() == "ERROR") {
+      throwError(child);
+    }
+    if (child.name() == "PARAMVALUE") {
+      continue;
+    }
+    requireElement(child, "IRETURNVALUE");
+    if (returnValue) {
+      throw XmlValidationError("IRETURNVALUE is there twice");
+    }
+    returnValue = child;
+  }
+  return returnValue;
+}
+
+}  // namespace
+
+std::string encodeResponse(std::string_view messageId, std::string_view method,
+                           std::string_view returnValue) {
+  std::string out = beginResponse(messageId, method);
+  if (!returnValue.empty()) {
+    out.reserve(out.size() + returnValue.size() + 128);
+    out.append("<IRETURNVALUE>").append(returnValue).append("</IRETURNVALUE>");
+  }
+  out += endOfResponse;
+  return out;
+}
+
+std::string encodeErrorResponse(std::string_view messageId, std::string_view method,
+                                CIMStatusCode code, const String& description) {
+  std::string out = beginResponse(messageId, method);
+  out.append("<ERROR CODE=\"").append(std::to_string(code)).append("\" DESCRIPTION=\"");
+  appendEscapedOrReplaced(out, description);
+  out.append("\"/>").append(endOfResponse);
+  return out;
+}
+
+Response::Response(std::string body, std::string_view messageId, std::string_view method)
+    : document_(std::make_unique<XmlDocument>(std::move(body))) {
+  const Element root = document_->root();
+  requireElement(root, "CIM");
+  const Element message = answerPart(root, "MESSAGE");
+  const std::string_view id = message.attribute("ID").value_or("");
+  checkExpected("message ID", messageId, id, id == messageId);
+  const Element response = answerPart(answerPart(message, "SIMPLERSP"), "IMETHODRESPONSE");
+  const std::string_view name = response.attribute("NAME").value_or("");
+  checkExpected("method", method, name, equalNoCase(name, method));
+  returnValue_ = findReturnValue(response);
+}
+
+Array<CIMInstance> Response::namedInstances() const {
+  Array<CIMInstance> instances;
+  for (Element child = returnValue_.firstChild(); child; child = child.next()) {
+    instances.append(decodeNamedInstance(child));
+  }
+  return instances;
+}
+
+Array<CIMObjectPath> Response::instanceNames() const {
+  Array<CIMObjectPath> names;
+  for (Element child = returnValue_.firstChild(); child; child = child.next()) {
+    names.append(decodeObjectPath(child));
+  }
+  return names;
+}
+
+Element Response::result() const {
+  const Element element = returnValue_ ? optionalChild(returnValue_) : Element();
+  if (!element) {
+    throw CIMClientResponseException("the answer has no result");
+  }
+  return element;
+}
+
+CIMInstance Response::instance() const { return decodeInstance(result()); }
+
+CIMObjectPath Response::instanceName() const { return decodeObjectPath(result()); }
+
+CIMValue Response::value() const {
+  return decodeUntypedValue(returnValue_ ? optionalChild(returnValue_) : Element());
+}
+
+}  // namespace Pegasus::xml

@@ -1,0 +1,70 @@
+// Reads XML into a tree, and refuses what the parser behind it lets pass. The only place that knows
+// that parser.
+#pragma once
+
+#include <Pegasus/Common/Exception.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Pegasus::xml {
+
+// An element of an XmlDocument, or nothing. A cheap copyable handle that lives as long as its
+// document; all texts are UTF-8.
+class Element {
+ public:
+  Element() = default;
+  explicit operator bool() const { return node_ != nullptr; }
+
+  std::string_view name() const;
+  // The attribute's value with references resolved, or nothing.
+  std::optional<std::string_view> attribute(std::string_view name) const;
+  // The first child element, and the next sibling element.
+  Element firstChild() const;
+  Element next() const;
+  // The character data directly in this element: text, CDATA sections and the pieces around
+  // comments joined, every blank kept.
+  std::string text() const;
+  // True when that character data holds anything but white space.
+  bool hasText() const;
+
+ private:
+  friend class XmlDocument;
+  explicit Element(void* node) : node_(node) {}
+  void* node_ = nullptr;
+};
+
+// Parsing is linear in the size of the text, and so is its memory: at most maxNodes times 64 bytes
+// beside the text.
+class XmlDocument {
+ public:
+  // Deeper than any CIM-XML message, embedded references included.
+  static constexpr unsigned maxDepth = 128;
+  // Of one element; CIM-XML defines at most nine.
+  static constexpr unsigned maxAttributes = 32;
+  // Elements, attributes and pieces of text: more than an answer of 64 MiB has.
+  static constexpr unsigned maxNodes = 8'000'000;
+
+  // Takes the text over and parses it in place. Throws XmlException when it is not valid UTF-8, not
+  // well-formed, has a document type declaration, more than one root or text outside it, a
+  // reference to an entity other than the five predefined ones, a character that XML forbids, or
+  // passes a limit above. The message tells what is wrong and at which byte. Line ends become line
+  // feeds and white space in attributes blanks, as XML has it.
+  explicit XmlDocument(std::string text);
+  ~XmlDocument();
+  XmlDocument(const XmlDocument&) = delete;
+  XmlDocument& operator=(const XmlDocument&) = delete;
+  XmlDocument(XmlDocument&&) = delete;
+  XmlDocument& operator=(XmlDocument&&) = delete;
+
+  Element root() const;
+
+ private:
+  struct Tree;
+  std::string text_;
+  std::unique_ptr<Tree> tree_;
+};
+
+}  // namespace Pegasus::xml

@@ -1,0 +1,27 @@
+// Checks that a text is well-formed XML before a tree is built from it.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+namespace Pegasus::xml {
+
+struct XmlLimits {
+  // Elements inside each other.
+  std::size_t depth;
+  // Attributes of one element.
+  std::size_t attributes;
+  // Elements, attributes and pieces of text together: each costs memory in the tree, the shortest
+  // of them sixteen times what it takes in the text.
+  std::size_t nodes;
+};
+
+// Throws XmlException, with what is wrong and at which byte, unless the text is UTF-8 (with or
+// without byte order mark) and well-formed XML 1.0 within the limits. Refuses more than XML does:
+// document type declarations (and so every entity but the five predefined ones), an XML declaration
+// that names an encoding other than UTF-8 or US-ASCII, names of elements and attributes with
+// characters beyond ASCII, which CIM-XML does not have. Takes linear time, and memory for the names
+// of the open elements only.
+void checkWellFormed(std::string_view text, const XmlLimits& limits);
+
+}  // namespace Pegasus::xml

@@ -1,0 +1,33 @@
+// Writes text into XML, and knows which characters XML 1.0 has.
+#pragma once
+
+#include <Pegasus/Common/String.h>
+
+#include <string>
+#include <string_view>
+
+namespace Pegasus::xml {
+
+// White space as XML 1.0 has it (production S).
+constexpr bool isXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+// True for the code points that XML 1.0 allows in a document (production Char).
+constexpr bool isXmlCharacter(char32_t c) {
+  return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) ||
+         (c >= 0xE000 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0x10FFFF);
+}
+
+// Appends the text as UTF-8, with & < > " escaped and tab, line feed and carriage return as
+// character references (so that neither attribute normalisation nor line-end handling changes
+// them). Other characters are never written as references: servers refuse those past ASCII. Throws
+// InvalidValueException, leaving `out` as it was, when the text holds a character that XML 1.0
+// forbids (control characters, U+FFFE, U+FFFF, a surrogate without its partner).
+void appendEscaped(std::string& out, const String& text);
+
+// The same, but with '?' in place of each forbidden character: for texts that must get through.
+void appendEscapedOrReplaced(std::string& out, const String& text);
+
+// The beginning of a UTF-8 text that came from outside, for a message.
+std::string excerpt(std::string_view text);
+
+}  // namespace Pegasus::xml
