@@ -1,0 +1,215 @@
+#include <Pegasus/Common/Exception.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <pegasus/client/HttpConnection.h>
+#include <pegasus/client/HttpMessage.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+#include <memory>
+#include <system_error>
+
+namespace Pegasus {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+[[noreturn]] void throwCannotConnect(const std::string& where, const std::string& why) {
+  const std::string message = "cannot connect to " + where + ": " + why;
+  throw CannotConnectException(String(std::string_view(message)));
+}
+
+[[noreturn]] void throwBroken(int error) {
+  const std::string message = "the connection broke: " + std::generic_category().message(error);
+  throw CIMClientMalformedHTTPException(String(std::string_view(message)));
+}
+
+using Addresses = std::unique_ptr<addrinfo, decltype(&freeaddrinfo)>;
+
+// A numeric address is taken as it is, without the files and libraries of the name service.
+Addresses lookUp(const std::string& host, const std::string& port) {
+  addrinfo hints{};
+  hints.ai_socktype = SOCK_STREAM;
+  int error = 0;
+  for (const int flags : {AI_NUMERICHOST | AI_NUMERICSERV, AI_NUMERICSERV}) {
+    hints.ai_flags = flags;
+    addrinfo* found = nullptr;
+    error = getaddrinfo(host.c_str(), port.c_str(), &hints, &found);
+    if (error == 0) {
+      return {found, freeaddrinfo};
+    }
+  }
+  throwCannotConnect(host, gai_strerror(error));
+}
+
+// Rounded up, so that poll() does not come back just before the deadline again and again.
+int millisecondsUntil(Deadline deadline) {
+  const auto left = std::chrono::ceil<milliseconds>(deadline - steady_clock::now()).count();
+  return static_cast<int>(std::clamp<std::int64_t>(left, 0, std::numeric_limits<int>::max()));
+}
+
+bool isPort(std::string_view text) {
+  return !text.empty() && text.size() <= 5 &&
+         std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+}  // namespace
+
+HttpConnection::HttpConnection(const String& address) : hostHeader_(address.toUtf8()) {
+  const std::size_t colon = hostHeader_.rfind(':');
+  if (colon == std::string::npos || colon == 0 || !isPort(hostHeader_.substr(colon + 1)) ||
+      hostHeader_.find_first_of(" \t\r\n") != std::string::npos) {
+    throwCannotConnect(hostHeader_, "the address is not host:port");
+  }
+  host_ = hostHeader_.substr(0, colon);
+  port_ = hostHeader_.substr(colon + 1);
+  if (host_.front() == '[' && host_.back() == ']') {
+    host_ = host_.substr(1, host_.size() - 2);
+  }
+}
+
+HttpConnection::~HttpConnection() {
+  close();
+}
+
+void HttpConnection::close() {
+  if (socket_ >= 0) {
+    ::close(socket_);
+    socket_ = -1;
+  }
+}
+
+void HttpConnection::waitFor(short events, Deadline deadline) const {
+  pollfd waiting{socket_, events, 0};
+  for (;;) {
+    const int ready = poll(&waiting, 1, millisecondsUntil(deadline));
+    if (ready > 0) {
+      return;
+    }
+    if (ready == 0) {
+      throw ConnectionTimeoutException();
+    }
+    if (errno != EINTR) {
+      throwBroken(errno);
+    }
+  }
+}
+
+// Answers false, with the reason in errno, when this address does not take the connection.
+bool HttpConnection::tryConnect(const addrinfo& address, Deadline deadline) {
+  socket_ = socket(address.ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  if (socket_ < 0) {
+    return false;
+  }
+  int error = 0;
+  if (connect(socket_, address.ai_addr, address.ai_addrlen) != 0) {
+    error = errno;
+    if (error == EINPROGRESS || error == EINTR) {
+      waitFor(POLLOUT, deadline);
+      socklen_t size = sizeof error;
+      getsockopt(socket_, SOL_SOCKET, SO_ERROR, &error, &size);
+    }
+  }
+  if (error != 0) {
+    close();
+    errno = error;
+    return false;
+  }
+  const int on = 1;
+  setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  return true;
+}
+
+void HttpConnection::open(Deadline deadline) {
+  close();
+  const Addresses addresses = lookUp(host_, port_);
+  try {
+    for (const addrinfo* address = addresses.get(); address != nullptr;
+         address = address->ai_next) {
+      if (tryConnect(*address, deadline)) {
+        return;
+      }
+    }
+  } catch (const ConnectionTimeoutException&) {
+    close();
+    throwCannotConnect(hostHeader_, "no answer in time");
+  }
+  throwCannotConnect(hostHeader_, std::generic_category().message(errno));
+}
+
+// Between two exchanges nothing is to be read: whatever there is, an end, an error or unasked
+// bytes, makes the connection useless.
+bool HttpConnection::isStale() const {
+  char byte = 0;
+  return recv(socket_, &byte, 1, MSG_PEEK | MSG_DONTWAIT) >= 0 ||
+         (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR);
+}
+
+// A closed connection is an error here and never a signal.
+void HttpConnection::send(std::string_view bytes, Deadline deadline) const {
+  while (!bytes.empty()) {
+    const ssize_t sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (sent >= 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(sent));
+    } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
+      waitFor(POLLOUT, deadline);
+    } else if (errno != EINTR) {
+      throwBroken(errno);
+    }
+    if (steady_clock::now() >= deadline) {
+      throw ConnectionTimeoutException();
+    }
+  }
+}
+
+void HttpConnection::receive(HttpAnswer& answer, Deadline deadline) const {
+  while (!answer.isDone()) {
+    waitFor(POLLIN, deadline);
+    const auto [space, size] = answer.prepare();
+    const ssize_t received = recv(socket_, space, size, 0);
+    if (received > 0) {
+      answer.commit(static_cast<std::size_t>(received));
+    } else if (received == 0) {
+      answer.end();
+    } else if (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR) {
+      throwBroken(errno);
+    }
+    // A server that always has the next byte ready in time must not prolong the exchange.
+    if (!answer.isDone() && steady_clock::now() >= deadline) {
+      throw ConnectionTimeoutException();
+    }
+  }
+}
+
+std::string HttpConnection::exchange(std::string_view method, const String& nameSpace,
+                                     std::string_view body, Deadline deadline) {
+  const std::string request = makeHttpRequest(hostHeader_, method, nameSpace, body);
+  if (socket_ >= 0 && isStale()) {
+    close();
+  }
+  if (socket_ < 0) {
+    open(deadline);
+  }
+  HttpAnswer answer;
+  try {
+    send(request, deadline);
+    receive(answer, deadline);
+  } catch (...) {
+    close();
+    throw;
+  }
+  if (!answer.keepsAlive()) {
+    close();
+  }
+  answer.check();
+  return answer.takeBody();
+}
+
+}  // namespace Pegasus

@@ -1,0 +1,52 @@
+// A TCP connection to one server, and requests over it.
+#pragma once
+
+#include <Pegasus/Common/Config.h>
+#include <Pegasus/Common/String.h>
+
+#include <chrono>
+#include <string>
+#include <string_view>
+
+namespace Pegasus {
+
+using Deadline = std::chrono::steady_clock::time_point;
+
+// Opens the connection when it is needed, keeps it between exchanges, and drops it after everything
+// that leaves its state in doubt.
+class HttpConnection {
+ public:
+  // `address` is host, colon and port. Throws CannotConnectException when it has another form.
+  explicit HttpConnection(const String& address);
+  ~HttpConnection();
+  HttpConnection(const HttpConnection&) = delete;
+  HttpConnection& operator=(const HttpConnection&) = delete;
+  HttpConnection(HttpConnection&&) = delete;
+  HttpConnection& operator=(HttpConnection&&) = delete;
+
+  // Throws CannotConnectException when no address of the host takes the connection before the
+  // deadline. The deadline does not hold for looking up a host name.
+  void open(Deadline deadline);
+  void close();
+
+  // Sends one request and returns the body of the answer. A connection that the server has closed
+  // meanwhile is opened anew before anything is sent; what has been sent is never sent again.
+  // Throws CannotConnectException, ConnectionTimeoutException, CIMClientMalformedHTTPException,
+  // CIMClientHTTPErrorException, CIMException.
+  std::string exchange(std::string_view method, const String& nameSpace, std::string_view body,
+                       Deadline deadline);
+
+ private:
+  bool isStale() const;
+  bool tryConnect(const struct addrinfo& address, Deadline deadline);
+  void send(std::string_view bytes, Deadline deadline) const;
+  void receive(class HttpAnswer& answer, Deadline deadline) const;
+  void waitFor(short events, Deadline deadline) const;
+
+  std::string hostHeader_;
+  std::string host_;
+  std::string port_;
+  int socket_ = -1;
+};
+
+}  // namespace Pegasus

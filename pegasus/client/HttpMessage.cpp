@@ -1,0 +1,236 @@
+#include <pegasus/client/HttpMessage.h>
+
+#include <Pegasus/Common/Exception.h>
+
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/parser.hpp>
+#include <boost/optional.hpp>
+
+#include <cctype>
+#include <charconv>
+
+namespace http = boost::beast::http;
+
+namespace Pegasus {
+
+namespace {
+
+// A body that grows with what arrives. The library's own string body reserves what Content-Length
+// announces, which a server could use to make the client take memory for nothing.
+struct GrowingBody {
+  using value_type = std::string;
+
+  class reader {  // NOLINT: the name is the library's
+   public:
+    template <bool isRequest, class Fields>
+    reader(http::header<isRequest, Fields>& /*header*/, value_type& body) : body_(body) {}
+
+    void init(const boost::optional<std::uint64_t>& /*length*/, boost::system::error_code& error) {
+      error = {};
+    }
+
+    template <class Buffers>
+    std::size_t put(const Buffers& buffers, boost::system::error_code& error) {
+      std::size_t count = 0;
+      for (auto it = boost::asio::buffer_sequence_begin(buffers);
+           it != boost::asio::buffer_sequence_end(buffers); ++it) {
+        const boost::asio::const_buffer buffer = *it;
+        body_.append(static_cast<const char*>(buffer.data()), buffer.size());
+        count += buffer.size();
+      }
+      error = {};
+      return count;
+    }
+
+    void finish(boost::system::error_code& error) { error = {}; }
+
+   private:
+    value_type& body_;
+  };
+};
+
+constexpr std::size_t readSize = 64U << 10;
+
+bool equalNoCase(std::string_view a, std::string_view b) {
+  return String::equalNoCase(String(a), String(b));
+}
+
+// RFC 3986: everything but unreserved characters is encoded, the slash of a namespace included.
+std::string percentEncoded(std::string_view text) {
+  static constexpr std::string_view digits = "0123456789ABCDEF";
+  std::string encoded;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (std::isalnum(byte) != 0 || std::string_view("-._~").find(c) != std::string_view::npos) {
+      encoded += c;
+    } else {
+      encoded += '%';
+      encoded += digits[byte >> 4U];
+      encoded += digits[byte & 15U];
+    }
+  }
+  return encoded;
+}
+
+String percentDecoded(std::string_view text) {
+  std::string decoded;
+  for (std::size_t i = 0; i < text.size(); i++) {
+    unsigned byte = 0;
+    const char* digits = text.data() + i + 1;
+    if (text[i] == '%' && i + 2 < text.size() &&
+        std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2) {
+      decoded += static_cast<char>(byte);
+      i += 2;
+    } else {
+      decoded += text[i];
+    }
+  }
+  return String(std::string_view(decoded));
+}
+
+[[noreturn]] void throwMalformed(const std::string& what) {
+  throw CIMClientMalformedHTTPException(String(std::string_view(what)));
+}
+
+// What HTTP leaves to the reader of a code such as CIMStatusCode: digits and nothing else.
+Uint32 parseStatusCode(std::string_view text) {
+  Uint32 code = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), code);
+  if (error != std::errc() || end != text.data() + text.size()) {
+    throwMalformed("the CIM status code is no number");
+  }
+  return code;
+}
+
+std::string_view mediaType(std::string_view contentType) {
+  const std::string_view type = contentType.substr(0, contentType.find(';'));
+  return type.substr(0, type.find_last_not_of(" \t") + 1);
+}
+
+}  // namespace
+
+std::string makeHttpRequest(std::string_view host, std::string_view method, const String& nameSpace,
+                            std::string_view body) {
+  std::string request;
+  request.reserve(512 + body.size());
+  request.append("POST /cimom HTTP/1.1\r\nHost: ").append(host);
+  request.append("\r\nContent-Type: application/xml; charset=\"utf-8\"\r\nContent-Length: ");
+  request.append(std::to_string(body.size()));
+  request.append("\r\nAccept: application/xml, text/xml");
+  request.append("\r\nCIMOperation: MethodCall\r\nCIMProtocolVersion: 1.0\r\nCIMMethod: ");
+  request.append(method).append("\r\nCIMObject: ").append(percentEncoded(nameSpace.toUtf8()));
+  request.append("\r\n\r\n").append(body);
+  return request;
+}
+
+struct HttpAnswer::Parser {
+  Parser() { restart(); }
+
+  void restart() {
+    message.emplace();
+    message->eager(true);
+    message->header_limit(maxHeaderSize);
+    message->body_limit(maxBodySize);
+  }
+
+  std::string_view field(const char* name) const {
+    const auto value = message->get()[name];
+    return {value.data(), value.size()};
+  }
+
+  bool isError() const { return message->get().result_int() != 200; }
+
+  // Interim answers (100 to 199) announce the final one.
+  bool isInterim() const { return message->is_done() && message->get().result_int() < 200; }
+
+  boost::optional<http::response_parser<GrowingBody>> message;
+  boost::beast::flat_buffer unparsed;
+};
+
+HttpAnswer::HttpAnswer() : parser_(std::make_unique<Parser>()) {}
+
+HttpAnswer::~HttpAnswer() = default;
+
+std::pair<char*, std::size_t> HttpAnswer::prepare() {
+  const auto space = parser_->unparsed.prepare(readSize);
+  return {static_cast<char*>(space.data()), space.size()};
+}
+
+void HttpAnswer::commit(std::size_t count) {
+  parser_->unparsed.commit(count);
+  parse();
+}
+
+void HttpAnswer::parse() {
+  while (parser_->unparsed.size() > 0 && !isDone()) {
+    boost::system::error_code error;
+    const std::size_t used = parser_->message->put(parser_->unparsed.data(), error);
+    parser_->unparsed.consume(used);
+    if (error == http::error::need_more) {
+      return;
+    }
+    if (error) {
+      throwMalformed("the answer is no HTTP: " + error.message());
+    }
+    if (parser_->isInterim()) {
+      parser_->restart();
+    } else if (used == 0) {
+      return;
+    }
+  }
+}
+
+void HttpAnswer::end() {
+  boost::system::error_code error;
+  if (parser_->message->got_some()) {
+    parser_->message->put_eof(error);
+  }
+  if (error || !parser_->message->is_done()) {
+    throwMalformed("the connection ended before the answer did");
+  }
+}
+
+bool HttpAnswer::isDone() const {
+  return parser_->message->is_done() ||
+         (parser_->message->is_header_done() && parser_->message->get().result_int() >= 300);
+}
+
+bool HttpAnswer::keepsAlive() const {
+  return parser_->message->is_done() && parser_->message->keep_alive() && !parser_->isError() &&
+         parser_->unparsed.size() == 0;
+}
+
+void HttpAnswer::check() const {
+  const auto& message = parser_->message->get();
+  if (parser_->isError()) {
+    const auto reason = message.reason();
+    throw CIMClientHTTPErrorException(message.result_int(),
+                                      String(std::string_view(reason.data(), reason.size())),
+                                      percentDecoded(parser_->field("CIMError")),
+                                      percentDecoded(parser_->field("PGErrorDetail")));
+  }
+  if (!equalNoCase(parser_->field("CIMOperation"), "MethodResponse")) {
+    throwMalformed("the answer is no CIM answer: CIMOperation is not MethodResponse");
+  }
+  const std::string_view type = mediaType(parser_->field("Content-Type"));
+  if (!type.empty() && !equalNoCase(type, "application/xml") && !equalNoCase(type, "text/xml")) {
+    throwMalformed("the answer is of another type than XML: " + std::string(type));
+  }
+  const std::string_view coding = parser_->field("Content-Encoding");
+  if (!coding.empty() && !equalNoCase(coding, "identity")) {
+    throwMalformed("the answer is encoded, which was not asked for: " + std::string(coding));
+  }
+  // A server may answer an error with 200 and tell it in these fields only, most often in a
+  // trailer.
+  const std::string_view code = parser_->field("CIMStatusCode");
+  if (!code.empty() && parseStatusCode(code) != CIM_ERR_SUCCESS) {
+    throw CIMException(static_cast<CIMStatusCode>(parseStatusCode(code)),
+                       percentDecoded(parser_->field("CIMStatusCodeDescription")));
+  }
+}
+
+std::string HttpAnswer::takeBody() {
+  return std::move(parser_->message->get().body());
+}
+
+}  // namespace Pegasus
