@@ -1,0 +1,22 @@
+// Whether an entry of the FRU data file belongs to this machine. Each function judges a whole line
+// of the file by the qualifier in it: a token such as SPEED= with a value up to the next double
+// quote. The value must be exactly the machine's text: no blanks trimmed, no leading zeros, no
+// units.
+#pragma once
+
+#include <Pegasus/Client/CIMClient.h>
+
+// SPEED=: true when a processor runs at that many megahertz. False without the token. Sends one
+// enumeration per call. Never throws: whatever fails is a false.
+Pegasus::Boolean getProcessorSpeedQualifier(Pegasus::CIMClient& client,
+                                            const Pegasus::String& line);
+
+// SIZE=: true when a single memory module has that many mebibytes, remainder dropped. Without the
+// token the text from position 4 on is judged. Sends one enumeration per call. Never throws:
+// whatever fails is a false.
+Pegasus::Boolean getMemorySizeQualifier(Pegasus::CIMClient& client, const Pegasus::String& line);
+
+// LANGUAGE=: true when it is the language code of the environment variable LANG, as LANG spells it
+// (en, de, fr, it, ja, ko; the empty text for any other). Without the token the text from position
+// 8 on is judged.
+Pegasus::Boolean getLanguageQualifier(const Pegasus::String& line);

@@ -1,0 +1,25 @@
+#include <cstdio>
+#include <iostream>
+
+#include "driver/command_line.h"
+#include "driver/run.h"
+
+// Ends with 1 only when the command line is rejected. A run that failed ends with 0 like one that
+// succeeded, and is meant to: callers must look at what it has printed or published.
+int main(int argc, char** argv) {
+  const char* server = "";
+  const char* directory = "";
+  if (!parseCommandLine(argc, argv, server, directory)) {
+    std::fprintf(stderr,
+                 "morvik - Copyright (C) 2026 the morvik authors\n"
+                 "Please run man morvik for help\n");
+    return 1;
+  }
+  try {
+    run(server, directory);
+  } catch (...) {
+    std::cout << "Morvik did not complete. Please run morvik manually (see man morvik for help)."
+              << std::endl;
+  }
+  return 0;
+}

@@ -1,0 +1,92 @@
+#include "import/publication.h"
+
+#include "cim/namespace.h"
+#include "import/entry.h"
+
+using Pegasus::Array;
+using Pegasus::CIMClient;
+using Pegasus::CIMInstance;
+using Pegasus::CIMObjectPath;
+using Pegasus::CIMProperty;
+using Pegasus::CIMValue;
+using Pegasus::String;
+using Pegasus::Uint32;
+
+namespace {
+
+// Marks every instance of this program among those of other publishers.
+constexpr const char* numberPrefix = "KVAHalvoranFru";
+constexpr Uint32 numberPrefixLength = 14;
+
+bool isOurs(CIMClient& client, const CIMObjectPath& name) {
+  const CIMValue number = client.getProperty(cimNamespace, name, "IdentifyingNumber");
+  return String::equalNoCase(number.toString().subString(0, numberPrefixLength), numberPrefix);
+}
+
+void addText(CIMInstance& instance, const char* name, const String& text) {
+  const Uint32 arraySize = 0;
+  const bool propagated = false;
+  instance.addProperty(
+      CIMProperty(name, CIMValue(text), arraySize, String::EMPTY, String::EMPTY, propagated));
+}
+
+String countedNumber(Uint32& counter) {
+  counter++;
+  return String(numberPrefix) + CIMValue(counter).toString();
+}
+
+// Each counted category has numbers of its own from 1, and all others share the number 1: the
+// collisions are meant. Whether two entries with equal numbers are accepted is for the server's
+// class to say.
+String nextIdentifyingNumber(Category category, Publication& publication) {
+  switch (category) {
+    case Category::processor:
+      return countedNumber(publication.processorCount);
+    case Category::memory:
+      return countedNumber(publication.memoryCount);
+    case Category::fan:
+      return countedNumber(publication.fanCount);
+    case Category::backplane:
+      return countedNumber(publication.backplaneCount);
+    case Category::keyboard:
+    case Category::planar:
+    case Category::cdrom:
+    case Category::floppy:
+    case Category::optionsp:
+      break;
+  }
+  return "KVAHalvoranFru1";
+}
+
+}  // namespace
+
+void deleteEarlierInstances(CIMClient& client) {
+  const Array<CIMObjectPath> names = client.enumerateInstanceNames(cimNamespace, "KVAXDT_FRU");
+  for (Uint32 i = 0; i < names.size(); i++) {
+    if (isOurs(client, names[i])) {
+      client.deleteInstance(cimNamespace, names[i]);
+    }
+  }
+}
+
+void addFruProperties(const String& line, CIMInstance& instance) {
+  const EntryFields fields = cutEntryFields(line);
+  addText(instance, "FRUNumber", fields.fruNumber);
+  addText(instance, "Name", fields.name);
+  addText(instance, "Description", fields.description);
+}
+
+void publishEntry(CIMClient& client, Category category, const String& line, CIMInstance& instance,
+                  Publication& publication) {
+  const String identifyingNumber = nextIdentifyingNumber(category, publication);
+  addFruProperties(line, instance);
+  addText(instance, "IdentifyingNumber", identifyingNumber);
+  addText(instance, "Vendor", "KVA");
+  addText(instance, "RevisionLevel", "1.0");
+  client.createInstance(cimNamespace, instance);
+  if (category == Category::planar) {
+    publication.planarPublished = true;
+  } else if (category == Category::cdrom) {
+    publication.cdromPublished = true;
+  }
+}
