@@ -269,8 +269,8 @@ CIMInstance decodeInstance(Element element) {
 CIMInstance decodeNamedInstance(Element element) {
   const bool isWithPath = element.name() == "VALUE.INSTANCEWITHPATH";
   requireElement(element, isWithPath ? element.name() : "VALUE.NAMEDINSTANCE");
-  const Element name = requireNext(element.firstChild(), element,
-                                   isWithPath ? "INSTANCEPATH" : "INSTANCENAME");
+  const Element name =
+      requireNext(element.firstChild(), element, isWithPath ? "INSTANCEPATH" : "INSTANCENAME");
   const Element object = requireNext(name.next(), element, "INSTANCE");
   requireNoMore(element, object.next());
   CIMInstance instance = decodeInstance(object);

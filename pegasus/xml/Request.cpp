@@ -21,7 +21,8 @@ void requireName(Element element, std::string_view name, std::string_view parame
   }
 }
 
-// The first child that is no correlator: those only tell the sender's own log what belongs together.
+// The first child that is no correlator: those only tell the sender's own log what belongs
+// together.
 Element callIn(Element request) {
   Element call = request.firstChild();
   while (call && call.name() == "CORRELATOR") {

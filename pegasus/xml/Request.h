@@ -53,7 +53,8 @@ class Request {
   const std::string& cimVersion() const { return cimVersion_; }
   const std::string& dtdVersion() const { return dtdVersion_; }
   const std::string& protocolVersion() const { return protocolVersion_; }
-  // True for MULTIREQ and MULTIEXPREQ: a batch, which DSP0200 lets a server refuse; nothing else is then read.
+  // True for MULTIREQ and MULTIEXPREQ: a batch, which DSP0200 lets a server refuse; nothing else is
+  // then read.
   bool isBatch() const { return isBatch_; }
   // False for METHODCALL and EXPMETHODCALL: a method of a class or an indication, not an operation
   // of the server.

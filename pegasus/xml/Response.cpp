@@ -131,9 +131,13 @@ Element Response::result() const {
   return element;
 }
 
-CIMInstance Response::instance() const { return decodeInstance(result()); }
+CIMInstance Response::instance() const {
+  return decodeInstance(result());
+}
 
-CIMObjectPath Response::instanceName() const { return decodeObjectPath(result()); }
+CIMObjectPath Response::instanceName() const {
+  return decodeObjectPath(result());
+}
 
 CIMValue Response::value() const {
   return decodeUntypedValue(returnValue_ ? optionalChild(returnValue_) : Element());

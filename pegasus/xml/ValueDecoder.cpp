@@ -14,8 +14,8 @@ namespace Pegasus::xml {
 namespace {
 
 [[noreturn]] void refuseText(const char* expected, std::string_view text) {
-  throw XmlValidationError(String(expected) + " expected, not: " +
-                           String(std::string_view(excerpt(text))));
+  throw XmlValidationError(String(expected) +
+                           " expected, not: " + String(std::string_view(excerpt(text))));
 }
 
 // The sign in front of a number, which is taken off; true for minus.
@@ -194,9 +194,8 @@ CIMType parseType(std::string_view name) {
 }
 
 CIMValue parseScalar(CIMType type, std::string_view text) {
-  return withType(type, [text]<typename T>(std::type_identity<T>) {
-    return CIMValue(parseAs<T>(text));
-  });
+  return withType(type,
+                  [text]<typename T>(std::type_identity<T>) { return CIMValue(parseAs<T>(text)); });
 }
 
 CIMValue decodeArray(CIMType type, Element element) {

@@ -45,7 +45,9 @@ struct XmlDocument::Tree {
   pugi::xml_document document;
 };
 
-std::string_view Element::name() const { return asNode(node_).name(); }
+std::string_view Element::name() const {
+  return asNode(node_).name();
+}
 
 std::optional<std::string_view> Element::attribute(std::string_view name) const {
   for (const pugi::xml_attribute attribute : asNode(node_).attributes()) {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -174,12 +175,11 @@ class Scanner {
   // The declaration's parts come in this order, the first of them always.
   void scanDeclaration() {
     position_ += std::string_view("<?xml").size();
-    if (scanDeclared("version").substr(0, 2) != "1.") {
+    if (!scanDeclared("version").value_or("").starts_with("1.")) {
       fail("XML version 1.0 expected");
     }
-    const std::string_view encoding = scanDeclared("encoding");
-    if (!encoding.empty() && !String::equalNoCase(String(encoding), "utf-8") &&
-        !String::equalNoCase(String(encoding), "us-ascii")) {
+    const String encoding(scanDeclared("encoding").value_or("utf-8"));
+    if (!String::equalNoCase(encoding, "utf-8") && !String::equalNoCase(encoding, "us-ascii")) {
       fail("an encoding other than UTF-8");
     }
     scanDeclared("standalone");
@@ -187,11 +187,11 @@ class Scanner {
     expect("?>");
   }
 
-  std::string_view scanDeclared(std::string_view name) {
+  std::optional<std::string_view> scanDeclared(std::string_view name) {
     const std::size_t start = position_;
     if (!skipSpace() || !skip(name)) {
       position_ = start;
-      return {};
+      return std::nullopt;
     }
     return scanAttributeValue();
   }

@@ -6,8 +6,12 @@ namespace Pegasus::xml {
 
 namespace {
 
-bool isHighSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
-bool isLowSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
+bool isHighSurrogate(char16_t unit) {
+  return (unit & 0xFC00) == 0xD800;
+}
+bool isLowSurrogate(char16_t unit) {
+  return (unit & 0xFC00) == 0xDC00;
+}
 
 // The code point that begins at `position`, which is moved past it. A surrogate without partner is
 // returned as it is, and no XML character.

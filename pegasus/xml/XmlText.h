@@ -9,7 +9,9 @@
 namespace Pegasus::xml {
 
 // White space as XML 1.0 has it (production S).
-constexpr bool isXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+constexpr bool isXmlSpace(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
 
 // True for the code points that XML 1.0 allows in a document (production Char).
 constexpr bool isXmlCharacter(char32_t c) {

@@ -1,0 +1,80 @@
+#include <Pegasus/Common/Exception.h>
+#include <gtest/gtest.h>
+#include <pegasus/xml/XmlText.h>
+
+namespace Pegasus::xml {
+namespace {
+
+std::string escaped(const std::u16string& units) {
+  std::string out = "before ";
+  appendEscaped(out, String(units));
+  return out.substr(7);
+}
+
+TEST(XmlText, PlainTextStaysAsItIs) {
+  EXPECT_EQ(escaped(u""), "");
+  EXPECT_EQ(escaped(u" Hot swap fan, 1.0 '%;/ "), " Hot swap fan, 1.0 '%;/ ");
+}
+
+TEST(XmlText, MarkupIsEscaped) {
+  EXPECT_EQ(escaped(u"a&b<c>d\"e"), "a&amp;b&lt;c&gt;d&quot;e");
+  EXPECT_EQ(escaped(u"]]>"), "]]&gt;");
+  EXPECT_EQ(escaped(u"&amp;"), "&amp;amp;");
+}
+
+TEST(XmlText, WhiteSpaceThatXmlWouldChangeIsWrittenAsReference) {
+  EXPECT_EQ(escaped(u"a\tb\nc\rd e"), "a&#9;b&#10;c&#13;d e");
+}
+
+TEST(XmlText, NonAsciiTextIsWrittenAsUtf8) {
+  EXPECT_EQ(escaped(u"\u0080 caf\u00e9 \u07ff \u0800 \u4e2d \ud7ff \ue000 \ufffd"),
+            "\xC2\x80 caf\xC3\xA9 \xDF\xBF \xE0\xA0\x80 \xE4\xB8\xAD \xED\x9F\xBF \xEE\x80\x80 "
+            "\xEF\xBF\xBD");
+  EXPECT_EQ(escaped(u"\U00010000 \U0001F600 \U0010FFFF"),
+            "\xF0\x90\x80\x80 \xF0\x9F\x98\x80 \xF4\x8F\xBF\xBF");
+  EXPECT_EQ(escaped(u"\u007f"), "\x7F");
+}
+
+TEST(XmlText, TextThatCameAsIso8859_1IsWrittenAsUtf8) {
+  std::string out;
+  appendEscaped(out, String("L\xFC"
+                            "fter \xB5"));
+  EXPECT_EQ(out, "L\u00fcfter \u00b5");
+}
+
+TEST(XmlText, ForbiddenCharactersThrowAndLeaveTheTextAsItWas) {
+  std::vector<std::u16string> forbidden = {u"\xFFFE",
+                                           u"\xFFFF",
+                                           u"\xD800",
+                                           u"\xDC00",
+                                           u"\xDBFFx",
+                                           u"\xDC00\xD800",
+                                           u"\xD800\xD800\xDC00"};
+  for (char16_t c = 0; c < 0x20; ++c) {
+    if (c != u'\t' && c != u'\n' && c != u'\r') {
+      forbidden.emplace_back(1, c);
+    }
+  }
+  EXPECT_EQ(forbidden.size(), 36U);
+  for (const std::u16string& text : forbidden) {
+    std::string out = "before";
+    EXPECT_THROW(appendEscaped(out, String(u"good " + text)), InvalidValueException);
+    EXPECT_EQ(out, "before");
+  }
+}
+
+TEST(XmlText, ForbiddenCharactersAreReplacedWhereTheTextMustGetThrough) {
+  std::string out = "before ";
+  appendEscapedOrReplaced(out, String(std::u16string(u"a\x01<\xD800z\xFFFF\U0001F600")));
+  EXPECT_EQ(out, "before a?&lt;?z?\U0001F600");
+}
+
+TEST(XmlText, ExcerptsEndBetweenCharacters) {
+  EXPECT_EQ(excerpt("short"), "short");
+  EXPECT_EQ(excerpt(std::string(80, 'x')), std::string(80, 'x'));
+  EXPECT_EQ(excerpt(std::string(81, 'x')), std::string(80, 'x') + "...");
+  EXPECT_EQ(excerpt(std::string(79, 'x') + "\u00e9" + "y"), std::string(79, 'x') + "...");
+}
+
+}  // namespace
+}  // namespace Pegasus::xml
