@@ -3,6 +3,7 @@
 #include <pegasus/xml/Request.h>
 #include <pegasus/xml/Response.h>
 
+#include <functional>
 #include <optional>
 
 namespace Pegasus {
@@ -20,17 +21,20 @@ class CIMClientRep {
     return *connection_;
   }
 
-  // Sends the operation with the parameters that `addParameters` writes and returns the answer to
-  // it.
-  template <typename AddParameters>
-  xml::Response perform(const char* method, const String& nameSpace, AddParameters addParameters) {
+  // Sends the operation with the parameters that `addParameters` writes, and returns what
+  // `readResult` finds in the answer to it.
+  template <typename AddParameters, typename ReadResult>
+  auto perform(const char* method, const String& nameSpace, AddParameters addParameters,
+               ReadResult readResult) {
     HttpConnection& connection = this->connection();
     const std::string messageId = std::to_string(++lastMessageId_);
     xml::RequestWriter writer(messageId, method, nameSpace);
     addParameters(writer);
+    const std::string request = writer.finish();
     try {
-      return {connection.exchange(method, nameSpace, writer.finish(), deadline()), messageId,
-              method};
+      const xml::Response response(connection.exchange(method, nameSpace, request, deadline()),
+                                   messageId, method);
+      return std::invoke(readResult, response);
     } catch (const CIMException&) {
       throw;
     } catch (const Exception&) {
@@ -77,66 +81,67 @@ Array<CIMInstance> CIMClient::enumerateInstances(const String& nameSpace, const 
                                                  Boolean includeQualifiers,
                                                  Boolean includeClassOrigin,
                                                  const CIMPropertyList& propertyList) {
-  return rep_
-      ->perform("EnumerateInstances", nameSpace,
-                [&](xml::RequestWriter& writer) {
-                  writer.className("ClassName", className)
-                      .boolean("DeepInheritance", deepInheritance)
-                      .boolean("LocalOnly", localOnly)
-                      .boolean("IncludeQualifiers", includeQualifiers)
-                      .boolean("IncludeClassOrigin", includeClassOrigin)
-                      .propertyList("PropertyList", propertyList);
-                })
-      .namedInstances();
+  return rep_->perform(
+      "EnumerateInstances", nameSpace,
+      [&](xml::RequestWriter& writer) {
+        writer.className("ClassName", className)
+            .boolean("DeepInheritance", deepInheritance)
+            .boolean("LocalOnly", localOnly)
+            .boolean("IncludeQualifiers", includeQualifiers)
+            .boolean("IncludeClassOrigin", includeClassOrigin)
+            .propertyList("PropertyList", propertyList);
+      },
+      &xml::Response::namedInstances);
 }
 
 Array<CIMObjectPath> CIMClient::enumerateInstanceNames(const String& nameSpace,
                                                        const String& className) {
-  return rep_
-      ->perform("EnumerateInstanceNames", nameSpace,
-                [&](xml::RequestWriter& writer) { writer.className("ClassName", className); })
-      .instanceNames();
+  return rep_->perform(
+      "EnumerateInstanceNames", nameSpace,
+      [&](xml::RequestWriter& writer) { writer.className("ClassName", className); },
+      &xml::Response::instanceNames);
 }
 
 CIMInstance CIMClient::getInstance(const String& nameSpace, const CIMObjectPath& instanceName,
                                    Boolean localOnly, Boolean includeQualifiers,
                                    Boolean includeClassOrigin,
                                    const CIMPropertyList& propertyList) {
-  CIMInstance instance = rep_->perform("GetInstance", nameSpace,
-                                       [&](xml::RequestWriter& writer) {
-                                         writer.instanceName("InstanceName", instanceName)
-                                             .boolean("LocalOnly", localOnly)
-                                             .boolean("IncludeQualifiers", includeQualifiers)
-                                             .boolean("IncludeClassOrigin", includeClassOrigin)
-                                             .propertyList("PropertyList", propertyList);
-                                       })
-                             .instance();
+  CIMInstance instance = rep_->perform(
+      "GetInstance", nameSpace,
+      [&](xml::RequestWriter& writer) {
+        writer.instanceName("InstanceName", instanceName)
+            .boolean("LocalOnly", localOnly)
+            .boolean("IncludeQualifiers", includeQualifiers)
+            .boolean("IncludeClassOrigin", includeClassOrigin)
+            .propertyList("PropertyList", propertyList);
+      },
+      &xml::Response::instance);
   instance.setPath(instanceName);
   return instance;
 }
 
 CIMValue CIMClient::getProperty(const String& nameSpace, const CIMObjectPath& instanceName,
                                 const String& propertyName) {
-  return rep_
-      ->perform(
-          "GetProperty", nameSpace,
-          [&](xml::RequestWriter& writer) {
-            writer.instanceName("InstanceName", instanceName).text("PropertyName", propertyName);
-          })
-      .value();
+  return rep_->perform(
+      "GetProperty", nameSpace,
+      [&](xml::RequestWriter& writer) {
+        writer.instanceName("InstanceName", instanceName).text("PropertyName", propertyName);
+      },
+      &xml::Response::value);
 }
 
 CIMObjectPath CIMClient::createInstance(const String& nameSpace, const CIMInstance& newInstance) {
-  return rep_
-      ->perform("CreateInstance", nameSpace,
-                [&](xml::RequestWriter& writer) { writer.instance("NewInstance", newInstance); })
-      .instanceName();
+  return rep_->perform(
+      "CreateInstance", nameSpace,
+      [&](xml::RequestWriter& writer) { writer.instance("NewInstance", newInstance); },
+      &xml::Response::instanceName);
 }
 
 void CIMClient::deleteInstance(const String& nameSpace, const CIMObjectPath& instanceName) {
-  rep_->perform("DeleteInstance", nameSpace, [&](xml::RequestWriter& writer) {
-    writer.instanceName("InstanceName", instanceName);
-  });
+  rep_->perform(
+      "DeleteInstance", nameSpace,
+      [&](xml::RequestWriter& writer) { writer.instanceName("InstanceName", instanceName); },
+      [](const xml::Response& /*response*/) {});
 }
 
 }  // namespace Pegasus

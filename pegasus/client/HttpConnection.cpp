@@ -1,8 +1,9 @@
+#include <pegasus/client/HttpConnection.h>
+
 #include <Pegasus/Common/Exception.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <pegasus/client/HttpConnection.h>
 #include <pegasus/client/HttpMessage.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <limits>
 #include <memory>
 #include <system_error>
@@ -45,6 +47,9 @@ Addresses lookUp(const std::string& host, const std::string& port) {
     if (error == 0) {
       return {found, freeaddrinfo};
     }
+    if (host.find(':') != std::string::npos) {
+      break;  // no name has a colon
+    }
   }
   throwCannotConnect(host, gai_strerror(error));
 }
@@ -55,22 +60,41 @@ int millisecondsUntil(Deadline deadline) {
   return static_cast<int>(std::clamp<std::int64_t>(left, 0, std::numeric_limits<int>::max()));
 }
 
+// Checked here, because getaddrinfo() takes a number past 65535 for another port.
 bool isPort(std::string_view text) {
-  return !text.empty() && text.size() <= 5 &&
-         std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+  unsigned port = 0;
+  const char* end = text.data() + text.size();
+  return std::from_chars(text.data(), end, port).ptr == end && port > 0 && port <= 65535;
+}
+
+bool consistsOf(std::string_view text, std::string_view others) {
+  return std::all_of(text.begin(), text.end(), [others](char c) {
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+           others.find(c) != std::string_view::npos;
+  });
+}
+
+bool isHostName(std::string_view text) {
+  return !text.empty() && consistsOf(text, ".-_");
+}
+
+// An IPv6 address, which may have a zone: fe80::1%eth0.
+bool isBracketed(std::string_view text) {
+  return text.size() > 2 && text.front() == '[' && text.back() == ']' &&
+         text.find(':') != std::string_view::npos &&
+         consistsOf(text.substr(1, text.size() - 2), ":.%-_");
 }
 
 }  // namespace
 
 HttpConnection::HttpConnection(const String& address) : hostHeader_(address.toUtf8()) {
   const std::size_t colon = hostHeader_.rfind(':');
-  if (colon == std::string::npos || colon == 0 || !isPort(hostHeader_.substr(colon + 1)) ||
-      hostHeader_.find_first_of(" \t\r\n") != std::string::npos) {
+  host_ = hostHeader_.substr(0, colon);
+  port_ = colon == std::string::npos ? "" : hostHeader_.substr(colon + 1);
+  if (!isPort(port_) || (!isHostName(host_) && !isBracketed(host_))) {
     throwCannotConnect(hostHeader_, "the address is not host:port");
   }
-  host_ = hostHeader_.substr(0, colon);
-  port_ = hostHeader_.substr(colon + 1);
-  if (host_.front() == '[' && host_.back() == ']') {
+  if (host_.front() == '[') {
     host_ = host_.substr(1, host_.size() - 2);
   }
 }

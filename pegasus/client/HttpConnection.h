@@ -8,7 +8,11 @@
 #include <string>
 #include <string_view>
 
+struct addrinfo;
+
 namespace Pegasus {
+
+class HttpAnswer;
 
 using Deadline = std::chrono::steady_clock::time_point;
 
@@ -38,9 +42,9 @@ class HttpConnection {
 
  private:
   bool isStale() const;
-  bool tryConnect(const struct addrinfo& address, Deadline deadline);
+  bool tryConnect(const addrinfo& address, Deadline deadline);
   void send(std::string_view bytes, Deadline deadline) const;
-  void receive(class HttpAnswer& answer, Deadline deadline) const;
+  void receive(HttpAnswer& answer, Deadline deadline) const;
   void waitFor(short events, Deadline deadline) const;
 
   std::string hostHeader_;

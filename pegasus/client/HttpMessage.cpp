@@ -6,8 +6,8 @@
 #include <boost/beast/http/parser.hpp>
 #include <boost/optional.hpp>
 
-#include <cctype>
 #include <charconv>
+#include <stdexcept>
 
 namespace http = boost::beast::http;
 
@@ -55,15 +55,21 @@ bool equalNoCase(std::string_view a, std::string_view b) {
   return String::equalNoCase(String(a), String(b));
 }
 
-// RFC 3986: everything but unreserved characters is encoded, the slash of a namespace included.
+// RFC 3986, whatever the locale says about bytes past ASCII.
+bool isUnreserved(char c) {
+  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+         std::string_view("-._~").find(c) != std::string_view::npos;
+}
+
+// Everything but unreserved characters is encoded, the slash of a namespace included.
 std::string percentEncoded(std::string_view text) {
   static constexpr std::string_view digits = "0123456789ABCDEF";
   std::string encoded;
   for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (std::isalnum(byte) != 0 || std::string_view("-._~").find(c) != std::string_view::npos) {
+    if (isUnreserved(c)) {
       encoded += c;
     } else {
+      const auto byte = static_cast<unsigned char>(c);
       encoded += '%';
       encoded += digits[byte >> 4U];
       encoded += digits[byte & 15U];
@@ -92,12 +98,11 @@ String percentDecoded(std::string_view text) {
   throw CIMClientMalformedHTTPException(String(std::string_view(what)));
 }
 
-// What HTTP leaves to the reader of a code such as CIMStatusCode: digits and nothing else.
 Uint32 parseStatusCode(std::string_view text) {
   Uint32 code = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), code);
   if (error != std::errc() || end != text.data() + text.size()) {
-    throwMalformed("the CIM status code is no number");
+    throwMalformed("CIMStatusCode is no number");
   }
   return code;
 }
@@ -105,6 +110,16 @@ Uint32 parseStatusCode(std::string_view text) {
 std::string_view mediaType(std::string_view contentType) {
   const std::string_view type = contentType.substr(0, contentType.find(';'));
   return type.substr(0, type.find_last_not_of(" \t") + 1);
+}
+
+[[noreturn]] void throwUnparsable(const boost::system::error_code& error) {
+  if (error == http::error::header_limit) {
+    throwMalformed("the header of the answer is larger than 64 KiB");
+  }
+  if (error == http::error::body_limit) {
+    throwMalformed("the answer is larger than 64 MiB");
+  }
+  throwMalformed("the answer is no HTTP: " + error.message());
 }
 
 }  // namespace
@@ -118,7 +133,9 @@ std::string makeHttpRequest(std::string_view host, std::string_view method, cons
   request.append(std::to_string(body.size()));
   request.append("\r\nAccept: application/xml, text/xml");
   request.append("\r\nCIMOperation: MethodCall\r\nCIMProtocolVersion: 1.0\r\nCIMMethod: ");
-  request.append(method).append("\r\nCIMObject: ").append(percentEncoded(nameSpace.toUtf8()));
+  request.append(percentEncoded(method))
+      .append("\r\nCIMObject: ")
+      .append(percentEncoded(nameSpace.toUtf8()));
   request.append("\r\n\r\n").append(body);
   return request;
 }
@@ -128,9 +145,27 @@ struct HttpAnswer::Parser {
 
   void restart() {
     message.emplace();
-    message->eager(true);
     message->header_limit(maxHeaderSize);
     message->body_limit(maxBodySize);
+  }
+
+  // Takes what it can from `unparsed`, at most to the end of the header or of a chunk. False when
+  // that was nothing, because the rest is yet to come.
+  bool step() {
+    boost::system::error_code error;
+    const bool isHeader = !message->is_header_done();
+    const std::size_t used = message->put(unparsed.data(), error);
+    unparsed.consume(used);
+    headerSize += isHeader ? used : 0;
+    // The library's own limit is for one field at a time, and it has none for chunk extensions and
+    // trailers, which wait here until they are complete.
+    if (headerSize > maxHeaderSize || (error && unparsed.size() > maxHeaderSize)) {
+      error = http::error::header_limit;
+    }
+    if (error && error != http::error::need_more) {
+      throwUnparsable(error);
+    }
+    return !error && used > 0;
   }
 
   std::string_view field(const char* name) const {
@@ -138,13 +173,29 @@ struct HttpAnswer::Parser {
     return {value.data(), value.size()};
   }
 
-  bool isError() const { return message->get().result_int() != 200; }
+  // A server may answer an error with 200 and tell it in these fields only, most often in a
+  // trailer.
+  void checkStatusCodes() const {
+    const auto codes = message->get().equal_range("CIMStatusCode");
+    for (auto field = codes.first; field != codes.second; ++field) {
+      const auto text = field->value();
+      const Uint32 code = parseStatusCode({text.data(), text.size()});
+      if (code != CIM_ERR_SUCCESS) {
+        throw CIMException(static_cast<CIMStatusCode>(code),
+                           percentDecoded(this->field("CIMStatusCodeDescription")));
+      }
+    }
+  }
 
-  // Interim answers (100 to 199) announce the final one.
-  bool isInterim() const { return message->is_done() && message->get().result_int() < 200; }
+  // Interim answers announce the final one; 101 would be another protocol, for which nobody asked.
+  bool isInterim() const { return status() / 100 == 1 && status() != 101; }
+  bool isError() const { return status() != 200 && !isInterim(); }
+  unsigned status() const { return message->get().result_int(); }
 
   boost::optional<http::response_parser<GrowingBody>> message;
   boost::beast::flat_buffer unparsed;
+  // Of interim answers and the final one together.
+  std::size_t headerSize = 0;
 };
 
 HttpAnswer::HttpAnswer() : parser_(std::make_unique<Parser>()) {}
@@ -158,25 +209,14 @@ std::pair<char*, std::size_t> HttpAnswer::prepare() {
 
 void HttpAnswer::commit(std::size_t count) {
   parser_->unparsed.commit(count);
-  parse();
-}
-
-void HttpAnswer::parse() {
-  while (parser_->unparsed.size() > 0 && !isDone()) {
-    boost::system::error_code error;
-    const std::size_t used = parser_->message->put(parser_->unparsed.data(), error);
-    parser_->unparsed.consume(used);
-    if (error == http::error::need_more) {
-      return;
+  try {
+    while (parser_->unparsed.size() > 0 && !isDone() && parser_->step()) {
+      if (parser_->message->is_done() && parser_->isInterim()) {
+        parser_->restart();
+      }
     }
-    if (error) {
-      throwMalformed("the answer is no HTTP: " + error.message());
-    }
-    if (parser_->isInterim()) {
-      parser_->restart();
-    } else if (used == 0) {
-      return;
-    }
+  } catch (const std::length_error&) {
+    throwUnparsable(http::error::header_limit);  // more than the library can keep in one field
   }
 }
 
@@ -191,8 +231,7 @@ void HttpAnswer::end() {
 }
 
 bool HttpAnswer::isDone() const {
-  return parser_->message->is_done() ||
-         (parser_->message->is_header_done() && parser_->message->get().result_int() >= 300);
+  return parser_->message->is_done() || (parser_->message->is_header_done() && parser_->isError());
 }
 
 bool HttpAnswer::keepsAlive() const {
@@ -220,13 +259,7 @@ void HttpAnswer::check() const {
   if (!coding.empty() && !equalNoCase(coding, "identity")) {
     throwMalformed("the answer is encoded, which was not asked for: " + std::string(coding));
   }
-  // A server may answer an error with 200 and tell it in these fields only, most often in a
-  // trailer.
-  const std::string_view code = parser_->field("CIMStatusCode");
-  if (!code.empty() && parseStatusCode(code) != CIM_ERR_SUCCESS) {
-    throw CIMException(static_cast<CIMStatusCode>(parseStatusCode(code)),
-                       percentDecoded(parser_->field("CIMStatusCodeDescription")));
-  }
+  parser_->checkStatusCodes();
 }
 
 std::string HttpAnswer::takeBody() {

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace Pegasus {
 
@@ -49,7 +50,6 @@ class HttpAnswer {
 
  private:
   struct Parser;
-  void parse();
   std::unique_ptr<Parser> parser_;
 };
 

@@ -57,28 +57,42 @@ class Scanner {
         String(std::string_view("XML error at byte " + std::to_string(position) + ": " + what)));
   }
 
-  // All characters at once, so that the scan behind this needs no eye for them.
+  // All characters at once, so that the scan behind this needs no eye for them. Most of them are
+  // ASCII, which is much faster to check than to decode.
   void checkCharacters() const {
-    const auto invalid = utf8::find_invalid(text_.begin(), text_.end());
-    if (invalid != text_.end()) {
+    const auto isAscii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+    const auto isPlain = [isAscii](char c) { return isAscii(c) && (c >= ' ' || isXmlSpace(c)); };
+    const char* const end = text_.data() + text_.size();
+    for (const char* place = text_.data();;) {
+      place = std::find_if_not(place, end, isPlain);
+      if (place == end) {
+        return;
+      }
+      if (isAscii(*place)) {
+        failAt(offset(place), "a control character");
+      }
+      const char* const wideEnd = std::find_if(place, end, isAscii);
+      checkNonAscii(std::string_view(place, static_cast<std::size_t>(wideEnd - place)));
+      place = wideEnd;
+    }
+  }
+
+  // Characters past ASCII that stand in a row.
+  void checkNonAscii(std::string_view row) const {
+    const char* const invalid = utf8::find_invalid(row.data(), row.data() + row.size());
+    if (invalid != row.data() + row.size()) {
       failAt(offset(invalid), "not UTF-8");
     }
-    const auto control = std::find_if(text_.begin(), text_.end(), [](char c) {
-      return static_cast<unsigned char>(c) < 0x20 && !isXmlSpace(c);
-    });
-    if (control != text_.end()) {
-      failAt(offset(control), "a control character");
-    }
     for (const std::string_view nonCharacter : {"\xEF\xBF\xBE", "\xEF\xBF\xBF"}) {
-      const std::size_t position = text_.find(nonCharacter);
+      const std::size_t position = row.find(nonCharacter);
       if (position != std::string_view::npos) {
-        failAt(position, "a character that XML forbids");
+        failAt(offset(row.data()) + position, "a character that XML forbids");
       }
     }
   }
 
-  std::size_t offset(std::string_view::const_iterator place) const {
-    return static_cast<std::size_t>(place - text_.begin());
+  std::size_t offset(const char* place) const {
+    return static_cast<std::size_t>(place - text_.data());
   }
 
   bool startsWith(std::string_view prefix) const {

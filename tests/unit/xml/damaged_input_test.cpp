@@ -3,6 +3,7 @@
 #include "traffic.h"
 
 #include <gtest/gtest.h>
+#include <pegasus/xml/ObjectEncoder.h>
 #include <pegasus/xml/Request.h>
 #include <pegasus/xml/Response.h>
 
@@ -124,14 +125,15 @@ TEST(HostileInput, ManyInstancesAreRead) {
 // Each level of keys costs a call on the stack.
 TEST(HostileInput, DeepKeysAreRefusedBeforeTheyAreRead) {
   const auto nested = [](int depth) {
-    std::string name = "<INSTANCENAME CLASSNAME=\"A\"/>";
+    CIMObjectPath path("", "", "A");
     for (int i = 0; i < depth; ++i) {
-      name = "<INSTANCENAME CLASSNAME=\"A\"><VALUE.REFERENCE>" + name +
-             "</VALUE.REFERENCE></INSTANCENAME>";
+      path = CIMObjectPath("", "", "A", {CIMKeyBinding("k", path)});
     }
+    std::string name;
+    appendInstanceName(name, path);
     return encodeResponse("1", "CreateInstance", name);
   };
-  EXPECT_NO_THROW(Response(nested(50), "1", "CreateInstance").instanceName());
+  EXPECT_NO_THROW(Response(nested(40), "1", "CreateInstance").instanceName());
   EXPECT_THROW(Response(nested(100), "1", "CreateInstance"), XmlException);
 }
 

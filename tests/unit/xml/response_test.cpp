@@ -151,7 +151,7 @@ TEST(EncodeResponse, NoResultIsNoElement) {
 
 TEST(EncodeResponse, ErrorsAreReadBack) {
   try {
-    Response(encodeErrorResponse("7", "M", CIM_ERR_NOT_FOUND, "no \"x\""), "7", "M");
+    const Response response(encodeErrorResponse("7", "M", CIM_ERR_NOT_FOUND, "no \"x\""), "7", "M");
     FAIL();
   } catch (const CIMException& error) {
     EXPECT_EQ(error.getCode(), CIM_ERR_NOT_FOUND);
@@ -162,7 +162,7 @@ TEST(EncodeResponse, ErrorsAreReadBack) {
 TEST(EncodeResponse, ErrorsGetThroughWhateverTheyDescribe) {
   const String description(std::u16string(u"\x01 \xD800 \xFFFE &"));
   try {
-    Response(encodeErrorResponse("7", "M", CIM_ERR_FAILED, description), "7", "M");
+    const Response response(encodeErrorResponse("7", "M", CIM_ERR_FAILED, description), "7", "M");
     FAIL();
   } catch (const CIMException& error) {
     EXPECT_EQ(error.getDescription(), "? ? ? &");

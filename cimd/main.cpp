@@ -1,0 +1,17 @@
+#include <exception>
+#include <iostream>
+
+#include "cimd/Service.h"
+
+int main(int argc, char** argv) {
+  try {
+    cimd::Options options;
+    if (const auto status = cimd::readOptions(argc, argv, options)) {
+      return *status;
+    }
+    return cimd::serve(options);
+  } catch (const std::exception& error) {
+    std::cerr << "morvik-cimd: " << error.what() << std::endl;
+    return cimd::EXIT_RUN_TIME;
+  }
+}

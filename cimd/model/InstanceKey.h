@@ -1,0 +1,30 @@
+// What makes two instance names the same: class and keys, however they are written.
+#pragma once
+
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/CIMObjectPath.h>
+
+#include <optional>
+#include <string>
+
+#include "cimd/model/CimClass.h"
+
+namespace cimd {
+
+// Equal for names of the same instance of one namespace, whatever the order of keys, the letter
+// case of names and booleans, and the form of numbers. String values differ in letter case.
+using InstanceKey = std::u16string;
+
+// Nothing when the path cannot name an instance of the class: a key is missing, unknown or no value
+// of its property's type. Each value is read as the class has it, not as the path marks it: clients
+// send numbers as strings. A single key may be without a name. `nameSpace` is where the class is: a
+// reference that does not tell its namespace points there. Throws CIMException (INVALID_PARAMETER)
+// for a name of more than 65536 characters.
+std::optional<InstanceKey> instanceKey(const CimClass& cls, const Pegasus::CIMObjectPath& path,
+                                       const Pegasus::String& nameSpace);
+
+// The name of an instance that has all properties of the class in its order: class and keys,
+// without namespace. Throws CIMException (INVALID_PARAMETER) when a key is null.
+Pegasus::CIMObjectPath instancePath(const CimClass& cls, const Pegasus::CIMInstance& instance);
+
+}  // namespace cimd

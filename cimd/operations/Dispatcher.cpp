@@ -1,0 +1,98 @@
+#include "cimd/operations/Dispatcher.h"
+
+#include <pegasus/xml/ObjectDecoder.h>
+#include <pegasus/xml/Response.h>
+
+#include <algorithm>
+#include <array>
+#include <new>
+#include <span>
+
+#include "cimd/model/CimErrors.h"
+#include "cimd/operations/InstanceOperations.h"
+
+namespace cimd {
+
+namespace {
+
+using Pegasus::String;
+using Pegasus::xml::equalNoCase;
+using Pegasus::xml::Request;
+
+constexpr std::array<std::string_view, 6> enumerateParameters{
+    "ClassName",         "LocalOnly",          "DeepInheritance",
+    "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"};
+constexpr std::array<std::string_view, 1> className{"ClassName"};
+constexpr std::array<std::string_view, 5> getInstanceParameters{
+    "InstanceName", "LocalOnly", "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"};
+constexpr std::array<std::string_view, 2> getPropertyParameters{"InstanceName", "PropertyName"};
+constexpr std::array<std::string_view, 1> newInstance{"NewInstance"};
+constexpr std::array<std::string_view, 1> instanceName{"InstanceName"};
+
+struct Operation {
+  std::string_view name;
+  std::span<const std::string_view> parameters;
+  std::string (*run)(NameSpace& nameSpace, const Request& request);
+};
+
+constexpr std::array<Operation, 6> operations{{
+    {"EnumerateInstances", enumerateParameters, enumerateInstances},
+    {"EnumerateInstanceNames", className, enumerateInstanceNames},
+    {"GetInstance", getInstanceParameters, getInstance},
+    {"GetProperty", getPropertyParameters, getProperty},
+    {"CreateInstance", newInstance, createInstance},
+    {"DeleteInstance", instanceName, deleteInstance},
+}};
+
+void checkParameters(const Request& request, const Operation& operation) {
+  for (const std::string& given : request.parameterNames()) {
+    const bool isKnown =
+        std::any_of(operation.parameters.begin(), operation.parameters.end(),
+                    [&](std::string_view known) { return equalNoCase(known, given); });
+    if (!isKnown) {
+      throwCimError(Pegasus::CIM_ERR_INVALID_PARAMETER,
+                    "unknown parameter " + String(std::string_view(given)));
+    }
+  }
+}
+
+}  // namespace
+
+std::string Dispatcher::run(const Request& request) {
+  const auto operation = std::find_if(
+      operations.begin(), operations.end(),
+      [&](const Operation& known) { return equalNoCase(known.name, request.method()); });
+  if (!request.isIntrinsic() || operation == operations.end()) {
+    throwCimError(Pegasus::CIM_ERR_NOT_SUPPORTED, String(std::string_view(request.method())));
+  }
+  NameSpace& nameSpace = repository_.nameSpace(request.nameSpace());
+  checkParameters(request, *operation);
+  return operation->run(nameSpace, request);
+}
+
+std::string Dispatcher::answer(const Request& request) {
+  const auto refuse = [&](Pegasus::CIMStatusCode code, const String& description) {
+    return Pegasus::xml::encodeErrorResponse(request.messageId(), request.method(), code,
+                                             description);
+  };
+  try {
+    return Pegasus::xml::encodeResponse(request.messageId(), request.method(), run(request));
+  } catch (const Pegasus::CIMException& error) {
+    return refuse(error.getCode(), error.getDescription());
+  } catch (const Pegasus::XmlValidationError& error) {
+    // Something in a parameter is not what CIM-XML has there.
+    return refuse(Pegasus::CIM_ERR_INVALID_PARAMETER,
+                  describeCimError(Pegasus::CIM_ERR_INVALID_PARAMETER, error.getMessage()));
+  } catch (const Pegasus::Exception& error) {
+    return refuse(Pegasus::CIM_ERR_FAILED,
+                  describeCimError(Pegasus::CIM_ERR_FAILED, error.getMessage()));
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception& error) {
+    return refuse(
+        Pegasus::CIM_ERR_FAILED,
+        describeCimError(Pegasus::CIM_ERR_FAILED, String(std::string_view(error.what()))));
+  }
+}
+
+}  // namespace cimd

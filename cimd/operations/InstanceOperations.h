@@ -1,0 +1,23 @@
+// The operations on instances (DMTF DSP0200). Each takes the namespace that the request names and
+// the request, and returns the content of IRETURNVALUE in CIM-XML. Each throws CIMException for
+// what the standard has a code for, and XmlValidationError for a parameter of the wrong kind.
+#pragma once
+
+#include <pegasus/xml/Request.h>
+
+#include <string>
+
+#include "cimd/model/NameSpace.h"
+
+namespace cimd {
+
+// LocalOnly and IncludeQualifiers are taken and change nothing: the standard lets a server return
+// all properties of an instance, and instances have no qualifiers.
+std::string enumerateInstances(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+std::string enumerateInstanceNames(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+std::string getInstance(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+std::string getProperty(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+std::string createInstance(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+std::string deleteInstance(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+
+}  // namespace cimd

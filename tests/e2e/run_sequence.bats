@@ -1,0 +1,190 @@
+#!/usr/bin/env bats
+# The order of a run, its messages to the byte, its exit status, and which work files it leaves.
+
+# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
+source "$BATS_TEST_DIRNAME/../support/e2e.bash"
+
+setup() { enterWorkDirectory; }
+teardown() { stopServers; }
+
+fanFile() {
+    printf '"F1","FAN","","Fan"\n'
+}
+
+@test "download succeeds: nothing is written, no work file stays" {
+    startMachine
+    startFtp
+    fanFile | putOnParts 1234wpk.txt
+    runMorvik -s 127.0.0.1 -d /pc/dolmex/bp_server
+    succeeded
+    fileIs "$err" ''
+    filesAre
+    publishedNumbersAre F1
+}
+
+@test "download succeeds: the file that the user has placed is replaced, and removed after the import" {
+    startMachine
+    startFtp
+    fanFile | putOnParts 1234wpk.txt
+    printf '"OLD","FAN","","Old fan"\n' >fru.txt
+    runMorvik -s 127.0.0.1 -d /pc/dolmex/bp_server
+    succeeded
+    filesAre
+    publishedNumbersAre F1
+}
+
+@test "download fails, fru.txt is there: an empty line, the message, the import, and the file stays" {
+    startMachine
+    fanFile >fru.txt
+    runMorvik -s 127.0.0.1 -d dir
+    usedLocalCopy
+    filesAre fru.txt
+    equal "$(fanFile)" "$(cat fru.txt)" fru.txt
+    publishedNumbersAre F1
+}
+
+@test "download fails, no fru.txt: two lines, status 0, no import" {
+    startRecordedMachine
+    createAs KVA F9 KVAHalvoranFru1
+    : >"$log"
+    runMorvik -s 127.0.0.1 -d dir
+    foundNothing
+    filesAre
+    equal EnumerateInstances "$(operations)" 'the list of operations'
+    publishedNumbersAre F9
+}
+
+@test "the machine type cannot be read, no fru.txt: the same two lines, and no ftp run" {
+    startPeer
+    runRecorded -s 127.0.0.1 -d dir
+    foundNothing
+    fileIs "$commands" ''
+    filesAre
+}
+
+@test "the machine type cannot be read, fru.txt is there: it is imported" {
+    startRecordedMachine
+    fanFile >fru.txt
+    printf 'EnumerateInstances/KVAXDT_ComputerSystemDetails 1 error 5\n' >"$faults"
+    runMorvik -s 127.0.0.1 -d dir
+    usedLocalCopy
+    filesAre fru.txt
+    publishedNumbersAre F1
+}
+
+@test "no CIM server: the fixed message, status 0, fru.txt and fru.log stay" {
+    tee fru.txt fru.log >1234wpk.txt <<<untouched
+    runRecorded -s 127.0.0.1 -d dir
+    failed
+    fileIs "$err" ''
+    fileIs "$commands" ''
+    filesAre 1234wpk.txt fru.log fru.txt
+    equal untouched "$(cat fru.txt fru.log 1234wpk.txt | sort -u)" 'the text of the files'
+}
+
+@test "no CIM server: the same without any argument and without any file" {
+    runMorvik
+    failed
+    filesAre
+}
+
+@test "deletion fails after a download: the fixed message; fru.txt and fru.log stay" {
+    startRecordedMachine
+    startFtp
+    fanFile | putOnParts 1234wpk.txt
+    printf 'EnumerateInstanceNames 1 error 1\n' >"$faults"
+    runMorvik -s 127.0.0.1 -d /pc/dolmex/bp_server
+    failed
+    filesAre fru.log fru.txt
+    equal "$(fanFile)" "$(cat fru.txt)" fru.txt
+    publishedAre <<<''
+}
+
+@test "deletion fails on a local copy: both messages; fru.txt and fru.log stay" {
+    startRecordedMachine
+    fanFile >fru.txt
+    printf 'EnumerateInstanceNames 1 error 1\n' >"$faults"
+    runMorvik -s 127.0.0.1 -d dir
+    failedOnLocalCopy
+    filesAre fru.log fru.txt
+}
+
+@test "the exception's own text is never shown" {
+    startRecordedMachine
+    fanFile >fru.txt
+    printf 'EnumerateInstanceNames 1 error 1\n' >"$faults"
+    runMorvik -s 127.0.0.1 -d dir
+    run ! grep -iE 'refused|CIM_ERR|exception' "$out" "$err"
+}
+
+@test "fru.txt is removed only after a download, fru.log only when present: the exact commands" {
+    startMachine
+    fanFile >1234wpk.txt
+    runRecorded -s 127.0.0.1 -d dir
+    succeeded
+    equal 'mv -f 1234wpk.txt fru.txt
+rm -f  fru.txt
+rm -f  fru.log' "$(tail -n 3 "$commands")" 'the last commands'
+}
+
+@test "fru.log is removed when the download has failed, too; fru.txt is not" {
+    startMachine
+    fanFile >fru.txt
+    runRecorded -s 127.0.0.1 -d dir
+    usedLocalCopy
+    equal 'rm -f  fruscript.scr
+rm -f  fru.log' "$(tail -n 2 "$commands")" 'the last commands'
+}
+
+@test "fru.log is not removed by a command when it is not there" {
+    startRecordedMachine
+    printf 'EnumerateInstances/KVAXDT_ComputerSystemDetails 1 error 5\n' >"$faults"
+    fanFile >fru.txt
+    runRecorded -s 127.0.0.1 -d dir
+    usedLocalCopy
+    fileIs "$commands" ''
+}
+
+@test "a fru.log from before is removed by a run without a download" {
+    startPeer
+    echo old >fru.log
+    runRecorded -s 127.0.0.1 -d dir
+    foundNothing
+    fileIs "$commands" 'rm -f  fru.log\n'
+    filesAre
+}
+
+@test "fru.txt vanishes after the download: the import's messages, status 0" {
+    startMachine
+    startFtp
+    fanFile | putOnParts 1234wpk.txt
+    # The move is a shell command whose outcome is not looked at; this one moves nothing.
+    mkdir bin
+    printf '#!/bin/sh\n' >bin/mv
+    chmod +x bin/mv
+    PATH=$PWD/bin:$PATH runMorvik -s 127.0.0.1 -d /pc/dolmex/bp_server
+    said "$couldNotOpen"
+    filesAre 1234wpk.txt bin bin/mv
+    publishedAre <<<''
+}
+
+@test "nothing can be written to standard output: status 0 all the same" {
+    startMachine
+    status=0
+    "$morvik" -s 127.0.0.1 -d dir >/dev/full 2>"$BATS_TEST_TMPDIR/err" || status=$?
+    equal 0 "$status" status
+}
+
+@test "a second run from the same directory ends like the first" {
+    startMachine
+    startFtp
+    fanFile | putOnParts 1234wpk.txt
+    runMorvik -s 127.0.0.1 -d /pc/dolmex/bp_server
+    succeeded
+    local first
+    first=$(published)
+    runMorvik -s 127.0.0.1 -d /pc/dolmex/bp_server
+    succeeded
+    filesAre
+    equal "$first" "$(published)" 'the set of published instances'
+}

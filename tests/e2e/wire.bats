@@ -1,0 +1,186 @@
+#!/usr/bin/env bats
+# The requests that reach the CIM server: which operations, in which order, with which arguments, and
+# their HTTP form.
+
+# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
+source "$BATS_TEST_DIRNAME/../support/e2e.bash"
+
+setup() { enterWorkDirectory; }
+teardown() { stopServers; }
+
+requestsAre() {
+    equal "$(cat)" "$(cat "$log")" 'the list of requests'
+}
+
+defaults='DeepInheritance=true LocalOnly=true IncludeQualifiers=false IncludeClassOrigin=false'
+
+properties() { # FRU-NUMBER NAME DESCRIPTION NUMBER
+    printf '{FRUNumber:string="%s" Name:string="%s" Description:string="%s" ' "$1" "$2" "$3"
+    printf 'IdentifyingNumber:string="%s" Vendor:string="KVA" RevisionLevel:string="1.0"}' "$4"
+}
+
+runOnAllCategories() {
+    startPeer --machine "$project/tests/data/fru/machine.json" "$@"
+    cat >fru.txt <<'END'
+# a comment
+"P1","PROCESSOR","SPEED=2400","fits"
+"P2","PROCESSOR","SPEED=1800","does not fit"
+"M1","MEMORY","SIZE=256","does not fit"
+"M2","MEMORY","SIZE=512","fits"
+"K1","KEYBOARD","LANGUAGE=en","fits"
+"K2","KEYBOARD","LANGUAGE=de","does not fit"
+"A1","PLANAR","","first"
+"A2","PLANAR","","second"
+"F1","FAN","","fan"
+END
+    LANG=en_US runMorvik -s 127.0.0.1 -d dir
+    usedLocalCopy
+}
+
+@test "operations, their order, and every argument; all on one connection" {
+    runOnAllCategories
+    requestsAre <<END
+1 EnumerateInstances root/kvasd ClassName=KVAXDT_ComputerSystemDetails $defaults
+1 EnumerateInstanceNames root/kvasd ClassName=KVAXDT_FRU
+1 GetProperty root/kvasd InstanceName=KVAXDT_FRU.FRUNumber="A1",IdentifyingNumber="KVAHalvoranFru1",Vendor="KVA" PropertyName=IdentifyingNumber
+1 DeleteInstance root/kvasd InstanceName=KVAXDT_FRU.FRUNumber="A1",IdentifyingNumber="KVAHalvoranFru1",Vendor="KVA"
+1 GetProperty root/kvasd InstanceName=KVAXDT_FRU.FRUNumber="B1",IdentifyingNumber="1",Vendor="Other" PropertyName=IdentifyingNumber
+1 EnumerateInstances root/kvasd ClassName=KVAXDT_Processor $defaults
+1 CreateInstance root/kvasd NewInstance=KVAXDT_FRU$(properties P1 PROCESSOR fits KVAHalvoranFru1)
+1 EnumerateInstances root/kvasd ClassName=KVAXDT_Processor $defaults
+1 EnumerateInstances root/kvasd ClassName=KVAXDT_PhysicalMemory $defaults
+1 EnumerateInstances root/kvasd ClassName=KVAXDT_PhysicalMemory $defaults
+1 CreateInstance root/kvasd NewInstance=KVAXDT_FRU$(properties M2 MEMORY fits KVAHalvoranFru1)
+1 CreateInstance root/kvasd NewInstance=KVAXDT_FRU$(properties K1 KEYBOARD fits KVAHalvoranFru1)
+1 CreateInstance root/kvasd NewInstance=KVAXDT_FRU$(properties A1 PLANAR first KVAHalvoranFru1)
+1 CreateInstance root/kvasd NewInstance=KVAXDT_FRU$(properties F1 FAN fan KVAHalvoranFru1)
+END
+    fileIs "$accepted" 'connection\n'
+}
+
+@test "nothing is remembered: one fresh enumeration for each line that is put to a question" {
+    startPeer --machine "$project/tests/data/fru/machine.json"
+    local i
+    for i in 1 2 3 4 5; do
+        printf '"P%d","PROCESSOR","SPEED=2400","x"\n"M%d","MEMORY","SIZE=512","x"\n' "$i" "$i"
+    done >fru.txt
+    printf '"X","PROCESSOR","","no token"\n"X","MEMORY","","no token"\n' >>fru.txt
+    runMorvik -s 127.0.0.1 -d dir
+    usedLocalCopy
+    equal 6 "$(grep -c KVAXDT_Processor "$log")" 'enumerations of processors'
+    equal 6 "$(grep -c KVAXDT_PhysicalMemory "$log")" 'enumerations of memory'
+    equal 10 "$(grep -c CreateInstance "$log")" creations
+}
+
+@test "an empty file: the deletion step alone" {
+    startPeer --machine "$project/tests/data/fru/machine.json"
+    : >fru.txt
+    runMorvik -s 127.0.0.1 -d dir
+    usedLocalCopy
+    equal 'EnumerateInstances
+EnumerateInstanceNames
+GetProperty
+DeleteInstance
+GetProperty' "$(operations)" operations
+}
+
+@test "no file: the machine type alone" {
+    startPeer --machine "$project/tests/data/fru/machine.json"
+    runMorvik -s 127.0.0.1 -d dir
+    foundNothing
+    equal EnumerateInstances "$(operations)" operations
+}
+
+@test "keys with special characters go back as they came" {
+    startRecordedMachine
+    createAs KVA "A\"1\"\\" KVAHalvoranFru1
+    : >"$log"
+    : >fru.txt
+    runMorvik -s 127.0.0.1 -d dir
+    usedLocalCopy
+    grep -qF 'DeleteInstance root/kvasd InstanceName=KVAXDT_FRU.FRUNumber="A"1"\",' "$log"
+    publishedNumbersAre
+}
+
+# --- the HTTP form ---
+
+# Prints the headers of request NUMBER, names in lower case, sorted.
+headers() { # NUMBER
+    sed '1d; /^\r$/,$d; s/\r$//' "$raw/$1.http" | sed -E 's/^[^:]*/\L&/' | LC_ALL=C sort
+}
+
+hasHeader() { # NUMBER HEADER
+    headers "$1" | grep -qixF -- "$2" && return
+    printf 'no header "%s", but:\n' "$2" >&2
+    headers "$1" >&2
+    return 1
+}
+
+runRaw() {
+    raw=$BATS_TEST_TMPDIR/raw
+    mkdir "$raw"
+    runOnAllCategories --raw "$raw"
+}
+
+@test "the request line" {
+    runRaw
+    local file
+    for file in "$raw"/*.http; do
+        equal $'POST /cimom HTTP/1.1\r' "$(head -n 1 "$file")" "the request line of $file"
+    done
+}
+
+@test "the headers of CIM operations over HTTP" {
+    runRaw
+    hasHeader 001 'host: 127.0.0.1:5988'
+    hasHeader 001 'content-type: application/xml; charset="utf-8"'
+    hasHeader 001 'cimoperation: MethodCall'
+    hasHeader 001 'cimprotocolversion: 1.0'
+    hasHeader 001 'cimmethod: EnumerateInstances'
+    hasHeader 001 'cimobject: root%2Fkvasd'
+    hasHeader 002 'cimmethod: EnumerateInstanceNames'
+    hasHeader 003 'cimmethod: GetProperty'
+    hasHeader 004 'cimmethod: DeleteInstance'
+    hasHeader 007 'cimmethod: CreateInstance'
+}
+
+@test "every request states its length, and nothing that servers refuse" {
+    runRaw
+    local file number
+    for file in "$raw"/*.http; do
+        number=$(basename "$file" .http)
+        hasHeader "$number" "content-length: $(sed '1,/^\r$/d' "$file" | wc -c)"
+        run ! grep -E '^(te|expect|transfer-encoding|authorization|trailer|connection: close)' <<<"$(headers "$number")"
+    done
+}
+
+@test "every request has a message ID of its own" {
+    runRaw
+    local ids
+    ids=$(grep -ho 'MESSAGE ID="[^"]*"' "$raw"/*.http)
+    equal "$(sort <<<"$ids")" "$(sort -u <<<"$ids")" 'the list of message IDs'
+    equal 14 "$(wc -l <<<"$ids")" 'the number of requests'
+}
+
+@test "requests are well-formed XML in UTF-8, with an XML declaration" {
+    runRaw
+    local file
+    for file in "$raw"/*.http; do
+        sed '1,/^\r$/d' "$file" >body.xml
+        head -c 5 body.xml | grep -qF '<?xml'
+        "$python" -c 'import sys, xml.dom.minidom; xml.dom.minidom.parse("body.xml")'
+    done
+}
+
+@test "text goes out as UTF-8, without references for characters past ASCII" {
+    raw=$BATS_TEST_TMPDIR/raw
+    mkdir "$raw"
+    startPeer --machine "$project/tests/data/fru/machine.json" --raw "$raw"
+    printf '"F1","FAN","","caf\xe9 \xa3 & < > '"'"' \t\r."\n' >fru.txt
+    runMorvik -s 127.0.0.1 -d dir
+    usedLocalCopy
+    grep -qF 'café £ &amp; &lt; ' "$raw/006.http"
+    # A bare carriage return would arrive as a line feed.
+    grep -qE '&#(13|x0*[dD]);\.' "$raw/006.http"
+    run ! grep -qE '&#(x0*[eE]9|233|163);' "$raw/006.http"
+}

@@ -1,0 +1,125 @@
+#!/usr/bin/python3
+"""Sends what no CIM client should send to the CIM server on 127.0.0.1:5988.
+
+bad_requests.py statuses    each bad request once: "NAME STATUS ERROR", with the HTTP status of the
+                            answer ("none" without one) and its CIMError header, if any
+bad_requests.py prefixes    every prefix of a good request
+bad_requests.py damages     a good request with one byte at a time replaced
+bad_requests.py unfinished COUNT   opens that many connections with half a request, closes them all
+"""
+
+import socket
+import sys
+
+import cim_client
+import cim_xml
+
+METHOD = "EnumerateInstanceNames"
+NAMESPACE = "root/kvasd"
+GOOD_BODY = cim_xml.request_message(
+    METHOD, NAMESPACE, [("ClassName", '<CLASSNAME NAME="KVAXDT_FRU"/>')]
+)
+GOOD = cim_xml.http_request(METHOD, NAMESPACE, GOOD_BODY)
+
+
+def without(header):
+    lines = GOOD.split(b"\r\n")
+    return b"\r\n".join(line for line in lines if not line.startswith(header + b":"))
+
+
+def with_body(body):
+    return cim_xml.http_request(METHOD, NAMESPACE, body)
+
+
+def replaced(old, new):
+    assert old in GOOD
+    return GOOD.replace(old, new)
+
+
+def in_body(old, new):
+    assert old in GOOD_BODY
+    return with_body(GOOD_BODY.replace(old, new))
+
+
+MULTIPLYING = (
+    b'<!DOCTYPE CIM [<!ENTITY a "aaaaaaaaaa"><!ENTITY b "&a;&a;&a;&a;&a;&a;&a;&a;">'
+    b'<!ENTITY c "&b;&b;&b;&b;&b;&b;&b;&b;">]><CIM '
+)
+
+TOWER = b"<A>" * 100000 + b"</A>" * 100000
+
+BAD = {
+    "nothing": b"",
+    "not-http": b"hello\r\n\r\n",
+    "binary": bytes(range(256)) * 10,
+    "get": b"GET / HTTP/1.1\r\nHost: localhost\r\n\r\n",
+    "no-host": without(b"Host"),
+    "no-operation": without(b"CIMOperation"),
+    "no-method": without(b"CIMMethod"),
+    "no-object": without(b"CIMObject"),
+    "other-operation": replaced(b"CIMOperation: MethodCall", b"CIMOperation: Other"),
+    "other-method": replaced(b"CIMMethod: Enum", b"CIMMethod: XEnum"),
+    "other-object": replaced(b"root%2Fkvasd", b"root%2Fother"),
+    "batch": replaced(b"CIMOperation: MethodCall", b"CIMOperation: MethodCall\r\nCIMBatch: "),
+    "negative-length": replaced(f"Length: {len(GOOD_BODY)}".encode(), b"Length: -1"),
+    "length-no-number": replaced(f"Length: {len(GOOD_BODY)}".encode(), b"Length: x"),
+    "too-long": replaced(f"Length: {len(GOOD_BODY)}".encode(), b"Length: 99999999999"),
+    "long-headers": replaced(b"Host:", b"X: " + b"x" * 100000 + b"\r\nHost:"),
+    "empty-body": with_body(b""),
+    "not-xml": with_body(b"hello"),
+    "not-well-formed": with_body(b"<CIM><oo>"),
+    "other-document": with_body(b'<?xml version="1.0"?><html/>'),
+    "bad-utf8": in_body(b"KVAXDT_FRU", b"KVAXDT_\xff\xfe"),
+    "document-type": in_body(b"<CIM ", MULTIPLYING),
+    "deep": with_body(TOWER),
+    "deep-within": in_body(b"</IMETHODCALL>", TOWER + b"</IMETHODCALL>"),
+    "cim-version": in_body(b'CIMVERSION="2.0"', b'CIMVERSION="9.0"'),
+    "dtd-version": in_body(b'DTDVERSION="2.0"', b'DTDVERSION="9.0"'),
+    "protocol-version": in_body(b'PROTOCOLVERSION="1.0"', b'PROTOCOLVERSION="9.0"'),
+}
+
+
+def status_of(answer):
+    lines = answer.decode("latin-1").split("\r\n")
+    words = lines[0].split(" ")
+    status = words[1] if words[0].startswith("HTTP/") and len(words) > 1 else "none"
+    errors = [line[9:].strip() for line in lines if line.lower().startswith("cimerror:")]
+    return " ".join([status, *errors])
+
+
+def print_statuses():
+    for name, request in BAD.items():
+        print(name, status_of(cim_client.send(request)))
+
+
+def send_prefixes():
+    for length in range(len(GOOD)):
+        cim_client.send(GOOD[:length])
+
+
+def send_damages():
+    for position in range(len(GOOD)):
+        cim_client.send(GOOD[:position] + b"\xff" + GOOD[position + 1 :])
+
+
+def leave_unfinished(count):
+    clients = []
+    for _ in range(int(count)):
+        client = socket.create_connection(cim_client.ADDRESS)
+        client.sendall(GOOD[: len(GOOD) // 2])
+        clients.append(client)
+    for client in clients:
+        client.close()
+
+
+COMMANDS = {
+    "statuses": print_statuses,
+    "prefixes": send_prefixes,
+    "damages": send_damages,
+    "unfinished": leave_unfinished,
+}
+
+if __name__ == "__main__":
+    if len(sys.argv) < 2 or sys.argv[1] not in COMMANDS:
+        sys.exit(__doc__)
+    COMMANDS[sys.argv[1]](*sys.argv[2:])

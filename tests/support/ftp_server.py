@@ -1,0 +1,83 @@
+#!/usr/bin/python3
+"""A small anonymous, read-only FTP server on the loopback interface, for tests and the demo.
+
+Prints "ready" on standard output once it listens. Ends with status 0 on SIGTERM or SIGINT, and with
+status 124 when its time is up, so that a forgotten server does not stay.
+"""
+
+import argparse
+import os
+import signal
+import sys
+import warnings
+
+# pyftpdlib 1.5 stands on modules that Python calls deprecated; users can do nothing about it.
+warnings.filterwarnings("ignore", category=DeprecationWarning)
+
+try:
+    from pyftpdlib.authorizers import DummyAuthorizer
+    from pyftpdlib.handlers import FTPHandler
+    from pyftpdlib.log import config_logging
+    from pyftpdlib.servers import FTPServer
+except ImportError as error:
+    sys.exit(f"ftp_server.py: {error} (package python3-pyftpdlib)")
+
+ADDRESS = "127.0.0.1"
+
+
+def parse_arguments():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--port", type=int, default=21, help="port on 127.0.0.1 (default 21)")
+    parser.add_argument("--root", required=True, help="directory to serve")
+    parser.add_argument("--refuse-login", action="store_true", help="refuse every login")
+    parser.add_argument("--log", help="file to append the received commands to, one a line")
+    parser.add_argument(
+        "--max-seconds", type=float, default=600, help="end after this time (default 600)"
+    )
+    arguments = parser.parse_args()
+    if not os.path.isdir(arguments.root):
+        parser.error(f"{arguments.root} is not a directory")
+    return arguments
+
+
+def make_handler(arguments):
+    """A handler class of its own for this server: pyftpdlib keeps its settings in the class."""
+    log = open(arguments.log, "a", buffering=1, encoding="utf-8") if arguments.log else None
+
+    class Handler(FTPHandler):
+        banner = "parts server"
+        auth_failed_timeout = 0  # the real delay after a refused login only makes tests slow
+
+        def pre_process_command(self, line, cmd, arg):
+            if log:
+                log.write(line + "\n")
+            super().pre_process_command(line, cmd, arg)
+
+    Handler.authorizer = DummyAuthorizer()
+    if not arguments.refuse_login:
+        Handler.authorizer.add_anonymous(arguments.root, perm="elr")
+    return Handler
+
+
+def main():
+    arguments = parse_arguments()
+    config_logging(level="ERROR")
+    try:
+        server = FTPServer((ADDRESS, arguments.port), make_handler(arguments))
+    except OSError as error:
+        sys.exit(f"ftp_server.py: {ADDRESS} port {arguments.port}: {error}")
+
+    def end(status):
+        server.close_all()
+        os._exit(status)  # out of whatever the loop is doing; nothing is left to be written
+
+    signal.signal(signal.SIGTERM, lambda *_: end(0))
+    signal.signal(signal.SIGINT, lambda *_: end(0))
+    signal.signal(signal.SIGALRM, lambda *_: end(124))
+    signal.setitimer(signal.ITIMER_REAL, arguments.max_seconds)
+    print("ready", flush=True)
+    server.serve_forever(handle_exit=False)
+
+
+if __name__ == "__main__":
+    main()

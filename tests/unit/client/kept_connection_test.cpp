@@ -1,0 +1,209 @@
+// When a connection is kept, dropped and opened again.
+#include <Pegasus/Client/CIMClient.h>
+#include <gtest/gtest.h>
+
+#include <future>
+#include <optional>
+
+#include "answers.h"
+#include "scripted_server.h"
+
+namespace Pegasus {
+namespace {
+
+const ScriptedServer::Script answerOnce = [](Peer& peer) {
+  peer.answer(propertyAnswer("x"));
+  peer.awaitClose();
+};
+
+class KeptConnection : public testing::Test {
+ protected:
+  // A client that is connected to a server with these scripts.
+  void start(std::vector<ScriptedServer::Script> scripts) {
+    server.emplace(std::move(scripts));
+    client.connect(server->address(), "", "");
+  }
+  void expectServed(std::size_t connections, std::size_t requests) {
+    EXPECT_EQ(server->connections(), connections);
+    EXPECT_EQ(server->requests().size(), requests);
+    EXPECT_EQ(server->problems(), "");
+  }
+
+  std::optional<ScriptedServer> server;
+  CIMClient client{20'000};
+};
+
+TEST_F(KeptConnection, ServesAllOperations) {
+  start({[](Peer& peer) {
+    for (int i = 0; i < 100; i++) {
+      peer.answer(propertyAnswer(std::to_string(i)));
+    }
+    peer.awaitClose();
+  }});
+  for (int i = 0; i < 100; i++) {
+    EXPECT_EQ(askProperty(client), std::to_string(i));
+  }
+  expectServed(1, 100);
+}
+
+TEST_F(KeptConnection, OutlastsRefusals) {
+  start({[](Peer& peer) {
+    peer.answer(recordedAnswer("10-get-property-no-such-property"));
+    peer.answer(httpAnswer("", "CIMOperation: MethodResponse\r\nCIMStatusCode: 6\r\n"));
+    peer.answer(propertyAnswer("x"));
+  }});
+  EXPECT_THROW(askProperty(client), CIMException);
+  EXPECT_THROW(askProperty(client), CIMException);
+  EXPECT_EQ(askProperty(client), "x");
+  expectServed(1, 3);
+}
+
+TEST_F(KeptConnection, ClosedWhileIdleIsOpenedAgain) {
+  start({[](Peer& peer) { peer.answer(propertyAnswer("x")); }, answerOnce});
+  EXPECT_EQ(askProperty(client), "x");
+  server->awaitClosed(1);
+  EXPECT_EQ(askProperty(client), "x");
+  expectServed(2, 2);
+}
+
+TEST_F(KeptConnection, ResetWhileIdleIsOpenedAgain) {
+  start({[](Peer& peer) {
+           peer.answer(propertyAnswer("x"));
+           peer.resetAtEnd();
+         },
+         answerOnce});
+  EXPECT_EQ(askProperty(client), "x");
+  server->awaitClosed(1);
+  EXPECT_EQ(askProperty(client), "x");
+  expectServed(2, 2);
+}
+
+TEST_F(KeptConnection, ClosedRightAfterConnectIsOpenedAgain) {
+  start({[](Peer&) {}, answerOnce});
+  server->awaitClosed(1);
+  EXPECT_EQ(askProperty(client), "x");
+  expectServed(2, 1);
+}
+
+TEST_F(KeptConnection, WithoutServerAnyMoreCannotBeOpenedAgain) {
+  start({[](Peer&) {}});
+  server->awaitClosed(1);
+  server.reset();
+  for (int i = 0; i < 2; i++) {
+    EXPECT_THROW(askProperty(client), CannotConnectException);
+  }
+  EXPECT_THROW(client.connect("127.0.0.1:5988", "", ""), AlreadyConnectedException);
+}
+
+TEST_F(KeptConnection, ClosedInsteadOfAnAnswerIsAnErrorAndTheRequestIsNotSentAgain) {
+  start({[](Peer& peer) { peer.readRequest(); }, answerOnce});
+  EXPECT_THROW(client.createInstance("root/kvasd", CIMInstance{String("KVAXDT_FRU")}),
+               CIMClientMalformedHTTPException);
+  expectServed(1, 1);
+}
+
+TEST_F(KeptConnection, ResetInsteadOfAnAnswerIsAnErrorAndTheRequestIsNotSentAgain) {
+  start({[](Peer& peer) {
+           peer.readRequest();
+           peer.resetAtEnd();
+         },
+         answerOnce});
+  EXPECT_THROW(askProperty(client), CIMClientMalformedHTTPException);
+  expectServed(1, 1);
+}
+
+// The end of the server's sending and the reset that follows would be a signal to a careless
+// sender.
+TEST_F(KeptConnection, BrokenWhileSendingIsAnErrorAndNoSignal) {
+  start({[](Peer& peer) {
+           peer.readBytes(1);
+           peer.endSending();
+         },
+         answerOnce});
+  const std::string large(32U << 20, 'x');
+  const CIMObjectPath name(String(), String(), String(std::string_view(large)));
+  EXPECT_THROW(client.deleteInstance("root/kvasd", name), CIMClientMalformedHTTPException);
+  server->awaitClosed(1);
+  EXPECT_EQ(askProperty(client), "x");
+  expectServed(2, 1);
+}
+
+TEST_F(KeptConnection, IsClosedWhenTheServerSaysSo) {
+  const std::string body = propertyBody("x");
+  const std::string fields = "CIMOperation: MethodResponse\r\n";
+  std::string oldAnswer = httpAnswer(body, fields);
+  oldAnswer.replace(0, 8, "HTTP/1.0");
+  const auto closing = [&](const std::string& answer) {
+    return [answer](Peer& peer) {
+      peer.answer(answer);
+      peer.awaitClose();
+    };
+  };
+  start({closing(httpAnswer(body, fields + "Connection: close\r\n")), closing(oldAnswer),
+         [&](Peer& peer) {
+           peer.answer("HTTP/1.1 200 OK\r\n" + fields + "\r\n" + body);  // until the end
+         },
+         answerOnce});
+  for (std::size_t i = 1; i <= 3; i++) {
+    EXPECT_EQ(askProperty(client), "x");
+    server->awaitClosed(i);  // by the client: the server waits for it
+  }
+  EXPECT_EQ(askProperty(client), "x");
+  expectServed(4, 4);
+}
+
+TEST_F(KeptConnection, BytesBehindAnAnswerAreNotTheNextAnswer) {
+  const std::string second = propertyAnswer("smuggled");
+  start({[&](Peer& peer) {
+           peer.answer(propertyAnswer("x") + second);
+           peer.awaitClose();
+         },
+         answerOnce});
+  EXPECT_EQ(askProperty(client), "x");
+  EXPECT_EQ(askProperty(client), "x");
+  expectServed(2, 2);
+}
+
+TEST_F(KeptConnection, UnaskedBytesAreNotTheNextAnswer) {
+  std::promise<void> answered;
+  std::promise<void> sent;
+  start({[&](Peer& peer) {
+           peer.answer(propertyAnswer("x"));
+           answered.get_future().wait();
+           peer.send("HTTP/1.1 408 Request Timeout\r\nContent-Length: 0\r\n\r\n");
+           sent.set_value();
+           peer.awaitClose();
+         },
+         answerOnce});
+  EXPECT_EQ(askProperty(client), "x");
+  answered.set_value();
+  sent.get_future().wait();
+  EXPECT_EQ(askProperty(client), "x");
+  expectServed(2, 2);
+}
+
+TEST_F(KeptConnection, IsDroppedAfterAnAnswerThatIsNone) {
+  const std::vector<std::string> answers = {
+      httpAnswer("<CIM"), httpAnswer("<html/>"),
+      httpAnswer("<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\"/></CIM>"),
+      // Well-formed, but with a result that cannot be read.
+      httpAnswer(propertyBody("x</VALUE><VALUE>y")), httpAnswer("", "", "500 Internal Error")};
+  std::vector<ScriptedServer::Script> scripts;
+  for (const std::string& answer : answers) {
+    scripts.push_back([answer](Peer& peer) {
+      peer.answer(answer);
+      peer.awaitClose();
+    });
+  }
+  scripts.push_back(answerOnce);
+  start(scripts);
+  for (std::size_t i = 1; i <= answers.size(); i++) {
+    EXPECT_THROW(askProperty(client), Exception);
+    server->awaitClosed(i);
+  }
+  EXPECT_EQ(askProperty(client), "x");
+  expectServed(answers.size() + 1, answers.size() + 1);
+}
+
+}  // namespace
+}  // namespace Pegasus
