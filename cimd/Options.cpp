@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <boost/asio/ip/address.hpp>
 #include <charconv>
+#include <iostream>
 
 namespace cimd {
 
@@ -55,7 +56,7 @@ std::optional<ExitStatus> readOptions(int argc, const char* const* argv, Options
   CLI::App app{description, "morvik-cimd"};
   app.footer(footer);
   app.set_version_flag("--version", "morvik-cimd " MORVIK_VERSION);
-  app.set_help_flag("--help,-h", "Print this help and exit");
+  app.set_help_flag("--help", "Print this help and exit");
   std::string listen;
   app.add_option("--listen", listen,
                  "Loopback address and port to listen on (default: 127.0.0.1:5988)")
@@ -66,7 +67,12 @@ std::optional<ExitStatus> readOptions(int argc, const char* const* argv, Options
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? EXIT_OK : EXIT_USAGE;
+    if (error.get_exit_code() == 0) {  // help and version come this way too
+      app.exit(error);
+      return EXIT_OK;
+    }
+    std::cerr << "morvik-cimd: " << error.what() << "\nTry 'morvik-cimd --help'." << std::endl;
+    return EXIT_USAGE;
   }
   if (!listen.empty()) {
     parseListenAddress(listen, options.address, options.port);

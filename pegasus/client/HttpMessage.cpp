@@ -2,9 +2,17 @@
 
 #include <Pegasus/Common/Exception.h>
 
+// GCC takes boost::optional for uninitialized in code that it inlines from there.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/optional.hpp>
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
 
 #include <charconv>
 #include <stdexcept>
@@ -158,8 +166,9 @@ struct HttpAnswer::Parser {
     unparsed.consume(used);
     headerSize += isHeader ? used : 0;
     // The library's own limit is for one field at a time, and it has none for chunk extensions and
-    // trailers, which wait here until they are complete.
-    if (headerSize > maxHeaderSize || (error && unparsed.size() > maxHeaderSize)) {
+    // trailers. All of them wait here until they are complete.
+    const std::size_t waiting = error == http::error::need_more ? unparsed.size() : 0;
+    if (headerSize + waiting > maxHeaderSize) {
       error = http::error::header_limit;
     }
     if (error && error != http::error::need_more) {

@@ -168,12 +168,11 @@ void appendProperty(std::string& out, const CIMProperty& property) {
   const char* const element = propertyElement(property);
   out.append("<").append(element);
   appendPropertyAttributes(out, property);
-  if (property.getValue().isNull()) {
-    out += "/>";
-    return;
-  }
+  // A null value gets both tags, too: some clients do not understand an empty-element tag here.
   out += '>';
-  appendValue(out, property.getValue());
+  if (!property.getValue().isNull()) {
+    appendValue(out, property.getValue());
+  }
   out.append("</").append(element).append(">");
 }
 

@@ -201,12 +201,14 @@ RETR 1234wpk.txt' "$(grep '^RETR' "$ftpLog")" 'the list of transfers'
     foundNothing
 }
 
-@test "no directory given: the file is looked for where the login starts" {
+@test "no directory given: the client takes the next line of the script for it, and fetches nothing" {
     startFtp
+    fanFile | putOnParts 1234wpk.txt
     fanFile >"$parts/1234wpk.txt"
     download -s 127.0.0.1
-    succeeded
-    publishedNumbersAre F1
+    foundNothing
+    grep -q '^CWD get' "$ftpLog"
+    run ! grep -q '^RETR' "$ftpLog"
 }
 
 @test "values of 200 and of 5000 characters: nothing is fetched, nothing crashes" {
@@ -214,7 +216,7 @@ RETR 1234wpk.txt' "$(grep '^RETR' "$ftpLog")" 'the list of transfers'
     fanFile | putOnParts 1234wpk.txt
     local length long
     for length in 52 53 54 55 200 5000; do
-        long=$(printf "%0${length}d" 0)
+        long=$(printf "%0${length}d" 0 | tr 0 x) # digits alone would be an address
         download -s "$long" -d "$bpServer"
         foundNothing
         download -s 127.0.0.1 -d "/$long"

@@ -104,6 +104,14 @@ END
     selectsWith KVAXDT_Processor "[[[\"CurrentClockSpeed\", \"uint32\", [\"2400\"]]], $good]"
 }
 
+@test "SPEED: a null value is an empty text, and no failure" {
+    printf '"%s","PROCESSOR","SPEED=%s","x"\n' EMPTY '' ZERO 0 2400 2400 >fru.txt
+    local null='[["CurrentClockSpeed", "uint32", null]]'
+    local good='[["CurrentClockSpeed", "uint32", "2400"]]'
+    selectsWith KVAXDT_Processor "[$null]" EMPTY
+    selectsWith KVAXDT_Processor "[$null, $good]" 2400 EMPTY
+}
+
 @test "SPEED: the property may stand first, and in any letter case" {
     entries PROCESSOR SPEED 2400 >fru.txt
     selectsWith KVAXDT_Processor '[[["currentclockspeed", "uint32", "2400"], ["DeviceID", "string", "0"]]]' 2400

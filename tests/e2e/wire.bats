@@ -102,6 +102,28 @@ GetProperty' "$(operations)" operations
     publishedNumbersAre
 }
 
+@test "names with keys of every type go back as they came" {
+    local names reference number
+    reference='<VALUE.REFERENCE><INSTANCENAME CLASSNAME="CIM_Rack"><KEYBINDING NAME="Tag"><KEYVALUE VALUETYPE="string">a b</KEYVALUE></KEYBINDING></INSTANCENAME></VALUE.REFERENCE>'
+    names=(
+        '<INSTANCENAME CLASSNAME="kvaxdt_fru"><KEYBINDING NAME="b"><KEYVALUE VALUETYPE="boolean">TRUE</KEYVALUE></KEYBINDING><KEYBINDING NAME="n"><KEYVALUE VALUETYPE="numeric">-7</KEYVALUE></KEYBINDING></INSTANCENAME>'
+        '<INSTANCENAME CLASSNAME="KVAXDT_SubFRU"><KEYBINDING NAME="s"><KEYVALUE VALUETYPE="string"> &lt;é&gt; &amp; </KEYVALUE></KEYBINDING></INSTANCENAME>'
+        "<INSTANCENAME CLASSNAME=\"KVAXDT_FRU\"><KEYBINDING NAME=\"r\">$reference</KEYBINDING></INSTANCENAME>"
+    )
+    printf '{"names": "%s"}' "${names[*]//\"/\\\"}" >"$BATS_TEST_TMPDIR/machine.json"
+    raw=$BATS_TEST_TMPDIR/raw
+    mkdir "$raw"
+    startPeer --machine "$BATS_TEST_TMPDIR/machine.json" --raw "$raw"
+    : >fru.txt
+    runMorvik -s 127.0.0.1 -d dir
+    usedLocalCopy
+    # After the system and the names: a question and a deletion for each.
+    for number in 0 1 2; do
+        grep -qF "NAME=\"InstanceName\">${names[number]}</IPARAMVALUE>" "$raw/00$((3 + 2 * number)).http"
+        grep -qF "NAME=\"InstanceName\">${names[number]}</IPARAMVALUE>" "$raw/00$((4 + 2 * number)).http"
+    done
+}
+
 # --- the HTTP form ---
 
 # Prints the headers of request NUMBER, names in lower case, sorted.

@@ -233,7 +233,7 @@ def error(client, request, answer, detail):
     body = (
         '<?xml version="1.0" encoding="utf-8" ?><CIM CIMVERSION="2.0" DTDVERSION="2.0">'
         f'<MESSAGE ID="{request.message_id}" PROTOCOLVERSION="1.0"><SIMPLERSP>{name}'
-        f'<ERROR CODE="{detail or 1}" DESCRIPTION="refused"/>'
+        f'<ERROR CODE="{detail or 1}" DESCRIPTION="deliberate"/>'
         "</IMETHODRESPONSE></SIMPLERSP></MESSAGE></CIM>"
     )
     send_well(client, body.encode())

@@ -8,7 +8,8 @@ Prints "ready" on standard output once it listens on 127.0.0.1. Ends on SIGTERM.
                  [name, type, value]; value is a text, null, or a list of texts (an array).
                  Enumerations of these classes are answered from it. Without --upstream the
                  instances of KVAXDT_FRU are the published ones; creations and deletions are
-                 answered but change nothing.
+                 answered but change nothing. With "names": "<INSTANCENAME ...>..." these are the
+                 names of all published instances, and each is one of morvik's own.
 --upstream PORT  everything else goes to the server on this port of 127.0.0.1.
 --log FILE       one line for each request: number of the connection, operation, namespace, and
                  every argument with its value.
@@ -68,6 +69,8 @@ class CannedMachine:
                 )
             )
         if request.operation == "EnumerateInstanceNames":
+            if "names" in self.classes:
+                return cim_xml.returned(self.classes["names"])
             names = (self.name(class_name, properties) for properties in instances or [])
             return cim_xml.returned("".join(names))
         if request.operation == "GetProperty":
@@ -88,6 +91,8 @@ class CannedMachine:
         return cim_xml.name_element(class_name, [(key, values[key]) for key in cim_xml.FRU_KEYS])
 
     def property(self, request):
+        if "names" in self.classes:
+            return cim_xml.returned("<VALUE>KVAHalvoranFru1</VALUE>")
         wanted = cim_xml.describe_value(request.parameter("InstanceName"))
         property_name = cim_xml.describe_value(request.parameter("PropertyName"))
         for properties in self.classes.get(request.class_name(), []):

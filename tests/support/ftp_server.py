@@ -37,6 +37,8 @@ def parse_arguments():
     arguments = parser.parse_args()
     if not os.path.isdir(arguments.root):
         parser.error(f"{arguments.root} is not a directory")
+    if arguments.max_seconds <= 0:
+        parser.error("--max-seconds must be more than 0")
     return arguments
 
 

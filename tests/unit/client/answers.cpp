@@ -1,6 +1,5 @@
 #include "answers.h"
 
-#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -29,6 +28,10 @@ std::string recordedAnswer(const std::string& name) {
 
 std::string recordedRequest(const std::string& name) {
   return recording(name + ".request.http");
+}
+
+std::string bodyOf(const std::string& message) {
+  return message.substr(message.find("\r\n\r\n") + 4);
 }
 
 std::string httpAnswer(const std::string& body, const std::string& fields,
@@ -64,4 +67,8 @@ CIMObjectPath fruName(const char* fruNumber) {
 
 std::string askProperty(CIMClient& client) {
   return client.getProperty("root/kvasd", fruName(), "IdentifyingNumber").toString().toUtf8();
+}
+
+std::string valueOf(const CIMInstance& instance, const char* name) {
+  return instance.getProperty(instance.findProperty(name)).getValue().toString().toUtf8();
 }

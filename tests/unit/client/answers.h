@@ -10,6 +10,9 @@
 std::string recordedAnswer(const std::string& name);
 std::string recordedRequest(const std::string& name);
 
+// What stands behind the header of an HTTP message.
+std::string bodyOf(const std::string& message);
+
 // A complete HTTP answer with Content-Length; `fields` are further header lines, each with its end.
 std::string httpAnswer(const std::string& body,
                        const std::string& fields = "CIMOperation: MethodResponse\r\n",
@@ -27,3 +30,5 @@ std::string chunked(const std::string& body, std::size_t size, const std::string
 Pegasus::CIMObjectPath fruName(const char* fruNumber = "A100001");
 // Asks for one property of it, and gives its text.
 std::string askProperty(Pegasus::CIMClient& client);
+// The text of a property that the instance has.
+std::string valueOf(const Pegasus::CIMInstance& instance, const char* name);

@@ -42,7 +42,7 @@ TEST(Connect, OpensTheConnectionAtOnce) {
   ScriptedServer server({[](Peer& peer) { peer.awaitClose(); }});
   {
     CIMClient client(20'000);
-    client.connect(server.address(), "", "");
+    client.connect(server.address().c_str(), "", "");
   }
   server.awaitClosed(1);
   EXPECT_EQ(server.connections(), 1U);
@@ -102,7 +102,7 @@ TEST(Connect, Ipv6AddressStandsInBrackets) {
     GTEST_SKIP() << "this system has no IPv6";
   }
   CIMClient client(20'000);
-  client.connect(server->address(), "", "");
+  client.connect(server->address().c_str(), "", "");
   EXPECT_EQ(askProperty(client), "x");
   ASSERT_EQ(server->requests().size(), 1U);
   EXPECT_THAT(server->requests()[0], testing::HasSubstr("\r\nHost: [::1]:" + portOf(*server)));
@@ -125,8 +125,8 @@ TEST(Connect, PortWhereNobodyListensIsRefused) {
 TEST(Connect, CredentialsAreRefusedWithoutAConnection) {
   ScriptedServer server({});
   CIMClient client(20'000);
-  EXPECT_THROW(client.connect(server.address(), "root", ""), CannotConnectException);
-  EXPECT_THROW(client.connect(server.address(), "", "secret"), CannotConnectException);
+  EXPECT_THROW(client.connect(server.address().c_str(), "root", ""), CannotConnectException);
+  EXPECT_THROW(client.connect(server.address().c_str(), "", "secret"), CannotConnectException);
   EXPECT_THROW(askProperty(client), NotConnectedException);
   EXPECT_EQ(server.connections(), 0U);
 }
@@ -134,8 +134,8 @@ TEST(Connect, CredentialsAreRefusedWithoutAConnection) {
 TEST(Connect, TwiceIsAnError) {
   ScriptedServer server({answerOnce});
   CIMClient client(20'000);
-  client.connect(server.address(), "", "");
-  EXPECT_THROW(client.connect(server.address(), "", ""), AlreadyConnectedException);
+  client.connect(server.address().c_str(), "", "");
+  EXPECT_THROW(client.connect(server.address().c_str(), "", ""), AlreadyConnectedException);
   EXPECT_EQ(askProperty(client), "x");
   EXPECT_EQ(server.connections(), 1U);
 }
@@ -144,7 +144,7 @@ TEST(Connect, CanBeTriedAgainAfterAFailure) {
   ScriptedServer server({answerOnce});
   CIMClient client(20'000);
   EXPECT_THROW(client.connect("127.0.0.1", "", ""), CannotConnectException);
-  client.connect(server.address(), "", "");
+  client.connect(server.address().c_str(), "", "");
   EXPECT_EQ(askProperty(client), "x");
 }
 
@@ -153,13 +153,13 @@ TEST(Connect, OperationsBeforeItAndAfterDisconnectAreErrors) {
   CIMClient client(20'000);
   client.disconnect();
   EXPECT_THROW(askProperty(client), NotConnectedException);
-  client.connect(server.address(), "", "");
+  client.connect(server.address().c_str(), "", "");
   client.disconnect();
   server.awaitClosed(1);
   EXPECT_THROW(askProperty(client), NotConnectedException);
   EXPECT_THROW(client.deleteInstance("root/kvasd", fruName()), NotConnectedException);
   client.disconnect();
-  client.connect(server.address(), "", "");
+  client.connect(server.address().c_str(), "", "");
   EXPECT_EQ(askProperty(client), "x");
   EXPECT_EQ(server.connections(), 2U);
   EXPECT_EQ(server.problems(), "");

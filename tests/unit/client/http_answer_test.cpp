@@ -18,7 +18,7 @@ template <typename Expected>
 Expected failureOf(const std::string& answer) {
   ScriptedServer server({[&](Peer& peer) { peer.answer(answer); }});
   CIMClient client(20'000);
-  client.connect(server.address(), "", "");
+  client.connect(server.address().c_str(), "", "");
   try {
     ADD_FAILURE() << "taken for an answer: " << askProperty(client);
   } catch (const Expected& failure) {
@@ -36,7 +36,7 @@ std::string malformed(const std::string& answer) {
 std::string taken(const std::string& answer) {
   ScriptedServer server({[&](Peer& peer) { peer.answer(answer); }});
   CIMClient client(20'000);
-  client.connect(server.address(), "", "");
+  client.connect(server.address().c_str(), "", "");
   return askProperty(client);
 }
 
@@ -78,7 +78,7 @@ TEST(HttpAnswer, InterimAnswersArePassedOver) {
 
 TEST(HttpAnswer, GarbageIsNoHttp) {
   for (const std::string garbage :
-       {"\n", "220 mail.example ESMTP\r\n", "<CIM/>\r\n", "HTTP/2.0 200 OK\r\n\r\n",
+       {"220 mail.example ESMTP\r\n", "<CIM/>\r\n", "HTTP/2.0 200 OK\r\n\r\n",
         "HTTP/1.1 2000 OK\r\n\r\n", "HTTP/1.1 20\r\n\r\n", "HTTP/1.1 200 OK\r\nno field\r\n\r\n",
         "HTTP/1.1 200 OK\r\nContent-Length: -1\r\n\r\n",
         "HTTP/1.1 200 OK\r\nContent-Length: 99999999999999999999\r\n\r\n",
@@ -219,7 +219,7 @@ TEST(HttpError, IsThrownWithoutWaitingForABody) {
                          },
                          [](Peer& peer) { peer.answer(propertyAnswer("x")); }});
   CIMClient client(20'000);
-  client.connect(server.address(), "", "");
+  client.connect(server.address().c_str(), "", "");
   try {
     askProperty(client);
     FAIL();

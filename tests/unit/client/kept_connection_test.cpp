@@ -21,7 +21,7 @@ class KeptConnection : public testing::Test {
   // A client that is connected to a server with these scripts.
   void start(std::vector<ScriptedServer::Script> scripts) {
     server.emplace(std::move(scripts));
-    client.connect(server->address(), "", "");
+    client.connect(server->address().c_str(), "", "");
   }
   void expectServed(std::size_t connections, std::size_t requests) {
     EXPECT_EQ(server->connections(), connections);
@@ -121,8 +121,8 @@ TEST_F(KeptConnection, BrokenWhileSendingIsAnErrorAndNoSignal) {
          },
          answerOnce});
   const std::string large(32U << 20, 'x');
-  const CIMObjectPath name(String(), String(), String(std::string_view(large)));
-  EXPECT_THROW(client.deleteInstance("root/kvasd", name), CIMClientMalformedHTTPException);
+  EXPECT_THROW(client.deleteInstance("root/kvasd", fruName(large.c_str())),
+               CIMClientMalformedHTTPException);
   server->awaitClosed(1);
   EXPECT_EQ(askProperty(client), "x");
   expectServed(2, 1);

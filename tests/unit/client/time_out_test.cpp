@@ -33,7 +33,7 @@ void expectInTime(Operation operation) {
 void expectTimeOutAndThenAnAnswer(const ScriptedServer::Script& script) {
   ScriptedServer server({script, [](Peer& peer) { peer.answer(propertyAnswer("second")); }});
   CIMClient client(timeOut);
-  client.connect(server.address(), "", "");
+  client.connect(server.address().c_str(), "", "");
   expectInTime<ConnectionTimeoutException>([&] { askProperty(client); });
   server.awaitClosed(1);
   EXPECT_EQ(askProperty(client), "second");
@@ -103,7 +103,7 @@ TEST(TimeOut, HoldsForSendingToo) {
   CIMClient client(timeOut);
   client.connect(String(("127.0.0.1:" + std::to_string(ntohs(address.sin_port))).c_str()), "", "");
   const std::string large(32U << 20, 'x');
-  const CIMObjectPath name(String(), String(), String(std::string_view(large)));
+  const CIMObjectPath name = fruName(large.c_str());
   expectInTime<ConnectionTimeoutException>([&] { client.deleteInstance("root/kvasd", name); });
   close(listener);
 }
@@ -139,7 +139,7 @@ TEST(TimeOut, BeginsAnewWithEachOperation) {
     }
   }});
   CIMClient client(1400);
-  client.connect(server.address(), "", "");
+  client.connect(server.address().c_str(), "", "");
   for (int i = 0; i < 3; i++) {
     EXPECT_EQ(askProperty(client), "x");
   }
@@ -163,7 +163,7 @@ TEST(TimeOut, SignalsOfTheProgramDisturbNothing) {
                            peer.awaitClose();
                          }});
   CIMClient client(timeOut);
-  client.connect(server.address(), "", "");
+  client.connect(server.address().c_str(), "", "");
   setitimer(ITIMER_REAL, &everyMillisecond, nullptr);
   EXPECT_EQ(askProperty(client), "x");
   server.awaitClosed(1);

@@ -92,11 +92,11 @@ TEST(EncodeProperty, AttributesAreWrittenWhereThePropertyHasThem) {
 
 TEST(EncodeProperty, NullIsAnElementWithoutValue) {
   EXPECT_EQ(encoded(appendProperty, CIMProperty("n", CIMValue(CIMTYPE_UINT32, false))),
-            "<PROPERTY NAME=\"n\" TYPE=\"uint32\"/>");
+            "<PROPERTY NAME=\"n\" TYPE=\"uint32\"></PROPERTY>");
   EXPECT_EQ(encoded(appendProperty, CIMProperty("n", CIMValue(CIMTYPE_STRING, true))),
-            "<PROPERTY.ARRAY NAME=\"n\" TYPE=\"string\"/>");
+            "<PROPERTY.ARRAY NAME=\"n\" TYPE=\"string\"></PROPERTY.ARRAY>");
   EXPECT_EQ(encoded(appendProperty, CIMProperty("n", CIMValue(CIMTYPE_REFERENCE, false))),
-            "<PROPERTY.REFERENCE NAME=\"n\"/>");
+            "<PROPERTY.REFERENCE NAME=\"n\"></PROPERTY.REFERENCE>");
 }
 
 TEST(EncodeProperty, ArraysAndReferencesHaveElementsOfTheirOwn) {

@@ -150,6 +150,7 @@ TEST(XmlDocument, SaysWhatIsWrongAndWhere) {
                  {"<a>\x01</a>", "3: a control character"},
                  {"<a>&#1;</a>", "3: a reference to a character that XML forbids"},
                  {"<a b='1' b='2'/>", "10: a second attribute b"},
+                 {"<a b='1'c='2'/>", "8: '>' expected"},
                  {"<a b='<'/>", "6: '<' in an attribute value"},
                  {"<a/><b/>", "4: a second root element"},
                  {"<a/>x", "4: text outside the root element"},

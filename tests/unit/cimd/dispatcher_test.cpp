@@ -1,0 +1,191 @@
+#include <cimd/operations/Dispatcher.h>
+#include <gtest/gtest.h>
+#include <pegasus/xml/Response.h>
+
+#include "support.h"
+
+namespace cimd {
+namespace {
+
+using Pegasus::CIMInstance;
+using Pegasus::CIMPropertyList;
+using Pegasus::String;
+using Pegasus::Uint32;
+using Pegasus::xml::Request;
+using Pegasus::xml::RequestWriter;
+using Pegasus::xml::Response;
+using test::path;
+
+constexpr const char* schema = R"(
+  class Base { [Key] string Id; string Text; };
+  class Derived : Base { uint32 Number = 7; string Many[] = {"a", "b"}; };
+  instance of Derived { Id = "d"; Text = "t"; };
+  instance of Base { Id = "b"; };
+)";
+
+class DispatcherTest : public testing::Test {
+ protected:
+  DispatcherTest() { test::loadText(repository_, schema); }
+
+  static RequestWriter request(const char* method, const char* nameSpace = "root/kvasd") {
+    return RequestWriter("id", method, nameSpace);
+  }
+  Response answer(RequestWriter& writer, const char* method) {
+    return Response(dispatcher_.answer(Request(writer.finish())), "id", method);
+  }
+  Pegasus::CIMStatusCode status(RequestWriter& writer, const char* method) {
+    return test::statusOf([&] { answer(writer, method); });
+  }
+  // Names of the properties of the instances, one instance a word.
+  static std::string properties(const Pegasus::Array<CIMInstance>& instances) {
+    std::string names;
+    for (const CIMInstance& instance : instances) {
+      for (Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
+        names += instance.getProperty(i).getName().toUtf8() + ',';
+      }
+      names += ' ';
+    }
+    return names;
+  }
+  // The same of an enumeration of Base with these two parameters.
+  std::string enumerated(bool deep, const CIMPropertyList& list) {
+    RequestWriter writer = request("EnumerateInstances");
+    writer.className("ClassName", "base")
+        .boolean("DeepInheritance", deep)
+        .propertyList("PropertyList", list);
+    return properties(answer(writer, "EnumerateInstances").namedInstances());
+  }
+
+  Repository repository_;
+  Dispatcher dispatcher_{repository_};
+};
+
+TEST_F(DispatcherTest, EnumerateInstancesReturnsSubclassInstancesWithAllProperties) {
+  RequestWriter writer = request("enumerateinstances", "/ROOT/kvasd");
+  writer.className("classname", "BASE").boolean("LocalOnly", true);
+  const auto instances = answer(writer, "EnumerateInstances").namedInstances();
+  ASSERT_EQ(instances.size(), 2U);
+  EXPECT_EQ(instances[0].getPath().toString(), String("Derived.Id=\"d\""));
+  EXPECT_EQ(properties(instances), "Id,Text,Number,Many, Id,Text, ");
+  EXPECT_TRUE(instances[0].getProperty(0).getPropagated());
+  EXPECT_FALSE(instances[0].getProperty(2).getPropagated());
+  EXPECT_EQ(instances[0].getProperty(3).getValue().toString(), String("{a, b}"));
+  EXPECT_EQ(instances[0].getProperty(0).getClassOrigin(), String());
+}
+
+TEST_F(DispatcherTest, WithoutDeepInheritanceOnlyPropertiesOfTheClassAskedFor) {
+  EXPECT_EQ(enumerated(false, CIMPropertyList()), "Id,Text, Id,Text, ");
+}
+
+TEST_F(DispatcherTest, PropertyListSelectsAndUnknownNamesAreIgnored) {
+  EXPECT_EQ(enumerated(true, CIMPropertyList({"NUMBER", "text", "text", "none"})),
+            "Text,Number, Text, ");
+  EXPECT_EQ(enumerated(false, CIMPropertyList({"Number", "Text"})), "Text, Text, ");
+  EXPECT_EQ(enumerated(true, CIMPropertyList(Pegasus::Array<String>())), "  ");
+}
+
+TEST_F(DispatcherTest, ClassOriginIsTheClassThatIntroducedTheProperty) {
+  RequestWriter writer = request("GetInstance");
+  writer.instanceName("InstanceName", path("Derived", {{"Id", "d"}}))
+      .boolean("IncludeClassOrigin", true);
+  const CIMInstance instance = answer(writer, "GetInstance").instance();
+  EXPECT_EQ(instance.getProperty(0).getClassOrigin(), String("Base"));
+  EXPECT_EQ(instance.getProperty(2).getClassOrigin(), String("Derived"));
+}
+
+TEST_F(DispatcherTest, NamesPropertiesCreationAndDeletion) {
+  RequestWriter create = request("CreateInstance");
+  create.instance("NewInstance", test::instance("base", {{"ID", "n"}, {"Text", "new"}}));
+  EXPECT_EQ(answer(create, "CreateInstance").instanceName().toString(), String("Base.Id=\"n\""));
+
+  RequestWriter names = request("EnumerateInstanceNames");
+  names.className("ClassName", "Base");
+  const auto listed = answer(names, "EnumerateInstanceNames").instanceNames();
+  ASSERT_EQ(listed.size(), 3U);
+  EXPECT_EQ(listed[2].toString(), String("Base.Id=\"n\""));
+
+  RequestWriter get = request("GetProperty");
+  get.instanceName("InstanceName", listed[2]).text("PropertyName", "TEXT");
+  EXPECT_EQ(answer(get, "GetProperty").value().toString(), String("new"));
+
+  RequestWriter remove = request("DeleteInstance");
+  remove.instanceName("InstanceName", listed[2]);
+  EXPECT_EQ(status(remove, "DeleteInstance"), Pegasus::CIM_ERR_SUCCESS);
+  RequestWriter again = request("GetInstance");
+  again.instanceName("InstanceName", listed[2]);
+  EXPECT_EQ(status(again, "GetInstance"), Pegasus::CIM_ERR_NOT_FOUND);
+}
+
+TEST_F(DispatcherTest, OtherOperationsAreNotSupportedWhateverTheNamespace) {
+  for (const char* method : {"GetClass",        "EnumerateClasses",    "EnumerateClassNames",
+                             "CreateClass",     "ModifyClass",         "DeleteClass",
+                             "ModifyInstance",  "SetProperty",         "Associators",
+                             "AssociatorNames", "References",          "ReferenceNames",
+                             "ExecQuery",       "GetQualifier",        "SetQualifier",
+                             "DeleteQualifier", "EnumerateQualifiers", "OpenEnumerateInstances",
+                             "PullInstances",   "NoSuchOperation"}) {
+    RequestWriter writer = request(method, "root/nowhere");
+    EXPECT_EQ(status(writer, method), Pegasus::CIM_ERR_NOT_SUPPORTED) << method;
+  }
+}
+
+TEST_F(DispatcherTest, ErrorsAreCheckedInTheOrderOfTheStandard) {
+  RequestWriter nameSpace = request("EnumerateInstances", "root/nowhere");
+  nameSpace.text("NoSuchParameter", "x");
+  EXPECT_EQ(status(nameSpace, "EnumerateInstances"), Pegasus::CIM_ERR_INVALID_NAMESPACE);
+
+  RequestWriter parameter = request("EnumerateInstances");
+  parameter.className("ClassName", "NoSuchClass").text("NoSuchParameter", "x");
+  EXPECT_EQ(status(parameter, "EnumerateInstances"), Pegasus::CIM_ERR_INVALID_PARAMETER);
+
+  RequestWriter cls = request("GetProperty");
+  cls.instanceName("InstanceName", path("None", {})).text("PropertyName", "x");
+  EXPECT_EQ(status(cls, "GetProperty"), Pegasus::CIM_ERR_INVALID_CLASS);
+
+  RequestWriter instance = request("GetProperty");
+  instance.instanceName("InstanceName", path("Base", {{"Id", "x"}})).text("PropertyName", "x");
+  EXPECT_EQ(status(instance, "GetProperty"), Pegasus::CIM_ERR_NOT_FOUND);
+
+  RequestWriter property = request("GetProperty");
+  property.instanceName("InstanceName", path("Base", {{"Id", "b"}})).text("PropertyName", "x");
+  EXPECT_EQ(status(property, "GetProperty"), Pegasus::CIM_ERR_NO_SUCH_PROPERTY);
+}
+
+TEST_F(DispatcherTest, MissingParametersAreInvalid) {
+  for (const char* method : {"EnumerateInstances", "EnumerateInstanceNames", "GetInstance",
+                             "GetProperty", "CreateInstance", "DeleteInstance"}) {
+    RequestWriter writer = request(method);
+    EXPECT_EQ(status(writer, method), Pegasus::CIM_ERR_INVALID_PARAMETER) << method;
+  }
+  RequestWriter half = request("GetProperty");
+  half.instanceName("InstanceName", path("Base", {{"Id", "b"}}));
+  EXPECT_EQ(status(half, "GetProperty"), Pegasus::CIM_ERR_INVALID_PARAMETER);
+}
+
+TEST_F(DispatcherTest, ParametersOfAnotherKindAreInvalidBeforeTheClassIsLookedUp) {
+  for (const char* parameter : {"LocalOnly", "DeepInheritance", "IncludeQualifiers",
+                                "IncludeClassOrigin", "PropertyList"}) {
+    RequestWriter writer = request("EnumerateInstances");
+    writer.className("ClassName", "NoSuchClass").className(parameter, "x");
+    EXPECT_EQ(status(writer, "EnumerateInstances"), Pegasus::CIM_ERR_INVALID_PARAMETER)
+        << parameter;
+  }
+  RequestWriter name = request("GetInstance");
+  name.text("InstanceName", "Base.Id=\"b\"");
+  EXPECT_EQ(status(name, "GetInstance"), Pegasus::CIM_ERR_INVALID_PARAMETER);
+  RequestWriter instance = request("CreateInstance");
+  instance.text("NewInstance", "x");
+  EXPECT_EQ(status(instance, "CreateInstance"), Pegasus::CIM_ERR_INVALID_PARAMETER);
+}
+
+TEST_F(DispatcherTest, MethodCallsAreNotSupported) {
+  const std::string answer = dispatcher_.answer(Request(
+      "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">"
+      "<SIMPLEREQ><METHODCALL NAME=\"Run\"><LOCALCLASSPATH><LOCALNAMESPACEPATH>"
+      "<NAMESPACE NAME=\"root\"/></LOCALNAMESPACEPATH><CLASSNAME NAME=\"Base\"/></LOCALCLASSPATH>"
+      "</METHODCALL></SIMPLEREQ></MESSAGE></CIM>"));
+  EXPECT_NE(answer.find("<ERROR CODE=\"7\""), std::string::npos);
+}
+
+}  // namespace
+}  // namespace cimd

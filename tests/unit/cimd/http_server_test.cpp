@@ -1,0 +1,345 @@
+// The HTTP transport over real connections, with a handler that only reports what it got.
+#include <cimd/http/HttpServer.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/read_until.hpp>
+#include <boost/asio/streambuf.hpp>
+#include <boost/asio/write.hpp>
+#include <stdexcept>
+#include <thread>
+
+namespace cimd {
+namespace {
+
+namespace asio = boost::asio;
+using asio::ip::tcp;
+using std::chrono::milliseconds;
+
+class EchoHandler : public RequestHandler {
+ public:
+  std::optional<HttpAnswer> refuseEarly(const HttpRequest& request) override {
+    return request.method == "GET" ? std::optional(refusal(501, "early")) : std::nullopt;
+  }
+  HttpAnswer answer(const HttpRequest& request) override {
+    if (request.body == "throw") {
+      throw std::runtime_error("failed");
+    }
+    HttpAnswer answer;
+    answer.headers.emplace_back("Seen-X", request.header("x") ? *request.header("x") : "none");
+    answer.body = request.body == "large" ? std::string(std::size_t{32} << 20U, 'l')
+                                          : "[" + request.body + "]";
+    return answer;
+  }
+};
+
+// Runs for the time of a test, on a port that the system chose.
+class Server {
+ public:
+  explicit Server(HttpLimits limits = HttpLimits())
+      : server_(io_, tcp::endpoint(asio::ip::make_address("127.0.0.1"), 0), handler_, limits),
+        endpoint_(server_.localEndpoint()),
+        thread_([this] { io_.run(); }) {}
+  ~Server() {
+    asio::post(io_, [this] { server_.stop(); });
+    thread_.join();
+  }
+  Server(const Server&) = delete;
+  Server& operator=(const Server&) = delete;
+
+  const tcp::endpoint& endpoint() const { return endpoint_; }
+
+ private:
+  asio::io_context io_;
+  EchoHandler handler_;
+  HttpServer server_;
+  tcp::endpoint endpoint_;
+  std::thread thread_;
+};
+
+class Client {
+ public:
+  explicit Client(const Server& server) : socket_(io_) {
+    socket_.connect(server.endpoint());
+    // No test waits for ever for an answer that does not come.
+    const timeval limit{20, 0};
+    setsockopt(socket_.native_handle(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+  }
+
+  void send(const std::string& text) {
+    boost::system::error_code ignored;  // the server may have refused it already
+    asio::write(socket_, asio::buffer(text), ignored);
+  }
+
+  // The next answer: its header as it came, and the body by its Content-Length.
+  std::string receive() {
+    fill([&] { return received_.find("\r\n\r\n") != std::string::npos; });
+    const std::size_t end = received_.find("\r\n\r\n");
+    if (end == std::string::npos) {
+      return "";
+    }
+    std::size_t length = 0;
+    const std::string name = "Content-Length: ";
+    const std::size_t at = received_.find(name);
+    if (at < end) {
+      length = std::stoul(received_.substr(at + name.size()));
+    }
+    const std::size_t total = end + 4 + length;
+    fill([&] { return received_.size() >= total; });
+    std::string answer = received_.substr(0, total);
+    received_.erase(0, total);
+    return answer;
+  }
+
+  std::string ask(const std::string& text) {
+    send(text);
+    return receive();
+  }
+
+  // Whether the server closes the connection without another byte.
+  bool isClosed() {
+    fill([&] { return !received_.empty(); });
+    return received_.empty() && ended_;
+  }
+
+  void shrinkReceiveBuffer() { socket_.set_option(asio::socket_base::receive_buffer_size(4096)); }
+
+ private:
+  template <typename Enough>
+  void fill(Enough enough) {
+    while (!enough()) {
+      char bytes[65536];
+      const ssize_t count = recv(socket_.native_handle(), bytes, sizeof bytes, 0);
+      if (count <= 0) {
+        ended_ = count == 0 || errno == ECONNRESET;
+        return;
+      }
+      received_.append(bytes, static_cast<std::size_t>(count));
+    }
+  }
+
+  asio::io_context io_;
+  tcp::socket socket_;
+  std::string received_;
+  bool ended_ = false;
+};
+
+std::string post(const std::string& body, const std::string& headers = "") {
+  return "POST /cimom HTTP/1.1\r\nHost: localhost\r\n" + headers +
+         "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+}
+
+std::string bodyOf(const std::string& answer) {
+  const std::size_t end = answer.find("\r\n\r\n");
+  return end == std::string::npos ? "no answer" : answer.substr(end + 4);
+}
+
+std::string statusOf(const std::string& answer) {
+  return answer.substr(0, 12);
+}
+
+TEST(HttpServer, ServesManyRequestsOverOneConnection) {
+  const Server server;
+  Client client(server);
+  for (const char* body : {"one", "two", ""}) {
+    const std::string answer = client.ask(post(body, "X: y\r\n"));
+    EXPECT_EQ(statusOf(answer), "HTTP/1.1 200");
+    EXPECT_EQ(bodyOf(answer), "[" + std::string(body) + "]");
+    EXPECT_NE(answer.find("Seen-X: y\r\n"), std::string::npos);
+  }
+}
+
+TEST(HttpServer, RequestsThatComeTogetherAreAnsweredInOrder) {
+  const Server server;
+  Client client(server);
+  client.send(post("one") + post("two"));
+  EXPECT_EQ(bodyOf(client.receive()), "[one]");
+  EXPECT_EQ(bodyOf(client.receive()), "[two]");
+}
+
+TEST(HttpServer, RequestsMayComeByteByByte) {
+  const Server server;
+  Client client(server);
+  for (const char c : post("one")) {
+    client.send(std::string(1, c));
+  }
+  EXPECT_EQ(bodyOf(client.receive()), "[one]");
+}
+
+TEST(HttpServer, ChunkedRequests) {
+  const Server server;
+  Client client(server);
+  const std::string head =
+      "M-POST /cimom HTTP/1.1\r\nHost: localhost\r\nTransfer-Encoding: chunked\r\n\r\n";
+  EXPECT_EQ(bodyOf(client.ask(head + "3\r\none\r\n4;x=y\r\n two\r\n0\r\nTrailer: x\r\n\r\n")),
+            "[one two]");
+  EXPECT_EQ(bodyOf(client.ask(post("next"))), "[next]");
+  EXPECT_EQ(statusOf(client.ask(head + "zz\r\n")), "HTTP/1.1 400");
+}
+
+TEST(HttpServer, ContinueIsSentWhenItIsExpected) {
+  const Server server;
+  Client client(server);
+  EXPECT_EQ(client.ask("POST / HTTP/1.1\r\nHost: localhost\r\nExpect: 100-continue\r\n"
+                       "Content-Length: 3\r\n\r\n"),
+            "HTTP/1.1 100 Continue\r\n\r\n");
+  EXPECT_EQ(bodyOf(client.ask("one")), "[one]");
+  // A client that does not wait gets its answer all the same.
+  client.send(post("two", "Expect: 100-continue\r\n"));
+  const std::string first = client.receive();
+  EXPECT_EQ(bodyOf(statusOf(first) == "HTTP/1.1 100" ? client.receive() : first), "[two]");
+}
+
+TEST(HttpServer, Http10AndConnectionCloseEndTheConnection) {
+  const Server server;
+  Client old(server);
+  const std::string answer = old.ask("POST / HTTP/1.0\r\nContent-Length: 3\r\n\r\none");
+  EXPECT_EQ(statusOf(answer), "HTTP/1.0 200");
+  EXPECT_TRUE(old.isClosed());
+  Client closing(server);
+  EXPECT_EQ(bodyOf(closing.ask(post("one", "Connection: close\r\n"))), "[one]");
+  EXPECT_TRUE(closing.isClosed());
+}
+
+TEST(HttpServer, RefusedHeadersEndTheConnectionWithoutTheBody) {
+  const Server server;
+  Client client(server);
+  const std::string answer =
+      client.ask("GET / HTTP/1.1\r\nHost: localhost\r\nContent-Length: 100000\r\n\r\n");
+  EXPECT_EQ(statusOf(answer), "HTTP/1.1 501");
+  EXPECT_NE(answer.find("CIMError: early\r\n"), std::string::npos);
+  EXPECT_TRUE(client.isClosed());
+}
+
+TEST(HttpServer, WhatIsNoHttpGets400) {
+  const Server server;
+  for (const char* text :
+       {"hello\r\n\r\n", "POST\r\n\r\n", "POST / HTTP/9.9\r\n\r\n", "POST / HTTP/1.1\r\nx\r\n\r\n",
+        "POST / HTTP/1.1\r\nContent-Length: x\r\n\r\n",
+        "POST / HTTP/1.1\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\n",
+        "POST / HTTP/1.1\r\nContent-Length: 99999999999999999999\r\n\r\n",
+        "\x16\x03\x01\x02\r\n"}) {
+    Client client(server);
+    EXPECT_EQ(statusOf(client.ask(text)), "HTTP/1.1 400") << text;
+    EXPECT_TRUE(client.isClosed()) << text;
+  }
+}
+
+TEST(HttpServer, TooMuchIsRefused) {
+  HttpLimits limits;
+  limits.headerBytes = 1000;
+  limits.bodyBytes = 1000;
+  const Server server(limits);
+  Client header(server);
+  EXPECT_EQ(statusOf(header.ask(post("", "X: " + std::string(2000, 'x') + "\r\n"))),
+            "HTTP/1.1 431");
+  Client body(server);
+  EXPECT_EQ(statusOf(body.ask(post(std::string(1001, 'x')))), "HTTP/1.1 413");
+  Client chunked(server);
+  EXPECT_EQ(statusOf(chunked.ask("POST / HTTP/1.1\r\nHost: localhost\r\nTransfer-Encoding: chunked"
+                                 "\r\n\r\n3e8\r\n" +
+                                 std::string(1000, 'x') + "\r\n1\r\nx\r\n0\r\n\r\n")),
+            "HTTP/1.1 413");
+  Client largest(server);
+  EXPECT_EQ(bodyOf(largest.ask(post(std::string(1000, 'x')))).size(), 1002U);
+}
+
+// The answer must arrive although the client goes on sending what is not read.
+TEST(HttpServer, RefusalReachesAClientThatStillSends) {
+  const Server server;
+  Client client(server);
+  EXPECT_EQ(statusOf(client.ask(post(std::string(std::size_t{17} << 20U, 'x')))), "HTTP/1.1 413");
+}
+
+TEST(HttpServer, HandlerThatFailsGivesA500AndTheNextRequestIsServed) {
+  const Server server;
+  Client client(server);
+  EXPECT_EQ(statusOf(client.ask(post("throw"))), "HTTP/1.1 500");
+  EXPECT_EQ(bodyOf(client.ask(post("next"))), "[next]");
+}
+
+TEST(HttpServer, StuckClientsDoNotHinderOthersAndAreDropped) {
+  HttpLimits limits;
+  limits.idle = milliseconds(300);
+  limits.exchange = milliseconds(300);
+  const Server server(limits);
+  Client silent(server);
+  Client inHeader(server);
+  inHeader.send("POST / HTT");
+  Client inBody(server);
+  inBody.send("POST / HTTP/1.1\r\nHost: localhost\r\nContent-Length: 10\r\n\r\n12345");
+  Client notReading(server);
+  notReading.shrinkReceiveBuffer();
+  notReading.send(post("large"));
+  Client good(server);
+  EXPECT_EQ(bodyOf(good.ask(post("one"))), "[one]");
+  EXPECT_TRUE(silent.isClosed());
+  EXPECT_TRUE(inHeader.isClosed());
+  EXPECT_TRUE(inBody.isClosed());
+  EXPECT_LT(bodyOf(notReading.receive()).size(), std::size_t{32} << 20U);
+}
+
+TEST(HttpServer, DripOfBytesDoesNotProlongTheDeadline) {
+  HttpLimits limits;
+  limits.exchange = milliseconds(300);
+  const Server server(limits);
+  Client client(server);
+  const auto start = std::chrono::steady_clock::now();
+  client.send("POST / HTTP/1.1\r\nHost: localhost\r\nContent-Length: 1000\r\n\r\n");
+  std::thread drip([&] {
+    for (int i = 0; i < 20; ++i) {
+      client.send("x");
+      std::this_thread::sleep_for(milliseconds(50));
+    }
+  });
+  EXPECT_TRUE(client.isClosed());
+  EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(900));
+  drip.join();
+}
+
+TEST(HttpServer, OneConnectionTooManyReplacesTheOneUnusedForLongest) {
+  HttpLimits limits;
+  limits.connections = 2;
+  const Server server(limits);
+  Client first(server);
+  Client second(server);
+  EXPECT_EQ(bodyOf(second.ask(post("2"))), "[2]");
+  EXPECT_EQ(bodyOf(first.ask(post("1"))), "[1]");
+  Client third(server);
+  EXPECT_EQ(bodyOf(third.ask(post("3"))), "[3]");
+  EXPECT_TRUE(second.isClosed());
+  EXPECT_EQ(bodyOf(first.ask(post("1"))), "[1]");
+}
+
+TEST(HttpServer, ConnectionsThatComeAndGoLeaveNothing) {
+  HttpLimits limits;
+  limits.connections = 2;
+  const Server server(limits);
+  Client kept(server);
+  for (int i = 0; i < 50; ++i) {
+    Client passing(server);
+    EXPECT_EQ(bodyOf(passing.ask(post("x", "Connection: close\r\n"))), "[x]");
+    EXPECT_TRUE(passing.isClosed());
+    EXPECT_EQ(bodyOf(kept.ask(post("y"))), "[y]");
+  }
+}
+
+TEST(HttpServer, StopClosesConnections) {
+  auto server = std::make_unique<Server>();
+  Client client(*server);
+  EXPECT_EQ(bodyOf(client.ask(post("one"))), "[one]");
+  server.reset();
+  EXPECT_TRUE(client.isClosed());
+}
+
+TEST(HttpServer, PortInUseIsAnError) {
+  const Server server;
+  asio::io_context io;
+  EchoHandler handler;
+  EXPECT_THROW(HttpServer(io, server.endpoint(), handler), boost::system::system_error);
+}
+
+}  // namespace
+}  // namespace cimd

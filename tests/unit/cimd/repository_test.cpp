@@ -1,0 +1,250 @@
+#include <gtest/gtest.h>
+
+#include "support.h"
+
+namespace cimd {
+namespace {
+
+using Pegasus::CIMInstance;
+using Pegasus::CIMKeyBinding;
+using Pegasus::CIMObjectPath;
+using Pegasus::CIMProperty;
+using Pegasus::CIMValue;
+using Pegasus::String;
+using Pegasus::Uint32;
+using test::path;
+using test::statusOf;
+
+constexpr const char* schema = R"(
+  class Base { [Key] string Id; string Text = "none"; uint32 Number; };
+  class Derived : Base { string Extra; string Text; };
+  [Abstract] class Nothing { [Key] string Id; };
+  class Many { [Key] uint16 n; [Key] string s; [Key] boolean b; [Key] Base ref r; };
+  class Numbers { [Key] sint8 i; real64 x; string a[]; string two[2]; };
+  class Single { string x; };
+)";
+
+class RepositoryTest : public testing::Test {
+ protected:
+  RepositoryTest() { test::loadText(repository_, schema); }
+
+  NameSpace& nameSpace() { return repository_.nameSpace(defaultNameSpace); }
+  void create(const char* cls, const char* id) {
+    nameSpace().createInstance(test::instance(cls, {{"Id", id}}));
+  }
+  // The Ids of what an enumeration of the class returns.
+  std::string listed(const char* cls) {
+    std::string ids;
+    for (const CIMInstance* instance : nameSpace().instances(nameSpace().classNamed(cls))) {
+      ids += instance->getProperty(0).getValue().toString().toUtf8() + ' ';
+    }
+    return ids;
+  }
+  Pegasus::CIMStatusCode creating(const CIMInstance& instance) {
+    return statusOf([&] { nameSpace().createInstance(instance); });
+  }
+
+  Repository repository_;
+};
+
+TEST_F(RepositoryTest, NamespacesIgnoreCaseAndOuterSlashes) {
+  EXPECT_EQ(&repository_.nameSpace("/ROOT/Kvasd/"), &nameSpace());
+  EXPECT_EQ(statusOf([&] { repository_.nameSpace("root"); }), Pegasus::CIM_ERR_INVALID_NAMESPACE);
+}
+
+TEST_F(RepositoryTest, EnumerationsFollowTheOrderOfCreationAcrossSubclasses) {
+  create("Base", "1");
+  create("Derived", "2");
+  create("Base", "3");
+  create("Derived", "4");
+  EXPECT_EQ(listed("Base"), "1 2 3 4 ");
+  EXPECT_EQ(listed("Derived"), "2 4 ");
+  nameSpace().deleteInstance(path("Derived", {{"Id", "2"}}));
+  create("Derived", "2");
+  EXPECT_EQ(listed("Base"), "1 3 4 2 ");
+}
+
+TEST_F(RepositoryTest, InstancesHaveEveryPropertyInTheOrderAndSpellingOfTheClass) {
+  nameSpace().createInstance(test::instance("dERIVED", {{"extra", "e"}, {"ID", "1"}}));
+  const CIMInstance& instance = nameSpace().instance(path("derived", {{"id", "1"}}));
+  EXPECT_EQ(instance.getClassName(), String("Derived"));
+  ASSERT_EQ(instance.getPropertyCount(), 4U);
+  const std::vector<const char*> names{"Id", "Text", "Number", "Extra"};
+  for (Uint32 i = 0; i < 4; ++i) {
+    EXPECT_EQ(instance.getProperty(i).getName(), String(names[i]));
+  }
+  EXPECT_EQ(instance.getProperty(1).getValue().toString(), String("none"));
+  EXPECT_TRUE(instance.getProperty(2).getValue().isNull());
+  EXPECT_EQ(instance.getProperty(2).getType(), Pegasus::CIMTYPE_UINT32);
+  // Overridden in Derived, so Derived's own; Id and Number come from Base as they are.
+  EXPECT_TRUE(instance.getProperty(0).getPropagated());
+  EXPECT_FALSE(instance.getProperty(1).getPropagated());
+  EXPECT_FALSE(instance.getProperty(3).getPropagated());
+}
+
+TEST_F(RepositoryTest, OverriddenPropertiesKeepTheirOriginAndKeysStayKeys) {
+  test::loadText(repository_,
+                 "#pragma namespace(\"root/b\")\n"
+                 "class A { [Key] string k; }; class B : A { string K; };");
+  const CimClass& cls = repository_.nameSpace("root/b").classNamed("B");
+  ASSERT_EQ(cls.propertyCount(), 1U);
+  EXPECT_EQ(cls.property(0).name, String("K"));
+  EXPECT_EQ(cls.property(0).originClass->name(), String("A"));
+  EXPECT_EQ(cls.keys().size(), 1U);
+}
+
+TEST_F(RepositoryTest, EachFaultOfANewInstanceHasItsError) {
+  const CIMValue one(Uint32{1});
+  CIMInstance wrongType = test::instance("Base", {{"Id", "1"}});
+  wrongType.addProperty(CIMProperty("Text", one));
+  CIMInstance wrongNull = test::instance("Base", {{"Id", "1"}});
+  wrongNull.addProperty(CIMProperty("Number", CIMValue(Pegasus::CIMTYPE_STRING, false)));
+  CIMInstance array = test::instance("Base", {{"Id", "1"}});
+  array.addProperty(CIMProperty("Text", CIMValue(Pegasus::CIMTYPE_STRING, true)));
+  CIMInstance tooLong("Numbers");
+  tooLong.addProperty(CIMProperty("i", CIMValue(Pegasus::Sint8{1})));
+  tooLong.addProperty(CIMProperty("two", CIMValue(Pegasus::Array<String>{"a", "b", "c"})));
+
+  EXPECT_EQ(creating(CIMInstance("NoSuchClass")), Pegasus::CIM_ERR_INVALID_CLASS);
+  EXPECT_EQ(creating(test::instance("Nothing", {{"Id", "1"}})), Pegasus::CIM_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(creating(test::instance("Base", {})), Pegasus::CIM_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(creating(test::instance("Base", {{"Id", nullptr}})),
+            Pegasus::CIM_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(creating(test::instance("Base", {{"Id", "1"}, {"NoSuchProperty", "x"}})),
+            Pegasus::CIM_ERR_INVALID_PARAMETER);
+  for (const CIMInstance& instance : {wrongType, wrongNull, array, tooLong}) {
+    EXPECT_EQ(creating(instance), Pegasus::CIM_ERR_INVALID_PARAMETER);
+  }
+  EXPECT_EQ(listed("Base"), "");
+  EXPECT_EQ(creating(test::instance("Base", {{"Id", "1"}})), Pegasus::CIM_ERR_SUCCESS);
+  EXPECT_EQ(creating(test::instance("Base", {{"Id", "1"}})), Pegasus::CIM_ERR_ALREADY_EXISTS);
+  EXPECT_EQ(listed("Base"), "1 ");
+}
+
+TEST_F(RepositoryTest, TheSameKeysInASubclassAreAnotherInstance) {
+  create("Base", "1");
+  create("Derived", "1");
+  EXPECT_EQ(listed("Base"), "1 1 ");
+  nameSpace().deleteInstance(path("Base", {{"Id", "1"}}));
+  EXPECT_EQ(listed("Derived"), "1 ");
+}
+
+TEST_F(RepositoryTest, StringKeysDifferInLetterCaseAndBlanks) {
+  for (const char* id : {"a", "A", " a", "a ", "", " "}) {
+    EXPECT_EQ(creating(test::instance("Base", {{"Id", id}})), Pegasus::CIM_ERR_SUCCESS) << id;
+  }
+}
+
+TEST_F(RepositoryTest, WhatIsNotThereIsNotFound) {
+  create("Base", "1");
+  for (const CIMObjectPath& wrong :
+       {path("Base", {{"Id", "2"}}), path("Derived", {{"Id", "1"}}), path("Base", {}),
+        path("Base", {{"Id", "1"}, {"x", "1"}}), path("Base", {{"x", "1"}}),
+        path("Base", {{"Id", "1"}, {"Id", "1"}})}) {
+    EXPECT_EQ(statusOf([&] { nameSpace().instance(wrong); }), Pegasus::CIM_ERR_NOT_FOUND);
+    EXPECT_EQ(statusOf([&] { nameSpace().deleteInstance(wrong); }), Pegasus::CIM_ERR_NOT_FOUND);
+  }
+  EXPECT_EQ(statusOf([&] { nameSpace().instance(path("None", {})); }),
+            Pegasus::CIM_ERR_INVALID_CLASS);
+  EXPECT_EQ(listed("Base"), "1 ");
+}
+
+TEST_F(RepositoryTest, NotFoundNamesTheInstance) {
+  CIMObjectPath wrong = path("Base", {{"Id", "a\"b"}});
+  wrong.setNameSpace("root/kvasd");
+  try {
+    nameSpace().instance(wrong);
+    FAIL();
+  } catch (const Pegasus::CIMException& error) {
+    EXPECT_EQ(error.getDescription(), String("CIM_ERR_NOT_FOUND: Base.Id=\"a\\\"b\""));
+  }
+}
+
+// An instance of Many under a name written with these key bindings.
+class KeyForms : public RepositoryTest {
+ protected:
+  KeyForms() {
+    CIMInstance instance("Many");
+    instance.addProperty(CIMProperty("n", CIMValue(Pegasus::Uint16{16})));
+    instance.addProperty(CIMProperty("s", CIMValue("Text")));
+    instance.addProperty(CIMProperty("b", CIMValue(true)));
+    instance.addProperty(CIMProperty("r", CIMValue(path("Base", {{"Id", "1"}}))));
+    nameSpace().createInstance(instance);
+  }
+
+  bool finds(std::initializer_list<CIMKeyBinding> keys) {
+    const CIMObjectPath name("", "", "many", Pegasus::Array<CIMKeyBinding>(keys));
+    return statusOf([&] { nameSpace().instance(name); }) == Pegasus::CIM_ERR_SUCCESS;
+  }
+
+  const CIMKeyBinding n_{"n", "16", CIMKeyBinding::NUMERIC};
+  const CIMKeyBinding s_{"s", "Text", CIMKeyBinding::STRING};
+  const CIMKeyBinding b_{"b", "TRUE", CIMKeyBinding::BOOLEAN};
+  const CIMKeyBinding r_{"r", path("Base", {{"Id", "1"}})};
+};
+
+TEST_F(KeyForms, AnyOrderAndLetterCaseOfNames) {
+  EXPECT_TRUE(finds({n_, s_, b_, r_}));
+  EXPECT_TRUE(finds({r_, b_, s_, n_}));
+  EXPECT_TRUE(finds({{"N", "16", CIMKeyBinding::NUMERIC},
+                     s_,
+                     {"B", "true", CIMKeyBinding::BOOLEAN},
+                     {"R", path("BASE", {{"ID", "1"}})}}));
+}
+
+TEST_F(KeyForms, EveryFormOfANumber) {
+  for (const char* form : {"16", "+16", "0x10", "0X10", "10000b", " 16 "}) {
+    EXPECT_TRUE(finds({{"n", form, CIMKeyBinding::NUMERIC}, s_, b_, r_})) << form;
+  }
+  // Some clients mark every key as a string.
+  EXPECT_TRUE(
+      finds({{"n", "16", CIMKeyBinding::STRING}, s_, {"b", "true", CIMKeyBinding::STRING}, r_}));
+  for (const char* form : {"17", "-16", "65552", "sixteen", ""}) {
+    EXPECT_FALSE(finds({{"n", form, CIMKeyBinding::NUMERIC}, s_, b_, r_})) << form;
+  }
+}
+
+TEST_F(KeyForms, ReferencesAreComparedAsPaths) {
+  CIMObjectPath withNameSpace = path("Base", {{"Id", "1"}});
+  withNameSpace.setNameSpace("/Root/KVASD");
+  EXPECT_TRUE(finds({n_, s_, b_, {"r", withNameSpace}}));
+  withNameSpace.setNameSpace("root/other");
+  EXPECT_FALSE(finds({n_, s_, b_, {"r", withNameSpace}}));
+  EXPECT_FALSE(finds({n_, s_, b_, {"r", path("Base", {{"Id", "2"}})}}));
+  EXPECT_FALSE(finds({n_, s_, b_, {"r", "Base.Id=\"1\"", CIMKeyBinding::STRING}}));
+  EXPECT_FALSE(finds({n_, {"s", path("Base", {{"Id", "1"}})}, b_, r_}));
+}
+
+TEST_F(KeyForms, OtherValuesAreOtherInstances) {
+  EXPECT_FALSE(finds({n_, {"s", "text", CIMKeyBinding::STRING}, b_, r_}));
+  EXPECT_FALSE(finds({n_, s_, {"b", "FALSE", CIMKeyBinding::BOOLEAN}, r_}));
+}
+
+TEST_F(RepositoryTest, ASingleKeyMayBeWithoutName) {
+  create("Base", "1");
+  EXPECT_EQ(statusOf([&] {
+              nameSpace().instance(path("Base", {{"", "1"}}));
+            }),
+            Pegasus::CIM_ERR_SUCCESS);
+}
+
+TEST_F(RepositoryTest, AClassWithoutKeysHasOneInstance) {
+  EXPECT_EQ(creating(test::instance("Single", {{"x", "1"}})), Pegasus::CIM_ERR_SUCCESS);
+  EXPECT_EQ(creating(test::instance("Single", {{"x", "2"}})), Pegasus::CIM_ERR_ALREADY_EXISTS);
+  EXPECT_EQ(statusOf([&] { nameSpace().instance(path("Single", {})); }), Pegasus::CIM_ERR_SUCCESS);
+}
+
+TEST_F(RepositoryTest, NamesOfAnUnreasonableLengthAreRefused) {
+  const std::string longId(70000, 'x');
+  EXPECT_EQ(creating(test::instance("Base", {{"Id", longId.c_str()}})),
+            Pegasus::CIM_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(statusOf([&] {
+              nameSpace().instance(path("Base", {{"Id", longId.c_str()}}));
+            }),
+            Pegasus::CIM_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(creating(test::instance("Base", {{"Id", "1"}, {"Text", longId.c_str()}})),
+            Pegasus::CIM_ERR_SUCCESS);
+}
+
+}  // namespace
+}  // namespace cimd

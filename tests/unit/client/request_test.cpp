@@ -1,0 +1,121 @@
+// What operations send that no recording shows.
+#include <Pegasus/Client/CIMClient.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "answers.h"
+#include "scripted_server.h"
+
+namespace Pegasus {
+namespace {
+
+using testing::HasSubstr;
+
+const String nameSpace = "root/kvasd";
+
+// Of GetInstance there is no recording.
+TEST(Request, GetInstance) {
+  const std::string answer =
+      "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"@ID@\" PROTOCOLVERSION=\"1.0\">"
+      "<SIMPLERSP><IMETHODRESPONSE NAME=\"GetInstance\"><IRETURNVALUE>"
+      "<INSTANCE CLASSNAME=\"KVAXDT_FRU\"><PROPERTY NAME=\"Name\" TYPE=\"string\">"
+      "<VALUE> FAN </VALUE></PROPERTY></INSTANCE>"
+      "</IRETURNVALUE></IMETHODRESPONSE></SIMPLERSP></MESSAGE></CIM>";
+  ScriptedServer server({[&](Peer& peer) { peer.answer(httpAnswer(answer)); }});
+  CIMClient client(20'000);
+  client.connect(server.address().c_str(), "", "");
+  CIMPropertyList names{Array<String>{"Name"}};
+  const CIMInstance instance = client.getInstance(nameSpace, fruName(), false, true, false, names);
+  EXPECT_EQ(valueOf(instance, "Name"), " FAN ");
+  EXPECT_EQ(instance.getPath(), fruName());
+  std::string expected = bodyOf(recordedRequest("07-get-property"));
+  expected.replace(expected.find("GetProperty"), 11, "GetInstance");
+  const std::size_t last = expected.find("<IPARAMVALUE NAME=\"PropertyName\">");
+  expected.replace(last, expected.find("</IMETHODCALL>") - last,
+                   "<IPARAMVALUE NAME=\"LocalOnly\"><VALUE>false</VALUE></IPARAMVALUE>"
+                   "<IPARAMVALUE NAME=\"IncludeQualifiers\"><VALUE>true</VALUE></IPARAMVALUE>"
+                   "<IPARAMVALUE NAME=\"IncludeClassOrigin\"><VALUE>false</VALUE></IPARAMVALUE>"
+                   "<IPARAMVALUE NAME=\"PropertyList\"><VALUE.ARRAY><VALUE>Name</VALUE>"
+                   "</VALUE.ARRAY></IPARAMVALUE>");
+  ASSERT_EQ(server.requests().size(), 1U);
+  EXPECT_EQ(bodyOf(server.requests()[0]) + "\n", expected);
+}
+
+TEST(Request, EveryFlagOfAnEnumerationIsSent) {
+  ScriptedServer server(
+      {[&](Peer& peer) { peer.answer(recordedAnswer("01-enumerate-instances")); }});
+  CIMClient client(20'000);
+  client.connect(server.address().c_str(), "", "");
+  client.enumerateInstances(nameSpace, "KVAXDT_FRU", false, false, true, true,
+                            CIMPropertyList{Array<String>{"Name", "Vendor"}});
+  ASSERT_EQ(server.requests().size(), 1U);
+  EXPECT_THAT(server.requests()[0],
+              HasSubstr("<IPARAMVALUE NAME=\"DeepInheritance\"><VALUE>false</VALUE></IPARAMVALUE>"
+                        "<IPARAMVALUE NAME=\"LocalOnly\"><VALUE>false</VALUE></IPARAMVALUE>"
+                        "<IPARAMVALUE NAME=\"IncludeQualifiers\"><VALUE>true</VALUE></IPARAMVALUE>"
+                        "<IPARAMVALUE NAME=\"IncludeClassOrigin\"><VALUE>true</VALUE></IPARAMVALUE>"
+                        "<IPARAMVALUE NAME=\"PropertyList\"><VALUE.ARRAY><VALUE>Name</VALUE>"
+                        "<VALUE>Vendor</VALUE></VALUE.ARRAY></IPARAMVALUE></IMETHODCALL>"));
+}
+
+TEST(Request, RequestHeaderIsAsServersWantIt) {
+  ScriptedServer server({[](Peer& peer) { peer.answer(propertyAnswer("x")); }});
+  CIMClient client(20'000);
+  client.connect(server.address().c_str(), "", "");
+  client.getProperty("root/\xc3\xa9 1", fruName(), "Name");
+  ASSERT_EQ(server.requests().size(), 1U);
+  const std::string request = server.requests()[0];
+  const std::string body = bodyOf(request);
+  EXPECT_EQ(request, "POST /cimom HTTP/1.1\r\nHost: " + server.address() +
+                         "\r\nContent-Type: application/xml; charset=\"utf-8\"\r\n"
+                         "Content-Length: " +
+                         std::to_string(body.size()) +
+                         "\r\nAccept: application/xml, text/xml\r\nCIMOperation: MethodCall\r\n"
+                         "CIMProtocolVersion: 1.0\r\nCIMMethod: GetProperty\r\n"
+                         "CIMObject: root%2F%C3%A9%201\r\n\r\n" +
+                         body);
+}
+
+TEST(Request, HasAMessageIdOfItsOwn) {
+  const auto answerThree = [](Peer& peer) {
+    for (int i = 0; i < 3; i++) {
+      peer.answer(propertyAnswer("x"));
+    }
+  };
+  ScriptedServer server({answerThree});
+  CIMClient client(20'000);
+  client.connect(server.address().c_str(), "", "");
+  for (int i = 0; i < 3; i++) {
+    EXPECT_EQ(askProperty(client), "x");
+  }
+  std::set<std::string> ids;
+  for (const std::string& request : server.requests()) {
+    const std::size_t begin = request.find(" ID=\"");
+    ids.insert(request.substr(begin, request.find("\" PROTOCOLVERSION") - begin));
+  }
+  EXPECT_EQ(ids.size(), 3U);
+}
+
+TEST(Request, CharacterThatXmlCannotCarryIsNotSent) {
+  ScriptedServer server({[](Peer& peer) {
+    peer.answer(propertyAnswer("x"));
+    peer.awaitClose();
+  }});
+  CIMClient client(20'000);
+  client.connect(server.address().c_str(), "", "");
+  CIMInstance unsendable{String("KVAXDT_FRU")};
+  unsendable.addProperty(CIMProperty("Name", CIMValue("\x03")));
+  EXPECT_THROW(client.getProperty(nameSpace, fruName(), "Na\x01me"), InvalidValueException);
+  EXPECT_THROW(client.getProperty("root/\x02", fruName(), "Name"), InvalidValueException);
+  EXPECT_THROW(client.deleteInstance(nameSpace, fruName("\x1b")), InvalidValueException);
+  EXPECT_THROW(client.createInstance(nameSpace, unsendable), InvalidValueException);
+  EXPECT_EQ(askProperty(client), "x");
+  EXPECT_EQ(server.requests().size(), 1U);
+  EXPECT_EQ(server.connections(), 1U);
+  EXPECT_EQ(server.problems(), "");
+}
+
+}  // namespace
+}  // namespace Pegasus
