@@ -29,12 +29,9 @@ T required(std::optional<T> value, const char* parameter) {
 // What of an instance is to be returned.
 class Selection {
  public:
-  // `top` is the class that was asked for: without deep inheritance an instance of a subclass is
-  // returned with the properties of that class only.
-  Selection(const Request& request, const CimClass& top)
+  explicit Selection(const Request& request)
       : isDeep_(request.boolean("DeepInheritance").value_or(true)),
-        withOrigin_(request.boolean("IncludeClassOrigin").value_or(false)),
-        topProperties_(top.propertyCount()) {
+        withOrigin_(request.boolean("IncludeClassOrigin").value_or(false)) {
     // Both are checked like the others, though nothing depends on them.
     static_cast<void>(request.boolean("LocalOnly"));
     static_cast<void>(request.boolean("IncludeQualifiers"));
@@ -49,11 +46,13 @@ class Selection {
 
   bool isWhole() const { return isDeep_ && !withOrigin_ && !wanted_; }
 
-  // Properties stand in the order of the class, which begins with those of its superclass.
-  CIMInstance apply(const CIMInstance& instance, const CimClass& cls) const {
+  // `top` is the class that was asked for and `cls` that of the instance, a subclass perhaps:
+  // without deep inheritance it is returned with the properties of `top` only. Those come first in
+  // `cls`.
+  CIMInstance apply(const CIMInstance& instance, const CimClass& cls, const CimClass& top) const {
     CIMInstance selected(instance.getClassName());
     selected.setPath(instance.getPath());
-    const std::size_t end = isDeep_ ? cls.propertyCount() : topProperties_;
+    const std::size_t end = (isDeep_ ? cls : top).propertyCount();
     for (std::size_t i = 0; i < end; ++i) {
       const Pegasus::CIMProperty& property = instance.getProperty(static_cast<Uint32>(i));
       if (!wanted_ || wanted_->contains(fold(property.getName()))) {
@@ -73,7 +72,6 @@ class Selection {
 
   bool isDeep_;
   bool withOrigin_;
-  std::size_t topProperties_;
   // Absent when every property is wanted.
   std::optional<std::unordered_set<FoldedName>> wanted_;
 };
@@ -82,15 +80,15 @@ class Selection {
 
 std::string enumerateInstances(NameSpace& nameSpace, const Request& request) {
   const String className = required(request.className("ClassName"), "ClassName");
+  const Selection selection(request);
   const CimClass& cls = nameSpace.classNamed(className);
-  const Selection selection(request, cls);
   std::string out;
   for (const CIMInstance* instance : nameSpace.instances(cls)) {
     if (selection.isWhole()) {
       Pegasus::xml::appendNamedInstance(out, *instance);
     } else {
       const CimClass& own = nameSpace.classNamed(instance->getClassName());
-      Pegasus::xml::appendNamedInstance(out, selection.apply(*instance, own));
+      Pegasus::xml::appendNamedInstance(out, selection.apply(*instance, own, cls));
     }
   }
   return out;
@@ -107,12 +105,12 @@ std::string enumerateInstanceNames(NameSpace& nameSpace, const Request& request)
 
 std::string getInstance(NameSpace& nameSpace, const Request& request) {
   const auto path = required(request.instanceName("InstanceName"), "InstanceName");
+  const Selection selection(request);
   const CimClass& cls = nameSpace.classNamed(path.getClassName());
-  const Selection selection(request, cls);
   const CIMInstance& instance = nameSpace.instance(path);
   std::string out;
-  Pegasus::xml::appendInstance(out,
-                               selection.isWhole() ? instance : selection.apply(instance, cls));
+  Pegasus::xml::appendInstance(
+      out, selection.isWhole() ? instance : selection.apply(instance, cls, cls));
   return out;
 }
 

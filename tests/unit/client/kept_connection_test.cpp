@@ -120,7 +120,7 @@ TEST_F(KeptConnection, BrokenWhileSendingIsAnErrorAndNoSignal) {
            peer.endSending();
          },
          answerOnce});
-  const std::string large(32U << 20, 'x');
+  const std::string large(16U << 20, 'x');
   EXPECT_THROW(client.deleteInstance("root/kvasd", fruName(large.c_str())),
                CIMClientMalformedHTTPException);
   server->awaitClosed(1);
@@ -188,14 +188,13 @@ TEST_F(KeptConnection, IsDroppedAfterAnAnswerThatIsNone) {
       httpAnswer("<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\"/></CIM>"),
       // Well-formed, but with a result that cannot be read.
       httpAnswer(propertyBody("x</VALUE><VALUE>y")), httpAnswer("", "", "500 Internal Error")};
-  std::vector<ScriptedServer::Script> scripts;
-  for (const std::string& answer : answers) {
-    scripts.push_back([answer](Peer& peer) {
+  std::vector<ScriptedServer::Script> scripts(answers.size() + 1, answerOnce);
+  for (std::size_t i = 0; i < answers.size(); i++) {
+    scripts[i] = [answer = answers[i]](Peer& peer) {
       peer.answer(answer);
       peer.awaitClose();
-    });
+    };
   }
-  scripts.push_back(answerOnce);
   start(scripts);
   for (std::size_t i = 1; i <= answers.size(); i++) {
     EXPECT_THROW(askProperty(client), Exception);

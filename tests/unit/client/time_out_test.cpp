@@ -27,7 +27,7 @@ void expectInTime(Operation operation) {
   EXPECT_THROW(operation(), Expected);
   const auto taken = steady_clock::now() - begin;
   EXPECT_GE(taken, milliseconds(timeOut));
-  EXPECT_LT(taken, milliseconds(5000));
+  EXPECT_LT(taken, milliseconds(15'000));
 }
 
 void expectTimeOutAndThenAnAnswer(const ScriptedServer::Script& script) {
@@ -102,7 +102,7 @@ TEST(TimeOut, HoldsForSendingToo) {
   ASSERT_EQ(getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size), 0);
   CIMClient client(timeOut);
   client.connect(String(("127.0.0.1:" + std::to_string(ntohs(address.sin_port))).c_str()), "", "");
-  const std::string large(32U << 20, 'x');
+  const std::string large(16U << 20, 'x');
   const CIMObjectPath name = fruName(large.c_str());
   expectInTime<ConnectionTimeoutException>([&] { client.deleteInstance("root/kvasd", name); });
   close(listener);
@@ -118,7 +118,7 @@ TEST(TimeOut, HoldsForConnecting) {
   std::vector<int> waiting;
   for (int i = 0; i < 4; i++) {
     waiting.push_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    connect(waiting.back(), reinterpret_cast<sockaddr*>(&address), size);
+    (void)connect(waiting.back(), reinterpret_cast<sockaddr*>(&address), size);
   }
   CIMClient client(timeOut);
   const String target(("127.0.0.1:" + std::to_string(ntohs(address.sin_port))).c_str());

@@ -109,6 +109,7 @@ TEST(Request, WrittenParametersAreReadBack) {
   EXPECT_EQ(request.text("Text"), String(" <x> "));
   EXPECT_EQ(request.boolean("Flag"), false);
   EXPECT_FALSE(request.has("All"));
+  EXPECT_FALSE(request.propertyList("None").isNull());
   EXPECT_EQ(request.propertyList("None").size(), 0U);
   EXPECT_EQ(request.propertyList("Some").size(), 2U);
 }
