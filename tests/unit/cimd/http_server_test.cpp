@@ -273,14 +273,13 @@ TEST(HttpServer, StuckClientsDoNotHinderOthersAndAreDropped) {
   Client inBody(server);
   inBody.send("POST / HTTP/1.1\r\nHost: localhost\r\nContent-Length: 10\r\n\r\n12345");
   Client notReading(server);
-  notReading.setReceiveBuffer(4096);
+  notReading.setReceiveBuffer(1 << 16);  // a fixed size: it does not grow to take the whole answer
   notReading.send(post("large"));
   Client good(server);
   EXPECT_EQ(bodyOf(good.ask(post("one"))), "[one]");
   EXPECT_TRUE(silent.isClosed());
   EXPECT_TRUE(inHeader.isClosed());
   EXPECT_TRUE(inBody.isClosed());
-  notReading.setReceiveBuffer(1 << 20);  // what is on its way now comes quickly
   EXPECT_LT(bodyOf(notReading.receive()).size(), std::size_t{32} << 20U);
 }
 

@@ -8,7 +8,6 @@ namespace cimd {
 namespace {
 
 using Pegasus::CIMInstance;
-using Pegasus::CIMObjectPath;
 using Pegasus::String;
 using test::loadError;
 

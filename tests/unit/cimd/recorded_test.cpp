@@ -11,7 +11,6 @@ namespace cimd {
 namespace {
 
 using Pegasus::CIMInstance;
-using Pegasus::String;
 using Pegasus::Uint32;
 using Pegasus::xml::Response;
 

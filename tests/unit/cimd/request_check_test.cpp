@@ -56,7 +56,7 @@ std::string outcome(const HttpRequest& request) {
   Repository repository;
   test::loadText(repository, "class A { [Key] string k; };");
   CimHandler handler(repository);
-  const std::string whole = outcome(handler.answer(request));
+  std::string whole = outcome(handler.answer(request));
   const auto early = handler.refuseEarly(request);
   EXPECT_TRUE(!early || outcome(*early) == whole);
   return whole;

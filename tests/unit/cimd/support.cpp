@@ -26,7 +26,7 @@ TemporaryFolder::~TemporaryFolder() {
 }
 
 fs::path TemporaryFolder::write(const std::string& name, const std::string& text) const {
-  const fs::path file = path_ / name;
+  fs::path file = path_ / name;
   fs::create_directories(file.parent_path());
   std::ofstream(file, std::ios::binary) << text;
   return file;
