@@ -1,4 +1,5 @@
-// A class as instances see it: its properties, inherited ones included, and which of them are keys.
+// A class with what it inherits: its properties and which of them are keys, its methods, and the
+// qualifiers of them all.
 #pragma once
 
 #include <Pegasus/Common/CIMProperty.h>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "cimd/model/Names.h"
+#include "cimd/model/Qualifier.h"
 
 namespace cimd {
 
@@ -26,6 +28,26 @@ struct PropertyDeclaration {
   bool isKey = false;
   // Of the type above; null without default.
   Pegasus::CIMValue defaultValue;
+  Qualifiers qualifiers = {};
+};
+
+struct MethodParameter {
+  Pegasus::String name;
+  Pegasus::CIMType type = Pegasus::CIMTYPE_STRING;
+  bool isArray = false;
+  // As for properties.
+  Pegasus::Uint32 arraySize = 0;
+  Pegasus::String referenceClass;
+  Qualifiers qualifiers;
+};
+
+// One method as a class declares it. No method can be called here; clients that look at the schema
+// see them.
+struct MethodDeclaration {
+  Pegasus::String name;
+  Pegasus::CIMType returnType = Pegasus::CIMTYPE_STRING;
+  std::vector<MethodParameter> parameters;
+  Qualifiers qualifiers;
 };
 
 // What a class declares itself, without what it inherits.
@@ -35,6 +57,8 @@ struct ClassDeclaration {
   Pegasus::String superclass;
   bool isAbstract = false;
   std::vector<PropertyDeclaration> properties;
+  std::vector<MethodDeclaration> methods = {};
+  Qualifiers qualifiers = {};
 };
 
 class CimClass;
@@ -47,11 +71,19 @@ struct CimProperty : PropertyDeclaration {
   const CimClass* originClass = nullptr;
 };
 
+// A method of a class, its own or inherited.
+struct CimMethod : MethodDeclaration {
+  // As for properties.
+  const CimClass* declaringClass = nullptr;
+  const CimClass* originClass = nullptr;
+};
+
 // Immutable but for the list of subclasses, which the schema extends.
 class CimClass {
  public:
   // `superclass` may be null and must outlive this class. Throws CIMException (INVALID_PARAMETER)
-  // when a property is declared twice, or overrides one of another type.
+  // when a property or method is declared twice, overrides one of another type, claims to override
+  // one that is not there, or changes a qualifier that may not be overridden.
   CimClass(const ClassDeclaration& declaration, CimClass* superclass);
   CimClass(const CimClass&) = delete;
   CimClass& operator=(const CimClass&) = delete;
@@ -71,12 +103,19 @@ class CimClass {
   // True when instances of this class have the property from a superclass, unchanged.
   bool isPropagated(const CimProperty& property) const { return property.declaringClass != this; }
 
+  // Those of the superclass first, as for properties.
+  const std::vector<std::shared_ptr<const CimMethod>>& methods() const { return methods_; }
+  const Qualifiers& qualifiers() const { return qualifiers_; }
+
   // Direct subclasses, in the order of their definition.
   const std::vector<const CimClass*>& subclasses() const { return subclasses_; }
 
  private:
-  void add(const PropertyDeclaration& declaration);
-  void override(std::size_t position, const PropertyDeclaration& declaration);
+  void inherit(const CimClass& superclass);
+  void addProperty(const PropertyDeclaration& declaration);
+  void overrideProperty(std::size_t position, const PropertyDeclaration& declaration);
+  void addMethod(const MethodDeclaration& declaration);
+  void collectKeys();
 
   Pegasus::String name_;
   const CimClass* superclass_;
@@ -85,6 +124,8 @@ class CimClass {
   std::vector<std::shared_ptr<const CimProperty>> properties_;
   std::unordered_map<FoldedName, std::size_t> positions_;
   std::vector<std::size_t> keys_;
+  std::vector<std::shared_ptr<const CimMethod>> methods_;
+  Qualifiers qualifiers_;
   std::vector<const CimClass*> subclasses_;
 };
 

@@ -1,39 +1,40 @@
 #include "cimd/model/InstanceStore.h"
 
+#include <pegasus/xml/ObjectEncoder.h>
+
 #include <algorithm>
 #include <utility>
 
 namespace cimd {
 
-using Pegasus::CIMInstance;
+StoredInstance::StoredInstance(Pegasus::CIMInstance given, bool published)
+    : instance(std::move(given)), isPublished(published) {
+  Pegasus::xml::appendInstanceName(nameXml, instance.getPath());
+  Pegasus::xml::appendInstance(instanceXml, instance);
+}
 
-bool InstanceStore::add(const CimClass& cls, InstanceKey key, CIMInstance instance) {
-  const auto [place, isNew] = byKey_.try_emplace(std::move(key));
-  if (!isNew) {
-    return false;
-  }
+void InstanceStore::add(const CimClass& cls, InstanceKey key, StoredInstance instance) {
   Entries& entries = byClass_[&cls];
   entries.push_back(Entry{nextSequence_++, std::move(instance)});
-  place->second = Place{&entries, std::prev(entries.end())};
-  return true;
+  byKey_.emplace(std::move(key), Place{&entries, std::prev(entries.end())});
 }
 
-bool InstanceStore::remove(const InstanceKey& key) {
+void InstanceStore::replace(const InstanceKey& key, StoredInstance instance) {
+  byKey_.at(key).entry->stored = std::move(instance);
+}
+
+void InstanceStore::remove(const InstanceKey& key) {
   const auto place = byKey_.find(key);
-  if (place == byKey_.end()) {
-    return false;
-  }
   place->second.entries->erase(place->second.entry);
   byKey_.erase(place);
-  return true;
 }
 
-const CIMInstance* InstanceStore::find(const InstanceKey& key) const {
+const StoredInstance* InstanceStore::find(const InstanceKey& key) const {
   const auto place = byKey_.find(key);
-  return place == byKey_.end() ? nullptr : &place->second.entry->instance;
+  return place == byKey_.end() ? nullptr : &place->second.entry->stored;
 }
 
-std::vector<const CIMInstance*> InstanceStore::list(
+std::vector<const StoredInstance*> InstanceStore::list(
     const std::vector<const CimClass*>& classes) const {
   std::vector<const Entry*> entries;
   for (const CimClass* cls : classes) {
@@ -49,9 +50,9 @@ std::vector<const CIMInstance*> InstanceStore::list(
     std::sort(entries.begin(), entries.end(),
               [](const Entry* a, const Entry* b) { return a->sequence < b->sequence; });
   }
-  std::vector<const CIMInstance*> instances(entries.size());
+  std::vector<const StoredInstance*> instances(entries.size());
   std::transform(entries.begin(), entries.end(), instances.begin(),
-                 [](const Entry* entry) { return &entry->instance; });
+                 [](const Entry* entry) { return &entry->stored; });
   return instances;
 }
 

@@ -1,12 +1,13 @@
 #include "cimd/model/NameSpace.h"
 
 #include "cimd/model/CimErrors.h"
-#include "cimd/model/NewInstance.h"
+#include "cimd/model/InstanceValues.h"
 
 namespace cimd {
 
 using Pegasus::CIMInstance;
 using Pegasus::CIMObjectPath;
+using Pegasus::CIMPropertyList;
 using Pegasus::String;
 
 namespace {
@@ -36,32 +37,68 @@ InstanceKey NameSpace::keyOf(const CIMObjectPath& path) const {
   return *std::move(key);
 }
 
-CIMObjectPath NameSpace::createInstance(const CIMInstance& given) {
+CIMObjectPath NameSpace::createInstance(const CIMInstance& given, Origin origin) {
   const CimClass& cls = classNamed(given.getClassName());
-  CIMInstance instance = completeInstance(cls, given);
-  CIMObjectPath path = instance.getPath();
-  if (!instances_.add(cls, keyOf(path), std::move(instance))) {
+  StoredInstance created(completeInstance(cls, given), origin != Origin::DECLARED);
+  CIMObjectPath path = created.instance.getPath();
+  InstanceKey key = keyOf(path);
+  if (instances_.find(key) != nullptr) {
     throwCimError(Pegasus::CIM_ERR_ALREADY_EXISTS, path.toString());
   }
+  if (journal_ != nullptr && origin == Origin::PUBLISHED) {
+    journal_->put(name_, key, created.instance);
+  }
+  instances_.add(cls, std::move(key), std::move(created));
   return path;
 }
 
-void NameSpace::deleteInstance(const CIMObjectPath& path) {
-  if (!instances_.remove(keyOf(path))) {
-    throwNotFound(path);
+void NameSpace::modifyInstance(const CIMInstance& given, const CIMPropertyList& list) {
+  const InstanceKey key = keyOf(given.getPath());
+  const StoredInstance* stored = instances_.find(key);
+  if (stored == nullptr) {
+    throwNotFound(given.getPath());
   }
+  const CimClass& cls = classNamed(stored->instance.getClassName());
+  StoredInstance changed(changedInstance(cls, stored->instance, given, list), stored->isPublished);
+  if (journal_ != nullptr && changed.isPublished) {
+    journal_->put(name_, key, changed.instance);
+  }
+  instances_.replace(key, std::move(changed));
 }
 
-const CIMInstance& NameSpace::instance(const CIMObjectPath& path) const {
-  const CIMInstance* found = instances_.find(keyOf(path));
+void NameSpace::deleteInstance(const CIMObjectPath& path) {
+  const InstanceKey key = keyOf(path);
+  const StoredInstance* stored = instances_.find(key);
+  if (stored == nullptr) {
+    throwNotFound(path);
+  }
+  if (journal_ != nullptr && stored->isPublished) {
+    journal_->remove(name_, key);
+  }
+  instances_.remove(key);
+}
+
+const StoredInstance& NameSpace::instance(const CIMObjectPath& path) const {
+  const StoredInstance* found = instances_.find(keyOf(path));
   if (found == nullptr) {
     throwNotFound(path);
   }
   return *found;
 }
 
-std::vector<const CIMInstance*> NameSpace::instances(const CimClass& cls) const {
+std::vector<const StoredInstance*> NameSpace::instances(const CimClass& cls) const {
   return instances_.list(Schema::withSubclasses(cls));
+}
+
+std::vector<const StoredInstance*> NameSpace::published() const {
+  std::vector<const CimClass*> classes;
+  for (const CimClass* top : schema_.topClasses()) {
+    const auto below = Schema::withSubclasses(*top);
+    classes.insert(classes.end(), below.begin(), below.end());
+  }
+  auto all = instances_.list(classes);
+  std::erase_if(all, [](const StoredInstance* stored) { return !stored->isPublished; });
+  return all;
 }
 
 }  // namespace cimd

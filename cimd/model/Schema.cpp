@@ -19,12 +19,32 @@ const CimClass& Schema::define(const ClassDeclaration& declaration) {
     superclass = found->second.get();
   }
   auto defined = std::make_unique<CimClass>(declaration, superclass);
-  return *classes_.emplace(fold(declaration.name), std::move(defined)).first->second;
+  const CimClass& added =
+      *classes_.emplace(fold(declaration.name), std::move(defined)).first->second;
+  if (superclass == nullptr) {
+    topClasses_.push_back(&added);
+  }
+  return added;
 }
 
 const CimClass* Schema::find(const String& name) const {
   const auto found = classes_.find(fold(name));
   return found == classes_.end() ? nullptr : found->second.get();
+}
+
+void Schema::declareQualifier(QualifierDeclaration declaration) {
+  const auto [place, isNew] =
+      qualifierPositions_.try_emplace(fold(declaration.name), qualifiers_.size());
+  if (isNew) {
+    qualifiers_.push_back(std::move(declaration));
+  } else {
+    qualifiers_[place->second] = std::move(declaration);
+  }
+}
+
+const QualifierDeclaration* Schema::findQualifier(const String& name) const {
+  const auto found = qualifierPositions_.find(fold(name));
+  return found == qualifierPositions_.end() ? nullptr : &qualifiers_[found->second];
 }
 
 std::vector<const CimClass*> Schema::withSubclasses(const CimClass& top) {

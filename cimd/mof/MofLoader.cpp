@@ -6,8 +6,9 @@
 #include <unordered_map>
 
 #include "cimd/model/InstanceKey.h"
-#include "cimd/model/NewInstance.h"
+#include "cimd/model/InstanceValues.h"
 #include "cimd/mof/MofReader.h"
+#include "cimd/mof/MofSchema.h"
 #include "cimd/mof/MofValues.h"
 
 namespace cimd::mof {
@@ -21,119 +22,6 @@ using Pegasus::String;
 // Keys that are references to instances whose keys are references, and so on.
 constexpr unsigned maxAliasDepth = 16;
 
-// What the model refuses is an error at the declaration.
-template <typename Action>
-auto at(const Position& position, Action action) {
-  try {
-    return action();
-  } catch (const Pegasus::CIMException& error) {
-    throw MofError(position, error.getDescription().toUtf8());
-  }
-}
-
-// A boolean qualifier without value is true; one that is not there, or NULL, is false.
-bool isSet(const std::vector<Qualifier>& qualifiers, const char* name) {
-  for (const Qualifier& qualifier : qualifiers) {
-    if (!String::equalNoCase(qualifier.name, name)) {
-      continue;
-    }
-    if (!qualifier.value) {
-      return true;
-    }
-    bool isTrue = false;
-    typedValue(*qualifier.value, Pegasus::CIMTYPE_BOOLEAN, false, {}).get(isTrue);
-    return isTrue;
-  }
-  return false;
-}
-
-class ClassLoader {
- public:
-  ClassLoader(std::vector<PlacedClass>& classes, Repository& repository)
-      : classes_(classes), repository_(repository) {}
-
-  void load() {
-    for (PlacedClass& cls : classes_) {
-      const auto [place, isNew] = byName_.try_emplace(key(cls, cls.declaration.name), &cls);
-      if (!isNew) {
-        const Position& first = place->second->declaration.position;
-        throw MofError(cls.declaration.position, "class " + cls.declaration.name.toUtf8() +
-                                                     " is declared already at " + *first.file +
-                                                     ":" + std::to_string(first.line));
-      }
-    }
-    for (const PlacedClass& cls : classes_) {
-      defineWithSuperclasses(cls);
-    }
-  }
-
- private:
-  using Key = std::pair<FoldedName, FoldedName>;
-
-  static Key key(const PlacedClass& cls, const String& name) {
-    return {fold(cls.nameSpace), fold(name)};
-  }
-
-  // Walks up to the first class that is defined, then defines downwards.
-  void defineWithSuperclasses(const PlacedClass& cls) {
-    std::vector<const PlacedClass*> chain;
-    const PlacedClass* current = &cls;
-    while (current != nullptr && !isDefined(*current)) {
-      if (chain.size() > classes_.size()) {
-        throw MofError(cls.declaration.position, "class " + cls.declaration.name.toUtf8() +
-                                                     " is its own superclass in the end");
-      }
-      chain.push_back(current);
-      const auto superclass = byName_.find(key(*current, current->declaration.superclass));
-      current = superclass == byName_.end() ? nullptr : superclass->second;
-    }
-    for (; !chain.empty(); chain.pop_back()) {
-      define(*chain.back());
-    }
-  }
-
-  bool isDefined(const PlacedClass& cls) {
-    return repository_.addNameSpace(cls.nameSpace).findClass(cls.declaration.name) != nullptr;
-  }
-
-  void define(const PlacedClass& placed) {
-    const Class& cls = placed.declaration;
-    ClassDeclaration declaration;
-    declaration.name = cls.name;
-    declaration.superclass = cls.superclass;
-    declaration.isAbstract = isSet(cls.qualifiers, "abstract");
-    for (const Property& property : cls.properties) {
-      declaration.properties.push_back(propertyDeclaration(property));
-    }
-    at(cls.position, [&] { repository_.addNameSpace(placed.nameSpace).defineClass(declaration); });
-  }
-
-  static PropertyDeclaration propertyDeclaration(const Property& property) {
-    PropertyDeclaration declaration;
-    const DataType& type = property.type;
-    declaration.name = property.name;
-    declaration.type = type.type;
-    declaration.isArray = type.isArray;
-    declaration.arraySize = type.arraySize;
-    declaration.referenceClass = type.className;
-    declaration.isKey = isSet(property.qualifiers, "key");
-    declaration.defaultValue = Pegasus::CIMValue(type.type, type.isArray);
-    if (property.defaultValue) {
-      declaration.defaultValue =
-          typedValue(*property.defaultValue, type.type, type.isArray, [](const Literal& alias) {
-            throw MofError(alias.position,
-                           "a class cannot refer to the instance $" + alias.text.toUtf8());
-            return CIMObjectPath();
-          });
-    }
-    return declaration;
-  }
-
-  std::vector<PlacedClass>& classes_;
-  Repository& repository_;
-  std::map<Key, PlacedClass*> byName_;
-};
-
 class InstanceLoader {
  public:
   InstanceLoader(const std::vector<PlacedInstance>& instances, Repository& repository)
@@ -145,8 +33,9 @@ class InstanceLoader {
     }
     for (const PlacedInstance& instance : instances_) {
       const CIMInstance given = build(instance, false);
-      at(instance.declaration.position,
-         [&] { repository_.addNameSpace(instance.nameSpace).createInstance(given); });
+      at(instance.declaration.position, [&] {
+        repository_.addNameSpace(instance.nameSpace).createInstance(given, Origin::DECLARED);
+      });
     }
   }
 
@@ -164,7 +53,7 @@ class InstanceLoader {
 
   const CimClass& classOf(const PlacedInstance& instance) {
     const String& name = instance.declaration.className;
-    const CimClass* cls = repository_.addNameSpace(instance.nameSpace).findClass(name);
+    const CimClass* cls = repository_.addNameSpace(instance.nameSpace).schema().find(name);
     if (cls == nullptr) {
       throw MofError(instance.declaration.position, "class " + name.toUtf8() +
                                                         " is not declared in namespace " +
@@ -237,8 +126,8 @@ class InstanceLoader {
 }  // namespace
 
 void loadMof(const std::vector<std::filesystem::path>& files, Repository& repository) {
-  MofContents contents = readMof(files, defaultNameSpace);
-  ClassLoader(contents.classes, repository).load();
+  const MofContents contents = readMof(files, defaultNameSpace);
+  loadSchema(contents, repository);
   InstanceLoader(contents.instances, repository).load();
 }
 

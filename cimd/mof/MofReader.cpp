@@ -67,6 +67,8 @@ class MofReader {
     while (auto production = parser.next()) {
       if (const auto* pragma = std::get_if<Pragma>(&*production)) {
         obey(*pragma, path, nameSpace);
+      } else if (auto* qualifier = std::get_if<QualifierType>(&*production)) {
+        contents.qualifiers.push_back({nameSpace, std::move(*qualifier)});
       } else if (auto* cls = std::get_if<Class>(&*production)) {
         contents.classes.push_back({nameSpace, std::move(*cls)});
       } else if (auto* instance = std::get_if<Instance>(&*production)) {

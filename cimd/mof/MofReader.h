@@ -10,6 +10,11 @@
 
 namespace cimd::mof {
 
+struct PlacedQualifier {
+  Pegasus::String nameSpace;
+  QualifierType declaration;
+};
+
 struct PlacedClass {
   Pegasus::String nameSpace;
   Class declaration;
@@ -24,6 +29,7 @@ struct PlacedInstance {
 
 // Everything declared, in the order of the files.
 struct MofContents {
+  std::vector<PlacedQualifier> qualifiers;
   std::vector<PlacedClass> classes;
   std::vector<PlacedInstance> instances;
 };

@@ -10,6 +10,7 @@
 
 #include "cimd/model/CimErrors.h"
 #include "cimd/operations/InstanceOperations.h"
+#include "cimd/operations/SchemaOperations.h"
 
 namespace cimd {
 
@@ -23,11 +24,22 @@ constexpr std::array<std::string_view, 6> enumerateParameters{
     "ClassName",         "LocalOnly",          "DeepInheritance",
     "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"};
 constexpr std::array<std::string_view, 1> className{"ClassName"};
+constexpr std::array<std::string_view, 2> enumerateClassNamesParameters{"ClassName",
+                                                                        "DeepInheritance"};
+constexpr std::array<std::string_view, 5> enumerateClassesParameters{
+    "ClassName", "LocalOnly", "DeepInheritance", "IncludeQualifiers", "IncludeClassOrigin"};
+constexpr std::array<std::string_view, 5> getClassParameters{
+    "ClassName", "LocalOnly", "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"};
 constexpr std::array<std::string_view, 5> getInstanceParameters{
     "InstanceName", "LocalOnly", "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"};
 constexpr std::array<std::string_view, 2> getPropertyParameters{"InstanceName", "PropertyName"};
+constexpr std::array<std::string_view, 3> setPropertyParameters{"InstanceName", "PropertyName",
+                                                                "NewValue"};
 constexpr std::array<std::string_view, 1> newInstance{"NewInstance"};
+constexpr std::array<std::string_view, 3> modifyInstanceParameters{
+    "ModifiedInstance", "IncludeQualifiers", "PropertyList"};
 constexpr std::array<std::string_view, 1> instanceName{"InstanceName"};
+constexpr std::array<std::string_view, 1> qualifierName{"QualifierName"};
 
 struct Operation {
   std::string_view name;
@@ -35,13 +47,20 @@ struct Operation {
   std::string (*run)(NameSpace& nameSpace, const Request& request);
 };
 
-constexpr std::array<Operation, 6> operations{{
+constexpr std::array<Operation, 13> operations{{
     {"EnumerateInstances", enumerateParameters, enumerateInstances},
     {"EnumerateInstanceNames", className, enumerateInstanceNames},
     {"GetInstance", getInstanceParameters, getInstance},
     {"GetProperty", getPropertyParameters, getProperty},
+    {"SetProperty", setPropertyParameters, setProperty},
     {"CreateInstance", newInstance, createInstance},
+    {"ModifyInstance", modifyInstanceParameters, modifyInstance},
     {"DeleteInstance", instanceName, deleteInstance},
+    {"GetClass", getClassParameters, getClass},
+    {"EnumerateClasses", enumerateClassesParameters, enumerateClasses},
+    {"EnumerateClassNames", enumerateClassNamesParameters, enumerateClassNames},
+    {"GetQualifier", qualifierName, getQualifier},
+    {"EnumerateQualifiers", {}, enumerateQualifiers},
 }};
 
 void checkParameters(const Request& request, const Operation& operation) {

@@ -2,79 +2,95 @@
 
 #include <pegasus/xml/ObjectEncoder.h>
 
-#include <optional>
-#include <unordered_set>
-
-#include "cimd/model/CimErrors.h"
+#include "cimd/operations/Parameters.h"
+#include "cimd/operations/SchemaEncoder.h"
 
 namespace cimd {
 
 namespace {
 
 using Pegasus::CIMInstance;
-using Pegasus::CIMPropertyList;
+using Pegasus::CIMValue;
 using Pegasus::String;
 using Pegasus::Uint32;
 using Pegasus::xml::Request;
 
-template <typename T>
-T required(std::optional<T> value, const char* parameter) {
-  if (!value) {
-    throwCimError(Pegasus::CIM_ERR_INVALID_PARAMETER,
-                  String("parameter ") + parameter + " is missing");
-  }
-  return *std::move(value);
-}
+// More than any client of this server can make use of; keeps one request from taking all memory.
+constexpr std::size_t maxAnswer = std::size_t{256} << 20U;
 
 // What of an instance is to be returned.
 class Selection {
  public:
   explicit Selection(const Request& request)
       : isDeep_(request.boolean("DeepInheritance").value_or(true)),
-        withOrigin_(request.boolean("IncludeClassOrigin").value_or(false)) {
-    // Both are checked like the others, though nothing depends on them.
+        hasQualifiers_(request.boolean("IncludeQualifiers").value_or(false)),
+        hasOrigin_(request.boolean("IncludeClassOrigin").value_or(false)),
+        properties_(request) {
+    // Checked like the others, though nothing depends on it.
     static_cast<void>(request.boolean("LocalOnly"));
-    static_cast<void>(request.boolean("IncludeQualifiers"));
-    const CIMPropertyList list = request.propertyList("PropertyList");
-    if (!list.isNull()) {
-      wanted_.emplace();
-      for (Uint32 i = 0; i < list.size(); ++i) {
-        wanted_->insert(fold(list[i]));
-      }
-    }
   }
-
-  bool isWhole() const { return isDeep_ && !withOrigin_ && !wanted_; }
 
   // `top` is the class that was asked for and `cls` that of the instance, a subclass perhaps:
   // without deep inheritance it is returned with the properties of `top` only. Those come first in
   // `cls`.
-  CIMInstance apply(const CIMInstance& instance, const CimClass& cls, const CimClass& top) const {
-    CIMInstance selected(instance.getClassName());
-    selected.setPath(instance.getPath());
+  void append(std::string& out, const StoredInstance& stored, const CimClass& cls,
+              const CimClass& top) const {
+    if (isDeep_ && !hasQualifiers_ && !hasOrigin_ && properties_.isOpen()) {
+      out += stored.instanceXml;
+      return;
+    }
+    out += "<INSTANCE";
+    Pegasus::xml::appendAttribute(out, "CLASSNAME", stored.instance.getClassName());
+    out += '>';
+    if (hasQualifiers_) {
+      appendQualifiers(out, cls.qualifiers(), false);
+    }
     const std::size_t end = (isDeep_ ? cls : top).propertyCount();
     for (std::size_t i = 0; i < end; ++i) {
-      const Pegasus::CIMProperty& property = instance.getProperty(static_cast<Uint32>(i));
-      if (!wanted_ || wanted_->contains(fold(property.getName()))) {
-        selected.addProperty(withOrigin_ ? originated(property, cls.property(i)) : property);
+      const auto& property = stored.instance.getProperty(static_cast<Uint32>(i));
+      if (properties_.passes(property.getName())) {
+        append(out, property, cls.property(i));
       }
     }
-    return selected;
+    out += "</INSTANCE>";
   }
 
  private:
-  static Pegasus::CIMProperty originated(const Pegasus::CIMProperty& property,
-                                         const CimProperty& declared) {
-    return {property.getName(),           property.getValue(),
-            property.getArraySize(),      property.getReferenceClassName(),
-            declared.originClass->name(), property.getPropagated()};
+  void append(std::string& out, const Pegasus::CIMProperty& property,
+              const CimProperty& declared) const {
+    std::string qualifiers;
+    if (hasQualifiers_) {
+      appendQualifiers(qualifiers, declared.qualifiers, false);
+    }
+    const String& origin = hasOrigin_ ? declared.originClass->name() : String::EMPTY;
+    Pegasus::xml::appendQualifiedProperty(
+        out,
+        {property.getName(), property.getValue(), property.getArraySize(),
+         property.getReferenceClassName(), origin, property.getPropagated()},
+        qualifiers);
   }
 
   bool isDeep_;
-  bool withOrigin_;
-  // Absent when every property is wanted.
-  std::optional<std::unordered_set<FoldedName>> wanted_;
+  bool hasQualifiers_;
+  bool hasOrigin_;
+  PropertyFilter properties_;
 };
+
+void checkSize(const std::string& answer) {
+  if (answer.size() > maxAnswer) {
+    throwCimError(Pegasus::CIM_ERR_SERVER_LIMITS_EXCEEDED, "the answer is too large");
+  }
+}
+
+// The new value of the property; on the wire it has no type.
+CIMValue newValue(const Request& request, const CimProperty& property) {
+  try {
+    return request.value("NewValue", property.type, property.isArray);
+  } catch (const Pegasus::XmlValidationError& error) {
+    throwCimError(Pegasus::CIM_ERR_TYPE_MISMATCH,
+                  "property " + property.name + ": " + error.getMessage());
+  }
+}
 
 }  // namespace
 
@@ -83,13 +99,11 @@ std::string enumerateInstances(NameSpace& nameSpace, const Request& request) {
   const Selection selection(request);
   const CimClass& cls = nameSpace.classNamed(className);
   std::string out;
-  for (const CIMInstance* instance : nameSpace.instances(cls)) {
-    if (selection.isWhole()) {
-      Pegasus::xml::appendNamedInstance(out, *instance);
-    } else {
-      const CimClass& own = nameSpace.classNamed(instance->getClassName());
-      Pegasus::xml::appendNamedInstance(out, selection.apply(*instance, own, cls));
-    }
+  for (const StoredInstance* stored : nameSpace.instances(cls)) {
+    out.append("<VALUE.NAMEDINSTANCE>").append(stored->nameXml);
+    selection.append(out, *stored, nameSpace.classNamed(stored->instance.getClassName()), cls);
+    out += "</VALUE.NAMEDINSTANCE>";
+    checkSize(out);
   }
   return out;
 }
@@ -97,8 +111,9 @@ std::string enumerateInstances(NameSpace& nameSpace, const Request& request) {
 std::string enumerateInstanceNames(NameSpace& nameSpace, const Request& request) {
   const String className = required(request.className("ClassName"), "ClassName");
   std::string out;
-  for (const CIMInstance* instance : nameSpace.instances(nameSpace.classNamed(className))) {
-    Pegasus::xml::appendInstanceName(out, instance->getPath());
+  for (const StoredInstance* stored : nameSpace.instances(nameSpace.classNamed(className))) {
+    out += stored->nameXml;
+    checkSize(out);
   }
   return out;
 }
@@ -107,17 +122,15 @@ std::string getInstance(NameSpace& nameSpace, const Request& request) {
   const auto path = required(request.instanceName("InstanceName"), "InstanceName");
   const Selection selection(request);
   const CimClass& cls = nameSpace.classNamed(path.getClassName());
-  const CIMInstance& instance = nameSpace.instance(path);
   std::string out;
-  Pegasus::xml::appendInstance(
-      out, selection.isWhole() ? instance : selection.apply(instance, cls, cls));
+  selection.append(out, nameSpace.instance(path), cls, cls);
   return out;
 }
 
 std::string getProperty(NameSpace& nameSpace, const Request& request) {
   const auto path = required(request.instanceName("InstanceName"), "InstanceName");
   const String name = required(request.text("PropertyName"), "PropertyName");
-  const CIMInstance& instance = nameSpace.instance(path);
+  const CIMInstance& instance = nameSpace.instance(path).instance;
   const Uint32 position = instance.findProperty(name);
   if (position == Pegasus::PEG_NOT_FOUND) {
     throwCimError(Pegasus::CIM_ERR_NO_SUCH_PROPERTY, name);
@@ -130,8 +143,31 @@ std::string getProperty(NameSpace& nameSpace, const Request& request) {
 std::string createInstance(NameSpace& nameSpace, const Request& request) {
   const auto given = required(request.instance("NewInstance"), "NewInstance");
   std::string out;
-  Pegasus::xml::appendInstanceName(out, nameSpace.createInstance(given));
+  Pegasus::xml::appendInstanceName(out, nameSpace.createInstance(given, Origin::PUBLISHED));
   return out;
+}
+
+std::string modifyInstance(NameSpace& nameSpace, const Request& request) {
+  const auto given = required(request.namedInstance("ModifiedInstance"), "ModifiedInstance");
+  static_cast<void>(request.boolean("IncludeQualifiers"));
+  nameSpace.modifyInstance(given, request.propertyList("PropertyList"));
+  return {};
+}
+
+std::string setProperty(NameSpace& nameSpace, const Request& request) {
+  const auto path = required(request.instanceName("InstanceName"), "InstanceName");
+  const String name = required(request.text("PropertyName"), "PropertyName");
+  const CIMInstance& current = nameSpace.instance(path).instance;
+  const CimClass& cls = nameSpace.classNamed(current.getClassName());
+  const auto position = cls.findProperty(name);
+  if (!position) {
+    throwCimError(Pegasus::CIM_ERR_NO_SUCH_PROPERTY, name);
+  }
+  CIMInstance changed(cls.name());
+  changed.setPath(current.getPath());
+  changed.addProperty(Pegasus::CIMProperty(name, newValue(request, cls.property(*position))));
+  nameSpace.modifyInstance(changed, Pegasus::CIMPropertyList());
+  return {};
 }
 
 std::string deleteInstance(NameSpace& nameSpace, const Request& request) {

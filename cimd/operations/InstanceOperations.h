@@ -11,13 +11,15 @@
 
 namespace cimd {
 
-// LocalOnly and IncludeQualifiers are taken and change nothing: the standard lets a server return
-// all properties of an instance, and instances have no qualifiers.
+// LocalOnly is taken and changes nothing: the standard deprecates it for instances, and servers
+// that obey it leave out what clients need. Qualifiers of instances are those of their class.
 std::string enumerateInstances(NameSpace& nameSpace, const Pegasus::xml::Request& request);
 std::string enumerateInstanceNames(NameSpace& nameSpace, const Pegasus::xml::Request& request);
 std::string getInstance(NameSpace& nameSpace, const Pegasus::xml::Request& request);
 std::string getProperty(NameSpace& nameSpace, const Pegasus::xml::Request& request);
 std::string createInstance(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+std::string modifyInstance(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+std::string setProperty(NameSpace& nameSpace, const Pegasus::xml::Request& request);
 std::string deleteInstance(NameSpace& nameSpace, const Pegasus::xml::Request& request);
 
 }  // namespace cimd

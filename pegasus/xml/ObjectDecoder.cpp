@@ -44,29 +44,6 @@ String optionalAttribute(Element element, std::string_view name) {
   return String(element.attribute(name).value_or(std::string_view()));
 }
 
-CIMValue decodePropertyValue(Element property, CIMType type, bool isArray) {
-  const Element child = valueChild(property);
-  if (!child) {
-    return CIMValue(type, isArray);
-  }
-  if (isArray) {
-    return decodeArray(type, child);
-  }
-  if (type == CIMTYPE_REFERENCE) {
-    return CIMValue(decodeReference(child));
-  }
-  if (child.name() != "VALUE") {
-    refuseChild(property, child);
-  }
-  const std::string text = textOnly(child);
-  // Some servers send a null value of a type that has no empty text so.
-  const bool isText = type == CIMTYPE_STRING || type == CIMTYPE_CHAR16;
-  if (!isText && trimmed(text).empty()) {
-    return CIMValue(type, false);
-  }
-  return parseScalar(type, text);
-}
-
 CIMKeyBinding::Type keyType(Element keyValue) {
   const std::string_view type = keyValue.attribute("VALUETYPE").value_or("string");
   if (type == "string") {
@@ -213,10 +190,32 @@ CIMProperty decodeProperty(Element element) {
     parseScalar(CIMTYPE_UINT32, *size).get(arraySize);
   }
   return CIMProperty(String(requireAttribute(element, "NAME")),
-                     decodePropertyValue(element, type, isArray), arraySize,
+                     decodeTypedValue(type, isArray, valueChild(element)), arraySize,
                      optionalAttribute(element, "REFERENCECLASS"),
                      optionalAttribute(element, "CLASSORIGIN"),
                      equalNoCase(trimmed(element.attribute("PROPAGATED").value_or("")), "true"));
+}
+
+CIMValue decodeTypedValue(CIMType type, bool isArray, Element element) {
+  if (!element) {
+    return CIMValue(type, isArray);
+  }
+  if (isArray) {
+    return decodeArray(type, element);
+  }
+  if (type == CIMTYPE_REFERENCE) {
+    return CIMValue(decodeReference(element));
+  }
+  if (element.name() != "VALUE") {
+    refuse("expected VALUE, found " + excerpt(element.name()));
+  }
+  const std::string text = textOnly(element);
+  // Some servers send a null value of a type that has no empty text so.
+  const bool isText = type == CIMTYPE_STRING || type == CIMTYPE_CHAR16;
+  if (!isText && trimmed(text).empty()) {
+    return CIMValue(type, false);
+  }
+  return parseScalar(type, text);
 }
 
 CIMValue decodeUntypedValue(Element element) {

@@ -36,6 +36,9 @@ CIMValue decodeArray(CIMType type, Element element);
 // The value in a PROPERTY, PROPERTY.ARRAY or PROPERTY.REFERENCE element and what stands around it.
 // An embedded object is the string that it is sent as.
 CIMProperty decodeProperty(Element element);
+// VALUE, VALUE.ARRAY, VALUE.REFERENCE or VALUE.REFARRAY as a value of this type; a missing element
+// (Element()) gives null, and so does an empty VALUE of a type that has no empty text.
+CIMValue decodeTypedValue(CIMType type, bool isArray, Element element);
 // VALUE, VALUE.ARRAY (as strings, since the element does not tell a type), VALUE.REFERENCE,
 // VALUE.REFARRAY; a missing element (Element()) gives a null string.
 CIMValue decodeUntypedValue(Element element);

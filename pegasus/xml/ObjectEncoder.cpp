@@ -165,11 +165,17 @@ void appendValue(std::string& out, const CIMValue& value) {
 }
 
 void appendProperty(std::string& out, const CIMProperty& property) {
+  appendQualifiedProperty(out, property, std::string_view());
+}
+
+void appendQualifiedProperty(std::string& out, const CIMProperty& property,
+                             std::string_view qualifiers) {
   const char* const element = propertyElement(property);
   out.append("<").append(element);
   appendPropertyAttributes(out, property);
   // A null value gets both tags, too: some clients do not understand an empty-element tag here.
   out += '>';
+  out += qualifiers;
   if (!property.getValue().isNull()) {
     appendValue(out, property.getValue());
   }

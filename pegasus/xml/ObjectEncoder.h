@@ -18,6 +18,9 @@ void appendValue(std::string& out, const CIMValue& value);
 // PROPERTY, PROPERTY.ARRAY or PROPERTY.REFERENCE; a null property is an element without value.
 // CLASSORIGIN and PROPAGATED are written where the property has them.
 void appendProperty(std::string& out, const CIMProperty& property);
+// The same with the XML of its QUALIFIER elements.
+void appendQualifiedProperty(std::string& out, const CIMProperty& property,
+                             std::string_view qualifiers);
 // LOCALNAMESPACEPATH of a namespace such as "root/kvasd".
 void appendLocalNameSpacePath(std::string& out, const String& nameSpace);
 // CLASSNAME.

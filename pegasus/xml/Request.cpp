@@ -212,6 +212,19 @@ std::optional<CIMInstance> Request::instance(std::string_view parameter) const {
   return decodeInstance(value);
 }
 
+std::optional<CIMInstance> Request::namedInstance(std::string_view parameter) const {
+  const Element value = parameterValue(parameter);
+  if (!value) {
+    return std::nullopt;
+  }
+  requireName(value, "VALUE.NAMEDINSTANCE", parameter);
+  return decodeNamedInstance(value);
+}
+
+CIMValue Request::value(std::string_view parameter, CIMType type, bool isArray) const {
+  return decodeTypedValue(type, isArray, parameterValue(parameter));
+}
+
 std::optional<String> Request::text(std::string_view parameter) const {
   const Element value = parameterValue(parameter);
   if (!value) {

@@ -18,7 +18,7 @@ std::string valueOf(const std::string& mof, const char* className, const char* p
   NameSpace& nameSpace = repository.nameSpace(defaultNameSpace);
   const auto instances = nameSpace.instances(nameSpace.classNamed(className));
   EXPECT_EQ(instances.size(), 1U);
-  const CIMInstance& instance = *instances.at(0);
+  const CIMInstance& instance = instances.at(0)->instance;
   return instance.getProperty(instance.findProperty(property)).getValue().toString().toUtf8();
 }
 
@@ -239,10 +239,10 @@ TEST(MofLoader, NamespacePragmaHoldsForTheRestOfItsFile) {
                    "#pragma include(\"sub/inner.mof\")\nclass O { [Key] string k; };");
   Repository repository;
   mof::loadMof({outer}, repository);
-  EXPECT_NE(repository.nameSpace("ROOT/kvasd").findClass("A"), nullptr);
-  EXPECT_NE(repository.nameSpace("root/outer").findClass("O"), nullptr);
-  EXPECT_NE(repository.nameSpace("root/Inner").findClass("I"), nullptr);
-  EXPECT_EQ(repository.nameSpace("root/outer").findClass("I"), nullptr);
+  EXPECT_NE(repository.nameSpace("ROOT/kvasd").schema().find("A"), nullptr);
+  EXPECT_NE(repository.nameSpace("root/outer").schema().find("O"), nullptr);
+  EXPECT_NE(repository.nameSpace("root/Inner").schema().find("I"), nullptr);
+  EXPECT_EQ(repository.nameSpace("root/outer").schema().find("I"), nullptr);
 }
 
 TEST(MofLoader, FilesAreOneLoadButAliasesAreTheirOwn) {

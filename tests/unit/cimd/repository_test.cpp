@@ -30,18 +30,18 @@ class RepositoryTest : public testing::Test {
 
   NameSpace& nameSpace() { return repository_.nameSpace(defaultNameSpace); }
   void create(const char* cls, const char* id) {
-    nameSpace().createInstance(test::instance(cls, {{"Id", id}}));
+    nameSpace().createInstance(test::instance(cls, {{"Id", id}}), Origin::PUBLISHED);
   }
   // The Ids of what an enumeration of the class returns.
   std::string listed(const char* cls) {
     std::string ids;
-    for (const CIMInstance* instance : nameSpace().instances(nameSpace().classNamed(cls))) {
-      ids += instance->getProperty(0).getValue().toString().toUtf8() + ' ';
+    for (const StoredInstance* stored : nameSpace().instances(nameSpace().classNamed(cls))) {
+      ids += stored->instance.getProperty(0).getValue().toString().toUtf8() + ' ';
     }
     return ids;
   }
   Pegasus::CIMStatusCode creating(const CIMInstance& instance) {
-    return statusOf([&] { nameSpace().createInstance(instance); });
+    return statusOf([&] { nameSpace().createInstance(instance, Origin::PUBLISHED); });
   }
 
   Repository repository_;
@@ -65,8 +65,9 @@ TEST_F(RepositoryTest, EnumerationsFollowTheOrderOfCreationAcrossSubclasses) {
 }
 
 TEST_F(RepositoryTest, InstancesHaveEveryPropertyInTheOrderAndSpellingOfTheClass) {
-  nameSpace().createInstance(test::instance("dERIVED", {{"extra", "e"}, {"ID", "1"}}));
-  const CIMInstance& instance = nameSpace().instance(path("derived", {{"id", "1"}}));
+  nameSpace().createInstance(test::instance("dERIVED", {{"extra", "e"}, {"ID", "1"}}),
+                             Origin::PUBLISHED);
+  const CIMInstance& instance = nameSpace().instance(path("derived", {{"id", "1"}})).instance;
   EXPECT_EQ(instance.getClassName(), String("Derived"));
   ASSERT_EQ(instance.getPropertyCount(), 4U);
   const std::vector<const char*> names{"Id", "Text", "Number", "Extra"};
@@ -169,7 +170,7 @@ class KeyForms : public RepositoryTest {
     instance.addProperty(CIMProperty("s", CIMValue("Text")));
     instance.addProperty(CIMProperty("b", CIMValue(true)));
     instance.addProperty(CIMProperty("r", CIMValue(path("Base", {{"Id", "1"}}))));
-    nameSpace().createInstance(instance);
+    nameSpace().createInstance(instance, Origin::PUBLISHED);
   }
 
   bool finds(std::initializer_list<CIMKeyBinding> keys) {

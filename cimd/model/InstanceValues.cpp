@@ -1,4 +1,4 @@
-#include "cimd/model/NewInstance.h"
+#include "cimd/model/InstanceValues.h"
 
 #include <variant>
 
@@ -43,15 +43,21 @@ void checkValue(const CimProperty& property, const CIMValue& value) {
   }
 }
 
+[[noreturn]] void throwNoProperty(const CimClass& cls, const String& name,
+                                  Pegasus::CIMStatusCode code) {
+  throwCimError(code, "class " + cls.name() + " has no property " + name);
+}
+
 // The given values at the positions of their properties in the class.
-std::vector<const CIMValue*> placeValues(const CimClass& cls, const CIMInstance& given) {
+// `unknown` is the error for a property that the class does not have.
+std::vector<const CIMValue*> placeValues(const CimClass& cls, const CIMInstance& given,
+                                         Pegasus::CIMStatusCode unknown) {
   std::vector<const CIMValue*> values(cls.propertyCount(), nullptr);
   for (Pegasus::Uint32 i = 0; i < given.getPropertyCount(); ++i) {
     const Pegasus::CIMProperty& property = given.getProperty(i);
     const auto position = cls.findProperty(property.getName());
     if (!position) {
-      throwCimError(CIM_ERR_INVALID_PARAMETER,
-                    "class " + cls.name() + " has no property " + property.getName());
+      throwNoProperty(cls, property.getName(), unknown);
     }
     if (values[*position] != nullptr) {
       throwCimError(CIM_ERR_INVALID_PARAMETER,
@@ -63,13 +69,31 @@ std::vector<const CIMValue*> placeValues(const CimClass& cls, const CIMInstance&
   return values;
 }
 
+// Of the values those that the list names, and defaults for what is named without a value. A key
+// without value stays what it is.
+std::vector<const CIMValue*> listedValues(const CimClass& cls,
+                                          const std::vector<const CIMValue*>& values,
+                                          const Pegasus::CIMPropertyList& list) {
+  std::vector<const CIMValue*> listed(values.size(), nullptr);
+  for (Pegasus::Uint32 i = 0; i < list.size(); ++i) {
+    const auto position = cls.findProperty(list[i]);
+    if (!position) {
+      throwNoProperty(cls, list[i], Pegasus::CIM_ERR_NO_SUCH_PROPERTY);
+    }
+    const CimProperty& property = cls.property(*position);
+    const CIMValue* value = values[*position];
+    listed[*position] = value != nullptr || property.isKey ? value : &property.defaultValue;
+  }
+  return listed;
+}
+
 }  // namespace
 
 CIMInstance completeInstance(const CimClass& cls, const CIMInstance& given) {
   if (cls.isAbstract()) {
     throwCimError(Pegasus::CIM_ERR_NOT_SUPPORTED, "class " + cls.name() + " is abstract");
   }
-  const auto values = placeValues(cls, given);
+  const auto values = placeValues(cls, given, CIM_ERR_INVALID_PARAMETER);
   CIMInstance complete(cls.name());
   for (std::size_t i = 0; i < cls.propertyCount(); ++i) {
     const CimProperty& property = cls.property(i);
@@ -80,6 +104,28 @@ CIMInstance completeInstance(const CimClass& cls, const CIMInstance& given) {
   }
   complete.setPath(instancePath(cls, complete));
   return complete;
+}
+
+CIMInstance changedInstance(const CimClass& cls, const CIMInstance& current,
+                            const CIMInstance& given, const Pegasus::CIMPropertyList& list) {
+  auto values = placeValues(cls, given, Pegasus::CIM_ERR_NO_SUCH_PROPERTY);
+  if (!list.isNull()) {
+    values = listedValues(cls, values, list);
+  }
+  CIMInstance changed = current;
+  for (std::size_t i = 0; i < cls.propertyCount(); ++i) {
+    if (values[i] == nullptr) {
+      continue;
+    }
+    auto& property = changed.getProperty(static_cast<Pegasus::Uint32>(i));
+    if (!cls.property(i).isKey) {
+      property.setValue(*values[i]);
+    } else if (!(property.getValue() == *values[i])) {
+      throwCimError(CIM_ERR_INVALID_PARAMETER,
+                    "key property " + property.getName() + " cannot be changed");
+    }
+  }
+  return changed;
 }
 
 }  // namespace cimd

@@ -1,0 +1,172 @@
+#include "cimd/mof/MofSchema.h"
+
+#include <map>
+
+#include "cimd/mof/MofQualifiers.h"
+#include "cimd/mof/MofValues.h"
+
+namespace cimd::mof {
+
+namespace {
+
+using Pegasus::CIMObjectPath;
+using Pegasus::String;
+
+// Declarations of one namespace, typed and with their qualifiers looked up in its schema.
+class ClassBuilder {
+ public:
+  explicit ClassBuilder(const Schema& schema) : schema_(schema) {}
+
+  ClassDeclaration build(const Class& cls) const {
+    ClassDeclaration declaration;
+    declaration.name = cls.name;
+    declaration.superclass = cls.superclass;
+    declaration.qualifiers = resolveQualifiers(cls.qualifiers, classScope(cls), schema_);
+    declaration.isAbstract = isSet(declaration.qualifiers, "Abstract");
+    for (const Property& property : cls.properties) {
+      declaration.properties.push_back(build(property));
+    }
+    for (const Method& method : cls.methods) {
+      declaration.methods.push_back(build(method));
+    }
+    return declaration;
+  }
+
+ private:
+  // Associations and indications are classes, so what may stand at a class may stand there.
+  static unsigned classScope(const Class& cls) {
+    unsigned scope = SCOPE_CLASS;
+    for (const Qualifier& qualifier : cls.qualifiers) {
+      scope |= String::equalNoCase(qualifier.name, "Association") ? SCOPE_ASSOCIATION : 0U;
+      scope |= String::equalNoCase(qualifier.name, "Indication") ? SCOPE_INDICATION : 0U;
+    }
+    return scope;
+  }
+
+  static unsigned scopeOf(const DataType& type, unsigned scope) {
+    return scope | (type.type == Pegasus::CIMTYPE_REFERENCE ? SCOPE_REFERENCE : 0U);
+  }
+
+  PropertyDeclaration build(const Property& property) const {
+    const DataType& type = property.type;
+    if (type.isArray && type.type == Pegasus::CIMTYPE_REFERENCE) {
+      throw MofError(property.position, "a property cannot be an array of references");
+    }
+    PropertyDeclaration declaration;
+    declaration.name = property.name;
+    declaration.type = type.type;
+    declaration.isArray = type.isArray;
+    declaration.arraySize = type.arraySize;
+    declaration.referenceClass = type.className;
+    declaration.qualifiers =
+        resolveQualifiers(property.qualifiers, scopeOf(type, SCOPE_PROPERTY), schema_);
+    declaration.isKey = isSet(declaration.qualifiers, "Key");
+    declaration.defaultValue = property.defaultValue ? defaultValue(*property.defaultValue, type)
+                                                     : Pegasus::CIMValue(type.type, type.isArray);
+    return declaration;
+  }
+
+  static Pegasus::CIMValue defaultValue(const Value& value, const DataType& type) {
+    return typedValue(value, type.type, type.isArray, [](const Literal& alias) -> CIMObjectPath {
+      throw MofError(alias.position,
+                     "a class cannot refer to the instance $" + alias.text.toUtf8());
+    });
+  }
+
+  MethodDeclaration build(const Method& method) const {
+    MethodDeclaration declaration;
+    declaration.name = method.name;
+    declaration.returnType = method.returnType.type;
+    declaration.qualifiers = resolveQualifiers(method.qualifiers, SCOPE_METHOD, schema_);
+    for (const Parameter& parameter : method.parameters) {
+      declaration.parameters.push_back(build(parameter));
+    }
+    return declaration;
+  }
+
+  MethodParameter build(const Parameter& parameter) const {
+    const DataType& type = parameter.type;
+    return {parameter.name,
+            type.type,
+            type.isArray,
+            type.arraySize,
+            type.className,
+            resolveQualifiers(parameter.qualifiers, scopeOf(type, SCOPE_PARAMETER), schema_)};
+  }
+
+  const Schema& schema_;
+};
+
+// Defines each class after its superclass, wherever the two stand.
+class ClassLoader {
+ public:
+  ClassLoader(const std::vector<PlacedClass>& classes, Repository& repository)
+      : classes_(classes), repository_(repository) {}
+
+  void load() {
+    for (const PlacedClass& cls : classes_) {
+      const auto [place, isNew] = byName_.try_emplace(key(cls, cls.declaration.name), &cls);
+      if (!isNew) {
+        const Position& first = place->second->declaration.position;
+        throw MofError(cls.declaration.position, "class " + cls.declaration.name.toUtf8() +
+                                                     " is declared already at " + *first.file +
+                                                     ":" + std::to_string(first.line));
+      }
+    }
+    for (const PlacedClass& cls : classes_) {
+      defineWithSuperclasses(cls);
+    }
+  }
+
+ private:
+  using Key = std::pair<FoldedName, FoldedName>;
+
+  static Key key(const PlacedClass& cls, const String& name) {
+    return {fold(cls.nameSpace), fold(name)};
+  }
+
+  // Walks up to the first class that is defined, then defines downwards.
+  void defineWithSuperclasses(const PlacedClass& cls) {
+    std::vector<const PlacedClass*> chain;
+    const PlacedClass* current = &cls;
+    while (current != nullptr && !isDefined(*current)) {
+      if (chain.size() > classes_.size()) {
+        throw MofError(cls.declaration.position, "class " + cls.declaration.name.toUtf8() +
+                                                     " is its own superclass in the end");
+      }
+      chain.push_back(current);
+      const auto superclass = byName_.find(key(*current, current->declaration.superclass));
+      current = superclass == byName_.end() ? nullptr : superclass->second;
+    }
+    for (; !chain.empty(); chain.pop_back()) {
+      define(*chain.back());
+    }
+  }
+
+  bool isDefined(const PlacedClass& cls) {
+    return repository_.addNameSpace(cls.nameSpace).schema().find(cls.declaration.name) != nullptr;
+  }
+
+  void define(const PlacedClass& placed) {
+    Schema& schema = repository_.addNameSpace(placed.nameSpace).schema();
+    const ClassDeclaration declaration = ClassBuilder(schema).build(placed.declaration);
+    at(placed.declaration.position, [&] { schema.define(declaration); });
+  }
+
+  const std::vector<PlacedClass>& classes_;
+  Repository& repository_;
+  std::map<Key, const PlacedClass*> byName_;
+};
+
+}  // namespace
+
+void loadSchema(const MofContents& contents, Repository& repository) {
+  for (const PlacedQualifier& placed : contents.qualifiers) {
+    repository.addNameSpace(placed.nameSpace)
+        .schema()
+        .declareQualifier(qualifierDeclaration(placed.declaration));
+  }
+  ClassLoader(contents.classes, repository).load();
+}
+
+}  // namespace cimd::mof

@@ -1,0 +1,28 @@
+// Classes and qualifiers as CIM-XML elements (DMTF DSP0201). Every function appends to `out`.
+#pragma once
+
+#include <string>
+
+#include "cimd/model/CimClass.h"
+#include "cimd/model/Qualifier.h"
+#include "cimd/operations/Parameters.h"
+
+namespace cimd {
+
+// What of a class is wanted. It refers to the filter, which must outlive it.
+struct ClassContent {
+  // Only what the class declares or overrides itself.
+  bool isLocalOnly;
+  bool hasQualifiers;
+  bool hasClassOrigin;
+  const PropertyFilter& properties;
+};
+
+// CLASS.
+void appendClass(std::string& out, const CimClass& cls, const ClassContent& content);
+// A QUALIFIER for each; without the inherited ones if only local ones are wanted.
+void appendQualifiers(std::string& out, const Qualifiers& qualifiers, bool isLocalOnly);
+// QUALIFIER.DECLARATION.
+void appendQualifierDeclaration(std::string& out, const QualifierDeclaration& declaration);
+
+}  // namespace cimd
