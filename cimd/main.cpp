@@ -1,7 +1,7 @@
 #include <exception>
 #include <iostream>
 
-#include "cimd/Service.h"
+#include "cimd/service/Service.h"
 
 int main(int argc, char** argv) {
   try {

@@ -9,8 +9,8 @@ namespace cimd {
 
 class CimHandler : public RequestHandler {
  public:
-  // The repository must outlive the handler.
-  explicit CimHandler(Repository& repository) : dispatcher_(repository) {}
+  // Both must outlive the handler.
+  CimHandler(Repository& repository, const Log& log) : dispatcher_(repository, log) {}
 
   std::optional<HttpAnswer> refuseEarly(const HttpRequest& request) override;
   HttpAnswer answer(const HttpRequest& request) override;

@@ -39,6 +39,7 @@ class InstanceStore {
   // The key must be there.
   void remove(const InstanceKey& key);
 
+  std::size_t size() const { return byKey_.size(); }
   // Null when there is none. Pointers live until the instance is replaced or removed.
   const StoredInstance* find(const InstanceKey& key) const;
   // Those of the given classes themselves, in the order in which they were added.

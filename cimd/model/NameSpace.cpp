@@ -52,6 +52,15 @@ CIMObjectPath NameSpace::createInstance(const CIMInstance& given, Origin origin)
   return path;
 }
 
+void NameSpace::restoreInstance(const CIMInstance& given, const InstanceKey& key) {
+  const CimClass& cls = classNamed(given.getClassName());
+  const CIMObjectPath path = completeInstance(cls, given).getPath();
+  if (keyOf(path) != key) {
+    throwCimError(Pegasus::CIM_ERR_FAILED, "its class has other keys by now");
+  }
+  createInstance(given, Origin::RESTORED);
+}
+
 void NameSpace::modifyInstance(const CIMInstance& given, const CIMPropertyList& list) {
   const InstanceKey key = keyOf(given.getPath());
   const StoredInstance* stored = instances_.find(key);

@@ -43,6 +43,9 @@ class NameSpace {
   // CIMException: INVALID_CLASS, ALREADY_EXISTS, what completeInstance() throws, and what the
   // journal throws.
   Pegasus::CIMObjectPath createInstance(const Pegasus::CIMInstance& given, Origin origin);
+  // The same for an instance that the journal has under this key. Throws CIMException (FAILED) as
+  // well when the class gives it another key by now.
+  void restoreInstance(const Pegasus::CIMInstance& given, const InstanceKey& key);
   // Changes the instance that the path of `given` names: of the properties in `given`, or of those
   // in the list if it is not null; one that is in the list only gets the default of the class.
   // Throws CIMException: INVALID_CLASS, NOT_FOUND, NO_SUCH_PROPERTY, INVALID_PARAMETER (a key would
@@ -57,6 +60,7 @@ class NameSpace {
   std::vector<const StoredInstance*> instances(const CimClass& cls) const;
   // All that clients published, in order of creation.
   std::vector<const StoredInstance*> published() const;
+  std::size_t instanceCount() const { return instances_.size(); }
 
  private:
   InstanceKey keyOf(const Pegasus::CIMObjectPath& path) const;

@@ -29,4 +29,37 @@ NameSpace& Repository::addNameSpace(const String& name) {
   return *place;
 }
 
+void Repository::setJournal(Journal* journal) {
+  for (const auto& [name, nameSpace] : nameSpaces_) {
+    nameSpace->setJournal(journal);
+  }
+}
+
+std::vector<std::string> Repository::adoptPublished(const Repository& other) {
+  std::vector<std::string> lost;
+  for (const auto& [name, from] : other.nameSpaces_) {
+    for (const StoredInstance* stored : from->published()) {
+      try {
+        nameSpace(from->name()).createInstance(stored->instance, Origin::RESTORED);
+      } catch (const Pegasus::CIMException& error) {
+        lost.push_back(stored->instance.getPath().toString().toUtf8() +
+                       " is lost: " + error.getDescription().toUtf8());
+      }
+    }
+  }
+  return lost;
+}
+
+Repository::Counts Repository::counts() const {
+  Counts counts;
+  counts.nameSpaces = nameSpaces_.size();
+  for (const auto& [name, nameSpace] : nameSpaces_) {
+    counts.classes += nameSpace->schema().size();
+    const std::size_t published = nameSpace->published().size();
+    counts.published += published;
+    counts.declared += nameSpace->instanceCount() - published;
+  }
+  return counts;
+}
+
 }  // namespace cimd

@@ -20,6 +20,8 @@ class Schema {
   // Null when there is none of this name, letter case ignored. Classes live as long as the schema.
   const CimClass* find(const Pegasus::String& name) const;
 
+  // Of the classes.
+  std::size_t size() const { return classes_.size(); }
   // Those without superclass, in the order of their definition.
   const std::vector<const CimClass*>& topClasses() const { return topClasses_; }
 

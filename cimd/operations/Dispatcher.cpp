@@ -89,28 +89,42 @@ std::string Dispatcher::run(const Request& request) {
   return operation->run(nameSpace, request);
 }
 
+// Failures are the server's own trouble, a full disk perhaps; the rest is the client's.
+std::string Dispatcher::refuse(const Request& request, Pegasus::CIMStatusCode code,
+                               const String& description) const {
+  const LogLevel level =
+      code == Pegasus::CIM_ERR_FAILED ? LogLevel::ERROR : LogLevel::DEBUG;
+  if (log_.isOn(level)) {
+    log_.write(level, request.method() + " in " + request.nameSpace().toUtf8() + ": " +
+                          description.toUtf8());
+  }
+  return Pegasus::xml::encodeErrorResponse(request.messageId(), request.method(), code,
+                                           description);
+}
+
 std::string Dispatcher::answer(const Request& request) {
-  const auto refuse = [&](Pegasus::CIMStatusCode code, const String& description) {
-    return Pegasus::xml::encodeErrorResponse(request.messageId(), request.method(), code,
-                                             description);
+  const auto fail = [&](const String& text) {
+    return refuse(request, Pegasus::CIM_ERR_FAILED,
+                  describeCimError(Pegasus::CIM_ERR_FAILED, text));
   };
   try {
-    return Pegasus::xml::encodeResponse(request.messageId(), request.method(), run(request));
+    std::string result = run(request);
+    if (log_.isOn(LogLevel::DEBUG)) {
+      log_.debug(request.method() + " in " + request.nameSpace().toUtf8());
+    }
+    return Pegasus::xml::encodeResponse(request.messageId(), request.method(), result);
   } catch (const Pegasus::CIMException& error) {
-    return refuse(error.getCode(), error.getDescription());
+    return refuse(request, error.getCode(), error.getDescription());
   } catch (const Pegasus::XmlValidationError& error) {
     // Something in a parameter is not what CIM-XML has there.
-    return refuse(Pegasus::CIM_ERR_INVALID_PARAMETER,
+    return refuse(request, Pegasus::CIM_ERR_INVALID_PARAMETER,
                   describeCimError(Pegasus::CIM_ERR_INVALID_PARAMETER, error.getMessage()));
   } catch (const Pegasus::Exception& error) {
-    return refuse(Pegasus::CIM_ERR_FAILED,
-                  describeCimError(Pegasus::CIM_ERR_FAILED, error.getMessage()));
+    return fail(error.getMessage());
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& error) {
-    return refuse(
-        Pegasus::CIM_ERR_FAILED,
-        describeCimError(Pegasus::CIM_ERR_FAILED, String(std::string_view(error.what()))));
+    return fail(String(std::string_view(error.what())));
   }
 }
 

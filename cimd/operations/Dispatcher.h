@@ -5,14 +5,15 @@
 
 #include <string>
 
+#include "cimd/Log.h"
 #include "cimd/model/Repository.h"
 
 namespace cimd {
 
 class Dispatcher {
  public:
-  // The repository must outlive the dispatcher.
-  explicit Dispatcher(Repository& repository) : repository_(repository) {}
+  // Both must outlive the dispatcher.
+  Dispatcher(Repository& repository, const Log& log) : repository_(repository), log_(log) {}
 
   // The answer as an XML document. Whatever goes wrong is an answer with a CIM error, checked in
   // the order of DSP0200: operation not served, namespace, parameters, class, instance, property.
@@ -22,7 +23,11 @@ class Dispatcher {
  private:
   std::string run(const Pegasus::xml::Request& request);
 
+  std::string refuse(const Pegasus::xml::Request& request, Pegasus::CIMStatusCode code,
+                     const Pegasus::String& description) const;
+
   Repository& repository_;
+  const Log& log_;
 };
 
 }  // namespace cimd

@@ -57,7 +57,8 @@ class DispatcherTest : public testing::Test {
   }
 
   Repository repository_;
-  Dispatcher dispatcher_{repository_};
+  Log log_{LogLevel::WARNING};
+  Dispatcher dispatcher_{repository_, log_};
 };
 
 TEST_F(DispatcherTest, EnumerateInstancesReturnsSubclassInstancesWithAllProperties) {

@@ -1,4 +1,4 @@
-#include "cimd/Options.h"
+#include "cimd/service/Options.h"
 
 #include <CLI/CLI.hpp>
 #include <boost/asio/ip/address.hpp>
@@ -10,11 +10,11 @@ namespace cimd {
 namespace {
 
 constexpr const char* description =
-    "A small CIM server for hosts that have none. Loads classes and instances from MOF files, "
-    "keeps\n"
-    "them in memory and serves them to CIM clients on this host until SIGTERM or SIGINT.";
+    "A small CIM server for hosts that have none. Serves the classes and instances of MOF files,\n"
+    "and what clients publish, to CIM clients on this host until SIGTERM or SIGINT. SIGHUP makes\n"
+    "it read the files again.";
 constexpr const char* footer =
-    "\nExit status: 0 normal end, 1 run-time error, 2 wrong usage, 3 MOF file missing or wrong.";
+    "\nExit status: 0 normal end, 1 run-time error, 2 wrong usage, 3 wrong configuration.";
 
 std::string checkListen(const std::string& text) {
   std::string address;
@@ -22,6 +22,23 @@ std::string checkListen(const std::string& text) {
   return parseListenAddress(text, address, port)
              ? std::string()
              : "'" + text + "' is not a loopback address with port, such as 127.0.0.1:5988";
+}
+
+LogLevel parseLevel(const std::string& name) {
+  if (name == "error") {
+    return LogLevel::ERROR;
+  }
+  if (name == "warning") {
+    return LogLevel::WARNING;
+  }
+  return name == "debug" ? LogLevel::DEBUG : LogLevel::INFO;
+}
+
+template <typename T>
+void setIfGiven(std::optional<T>& option, const std::string& text) {
+  if (!text.empty()) {
+    option = text;
+  }
 }
 
 }  // namespace
@@ -62,6 +79,24 @@ std::optional<ExitStatus> readOptions(int argc, const char* const* argv, Options
                  "Loopback address and port to listen on (default: 127.0.0.1:5988)")
       ->type_name("ADDRESS:PORT")
       ->check(CLI::Validator(checkListen, ""));
+  app.add_flag("--host", options.isHost,
+               "Serve this host's own inventory, from its SMBIOS tables");
+  std::string recorded;
+  app.add_option("--smbios", recorded,
+                 "Serve an inventory from the recorded tables in this folder instead")
+      ->type_name("DIRECTORY");
+  std::string store;
+  app.add_option("--store", store, "Keep what clients publish in this file")->type_name("FILE");
+  std::string user;
+  app.add_option("--user", user,
+                 "Account to run as, when started as root (default: the owner of the folder of "
+                 "the store, or nobody)")
+      ->type_name("NAME");
+  app.add_flag("--check", options.isCheck, "Load everything, report, and exit");
+  std::string level = "info";
+  app.add_option("--log-level", level, "How much to tell: error, warning, info or debug")
+      ->type_name("LEVEL")
+      ->check(CLI::IsMember({"error", "warning", "info", "debug"}));
   std::vector<std::string> files;
   app.add_option("FILE", files, "MOF files to load, in this order")->type_name("")->required();
   try {
@@ -78,6 +113,11 @@ std::optional<ExitStatus> readOptions(int argc, const char* const* argv, Options
     parseListenAddress(listen, options.address, options.port);
   }
   options.files.assign(files.begin(), files.end());
+  setIfGiven(options.recordedTables, recorded);
+  setIfGiven(options.store, store);
+  setIfGiven(options.user, user);
+  options.isHost = options.isHost || options.recordedTables;
+  options.logLevel = parseLevel(level);
   return std::nullopt;
 }
 

@@ -1,7 +1,7 @@
 // The run of the server: load, listen, serve, end.
 #pragma once
 
-#include "cimd/Options.h"
+#include "cimd/service/Options.h"
 
 namespace cimd {
 

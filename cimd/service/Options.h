@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "cimd/Log.h"
+
 namespace cimd {
 
 struct Options {
@@ -16,10 +18,21 @@ struct Options {
   // 0 lets the system choose a free one.
   Pegasus::Uint16 port = 5988;
   std::vector<std::filesystem::path> files;
+  // Whether the host's own inventory is served, and the folder with recorded SMBIOS tables to take
+  // it from instead of those of the kernel.
+  bool isHost = false;
+  std::optional<std::filesystem::path> recordedTables;
+  // Without it, instances are kept in memory only.
+  std::optional<std::filesystem::path> store;
+  // The account to run as, when started as root.
+  std::optional<std::string> user;
+  // Load everything, report, end.
+  bool isCheck = false;
+  LogLevel logLevel = LogLevel::INFO;
 };
 
 // Exit statuses; the manual page lists the same.
-enum ExitStatus { EXIT_OK = 0, EXIT_RUN_TIME = 1, EXIT_USAGE = 2, EXIT_MOF = 3 };
+enum ExitStatus { EXIT_OK = 0, EXIT_RUN_TIME = 1, EXIT_USAGE = 2, EXIT_CONFIGURATION = 3 };
 
 // Fills `options`, or returns the status to end with, having printed what the user asked for or did
 // wrong.

@@ -1,0 +1,31 @@
+// Messages of the server, a line each, on standard error.
+#pragma once
+
+#include <string_view>
+
+namespace cimd {
+
+enum class LogLevel { ERROR, WARNING, INFO, DEBUG };
+
+// Under systemd each line begins with its priority, such as "<4>", which the journal takes off
+// (sd-daemon(3)).
+class Log {
+ public:
+  // What is less important than `most` is left out.
+  explicit Log(LogLevel most);
+
+  bool isOn(LogLevel level) const { return level <= most_; }
+
+  void error(std::string_view text) const { write(LogLevel::ERROR, text); }
+  void warning(std::string_view text) const { write(LogLevel::WARNING, text); }
+  void info(std::string_view text) const { write(LogLevel::INFO, text); }
+  void debug(std::string_view text) const { write(LogLevel::DEBUG, text); }
+  // Control characters become '?', so that a line stays one whatever it quotes.
+  void write(LogLevel level, std::string_view text) const;
+
+ private:
+  LogLevel most_;
+  bool isForJournal_;
+};
+
+}  // namespace cimd

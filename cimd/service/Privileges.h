@@ -1,0 +1,25 @@
+// Giving up what a root process has and this server does not need.
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+
+namespace cimd {
+
+struct Account {
+  uid_t user;
+  gid_t group;
+};
+
+// Nothing when the system knows no account of this name.
+std::optional<Account> accountNamed(const std::string& name);
+
+// Makes a process that runs as root run as this account, without supplementary groups and without
+// capabilities, for good; a process that does not run as root is left as it is. An account of root
+// itself loses its capabilities: it then may do what files and folders of root allow, and nothing
+// beyond. Throws std::system_error, and the process may then have lost some of its privileges.
+void becomeAccount(const Account& account);
+
+}  // namespace cimd

@@ -1,0 +1,225 @@
+#include "cimd/service/Service.h"
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/address.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <boost/system/system_error.hpp>
+#include <csignal>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <sstream>
+
+#include "cimd/host/HostFiles.h"
+#include "cimd/http/CimHandler.h"
+#include "cimd/http/HttpServer.h"
+#include "cimd/service/Configuration.h"
+#include "cimd/Log.h"
+#include "cimd/service/Notification.h"
+#include "cimd/service/Privileges.h"
+#include "cimd/store/InstanceDatabase.h"
+#include "cimd/store/StoreError.h"
+
+namespace cimd {
+
+namespace {
+
+namespace asio = boost::asio;
+using asio::ip::tcp;
+
+// Each connection takes a descriptor; what else the server has open are a dozen.
+constexpr rlim_t wantedDescriptors = 2048;
+
+void raiseDescriptorLimit() {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < wantedDescriptors) {
+    limit.rlim_cur = std::min(limit.rlim_max, wantedDescriptors);
+    static_cast<void>(setrlimit(RLIMIT_NOFILE, &limit));
+  }
+}
+
+std::optional<host::HostBytes> readHost(const Options& options) {
+  if (!options.isHost) {
+    return std::nullopt;
+  }
+  return host::readHostBytes(options.recordedTables ? host::recordedHost(*options.recordedTables)
+                                                    : host::HostSources());
+}
+
+// Whom the store belongs to can write it; what needs no file needs no account of weight.
+Account accountFor(const Options& options) {
+  if (options.user) {
+    const auto account = accountNamed(*options.user);
+    if (!account) {
+      throw ConfigurationError("there is no account " + *options.user);
+    }
+    return *account;
+  }
+  struct stat folder {};
+  const auto parent = options.store ? std::filesystem::absolute(*options.store).parent_path()
+                                    : std::filesystem::path();
+  if (options.store && stat(parent.c_str(), &folder) == 0) {
+    return {folder.st_uid, folder.st_gid};
+  }
+  return accountNamed("nobody").value_or(Account{65534, 65534});
+}
+
+// The published instances: on disk where there is a store, otherwise in memory only.
+class Publications {
+ public:
+  Publications(const Options& options, const Log& log) : log_(log) {
+    // A check must not make the file.
+    if (options.store && (!options.isCheck || std::filesystem::exists(*options.store))) {
+      database_ = std::make_unique<InstanceDatabase>(*options.store);
+    }
+  }
+
+  // Puts them into a freshly loaded repository; `earlier` is the one that was served until now, or
+  // null. From here on changes go to the store.
+  void restore(Repository& repository, const Repository* earlier) {
+    if (database_) {
+      warn(database_->load([&](const Pegasus::String& name, const InstanceKey& key,
+                               const Pegasus::CIMInstance& instance) {
+        repository.nameSpace(name).restoreInstance(instance, key);
+      }));
+      repository.setJournal(database_.get());
+    } else if (earlier != nullptr) {
+      warn(repository.adoptPublished(*earlier));
+    }
+  }
+
+ private:
+  void warn(const std::vector<std::string>& messages) {
+    for (const std::string& message : messages) {
+      log_.warning(message);
+    }
+  }
+
+  const Log& log_;
+  std::unique_ptr<InstanceDatabase> database_;
+};
+
+std::string describe(const Repository& repository) {
+  const Repository::Counts counts = repository.counts();
+  return std::to_string(counts.nameSpaces) + " namespaces, " + std::to_string(counts.classes) +
+         " classes, " + std::to_string(counts.declared) + " instances declared, " +
+         std::to_string(counts.published) + " published";
+}
+
+class Service {
+ public:
+  Service(const Options& options, const Log& log)
+      : options_(options),
+        log_(log),
+        configuration_(options.files, readHost(options), log),
+        repository_(configuration_.load()),
+        publications_(options, log) {
+    publications_.restore(repository_, nullptr);
+    log_.debug("serving " + describe(repository_));
+  }
+
+  void report() const { std::cout << describe(repository_) << '\n'; }
+
+  void run() {
+    raiseDescriptorLimit();
+    const tcp::endpoint endpoint(asio::ip::make_address(options_.address), options_.port);
+    CimHandler handler(repository_, log_);
+    HttpServer server(io_, endpoint, handler);
+    giveUpRoot();
+    asio::signal_set ends(io_, SIGTERM, SIGINT);
+    ends.async_wait([&](boost::system::error_code, int) {
+      notifySystemd("STOPPING=1");
+      io_.stop();
+    });
+    awaitReload();
+    std::ostringstream where;
+    where << server.localEndpoint();
+    log_.info("listening on " + where.str());
+    notifySystemd("READY=1");
+    io_.run();
+  }
+
+ private:
+  void giveUpRoot() const {
+    if (geteuid() != 0) {
+      if (options_.user) {
+        log_.warning("not started as root, so --user is passed over");
+      }
+      return;
+    }
+    const Account account = accountFor(options_);
+    try {
+      becomeAccount(account);
+    } catch (const std::system_error& error) {
+      if (options_.user) {
+        throw;
+      }
+      // In a container that has no other accounts, say.
+      log_.warning(std::string("cannot give up root: ") + error.what());
+    }
+  }
+
+  void awaitReload() {
+    reload_.async_wait([this](boost::system::error_code error, int) {
+      if (!error) {
+        reload();
+        awaitReload();
+      }
+    });
+  }
+
+  // What is served stays as it is unless everything new is good.
+  void reload() {
+    try {
+      Repository fresh = configuration_.load();
+      publications_.restore(fresh, &repository_);
+      repository_ = std::move(fresh);
+      log_.info("reloaded: " + describe(repository_));
+    } catch (const ConfigurationError& error) {
+      log_.error(std::string("not reloaded: ") + error.what());
+    } catch (const StoreError& error) {
+      log_.error(std::string("not reloaded: ") + error.what());
+    }
+  }
+
+  const Options& options_;
+  const Log& log_;
+  Configuration configuration_;
+  Repository repository_;
+  Publications publications_;
+  asio::io_context io_{1};
+  asio::signal_set reload_{io_, SIGHUP};
+};
+
+}  // namespace
+
+ExitStatus serve(const Options& options) {
+  const Log log(options.logLevel);
+  try {
+    Service service(options, log);
+    if (options.isCheck) {
+      service.report();
+    } else {
+      service.run();
+    }
+    return EXIT_OK;
+  } catch (const ConfigurationError& error) {
+    // Of a MOF file it begins with file, line and column, for editors to find.
+    std::cerr << error.what() << '\n';
+    return EXIT_CONFIGURATION;
+  } catch (const StoreError& error) {
+    log.error(error.what());
+    return EXIT_RUN_TIME;
+  } catch (const boost::system::system_error& error) {
+    log.error("cannot listen on " + options.address + ":" + std::to_string(options.port) + ": " +
+              error.code().message());
+    return EXIT_RUN_TIME;
+  }
+}
+
+}  // namespace cimd
