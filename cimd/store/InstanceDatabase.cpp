@@ -79,6 +79,7 @@ InstanceDatabase::InstanceDatabase(const std::filesystem::path& file) try
 
 std::vector<std::string> InstanceDatabase::load(const Reader& reader) {
   std::vector<std::string> warnings;
+  unserved_.clear();
   try {
     sqlite::Statement row(database_, loadText);
     while (row.step()) {

@@ -12,7 +12,8 @@
 namespace cimd {
 
 // The CIM-XML element INSTANCE (DMTF DSP0201). Throws Pegasus::Exception for an instance that would
-// not read back the same: with a character that XML cannot carry, with an array of references.
+// not read back: with a character that XML cannot carry, with an array of references, with more
+// properties than the decoder takes.
 std::string encodeInstance(const Pegasus::CIMInstance& instance);
 
 // The reverse; the path has the class name only. Throws Pegasus::Exception when the text is no

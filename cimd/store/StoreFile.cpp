@@ -83,8 +83,7 @@ fs::path locate(const fs::path& file) {
 void refuseLostLog(const fs::path& file, const fs::path& real) {
   fs::path log = real;
   log += "-wal";
-  std::error_code none;
-  if (fs::file_size(real) == 0 && fs::exists(log) && fs::file_size(log, none) > 0 && !none) {
+  if (fs::file_size(real) == 0 && fs::exists(log) && fs::file_size(log) > 0) {
     throw StoreError(file, "empty, but " + log.string() +
                                " holds changes to what was in it; restore the file or move that "
                                "one away");
@@ -122,10 +121,10 @@ void checkIdentity(const fs::path& file, Connection& database) {
 // Also what is in a sound database may have been changed: a table without its constraints, or a
 // trigger.
 void checkTables(const fs::path& file, Connection& database) {
-  const char* const sqlOf = "SELECT sql FROM sqlite_schema WHERE type = 'table' AND name = ";
-  const std::string query = sqlOf;
-  if (database.text((query + "'instance'").c_str()) != tableText ||
-      database.text((query + "'set_aside'").c_str()) != setAsideText ||
+  constexpr const char* tableQuery = "SELECT sql FROM sqlite_schema WHERE name = 'instance'";
+  constexpr const char* setAsideQuery = "SELECT sql FROM sqlite_schema WHERE name = 'set_aside'";
+  // The third is the index that stands for the table's UNIQUE.
+  if (database.text(tableQuery) != tableText || database.text(setAsideQuery) != setAsideText ||
       database.integer("SELECT count(*) FROM sqlite_schema") != 3) {
     throw StoreError(
         file, "damaged: the tables are not those of format " + std::to_string(formatVersion));

@@ -348,10 +348,10 @@ TEST_F(UnservedRowTest, theIdOfARowSetAsideIsAnOrdinaryOneForTheNextInstance) {
   load(database, &warnings);
   EXPECT_EQ(warnings.size(), 1U);
   put(database, u"c", "new");  // gets the id that the bad row had
+  put(database, u"d", "four");
   put(database, u"c", "newer");
-  put(database, u"b", "newer");
-  EXPECT_THAT(load(database),
-              ElementsAre(row(u"a", "one"), row(u"b", "newer"), row(u"c", "newer")));
+  EXPECT_THAT(load(database), ElementsAre(row(u"a", "one"), row(u"b", "two"), row(u"c", "newer"),
+                                          row(u"d", "four")));
 }
 
 }  // namespace

@@ -152,7 +152,8 @@ class DamagedFileTest : public testing::Test {
     {
       InstanceDatabase database(file());
       for (int i = 0; i < 40; ++i) {
-        put(database, numberedKey(i), "text " + std::to_string(i) + std::string(i * 10U, 'y'),
+        put(database, numberedKey(i),
+            "text " + std::to_string(i) + std::string(static_cast<std::size_t>(i) * 10, 'y'),
             i % 3 == 0 ? "root/other" : test::storeNameSpace);
       }
       put(database, numberedKey(100), std::string(20000, 'z'));

@@ -150,12 +150,14 @@ TEST_F(StoreFileTest, aFormatThatNeverWasIsRefused) {
 }
 
 TEST_F(StoreFileTest, changedTablesAreRefused) {
+  constexpr const char* withoutConstraints =
+      "DROP TABLE instance; CREATE TABLE instance (id INTEGER PRIMARY KEY, namespace, key, class, "
+      "instance, checksum, UNIQUE (namespace, key))";
   for (const char* sql :
        {"DROP TABLE instance", "ALTER TABLE instance ADD COLUMN more", "CREATE TABLE more (x)",
         "ALTER TABLE set_aside RENAME TO aside",
         "CREATE TRIGGER t AFTER INSERT ON instance BEGIN DELETE FROM instance; END",
-        "DROP TABLE instance; CREATE TABLE instance (id INTEGER PRIMARY KEY, namespace, key, "
-        "class, instance, checksum, UNIQUE (namespace, key))"}) {
+        "CREATE INDEX i ON instance (class)", withoutConstraints}) {
     fs::remove(file());
     fill();
     test::runSql(file(), sql);
