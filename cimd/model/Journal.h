@@ -1,4 +1,4 @@
-// Where changes of published instances are written down before they are made.
+// What the model tells of each change to its instances before it makes the change itself.
 #pragma once
 
 #include <Pegasus/Common/CIMInstance.h>
@@ -8,16 +8,17 @@
 
 namespace cimd {
 
-// Each call returns only when the change is durable. It throws CIMException (CIM_ERR_FAILED) when
-// it cannot make it so; the change is then not made at all.
+// Both functions return only when the change is durable. When they cannot make it so, they throw
+// CIMException (FAILED) and have changed nothing. A later try may succeed. One thread at a time.
 class Journal {
  public:
   virtual ~Journal() = default;
 
-  // The instance, with its path, is new or replaces the one with this key.
+  // The instance has been created under this key, or replaces the one that was there. A replacement
+  // keeps the place of the first in the order of creation.
   virtual void put(const Pegasus::String& nameSpace, const InstanceKey& key,
                    const Pegasus::CIMInstance& instance) = 0;
-  // The instance is gone. One that is not known is passed over.
+  // The instance is gone. One that is not in the journal is no error.
   virtual void remove(const Pegasus::String& nameSpace, const InstanceKey& key) = 0;
 };
 

@@ -1,0 +1,284 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "store_support.h"
+
+namespace cimd {
+namespace {
+
+namespace fs = std::filesystem;
+using test::loadFile;
+using test::openError;
+using test::put;
+using test::row;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+// Root may do what modes forbid, so the tests of modes give the privileges up for a while.
+class OrdinaryUser {
+ public:
+  OrdinaryUser() : isOrdinary_(geteuid() != 0 || seteuid(65534) == 0) {}
+  ~OrdinaryUser() {
+    if (seteuid(getuid()) != 0) {
+      abort();
+    }
+  }
+  OrdinaryUser(const OrdinaryUser&) = delete;
+  OrdinaryUser& operator=(const OrdinaryUser&) = delete;
+  bool isOrdinary() const { return isOrdinary_; }
+
+ private:
+  bool isOrdinary_;
+};
+
+class StoreFileTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!user_.isOrdinary()) {
+      GTEST_SKIP() << "cannot become another user than root here";
+    }
+  }
+
+  fs::path file() const { return folder_.path() / "instances.db"; }
+  void fill() {
+    InstanceDatabase database(file());
+    put(database, u"a", "one");
+  }
+  void expectFilled() { EXPECT_THAT(loadFile(file()), ElementsAre(row(u"a", "one"))); }
+
+  OrdinaryUser user_;
+  test::TemporaryFolder folder_;
+};
+
+TEST_F(StoreFileTest, aMissingFileIsMadeForItsOwnerOnly) {
+  const mode_t before = umask(0);
+  fill();
+  InstanceDatabase database(file());
+  put(database, u"b", "two");
+  umask(before);
+  for (const char* name : {"instances.db", "instances.db-wal"}) {
+    struct stat status {};
+    ASSERT_EQ(stat((folder_.path() / name).c_str(), &status), 0) << name;
+    EXPECT_EQ(status.st_mode & 07777U, 0600U) << name;
+  }
+}
+
+TEST_F(StoreFileTest, anEmptyFileAndAnEmptyDatabaseAreTakenAsNew) {
+  folder_.write("instances.db", "");
+  fill();
+  expectFilled();
+  fs::remove(file());
+  folder_.write("instances.db", "");
+  test::runSql(file(), "CREATE TABLE t (x); DROP TABLE t; VACUUM");
+  ASSERT_GT(fs::file_size(file()), 0U);
+  EXPECT_THAT(loadFile(file()), IsEmpty());
+}
+
+TEST_F(StoreFileTest, afterACleanEndThereIsOneFileOnly) {
+  fill();
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), fs::directory_iterator()), 1);
+}
+
+TEST_F(StoreFileTest, aSecondServerIsRefused) {
+  fill();
+  const InstanceDatabase first(file());
+  test::inChild(
+      [this] { EXPECT_EQ(openError(file()), "instances.db: in use by another process"); });
+  EXPECT_EQ(openError(file()), "instances.db: in use by another process");
+}
+
+TEST_F(StoreFileTest, aSecondServerIsRefusedOnANewFileToo) {
+  InstanceDatabase first(file());
+  test::inChild(
+      [this] { EXPECT_EQ(openError(file()), "instances.db: in use by another process"); });
+  put(first, u"a", "one");
+}
+
+TEST_F(StoreFileTest, aFileInUseByAnotherProgramIsRefused) {
+  fill();
+  {
+    sqlite::Connection other(file().string(), 1 << 20);
+    const sqlite::Transaction transaction(other);
+    EXPECT_EQ(openError(file()), "instances.db: in use by another process");
+  }
+  expectFilled();
+}
+
+TEST_F(StoreFileTest, whatIsNoDatabaseIsRefusedAndLeftAsItIs) {
+  for (const std::string& content :
+       {std::string("x"), std::string(5000, 'x'), std::string(8192, '\0'),
+        std::string("SQLite format 3"), std::string("class C { [Key] string s; };\n")}) {
+    folder_.write("instances.db", content);
+    EXPECT_EQ(openError(file()), "instances.db: not an SQLite database");
+    EXPECT_TRUE(test::readFile(file()) == content) << content.size();
+  }
+}
+
+TEST_F(StoreFileTest, aDatabaseOfAnotherProgramIsRefusedAndLeftAsItIs) {
+  for (const char* sql :
+       {"CREATE TABLE instance (id INTEGER PRIMARY KEY)", "PRAGMA application_id = 7",
+        "PRAGMA user_version = 1", "PRAGMA journal_mode = WAL; CREATE TABLE t (x)"}) {
+    folder_.write("instances.db", "");
+    test::runSql(file(), sql);
+    const std::string before = test::readFile(file());
+    EXPECT_EQ(openError(file()), "instances.db: a database of another program") << sql;
+    EXPECT_TRUE(test::readFile(file()) == before) << sql;
+  }
+}
+
+TEST_F(StoreFileTest, aNewerFormatIsRefusedAndLeftAsItIs) {
+  fill();
+  test::runSql(file(), "PRAGMA user_version = 2");
+  const std::string before = test::readFile(file());
+  EXPECT_EQ(openError(file()),
+            "instances.db: written by a newer version of this program (format 2, this one reads "
+            "up to 1)");
+  EXPECT_TRUE(test::readFile(file()) == before);
+}
+
+TEST_F(StoreFileTest, aFormatThatNeverWasIsRefused) {
+  for (const char* sql : {"PRAGMA user_version = 0", "PRAGMA user_version = -5"}) {
+    fs::remove(file());
+    fill();
+    test::runSql(file(), sql);
+    EXPECT_THAT(openError(file()), HasSubstr("instances.db: damaged: format ")) << sql;
+  }
+}
+
+TEST_F(StoreFileTest, changedTablesAreRefused) {
+  constexpr const char* withoutConstraints =
+      "DROP TABLE instance; CREATE TABLE instance (id INTEGER PRIMARY KEY, namespace, key, class, "
+      "instance, checksum, UNIQUE (namespace, key))";
+  for (const char* sql :
+       {"DROP TABLE instance", "ALTER TABLE instance ADD COLUMN more", "CREATE TABLE more (x)",
+        "ALTER TABLE set_aside RENAME TO aside",
+        "CREATE TRIGGER t AFTER INSERT ON instance BEGIN DELETE FROM instance; END",
+        "CREATE INDEX i ON instance (class)", withoutConstraints}) {
+    fs::remove(file());
+    fill();
+    test::runSql(file(), sql);
+    EXPECT_EQ(openError(file()), "instances.db: damaged: the tables are not those of format 1")
+        << sql;
+  }
+}
+
+TEST_F(StoreFileTest, aTruncatedFileIsRefused) {
+  fill();
+  fs::resize_file(file(), fs::file_size(file()) - 4096);
+  EXPECT_THAT(openError(file()), HasSubstr("instances.db: damaged: "));
+}
+
+TEST_F(StoreFileTest, anIndexThatMissesARowIsRefused) {
+  fill();
+  std::string content = test::readFile(file());
+  // Namespace and key stand in the row and, behind it, in the index.
+  const std::size_t entry = content.rfind("root/kvasda");
+  ASSERT_NE(entry, content.find("root/kvasda"));
+  content[entry + 10] = 'b';
+  folder_.write("instances.db", content);
+  EXPECT_THAT(openError(file()),
+              AllOf(HasSubstr("instances.db: damaged: "), HasSubstr("missing from index")));
+}
+
+TEST_F(StoreFileTest, aLogWithoutItsFileIsRefusedAndKept) {
+  fill();
+  const fs::path copy = folder_.path() / "copy.db-wal";
+  {
+    InstanceDatabase database(file());
+    put(database, u"b", "two");
+    fs::copy_file(file().string() + "-wal", copy);
+  }
+  for (const bool isEmpty : {false, true}) {
+    const fs::path lost = folder_.path() / "copy.db";
+    if (isEmpty) {
+      folder_.write("copy.db", "");
+    }
+    EXPECT_THAT(openError(lost), HasSubstr("copy.db: empty, but "));
+    EXPECT_GT(fs::file_size(copy), 0U);
+  }
+}
+
+TEST_F(StoreFileTest, aReadOnlyFileIsRefused) {
+  fill();
+  ASSERT_EQ(chmod(file().c_str(), 0400), 0);
+  EXPECT_EQ(openError(file()), "instances.db: read-only");
+}
+
+TEST_F(StoreFileTest, aFileThatMayNotBeReadIsRefused) {
+  fill();
+  ASSERT_EQ(chmod(file().c_str(), 0), 0);
+  EXPECT_THAT(openError(file()), HasSubstr("instances.db: unable to open database file: "
+                                           "Permission denied"));
+}
+
+TEST_F(StoreFileTest, aReadOnlyFolderIsRefusedWithAndWithoutTheFile) {
+  const fs::path folder = folder_.path() / "folder";
+  fs::create_directory(folder);
+  { const InstanceDatabase made(folder / "there.db"); }
+  ASSERT_EQ(chmod(folder.c_str(), 0500), 0);
+  EXPECT_EQ(openError(folder / "missing.db"), "missing.db: cannot create: Permission denied");
+  EXPECT_THAT(openError(folder / "there.db"), HasSubstr("there.db: "));
+  ASSERT_EQ(chmod(folder.c_str(), 0700), 0);
+  EXPECT_EQ(openError(folder / "there.db"), "");
+}
+
+TEST_F(StoreFileTest, aMissingFolderIsRefused) {
+  EXPECT_EQ(openError(folder_.path() / "no" / "file.db"),
+            "file.db: cannot create: No such file or directory");
+}
+
+TEST_F(StoreFileTest, whatIsNoRegularFileIsRefused) {
+  const fs::path pipe = folder_.path() / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  EXPECT_EQ(openError(pipe), "pipe: not a regular file");
+  fs::create_directory(folder_.path() / "sub");
+  EXPECT_EQ(openError(folder_.path() / "sub"), "sub: not a regular file");
+}
+
+TEST_F(StoreFileTest, aSymbolicLinkIsFollowed) {
+  fill();
+  fs::create_directory(folder_.path() / "sub");
+  const fs::path link = folder_.path() / "sub" / "link.db";
+  fs::create_symlink(file(), link);
+  {
+    InstanceDatabase database(link);
+    EXPECT_TRUE(fs::exists(file().string() + "-wal"));
+    EXPECT_FALSE(fs::exists(link.string() + "-wal"));
+  }
+  EXPECT_THAT(loadFile(link), ElementsAre(row(u"a", "one")));
+}
+
+TEST_F(StoreFileTest, aSymbolicLinkToNothingIsRefused) {
+  fs::create_symlink(folder_.path() / "nothing", file());
+  EXPECT_EQ(openError(file()), "instances.db: cannot open: No such file or directory");
+  EXPECT_FALSE(fs::exists(folder_.path() / "nothing"));
+}
+
+TEST_F(StoreFileTest, aSecondNameForTheFileIsRefused) {
+  fill();
+  fs::create_hard_link(file(), folder_.path() / "other.db");
+  EXPECT_EQ(openError(file()), "instances.db: has a second name (a hard link)");
+  fs::remove(folder_.path() / "other.db");
+  expectFilled();
+}
+
+TEST_F(StoreFileTest, aNameIsNeverTakenForAUri) {
+  const fs::path before = fs::current_path();
+  fs::current_path(folder_.path());
+  for (const char* name : {"file:x?mode=memory", ":memory:"}) {
+    {
+      InstanceDatabase database{fs::path(name)};
+      put(database, u"a", "one");
+    }
+    EXPECT_THAT(loadFile(fs::path(name)), ElementsAre(row(u"a", "one"))) << name;
+    EXPECT_TRUE(fs::exists(folder_.path() / name));
+  }
+  fs::current_path(before);
+}
+
+}  // namespace
+}  // namespace cimd

@@ -1,0 +1,123 @@
+#include "store_support.h"
+
+#include <Pegasus/Common/Exception.h>
+#include <cimd/store/InstanceText.h>
+#include <cimd/store/Sqlite.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <iostream>
+#include <string>
+
+namespace cimd::test {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string describe(const std::string& nameSpace, const InstanceKey& key,
+                     const Pegasus::CIMInstance& instance) {
+  return nameSpace + " " + encodeText(key) + " " + encodeInstance(instance);
+}
+
+constexpr int largeEnough = 1 << 30;
+
+}  // namespace
+
+Rows load(InstanceDatabase& database, std::vector<std::string>* warnings) {
+  Rows rows;
+  const auto found = database.load([&rows](const Pegasus::String& nameSpace, const InstanceKey& key,
+                                           const Pegasus::CIMInstance& instance) {
+    rows.push_back(describe(nameSpace.toUtf8(), key, instance));
+  });
+  if (warnings != nullptr) {
+    *warnings = found;
+  } else {
+    EXPECT_EQ(found, std::vector<std::string>());
+  }
+  return rows;
+}
+
+Rows loadFile(const fs::path& file, std::vector<std::string>* warnings) {
+  InstanceDatabase database(file);
+  return load(database, warnings);
+}
+
+std::string row(const InstanceKey& key, const std::string& text, const std::string& nameSpace) {
+  return describe(nameSpace, key, textInstance(text));
+}
+
+Pegasus::CIMInstance textInstance(const std::string& text) {
+  return instance("KVAXDT_FRU", {{"Name", text.c_str()}});
+}
+
+void put(Journal& journal, const InstanceKey& key, const std::string& text, const char* nameSpace) {
+  journal.put(nameSpace, key, textInstance(text));
+}
+
+void remove(Journal& journal, const InstanceKey& key, const char* nameSpace) {
+  journal.remove(nameSpace, key);
+}
+
+InstanceKey numberedKey(int number) {
+  const std::string digits = "key" + std::to_string(number);
+  return {digits.begin(), digits.end()};
+}
+
+std::string openError(const fs::path& file) {
+  try {
+    const InstanceDatabase database(file);
+  } catch (const StoreError& error) {
+    const std::string message = error.what();
+    const std::string prefix = file.parent_path().string() + "/";
+    return message.starts_with(prefix) ? message.substr(prefix.size()) : message;
+  }
+  return "";
+}
+
+std::string putError(Journal& journal, const InstanceKey& key, const std::string& text) {
+  try {
+    put(journal, key, text);
+  } catch (const Pegasus::CIMException& error) {
+    EXPECT_EQ(error.getCode(), Pegasus::CIM_ERR_FAILED);
+    return error.getDescription().toUtf8();
+  }
+  return "";
+}
+
+void runSql(const fs::path& file, const char* sql) {
+  sqlite::Connection(file.string(), largeEnough).execute(sql);
+}
+
+std::string queryText(const fs::path& file, const char* sql) {
+  return sqlite::Connection(file.string(), largeEnough).text(sql);
+}
+
+void inChild(const std::function<void()>& body) {
+  std::cout.flush();
+  const pid_t child = fork();
+  ASSERT_NE(child, -1);
+  if (child == 0) {
+    try {
+      body();
+    } catch (const std::exception& error) {
+      ADD_FAILURE() << error.what();
+    } catch (const Pegasus::Exception& error) {
+      ADD_FAILURE() << error.getMessage();
+    }
+    std::cout.flush();
+    _exit(testing::Test::HasFailure() ? 1 : 0);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
+}
+
+int roundsFromEnvironment(const char* variable, int usual) {
+  const char* const given = getenv(variable);
+  return given != nullptr ? std::stoi(given) : usual;
+}
+
+}  // namespace cimd::test
