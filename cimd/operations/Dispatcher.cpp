@@ -92,8 +92,7 @@ std::string Dispatcher::run(const Request& request) {
 // Failures are the server's own trouble, a full disk perhaps; the rest is the client's.
 std::string Dispatcher::refuse(const Request& request, Pegasus::CIMStatusCode code,
                                const String& description) const {
-  const LogLevel level =
-      code == Pegasus::CIM_ERR_FAILED ? LogLevel::ERROR : LogLevel::DEBUG;
+  const LogLevel level = code == Pegasus::CIM_ERR_FAILED ? LogLevel::ERROR : LogLevel::DEBUG;
   if (log_.isOn(level)) {
     log_.write(level, request.method() + " in " + request.nameSpace().toUtf8() + ": " +
                           description.toUtf8());

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "cimd/Log.h"
 #include "cimd/host/HostFiles.h"
 #include "cimd/model/Repository.h"
-#include "cimd/Log.h"
 
 namespace cimd {
 
@@ -22,8 +22,8 @@ class ConfigurationError : public std::runtime_error {
 class Configuration {
  public:
   // `hostBytes` is absent where the host's inventory is not asked for. The log must outlive this.
-  Configuration(std::vector<std::filesystem::path> files,
-                std::optional<host::HostBytes> hostBytes, const Log& log)
+  Configuration(std::vector<std::filesystem::path> files, std::optional<host::HostBytes> hostBytes,
+                const Log& log)
       : files_(std::move(files)), hostBytes_(std::move(hostBytes)), log_(log) {}
 
   // Reads the files anew. Throws ConfigurationError.

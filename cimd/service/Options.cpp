@@ -79,8 +79,7 @@ std::optional<ExitStatus> readOptions(int argc, const char* const* argv, Options
                  "Loopback address and port to listen on (default: 127.0.0.1:5988)")
       ->type_name("ADDRESS:PORT")
       ->check(CLI::Validator(checkListen, ""));
-  app.add_flag("--host", options.isHost,
-               "Serve this host's own inventory, from its SMBIOS tables");
+  app.add_flag("--host", options.isHost, "Serve this host's own inventory, from its SMBIOS tables");
   std::string recorded;
   app.add_option("--smbios", recorded,
                  "Serve an inventory from the recorded tables in this folder instead")

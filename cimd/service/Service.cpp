@@ -15,11 +15,11 @@
 #include <memory>
 #include <sstream>
 
+#include "cimd/Log.h"
 #include "cimd/host/HostFiles.h"
 #include "cimd/http/CimHandler.h"
 #include "cimd/http/HttpServer.h"
 #include "cimd/service/Configuration.h"
-#include "cimd/Log.h"
 #include "cimd/service/Notification.h"
 #include "cimd/service/Privileges.h"
 #include "cimd/store/InstanceDatabase.h"
@@ -153,6 +153,11 @@ class Service {
       return;
     }
     const Account account = accountFor(options_);
+    if (account.user == 0) {
+      log_.warning(
+          "running as root, though without its capabilities: the folder of the store "
+          "belongs to root");
+    }
     try {
       becomeAccount(account);
     } catch (const std::system_error& error) {

@@ -72,7 +72,8 @@ std::string meaning(const std::string& body, const std::string& method) {
 TEST(Recorded, RequestsGetAnswersOfTheRecordedMeaning) {
   Repository repository;
   test::loadText(repository, test::readFile(dataFolder + "/fru/recorded.mof"));
-  CimHandler handler(repository);
+  const Log log(LogLevel::WARNING);
+  CimHandler handler(repository, log);
   // In the order in which they were recorded: each finds what those before it left.
   for (const char* name :
        {"01-enumerate-instances", "02-enumerate-instance-names-none", "03-create-instance",
@@ -96,7 +97,8 @@ TEST(Recorded, RequestsGetAnswersOfTheRecordedMeaning) {
 TEST(Recorded, ClientsThatAcceptTrailersGetTheErrorInTheMessage) {
   Repository repository;
   test::loadText(repository, test::readFile(dataFolder + "/fru/recorded.mof"));
-  CimHandler handler(repository);
+  const Log log(LogLevel::WARNING);
+  CimHandler handler(repository, log);
   const HttpAnswer answer = handler.answer(
       parse(test::readFile(dataFolder + "/traffic/18-chunked-error-in-trailer.request.http")));
   EXPECT_EQ(meaning(answer.body, "EnumerateInstances"),
@@ -105,7 +107,8 @@ TEST(Recorded, ClientsThatAcceptTrailersGetTheErrorInTheMessage) {
 
 TEST(Recorded, WhatIsNoXmlIsRefused) {
   Repository repository;
-  CimHandler handler(repository);
+  const Log log(LogLevel::WARNING);
+  CimHandler handler(repository, log);
   const HttpAnswer answer = handler.answer(
       parse(test::readFile(dataFolder + "/traffic/16-request-not-well-formed.request.http")));
   EXPECT_EQ(answer.status, 400U);

@@ -55,7 +55,8 @@ std::string outcome(const HttpAnswer& answer) {
 std::string outcome(const HttpRequest& request) {
   Repository repository;
   test::loadText(repository, "class A { [Key] string k; };");
-  CimHandler handler(repository);
+  const Log log(LogLevel::WARNING);
+  CimHandler handler(repository, log);
   std::string whole = outcome(handler.answer(request));
   const auto early = handler.refuseEarly(request);
   EXPECT_TRUE(!early || outcome(*early) == whole);
@@ -160,7 +161,8 @@ HttpRequest extensionRequest(const char* man, const std::string& prefix) {
 TEST(RequestCheck, ExtensionPostAndItsPrefix) {
   Repository repository;
   test::loadText(repository, "class A { [Key] string k; };");
-  CimHandler handler(repository);
+  const Log log(LogLevel::WARNING);
+  CimHandler handler(repository, log);
   const HttpAnswer answer =
       handler.answer(extensionRequest("http://www.dmtf.org/cim/mapping/http/v1.0 ; ns=73", "73-"));
   EXPECT_EQ(answer.status, 200U);
