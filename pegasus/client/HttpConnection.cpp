@@ -33,6 +33,9 @@ using std::chrono::steady_clock;
   throw CIMClientMalformedHTTPException(String(std::string_view(message)));
 }
 
+// Longer than a server takes from the last byte of an answer to closing the connection.
+constexpr milliseconds closeTime{2};
+
 using Addresses = std::unique_ptr<addrinfo, decltype(&freeaddrinfo)>;
 
 // A numeric address is taken as it is, without the files and libraries of the name service.
@@ -169,11 +172,18 @@ void HttpConnection::open(Deadline deadline) {
 }
 
 // Between two exchanges nothing is to be read: whatever there is, an end, an error or unasked
-// bytes, makes the connection useless.
+// bytes, makes the connection useless. A server may end it just after its answer without having
+// said so; until it has shown that it does not, it gets a moment for that, counted from the answer.
 bool HttpConnection::isStale() const {
-  char byte = 0;
-  return recv(socket_, &byte, 1, MSG_PEEK | MSG_DONTWAIT) >= 0 ||
-         (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR);
+  pollfd waiting{socket_, POLLIN, 0};
+  return poll(&waiting, 1, isServerKeeping_ ? 0 : millisecondsUntil(lastAnswer_ + closeTime)) > 0;
+}
+
+void HttpConnection::dropIfStale() {
+  if (socket_ >= 0 && isStale()) {
+    close();
+    isServerKeeping_ = false;
+  }
 }
 
 // A closed connection is an error here and never a signal.
@@ -215,9 +225,8 @@ void HttpConnection::receive(HttpAnswer& answer, Deadline deadline) const {
 std::string HttpConnection::exchange(std::string_view method, const String& nameSpace,
                                      std::string_view body, Deadline deadline) {
   const std::string request = makeHttpRequest(hostHeader_, method, nameSpace, body);
-  if (socket_ >= 0 && isStale()) {
-    close();
-  }
+  dropIfStale();
+  const bool isReused = socket_ >= 0 && lastAnswer_ != Deadline();
   if (socket_ < 0) {
     open(deadline);
   }
@@ -229,6 +238,8 @@ std::string HttpConnection::exchange(std::string_view method, const String& name
     close();
     throw;
   }
+  lastAnswer_ = steady_clock::now();
+  isServerKeeping_ = isServerKeeping_ || isReused;
   if (!answer.keepsAlive()) {
     close();
   }

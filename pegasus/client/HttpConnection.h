@@ -42,6 +42,7 @@ class HttpConnection {
 
  private:
   bool isStale() const;
+  void dropIfStale();
   bool tryConnect(const addrinfo& address, Deadline deadline);
   void send(std::string_view bytes, Deadline deadline) const;
   void receive(HttpAnswer& answer, Deadline deadline) const;
@@ -51,6 +52,9 @@ class HttpConnection {
   std::string host_;
   std::string port_;
   int socket_ = -1;
+  // True once the server has answered twice over one connection.
+  bool isServerKeeping_ = false;
+  Deadline lastAnswer_;
 };
 
 }  // namespace Pegasus

@@ -58,7 +58,13 @@ CIMValue decodePropertyValue(Element property, CIMType type, bool isArray) {
   if (child.name() != "VALUE") {
     refuseChild(property, child);
   }
-  return parseScalar(type, textOnly(child));
+  const std::string text = textOnly(child);
+  // Some servers send a null value of a type that has no empty text so.
+  const bool isText = type == CIMTYPE_STRING || type == CIMTYPE_CHAR16;
+  if (!isText && trimmed(text).empty()) {
+    return CIMValue(type, false);
+  }
+  return parseScalar(type, text);
 }
 
 CIMKeyBinding::Type keyType(Element keyValue) {

@@ -123,8 +123,12 @@ Array<CIMObjectPath> Response::instanceNames() const {
   return names;
 }
 
+Element Response::optionalResult() const {
+  return returnValue_ ? optionalChild(returnValue_) : Element();
+}
+
 Element Response::result() const {
-  const Element element = returnValue_ ? optionalChild(returnValue_) : Element();
+  const Element element = optionalResult();
   if (!element) {
     throw CIMClientResponseException("the answer has no result");
   }
@@ -136,11 +140,12 @@ CIMInstance Response::instance() const {
 }
 
 CIMObjectPath Response::instanceName() const {
-  return decodeObjectPath(result());
+  const Element element = optionalResult();
+  return element ? decodeObjectPath(element) : CIMObjectPath();
 }
 
 CIMValue Response::value() const {
-  return decodeUntypedValue(returnValue_ ? optionalChild(returnValue_) : Element());
+  return decodeUntypedValue(optionalResult());
 }
 
 }  // namespace Pegasus::xml

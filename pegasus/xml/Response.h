@@ -31,8 +31,9 @@ class Response {
   // to letter case, the message ID exactly.
   Response(std::string body, std::string_view messageId, std::string_view method);
 
-  // What IRETURNVALUE holds. The first two are empty when it is missing; instance() and
-  // instanceName() throw CIMClientResponseException then; value() is a null string.
+  // What IRETURNVALUE holds. The first two are empty when it is missing, and so is instanceName():
+  // a server that does not tell the name has created the instance all the same. instance() throws
+  // CIMClientResponseException then; value() is a null string.
   Array<CIMInstance> namedInstances() const;
   Array<CIMObjectPath> instanceNames() const;
   CIMInstance instance() const;
@@ -42,6 +43,7 @@ class Response {
  private:
   std::unique_ptr<XmlDocument> document_;
   Element returnValue_;
+  Element optionalResult() const;
   Element result() const;
 };
 

@@ -4,6 +4,7 @@
 
 #include <future>
 #include <optional>
+#include <thread>
 
 #include "answers.h"
 #include "scripted_server.h"
@@ -64,6 +65,19 @@ TEST_F(KeptConnection, ClosedWhileIdleIsOpenedAgain) {
   server->awaitClosed(1);
   EXPECT_EQ(askProperty(client), "x");
   expectServed(2, 2);
+}
+
+// Neither did the server announce it, nor is the end there yet when the client has its answer.
+TEST_F(KeptConnection, ClosedAMomentAfterEachAnswerIsOpenedAgain) {
+  const ScriptedServer::Script answerThenClose = [](Peer& peer) {
+    peer.answer(propertyAnswer("x"));
+    std::this_thread::sleep_for(std::chrono::microseconds(200));
+  };
+  start(std::vector<ScriptedServer::Script>(20, answerThenClose));
+  for (int i = 0; i < 20; i++) {
+    EXPECT_EQ(askProperty(client), "x");
+  }
+  expectServed(20, 20);
 }
 
 TEST_F(KeptConnection, ResetWhileIdleIsOpenedAgain) {

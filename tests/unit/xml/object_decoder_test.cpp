@@ -70,6 +70,17 @@ TEST(DecodeProperty, EmptyValueIsTheEmptyText) {
   }
 }
 
+TEST(DecodeProperty, EmptyValueOfATypeWithoutEmptyTextIsNull) {
+  for (const std::string type : {"uint16", "sint64", "real32", "boolean", "datetime"}) {
+    const CIMProperty empty =
+        property("<PROPERTY NAME='p' TYPE='" + type + "'><VALUE> </VALUE></PROPERTY>");
+    EXPECT_TRUE(empty.getValue().isNull()) << type;
+    EXPECT_EQ(cimTypeToString(empty.getType()), type);
+  }
+  EXPECT_THROW(property("<PROPERTY NAME='p' TYPE='char16'><VALUE/></PROPERTY>"),
+               XmlValidationError);
+}
+
 TEST(DecodeProperty, WithoutValueItIsNullOfItsType) {
   for (const char* content : {"", "\n", " \r\n\t<!-- c -->"}) {
     EXPECT_TRUE(stringProperty(content).getValue().isNull()) << content;
@@ -151,7 +162,6 @@ TEST(DecodeProperty, WhatIsNoPropertyIsRefused) {
        "<PROPERTY NAME='p' TYPE='string'><VALUE><VALUE/></VALUE></PROPERTY>",
        "<PROPERTY NAME='p' TYPE='string'><VALUE/><QUALIFIER/></PROPERTY>",
        "<PROPERTY NAME='p' TYPE='uint8'><VALUE>256</VALUE></PROPERTY>",
-       "<PROPERTY NAME='p' TYPE='uint8'><VALUE/></PROPERTY>",
        "<PROPERTY NAME='p' TYPE='reference'><VALUE>x</VALUE></PROPERTY>"});
   expectPropertiesRefused(
       {"<PROPERTY.ARRAY NAME='p' TYPE='string'><VALUE/></PROPERTY.ARRAY>",

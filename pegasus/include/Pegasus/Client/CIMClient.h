@@ -78,7 +78,8 @@ class CIMClient {
   CIMValue getProperty(const String& nameSpace, const CIMObjectPath& instanceName,
                        const String& propertyName);
 
-  // Creates the instance and returns the name that the server gave it.
+  // Creates the instance and returns the name that the server gave it; an empty one when the server
+  // reports success without a name.
   CIMObjectPath createInstance(const String& nameSpace, const CIMInstance& newInstance);
 
   void deleteInstance(const String& nameSpace, const CIMObjectPath& instanceName);
