@@ -1,6 +1,7 @@
-// The three calls in which generations of the client library differ: how a time-out is given, what
-// connect() takes, and how a String becomes a narrow text. A build against another generation
-// changes this pair of files and nothing else.
+// The three calls in which generations of the Pegasus interface differ. The one used here gives the
+// time-out to the constructor, the address as one text to connect(), and makes a narrow text with
+// allocateCString(). Later ones have setTimeout(), take host and port apart, and have getCString().
+// A build against one of those changes this pair of files and nothing else.
 #pragma once
 
 #include <Pegasus/Client/CIMClient.h>

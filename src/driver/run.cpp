@@ -11,7 +11,7 @@ using Pegasus::CIMClient;
 
 namespace {
 
-// A file that the user has put there is meant to stay for later runs.
+// Unlike a fetched file this one stays: it is the user's own, and later runs need it too.
 void importLocalFile(CIMClient& client) {
   if (canBeRead("fru.txt")) {
     std::cout << "\nA local copy of fru.txt is detected. MORVIK will run base on this file."
@@ -32,7 +32,7 @@ void run(const char* server, const char* directory) {
   if (downloadFruFile(client, server, directory)) {
     importFruFile(client);
     // Removed without a look whether it is there, unlike fru.log below. The two blanks in both
-    // command texts are kept exactly so.
+    // command texts stay for compatibility.
     runShellCommand("rm -f  fru.txt");
   } else {
     importLocalFile(client);

@@ -16,8 +16,8 @@ using Pegasus::String;
 
 namespace {
 
-// The unevenness is meant: three categories are matched against the machine, of two the first entry
-// that succeeds wins, and of the rest every line is published.
+// For compatibility the rules are uneven: three categories are matched against the machine, of two
+// the first entry that succeeds wins, and of the rest every line is published.
 bool isSelected(CIMClient& client, Category category, const String& line,
                 const Publication& publication) {
   switch (category) {

@@ -35,9 +35,9 @@ String countedNumber(Uint32& counter) {
   return String(numberPrefix) + CIMValue(counter).toString();
 }
 
-// Each counted category has numbers of its own from 1, and all others share the number 1: the
-// collisions are meant. Whether two entries with equal numbers are accepted is for the server's
-// class to say.
+// Each counted category has numbers of its own from 1, and all others share the number 1. The
+// collisions stay for compatibility. Whether two entries with equal numbers are accepted is for the
+// server's class to say.
 String nextIdentifyingNumber(Category category, Publication& publication) {
   switch (category) {
     case Category::processor:
@@ -62,9 +62,9 @@ String nextIdentifyingNumber(Category category, Publication& publication) {
 
 void deleteEarlierInstances(CIMClient& client) {
   const Array<CIMObjectPath> names = client.enumerateInstanceNames(cimNamespace, "KVAXDT_FRU");
-  for (const CIMObjectPath& name : names) {
-    if (isOurs(client, name)) {
-      client.deleteInstance(cimNamespace, name);
+  for (Uint32 i = 0; i < names.size(); ++i) {
+    if (isOurs(client, names[i])) {
+      client.deleteInstance(cimNamespace, names[i]);
     }
   }
 }

@@ -13,8 +13,8 @@ using Pegasus::String;
 namespace {
 
 // A script that an interrupted run has left is not emptied first: the lines are appended to it.
-// Server and directory are meant to stand unquoted: the shell acts on blanks and special characters
-// in them.
+// For compatibility server and directory stand unquoted: the shell acts on blanks and special
+// characters in them.
 void writeScript(const std::string& server, const std::string& directory,
                  const std::string& fileName) {
   runShellCommand("echo open " + server + " >> fruscript.scr");
@@ -26,7 +26,7 @@ void writeScript(const std::string& server, const std::string& directory,
 }
 
 // The `ftp` clients of the two families of systems are quietened in different ways. The blanks in
-// the command texts, here and below, are kept exactly so.
+// the command texts, here and below, stay for compatibility.
 void runScript() {
   if (canBeRead("/etc/redhat-release")) {
     runShellCommand("ftp -in < fruscript.scr  >> fru.log");

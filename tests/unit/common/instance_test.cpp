@@ -130,6 +130,13 @@ TEST(Exceptions, OfHttpTellStatusAndHeaders) {
   EXPECT_EQ(detailed.getErrorDetail(), "why");
 }
 
+TEST(CIMPropertyOfAPlainValue, HasTheTypeOfThatValue) {
+  EXPECT_EQ(CIMProperty("p", String("x")).getType(), CIMTYPE_STRING);
+  EXPECT_EQ(CIMProperty("p", "x").getType(), CIMTYPE_STRING);
+  EXPECT_EQ(CIMProperty("p", Uint32(5)).getType(), CIMTYPE_UINT32);
+  EXPECT_EQ(CIMProperty("p", true).getType(), CIMTYPE_BOOLEAN);
+}
+
 TEST(Exceptions, HaveOneRoot) {
   const auto caught = [](auto thrower) {
     try {

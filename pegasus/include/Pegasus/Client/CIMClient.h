@@ -25,9 +25,8 @@ class CIMClientRep;
 //                                    was sent
 //   CannotConnectException           the connection had been closed by the server while it was idle
 //                                    and could not be opened again; nothing was sent
-//   ConnectionTimeoutException       the time-out ran out; the connection has been dropped, the
-//   next
-//                                    operation opens a new one
+//   ConnectionTimeoutException       the time-out ran out; the connection has been dropped, and
+//                                    the next operation opens a new one
 //   CIMClientMalformedHTTPException  the answer is no HTTP response, ended early, or is larger than
 //                                    64 MiB
 //   CIMClientHTTPErrorException      an HTTP status other than 200

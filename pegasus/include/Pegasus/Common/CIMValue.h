@@ -26,37 +26,39 @@ class CIMValue {
   // A null value of the given type.
   CIMValue(CIMType type, Boolean isArray) : type_(type), isArray_(isArray) {}
 
-  explicit CIMValue(Boolean value);
-  explicit CIMValue(Uint8 value);
-  explicit CIMValue(Sint8 value);
-  explicit CIMValue(Uint16 value);
-  explicit CIMValue(Sint16 value);
-  explicit CIMValue(Uint32 value);
-  explicit CIMValue(Sint32 value);
-  explicit CIMValue(Uint64 value);
-  explicit CIMValue(Sint64 value);
-  explicit CIMValue(Real32 value);
-  explicit CIMValue(Real64 value);
-  explicit CIMValue(Char16 value);
-  explicit CIMValue(String value);
-  explicit CIMValue(const char* value);  // a string, never a Boolean
-  explicit CIMValue(CIMDateTime value);
-  explicit CIMValue(CIMObjectPath value);
-  explicit CIMValue(Array<Boolean> value);
-  explicit CIMValue(Array<Uint8> value);
-  explicit CIMValue(Array<Sint8> value);
-  explicit CIMValue(Array<Uint16> value);
-  explicit CIMValue(Array<Sint16> value);
-  explicit CIMValue(Array<Uint32> value);
-  explicit CIMValue(Array<Sint32> value);
-  explicit CIMValue(Array<Uint64> value);
-  explicit CIMValue(Array<Sint64> value);
-  explicit CIMValue(Array<Real32> value);
-  explicit CIMValue(Array<Real64> value);
-  explicit CIMValue(Array<Char16> value);
-  explicit CIMValue(Array<String> value);
-  explicit CIMValue(Array<CIMDateTime> value);
-  explicit CIMValue(Array<CIMObjectPath> value);
+  // From each type that it can hold. Implicit, so that a value can stand where a CIMValue is asked
+  // for.
+  CIMValue(Boolean value);
+  CIMValue(Uint8 value);
+  CIMValue(Sint8 value);
+  CIMValue(Uint16 value);
+  CIMValue(Sint16 value);
+  CIMValue(Uint32 value);
+  CIMValue(Sint32 value);
+  CIMValue(Uint64 value);
+  CIMValue(Sint64 value);
+  CIMValue(Real32 value);
+  CIMValue(Real64 value);
+  CIMValue(Char16 value);
+  CIMValue(String value);
+  CIMValue(const char* value);  // a string, never a Boolean
+  CIMValue(CIMDateTime value);
+  CIMValue(CIMObjectPath value);
+  CIMValue(Array<Boolean> value);
+  CIMValue(Array<Uint8> value);
+  CIMValue(Array<Sint8> value);
+  CIMValue(Array<Uint16> value);
+  CIMValue(Array<Sint16> value);
+  CIMValue(Array<Uint32> value);
+  CIMValue(Array<Sint32> value);
+  CIMValue(Array<Uint64> value);
+  CIMValue(Array<Sint64> value);
+  CIMValue(Array<Real32> value);
+  CIMValue(Array<Real64> value);
+  CIMValue(Array<Char16> value);
+  CIMValue(Array<String> value);
+  CIMValue(Array<CIMDateTime> value);
+  CIMValue(Array<CIMObjectPath> value);
 
   CIMType getType() const { return type_; }
   Boolean isArray() const { return isArray_; }
