@@ -33,8 +33,9 @@ using std::chrono::steady_clock;
   throw CIMClientMalformedHTTPException(String(std::string_view(message)));
 }
 
-// Longer than a server takes from the last byte of an answer to closing the connection.
-constexpr milliseconds closeTime{2};
+// Longer than a server takes from the last byte of an answer to closing the connection, also on a
+// machine that is busy with other things.
+constexpr milliseconds closeTime{20};
 
 using Addresses = std::unique_ptr<addrinfo, decltype(&freeaddrinfo)>;
 
