@@ -47,8 +47,13 @@ std::optional<host::HostBytes> readHost(const Options& options) {
   if (!options.isHost) {
     return std::nullopt;
   }
-  return host::readHostBytes(options.recordedTables ? host::recordedHost(*options.recordedTables)
-                                                    : host::HostSources());
+  if (!options.recordedTables) {
+    return host::readHostBytes(host::HostSources());
+  }
+  if (!std::filesystem::is_directory(*options.recordedTables)) {
+    throw ConfigurationError(options.recordedTables->string() + " is no folder with tables");
+  }
+  return host::readHostBytes(host::recordedHost(*options.recordedTables));
 }
 
 // Whom the store belongs to can write it; what needs no file needs no account of weight.

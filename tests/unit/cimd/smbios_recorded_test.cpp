@@ -131,12 +131,12 @@ TEST(HostInstances, FitTheClassesOfTheSchema) {
     auto& nameSpace = repository.nameSpace(defaultNameSpace);
     const HostInventory host = describeHost(test::recorded(machine));
     for (const CIMInstance& instance : host.instances) {
-      EXPECT_NO_THROW(nameSpace.createInstance(instance)) << machine;
+      EXPECT_NO_THROW(nameSpace.createInstance(instance, Origin::DECLARED)) << machine;
     }
     for (const char* name :
          {"KVAXDT_ComputerSystemDetails", "KVAXDT_Processor", "KVAXDT_PhysicalMemory"}) {
-      for (const CIMInstance* stored : nameSpace.instances(nameSpace.classNamed(name))) {
-        EXPECT_EQ(stored->getPropertyCount(), 3U) << "no property but those that were given";
+      for (const StoredInstance* stored : nameSpace.instances(nameSpace.classNamed(name))) {
+        EXPECT_EQ(stored->instance.getPropertyCount(), 3U) << "no property but those that were given";
       }
     }
   }
