@@ -136,7 +136,8 @@ TEST(HostInstances, FitTheClassesOfTheSchema) {
     for (const char* name :
          {"KVAXDT_ComputerSystemDetails", "KVAXDT_Processor", "KVAXDT_PhysicalMemory"}) {
       for (const StoredInstance* stored : nameSpace.instances(nameSpace.classNamed(name))) {
-        EXPECT_EQ(stored->instance.getPropertyCount(), 3U) << "no property but those that were given";
+        EXPECT_EQ(stored->instance.getPropertyCount(), 3U)
+            << "no property but those that were given";
       }
     }
   }
