@@ -84,6 +84,18 @@ TEST(TimeOut, IsNotProlongedByAStream) {
   });
 }
 
+// Faster than the client can read: whenever it looks, there is more.
+TEST(TimeOut, IsNotProlongedByAServerThatIsAlwaysAhead) {
+  std::string chunks;
+  while (chunks.size() < 1U << 20) {
+    chunks += "1;ext=ension\r\nx\r\n";
+  }
+  expectTimeOutAndThenAnAnswer([&](Peer& peer) {
+    peer.answer("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n");
+    sendAgainAndAgain(peer, chunks, milliseconds(0));
+  });
+}
+
 // The answer is complete and right, but for the operation before.
 TEST(TimeOut, LateAnswerIsNotTheNextAnswer) {
   expectTimeOutAndThenAnAnswer([](Peer& peer) {
