@@ -2,6 +2,8 @@
 
 #include <pegasus/xml/ObjectEncoder.h>
 
+#include <algorithm>
+
 #include "cimd/operations/Parameters.h"
 #include "cimd/operations/SchemaEncoder.h"
 
@@ -82,6 +84,18 @@ void checkSize(const std::string& answer) {
   }
 }
 
+// What an answer with these instances takes at most, unless more is asked for than they hold; with
+// room for what is put around it. An answer that grows step by step is copied with each step.
+std::size_t expectedSize(const std::vector<const StoredInstance*>& instances) {
+  constexpr std::size_t around = 512;
+  constexpr std::size_t aroundEach = 64;
+  std::size_t size = around;
+  for (const StoredInstance* stored : instances) {
+    size += stored->nameXml.size() + stored->instanceXml.size() + aroundEach;
+  }
+  return std::min(size, maxAnswer + around);
+}
+
 // The new value of the property; on the wire it has no type.
 CIMValue newValue(const Request& request, const CimProperty& property) {
   try {
@@ -98,8 +112,10 @@ std::string enumerateInstances(NameSpace& nameSpace, const Request& request) {
   const String className = required(request.className("ClassName"), "ClassName");
   const Selection selection(request);
   const CimClass& cls = nameSpace.classNamed(className);
+  const auto instances = nameSpace.instances(cls);
   std::string out;
-  for (const StoredInstance* stored : nameSpace.instances(cls)) {
+  out.reserve(expectedSize(instances));
+  for (const StoredInstance* stored : instances) {
     out.append("<VALUE.NAMEDINSTANCE>").append(stored->nameXml);
     selection.append(out, *stored, nameSpace.classNamed(stored->instance.getClassName()), cls);
     out += "</VALUE.NAMEDINSTANCE>";
