@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <ranges>
 #include <utility>
 
 #include "cimd/mof/MofValues.h"
@@ -138,10 +139,10 @@ CIMType literalType(const Literal& literal) {
 // Of what is in braces the first value that tells a type, but numbers are signed if one of them is.
 CIMType impliedType(const std::vector<Literal>& literals) {
   CIMType type = Pegasus::CIMTYPE_STRING;
-  for (auto literal = literals.rbegin(); literal != literals.rend(); ++literal) {
-    const CIMType own = literalType(*literal);
+  for (const Literal& literal : std::ranges::reverse_view(literals)) {
+    const CIMType own = literalType(literal);
     const bool staysSigned = own == Pegasus::CIMTYPE_UINT64 && type == Pegasus::CIMTYPE_SINT64;
-    if (literal->kind != Literal::NULL_VALUE && !staysSigned) {
+    if (literal.kind != Literal::NULL_VALUE && !staysSigned) {
       type = own;
     }
   }

@@ -190,10 +190,10 @@ class Service {
       publications_.restore(fresh, &repository_);
       repository_ = std::move(fresh);
       log_.info("reloaded: " + describe(repository_));
-    } catch (const ConfigurationError& error) {
+    } catch (const std::exception& error) {
       log_.error(std::string("not reloaded: ") + error.what());
-    } catch (const StoreError& error) {
-      log_.error(std::string("not reloaded: ") + error.what());
+    } catch (const Pegasus::Exception& error) {
+      log_.error("not reloaded: " + error.getMessage().toUtf8());
     }
   }
 
