@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <ranges>
 #include <utility>
 
 #include "cimd/mof/MofValues.h"
@@ -138,15 +137,15 @@ CIMType literalType(const Literal& literal) {
 
 // Of what is in braces the first value that tells a type, but numbers are signed if one of them is.
 CIMType impliedType(const std::vector<Literal>& literals) {
-  CIMType type = Pegasus::CIMTYPE_STRING;
-  for (const Literal& literal : std::ranges::reverse_view(literals)) {
+  std::optional<CIMType> type;
+  for (const Literal& literal : literals) {
     const CIMType own = literalType(literal);
-    const bool staysSigned = own == Pegasus::CIMTYPE_UINT64 && type == Pegasus::CIMTYPE_SINT64;
-    if (literal.kind != Literal::NULL_VALUE && !staysSigned) {
+    const bool isSignedAfterAll = type == Pegasus::CIMTYPE_UINT64 && own == Pegasus::CIMTYPE_SINT64;
+    if (literal.kind != Literal::NULL_VALUE && (!type || isSignedAfterAll)) {
       type = own;
     }
   }
-  return type;
+  return type.value_or(Pegasus::CIMTYPE_STRING);
 }
 
 CIMValue undeclaredValue(const std::optional<Value>& value) {

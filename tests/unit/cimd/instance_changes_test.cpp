@@ -10,7 +10,6 @@ namespace {
 
 using test::attributes;
 using test::className;
-using test::elementNamed;
 using test::instanceName;
 using test::Parameters;
 using test::value;
