@@ -1,15 +1,13 @@
 #!/usr/bin/env bats
 # The host's own inventory, as morvik-cimd serves it and morvik uses it.
 
-# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
-source "$BATS_TEST_DIRNAME/../support/e2e.bash"
 # shellcheck source-path=SCRIPTDIR source=../support/service.bash
 source "$BATS_TEST_DIRNAME/../support/service.bash"
 
 setup() { enterWorkDirectory; }
 teardown() { stopServers; }
 
-recorded=$project/tests/data/smbios
+recorded=$BATS_TEST_DIRNAME/../data/smbios
 
 startRecorded() { # NAME [ARG...]
     local name=$1
@@ -87,7 +85,7 @@ serialNumber=' "$(valuesOf KVAXDT_ComputerSystemDetails model serialNumber)" sys
     succeeded
     filesAre
     publishedNumbersAre F1 M1 P1
-    cd ..
+    cd "$BATS_TEST_TMPDIR/work"
     published >before
     killServer
     startRecorded one-socket-one-dimm --store fru.db
