@@ -48,9 +48,6 @@ HttpAnswer CimHandler::answer(const HttpRequest& request) {
   if (auto refused = checkHeaders(request, cim)) {
     return extended(*std::move(refused), cim.prefix);
   }
-  if (!utf8::is_valid(request.body.begin(), request.body.end())) {
-    return extended(refusal(400, "request-not-valid", "the body is not UTF-8"), cim.prefix);
-  }
   try {
     const Pegasus::xml::Request message(request.body);
     if (auto refused = checkMessage(cim, message)) {
@@ -60,7 +57,10 @@ HttpAnswer CimHandler::answer(const HttpRequest& request) {
   } catch (const Pegasus::XmlValidationError& error) {
     return extended(refusal(400, "request-not-valid", error.getMessage().toUtf8()), cim.prefix);
   } catch (const Pegasus::XmlException& error) {
-    return extended(refusal(400, "request-not-well-formed", error.getMessage().toUtf8()),
+    // What is not UTF-8 is found by the same scan, and has an error of its own.
+    const bool isUtf8 = utf8::is_valid(request.body.begin(), request.body.end());
+    return extended(refusal(400, isUtf8 ? "request-not-well-formed" : "request-not-valid",
+                            error.getMessage().toUtf8()),
                     cim.prefix);
   }
 }

@@ -7,10 +7,14 @@
 
 namespace cimd {
 
-StoredInstance::StoredInstance(Pegasus::CIMInstance given, bool published)
-    : instance(std::move(given)), isPublished(published) {
+// What has grown step by step has spare room, half of it or more. It stays for long and there may
+// be many, so copies are kept, which have none.
+StoredInstance::StoredInstance(const Pegasus::CIMInstance& given, bool published)
+    : instance(given), isPublished(published) {
   Pegasus::xml::appendInstanceName(nameXml, instance.getPath());
+  nameXml.shrink_to_fit();
   Pegasus::xml::appendInstance(instanceXml, instance);
+  instanceXml.shrink_to_fit();
 }
 
 void InstanceStore::add(const CimClass& cls, InstanceKey key, StoredInstance instance) {

@@ -17,7 +17,7 @@ namespace cimd {
 // encoded when it is written.
 struct StoredInstance {
   // Throws InvalidValueException for what CIM-XML cannot carry.
-  StoredInstance(Pegasus::CIMInstance given, bool isPublished);
+  StoredInstance(const Pegasus::CIMInstance& given, bool isPublished);
 
   // With every property of its class, and with its name as path.
   Pegasus::CIMInstance instance;

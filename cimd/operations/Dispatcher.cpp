@@ -111,7 +111,7 @@ std::string Dispatcher::answer(const Request& request) {
     if (log_.isOn(LogLevel::DEBUG)) {
       log_.debug(request.method() + " in " + request.nameSpace().toUtf8());
     }
-    return Pegasus::xml::encodeResponse(request.messageId(), request.method(), result);
+    return Pegasus::xml::encodeResponse(request.messageId(), request.method(), std::move(result));
   } catch (const Pegasus::CIMException& error) {
     return refuse(request, error.getCode(), error.getDescription());
   } catch (const Pegasus::XmlValidationError& error) {

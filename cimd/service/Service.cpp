@@ -48,8 +48,13 @@ std::optional<host::HostBytes> readHost(const Options& options) {
   if (!options.isHost) {
     return std::nullopt;
   }
-  return host::readHostBytes(options.recordedTables ? host::recordedHost(*options.recordedTables)
-                                                    : host::HostSources());
+  if (!options.recordedTables) {
+    return host::readHostBytes(host::HostSources());
+  }
+  if (!std::filesystem::is_directory(*options.recordedTables)) {
+    throw ConfigurationError(options.recordedTables->string() + " is no folder with tables");
+  }
+  return host::readHostBytes(host::recordedHost(*options.recordedTables));
 }
 
 constexpr Account root{0, 0};
@@ -200,8 +205,10 @@ class Service {
       publications_.restore(fresh, &repository_);
       repository_ = std::move(fresh);
       log_.info("reloaded: " + describe(repository_));
-    } catch (const std::exception& error) {  // in a file, in the store, or no memory
+    } catch (const std::exception& error) {
       log_.error(std::string("not reloaded: ") + error.what());
+    } catch (const Pegasus::Exception& error) {
+      log_.error("not reloaded: " + error.getMessage().toUtf8());
     }
   }
 
@@ -220,9 +227,6 @@ class Service {
 
 ExitStatus serve(const Options& options) {
   const Log log(options.logLevel);
-  // Neither an end of the log's reader nor a limit on the size of files is an end of the server.
-  std::signal(SIGPIPE, SIG_IGN);
-  std::signal(SIGXFSZ, SIG_IGN);
   try {
     // The tables of the host are the one thing that takes root.
     auto hostBytes = readHost(options);

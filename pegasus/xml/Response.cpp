@@ -75,14 +75,17 @@ Element findReturnValue(Element response) {
 }  // namespace
 
 std::string encodeResponse(std::string_view messageId, std::string_view method,
-                           std::string_view returnValue) {
-  std::string out = beginResponse(messageId, method);
-  if (!returnValue.empty()) {
-    out.reserve(out.size() + returnValue.size() + 128);
-    out.append("<IRETURNVALUE>").append(returnValue).append("</IRETURNVALUE>");
+                           std::string returnValue) {
+  std::string begin = beginResponse(messageId, method);
+  if (returnValue.empty()) {
+    return begin.append(endOfResponse);
   }
-  out += endOfResponse;
-  return out;
+  begin += "<IRETURNVALUE>";
+  // The value may be large: it is moved up inside its own memory rather than copied.
+  returnValue.reserve(returnValue.size() + begin.size() + 128);
+  returnValue.insert(0, begin);
+  returnValue.append("</IRETURNVALUE>").append(endOfResponse);
+  return returnValue;
 }
 
 std::string encodeErrorResponse(std::string_view messageId, std::string_view method,

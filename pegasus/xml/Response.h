@@ -16,7 +16,7 @@ namespace Pegasus::xml {
 // `returnValue` is the content of IRETURNVALUE in CIM-XML (written with ObjectEncoder.h); empty for
 // an operation without result or an enumeration that found nothing: the element is then left out.
 std::string encodeResponse(std::string_view messageId, std::string_view method,
-                           std::string_view returnValue);
+                           std::string returnValue);
 // The same with an ERROR element. A character of the description that XML cannot carry is replaced
 // by '?': reporting an error must not fail.
 std::string encodeErrorResponse(std::string_view messageId, std::string_view method,

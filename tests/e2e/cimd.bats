@@ -124,11 +124,9 @@ failsWith() { # NAME OPERATION [ARG...]
 @test "operations that are not served" {
     startMachine
     createFan
-    failsWith CIM_ERR_NOT_SUPPORTED gc "$url:KVAXDT_FRU"
-    failsWith CIM_ERR_NOT_SUPPORTED ecn "$url"
-    # This client asks for the class before it creates or changes an instance.
-    failsWith CIM_ERR_NOT_SUPPORTED ci "$fruPath" 'FRUNumber="F2"'
-    failsWith CIM_ERR_NOT_SUPPORTED sp "$fruPath" 'Name="x"'
+    failsWith CIM_ERR_NOT_SUPPORTED dc "$url:KVAXDT_FRU"
+    failsWith CIM_ERR_NOT_SUPPORTED ri "$fruPath"
+    failsWith CIM_ERR_NOT_SUPPORTED cm "$fruPath" reset
     failsWith CIM_ERR_NOT_SUPPORTED ain "$fruPath"
 }
 

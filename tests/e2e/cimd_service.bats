@@ -1,6 +1,7 @@
 #!/usr/bin/env bats
 # morvik-cimd as a service: command line, statuses, signals, messages, systemd, and whom it answers.
 
+# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
 # shellcheck source-path=SCRIPTDIR source=../support/service.bash
 source "$BATS_TEST_DIRNAME/../support/service.bash"
 
@@ -88,7 +89,7 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
 
 @test "wrong configuration: status 3, file, line, column, what was expected" {
     endsWith 3 missing.mof
-    complains 'missing.mof: error: cannot open: No such file or directory'
+    complains 'morvik-cimd: error: cannot open missing.mof: No such file or directory'
     printf 'class A {\n  uint8 b\n  uint8 c;\n};\n' >broken.mof
     endsWith 3 "$mof" broken.mof
     [[ $(tail -n 1 "$err") == "broken.mof:3:3: error: expected "* ]]
@@ -103,7 +104,7 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
     cp "$mof" closed.mof
     chmod 000 closed.mof
     endsWith 3 closed.mof
-    complains 'closed.mof: error: cannot open: Permission denied'
+    complains 'morvik-cimd: error: cannot open closed.mof: Permission denied'
 }
 
 @test "a port in use: status 1 and which" {
@@ -175,7 +176,7 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
     equal '' "$(wbemcli ein http://127.0.0.1:5988/root/kvasd:T_Old)" 'the instances of T_Old'
     rm more.mof
     reload
-    logHas 'error: not reloaded: more.mof: error: cannot open: No such file or directory'
+    logHas 'error: not reloaded: morvik-cimd: error: cannot open more.mof: No such file or directory'
     printf 'class T_New { [Key] string id; };\n' >more.mof
     reload
     logHas 'reloaded: 1 namespaces, 5 classes'
@@ -259,22 +260,18 @@ END
 }
 
 @test "in the journal each line begins with its priority, and only there" {
-    # The shell tells device and inode of what is standard error for the server.
-    inJournal() { # [ARG...]
-        bash -c 'JOURNAL_STREAM=$(stat -Lc %d:%i /proc/self/fd/2) exec "$@"' bash "$@"
-    }
-    export -f inJournal
-    startServer cimd 'listening on' bash -c 'inJournal "$@"' bash "$cimd" --smbios . --log-level debug "$mof"
+    # Device and inode of standard error, which the server shares with the shell.
+    # shellcheck disable=SC2016 # expanded by the shell inside
+    local inJournal='export JOURNAL_STREAM; JOURNAL_STREAM=$(stat -Lc %d:%i /proc/$$/fd/2) && exec "$@"'
+    startServer cimd 'listening on' bash -c "$inJournal" bash "$cimd" --smbios . --log-level debug "$mof"
     grep -q '^<4>warning: the host has no SMBIOS' "$BATS_TEST_TMPDIR/cimd.log"
     grep -q '^<7>debug: serving' "$BATS_TEST_TMPDIR/cimd.log"
     grep -qx '<6>listening on 127.0.0.1:5988' "$BATS_TEST_TMPDIR/cimd.log"
     run ! grep -v '^<[3467]>' "$BATS_TEST_TMPDIR/cimd.log"
-    servers=("cimd:$(pgrep -P "${servers[0]##*:}" -x morvik-cimd || echo "${servers[0]##*:}")")
-    stopServers
-    runInstead bash -c 'inJournal "$@"' bash "$cimd" missing.mof
-    complains '<3>missing.mof: error: cannot open: No such file or directory'
+    runInstead bash -c "$inJournal" bash "$cimd" missing.mof
+    complains '<3>morvik-cimd: error: cannot open missing.mof: No such file or directory'
     runInstead env JOURNAL_STREAM=8:12345 "$cimd" missing.mof
-    complains 'missing.mof: error: cannot open: No such file or directory'
+    complains 'morvik-cimd: error: cannot open missing.mof: No such file or directory'
 }
 
 @test "a log that nobody reads any more: the server goes on" {

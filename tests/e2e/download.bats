@@ -87,12 +87,66 @@ END
     publishedNumbersAre LOCAL
 }
 
+@test "an unreadable fetched file counts as not fetched: it is not moved, and stays" {
+    fanFile >1234wpk.txt
+    chmod 000 1234wpk.txt
+    fanFile LOCAL >fru.txt
+    runLikeAnybody -s 127.0.0.1 -d "$bpServer"
+    usedLocalCopy
+    filesAre 1234wpk.txt fru.txt
+    publishedNumbersAre LOCAL
+}
+
+@test "an empty file on the server counts as fetched: earlier instances go, nothing is created" {
+    startFtp
+    : | putOnParts 1234wpk.txt
+    createAs KVA F9 KVAHalvoranFru1
+    fanFile LOCAL >fru.txt
+    download
+    succeeded
+    filesAre
+    publishedNumbersAre
+}
+
+@test "a transfer that breaks off counts as fetched: what has come is imported, up to its last newline" {
+    # The second line without its newline, which still looks whole.
+    startFtp --break-off "$({ fanFile; printf '"F2","FAN","","Fan"'; } | wc -c)"
+    { fanFile && fanFile F2 && fanFile F3; } | putOnParts 1234wpk.txt
+    fanFile LOCAL >fru.txt
+    download
+    succeeded
+    filesAre
+    publishedNumbersAre F1
+}
+
+@test "fru.txt is a directory: the fetched file is moved into it, and nothing is imported" {
+    startFtp
+    fanFile | putOnParts 1234wpk.txt
+    createAs KVA F9 KVAHalvoranFru1
+    mkdir fru.txt
+    download
+    succeeded
+    filesAre fru.txt fru.txt/1234wpk.txt
+    publishedNumbersAre
+    grep -q '^rm: .*fru.txt' "$err"
+}
+
 @test "missing directory: nothing is fetched" {
     startFtp
     fanFile | putOnParts 1234wpk.txt
     download -s 127.0.0.1 -d /no/such/directory
     foundNothing
     filesAre
+}
+
+@test "missing directory, but the file lies where the login leads: it is fetched from there" {
+    startFtp
+    fanFile >"$parts/1234wpk.txt"
+    download -s 127.0.0.1 -d /no/such/directory
+    succeeded
+    filesAre
+    publishedNumbersAre F1
+    grep -qx 'CWD /no/such/directory' "$ftpLog"
 }
 
 @test "no FTP server at that address: nothing is fetched" {
@@ -145,6 +199,35 @@ END
 RETR 1234wpk.txt' "$(grep '^RETR' "$ftpLog")" 'the list of transfers'
     filesAre extra.txt
     publishedNumbersAre F1
+}
+
+# The file is there to be fetched, but the script that would fetch it cannot be written.
+fallsBack() { # OBSTACLE [NAME...]  what is in the way, and what stays beside fru.txt
+    startFtp
+    fanFile | putOnParts 1234wpk.txt
+    fanFile LOCAL >fru.txt
+    "$1"
+    runLikeAnybody -s 127.0.0.1 -d "$bpServer"
+    usedLocalCopy
+    filesAre fru.txt "${@:2}"
+    publishedNumbersAre LOCAL
+    run ! grep -q RETR "$ftpLog"
+}
+
+@test "the script cannot be written: nothing is fetched, the script goes" {
+    readOnlyScript() { : >fruscript.scr && chmod a-w fruscript.scr; }
+    fallsBack readOnlyScript
+}
+
+@test "the working directory cannot be written: nothing is fetched" {
+    readOnlyDirectory() { chmod a-w .; }
+    fallsBack readOnlyDirectory
+    chmod u+w .
+}
+
+@test "the script is a directory: nothing is fetched, the directory stays" {
+    directoryAsScript() { mkdir fruscript.scr; }
+    fallsBack directoryAsScript fruscript.scr
 }
 
 @test "a stale fetched file counts as fetched" {

@@ -173,6 +173,24 @@ cd dir' "$(head -n 2 "$out")" 'what went to standard output instead'
     scriptIs 'open a  b\nuser anonymous anonymous\nbin\ncd c d  e ; *\nget 1234wpk.txt\nbye\n'
 }
 
+@test "a machine type with a semicolon: the shell acts on it in the get and the mv line" {
+    startMachine --model '[a;b]'
+    echo '"F1","FAN","","Fan"' >'a;bwpk.txt' # only the presence test takes the name as it is
+    runRecorded -s host -d dir
+    said "get a\\n$couldNotOpen"
+    equal 'echo get a;bwpk.txt >> fruscript.scr
+mv -f a;bwpk.txt fru.txt' "$(grep 'wpk' "$commands")" 'the commands with the name'
+    filesAre 'a;bwpk.txt'
+}
+
+@test "a machine type with a dollar sign: the script asks for the variable's value" {
+    startMachine --model '[a$B.]'
+    keepScript
+    B=1234 runMorvik -s host -d dir
+    foundNothing
+    scriptIs 'open host\nuser anonymous anonymous\nbin\ncd dir\nget a1234.wpk.txt\nbye\n'
+}
+
 @test "a value that the shell cannot parse: that line is missing, the run goes on" {
     startMachine
     keepScript

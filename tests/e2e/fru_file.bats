@@ -41,8 +41,7 @@ publishes() { # [FRU-NUMBER...]
     createAs KVA F9 KVAHalvoranFru1
     echo '"F1","FAN","","x"' >fru.txt
     chmod 000 fru.txt
-    # Root reads everything; without these capabilities it is like anybody else.
-    runInstead setpriv --bounding-set=-dac_override,-dac_read_search "$morvik" -s 127.0.0.1 -d dir
+    runLikeAnybody -s 127.0.0.1 -d dir
     foundNothing
     filesAre fru.txt
     publishedNumbersAre F9
@@ -225,6 +224,25 @@ open('fru.txt', 'wb').write(b'\n'.join(lines) + bytes(random.choices(alphabet, k
         runMorvik -s 127.0.0.1 -d dir
         usedLocalCopy
     done
+}
+
+@test "blanks around the separators shift the cuts: a quote stays in the field, or it is empty" {
+    printf '%s\n' '"F1" ,"FAN","","x"' '"F2","FAN" ,"","x"' '"F3","FAN", "","x"' \
+        '"F4","FAN","" ,"x"' '"F5","FAN","", "x"' >fru.txt
+    publishes 'F1"' F2 F3 F4 F5
+    publishedAre <<'END'
+F1"|FAN|x|KVAHalvoranFru1|KVA|1.0
+F2|FAN"|x|KVAHalvoranFru2|KVA|1.0
+F3|FAN||KVAHalvoranFru3|KVA|1.0
+F4|FAN||KVAHalvoranFru4|KVA|1.0
+F5|FAN||KVAHalvoranFru5|KVA|1.0
+END
+}
+
+@test "the comma behind the category is searched only from the opening quote's place on" {
+    printf '"F1",,FAN","","x"\n' >fru.txt
+    publishes F1
+    publishedAre <<<'F1|FAN|x|KVAHalvoranFru1|KVA|1.0'
 }
 
 # --- selection ---

@@ -72,6 +72,17 @@ fanFile() {
     publishedNumbersAre F1
 }
 
+@test "the machine type cannot be had as bytes: the fixed message, no ftp run, fru.txt stays" {
+    # Its three bytes of text past ASCII, read once more, are UTF-8 for one that no byte can hold.
+    startMachine --model $'x[\xc3\xa2\xc2\x82\xc2\xac1]'
+    fanFile >fru.txt
+    runRecorded -s 127.0.0.1 -d dir
+    failed
+    fileIs "$commands" ''
+    filesAre fru.txt
+    publishedAre <<<''
+}
+
 @test "no CIM server: the fixed message, status 0, fru.txt and fru.log stay" {
     tee fru.txt fru.log >1234wpk.txt <<<untouched
     runRecorded -s 127.0.0.1 -d dir
@@ -166,6 +177,49 @@ rm -f  fru.log' "$(tail -n 2 "$commands")" 'the last commands'
     said "$couldNotOpen"
     filesAre 1234wpk.txt bin bin/mv
     publishedAre <<<''
+}
+
+# What is written to standard output, each write as a line of its own, as Python shows it. A pipe in
+# packet mode keeps them apart. The removal of a work file is seen among them, and removes nothing.
+writesAre() { # (the expected lines come from standard input)
+    mkdir -p "$BATS_TEST_TMPDIR/bin"
+    printf '#!/bin/sh\necho removal\n' >"$BATS_TEST_TMPDIR/bin/rm"
+    chmod +x "$BATS_TEST_TMPDIR/bin/rm"
+    equal "$(cat)" "$(PATH=$BATS_TEST_TMPDIR/bin:$PATH "$python" -c '
+import os, subprocess, sys
+reader, writer = os.pipe2(os.O_DIRECT)
+with subprocess.Popen(sys.argv[1:], stdout=writer) as program:
+    os.close(writer)
+    while packet := os.read(reader, 65536):
+        print(ascii(packet.decode()))' "$morvik" -s 127.0.0.1 -d dir </dev/null)" 'the list of writes'
+}
+
+@test "each message line is written at once, before the next line and the next step" {
+    startRecordedMachine
+    writesAre <<'END'
+'removal\n'
+'Either FRU is not supported or this system does not have access to FRU file.\n'
+'Please run man morvik for help. \n'
+'removal\n'
+END
+    fanFile >fru.txt
+    printf 'EnumerateInstanceNames 1 error 1\n' >"$faults"
+    writesAre <<'END'
+'removal\n'
+'\nA local copy of fru.txt is detected. MORVIK will run base on this file.\n'
+'Morvik did not complete. Please run morvik manually (see man morvik for help).\n'
+END
+    rm fru.txt
+    fanFile >1234wpk.txt
+    printf '#!/bin/sh\n' >"$BATS_TEST_TMPDIR/bin/mv"
+    chmod +x "$BATS_TEST_TMPDIR/bin/mv"
+    writesAre <<'END'
+'removal\n'
+'Could not open FRU data file.\n'
+'Please run man morvik for help \n'
+'removal\n'
+'removal\n'
+END
 }
 
 @test "nothing can be written to standard output: status 0 all the same" {

@@ -14,6 +14,8 @@ import socket
 import struct
 import time
 
+import cim_answers
+
 HANG_SECONDS = 120
 LONGER_THAN_ANY_LIMIT = 70 * 1024 * 1024
 
@@ -227,6 +229,11 @@ def wrong_header(client, request, answer, detail):
     return True
 
 
+def missing_header(client, request, answer, detail):
+    client.sendall(with_length(answer()))
+    return True
+
+
 def error(client, request, answer, detail):
     """Answers an error instead of doing what was asked."""
     name = f'<IMETHODRESPONSE NAME="{request.operation}">'
@@ -275,6 +282,15 @@ def close_when_idle(client, request, answer, detail):
     return False
 
 
+def close_soon(client, request, answer, detail):
+    """The same, but a moment after the answer."""
+    send_well(client, answer())
+    end = time.monotonic() + 0.0002  # asleep, it could miss its time
+    while time.monotonic() < end:
+        pass
+    return False
+
+
 def connection_close(client, request, answer, detail):
     client.sendall(with_length(answer(), METHOD_RESPONSE, "Connection: close"))
     return False
@@ -318,6 +334,7 @@ WAYS = {
     "status-401": status_401,
     "status-500": status_500,
     "wrong-header": wrong_header,
+    "missing-header": missing_header,
     "wrong-id": wrong_id,
     "missing-id": missing_id,
     "wrong-operation": wrong_operation,
@@ -335,7 +352,9 @@ WAYS = {
     # Good answers in a less common form.
     "chunked": chunked,
     "close-when-idle": close_when_idle,
+    "close-soon": close_soon,
     "connection-close": connection_close,
     "unusual-headers": unusual_headers,
     "interim": interim,
+    **{name: whole_body(form) for name, form in cim_answers.FORMS.items()},
 }

@@ -144,6 +144,12 @@ runInstead() { # COMMAND [ARG...]
     fi
 }
 
+# Like runMorvik, but permissions count. Root reads and writes everything; without these capabilities
+# it is like anybody else.
+runLikeAnybody() { # [ARG...]
+    runInstead setpriv --bounding-set=-dac_override,-dac_read_search "$morvik" "$@"
+}
+
 # Like runMorvik, and leaves the texts of all shell commands in the file $commands, one a line. For
 # this, /bin/sh is covered for the run by a program that writes down its last argument and hands
 # everything on to the shell.

@@ -6,6 +6,8 @@ status 124 when its time is up, so that a forgotten server does not stay.
 """
 
 import argparse
+import errno
+import io
 import os
 import signal
 import sys
@@ -16,6 +18,7 @@ warnings.filterwarnings("ignore", category=DeprecationWarning)
 
 try:
     from pyftpdlib.authorizers import DummyAuthorizer
+    from pyftpdlib.filesystems import AbstractedFS
     from pyftpdlib.handlers import FTPHandler
     from pyftpdlib.log import config_logging
     from pyftpdlib.servers import FTPServer
@@ -30,6 +33,9 @@ def parse_arguments():
     parser.add_argument("--port", type=int, default=21, help="port on 127.0.0.1 (default 21)")
     parser.add_argument("--root", required=True, help="directory to serve")
     parser.add_argument("--refuse-login", action="store_true", help="refuse every login")
+    parser.add_argument(
+        "--break-off", type=int, metavar="BYTES", help="break off transfers after so many bytes"
+    )
     parser.add_argument("--log", help="file to append the received commands to, one a line")
     parser.add_argument(
         "--max-seconds", type=float, default=600, help="end after this time (default 600)"
@@ -40,6 +46,31 @@ def parse_arguments():
     if arguments.max_seconds <= 0:
         parser.error("--max-seconds must be more than 0")
     return arguments
+
+
+class FailingFile(io.BytesIO):
+    """A file that cannot be read to its end, as on a damaged disk. Its reader answers 426 then."""
+
+    def __init__(self, name, beginning):
+        super().__init__(beginning)
+        self.name = name
+
+    def read(self, size=-1):
+        part = super().read(size)
+        if not part:
+            raise OSError(errno.EIO, os.strerror(errno.EIO))
+        return part
+
+
+def make_damaged_filesystem(length):
+    """All files fail after so many bytes."""
+
+    class DamagedFilesystem(AbstractedFS):
+        def open(self, filename, mode):
+            with super().open(filename, mode) as file:
+                return FailingFile(filename, file.read(length))
+
+    return DamagedFilesystem
 
 
 def make_handler(arguments):
@@ -55,6 +86,8 @@ def make_handler(arguments):
                 log.write(line + "\n")
             super().pre_process_command(line, cmd, arg)
 
+    if arguments.break_off is not None:
+        Handler.abstracted_fs = make_damaged_filesystem(arguments.break_off)
     Handler.authorizer = DummyAuthorizer()
     if not arguments.refuse_login:
         Handler.authorizer.add_anonymous(arguments.root, perm="elr")

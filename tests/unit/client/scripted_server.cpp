@@ -1,6 +1,8 @@
 #include "scripted_server.h"
 
+#include <linux/tcp.h>
 #include <netdb.h>
+#include <netinet/in.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -133,6 +135,15 @@ void Peer::endSending() const {
 void Peer::resetAtEnd() const {
   const linger abort{1, 0};
   setsockopt(socket_, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
+}
+
+std::size_t Peer::segments() const {
+  tcp_info info{};
+  socklen_t size = sizeof info;
+  if (getsockopt(socket_, IPPROTO_TCP, TCP_INFO, &info, &size) != 0) {
+    fail("the connection tells nothing about its segments");
+  }
+  return info.tcpi_data_segs_in;
 }
 
 ScriptedServer::ScriptedServer(std::vector<Script> scripts, const char* host)

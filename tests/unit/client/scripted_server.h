@@ -40,6 +40,8 @@ class Peer {
   void endSending() const;
   // Lets the connection end with a reset instead of an orderly close when the script ends.
   void resetAtEnd() const;
+  // How many segments with data have come from the client so far.
+  std::size_t segments() const;
 
   const std::vector<std::string>& requests() const { return requests_; }
 

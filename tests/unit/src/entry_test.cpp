@@ -68,6 +68,30 @@ TEST(EntryFields, TextBeforeTheFirstQuoteIsIgnored) {
   EXPECT_EQ(cutEntryFields(R"(  "1","FAN","","x")").fruNumber, "1");
 }
 
+// What stands between the first comma and the field is taken for its opening quote, unseen.
+TEST(EntryFields, TheSecondCommaIsSearchedBehindThePlaceOfTheOpeningQuote) {
+  const String line(R"("1",,FAN","","x")");
+  EXPECT_EQ(cutCategoryToken(line), "FAN");
+  EXPECT_EQ(cutEntryFields(line).name, "FAN");
+  EXPECT_EQ(cutEntryFields(line).description, "x");
+}
+
+TEST(EntryFields, ABlankBeforeACommaLeavesTheQuoteInTheField) {
+  const EntryFields first = cutEntryFields(R"("F1" ,"FAN","","x")");
+  EXPECT_EQ(first.fruNumber, "F1\"");
+  EXPECT_EQ(first.name, "FAN");
+  EXPECT_EQ(first.description, "x");
+  const EntryFields second = cutEntryFields(R"("F1","FAN" ,"","x")");
+  EXPECT_EQ(second.fruNumber, "F1");
+  EXPECT_EQ(second.name, "FAN\"");
+  EXPECT_EQ(second.description, "x");
+}
+
+TEST(EntryFields, ABlankBesideTheThirdFieldEmptiesTheDescription) {
+  EXPECT_EQ(cutEntryFields(R"("1","FAN", "","x")").description, "");
+  EXPECT_EQ(cutEntryFields(R"("1","FAN","" ,"x")").description, "");
+}
+
 TEST(EntryFields, WithAccentsAndOtherScripts) {
   EXPECT_EQ(cutEntryFields("\"1\",\"FAN\",\"\",\"Lüfter 风\"").description, String("Lüfter 风"));
   EXPECT_EQ(cutEntryFields("\"1\",\"FAN\",\"\",\"L\xFC"

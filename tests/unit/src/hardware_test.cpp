@@ -187,6 +187,38 @@ TEST_F(Hardware, WithoutSizeTheTextFromPositionFourIsJudged) {
   EXPECT_FALSE(sizeFits("012"));
 }
 
+TEST_F(Hardware, SizeIsSearchedAnywhereAndTheFirstCounts) {
+  haveMemory({module(bytes(536870912))});
+  EXPECT_TRUE(sizeFits("x SIZE=512\""));
+  EXPECT_FALSE(sizeFits("SIZE=256\"SIZE=512\""));
+}
+
+TEST_F(Hardware, ASizeWithoutClosingQuoteRunsToTheEndOfTheLine) {
+  haveMemory({module(bytes(536870912))});
+  EXPECT_TRUE(sizeFits("SIZE=512"));
+  EXPECT_TRUE(sizeFits(R"("1","MEMORY","SIZE=512)"));
+  EXPECT_FALSE(sizeFits("SIZE=512 MB"));
+  EXPECT_FALSE(sizeFits("SIZE="));
+}
+
+TEST_F(Hardware, ANullCapacityIsZero) {
+  haveMemory({module(CIMValue(Pegasus::CIMTYPE_UINT64, false))});
+  EXPECT_TRUE(size("0"));
+  EXPECT_FALSE(size(""));
+}
+
+TEST_F(Hardware, NothingFitsOnAnyException) {
+  haveProcessors({processor(CIMValue(Uint32{2400}))});
+  haveMemory({module(bytes(536870912))});
+  fakeServer.beforeAnswer = [](const std::string& call) {
+    if (call.starts_with("enumerate")) {
+      throw 42;  // NOLINT: no exception is too odd
+    }
+  };
+  EXPECT_FALSE(speed("2400"));
+  EXPECT_FALSE(size("512"));
+}
+
 TEST_F(Hardware, NothingFitsWhenTheServerRefuses) {
   EXPECT_FALSE(speed("2400"));
   EXPECT_FALSE(size("512"));

@@ -5,10 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 
 #include "fake_client.h"
+#include "work_directory.h"
 
 using Pegasus::CIM_ERR_FAILED;
 using Pegasus::CIMClient;
@@ -22,8 +22,6 @@ using testing::IsEmpty;
 
 namespace {
 
-namespace fs = std::filesystem;
-
 const std::string prefix = "KVAHalvoranFru";
 
 class Import : public testing::Test {
@@ -35,15 +33,6 @@ class Import : public testing::Test {
     fakeServer.classes["KVAXDT_PhysicalMemory"] = {instanceWith(
         "KVAXDT_PhysicalMemory", {CIMProperty("Capacity", CIMValue(Uint64{536870912}))})};
     setenv("LANG", "en_US.UTF-8", 1);
-    std::string pattern = (fs::temp_directory_path() / "import_test.XXXXXX").string();
-    directory_ = mkdtemp(pattern.data());
-    before_ = fs::current_path();
-    fs::current_path(directory_);
-  }
-
-  void TearDown() override {
-    fs::current_path(before_);
-    fs::remove_all(directory_);
   }
 
   static void importLines(const std::string& lines) {
@@ -63,8 +52,7 @@ class Import : public testing::Test {
   }
 
  private:
-  fs::path directory_;
-  fs::path before_;
+  WorkDirectory directory_;
 };
 
 std::string line(const std::string& number, const std::string& category,

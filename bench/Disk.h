@@ -1,0 +1,25 @@
+// How fast the disk makes a small write durable: what bounds every durable change.
+#pragma once
+
+#include <filesystem>
+
+namespace bench {
+
+// A file of its own, removed at the end.
+class Disk {
+ public:
+  // Throws std::system_error when it cannot write there.
+  explicit Disk(const std::filesystem::path& folder);
+  ~Disk();
+  Disk(const Disk&) = delete;
+  Disk& operator=(const Disk&) = delete;
+
+  // Writes of 4 KiB per second, each with fdatasync() before the next. Measured for this time.
+  double syncsPerSecond(double seconds) const;
+
+ private:
+  std::filesystem::path path_;
+  int file_;
+};
+
+}  // namespace bench

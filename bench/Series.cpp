@@ -1,0 +1,135 @@
+#include "bench/Series.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include "bench/Process.h"
+
+namespace bench {
+
+namespace {
+
+constexpr std::size_t manyConnections = 8;
+
+using Clock = std::chrono::steady_clock;
+
+Clock::time_point after(double seconds) {
+  return Clock::now() +
+         std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+}
+
+double median(std::vector<double> values) {
+  if (values.empty()) {
+    return 0;
+  }
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+}  // namespace
+
+// One operation, a value for each round.
+struct Series::Figures {
+  std::string operation;
+  std::vector<double> overOne = {};
+  std::vector<double> overEight = {};
+  std::vector<double> processorTime = {};
+
+  void addOne(const LoadResult& result, double used) {
+    overOne.push_back(result.perSecond());
+    processorTime.push_back(used / static_cast<double>(result.answers));
+  }
+  void addEight(const LoadResult& result) { overEight.push_back(result.perSecond()); }
+  Row row() const { return {operation, median(overOne), median(overEight), median(processorTime)}; }
+};
+
+Series::Series(std::uint16_t port, pid_t server, Rounds rounds, const Disk* disk)
+    : server_(server), rounds_(rounds), disk_(disk), one_(port, 1), eight_(port, manyConnections) {}
+
+void Series::growTo(std::uint32_t stored) {
+  eight_.run([&] { return stored_ < stored ? create_.withNumber(stored_++) : std::string_view(); });
+}
+
+LoadResult Series::createFor(Load& load, double seconds) {
+  const auto end = after(seconds);
+  return load.run(
+      [&] { return Clock::now() < end ? create_.withNumber(stored_++) : std::string_view(); });
+}
+
+// The last ones first.
+LoadResult Series::deleteBack(Load& load, std::uint32_t count) {
+  const std::uint32_t end = stored_ - count;
+  return load.run(
+      [&] { return stored_ > end ? delete_.withNumber(--stored_) : std::string_view(); });
+}
+
+RequestSource Series::repeated(const std::string& request) const {
+  return [&request, end = after(rounds_.seconds)] {
+    return Clock::now() < end ? std::string_view(request) : std::string_view();
+  };
+}
+
+// Of units all over the store: a step that has no divisor in common with any size here.
+RequestSource Series::propertyReads() {
+  constexpr std::uint32_t step = 7919;
+  return [this, end = after(rounds_.seconds), unit = std::uint32_t{0}]() mutable {
+    unit = (unit + step) % stored_;
+    return Clock::now() < end ? read_.withNumber(unit) : std::string_view();
+  };
+}
+
+void Series::measureChanges(Figures& creations, Figures& deletions) {
+  const double start = processorTime(server_);
+  const LoadResult created = createFor(one_, rounds_.seconds);
+  const double middle = processorTime(server_);
+  const LoadResult deleted = deleteBack(one_, static_cast<std::uint32_t>(created.answers));
+  creations.addOne(created, middle - start);
+  deletions.addOne(deleted, processorTime(server_) - middle);
+  const LoadResult more = createFor(eight_, rounds_.seconds);
+  creations.addEight(more);
+  deletions.addEight(deleteBack(eight_, static_cast<std::uint32_t>(more.answers)));
+}
+
+void Series::measureReads(Figures& figures, const std::function<RequestSource()>& source) {
+  const double start = processorTime(server_);
+  const LoadResult result = one_.run(source());
+  figures.addOne(result, processorTime(server_) - start);
+  figures.addEight(eight_.run(source()));
+}
+
+SizeResult Series::measure() {
+  Figures creations{"create"};
+  Figures deletions{"delete"};
+  Figures large{"enumerate two large"};
+  Figures properties{"read a property"};
+  Figures listed{"enumerate all stored"};
+  std::vector<double> syncs;
+  std::vector<double> ratios;
+  for (int round = 0; round < rounds_.count; ++round) {
+    if (disk_ != nullptr) {
+      syncs.push_back(disk_->syncsPerSecond(rounds_.seconds));
+    }
+    measureChanges(creations, deletions);
+    if (disk_ != nullptr) {
+      ratios.push_back(creations.overOne.back() / syncs.back());
+    }
+    measureReads(large, [this] { return repeated(enumerateLarge_); });
+    measureReads(properties, [this] { return propertyReads(); });
+    measureReads(listed, [this] { return repeated(enumerateStored_); });
+  }
+  return {{creations.row(), deletions.row(), large.row(), properties.row(), listed.row()},
+          median(syncs),
+          median(ratios)};
+}
+
+void Series::churn(double seconds) {
+  constexpr double part = 0.1;
+  const auto end = after(seconds);
+  while (Clock::now() < end) {
+    const LoadResult created = createFor(eight_, part);
+    deleteBack(eight_, static_cast<std::uint32_t>(created.answers));
+  }
+}
+
+}  // namespace bench

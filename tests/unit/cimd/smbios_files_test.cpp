@@ -1,0 +1,113 @@
+// Bringing the bytes of tables and cpuinfo.
+#include <cimd/host/HostFiles.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+
+#include "support.h"
+
+namespace cimd::host {
+namespace {
+
+namespace fs = std::filesystem;
+using cimd::test::TemporaryFolder;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST(HostFiles, TheirBytesAreTakenAsTheyAre) {
+  const TemporaryFolder folder;
+  const std::string bytes("\0\xFF\r\n", 4);
+  folder.write("smbios_entry_point", bytes + "1");
+  folder.write("DMI", bytes + "2");
+  folder.write("cpuinfo", bytes + "3");
+  const HostBytes host = readHostBytes(recordedHost(folder.path()));
+  EXPECT_EQ(host.entryPoint, bytes + "1");
+  EXPECT_EQ(host.table, bytes + "2");
+  EXPECT_EQ(host.cpuinfo, bytes + "3");
+  EXPECT_FALSE(host.areTablesUnreadable);
+  EXPECT_THAT(host.messages, IsEmpty());
+}
+
+TEST(HostFiles, MissingOnesAreNoFault) {
+  const TemporaryFolder folder;
+  const fs::path file = folder.write("file", "");
+  for (const fs::path& directory : {folder.path(), folder.path() / "missing", file}) {
+    const HostBytes host = readHostBytes(recordedHost(directory));
+    EXPECT_FALSE(host.entryPoint || host.table || host.cpuinfo) << directory;
+    EXPECT_FALSE(host.areTablesUnreadable) << directory;
+    EXPECT_THAT(host.messages, IsEmpty()) << directory;
+  }
+}
+
+TEST(HostFiles, TheNameIsThatOfThisHost) {
+  std::array<char, 256> name{};
+  ASSERT_EQ(gethostname(name.data(), name.size() - 1), 0);
+  EXPECT_EQ(readHostBytes(recordedHost("/nonexistent")).hostName, name.data());
+}
+
+TEST(HostFiles, TheKernelsCpuinfoIsReadThoughItHasNoSize) {
+  HostSources sources;
+  sources.tablesDirectory = "/nonexistent";
+  const HostBytes host = readHostBytes(sources);
+  ASSERT_TRUE(host.cpuinfo);
+  EXPECT_GT(host.cpuinfo->size(), 10U);
+}
+
+// No writer will ever come: opening or reading it must not wait for one.
+TEST(HostFiles, APipeIsRefusedWithoutWaiting) {
+  const TemporaryFolder folder;
+  folder.write("smbios_entry_point", "x");
+  const fs::path pipe = folder.path() / "DMI";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const HostBytes host = readHostBytes(recordedHost(folder.path()));
+  EXPECT_FALSE(host.table);
+  EXPECT_TRUE(host.areTablesUnreadable);
+  EXPECT_THAT(host.messages, ElementsAre(pipe.string() + " is no regular file"));
+}
+
+TEST(HostFiles, ADeviceWithoutEndIsRefused) {
+  HostSources sources;
+  sources.tablesDirectory = "/nonexistent";
+  sources.cpuinfo = "/dev/zero";
+  const HostBytes host = readHostBytes(sources);
+  EXPECT_FALSE(host.cpuinfo);
+  EXPECT_FALSE(host.areTablesUnreadable) << "cpuinfo is no table";
+  EXPECT_THAT(host.messages, ElementsAre("/dev/zero is no regular file"));
+}
+
+TEST(HostFiles, ADirectoryIsRefused) {
+  const TemporaryFolder folder;
+  fs::create_directory(folder.path() / "smbios_entry_point");
+  const HostBytes host = readHostBytes(recordedHost(folder.path()));
+  EXPECT_TRUE(host.areTablesUnreadable);
+  EXPECT_EQ(host.messages.size(), 1U);
+}
+
+TEST(HostFiles, TheirSizeIsLimited) {
+  const TemporaryFolder folder;
+  for (const char* name : {"DMI", "smbios_entry_point", "cpuinfo"}) {
+    fs::resize_file(folder.write(name, ""), std::uintmax_t{1} << 40U);
+  }
+  const HostBytes host = readHostBytes(recordedHost(folder.path()));
+  EXPECT_FALSE(host.entryPoint || host.table || host.cpuinfo);
+  EXPECT_TRUE(host.areTablesUnreadable);
+  EXPECT_THAT(host.messages, ElementsAre(testing::EndsWith("entry_point is larger than 4 MiB"),
+                                         testing::EndsWith("DMI is larger than 4 MiB"),
+                                         testing::EndsWith("cpuinfo is larger than 32 MiB")));
+}
+
+// ELOOP stands in for every reason but absence: root, who may run the tests, may read anything.
+TEST(HostFiles, TheReasonIsToldWhereOneCannotBeOpened) {
+  const TemporaryFolder folder;
+  fs::create_symlink("DMI", folder.path() / "DMI");
+  const HostBytes host = readHostBytes(recordedHost(folder.path()));
+  EXPECT_TRUE(host.areTablesUnreadable);
+  EXPECT_THAT(host.messages, ElementsAre("cannot open " + (folder.path() / "DMI").string() +
+                                         ": Too many levels of symbolic links"));
+}
+
+}  // namespace
+}  // namespace cimd::host

@@ -1,0 +1,303 @@
+// What the structures of a table mean.
+#include <cimd/host/Inventory.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "smbios_support.h"
+
+namespace cimd::host {
+namespace {
+
+using Pegasus::String;
+using Pegasus::Uint32;
+using Pegasus::Uint64;
+using test::inventoryOf;
+using test::memoryStructure;
+using test::processorStructure;
+using test::StructureBuilder;
+using test::systemStructure;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::string utf8(const std::optional<String>& text) {
+  return text ? text->toUtf8() : "(none)";
+}
+
+std::vector<std::string> deviceIds(const Inventory& inventory) {
+  std::vector<std::string> result;
+  for (const ProcessorFacts& processor : inventory.processors) {
+    result.push_back(processor.deviceId.toUtf8());
+  }
+  return result;
+}
+
+std::vector<std::string> tags(const Inventory& inventory) {
+  std::vector<std::string> result;
+  for (const MemoryFacts& memory : inventory.memory) {
+    result.push_back(memory.tag.toUtf8());
+  }
+  return result;
+}
+
+TEST(SmbiosSystem, TheProductNameIsTakenVerbatim) {
+  const Inventory inventory = inventoryOf({systemStructure("  Server  123 -[1234ABX]-  ", " S1 ")});
+  ASSERT_TRUE(inventory.system);
+  EXPECT_EQ(utf8(inventory.system->model), "  Server  123 -[1234ABX]-  ");
+  EXPECT_EQ(utf8(inventory.system->serialNumber), " S1 ");
+}
+
+TEST(SmbiosSystem, WithoutTextsBothAreMissing) {
+  // The header alone, and the whole structure with string numbers of 0.
+  for (const unsigned length : {4U, 0x1BU}) {
+    const Inventory inventory = inventoryOf({StructureBuilder(1, length)});
+    ASSERT_TRUE(inventory.system) << length;
+    EXPECT_EQ(utf8(inventory.system->model), "(none)");
+    EXPECT_EQ(utf8(inventory.system->serialNumber), "(none)");
+  }
+}
+
+TEST(SmbiosSystem, TheFirstStructureCounts) {
+  const Inventory inventory = inventoryOf({systemStructure("a", "1"), systemStructure("b", "2")});
+  EXPECT_EQ(utf8(inventory.system->model), "a");
+}
+
+TEST(SmbiosSystem, WithoutAStructureThereIsNoneAndAMessageSaysSo) {
+  const Inventory inventory = inventoryOf({processorStructure("CPU0", 1)});
+  EXPECT_FALSE(inventory.system);
+  EXPECT_THAT(inventory.messages, ElementsAre("the SMBIOS table does not describe the system"));
+}
+
+TEST(SmbiosSystem, APlaceholderIsNoSerialNumber) {
+  for (const char* text : {"Default string", "To Be Filled By O.E.M.", "To be filled by O.E.M. ",
+                           "System Serial Number", "NOT SPECIFIED", "   ", "None"}) {
+    const Inventory inventory =
+        inventoryOf({systemStructure("Default string", text), processorStructure("CPU0", 1)});
+    EXPECT_EQ(utf8(inventory.system->model), "Default string") << "only serial numbers are checked";
+    EXPECT_EQ(utf8(inventory.system->serialNumber), "(none)") << text;
+    EXPECT_THAT(inventory.messages, ElementsAre(testing::HasSubstr("placeholder"))) << text;
+  }
+}
+
+TEST(SmbiosSystem, WhatOnlyResemblesAPlaceholderIsASerialNumber) {
+  for (const char* text : {"None1", "Default string 7", "0", "123456789", "X"}) {
+    const Inventory inventory =
+        inventoryOf({systemStructure("a", text), processorStructure("CPU0", 1)});
+    EXPECT_EQ(utf8(inventory.system->serialNumber), text);
+    EXPECT_THAT(inventory.messages, IsEmpty());
+  }
+}
+
+TEST(SmbiosProcessor, DesignationNameAndClock) {
+  const Inventory inventory =
+      inventoryOf({processorStructure(" Proc 1 ", 2600).text(0x10, "Example CPU @ 2.60GHz   ")});
+  ASSERT_EQ(deviceIds(inventory), (std::vector<std::string>{"Proc 1"}));
+  EXPECT_EQ(utf8(inventory.processors[0].name), "Example CPU @ 2.60GHz");
+  EXPECT_EQ(inventory.processors[0].clockMegahertz, 2600U);
+}
+
+TEST(SmbiosProcessor, TheCurrentSpeedCountsNotTheMaximum) {
+  const Inventory inventory = inventoryOf({processorStructure("a", 1866).word(0x14, 4000)});
+  EXPECT_EQ(inventory.processors.at(0).clockMegahertz, 1866U);
+}
+
+TEST(SmbiosProcessor, ASpeedOfZeroIsUnknown) {
+  HostBytes bytes = test::hostWith({processorStructure("a", 0).word(0x14, 4000)});
+  bytes.cpuinfo = "processor : 0\ncpu MHz : 2400.000\n";
+  const Inventory inventory = takeInventory(bytes);
+  ASSERT_EQ(deviceIds(inventory), (std::vector<std::string>{"a"}));
+  EXPECT_EQ(inventory.processors[0].clockMegahertz, std::nullopt) << "not the clock of cpuinfo";
+}
+
+TEST(SmbiosProcessor, TheLargestSpeed) {
+  EXPECT_EQ(inventoryOf({processorStructure("a", 0xFFFF)}).processors.at(0).clockMegahertz, 65535U);
+}
+
+TEST(SmbiosProcessor, OnlyPopulatedSocketsCount) {
+  // Populated is bit 6; the lower bits tell whether the processor is enabled.
+  for (const unsigned status : {0x40U, 0x41U, 0x42U, 0x43U, 0x44U, 0x47U, 0xC1U}) {
+    EXPECT_THAT(deviceIds(inventoryOf({processorStructure("a", 1).byte(0x18, status)})),
+                ElementsAre("a"))
+        << status;
+  }
+  for (const unsigned status : {0x00U, 0x01U, 0x07U, 0xBFU}) {
+    EXPECT_THAT(deviceIds(inventoryOf({processorStructure("a", 1).byte(0x18, status)})), IsEmpty())
+        << status;
+  }
+}
+
+TEST(SmbiosProcessor, AStructureTooShortToTellIsNotPopulated) {
+  EXPECT_THAT(deviceIds(inventoryOf({StructureBuilder(4, 0x18).text(4, "a").word(0x16, 1)})),
+              IsEmpty());
+  EXPECT_THAT(deviceIds(inventoryOf({StructureBuilder(4, 4)})), IsEmpty());
+}
+
+TEST(SmbiosProcessor, OnlyEmptySocketsAreStillWhatTheTableSays) {
+  HostBytes bytes = test::hostWith({processorStructure("a", 1).byte(0x18, 0)});
+  bytes.cpuinfo = "processor : 0\ncpu MHz : 2400.000\n";
+  EXPECT_THAT(deviceIds(takeInventory(bytes)), IsEmpty());
+}
+
+std::optional<Uint64> capacityOf(const StructureBuilder& device) {
+  return inventoryOf({device}).memory.at(0).capacityBytes;
+}
+
+TEST(SmbiosMemory, SizesAreInMebibytes) {
+  EXPECT_EQ(capacityOf(memoryStructure("a", 1)), Uint64{1} << 20U);
+  EXPECT_EQ(capacityOf(memoryStructure("a", 0x7FFE)), Uint64{0x7FFE} << 20U);
+}
+
+TEST(SmbiosMemory, SizesWithBit15AreInKibibytes) {
+  EXPECT_EQ(capacityOf(memoryStructure("a", 0x8001)), 1024U);
+  EXPECT_EQ(capacityOf(memoryStructure("a", 0x8000 | 1536)), 1536U * 1024);
+  EXPECT_EQ(capacityOf(memoryStructure("a", 0xFFFE)), Uint64{0x7FFE} << 10U);
+}
+
+TEST(SmbiosMemory, TheExtendedSizeCountsWhereTheSizeSaysSo) {
+  EXPECT_EQ(capacityOf(memoryStructure("a", 0x7FFF).doubleWord(0x1C, 65536)), Uint64{65536} << 20U);
+  EXPECT_EQ(capacityOf(memoryStructure("a", 512).doubleWord(0x1C, 65536)), Uint64{512} << 20U);
+}
+
+TEST(SmbiosMemory, TheHighestBitOfTheExtendedSizeIsReserved) {
+  EXPECT_EQ(capacityOf(memoryStructure("a", 0x7FFF).doubleWord(0x1C, 0xFFFFFFFF)),
+            Uint64{0x7FFFFFFF} << 20U);
+}
+
+TEST(SmbiosMemory, AnExtendedSizeOfZeroIsUnknown) {
+  EXPECT_EQ(capacityOf(memoryStructure("a", 0x7FFF)), std::nullopt);
+}
+
+TEST(SmbiosMemory, WithoutTheFieldOfTheExtendedSizeTheSizeIsOneLikeAnyOther) {
+  EXPECT_EQ(capacityOf(StructureBuilder(17, 0x1B).text(0x10, "a").word(0x0C, 0x7FFF)),
+            Uint64{0x7FFF} << 20U);
+}
+
+TEST(SmbiosMemory, AnUnknownSizeIsAModuleAllTheSame) {
+  EXPECT_EQ(capacityOf(memoryStructure("a", 0xFFFF)), std::nullopt);
+}
+
+TEST(SmbiosMemory, EmptySlotsAreLeftOut) {
+  EXPECT_THAT(tags(inventoryOf({memoryStructure("a", 0), memoryStructure("b", 0x8000),
+                                memoryStructure("c", 1), StructureBuilder(17, 0x0D)})),
+              ElementsAre("c"));
+}
+
+TEST(SmbiosMemory, TagAndBankLabel) {
+  const Inventory inventory = inventoryOf({
+      memoryStructure(" DIMM A1 ", 1).text(0x11, " BANK 0 "),
+      memoryStructure("DIMM A2", 1),
+      StructureBuilder(17, 0x28).word(0x0C, 1).text(0x11, "BANK 2"),
+      StructureBuilder(17, 0x28).word(0x0C, 1),
+  });
+  EXPECT_THAT(tags(inventory), ElementsAre("DIMM A1", "DIMM A2", "BANK 2", "Memory"));
+  EXPECT_EQ(utf8(inventory.memory[0].bankLabel), "BANK 0");
+  EXPECT_EQ(utf8(inventory.memory[1].bankLabel), "DIMM A2") << "the socket, without a bank";
+  EXPECT_EQ(utf8(inventory.memory[2].bankLabel), "BANK 2");
+  EXPECT_EQ(utf8(inventory.memory[3].bankLabel), "(none)");
+}
+
+TEST(SmbiosKeys, RepeatedDesignationsAreNumbered) {
+  EXPECT_THAT(deviceIds(inventoryOf({processorStructure("CPU", 1), processorStructure("CPU", 1),
+                                     processorStructure("CPU ", 1)})),
+              ElementsAre("CPU", "CPU #2", "CPU #3"));
+  EXPECT_THAT(tags(inventoryOf({memoryStructure("D", 1), memoryStructure("D", 1)})),
+              ElementsAre("D", "D #2"));
+}
+
+TEST(SmbiosKeys, ADesignationThatLooksLikeANumberedOneIsNotTakenTwice) {
+  EXPECT_THAT(tags(inventoryOf({memoryStructure("D #2", 1), memoryStructure("D", 1),
+                                memoryStructure("D", 1), memoryStructure("D #2", 1)})),
+              ElementsAre("D #2", "D", "D #3", "D #2 #2"));
+}
+
+TEST(SmbiosKeys, MissingAndBlankDesignationsAreNumberedToo) {
+  const StructureBuilder nameless = StructureBuilder(4, 0x30).byte(0x18, 0x41);
+  EXPECT_THAT(deviceIds(inventoryOf({nameless, processorStructure("  ", 1), nameless})),
+              ElementsAre("CPU", "CPU #2", "CPU #3"));
+}
+
+// Otherwise a module put into the first slot would take the key of the second.
+TEST(SmbiosKeys, AddingAPartLeavesTheOtherKeysAlone) {
+  EXPECT_THAT(tags(inventoryOf({memoryStructure("D", 0), memoryStructure("D", 1)})),
+              ElementsAre("D #2"));
+  EXPECT_THAT(deviceIds(inventoryOf(
+                  {processorStructure("C", 1).byte(0x18, 0), processorStructure("C", 1)})),
+              ElementsAre("C #2"));
+}
+
+TEST(SmbiosKeys, LongDesignationsAreCutAndStillUnique) {
+  const std::string name(300, 'x');
+  const Inventory inventory = inventoryOf(
+      {processorStructure(name + "1", 1), processorStructure(name + "2", 1),
+       memoryStructure(name + "1", 1).text(0x11, name), memoryStructure(name + "2", 1)});
+  EXPECT_EQ(inventory.processors[0].deviceId.size(), 57U);
+  EXPECT_EQ(inventory.processors[1].deviceId.toUtf8(), std::string(57, 'x') + " #2");
+  EXPECT_EQ(inventory.memory[1].tag.toUtf8(), std::string(249, 'x') + " #2");
+  EXPECT_EQ(inventory.memory[0].bankLabel->size(), 64U);
+}
+
+TEST(SmbiosKeys, NoCharacterIsCutInTwo) {
+  // One unit before the place of the cut, a character of two.
+  const Inventory inventory =
+      inventoryOf({processorStructure(std::string(56, 'x') + "\xF0\x9F\x98\x80", 1)});
+  EXPECT_EQ(inventory.processors[0].deviceId.toUtf8(), std::string(56, 'x'));
+}
+
+// Numbering that begins anew with each of them would take minutes.
+TEST(SmbiosKeys, TensOfThousandsThatDifferTooLateAreNumberedInNoTime) {
+  std::vector<StructureBuilder> structures;
+  structures.reserve(30000);
+  for (int i = 0; i < 30000; ++i) {
+    structures.push_back(memoryStructure(std::string(256, 'x') + std::to_string(i / 2), 1));
+  }
+  const std::vector<std::string> all = tags(takeInventory(test::hostWith(structures)));
+  EXPECT_EQ((std::set<std::string>(all.begin(), all.end()).size()), 30000U);
+}
+
+TEST(SmbiosTexts, Utf8AndEverythingElse) {
+  struct Case {
+    const char* firmware;
+    const char* text;
+  };
+  for (const Case& c :
+       {Case{"M\xC3\xBCller", "M\xC3\xBCller"}, Case{"M\xFCller", "M\xC3\xBCller"},
+        Case{"\xE6\x9C\xBA", "\xE6\x9C\xBA"}, Case{"\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"},
+        Case{"a\x01"
+             "b\x1F"
+             "c",
+             "a?b?c"},
+        Case{"\xEF\xBF\xBF", "?"}, Case{"a\tb", "a\tb"}}) {
+    const Inventory inventory = inventoryOf({systemStructure(c.firmware, c.firmware)});
+    EXPECT_EQ(utf8(inventory.system->model), c.text);
+    EXPECT_EQ(utf8(inventory.system->serialNumber), c.text);
+  }
+}
+
+TEST(SmbiosInventory, StructuresComeInAnyOrderAmongOthers) {
+  const Inventory inventory =
+      inventoryOf({memoryStructure("m", 1), StructureBuilder(0, 0x18), processorStructure("p", 1),
+                   StructureBuilder(221, 9).text(4, "other"), systemStructure("s", "1")});
+  EXPECT_EQ(utf8(inventory.system->model), "s");
+  EXPECT_THAT(deviceIds(inventory), ElementsAre("p"));
+  EXPECT_THAT(tags(inventory), ElementsAre("m"));
+  EXPECT_THAT(inventory.messages, IsEmpty());
+}
+
+TEST(SmbiosInventory, InactiveStructuresAreNone) {
+  EXPECT_THAT(tags(inventoryOf({memoryStructure("m", 1).byte(0, 126)})), IsEmpty());
+}
+
+TEST(SmbiosInventory, WhatStandsBeforeDamageIsKeptAndAMessageSaysSo) {
+  HostBytes bytes = test::hostWith(
+      {systemStructure("s", "1"), processorStructure("p", 1), memoryStructure("m", 1).byte(1, 3)});
+  const Inventory inventory = takeInventory(bytes);
+  EXPECT_EQ(utf8(inventory.system->model), "s");
+  EXPECT_THAT(deviceIds(inventory), ElementsAre("p"));
+  EXPECT_THAT(tags(inventory), IsEmpty());
+  EXPECT_THAT(inventory.messages,
+              ElementsAre(testing::StartsWith("the SMBIOS table is damaged: the structure at")));
+}
+
+}  // namespace
+}  // namespace cimd::host

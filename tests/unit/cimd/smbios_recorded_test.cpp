@@ -1,0 +1,263 @@
+// Tables that firmware made, against what an independent reader found in them; and the same tables
+// damaged in every place.
+#include <Pegasus/Common/CIMInstance.h>
+#include <cimd/host/HostInstances.h>
+#include <cimd/host/SmbiosTables.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pegasus/xml/ObjectEncoder.h>
+
+#include <boost/property_tree/json_parser.hpp>
+#include <random>
+#include <set>
+
+#include "smbios_support.h"
+#include "support.h"
+
+namespace cimd::host {
+namespace {
+
+using boost::property_tree::ptree;
+using Pegasus::CIMInstance;
+using Pegasus::CIMProperty;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+const char* const machines[] = {"one-socket-one-dimm", "default-strings",
+                                "mixed-sockets-and-dimms"};
+
+ptree expectedOf(const std::string& machine) {
+  ptree tree;
+  boost::property_tree::read_json(
+      std::string(MORVIK_TEST_DATA_DIR) + "/smbios/" + machine + "/expected.json", tree);
+  return tree;
+}
+
+// Null as the JSON has it.
+std::string textOf(const CIMInstance& instance, const char* property) {
+  const CIMProperty& found = instance.getProperty(instance.findProperty(property));
+  return found.getValue().isNull() ? "null" : found.getValue().toString().toUtf8();
+}
+
+// "key value" of each instance of the class.
+std::vector<std::string> rows(const std::vector<CIMInstance>& instances, const char* className,
+                              const char* key, const char* value) {
+  std::vector<std::string> result;
+  for (const CIMInstance& instance : instances) {
+    if (instance.getClassName() == className) {
+      result.push_back(textOf(instance, key) + ' ' + textOf(instance, value));
+    }
+  }
+  return result;
+}
+
+std::vector<std::string> rows(const ptree& list, const char* key, const char* value) {
+  std::vector<std::string> result;
+  for (const auto& [name, item] : list) {
+    result.push_back(item.get<std::string>(key) + ' ' + item.get<std::string>(value));
+  }
+  return result;
+}
+
+TEST(SmbiosRecorded, TheInventoryIsWhatAnIndependentReaderFound) {
+  for (const char* machine : machines) {
+    SCOPED_TRACE(machine);
+    const ptree expected = expectedOf(machine);
+    const HostInventory host = describeHost(test::recorded(machine));
+    EXPECT_THAT(rows(host.instances, "KVAXDT_ComputerSystemDetails", "model", "serialNumber"),
+                testing::ElementsAre(expected.get<std::string>("system.product_name") + ' ' +
+                                     expected.get<std::string>("system.serial_number")));
+    EXPECT_THAT(rows(host.instances, "KVAXDT_Processor", "DeviceID", "CurrentClockSpeed"),
+                ElementsAreArray(rows(expected.get_child("populated_processors"), "socket",
+                                      "current_speed_mhz")));
+    EXPECT_THAT(rows(host.instances, "KVAXDT_PhysicalMemory", "Tag", "Capacity"),
+                ElementsAreArray(
+                    rows(expected.get_child("populated_memory_devices"), "locator", "size_bytes")));
+    EXPECT_THAT(host.messages, IsEmpty());
+  }
+}
+
+// Name and type of each property, in order.
+std::vector<std::string> shape(const CIMInstance& instance) {
+  std::vector<std::string> result;
+  for (Pegasus::Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
+    const CIMProperty& property = instance.getProperty(i);
+    result.push_back(property.getName().toUtf8() + ' ' +
+                     Pegasus::cimTypeToString(property.getType()));
+  }
+  return result;
+}
+
+TEST(HostInstances, HaveThePropertiesOfTheirClassWhetherNullOrNot) {
+  Inventory full;
+  full.system = SystemFacts{"model", "serial"};
+  full.processors = {{"cpu", Pegasus::String("name"), 1}};
+  full.memory = {{"tag", Pegasus::String("bank"), 1}};
+  Inventory sparse;
+  sparse.system = SystemFacts{};
+  sparse.processors = {{"cpu", {}, {}}};
+  sparse.memory = {{"tag", {}, {}}};
+  for (const Inventory& inventory : {full, sparse}) {
+    const std::vector<CIMInstance> made = makeInstances(inventory, "host");
+    ASSERT_EQ(made.size(), 3U);
+    EXPECT_EQ(made[0].getClassName(), "KVAXDT_ComputerSystemDetails");
+    EXPECT_THAT(shape(made[0]),
+                testing::ElementsAre("name string", "model string", "serialNumber string"));
+    EXPECT_EQ(made[1].getClassName(), "KVAXDT_Processor");
+    EXPECT_THAT(shape(made[1]),
+                testing::ElementsAre("DeviceID string", "Name string", "CurrentClockSpeed uint32"));
+    EXPECT_EQ(made[2].getClassName(), "KVAXDT_PhysicalMemory");
+    EXPECT_THAT(shape(made[2]),
+                testing::ElementsAre("Tag string", "BankLabel string", "Capacity uint64"));
+    EXPECT_EQ(textOf(made[0], "name"), "host");
+  }
+}
+
+TEST(HostInstances, ASystemWithAWeirdNameCanBeSent) {
+  Inventory inventory;
+  inventory.system = SystemFacts{};
+  const auto made = makeInstances(inventory, "h\x01" + std::string(300, '\xFC'));
+  EXPECT_EQ(made.at(0).getProperty(0).getValue().toString().size(), 256U);
+  std::string out;
+  EXPECT_NO_THROW(Pegasus::xml::appendInstance(out, made[0]));
+}
+
+// In the real schema: an instance that does not fit its class would be refused here.
+TEST(HostInstances, FitTheClassesOfTheSchema) {
+  for (const char* machine : machines) {
+    Repository repository;
+    cimd::test::loadText(repository, cimd::test::readFile(std::string(MORVIK_TEST_DATA_DIR) +
+                                                          "/../../schema/kvaxdt.mof"));
+    auto& nameSpace = repository.nameSpace(defaultNameSpace);
+    const HostInventory host = describeHost(test::recorded(machine));
+    for (const CIMInstance& instance : host.instances) {
+      EXPECT_NO_THROW(nameSpace.createInstance(instance, Origin::DECLARED)) << machine;
+    }
+    for (const char* name :
+         {"KVAXDT_ComputerSystemDetails", "KVAXDT_Processor", "KVAXDT_PhysicalMemory"}) {
+      for (const StoredInstance* stored : nameSpace.instances(nameSpace.classNamed(name))) {
+        EXPECT_EQ(stored->instance.getPropertyCount(), 3U)
+            << "no property but those that were given";
+      }
+    }
+  }
+}
+
+// Bytes in memory of just their size, so that the sanitizer sees every step past them.
+class ExactBytes {
+ public:
+  explicit ExactBytes(std::string_view bytes)
+      : bytes_(std::make_unique<char[]>(bytes.size())), size_(bytes.size()) {
+    std::copy(bytes.begin(), bytes.end(), bytes_.get());
+  }
+  std::string_view view() const { return {bytes_.get(), size_}; }
+
+ private:
+  std::unique_ptr<char[]> bytes_;
+  std::size_t size_;
+};
+
+// Reads every field and text of every structure and returns how many structures there are.
+std::size_t touchAll(std::string_view table, const EntryPoint& entryPoint) {
+  const ExactBytes bytes(table);
+  const StructureTable read = readStructures(bytes.view(), entryPoint);
+  for (const Structure& structure : read.structures) {
+    // Where fields are, and around the end of the longest structure.
+    for (std::size_t offset = 0; offset < 260; offset += offset == 0x40 ? 0xB8 : 1) {
+      structure.byteAt(offset);
+      structure.wordAt(offset);
+      structure.doubleWordAt(offset);
+      if (const auto text = structure.textAt(offset)) {
+        const char* const end = bytes.view().data() + bytes.view().size();
+        EXPECT_TRUE(text->data() >= bytes.view().data() && text->data() + text->size() < end);
+      }
+    }
+  }
+  return read.structures.size();
+}
+
+// What must hold of an inventory, whatever the firmware says.
+void expectSound(const HostBytes& bytes) {
+  const HostInventory host = describeHost(bytes);
+  std::set<std::string> names;
+  for (const CIMInstance& instance : host.instances) {
+    const std::string key = instance.getProperty(0).getValue().toString().toUtf8();
+    EXPECT_NE(key, "");
+    EXPECT_TRUE(names.insert(instance.getClassName().toUtf8() + ' ' + key).second) << key;
+    std::string out;
+    EXPECT_NO_THROW(Pegasus::xml::appendInstance(out, instance));
+  }
+}
+
+TEST(SmbiosDamage, EveryTruncationKeepsWhatStandsBeforeIt) {
+  for (const char* machine : machines) {
+    const HostBytes good = test::recorded(machine);
+    const EntryPoint entryPoint = *readEntryPoint(*good.entryPoint);
+    const std::size_t all = touchAll(*good.table, entryPoint);
+    std::size_t previous = 0;
+    for (std::size_t length = 0; length < good.table->size(); ++length) {
+      SCOPED_TRACE(std::string(machine) + ", cut to " + std::to_string(length));
+      HostBytes cut = good;
+      cut.table->resize(length);
+      const std::size_t count = touchAll(*cut.table, entryPoint);
+      EXPECT_TRUE(count == previous || count == previous + 1);
+      EXPECT_FALSE(readStructures(*cut.table, entryPoint).damage.empty());
+      previous = count;
+      expectSound(cut);
+    }
+    EXPECT_EQ(previous + 1, all);
+  }
+}
+
+TEST(SmbiosDamage, EveryFlippedBitOfTheTableDoesNoHarm) {
+  for (const char* machine : machines) {
+    const HostBytes good = test::recorded(machine);
+    const EntryPoint exact = *readEntryPoint(*good.entryPoint);
+    const EntryPoint lying{0xFFFFFFFF, std::nullopt};
+    for (std::size_t bit = 0; bit < good.table->size() * 8; ++bit) {
+      SCOPED_TRACE(std::string(machine) + ", bit " + std::to_string(bit));
+      HostBytes bad = good;
+      char& byte = (*bad.table)[bit / 8];
+      byte = static_cast<char>(byte ^ (1 << bit % 8));
+      touchAll(*bad.table, bit % 2 == 0 ? exact : lying);
+      expectSound(bad);
+    }
+  }
+}
+
+TEST(SmbiosDamage, ManyWrongBytesDoNoHarm) {
+  const HostBytes good = test::recorded("mixed-sockets-and-dimms");
+  for (unsigned seed = 0; seed < 1000; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);  // NOLINT(cert-msc32-c,cert-msc51-cpp): a failure must come again
+    HostBytes bad = good;
+    for (unsigned i = 0; i < 1 + seed % 40; ++i) {
+      (*bad.table)[random() % bad.table->size()] = static_cast<char>(random());
+    }
+    // The text of a whole table, from any place, is tried too.
+    touchAll(bad.table->substr(random() % bad.table->size()), {0xFFFFFFFF, seed % 30});
+    expectSound(bad);
+  }
+}
+
+TEST(SmbiosDamage, EveryWrongByteOfAnEntryPointIsFoundOrDoesNoHarm) {
+  for (const std::string& good : {test::entryPoint32(0xFFFF, 0xFFFF), test::entryPoint64(~0U)}) {
+    HostBytes bytes = test::recorded("default-strings");
+    for (std::size_t i = 0; i < good.size(); ++i) {
+      for (unsigned value = 0; value < 256; ++value) {
+        std::string bad = good;
+        bad[i] = static_cast<char>(value);
+        EXPECT_EQ(readEntryPoint(ExactBytes(bad).view()).has_value(), bad == good);
+        // Right sums let the lie pass.
+        bytes.entryPoint = test::withRightSum(good, i, value, good.size() == 0x18 ? 0x05 : 0x04);
+        readEntryPoint(ExactBytes(*bytes.entryPoint).view());
+        if (value % 16 == 0) {
+          expectSound(bytes);
+        }
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace cimd::host

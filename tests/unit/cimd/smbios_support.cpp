@@ -1,0 +1,129 @@
+#include "smbios_support.h"
+
+#include <numeric>
+
+namespace cimd::host::test {
+
+namespace {
+
+char toByte(unsigned value) {
+  return static_cast<char>(static_cast<unsigned char>(value));
+}
+
+void put(std::string& bytes, std::size_t offset, std::size_t size, std::size_t value) {
+  for (std::size_t i = 0; i < size; ++i) {
+    bytes.at(offset + i) = toByte(static_cast<unsigned>(value >> 8 * i & 0xFF));
+  }
+}
+
+void setChecksum(std::string& bytes, std::size_t start, std::size_t length, std::size_t offset) {
+  bytes.at(offset) = 0;
+  unsigned sum = 0;
+  for (const char byte : bytes.substr(start, length)) {
+    sum += static_cast<unsigned char>(byte);
+  }
+  bytes.at(offset) = toByte(0U - sum);
+}
+
+}  // namespace
+
+StructureBuilder::StructureBuilder(unsigned type, unsigned length, unsigned handle)
+    : formatted_(length, '\0') {
+  byte(0, type).byte(1, length).word(2, handle);
+}
+
+StructureBuilder& StructureBuilder::byte(std::size_t offset, unsigned value) {
+  put(formatted_, offset, 1, value);
+  return *this;
+}
+
+StructureBuilder& StructureBuilder::word(std::size_t offset, unsigned value) {
+  put(formatted_, offset, 2, value);
+  return *this;
+}
+
+StructureBuilder& StructureBuilder::doubleWord(std::size_t offset, std::uint32_t value) {
+  put(formatted_, offset, 4, value);
+  return *this;
+}
+
+StructureBuilder& StructureBuilder::text(std::size_t offset, std::string_view text) {
+  strings_.append(text).push_back('\0');
+  return byte(offset, ++stringCount_);
+}
+
+std::string StructureBuilder::bytes() const {
+  return formatted_ + strings_ + std::string(strings_.empty() ? 2 : 1, '\0');
+}
+
+StructureBuilder systemStructure(std::string_view product, std::string_view serialNumber) {
+  return StructureBuilder(1, 0x1B).text(0x05, product).text(0x07, serialNumber);
+}
+
+StructureBuilder processorStructure(std::string_view socket, unsigned megahertz) {
+  return StructureBuilder(4, 0x30).text(0x04, socket).word(0x16, megahertz).byte(0x18, 0x41);
+}
+
+StructureBuilder memoryStructure(std::string_view locator, unsigned size) {
+  return StructureBuilder(17, 0x28).word(0x0C, size).text(0x10, locator);
+}
+
+std::string endOfTable() {
+  return StructureBuilder(127, 4).bytes();
+}
+
+std::string entryPoint32(std::size_t tableLength, std::size_t structureCount) {
+  std::string bytes(0x1F, '\0');
+  bytes.replace(0, 4, "_SM_");
+  put(bytes, 0x05, 1, 0x1F);
+  bytes.replace(0x10, 5, "_DMI_");
+  put(bytes, 0x16, 2, tableLength);
+  put(bytes, 0x1C, 2, structureCount);
+  put(bytes, 0x1E, 1, 0x28);
+  setChecksum(bytes, 0x10, 0x0F, 0x15);
+  setChecksum(bytes, 0, 0x1F, 0x04);
+  return bytes;
+}
+
+std::string entryPoint64(std::size_t maxTableLength) {
+  std::string bytes(0x18, '\0');
+  bytes.replace(0, 5, "_SM3_");
+  put(bytes, 0x06, 1, 0x18);
+  put(bytes, 0x07, 1, 3);
+  put(bytes, 0x0C, 4, maxTableLength);
+  setChecksum(bytes, 0, 0x18, 0x05);
+  return bytes;
+}
+
+std::string withRightSum(std::string bytes, std::size_t offset, unsigned value,
+                         std::size_t checksumOffset) {
+  const auto old = static_cast<unsigned char>(bytes.at(offset));
+  const auto checksum = static_cast<unsigned char>(bytes.at(checksumOffset));
+  bytes.at(offset) = toByte(value);
+  bytes.at(checksumOffset) = toByte(checksum + old - value);
+  return bytes;
+}
+
+HostBytes hostWith(const std::vector<StructureBuilder>& structures) {
+  std::string table;
+  for (const StructureBuilder& structure : structures) {
+    table += structure.bytes();
+  }
+  table += endOfTable();
+  HostBytes bytes;
+  bytes.hostName = "host";
+  bytes.entryPoint = entryPoint64(table.size());
+  bytes.table = table;
+  return bytes;
+}
+
+Inventory inventoryOf(const std::vector<StructureBuilder>& structures) {
+  return takeInventory(hostWith(structures));
+}
+
+HostBytes recorded(const std::string& machine) {
+  return readHostBytes(
+      recordedHost(std::filesystem::path(MORVIK_TEST_DATA_DIR) / "smbios" / machine));
+}
+
+}  // namespace cimd::host::test
