@@ -103,7 +103,7 @@ void giveUpRoot(const Options& options, const Log& log) {
     becomeAccount(account);
   } catch (const std::system_error& error) {
     if (options.user) {
-      throw;
+      throw std::runtime_error("cannot run as " + *options.user + ": " + error.what());
     }
     // In a container that has no other accounts, say.
     log.warning(std::string("running as root, though without its capabilities: ") + error.what());

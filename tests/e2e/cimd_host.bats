@@ -1,6 +1,8 @@
 #!/usr/bin/env bats
 # The host's own inventory, as morvik-cimd serves it and morvik uses it.
 
+# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
+source "$BATS_TEST_DIRNAME/../support/e2e.bash"
 # shellcheck source-path=SCRIPTDIR source=../support/service.bash
 source "$BATS_TEST_DIRNAME/../support/service.bash"
 

@@ -2,6 +2,7 @@
 # morvik-cimd as a service: command line, statuses, signals, messages, systemd, and whom it answers.
 
 # shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
+source "$BATS_TEST_DIRNAME/../support/e2e.bash"
 # shellcheck source-path=SCRIPTDIR source=../support/service.bash
 source "$BATS_TEST_DIRNAME/../support/service.bash"
 
@@ -97,7 +98,7 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
     endsWith 3 outer.mof
     [[ $(tail -n 1 "$err") == *"broken.mof:3:3: error: expected "* ]]
     endsWith 3 .
-    [[ $(tail -n 1 "$err") == '.: error: '* ]]
+    [[ $(tail -n 1 "$err") == 'morvik-cimd: error: cannot read .: '* ]]
 }
 
 @test "a file without permission to read: status 3" {

@@ -1,6 +1,8 @@
 #!/usr/bin/env bats
 # What morvik-cimd keeps in its store, and what it says of a store that it cannot use.
 
+# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
+source "$BATS_TEST_DIRNAME/../support/e2e.bash"
 # shellcheck source-path=SCRIPTDIR source=../support/service.bash
 source "$BATS_TEST_DIRNAME/../support/service.bash"
 

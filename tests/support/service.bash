@@ -1,7 +1,5 @@
-# What the tests of morvik-cimd as a service share. Loaded by each of them in place of e2e.bash.
-
-# shellcheck source-path=SCRIPTDIR source=e2e.bash
-source "$(dirname -- "${BASH_SOURCE[0]}")/e2e.bash"
+# shellcheck shell=bash disable=SC2154 # what is not set here is set by e2e.bash
+# What the tests of morvik-cimd as a service share. Loaded by each of them after e2e.bash.
 
 mof=$schema/kvaxdt.mof
 export LC_ALL=C
