@@ -81,7 +81,7 @@ def silent():
     """More than the server keeps connections, as fast as they can be had."""
     held = Held(300)
     while True:
-        for _ in range(50):
+        for _ in range(150):
             held.add(connect())
         yield
 
