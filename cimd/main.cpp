@@ -1,11 +1,16 @@
 #include <Pegasus/Common/Exception.h>
 
+#include <csignal>
 #include <exception>
 #include <iostream>
 
 #include "cimd/service/Service.h"
 
 int main(int argc, char** argv) {
+  // A reader of standard error that has gone away must not end the server.
+  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+  // Nor must a limit on the size of files: to the store it is a full disk.
+  static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
   try {
     cimd::Options options;
     if (const auto status = cimd::readOptions(argc, argv, options)) {

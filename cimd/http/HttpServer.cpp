@@ -34,12 +34,8 @@ void HttpServer::stop() {
   boost::system::error_code ignored;
   acceptor_.close(ignored);
   pause_.cancel();
-  for (const auto& session : sessions_) {
-    if (const auto open = session.lock()) {
-      open->close();
-    }
+  while (dropOne()) {
   }
-  sessions_.clear();
 }
 
 void HttpServer::accept() {
@@ -49,10 +45,12 @@ void HttpServer::accept() {
     }
     if (!error) {
       start(std::move(socket));
+    }
+    // The usual error is a lack of descriptors, and each connection has one.
+    if (!error || dropOne()) {
       accept();
       return;
     }
-    dropOldest();
     pause_.expires_after(acceptPause);
     pause_.async_wait([this](boost::system::error_code waitError) {
       if (!waitError) {
@@ -63,28 +61,34 @@ void HttpServer::accept() {
 }
 
 void HttpServer::start(asio::ip::tcp::socket socket) {
-  if (sessions_.size() >= limits_.connections) {
-    dropOldest();
+  if (newcomers_.size() + served_.size() >= limits_.connections) {
+    dropOne();
   }
-  const auto place = sessions_.insert(sessions_.end(), std::weak_ptr<HttpSession>());
+  const auto place = newcomers_.insert(newcomers_.end(), Entry());
   const auto session = std::make_shared<HttpSession>(
       std::move(socket), handler_, limits_,
-      HttpSession::Events{
-          .served = [this, place] { sessions_.splice(sessions_.end(), sessions_, place); },
-          .ended = [this, place] { sessions_.erase(place); }});
-  *place = session;
+      HttpSession::Events{.served =
+                              [this, place] {
+                                served_.splice(served_.end(), listOf(*place), place);
+                                place->hasServed = true;
+                              },
+                          .ended = [this, place] { listOf(*place).erase(place); }});
+  place->session = session;
   session->start();
 }
 
-void HttpServer::dropOldest() {
-  if (sessions_.empty()) {
-    return;
+bool HttpServer::dropOne() {
+  const bool areManyNew = newcomers_.size() > limits_.connections / 4;
+  Entries& entries = areManyNew || served_.empty() ? newcomers_ : served_;
+  if (entries.empty()) {
+    return false;
   }
-  const auto oldest = sessions_.front().lock();
-  sessions_.pop_front();
-  if (oldest) {
-    oldest->close();
+  const auto session = entries.front().session.lock();
+  entries.pop_front();
+  if (session) {
+    session->close();
   }
+  return true;
 }
 
 }  // namespace cimd

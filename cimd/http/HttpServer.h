@@ -17,7 +17,9 @@ class HttpSession;
 struct HttpLimits {
   std::size_t headerBytes = 16384;
   std::size_t bodyBytes = std::size_t{16} << 20U;
-  // When one more comes, the connection whose last request is longest ago makes room for it.
+  // When one more comes, another makes room for it: the oldest that has made no request, if these
+  // are more than a quarter, otherwise the one whose last request is longest ago. So silent
+  // connections, however many, do not push out clients at work, and the latter not a newcomer.
   std::size_t connections = 256;
   // How long a connection may wait for its next request.
   std::chrono::milliseconds idle{300'000};
@@ -42,18 +44,26 @@ class HttpServer {
   void stop();
 
  private:
-  using Sessions = std::list<std::weak_ptr<HttpSession>>;
+  struct Entry {
+    std::weak_ptr<HttpSession> session;
+    bool hasServed = false;
+  };
+  using Entries = std::list<Entry>;
 
   void accept();
   void start(boost::asio::ip::tcp::socket socket);
-  void dropOldest();
+  // False when there is no connection.
+  bool dropOne();
+  Entries& listOf(const Entry& entry) { return entry.hasServed ? served_ : newcomers_; }
 
   RequestHandler& handler_;
   HttpLimits limits_;
   boost::asio::ip::tcp::acceptor acceptor_;
   boost::asio::steady_timer pause_;
+  // Those without a completed request, the youngest at the end.
+  Entries newcomers_;
   // Those that completed a request last are at the end.
-  Sessions sessions_;
+  Entries served_;
 };
 
 }  // namespace cimd

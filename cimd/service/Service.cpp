@@ -34,14 +34,27 @@ namespace asio = boost::asio;
 using asio::ip::tcp;
 
 // Each connection takes a descriptor; what else the server has open are a dozen.
-constexpr rlim_t wantedDescriptors = 2048;
+constexpr rlim_t otherDescriptors = 16;
 
-void raiseDescriptorLimit() {
+HttpLimits limitsWithin(rlim_t descriptors) {
+  HttpLimits limits;
+  const rlim_t left = descriptors > otherDescriptors ? descriptors - otherDescriptors : 1;
+  limits.connections = std::min<std::size_t>(limits.connections, left);
+  return limits;
+}
+
+// Of this process, raised where it must be and may be.
+HttpLimits readLimits() {
+  const rlim_t wanted = HttpLimits().connections + otherDescriptors;
   rlimit limit{};
-  if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < wantedDescriptors) {
-    limit.rlim_cur = std::min(limit.rlim_max, wantedDescriptors);
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) {
+    return {};
+  }
+  if (limit.rlim_cur < wanted) {
+    limit.rlim_cur = std::min(limit.rlim_max, wanted);
     static_cast<void>(setrlimit(RLIMIT_NOFILE, &limit));
   }
+  return limitsWithin(limit.rlim_cur);
 }
 
 std::optional<host::HostBytes> readHost(const Options& options) {
@@ -103,7 +116,7 @@ void giveUpRoot(const Options& options, const Log& log) {
     becomeAccount(account);
   } catch (const std::system_error& error) {
     if (options.user) {
-      throw;
+      throw std::runtime_error("cannot run as " + *options.user + ": " + error.what());
     }
     // In a container that has no other accounts, say.
     log.warning(std::string("running as root, though without its capabilities: ") + error.what());
@@ -172,10 +185,9 @@ class Service {
   }
 
   void run() {
-    raiseDescriptorLimit();
     const tcp::endpoint endpoint(asio::ip::make_address(options_.address), options_.port);
     CimHandler handler(repository_, log_);
-    HttpServer server(io_, endpoint, handler);
+    HttpServer server(io_, endpoint, handler, readLimits());
     ends_.async_wait([&](boost::system::error_code, int) {
       notifySystemd("STOPPING=1");
       io_.stop();
@@ -205,7 +217,7 @@ class Service {
       publications_.restore(fresh, &repository_);
       repository_ = std::move(fresh);
       log_.info("reloaded: " + describe(repository_));
-    } catch (const std::exception& error) {  // in a file, in the store, or no memory
+    } catch (const std::exception& error) {
       log_.error(std::string("not reloaded: ") + error.what());
     } catch (const Pegasus::Exception& error) {
       log_.error("not reloaded: " + error.getMessage().toUtf8());
@@ -227,9 +239,6 @@ class Service {
 
 ExitStatus serve(const Options& options) {
   const Log log(options.logLevel);
-  // Neither an end of the log's reader nor a limit on the size of files is an end of the server.
-  std::signal(SIGPIPE, SIG_IGN);
-  std::signal(SIGXFSZ, SIG_IGN);
   try {
     // The tables of the host are the one thing that takes root.
     auto hostBytes = readHost(options);

@@ -9,7 +9,7 @@ source "$BATS_TEST_DIRNAME/../support/service.bash"
 setup() { enterWorkDirectory; }
 teardown() { stopServers; }
 
-recorded=$project/tests/data/smbios
+recorded=$BATS_TEST_DIRNAME/../data/smbios
 
 startRecorded() { # NAME [ARG...]
     local name=$1
@@ -87,7 +87,7 @@ serialNumber=' "$(valuesOf KVAXDT_ComputerSystemDetails model serialNumber)" sys
     succeeded
     filesAre
     publishedNumbersAre F1 M1 P1
-    cd "$OLDPWD" || return
+    cd "$BATS_TEST_TMPDIR/work"
     published >before
     killServer
     startRecorded one-socket-one-dimm --store fru.db
@@ -117,14 +117,19 @@ serialNumber=' "$(valuesOf KVAXDT_ComputerSystemDetails model serialNumber)" sys
 @test "an empty folder: it says so and serves the rest" {
     mkdir empty
     startCimd --smbios empty "$mof"
-    logHas 'the host has no SMBIOS tables'
+    logHas 'warning: the host has no SMBIOS tables, and no cpuinfo that tells of processors'
     equal '' "$(valuesOf KVAXDT_ComputerSystemDetails model)" system
+    equal '' "$(valuesOf KVAXDT_Processor DeviceID)" processors
     change create F1 fan
+    listIs 'F1=fan'
 }
 
 @test "a folder that is missing, or no folder: status 3" {
-    endsWith 3 --smbios missing "$mof"
-    endsWith 3 --smbios "$mof" "$mof"
+    local folder
+    for folder in missing "$mof"; do
+        endsWith 3 --smbios "$folder" "$mof"
+        complains "morvik-cimd: error: $folder is no folder with tables"
+    done
 }
 
 @test "tables cut at every hundredth byte, and filled with ones: it starts, serves what is whole, and says so" {

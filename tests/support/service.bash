@@ -1,5 +1,5 @@
-# What the tests of morvik-cimd as a service share. Loaded after e2e.bash, whose variables it uses.
-# shellcheck disable=SC2154
+# shellcheck shell=bash disable=SC2154 # what is not set here is set by e2e.bash
+# What the tests of morvik-cimd as a service share. Loaded by each of them after e2e.bash.
 
 mof=$schema/kvaxdt.mof
 export LC_ALL=C

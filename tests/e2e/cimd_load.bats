@@ -1,0 +1,109 @@
+#!/usr/bin/env bats
+# Many clients of morvik-cimd at once, good and bad ones. MORVIK_LOAD_SECONDS=60 makes it a real load.
+
+# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
+source "$BATS_TEST_DIRNAME/../support/e2e.bash"
+# shellcheck source-path=SCRIPTDIR source=../support/service.bash
+source "$BATS_TEST_DIRNAME/../support/service.bash"
+
+setup() { enterWorkDirectory; }
+teardown() { stopServers; }
+
+seconds=${MORVIK_LOAD_SECONDS-5}
+
+# Sets requests, median, worst, before and after to what good_clients.py tells.
+runGoodClients() { # COUNT SECONDS
+    "$python" "$support/good_clients.py" "$1" "$2" "$(serverPid)" >figures
+    read -r requests median worst before after <figures
+    printf '# %s clients, %s s: %s requests, median %s ms, worst %s ms, memory %s -> %s KiB\n' \
+        "$1" "$2" "$requests" "$median" "$worst" "$before" "$after" >&3
+}
+
+# Those that are served within the second do not even notice.
+isGood() { # LEAST-NUMBER-OF-REQUESTS
+    ((requests >= $1 && median < 200 && worst < 5000))
+}
+
+startRudeClients() { # [KIND...]
+    startServer rude ready "$python" "$support/rude_clients.py" "$@"
+}
+
+@test "forty clients at once, durable: none is refused, and memory stays flat" {
+    local requests median worst before after
+    startWithStore
+    runGoodClients 40 "$seconds"
+    isGood $((40 * 4 * seconds))
+    ((after < before + 2048))
+    listIs ''
+}
+
+@test "the same beside slow, stuck and rude clients: still served as well" {
+    local requests median worst before after
+    startCimd "$mof"
+    startRudeClients
+    runGoodClients 40 "$seconds"
+    isGood $((40 * 4 * seconds))
+    ((after < before + 32768))
+    stopServers
+}
+
+@test "more connections than are kept: who made requests keeps its own, and a newcomer is served" {
+    startCimd "$mof"
+    "$python" - "$support" <<'END'
+import sys
+sys.path.insert(0, sys.argv[1])
+import socket
+import cim_client
+from cim_session import Session
+
+early = Session()
+early.create("F1", "fan")
+kept = early.connection.sock
+silent = [socket.create_connection(cim_client.ADDRESS) for _ in range(400)]
+newcomer = Session()
+assert newcomer.frus() == [("F1", "fan")]
+assert early.frus() == [("F1", "fan")]
+assert early.connection.sock is kept, "its connection was ended"
+# The oldest of the silent made room, the youngest is there and is served.
+silent[0].settimeout(10)
+assert silent[0].recv(1) == b""
+silent[-1].sendall(b"GET / HTTP/1.1\r\nHost: localhost\r\n\r\n")
+silent[-1].settimeout(10)
+assert silent[-1].recv(12) == b"HTTP/1.1 501"
+END
+}
+
+@test "clients that made one request and stay: a newcomer is served all the same" {
+    startCimd "$mof"
+    "$python" - "$support" <<'END'
+import sys
+sys.path.insert(0, sys.argv[1])
+from cim_session import Session
+
+settled = [Session() for _ in range(300)]
+for session in settled:
+    session.frus()
+newcomers = [Session() for _ in range(20)]
+for session in newcomers:
+    session.connection.connect()
+kept = [session.connection.sock for session in newcomers]
+for session in newcomers:
+    session.frus()
+assert kept == [session.connection.sock for session in newcomers], "a connection was ended"
+END
+}
+
+@test "few descriptors: the server goes on, and newcomers are served" {
+    startServer cimd 'listening on' bash -c 'ulimit -Sn 40 -Hn 40 && exec "$@"' bash "$cimd" --store fru.db "$mof"
+    "$python" - "$support" <<'END'
+import sys
+sys.path.insert(0, sys.argv[1])
+import socket
+import cim_client
+from cim_session import Session
+
+silent = [socket.create_connection(cim_client.ADDRESS) for _ in range(100)]
+Session().create("F1", "fan")
+END
+    listIs 'F1=fan'
+}

@@ -1,0 +1,165 @@
+#!/usr/bin/env bats
+# What morvik-cimd gives up when root starts it. Needs a room with the users of the host: --users.
+
+# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
+source "$BATS_TEST_DIRNAME/../support/e2e.bash"
+# shellcheck source-path=SCRIPTDIR source=../support/service.bash
+source "$BATS_TEST_DIRNAME/../support/service.bash"
+
+setup() {
+    enterWorkDirectory
+    # For the other users, whatever the mask.
+    files=$BATS_TEST_TMPDIR/files
+    mkdir "$files"
+    cp "$schema/kvaxdt.mof" "$files"
+    chmod -R a+rX "$files"
+    mof=$files/kvaxdt.mof
+}
+
+teardown() { stopServers; }
+
+needsUsers() {
+    setpriv --reuid=65534 --regid=65534 --clear-groups true 2>/dev/null || skip 'root is the only user here'
+    local folder=$files
+    # The folders above are root's alone, and not those of the tests alone.
+    while [[ $folder == "$BATS_RUN_TMPDIR"* ]]; do
+        chmod a+x "$folder"
+        folder=$(dirname "$folder")
+    done
+    setpriv --reuid=65534 --regid=65534 --clear-groups test -r "$mof" || skip 'other users cannot read files here'
+}
+
+# The server has these user and group, real, effective, saved and of its files, and no other groups.
+runsAs() { # USER-ID GROUP-ID
+    local process
+    process=/proc/$(serverPid)/status
+    equal "Uid: $1 $1 $1 $1
+Gid: $2 $2 $2 $2
+Groups:" "$(grep -E '^(Uid|Gid|Groups):' "$process" | tr -s '\t ' ' ' | sed 's/ $//')" 'who it is'
+}
+
+hasNoCapabilities() {
+    local process
+    process=/proc/$(serverPid)/status
+    equal 'CapInh CapPrm CapEff CapAmb' \
+        "$(sed -nE 's/^(Cap(Inh|Prm|Eff|Amb)):\t0+$/\1/p' "$process" | paste -sd ' ')" 'the empty sets'
+    equal 1 "$(sed -n 's/^NoNewPrivs:\t//p' "$process")" NoNewPrivs
+}
+
+@test "without a store it is nobody, without groups and capabilities, before it listens" {
+    needsUsers
+    startCimd "$mof"
+    runsAs "$(id -u nobody)" "$(id -g nobody)"
+    hasNoCapabilities
+    logHasNot root
+    change create F1 fan
+    listIs 'F1=fan'
+}
+
+@test "--user: that account" {
+    needsUsers
+    startCimd --user daemon "$mof"
+    runsAs "$(id -u daemon)" "$(id -g daemon)"
+    hasNoCapabilities
+}
+
+@test "an account that does not exist: status 3, and nothing is made" {
+    endsWith 3 --user nonesuch --store fru.db "$mof"
+    complains 'morvik-cimd: error: there is no account nonesuch'
+    endsWith 3 --check --user nonesuch "$mof"
+    filesAre
+}
+
+@test "a store: the owner of its folder, who owns the store as well, and can use it alone" {
+    needsUsers
+    mkdir "$files/state"
+    chown daemon:daemon "$files/state"
+    startCimd --store "$files/state/fru.db" "$mof"
+    runsAs "$(id -u daemon)" "$(id -g daemon)"
+    hasNoCapabilities
+    change create F1 fan
+    equal 'daemon daemon 600' "$(stat -c '%U %G %a' "$files/state/fru.db")" 'the owner of the store'
+    killServer
+    startServer cimd 'listening on' setpriv --reuid=daemon --regid=daemon --clear-groups \
+        "$cimd" --store "$files/state/fru.db" "$mof"
+    listIs 'F1=fan'
+    change create F2 fan
+    killServer
+    startCimd --store "$files/state/fru.db" "$mof"
+    listIs 'F1=fan F2=fan'
+}
+
+@test "the store is a link: the owner of the folder that it leads to" {
+    needsUsers
+    mkdir "$files/state"
+    chown daemon:daemon "$files/state"
+    ln -s "$files/state/fru.db" link.db
+    startCimd --store "$files/state/fru.db" "$mof"
+    stopServers
+    startCimd --store link.db "$mof"
+    runsAs "$(id -u daemon)" "$(id -g daemon)"
+}
+
+@test "--user that may not write the folder of the store: status 1, and no file of root's is left" {
+    needsUsers
+    mkdir "$files/state"
+    endsWith 1 --user daemon --store "$files/state/fru.db" "$mof"
+    complains "morvik-cimd: error: $files/state/fru.db: cannot create: Permission denied"
+    equal '' "$(ls -A "$files/state")" 'the folder of the store'
+}
+
+@test "a folder of the store that is root's: root, but without capabilities, and it says so" {
+    startWithStore
+    runsAs 0 "$(id -g)"
+    hasNoCapabilities
+    logHas 'warning: running as root, though without its capabilities: the folder of the store belongs to root'
+    change create F1 fan
+}
+
+@test "a file that nobody can read: root, but without capabilities, and it says so" {
+    needsUsers
+    chmod 700 "$files"
+    startCimd "$mof"
+    runsAs 0 0
+    hasNoCapabilities
+    logHas "warning: running as root, though without its capabilities: $mof is closed to the account nobody"
+    reload
+    logHas 'reloaded'
+}
+
+@test "--user that cannot read a file: status 3 at the start, not a fault at the first reload" {
+    needsUsers
+    chmod 700 "$files"
+    endsWith 3 --user daemon "$mof"
+    complains "morvik-cimd: error: cannot open $mof: Permission denied"
+}
+
+@test "a room with root alone: it keeps no capability, and says so" {
+    ! setpriv --reuid=65534 --regid=65534 --clear-groups true 2>/dev/null || skip 'there are other users here'
+    startCimd "$mof"
+    hasNoCapabilities
+    logHas 'warning: running as root, though without its capabilities: '
+    stopServers
+    endsWith 1 --user daemon "$mof"
+    [[ $(cat "$err") == 'morvik-cimd: cannot run as daemon: '* ]]
+}
+
+@test "SMBIOS tables that only root can read are read, then root is given up" {
+    needsUsers
+    mkdir tables
+    cp "$BATS_TEST_DIRNAME"/../data/smbios/one-socket-one-dimm/* tables
+    chmod 400 tables/*
+    startCimd --smbios tables "$mof"
+    runsAs "$(id -u nobody)" "$(id -g nobody)"
+    wbemcli ei -nl http://127.0.0.1:5988/root/kvasd:KVAXDT_Processor | grep -qxF -- '-CurrentClockSpeed=1800'
+    reload
+    logHas 'reloaded: 1 namespaces, 4 classes, 3 instances declared'
+}
+
+@test "not started as root: it stays who it is, and says that --user is passed over" {
+    needsUsers
+    startServer cimd 'listening on' setpriv --reuid=daemon --regid=daemon --clear-groups \
+        "$cimd" --user nobody "$mof"
+    runsAs "$(id -u daemon)" "$(id -g daemon)"
+    logHas 'warning: not started as root, so --user is passed over'
+}

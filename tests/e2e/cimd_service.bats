@@ -1,0 +1,386 @@
+#!/usr/bin/env bats
+# morvik-cimd as a service: command line, statuses, signals, messages, systemd, and whom it answers.
+
+# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
+source "$BATS_TEST_DIRNAME/../support/e2e.bash"
+# shellcheck source-path=SCRIPTDIR source=../support/service.bash
+source "$BATS_TEST_DIRNAME/../support/service.bash"
+
+setup() { enterWorkDirectory; }
+teardown() { stopServers; }
+
+# --- what ends by itself ---
+
+@test "--help names every option and every status" {
+    endsWith 0 --help
+    fileIs "$err" ''
+    local word
+    for word in --listen --host --smbios --store --user --check --log-level --help --version FILE \
+        'Exit status: 0 normal end, 1 run-time error, 2 wrong usage, 3 wrong configuration'; do
+        grep -qF -- "$word" "$out"
+    done
+}
+
+@test "--version: the name and the version of the project" {
+    endsWith 0 --version
+    fileIs "$err" ''
+    equal "morvik-cimd $(sed -nE 's/^project\(.*VERSION ([0-9.]+).*/\1/p' "$project/CMakeLists.txt")" \
+        "$(cat "$out")" version
+}
+
+@test "--check: what would be served, status 0, no store is made, nothing listens" {
+    writeMachine --speeds '1800 2400' >machine.mof
+    startCimd "$mof" # the port is in use, which is no matter
+    endsWith 0 --check --store fru.db "$mof" machine.mof
+    equal '1 namespaces, 4 classes, 4 instances declared, 0 published' "$(cat "$out")" report
+    filesAre machine.mof
+}
+
+@test "--check: the instances of a store are counted, and the store stays as it is" {
+    startWithStore
+    change create F1 fan create F2 fan
+    stopServers
+    cp fru.db before
+    endsWith 0 --check --store fru.db "$mof"
+    equal '1 namespaces, 4 classes, 0 instances declared, 2 published' "$(cat "$out")" report
+    cmp before fru.db
+    filesAre before fru.db
+}
+
+@test "--check: each kind of fault has the status that a start would have" {
+    printf 'class {' >broken.mof
+    endsWith 3 --check "$mof" broken.mof
+    printf 'notes, not a store' >notes
+    endsWith 1 --check --store notes "$mof"
+    endsWith 2 --check
+    fileIs "$out" ''
+}
+
+@test "--check: an output that takes nothing is a fault" {
+    runInstead bash -c '"$@" >/dev/full' bash "$cimd" --check "$mof"
+    equal 1 "$status" status
+    complains 'morvik-cimd: cannot write to standard output'
+}
+
+@test "wrong usage: status 2, what is wrong, and nothing else" {
+    wrongUsage() { # MESSAGE [ARG...]
+        local message=$1
+        shift
+        endsWith 2 "$@"
+        equal "morvik-cimd: $message
+Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
+        fileIs "$out" ''
+    }
+    wrongUsage 'FILE is required'
+    wrongUsage 'FILE is required' --store fru.db
+    wrongUsage 'The following argument was not expected: --nonsense' --nonsense "$mof"
+    wrongUsage '--store: must not be empty' --store '' "$mof"
+    wrongUsage '--user: must not be empty' --user '' "$mof"
+    wrongUsage '--smbios: must not be empty' --smbios '' "$mof"
+    local address
+    for address in 0.0.0.0:5988 192.0.2.1:5988 '[::]:5988' '[2001:db8::1]:5988' ::1:5988 localhost:5988 \
+        127.0.0.1 127.0.0.1: 127.0.0.1:65536 127.0.0.1:-1 127.0.0.1:x '[127.0.0.1]:1' ''; do
+        wrongUsage "--listen: '$address' is not a loopback address with port, such as 127.0.0.1:5988" \
+            --listen "$address" "$mof"
+    done
+    endsWith 2 --log-level loud "$mof"
+    grep -q -- '--log-level' "$err"
+    filesAre
+}
+
+@test "wrong configuration: status 3, file, line, column, what was expected" {
+    endsWith 3 missing.mof
+    complains 'morvik-cimd: error: cannot open missing.mof: No such file or directory'
+    printf 'class A {\n  uint8 b\n  uint8 c;\n};\n' >broken.mof
+    endsWith 3 "$mof" broken.mof
+    [[ $(tail -n 1 "$err") == "broken.mof:3:3: error: expected "* ]]
+    printf '#pragma include ("broken.mof")\n' >outer.mof
+    endsWith 3 outer.mof
+    [[ $(tail -n 1 "$err") == *"broken.mof:3:3: error: expected "* ]]
+    endsWith 3 .
+    [[ $(tail -n 1 "$err") == 'morvik-cimd: error: cannot read .: '* ]]
+}
+
+@test "a file without permission to read: status 3" {
+    cp "$mof" closed.mof
+    chmod 000 closed.mof
+    endsWith 3 closed.mof
+    complains 'morvik-cimd: error: cannot open closed.mof: Permission denied'
+}
+
+@test "a port in use: status 1 and which" {
+    startCimd "$mof"
+    endsWith 1 "$mof"
+    complains 'morvik-cimd: error: cannot listen on 127.0.0.1:5988: Address already in use'
+}
+
+@test "port 0: the system chooses, and the message tells" {
+    startCimd --listen 127.0.0.1:0 "$mof"
+    local port
+    port=$(sed -n 's/.*listening on 127.0.0.1://p' "$BATS_TEST_TMPDIR/cimd.log")
+    ((port > 1023))
+    exec 5<>"/dev/tcp/127.0.0.1/$port"
+    exec 5>&-
+}
+
+@test "an IPv6 loopback address" {
+    [[ -e /proc/net/if_inet6 ]] || skip 'no IPv6 here'
+    startCimd --listen '[::1]:5988' "$mof"
+    logHas 'listening on [::1]:5988'
+    equal '' "$(wbemcli ein 'http://[::1]:5988/root/kvasd:KVAXDT_FRU')" 'the list of names'
+}
+
+# --- signals ---
+
+@test "SIGTERM and SIGINT end it with 0, also with clients connected and requests under way" {
+    local signal pid status
+    for signal in TERM INT; do
+        startServer cimd 'listening on' env --default-signal=INT "$cimd" "$mof"
+        exec 5<>/dev/tcp/127.0.0.1/5988
+        printf 'POST / HTTP/1.1\r\nHost: localhost\r\nContent-Le' >&5
+        change list
+        pid=$(serverPid) status=0
+        kill "-$signal" "$pid"
+        wait "$pid" || status=$?
+        exec 5>&-
+        servers=()
+        equal 0 "$status" "the status after SIG$signal"
+    done
+}
+
+@test "SIGHUP: a new class and new instances are served, what was published is kept, connections too" {
+    printf '\n' >more.mof
+    startCimd more.mof "$mof"
+    change create F1 fan create F2 disk delete F1
+    exec 5<>/dev/tcp/127.0.0.1/5988
+    printf 'class T_New { [Key] string id; };\ninstance of T_New { id = "n"; };\n' >more.mof
+    reload
+    logHas 'reloaded: 1 namespaces, 5 classes, 1 instances declared, 1 published'
+    equal '127.0.0.1:5988/root/kvasd:T_New.id="n"' \
+        "$(wbemcli ein http://127.0.0.1:5988/root/kvasd:T_New)" 'the instances of T_New'
+    listIs 'F2=disk'
+    printf 'GET / HTTP/1.1\r\nHost: localhost\r\n\r\n' >&5
+    read -r -t 20 answer <&5
+    exec 5>&-
+    [[ $answer == 'HTTP/1.1 501 '* ]]
+}
+
+@test "SIGHUP with a wrong file: told with file, line and column, all is served as before" {
+    printf 'class T_Old { [Key] string id; };\n' >more.mof
+    startWithStore more.mof
+    change create F1 fan
+    printf 'class T_Old { [Key] string id }\n' >more.mof
+    reload
+    logHas 'error: not reloaded: more.mof:1:31: error: expected '
+    change create F2 fan
+    listIs 'F1=fan F2=fan'
+    equal '' "$(wbemcli ein http://127.0.0.1:5988/root/kvasd:T_Old)" 'the instances of T_Old'
+    rm more.mof
+    reload
+    logHas 'error: not reloaded: morvik-cimd: error: cannot open more.mof: No such file or directory'
+    printf 'class T_New { [Key] string id; };\n' >more.mof
+    reload
+    logHas 'reloaded: 1 namespaces, 5 classes'
+    listIs 'F1=fan F2=fan'
+    killServer
+    printf '\n' >more.mof
+    startWithStore more.mof
+    listIs 'F1=fan F2=fan'
+}
+
+@test "SIGHUP with a store: the order of creation stays, changes before and after it are kept" {
+    startWithStore
+    change create Z9 a create A1 b
+    reload
+    logHas 'reloaded'
+    change modify Z9 c create M5 d
+    listIs 'Z9=c A1=b M5=d'
+    killServer
+    startWithStore
+    listIs 'Z9=c A1=b M5=d'
+}
+
+@test "SIGHUP: an instance whose class is gone is told of; in a store it waits for its class" {
+    printf 'class T_Disk { [Key] string id; };\n' >disk.mof
+    startWithStore disk.mof
+    wbemcli ci 'http://127.0.0.1:5988/root/kvasd:T_Disk.id="d1"' 'id="d1"'
+    cp disk.mof kept
+    printf '\n' >disk.mof
+    reload
+    logHas 'is kept but not served'
+    cp kept disk.mof
+    reload
+    logHas 'reloaded: 1 namespaces, 5 classes, 0 instances declared, 1 published'
+    equal '127.0.0.1:5988/root/kvasd:T_Disk.id="d1"' \
+        "$(wbemcli ein http://127.0.0.1:5988/root/kvasd:T_Disk)" 'the instances of T_Disk'
+}
+
+@test "SIGHUP many times under a stream of changes: nothing is lost, nobody is refused" {
+    startWithStore
+    "$python" - "$support" "$(serverPid)" <<'END'
+import os, signal, sys
+sys.path.insert(0, sys.argv[1])
+from cim_session import Session
+session = Session()
+for number in range(200):
+    session.create(f"F{number}", "fan")
+    if number % 10 == 0:
+        os.kill(int(sys.argv[2]), signal.SIGHUP)
+assert len(session.frus()) == 200
+END
+    logHasNot error
+    equal 200 "$(change list | wc -w)" 'the number of instances'
+}
+
+# --- messages ---
+
+@test "--log-level: what is less important is left out" {
+    noteOf() { # LEVEL
+        startServer cimd 'listening on' "$cimd" --log-level "$1" --smbios . "$mof"
+    }
+    noteOf debug
+    logHas 'debug: serving 1 namespaces'
+    logHas 'warning: the host has no SMBIOS'
+    stopServers
+    noteOf info
+    logHas 'warning: the host has no SMBIOS'
+    logHasNot debug
+    stopServers
+    local level
+    for level in warning error; do
+        startServer peer ready "$python" "$support/notify_socket.py" "$BATS_TEST_TMPDIR/$level" states
+        NOTIFY_SOCKET=$BATS_TEST_TMPDIR/$level "$cimd" --log-level "$level" --smbios . "$mof" 2>"$level.log" 3>&- &
+        servers+=("cimd:$!")
+        waitForState READY=1
+        stopServers
+        rm states
+    done
+    run ! grep -v warning warning.log
+    grep -q 'warning: the host has no SMBIOS' warning.log
+    fileIs error.log ''
+}
+
+@test "in the journal each line begins with its priority, and only there" {
+    # Device and inode of standard error, which the server shares with the shell.
+    # shellcheck disable=SC2016 # expanded by the shell inside
+    local inJournal='export JOURNAL_STREAM; JOURNAL_STREAM=$(stat -Lc %d:%i /proc/$$/fd/2) && exec "$@"'
+    startServer cimd 'listening on' bash -c "$inJournal" bash "$cimd" --smbios . --log-level debug "$mof"
+    grep -q '^<4>warning: the host has no SMBIOS' "$BATS_TEST_TMPDIR/cimd.log"
+    grep -q '^<7>debug: serving' "$BATS_TEST_TMPDIR/cimd.log"
+    grep -qx '<6>listening on 127.0.0.1:5988' "$BATS_TEST_TMPDIR/cimd.log"
+    run ! grep -v '^<[3467]>' "$BATS_TEST_TMPDIR/cimd.log"
+    runInstead bash -c "$inJournal" bash "$cimd" missing.mof
+    complains '<3>morvik-cimd: error: cannot open missing.mof: No such file or directory'
+    runInstead env JOURNAL_STREAM=8:12345 "$cimd" missing.mof
+    complains 'morvik-cimd: error: cannot open missing.mof: No such file or directory'
+}
+
+@test "a log that nobody reads any more: the server goes on" {
+    mkfifo log
+    "$cimd" "$mof" 2>log 3>&- &
+    servers+=("cimd:$!")
+    exec 5<log
+    until IFS= read -r -t 20 line <&5 && [[ $line == *listening* ]]; do :; done
+    exec 5<&-
+    reload
+    change create F1 fan
+    reload
+    change create F2 fan
+    listIs 'F1=fan F2=fan'
+}
+
+# --- systemd ---
+
+waitForState() { # LINE
+    local end=$((SECONDS + 20))
+    until grep -qxF -- "$1" states 2>/dev/null; do
+        ((SECONDS < end)) || return 1
+        sleep 0.01
+    done
+}
+
+@test "systemd is told when it is ready and when it ends" {
+    local name
+    for name in "$BATS_TEST_TMPDIR/notify" "@morvik-test-$$"; do
+        rm -f states
+        startServer peer ready "$python" "$support/notify_socket.py" "$name" states
+        NOTIFY_SOCKET=$name startCimd "$mof"
+        waitForState READY=1
+        kill -TERM "$(serverPid)"
+        waitForState STOPPING=1
+        equal 'READY=1 STOPPING=1' "$(paste -sd ' ' states)" 'what was told'
+        stopServers
+    done
+}
+
+@test "ready means that it listens: a client is served at once" {
+    startServer peer ready "$python" "$support/notify_socket.py" notify states
+    NOTIFY_SOCKET=$PWD/notify "$cimd" --log-level error "$mof" 3>&- &
+    servers+=("cimd:$!")
+    waitForState READY=1
+    listIs ''
+}
+
+@test "a wrong file: never ready" {
+    startServer peer ready "$python" "$support/notify_socket.py" notify states
+    NOTIFY_SOCKET=$PWD/notify endsWith 3 missing.mof
+    NOTIFY_SOCKET=$PWD/notify endsWith 0 --check "$mof"
+    [[ ! -e states || ! -s states ]]
+}
+
+@test "a notification socket that is not there, or no name of one: it runs all the same" {
+    local name
+    for name in "$PWD/missing" @ '' "$(printf '/%0200d' 0)"; do
+        NOTIFY_SOCKET=$name startCimd "$mof"
+        listIs ''
+        stopServers
+    done
+}
+
+# --- whom it answers ---
+
+# The status line of the answer to a good request with these header lines in place of its Host.
+answerTo() { # HEADER...
+    printf '%s\n' "$@" >headers
+    "$python" - "$support" <<'END' >request
+import sys
+sys.path.insert(0, sys.argv[1])
+import bad_requests
+lines = open("headers", encoding="utf-8").read().splitlines()
+sys.stdout.buffer.write(bad_requests.GOOD.replace(b"Host: 127.0.0.1:5988", "\r\n".join(lines).encode()))
+END
+    "$python" "$support/cim_client.py" send request | head -n 1 | tr -d '\r'
+}
+
+@test "a Host that is not of this host is refused: 403" {
+    startCimd "$mof"
+    local host
+    for host in 127.0.0.1:5988 127.0.0.1 127.9.9.9:80 localhost LocalHost:5988 '[::1]:5988' '[::1]'; do
+        equal "$host: HTTP/1.1 200 OK" "$host: $(answerTo "Host: $host")" answer
+    done
+    for host in example.com evil.example:5988 localhost.example.com 127.0.0.1.example.com 192.0.2.1 \
+        '[2001:db8::1]:5988' 0.0.0.0 '' ; do
+        [[ $(answerTo "Host: $host") == 'HTTP/1.1 403 '* ]]
+    done
+    [[ $(answerTo 'Host: localhost' 'Host: example.com') == 'HTTP/1.1 400 '* ]]
+    [[ $(answerTo 'X: y') == 'HTTP/1.1 400 '* ]]
+}
+
+@test "any Origin is refused: 403, and a page may not ask beforehand either" {
+    startCimd "$mof"
+    local origin
+    for origin in http://evil.example null http://localhost http://127.0.0.1:5988 ''; do
+        [[ $(answerTo 'Host: localhost' "Origin: $origin") == 'HTTP/1.1 403 '* ]]
+    done
+    printf 'OPTIONS /cimom HTTP/1.1\r\nHost: localhost\r\nOrigin: http://evil.example\r\nAccess-Control-Request-Method: POST\r\n\r\n' >request
+    "$python" "$support/cim_client.py" send request >answer
+    run ! grep -ai 'access-control' answer
+    [[ $(head -n 1 answer) == 'HTTP/1.1 '[45]* ]]
+}
+
+@test "it listens on the one loopback address alone" {
+    startCimd "$mof"
+    # Of /proc/net/tcp: the local address and the state of listening.
+    equal '0100007F:1764' "$(awk '$4 == "0A" { print $2 }' /proc/net/tcp)" 'the listening sockets'
+    equal '' "$(awk '$4 == "0A" { print $2 }' /proc/net/tcp6)" 'the listening sockets of IPv6'
+}
