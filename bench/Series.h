@@ -33,7 +33,8 @@ struct Row {
 
 struct SizeResult {
   std::vector<Row> rows;
-  // 0 without disk. The creations are those over one connection.
+  // What the disk alone does; 0 without disk. `creationsPerSync` compares it with the creations
+  // over one connection.
   double syncs = 0;
   double creationsPerSync = 0;
 };
@@ -53,7 +54,8 @@ class Series {
  private:
   struct Figures;
 
-  void measureChanges(Figures& creations, Figures& deletions);
+  void measureChanges(Figures& creations, Figures& deletions, Figures& syncs);
+  LoadResult createBesideDisk(LoadResult& syncs);
   LoadResult createFor(Load& load, double seconds);
   LoadResult deleteBack(Load& load, std::uint32_t count);
   RequestSource propertyReads();
