@@ -56,18 +56,19 @@ class Series {
 
   void measureChanges(Figures& creations, Figures& deletions, Figures& syncs);
   LoadResult createBesideDisk(LoadResult& syncs);
-  LoadResult createFor(Load& load, double seconds);
-  LoadResult deleteBack(Load& load, std::uint32_t count);
+  // Over connections of its own: none is idle for so long that the server ends it.
+  LoadResult run(std::size_t connections, const RequestSource& source) const;
+  LoadResult createFor(std::size_t connections, double seconds);
+  LoadResult deleteBack(std::size_t connections, std::uint32_t count);
   RequestSource propertyReads();
   // The same request again and again for the time of a round.
   RequestSource repeated(const std::string& request) const;
   void measureReads(Figures& figures, const std::function<RequestSource()>& source);
 
+  std::uint16_t port_;
   pid_t server_;
   Rounds rounds_;
   const Disk* disk_;
-  Load one_;
-  Load eight_;
   std::uint32_t stored_ = 0;
   NumberedRequest create_ = createUnit();
   NumberedRequest read_ = readUnitProperty();
