@@ -1,5 +1,8 @@
 #include "cimd/Log.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <array>
 #include <cstdlib>
 #include <iostream>
@@ -21,22 +24,37 @@ constexpr std::array<LevelTexts, 4> texts{{
     {"<7>", "debug: "},
 }};
 
+// The variable names device and inode of the journal's socket (systemd.exec(5)). Programs that a
+// service has started have it too, whatever their standard error is.
+bool isJournal(int descriptor) {
+  const char* stream = std::getenv("JOURNAL_STREAM");
+  struct stat status {};
+  return stream != nullptr && fstat(descriptor, &status) == 0 &&
+         std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino) == stream;
+}
+
 }  // namespace
 
-Log::Log(LogLevel most) : most_(most), isForJournal_(std::getenv("JOURNAL_STREAM") != nullptr) {}
+Log::Log(LogLevel most) : most_(most), isForJournal_(isJournal(STDERR_FILENO)) {}
 
 void Log::write(LogLevel level, std::string_view text) const {
-  if (!isOn(level)) {
-    return;
+  if (isOn(level)) {
+    const LevelTexts& chosen = texts.at(static_cast<std::size_t>(level));
+    writeLine((isForJournal_ ? chosen.priority : std::string("morvik-cimd: ")) + chosen.word, text);
   }
-  const LevelTexts& chosen = texts.at(static_cast<std::size_t>(level));
-  std::string line = isForJournal_ ? chosen.priority : "morvik-cimd: ";
-  line += chosen.word;
+}
+
+void Log::fileError(std::string_view text) const {
+  writeLine(isForJournal_ ? texts[0].priority : "", text);
+}
+
+void Log::writeLine(std::string line, std::string_view text) const {
   for (const char c : text) {
     const bool isControl = static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
     line += isControl ? '?' : c;
   }
   line += '\n';
+  std::cerr.clear();  // a disk that was full then may have space now
   std::cerr << line << std::flush;
 }
 

@@ -1,14 +1,15 @@
 // Messages of the server, a line each, on standard error.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace cimd {
 
 enum class LogLevel { ERROR, WARNING, INFO, DEBUG };
 
-// Under systemd each line begins with its priority, such as "<4>", which the journal takes off
-// (sd-daemon(3)).
+// Where standard error goes to the journal of systemd, each line begins with its priority, such as
+// "<4>", which the journal takes off (sd-daemon(3)).
 class Log {
  public:
   // What is less important than `most` is left out.
@@ -20,10 +21,15 @@ class Log {
   void warning(std::string_view text) const { write(LogLevel::WARNING, text); }
   void info(std::string_view text) const { write(LogLevel::INFO, text); }
   void debug(std::string_view text) const { write(LogLevel::DEBUG, text); }
+  // What a file of the user has wrong. The text begins with file, line and column, and so does the
+  // line, for editors to find.
+  void fileError(std::string_view text) const;
   // Control characters become '?', so that a line stays one whatever it quotes.
   void write(LogLevel level, std::string_view text) const;
 
  private:
+  void writeLine(std::string line, std::string_view text) const;
+
   LogLevel most_;
   bool isForJournal_;
 };

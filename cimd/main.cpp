@@ -1,3 +1,5 @@
+#include <Pegasus/Common/Exception.h>
+
 #include <exception>
 #include <iostream>
 
@@ -12,6 +14,9 @@ int main(int argc, char** argv) {
     return cimd::serve(options);
   } catch (const std::exception& error) {
     std::cerr << "morvik-cimd: " << error.what() << std::endl;
+    return cimd::EXIT_RUN_TIME;
+  } catch (const Pegasus::Exception& error) {
+    std::cerr << "morvik-cimd: " << error.getMessage() << std::endl;
     return cimd::EXIT_RUN_TIME;
   }
 }

@@ -14,12 +14,47 @@ using Pegasus::String;
   throwCimError(Pegasus::CIM_ERR_INVALID_PARAMETER, text);
 }
 
-// The qualifier names what the element overrides. In CIM 2 that has the same name, so here it is
-// checked for being there at all.
-void checkOverride(const Qualifiers& qualifiers, const String& where) {
+// The qualifier names what the element overrides, perhaps with its class: "CIM_Base.Name". In CIM 2
+// that has the name of the element itself.
+void checkOverride(const Qualifiers& qualifiers, const String& name, bool isOverriding,
+                   const String& where) {
   const Qualifier* found = findQualifier(qualifiers, "Override");
-  if (found != nullptr && !found->value.isNull()) {
-    refuse(where + " overrides " + found->value.toString() + ", which no superclass has");
+  if (found == nullptr || found->value.isNull()) {
+    return;
+  }
+  const String overridden = found->value.toString();
+  const Pegasus::Uint32 point = overridden.reverseFind('.');
+  const String last =
+      point == Pegasus::PEG_NOT_FOUND ? overridden : overridden.subString(point + 1);
+  if (!String::equalNoCase(last, name)) {
+    refuse(where + " overrides " + overridden + ", which has another name");
+  }
+  if (!isOverriding) {
+    refuse(where + " overrides " + overridden + ", which no superclass has");
+  }
+}
+
+// Runs `add` for each; what is refused is refused with its position.
+template <typename Declarations, typename Add>
+void addEach(const Declarations& declarations, RefusedFeature::Kind kind, Add add) {
+  for (std::size_t position = 0; position < declarations.size(); ++position) {
+    try {
+      add(declarations[position]);
+    } catch (const Pegasus::CIMException& reason) {
+      throw RefusedFeature(reason, kind, position);
+    }
+  }
+}
+
+void inheritParameters(std::vector<MethodParameter>& own,
+                       const std::vector<MethodParameter>& inherited, const String& where) {
+  for (MethodParameter& parameter : own) {
+    for (const MethodParameter& other : inherited) {
+      if (String::equalNoCase(parameter.name, other.name)) {
+        inheritQualifiers(parameter.qualifiers, other.qualifiers,
+                          "parameter " + parameter.name + " of " + where);
+      }
+    }
   }
 }
 
@@ -33,18 +68,23 @@ CimClass::CimClass(const ClassDeclaration& declaration, CimClass* superclass)
   if (superclass != nullptr) {
     inherit(*superclass);
   }
-  for (const PropertyDeclaration& property : declaration.properties) {
-    const auto position = findProperty(property.name);
-    position ? overrideProperty(*position, property) : addProperty(property);
-  }
-  for (const MethodDeclaration& method : declaration.methods) {
-    addMethod(method);
-  }
+  addEach(declaration.properties, RefusedFeature::PROPERTY,
+          [this](const PropertyDeclaration& property) { addDeclared(property); });
+  addEach(declaration.methods, RefusedFeature::METHOD,
+          [this](const MethodDeclaration& method) { addMethod(method); });
   collectKeys();
   // Last, for a class that is refused must not stay there.
   if (superclass != nullptr) {
     superclass->subclasses_.push_back(this);
   }
+}
+
+bool CimClass::isBelow(const CimClass& other) const {
+  const CimClass* above = superclass_;
+  while (above != nullptr && above != &other) {
+    above = above->superclass_;
+  }
+  return above != nullptr;
 }
 
 void CimClass::inherit(const CimClass& superclass) {
@@ -56,11 +96,7 @@ void CimClass::inherit(const CimClass& superclass) {
 
 void CimClass::collectKeys() {
   for (std::size_t position = 0; position < properties_.size(); ++position) {
-    const CimProperty& property = *properties_[position];
-    if (property.isKey && property.isArray) {
-      refuse("key property " + property.name + " of class " + name_ + " is an array");
-    }
-    if (property.isKey) {
+    if (properties_[position]->isKey) {
       keys_.push_back(position);
     }
   }
@@ -71,8 +107,18 @@ std::optional<std::size_t> CimClass::findProperty(const String& name) const {
   return found == positions_.end() ? std::nullopt : std::optional(found->second);
 }
 
+void CimClass::addDeclared(const PropertyDeclaration& declaration) {
+  const auto position = findProperty(declaration.name);
+  checkOverride(declaration.qualifiers, declaration.name, position.has_value(),
+                "property " + declaration.name + " of class " + name_);
+  position ? overrideProperty(*position, declaration) : addProperty(declaration);
+  const CimProperty& added = position ? *properties_[*position] : *properties_.back();
+  if (added.isKey && added.isArray) {
+    refuse("key property " + added.name + " of class " + name_ + " is an array");
+  }
+}
+
 void CimClass::addProperty(const PropertyDeclaration& declaration) {
-  checkOverride(declaration.qualifiers, "property " + declaration.name + " of class " + name_);
   positions_.emplace(fold(declaration.name), properties_.size());
   properties_.push_back(std::make_shared<const CimProperty>(CimProperty{declaration, this, this}));
 }
@@ -90,7 +136,7 @@ void CimClass::overrideProperty(std::size_t position, const PropertyDeclaration&
   inheritQualifiers(property.qualifiers, inherited.qualifiers, where);
   // A key stays one in every subclass: otherwise instances of the two could not be told apart.
   property.isKey = property.isKey || inherited.isKey;
-  if (property.defaultValue.isNull()) {
+  if (!declaration.hasDefault) {
     property.defaultValue = inherited.defaultValue;
   }
   properties_[position] = std::make_shared<const CimProperty>(std::move(property));
@@ -102,8 +148,8 @@ void CimClass::addMethod(const MethodDeclaration& declaration) {
   const auto place = std::find_if(methods_.begin(), methods_.end(), [&](const auto& known) {
     return String::equalNoCase(known->name, declaration.name);
   });
+  checkOverride(declaration.qualifiers, declaration.name, place != methods_.end(), where);
   if (place == methods_.end()) {
-    checkOverride(declaration.qualifiers, where);
     methods_.push_back(std::make_shared<const CimMethod>(std::move(method)));
     return;
   }
@@ -115,6 +161,7 @@ void CimClass::addMethod(const MethodDeclaration& declaration) {
     refuse(where + " returns another type than in class " + inherited.declaringClass->name());
   }
   inheritQualifiers(method.qualifiers, inherited.qualifiers, where);
+  inheritParameters(method.parameters, inherited.parameters, where);
   method.originClass = inherited.originClass;
   *place = std::make_shared<const CimMethod>(std::move(method));
 }

@@ -4,6 +4,7 @@
 
 #include <Pegasus/Common/CIMProperty.h>
 #include <Pegasus/Common/CIMValue.h>
+#include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/String.h>
 
 #include <memory>
@@ -26,6 +27,8 @@ struct PropertyDeclaration {
   // The class that a reference points to; empty for other types.
   Pegasus::String referenceClass;
   bool isKey = false;
+  // False: it has the default of the property that it overrides, if any.
+  bool hasDefault = false;
   // Of the type above; null without default.
   Pegasus::CIMValue defaultValue;
   Qualifiers qualifiers = {};
@@ -61,6 +64,23 @@ struct ClassDeclaration {
   Qualifiers qualifiers = {};
 };
 
+// Why a class is refused, with the one of its declared properties or methods that is the reason.
+class RefusedFeature : public Pegasus::CIMException {
+ public:
+  enum Kind { PROPERTY, METHOD };
+
+  // `position` counts the declared features of this kind from 0.
+  RefusedFeature(const Pegasus::CIMException& reason, Kind kind, std::size_t position)
+      : CIMException(reason), kind_(kind), position_(position) {}
+
+  Kind kind() const { return kind_; }
+  std::size_t position() const { return position_; }
+
+ private:
+  Kind kind_;
+  std::size_t position_;
+};
+
 class CimClass;
 
 // A property of a class, its own or inherited.
@@ -82,8 +102,9 @@ struct CimMethod : MethodDeclaration {
 class CimClass {
  public:
   // `superclass` may be null and must outlive this class. Throws CIMException (INVALID_PARAMETER)
-  // when a property or method is declared twice, overrides one of another type, claims to override
-  // one that is not there, or changes a qualifier that may not be overridden.
+  // when the class changes a qualifier that may not be overridden, and RefusedFeature when a
+  // property or method does so, is declared twice, overrides one of another type, claims to
+  // override one that is not there or has another name, or is a key and an array.
   CimClass(const ClassDeclaration& declaration, CimClass* superclass);
   CimClass(const CimClass&) = delete;
   CimClass& operator=(const CimClass&) = delete;
@@ -102,6 +123,8 @@ class CimClass {
 
   // True when instances of this class have the property from a superclass, unchanged.
   bool isPropagated(const CimProperty& property) const { return property.declaringClass != this; }
+  // Those of its superclasses; not the class itself.
+  bool isBelow(const CimClass& other) const;
 
   // Those of the superclass first, as for properties.
   const std::vector<std::shared_ptr<const CimMethod>>& methods() const { return methods_; }
@@ -112,6 +135,7 @@ class CimClass {
 
  private:
   void inherit(const CimClass& superclass);
+  void addDeclared(const PropertyDeclaration& declaration);
   void addProperty(const PropertyDeclaration& declaration);
   void overrideProperty(std::size_t position, const PropertyDeclaration& declaration);
   void addMethod(const MethodDeclaration& declaration);

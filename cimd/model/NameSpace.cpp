@@ -81,7 +81,9 @@ void NameSpace::deleteInstance(const CIMObjectPath& path) {
   if (stored == nullptr) {
     throwNotFound(path);
   }
-  if (journal_ != nullptr && stored->isPublished) {
+  // Of a declared instance, too: a published one of the same name may stand behind it, and must not
+  // come back when the declaration is gone.
+  if (journal_ != nullptr) {
     journal_->remove(name_, key);
   }
   instances_.remove(key);

@@ -60,6 +60,8 @@ std::string describe(const Token& token) {
       return "end of file";
     case TokenKind::STRING:
       return "a string";
+    case TokenKind::PRAGMA:
+      return "'#" + std::string(token.text) + "'";
     case TokenKind::ALIAS:
       return "'$" + std::string(token.text.substr(0, longest)) + "'";
     default:
@@ -284,17 +286,18 @@ std::string_view MofLexer::takeNumber() const {
 Token MofLexer::number() {
   Token token{.kind = TokenKind::INTEGER, .position = here()};
   token.text = takeNumber();
-  switch (readInteger(token.text, token.isNegative, token.magnitude)) {
-    case NumberCheck::GOOD:
-      break;
-    case NumberCheck::TOO_LARGE:
-      throw MofError(token.position, "the number " + std::string(token.text) + " is too large");
-    case NumberCheck::MALFORMED:
-      token.kind = TokenKind::REAL;
-      if (!readReal(token.text, token.real)) {
-        throw MofError(token.position, "expected a number, found " + describe(token));
-      }
-      break;
+  NumberCheck check = readInteger(token.text, token.isNegative, token.magnitude);
+  if (check == NumberCheck::MALFORMED) {
+    token.kind = TokenKind::REAL;
+    check = readReal(token.text, token.real);
+  }
+  if (check == NumberCheck::TOO_LARGE) {
+    throw MofError(token.position, "the number " + std::string(token.text) +
+                                       (token.kind == TokenKind::REAL ? " is too large or too small"
+                                                                      : " is too large"));
+  }
+  if (check == NumberCheck::MALFORMED) {
+    throw MofError(token.position, "expected a number, found " + describe(token));
   }
   advance(token.text.size());
   return token;

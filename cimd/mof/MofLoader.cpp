@@ -76,8 +76,9 @@ class InstanceLoader {
       if (keysOnly && !property.isKey) {
         continue;
       }
-      const auto value = typedValue(assignment.value, property.type, property.isArray,
-                                    [&](const Literal& alias) { return target(alias, instance); });
+      const auto value =
+          typedValue(assignment.value, property.type, property.isArray, property.arraySize,
+                     [&](const Literal& alias) { return target(alias, instance); });
       if (built.findProperty(property.name) != Pegasus::PEG_NOT_FOUND) {
         throw MofError(assignment.position,
                        "property " + property.name.toUtf8() + " has a value already");

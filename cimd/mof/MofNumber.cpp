@@ -46,23 +46,26 @@ NumberCheck readInteger(std::string_view text, bool& isNegative, Pegasus::Uint64
   return NumberCheck::GOOD;
 }
 
-bool readReal(std::string_view text, Pegasus::Real64& value) {
+NumberCheck readReal(std::string_view text, Pegasus::Real64& value) {
   const std::string_view unsignedText = withoutSign(text);
   const std::size_t point = unsignedText.find('.');
   const bool hasFraction = point != std::string_view::npos && point + 1 < unsignedText.size() &&
                            unsignedText[point + 1] >= '0' && unsignedText[point + 1] <= '9';
   // "inf" and "nan" are no MOF, and cannot come here: they have no point.
   if (!hasFraction) {
-    return false;
+    return NumberCheck::MALFORMED;
   }
   Pegasus::Real64 read = 0;
   const char* end = unsignedText.data() + unsignedText.size();
   const auto result = std::from_chars(unsignedText.data(), end, read);
-  if (result.ec != std::errc() || result.ptr != end) {
-    return false;
+  if (result.ec == std::errc::invalid_argument || result.ptr != end) {
+    return NumberCheck::MALFORMED;
+  }
+  if (result.ec == std::errc::result_out_of_range) {
+    return NumberCheck::TOO_LARGE;
   }
   value = text.front() == '-' ? -read : read;
-  return true;
+  return NumberCheck::GOOD;
 }
 
 }  // namespace cimd::mof

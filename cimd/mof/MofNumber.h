@@ -14,8 +14,8 @@ enum class NumberCheck { GOOD, MALFORMED, TOO_LARGE };
 // only if GOOD.
 NumberCheck readInteger(std::string_view text, bool& isNegative, Pegasus::Uint64& magnitude);
 
-// Reads a real, which always has a point with a digit behind it: .5, -1.25, 6.02e23. False when
-// malformed or beyond the range of Real64.
-bool readReal(std::string_view text, Pegasus::Real64& value);
+// Reads a real, which always has a point with a digit behind it: .5, -1.25, 6.02e23. TOO_LARGE when
+// it is beyond the range of Real64, at either end. The result is set only if GOOD.
+NumberCheck readReal(std::string_view text, Pegasus::Real64& value);
 
 }  // namespace cimd::mof

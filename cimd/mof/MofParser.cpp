@@ -166,7 +166,7 @@ Qualifier MofParser::qualifier() {
   const Token name = expectName("the name of a qualifier");
   Qualifier qualifier{String(name.text), name.position, std::nullopt, {}};
   if (acceptPunctuation('(')) {
-    qualifier.value = atPunctuation('{') ? arrayValue() : value();
+    qualifier.value = value();
     expectPunctuation(')');
   } else if (atPunctuation('{')) {
     qualifier.value = arrayValue();
@@ -220,7 +220,10 @@ void MofParser::classFeature(Class& cls) {
 
 Method MofParser::method(std::vector<Qualifier> qualifiers, DataType returnType,
                          const Token& name) {
-  Method method{std::move(qualifiers), std::move(returnType), String(name.text), {}};
+  if (returnType.type == Pegasus::CIMTYPE_REFERENCE) {
+    throw MofError(name.position, "a method cannot return a reference");
+  }
+  Method method{std::move(qualifiers), std::move(returnType), String(name.text), name.position, {}};
   expectPunctuation('(');
   if (!atPunctuation(')')) {
     do {
@@ -238,7 +241,9 @@ Parameter MofParser::parameter() {
     parameter.qualifiers = qualifierList();
   }
   parameter.type = dataType();
-  parameter.name = String(expectName("the name of a parameter").text);
+  const Token name = expectName("the name of a parameter");
+  parameter.name = String(name.text);
+  parameter.position = name.position;
   arraySuffix(parameter.type);
   return parameter;
 }

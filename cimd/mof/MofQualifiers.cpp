@@ -1,5 +1,6 @@
 #include "cimd/mof/MofQualifiers.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -13,7 +14,8 @@ using Pegasus::CIMType;
 using Pegasus::CIMValue;
 using Pegasus::String;
 
-constexpr std::array<std::pair<const char*, unsigned>, 8> scopes{{
+// The last two are scopes of declarations that no file can hold qualifiers for.
+constexpr std::array<std::pair<const char*, unsigned>, 10> scopes{{
     {"class", SCOPE_CLASS},
     {"association", SCOPE_ASSOCIATION},
     {"indication", SCOPE_INDICATION},
@@ -22,19 +24,20 @@ constexpr std::array<std::pair<const char*, unsigned>, 8> scopes{{
     {"method", SCOPE_METHOD},
     {"parameter", SCOPE_PARAMETER},
     {"any", SCOPE_ANY},
+    {"qualifier", 0},
+    {"schema", 0},
 }};
 
 unsigned scopeBits(const QualifierType& given) {
   unsigned bits = 0;
   for (const String& name : given.scopes) {
-    unsigned bit = 0;
-    for (const auto& [known, value] : scopes) {
-      bit = String::equalNoCase(name, known) ? value : bit;
-    }
-    if (bit == 0) {
+    const auto* const known = std::find_if(scopes.begin(), scopes.end(), [&](const auto& scope) {
+      return String::equalNoCase(name, scope.first);
+    });
+    if (known == scopes.end()) {
       throw MofError(given.position, "expected a scope such as property, found " + name.toUtf8());
     }
-    bits |= bit;
+    bits |= known->second;
   }
   return bits;
 }
@@ -84,11 +87,12 @@ class FlavorReader {
 };
 
 // A qualifier is a constant of the schema: no instance can stand in it.
-CIMValue qualifierValue(const Value& value, CIMType type, bool isArray) {
-  return typedValue(value, type, isArray, [](const Literal& alias) -> Pegasus::CIMObjectPath {
-    throw MofError(alias.position,
-                   "a qualifier cannot refer to the instance $" + alias.text.toUtf8());
-  });
+CIMValue qualifierValue(const Value& value, CIMType type, bool isArray, Pegasus::Uint32 arraySize) {
+  return typedValue(
+      value, type, isArray, arraySize, [](const Literal& alias) -> Pegasus::CIMObjectPath {
+        throw MofError(alias.position,
+                       "a qualifier cannot refer to the instance $" + alias.text.toUtf8());
+      });
 }
 
 QualifierDeclaration implied(const char* name, CIMType type, unsigned scope, Flavors flavors) {
@@ -131,20 +135,31 @@ CIMType literalType(const Literal& literal) {
   }
 }
 
+// Of what is in braces the first value that tells a type, but numbers are signed if one of them is.
+CIMType impliedType(const std::vector<Literal>& literals) {
+  std::optional<CIMType> type;
+  for (const Literal& literal : literals) {
+    const CIMType own = literalType(literal);
+    const bool isSignedAfterAll = type == Pegasus::CIMTYPE_UINT64 && own == Pegasus::CIMTYPE_SINT64;
+    if (literal.kind != Literal::NULL_VALUE && (!type || isSignedAfterAll)) {
+      type = own;
+    }
+  }
+  return type.value_or(Pegasus::CIMTYPE_STRING);
+}
+
 CIMValue undeclaredValue(const std::optional<Value>& value) {
   if (!value) {
     return CIMValue(true);
   }
-  const CIMType type =
-      value->literals.empty() ? Pegasus::CIMTYPE_STRING : literalType(value->literals.front());
-  return qualifierValue(*value, type, value->isArray);
+  return qualifierValue(*value, impliedType(value->literals), value->isArray, 0);
 }
 
 // A boolean without value is true; others have the value of their declaration.
 CIMValue declaredValue(const std::optional<Value>& value, const QualifierDeclaration& declaration) {
   const CIMValue& standard = declaration.defaultValue;
   if (value) {
-    return qualifierValue(*value, standard.getType(), standard.isArray());
+    return qualifierValue(*value, standard.getType(), standard.isArray(), declaration.arraySize);
   }
   const bool isFlag = standard.getType() == Pegasus::CIMTYPE_BOOLEAN && !standard.isArray();
   return isFlag ? CIMValue(true) : standard;
@@ -175,9 +190,9 @@ QualifierDeclaration qualifierDeclaration(const QualifierType& given) {
     throw MofError(given.position, "a qualifier cannot be a reference");
   }
   declaration.name = given.name;
-  declaration.defaultValue = given.defaultValue
-                                 ? qualifierValue(*given.defaultValue, type.type, type.isArray)
-                                 : CIMValue(type.type, type.isArray);
+  declaration.defaultValue = given.defaultValue ? qualifierValue(*given.defaultValue, type.type,
+                                                                 type.isArray, type.arraySize)
+                                                : CIMValue(type.type, type.isArray);
   declaration.arraySize = type.arraySize;
   declaration.scopes = scopeBits(given);
   declaration.flavors = FlavorReader(given.position, Flavors()).read(given.flavors);

@@ -34,13 +34,26 @@ class ClassBuilder {
 
  private:
   // Associations and indications are classes, so what may stand at a class may stand there.
-  static unsigned classScope(const Class& cls) {
+  // A subclass need not say again what it is.
+  unsigned classScope(const Class& cls) const {
     unsigned scope = SCOPE_CLASS;
     for (const Qualifier& qualifier : cls.qualifiers) {
-      scope |= String::equalNoCase(qualifier.name, "Association") ? SCOPE_ASSOCIATION : 0U;
-      scope |= String::equalNoCase(qualifier.name, "Indication") ? SCOPE_INDICATION : 0U;
+      scope |= scopeFrom(qualifier.name);
+    }
+    const CimClass* superclass = schema_.find(cls.superclass);
+    if (superclass != nullptr) {
+      for (const AppliedQualifier& applied : superclass->qualifiers()) {
+        scope |= scopeFrom(applied.qualifier->name);
+      }
     }
     return scope;
+  }
+
+  static unsigned scopeFrom(const String& qualifier) {
+    if (String::equalNoCase(qualifier, "Association")) {
+      return SCOPE_ASSOCIATION;
+    }
+    return String::equalNoCase(qualifier, "Indication") ? SCOPE_INDICATION : 0U;
   }
 
   static unsigned scopeOf(const DataType& type, unsigned scope) {
@@ -61,16 +74,18 @@ class ClassBuilder {
     declaration.qualifiers =
         resolveQualifiers(property.qualifiers, scopeOf(type, SCOPE_PROPERTY), schema_);
     declaration.isKey = isSet(declaration.qualifiers, "Key");
+    declaration.hasDefault = property.defaultValue.has_value();
     declaration.defaultValue = property.defaultValue ? defaultValue(*property.defaultValue, type)
                                                      : Pegasus::CIMValue(type.type, type.isArray);
     return declaration;
   }
 
   static Pegasus::CIMValue defaultValue(const Value& value, const DataType& type) {
-    return typedValue(value, type.type, type.isArray, [](const Literal& alias) -> CIMObjectPath {
-      throw MofError(alias.position,
-                     "a class cannot refer to the instance $" + alias.text.toUtf8());
-    });
+    return typedValue(
+        value, type.type, type.isArray, type.arraySize, [](const Literal& alias) -> CIMObjectPath {
+          throw MofError(alias.position,
+                         "a class cannot refer to the instance $" + alias.text.toUtf8());
+        });
   }
 
   MethodDeclaration build(const Method& method) const {
@@ -79,6 +94,12 @@ class ClassBuilder {
     declaration.returnType = method.returnType.type;
     declaration.qualifiers = resolveQualifiers(method.qualifiers, SCOPE_METHOD, schema_);
     for (const Parameter& parameter : method.parameters) {
+      for (const MethodParameter& other : declaration.parameters) {
+        if (String::equalNoCase(other.name, parameter.name)) {
+          throw MofError(parameter.position,
+                         "parameter " + parameter.name.toUtf8() + " is there already");
+        }
+      }
       declaration.parameters.push_back(build(parameter));
     }
     return declaration;
@@ -116,6 +137,9 @@ class ClassLoader {
     for (const PlacedClass& cls : classes_) {
       defineWithSuperclasses(cls);
     }
+    for (const PlacedClass& cls : classes_) {
+      checkReferences(cls);
+    }
   }
 
  private:
@@ -149,8 +173,59 @@ class ClassLoader {
 
   void define(const PlacedClass& placed) {
     Schema& schema = repository_.addNameSpace(placed.nameSpace).schema();
-    const ClassDeclaration declaration = ClassBuilder(schema).build(placed.declaration);
-    at(placed.declaration.position, [&] { schema.define(declaration); });
+    const Class& cls = placed.declaration;
+    const ClassDeclaration declaration = ClassBuilder(schema).build(cls);
+    try {
+      schema.define(declaration);
+    } catch (const RefusedFeature& refused) {
+      const bool isProperty = refused.kind() == RefusedFeature::PROPERTY;
+      const Position& position = isProperty ? cls.properties[refused.position()].position
+                                            : cls.methods[refused.position()].position;
+      throw MofError(position, refused.getDescription().toUtf8());
+    } catch (const Pegasus::CIMException& error) {
+      throw MofError(cls.position, error.getDescription().toUtf8());
+    }
+  }
+
+  // When all classes are there, for they may refer to each other.
+  void checkReferences(const PlacedClass& placed) {
+    const Schema& schema = repository_.addNameSpace(placed.nameSpace).schema();
+    const Class& cls = placed.declaration;
+    for (const Property& property : cls.properties) {
+      checkReference(property, schema);
+      checkNarrowing(property, cls, schema);
+    }
+    for (const Method& method : cls.methods) {
+      for (const Parameter& parameter : method.parameters) {
+        checkReference(parameter, schema);
+      }
+    }
+  }
+
+  template <typename Element>
+  static void checkReference(const Element& element, const Schema& schema) {
+    if (element.type.type == Pegasus::CIMTYPE_REFERENCE &&
+        schema.find(element.type.className) == nullptr) {
+      throw MofError(element.position, element.name.toUtf8() + " refers to class " +
+                                           element.type.className.toUtf8() +
+                                           ", which is not declared");
+    }
+  }
+
+  // A reference that overrides one can point to less, never to something else.
+  static void checkNarrowing(const Property& property, const Class& cls, const Schema& schema) {
+    const CimClass* superclass = schema.find(cls.superclass);
+    const auto inherited = superclass ? superclass->findProperty(property.name) : std::nullopt;
+    if (property.type.type != Pegasus::CIMTYPE_REFERENCE || !inherited) {
+      return;
+    }
+    const CimClass* target = schema.find(property.type.className);
+    const CimClass* wider = schema.find(superclass->property(*inherited).referenceClass);
+    if (target != nullptr && wider != nullptr && target != wider && !target->isBelow(*wider)) {
+      throw MofError(property.position, property.name.toUtf8() + " refers to class " +
+                                            target->name().toUtf8() +
+                                            ", which is not below class " + wider->name().toUtf8());
+    }
   }
 
   const std::vector<PlacedClass>& classes_;

@@ -20,6 +20,8 @@ auto at(const Position& position, Action action) {
     return action();
   } catch (const Pegasus::CIMException& error) {
     throw MofError(position, error.getDescription().toUtf8());
+  } catch (const Pegasus::Exception& error) {  // what cannot be sent to any client
+    throw MofError(position, error.getMessage().toUtf8());
   }
 }
 

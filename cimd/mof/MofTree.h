@@ -74,12 +74,14 @@ struct Parameter {
   std::vector<Qualifier> qualifiers;
   DataType type;
   Pegasus::String name;
+  Position position;
 };
 
 struct Method {
   std::vector<Qualifier> qualifiers;
   DataType returnType;
   Pegasus::String name;
+  Position position;
   std::vector<Parameter> parameters;
 };
 

@@ -98,13 +98,41 @@ String text(const Literal& literal, const char* typeName) {
   return literal.text;
 }
 
+// Whether the two digits are in the range; asterisks, for unknown ones, are in every range.
+bool isWithin(std::u16string_view text, std::size_t at, int least, int most) {
+  const std::u16string_view digits = text.substr(at, 2);
+  if (digits.find(u'*') != std::u16string_view::npos) {
+    return true;
+  }
+  const int number = (digits[0] - u'0') * 10 + (digits[1] - u'0');
+  return number >= least && number <= most;
+}
+
+// Of a text in the form of a datetime: whether clocks and calendars have it.
+bool isPossible(const Pegasus::CIMDateTime& value) {
+  const std::u16string_view text = value.toString().view();
+  constexpr std::size_t month = 4;
+  constexpr std::size_t day = 6;
+  constexpr std::size_t hour = 8;
+  constexpr std::size_t minute = 10;
+  constexpr std::size_t second = 12;
+  // Seconds up to 60: there are leap seconds.
+  return (value.isInterval() || (isWithin(text, month, 1, 12) && isWithin(text, day, 1, 31))) &&
+         isWithin(text, hour, 0, 23) && isWithin(text, minute, 0, 59) &&
+         isWithin(text, second, 0, 60);
+}
+
 Pegasus::CIMDateTime dateTime(const Literal& literal, const char* typeName) {
   expectKind(literal, Literal::STRING, typeName);
   try {
-    return Pegasus::CIMDateTime(literal.text);
+    Pegasus::CIMDateTime value(literal.text);
+    if (isPossible(value)) {
+      return value;
+    }
   } catch (const Pegasus::Exception&) {
-    throw MofError(literal.position, "expected a datetime such as \"20261121093000.000000+060\"");
+    // Not of this form: the same error as for a month that no year has.
   }
+  throw MofError(literal.position, "expected a datetime such as \"20261121093000.000000+060\"");
 }
 
 Pegasus::CIMObjectPath reference(const Literal& literal, const char* typeName,
@@ -133,7 +161,7 @@ CIMValue collect(const Value& value, CIMType type, Convert convert) {
 
 }  // namespace
 
-CIMValue typedValue(const Value& value, CIMType type, bool isArray,
+CIMValue typedValue(const Value& value, CIMType type, bool isArray, Pegasus::Uint32 arraySize,
                     const AliasResolver& resolveAlias) {
   if (!value.isArray && value.literals.front().kind == Literal::NULL_VALUE) {
     return {type, isArray};
@@ -141,6 +169,10 @@ CIMValue typedValue(const Value& value, CIMType type, bool isArray,
   if (value.isArray != isArray) {
     throw MofError(value.position, isArray ? "expected values in braces, found a single value"
                                            : "expected a single value, found values in braces");
+  }
+  if (arraySize != 0 && value.literals.size() > arraySize) {
+    throw MofError(value.position, "expected at most " + std::to_string(arraySize) +
+                                       " values, found " + std::to_string(value.literals.size()));
   }
   switch (type) {
     case Pegasus::CIMTYPE_BOOLEAN:

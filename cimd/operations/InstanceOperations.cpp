@@ -17,9 +17,6 @@ using Pegasus::String;
 using Pegasus::Uint32;
 using Pegasus::xml::Request;
 
-// More than any client of this server can make use of; keeps one request from taking all memory.
-constexpr std::size_t maxAnswer = std::size_t{256} << 20U;
-
 // What of an instance is to be returned.
 class Selection {
  public:
@@ -51,18 +48,19 @@ class Selection {
     for (std::size_t i = 0; i < end; ++i) {
       const auto& property = stored.instance.getProperty(static_cast<Uint32>(i));
       if (properties_.passes(property.getName())) {
-        append(out, property, cls.property(i));
+        append(out, property, cls.property(i), cls);
       }
     }
     out += "</INSTANCE>";
   }
 
  private:
-  void append(std::string& out, const Pegasus::CIMProperty& property,
-              const CimProperty& declared) const {
+  void append(std::string& out, const Pegasus::CIMProperty& property, const CimProperty& declared,
+              const CimClass& cls) const {
     std::string qualifiers;
     if (hasQualifiers_) {
-      appendQualifiers(qualifiers, declared.qualifiers, false);
+      appendQualifiers(qualifiers, qualifiersIn(cls, declared.qualifiers, declared.declaringClass),
+                       false);
     }
     const String& origin = hasOrigin_ ? declared.originClass->name() : String::EMPTY;
     Pegasus::xml::appendQualifiedProperty(
@@ -77,12 +75,6 @@ class Selection {
   bool hasOrigin_;
   PropertyFilter properties_;
 };
-
-void checkSize(const std::string& answer) {
-  if (answer.size() > maxAnswer) {
-    throwCimError(Pegasus::CIM_ERR_SERVER_LIMITS_EXCEEDED, "the answer is too large");
-  }
-}
 
 // What an answer with these instances takes at most, unless more is asked for than they hold; with
 // room for what is put around it. An answer that grows step by step is copied with each step.
@@ -119,7 +111,7 @@ std::string enumerateInstances(NameSpace& nameSpace, const Request& request) {
     out.append("<VALUE.NAMEDINSTANCE>").append(stored->nameXml);
     selection.append(out, *stored, nameSpace.classNamed(stored->instance.getClassName()), cls);
     out += "</VALUE.NAMEDINSTANCE>";
-    checkSize(out);
+    checkAnswerSize(out);
   }
   return out;
 }
@@ -129,7 +121,7 @@ std::string enumerateInstanceNames(NameSpace& nameSpace, const Request& request)
   std::string out;
   for (const StoredInstance* stored : nameSpace.instances(nameSpace.classNamed(className))) {
     out += stored->nameXml;
-    checkSize(out);
+    checkAnswerSize(out);
   }
   return out;
 }

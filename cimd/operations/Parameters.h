@@ -1,9 +1,10 @@
-// What operations share in reading their parameters.
+// What operations share: reading their parameters, and the bound on their answers.
 #pragma once
 
 #include <pegasus/xml/Request.h>
 
 #include <optional>
+#include <string>
 #include <unordered_set>
 
 #include "cimd/model/CimErrors.h"
@@ -19,6 +20,16 @@ T required(std::optional<T> value, const char* parameter) {
                   Pegasus::String("parameter ") + parameter + " is missing");
   }
   return *std::move(value);
+}
+
+// More than any client of this server can make use of; keeps one request from taking all memory.
+constexpr std::size_t maxAnswer = std::size_t{256} << 20U;
+
+// Throws CIMException (SERVER_LIMITS_EXCEEDED).
+inline void checkAnswerSize(const std::string& answer) {
+  if (answer.size() > maxAnswer) {
+    throwCimError(Pegasus::CIM_ERR_SERVER_LIMITS_EXCEEDED, "the answer is too large");
+  }
 }
 
 // The properties that a request wants: all of them, or those in its PropertyList. Names in the list

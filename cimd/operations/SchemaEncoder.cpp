@@ -78,35 +78,17 @@ class ClassWriter {
     }
   }
 
-  // All qualifiers of an element that this class does not declare are inherited ones.
-  std::string qualifiersOf(const CimProperty& property) const {
-    std::string xml;
-    if (content_.hasQualifiers) {
-      appendQualifiers(xml, asSeenBy(cls_, property.qualifiers, property.declaringClass),
-                       content_.isLocalOnly);
-    }
-    return xml;
-  }
-
-  static Qualifiers asSeenBy(const CimClass& cls, Qualifiers qualifiers,
-                             const CimClass* declaringClass) {
-    if (declaringClass != &cls) {
-      std::erase_if(qualifiers, [](const AppliedQualifier& applied) {
-        return !applied.qualifier->flavors.isForSubclasses;
-      });
-      for (AppliedQualifier& applied : qualifiers) {
-        applied.isPropagated = true;
-      }
-    }
-    return qualifiers;
-  }
-
   void writeProperty(const CimProperty& property) {
     const Pegasus::CIMProperty described(
         property.name, property.defaultValue, property.arraySize, property.referenceClass,
         content_.hasClassOrigin ? property.originClass->name() : String::EMPTY,
         cls_.isPropagated(property));
-    Pegasus::xml::appendQualifiedProperty(out_, described, qualifiersOf(property));
+    std::string qualifiers;
+    if (content_.hasQualifiers) {
+      appendQualifiers(qualifiers, qualifiersIn(cls_, property.qualifiers, property.declaringClass),
+                       content_.isLocalOnly);
+    }
+    Pegasus::xml::appendQualifiedProperty(out_, described, qualifiers);
   }
 
   void writeMethod(const CimMethod& method) {
@@ -120,14 +102,14 @@ class ClassWriter {
       appendFlag(out_, "PROPAGATED", true);
     }
     out_ += '>';
-    writeQualifiers(asSeenBy(cls_, method.qualifiers, method.declaringClass));
+    writeQualifiers(qualifiersIn(cls_, method.qualifiers, method.declaringClass));
     for (const MethodParameter& parameter : method.parameters) {
-      writeParameter(parameter);
+      writeParameter(parameter, method.declaringClass);
     }
     out_ += "</METHOD>";
   }
 
-  void writeParameter(const MethodParameter& parameter) {
+  void writeParameter(const MethodParameter& parameter, const CimClass* declaringClass) {
     const bool isReference = parameter.type == Pegasus::CIMTYPE_REFERENCE;
     const char* const element =
         isReference ? (parameter.isArray ? "PARAMETER.REFARRAY" : "PARAMETER.REFERENCE")
@@ -141,9 +123,7 @@ class ClassWriter {
     }
     appendArraySize(out_, parameter.arraySize);
     out_ += '>';
-    if (content_.hasQualifiers) {
-      appendQualifiers(out_, parameter.qualifiers, false);
-    }
+    writeQualifiers(qualifiersIn(cls_, parameter.qualifiers, declaringClass));
     out_.append("</").append(element).append(">");
   }
 
@@ -189,6 +169,20 @@ void appendQualifiers(std::string& out, const Qualifiers& qualifiers, bool isLoc
     Pegasus::xml::appendValue(out, qualifier->value);
     out += "</QUALIFIER>";
   }
+}
+
+Qualifiers qualifiersIn(const CimClass& cls, const Qualifiers& qualifiers,
+                        const CimClass* declaringClass) {
+  Qualifiers own = qualifiers;
+  if (declaringClass != &cls) {
+    std::erase_if(own, [](const AppliedQualifier& applied) {
+      return !applied.qualifier->flavors.isForSubclasses;
+    });
+    for (AppliedQualifier& applied : own) {
+      applied.isPropagated = true;
+    }
+  }
+  return own;
 }
 
 void appendClass(std::string& out, const CimClass& cls, const ClassContent& content) {

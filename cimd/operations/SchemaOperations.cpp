@@ -55,6 +55,7 @@ std::string enumerateClasses(NameSpace& nameSpace, const Request& request) {
   std::string out;
   for (const CimClass* cls : enumerated(nameSpace, request)) {
     appendClass(out, *cls, content);
+    checkAnswerSize(out);
   }
   return out;
 }

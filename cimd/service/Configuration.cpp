@@ -32,11 +32,7 @@ void addSystemKeys(CIMInstance& instance, const CimClass& cls, const String& hos
 
 Repository Configuration::load() const {
   Repository repository;
-  try {
-    mof::loadMof(files_, repository);
-  } catch (const mof::MofError& error) {
-    throw ConfigurationError(error.what());
-  }
+  mof::loadMof(files_, repository);
   if (hostBytes_) {
     declareHost(repository);
   }

@@ -13,7 +13,7 @@
 
 namespace cimd {
 
-// One line for people.
+// What is wrong in other places than a MOF file. One line for people.
 class ConfigurationError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -26,7 +26,7 @@ class Configuration {
                 const Log& log)
       : files_(std::move(files)), hostBytes_(std::move(hostBytes)), log_(log) {}
 
-  // Reads the files anew. Throws ConfigurationError.
+  // Reads the files anew. Throws mof::MofError, ConfigurationError.
   Repository load() const;
 
  private:

@@ -24,6 +24,12 @@ std::string checkListen(const std::string& text) {
              : "'" + text + "' is not a loopback address with port, such as 127.0.0.1:5988";
 }
 
+// Of a variable that a script left unset, most likely. Taken for "not given", it would make a
+// server that keeps nothing.
+std::string checkNotEmpty(const std::string& text) {
+  return text.empty() ? "must not be empty" : std::string();
+}
+
 LogLevel parseLevel(const std::string& name) {
   if (name == "error") {
     return LogLevel::ERROR;
@@ -83,14 +89,18 @@ std::optional<ExitStatus> readOptions(int argc, const char* const* argv, Options
   std::string recorded;
   app.add_option("--smbios", recorded,
                  "Serve an inventory from the recorded tables in this folder instead")
-      ->type_name("DIRECTORY");
+      ->type_name("DIRECTORY")
+      ->check(CLI::Validator(checkNotEmpty, ""));
   std::string store;
-  app.add_option("--store", store, "Keep what clients publish in this file")->type_name("FILE");
+  app.add_option("--store", store, "Keep what clients publish in this file")
+      ->type_name("FILE")
+      ->check(CLI::Validator(checkNotEmpty, ""));
   std::string user;
   app.add_option("--user", user,
                  "Account to run as, when started as root (default: the owner of the folder of "
                  "the store, or nobody)")
-      ->type_name("NAME");
+      ->type_name("NAME")
+      ->check(CLI::Validator(checkNotEmpty, ""));
   app.add_flag("--check", options.isCheck, "Load everything, report, and exit");
   std::string level = "info";
   app.add_option("--log-level", level, "How much to tell: error, warning, info or debug")

@@ -1,8 +1,10 @@
 #include "cimd/service/Privileges.h"
 
+#include <fcntl.h>
 #include <grp.h>
 #include <linux/capability.h>
 #include <pwd.h>
+#include <sys/fsuid.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -41,6 +43,21 @@ std::optional<Account> accountNamed(const std::string& name) {
     return std::nullopt;
   }
   return Account{entry.pw_uid, entry.pw_gid};
+}
+
+bool isClosedTo(const Account& account, const std::filesystem::path& file) {
+  // Of the whole process, only its access to files changes. A user other than root takes the
+  // capabilities for files away as well.
+  setfsgid(account.group);
+  setfsuid(account.user);
+  const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  const bool isClosed = descriptor < 0 && errno == EACCES;
+  setfsuid(geteuid());
+  setfsgid(getegid());
+  if (descriptor >= 0) {
+    close(descriptor);
+  }
+  return isClosed;
 }
 
 void becomeAccount(const Account& account) {

@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -15,6 +16,10 @@ struct Account {
 
 // Nothing when the system knows no account of this name.
 std::optional<Account> accountNamed(const std::string& name);
+
+// Whether the permissions of the file or of a folder above keep this account from reading it. False
+// where the file is missing. Asks for a process that runs as root, before it becomes the account.
+bool isClosedTo(const Account& account, const std::filesystem::path& file);
 
 // Makes a process that runs as root run as this account, without supplementary groups and without
 // capabilities, for good; a process that does not run as root is left as it is. An account of root

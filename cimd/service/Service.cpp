@@ -19,6 +19,7 @@
 #include "cimd/host/HostFiles.h"
 #include "cimd/http/CimHandler.h"
 #include "cimd/http/HttpServer.h"
+#include "cimd/mof/MofError.h"
 #include "cimd/service/Configuration.h"
 #include "cimd/service/Notification.h"
 #include "cimd/service/Privileges.h"
@@ -56,8 +57,15 @@ std::optional<host::HostBytes> readHost(const Options& options) {
   return host::readHostBytes(host::recordedHost(*options.recordedTables));
 }
 
+constexpr Account root{0, 0};
+
+// Of the file itself, where the name is a link.
+std::filesystem::path folderOf(const std::filesystem::path& file) {
+  return std::filesystem::weakly_canonical(std::filesystem::absolute(file)).parent_path();
+}
+
 // Whom the store belongs to can write it; what needs no file needs no account of weight.
-Account accountFor(const Options& options) {
+Account accountFor(const Options& options, const Log& log) {
   if (options.user) {
     const auto account = accountNamed(*options.user);
     if (!account) {
@@ -65,13 +73,42 @@ Account accountFor(const Options& options) {
     }
     return *account;
   }
+  const std::string kept = "running as root, though without its capabilities: ";
   struct stat folder {};
-  const auto parent = options.store ? std::filesystem::absolute(*options.store).parent_path()
-                                    : std::filesystem::path();
-  if (options.store && stat(parent.c_str(), &folder) == 0) {
+  if (options.store && stat(folderOf(*options.store).c_str(), &folder) == 0) {
+    if (folder.st_uid == root.user) {
+      log.warning(kept + "the folder of the store belongs to root");
+    }
     return {folder.st_uid, folder.st_gid};
   }
-  return accountNamed("nobody").value_or(Account{65534, 65534});
+  const Account nobody = accountNamed("nobody").value_or(Account{65534, 65534});
+  for (const auto& file : options.files) {
+    if (isClosedTo(nobody, file)) {
+      log.warning(kept + file.string() + " is closed to the account nobody");
+      return root;
+    }
+  }
+  return nobody;
+}
+
+void giveUpRoot(const Options& options, const Log& log) {
+  if (geteuid() != root.user) {
+    if (options.user) {
+      log.warning("not started as root, so --user is passed over");
+    }
+    return;
+  }
+  const Account account = accountFor(options, log);
+  try {
+    becomeAccount(account);
+  } catch (const std::system_error& error) {
+    if (options.user) {
+      throw;
+    }
+    // In a container that has no other accounts, say.
+    log.warning(std::string("running as root, though without its capabilities: ") + error.what());
+    becomeAccount(root);
+  }
 }
 
 // The published instances: on disk where there is a store, otherwise in memory only.
@@ -118,26 +155,28 @@ std::string describe(const Repository& repository) {
 
 class Service {
  public:
-  Service(const Options& options, const Log& log)
+  Service(const Options& options, std::optional<host::HostBytes> hostBytes, const Log& log)
       : options_(options),
         log_(log),
-        configuration_(options.files, readHost(options), log),
+        configuration_(options.files, std::move(hostBytes), log),
         repository_(configuration_.load()),
         publications_(options, log) {
     publications_.restore(repository_, nullptr);
     log_.debug("serving " + describe(repository_));
   }
 
-  void report() const { std::cout << describe(repository_) << '\n'; }
+  void report() const {
+    if (!(std::cout << describe(repository_) << std::endl)) {
+      throw std::runtime_error("cannot write to standard output");
+    }
+  }
 
   void run() {
     raiseDescriptorLimit();
     const tcp::endpoint endpoint(asio::ip::make_address(options_.address), options_.port);
     CimHandler handler(repository_, log_);
     HttpServer server(io_, endpoint, handler);
-    giveUpRoot();
-    asio::signal_set ends(io_, SIGTERM, SIGINT);
-    ends.async_wait([&](boost::system::error_code, int) {
+    ends_.async_wait([&](boost::system::error_code, int) {
       notifySystemd("STOPPING=1");
       io_.stop();
     });
@@ -150,30 +189,6 @@ class Service {
   }
 
  private:
-  void giveUpRoot() const {
-    if (geteuid() != 0) {
-      if (options_.user) {
-        log_.warning("not started as root, so --user is passed over");
-      }
-      return;
-    }
-    const Account account = accountFor(options_);
-    if (account.user == 0) {
-      log_.warning(
-          "running as root, though without its capabilities: the folder of the store "
-          "belongs to root");
-    }
-    try {
-      becomeAccount(account);
-    } catch (const std::system_error& error) {
-      if (options_.user) {
-        throw;
-      }
-      // In a container that has no other accounts, say.
-      log_.warning(std::string("cannot give up root: ") + error.what());
-    }
-  }
-
   void awaitReload() {
     reload_.async_wait([this](boost::system::error_code error, int) {
       if (!error) {
@@ -190,37 +205,47 @@ class Service {
       publications_.restore(fresh, &repository_);
       repository_ = std::move(fresh);
       log_.info("reloaded: " + describe(repository_));
-    } catch (const ConfigurationError& error) {
+    } catch (const std::exception& error) {  // in a file, in the store, or no memory
       log_.error(std::string("not reloaded: ") + error.what());
-    } catch (const StoreError& error) {
-      log_.error(std::string("not reloaded: ") + error.what());
+    } catch (const Pegasus::Exception& error) {
+      log_.error("not reloaded: " + error.getMessage().toUtf8());
     }
   }
 
   const Options& options_;
   const Log& log_;
+  asio::io_context io_{1};
+  // Before the rest: a signal that comes while that is loaded waits for its turn.
+  asio::signal_set ends_{io_, SIGTERM, SIGINT};
+  asio::signal_set reload_{io_, SIGHUP};
   Configuration configuration_;
   Repository repository_;
   Publications publications_;
-  asio::io_context io_{1};
-  asio::signal_set reload_{io_, SIGHUP};
 };
 
 }  // namespace
 
 ExitStatus serve(const Options& options) {
   const Log log(options.logLevel);
+  // Neither an end of the log's reader nor a limit on the size of files is an end of the server.
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
   try {
-    Service service(options, log);
+    // The tables of the host are the one thing that takes root.
+    auto hostBytes = readHost(options);
+    giveUpRoot(options, log);
+    Service service(options, std::move(hostBytes), log);
     if (options.isCheck) {
       service.report();
     } else {
       service.run();
     }
     return EXIT_OK;
+  } catch (const mof::MofError& error) {
+    log.fileError(error.what());
+    return EXIT_CONFIGURATION;
   } catch (const ConfigurationError& error) {
-    // Of a MOF file it begins with file, line and column, for editors to find.
-    std::cerr << error.what() << '\n';
+    log.error(error.what());
     return EXIT_CONFIGURATION;
   } catch (const StoreError& error) {
     log.error(error.what());

@@ -1,6 +1,7 @@
 #include <pegasus/client/HttpConnection.h>
 
 #include <Pegasus/Common/Exception.h>
+#include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -36,6 +37,14 @@ using std::chrono::steady_clock;
 // Longer than a server takes from the last byte of an answer to closing the connection, also on a
 // machine that is busy with other things.
 constexpr milliseconds closeTime{20};
+
+// How late a time-out may come, against how often a waiting client wakes up.
+constexpr milliseconds deadlinePause{50};
+
+// Whether a call failed only because nothing happened for a while, or a signal came.
+bool isWorthATry(int error) {
+  return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
+}
 
 using Addresses = std::unique_ptr<addrinfo, decltype(&freeaddrinfo)>;
 
@@ -114,8 +123,8 @@ void HttpConnection::close() {
   }
 }
 
-void HttpConnection::waitFor(short events, Deadline deadline) const {
-  pollfd waiting{socket_, events, 0};
+void HttpConnection::waitForConnection(Deadline deadline) const {
+  pollfd waiting{socket_, POLLOUT, 0};
   for (;;) {
     const int ready = poll(&waiting, 1, millisecondsUntil(deadline));
     if (ready > 0) {
@@ -140,7 +149,7 @@ bool HttpConnection::tryConnect(const addrinfo& address, Deadline deadline) {
   if (connect(socket_, address.ai_addr, address.ai_addrlen) != 0) {
     error = errno;
     if (error == EINPROGRESS || error == EINTR) {
-      waitFor(POLLOUT, deadline);
+      waitForConnection(deadline);
       socklen_t size = sizeof error;
       getsockopt(socket_, SOL_SOCKET, SO_ERROR, &error, &size);
     }
@@ -152,6 +161,12 @@ bool HttpConnection::tryConnect(const addrinfo& address, Deadline deadline) {
   }
   const int on = 1;
   setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  // From here on the socket waits by itself, so that an answer takes no call more than to receive
+  // it. It comes back now and then for a look at the deadline.
+  fcntl(socket_, F_SETFL, 0);
+  const timeval pause{0, std::chrono::microseconds(deadlinePause).count()};
+  setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &pause, sizeof pause);
+  setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, &pause, sizeof pause);
   return true;
 }
 
@@ -193,9 +208,7 @@ void HttpConnection::send(std::string_view bytes, Deadline deadline) const {
     const ssize_t sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (sent >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(sent));
-    } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
-      waitFor(POLLOUT, deadline);
-    } else if (errno != EINTR) {
+    } else if (!isWorthATry(errno)) {
       throwBroken(errno);
     }
     if (steady_clock::now() >= deadline) {
@@ -206,14 +219,13 @@ void HttpConnection::send(std::string_view bytes, Deadline deadline) const {
 
 void HttpConnection::receive(HttpAnswer& answer, Deadline deadline) const {
   while (!answer.isDone()) {
-    waitFor(POLLIN, deadline);
     const auto [space, size] = answer.prepare();
     const ssize_t received = recv(socket_, space, size, 0);
     if (received > 0) {
       answer.commit(static_cast<std::size_t>(received));
     } else if (received == 0) {
       answer.end();
-    } else if (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR) {
+    } else if (!isWorthATry(errno)) {
       throwBroken(errno);
     }
     // A server that always has the next byte ready in time must not prolong the exchange.

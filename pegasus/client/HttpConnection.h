@@ -46,7 +46,7 @@ class HttpConnection {
   bool tryConnect(const addrinfo& address, Deadline deadline);
   void send(std::string_view bytes, Deadline deadline) const;
   void receive(HttpAnswer& answer, Deadline deadline) const;
-  void waitFor(short events, Deadline deadline) const;
+  void waitForConnection(Deadline deadline) const;
 
   std::string hostHeader_;
   std::string host_;

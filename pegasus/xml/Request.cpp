@@ -218,7 +218,12 @@ std::optional<CIMInstance> Request::namedInstance(std::string_view parameter) co
     return std::nullopt;
   }
   requireName(value, "VALUE.NAMEDINSTANCE", parameter);
-  return decodeNamedInstance(value);
+  CIMInstance instance = decodeNamedInstance(value);
+  const auto className = requireAttribute(value.firstChild().next(), "CLASSNAME");
+  if (!String::equalNoCase(instance.getClassName(), String(className))) {
+    refuse("parameter " + excerpt(parameter) + ": the name is of another class than the instance");
+  }
+  return instance;
 }
 
 CIMValue Request::value(std::string_view parameter, CIMType type, bool isArray) const {

@@ -69,7 +69,7 @@ class Request {
   std::optional<CIMObjectPath> instanceName(std::string_view parameter) const;
   std::optional<CIMInstance> instance(std::string_view parameter) const;
   std::optional<String> text(std::string_view parameter) const;
-  // A VALUE.NAMEDINSTANCE, with its name as path.
+  // A VALUE.NAMEDINSTANCE, with its name as path, which must be of the same class.
   std::optional<CIMInstance> namedInstance(std::string_view parameter) const;
   // A value of this type; null when missing.
   CIMValue value(std::string_view parameter, CIMType type, bool isArray) const;

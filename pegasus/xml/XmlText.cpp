@@ -2,6 +2,8 @@
 
 #include <Pegasus/Common/Exception.h>
 
+#include <algorithm>
+
 namespace Pegasus::xml {
 
 namespace {
@@ -67,12 +69,30 @@ void appendCharacter(std::string& out, char32_t c) {
   }
 }
 
+// An ASCII character that stands for itself, as nearly all do.
+bool isPlain(char16_t unit) {
+  return unit >= u' ' && unit < 0x7F && unit != u'&' && unit != u'<' && unit != u'>' &&
+         unit != u'"';
+}
+
+// Appends the plain characters from `position` on; the position behind them.
+std::size_t appendPlain(std::string& out, std::u16string_view units, std::size_t position) {
+  const auto begin = units.begin() + static_cast<std::ptrdiff_t>(position);
+  const auto end = std::find_if_not(begin, units.end(), isPlain);
+  const std::size_t size = out.size();
+  out.resize(size + static_cast<std::size_t>(end - begin));
+  std::transform(begin, end, out.begin() + static_cast<std::ptrdiff_t>(size),
+                 [](char16_t unit) { return static_cast<char>(unit); });
+  return static_cast<std::size_t>(end - units.begin());
+}
+
 }  // namespace
 
 void appendEscaped(std::string& out, const String& text) {
   const std::u16string_view units = text.view();
   const std::size_t start = out.size();
-  for (std::size_t i = 0; i < units.size();) {
+  std::size_t i = 0;
+  while ((i = appendPlain(out, units, i)) < units.size()) {
     const char32_t c = nextCodePoint(units, i);
     if (!isXmlCharacter(c)) {
       out.resize(start);

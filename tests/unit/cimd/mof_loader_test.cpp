@@ -112,47 +112,47 @@ TEST(MofLoader, WrongDeclarationsAreRefused) {
     const char* mof;
     const char* message;
   };
-  for (const Case& c : {
-           Case{"class A : B {};", "1:7: error: CIM_ERR_INVALID_SUPERCLASS: B"},
-           {"class A : A {};", "1:7: error: class A is its own superclass in the end"},
-           {"class A : B {};\nclass B : A {};",
-            "1:7: error: class A is its own superclass in the end"},
-           {"class A {};\nclass a {};", "2:7: error: class a is declared already at test.mof:1"},
-           {"class A { string x; string X; };",
-            "1:7: error: CIM_ERR_INVALID_PARAMETER: property X of class A is declared twice"},
-           {"class A { string x; };\nclass B : A { uint8 x; };",
-            "2:7: error: CIM_ERR_INVALID_PARAMETER: property x of class B has another type than in "
-            "class A"},
-           {"class A { string x; };\nclass B : A { string x[]; };",
-            "2:7: error: CIM_ERR_INVALID_PARAMETER: property x of class B has another type than in "
-            "class A"},
-           {"class A { [Key] string x[]; };",
-            "1:7: error: CIM_ERR_INVALID_PARAMETER: key property x of class A is an array"},
-           {"class A { uint8 x = 256; };", "1:21: error: the number does not fit in uint8"},
-           {"class A { A ref x = $i; };", "1:21: error: a class cannot refer to the instance $i"},
-           {"class A { [Key(1)] string x; };",
-            "1:16: error: expected a value of type boolean, found an integer"},
-           {"instance of A {};", "1:13: error: class A is not declared in namespace root/kvasd"},
-           {"class A { [Key] string k; };\ninstance of A { k = \"1\"; z = 1; };",
-            "2:26: error: class A has no property z"},
-           {"class A { [Key] string k; };\ninstance of A { k = \"1\"; K = \"1\"; };",
-            "2:26: error: property k has a value already"},
-           {"class A { [Key] string k; };\ninstance of A {};",
-            "2:13: error: CIM_ERR_INVALID_PARAMETER: key property k of class A has no value"},
-           {"[Abstract] class A { [Key] string k; };\ninstance of A { k = \"1\"; };",
-            "2:13: error: CIM_ERR_NOT_SUPPORTED: class A is abstract"},
-           {"class A { [Key] string k; };\ninstance of A { k = \"1\"; };\n"
-            "instance of a { K = \"1\"; };",
-            "3:13: error: CIM_ERR_ALREADY_EXISTS: A.k=\"1\""},
-           {"class A { [Key] string k; string f[1]; };\n"
-            "instance of A { k = \"1\"; f = {\"a\", \"b\"}; };",
-            "2:13: error: CIM_ERR_INVALID_PARAMETER: property f has more elements than its fixed "
-            "size"},
-           {"#pragma namespace(\"\")",
-            "1:9: error: expected the name of a namespace on this server, found ''"},
-           {"#pragma namespace(\"//host/root/a:b\")",
-            "1:9: error: expected the name of a namespace on this server, found '//host/root/a:b'"},
-       }) {
+  for (
+      const Case& c : {
+          Case{"class A : B {};", "1:7: error: CIM_ERR_INVALID_SUPERCLASS: B"},
+          {"class A : A {};", "1:7: error: class A is its own superclass in the end"},
+          {"class A : B {};\nclass B : A {};",
+           "1:7: error: class A is its own superclass in the end"},
+          {"class A {};\nclass a {};", "2:7: error: class a is declared already at test.mof:1"},
+          {"class A { string x; string X; };",
+           "1:28: error: CIM_ERR_INVALID_PARAMETER: property X of class A is declared twice"},
+          {"class A { string x; };\nclass B : A { uint8 x; };",
+           "2:21: error: CIM_ERR_INVALID_PARAMETER: property x of class B has another type than in "
+           "class A"},
+          {"class A { string x; };\nclass B : A { string x[]; };",
+           "2:22: error: CIM_ERR_INVALID_PARAMETER: property x of class B has another type than in "
+           "class A"},
+          {"class A { [Key] string x[]; };",
+           "1:24: error: CIM_ERR_INVALID_PARAMETER: key property x of class A is an array"},
+          {"class A { uint8 x = 256; };", "1:21: error: the number does not fit in uint8"},
+          {"class A { A ref x = $i; };", "1:21: error: a class cannot refer to the instance $i"},
+          {"class A { [Key(1)] string x; };",
+           "1:16: error: expected a value of type boolean, found an integer"},
+          {"instance of A {};", "1:13: error: class A is not declared in namespace root/kvasd"},
+          {"class A { [Key] string k; };\ninstance of A { k = \"1\"; z = 1; };",
+           "2:26: error: class A has no property z"},
+          {"class A { [Key] string k; };\ninstance of A { k = \"1\"; K = \"1\"; };",
+           "2:26: error: property k has a value already"},
+          {"class A { [Key] string k; };\ninstance of A {};",
+           "2:13: error: CIM_ERR_INVALID_PARAMETER: key property k of class A has no value"},
+          {"[Abstract] class A { [Key] string k; };\ninstance of A { k = \"1\"; };",
+           "2:13: error: CIM_ERR_NOT_SUPPORTED: class A is abstract"},
+          {"class A { [Key] string k; };\ninstance of A { k = \"1\"; };\n"
+           "instance of a { K = \"1\"; };",
+           "3:13: error: CIM_ERR_ALREADY_EXISTS: A.k=\"1\""},
+          {"class A { [Key] string k; string f[1]; };\n"
+           "instance of A { k = \"1\"; f = {\"a\", \"b\"}; };",
+           "2:30: error: expected at most 1 values, found 2"},
+          {"#pragma namespace(\"\")",
+           "1:9: error: expected the name of a namespace on this server, found ''"},
+          {"#pragma namespace(\"//host/root/a:b\")",
+           "1:9: error: expected the name of a namespace on this server, found '//host/root/a:b'"},
+      }) {
     EXPECT_EQ(loadError(c.mof), std::string("test.mof:") + c.message) << c.mof;
   }
 }

@@ -252,7 +252,7 @@ bool mountSmall(const fs::path& folder) {
     std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
     std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
   }
-  return mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+  return mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) == 0 &&
          mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=256k") == 0;
 }
 

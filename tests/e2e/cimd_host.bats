@@ -1,0 +1,168 @@
+#!/usr/bin/env bats
+# The host's own inventory, as morvik-cimd serves it and morvik uses it.
+
+# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
+source "$BATS_TEST_DIRNAME/../support/e2e.bash"
+# shellcheck source-path=SCRIPTDIR source=../support/service.bash
+source "$BATS_TEST_DIRNAME/../support/service.bash"
+
+setup() { enterWorkDirectory; }
+teardown() { stopServers; }
+
+recorded=$project/tests/data/smbios
+
+startRecorded() { # NAME [ARG...]
+    local name=$1
+    shift
+    startCimd --smbios "$recorded/$name" "$@" "$mof"
+}
+
+# Of each instance of the class the values of these properties, as the client shows them.
+valuesOf() { # CLASS PROPERTY...
+    local class=$1
+    shift
+    wbemcli ei -nl "http://127.0.0.1:5988/root/kvasd:$class" >instances
+    local names
+    names=$(printf '|%s' "$@")
+    sed -nE "s/^-(${names:1})=/\1=/p" instances
+}
+
+@test "one socket, one module: model and serial number, clock, capacity" {
+    startRecorded one-socket-one-dimm
+    equal 'model="Server 123 -[1234ABX]-"
+serialNumber="KQ0012A"' "$(valuesOf KVAXDT_ComputerSystemDetails model serialNumber)" system
+    equal 'CurrentClockSpeed=1800' "$(valuesOf KVAXDT_Processor CurrentClockSpeed)" processors
+    equal 'Capacity=536870912' "$(valuesOf KVAXDT_PhysicalMemory Capacity)" memory
+}
+
+@test "many sockets and modules: the empty ones are left out, what is unknown is null" {
+    startRecorded mixed-sockets-and-dimms
+    equal 'DeviceID="CPU 1"
+CurrentClockSpeed=2600
+DeviceID="CPU 3"
+CurrentClockSpeed=1866
+DeviceID="CPU 4"
+CurrentClockSpeed=' "$(valuesOf KVAXDT_Processor DeviceID CurrentClockSpeed)" processors
+    equal 'Capacity=268435456
+Capacity=536870912
+Capacity=1572864
+Capacity=68719476736
+Capacity=34359738368
+Capacity=34357641216
+Capacity=
+Capacity=51539607552' "$(valuesOf KVAXDT_PhysicalMemory Capacity)" memory
+}
+
+@test "a machine without a serial number: null" {
+    startRecorded default-strings
+    equal 'model="Standard PC (i440FX + PIIX, 1996)"
+serialNumber=' "$(valuesOf KVAXDT_ComputerSystemDetails model serialNumber)" system
+}
+
+@test "the classes derived from those of the DMTF have an inventory as well" {
+    [[ -n ${MORVIK_DMTF_SCHEMA-} ]] || skip 'MORVIK_DMTF_SCHEMA does not name the DMTF schema'
+    startCimd --smbios "$recorded/one-socket-one-dimm" "$MORVIK_DMTF_SCHEMA" "$schema/kvaxdt-dmtf.mof"
+    equal 'CurrentClockSpeed=1800' "$(valuesOf KVAXDT_Processor CurrentClockSpeed)" processors
+}
+
+@test "names of instances are the same in every run" {
+    startRecorded mixed-sockets-and-dimms
+    wbemcli ein http://127.0.0.1:5988/root/kvasd:KVAXDT_PhysicalMemory >first
+    equal 8 "$(sort -u first | wc -l)" 'the number of names'
+    stopServers
+    startRecorded mixed-sockets-and-dimms
+    wbemcli ein http://127.0.0.1:5988/root/kvasd:KVAXDT_PhysicalMemory >second
+    cmp first second
+}
+
+@test "morvik: from the tables to the file for the machine type to the published entries" {
+    startRecorded one-socket-one-dimm --store fru.db
+    startFtp
+    printf '%s\n' '"P1","PROCESSOR","SPEED=1800","Processor"' '"P2","PROCESSOR","SPEED=2400","Other"' \
+        '"M1","MEMORY","SIZE=512","Memory"' '"M2","MEMORY","SIZE=1024","Other"' \
+        '"F1","FAN","","Fan"' | putOnParts 1234wpk.txt
+    mkdir run
+    cd run
+    runMorvik -s 127.0.0.1 -d /pc/dolmex/bp_server
+    succeeded
+    filesAre
+    publishedNumbersAre F1 M1 P1
+    cd "$OLDPWD" || return
+    published >before
+    killServer
+    startRecorded one-socket-one-dimm --store fru.db
+    publishedAre <before
+}
+
+@test "morvik: what the firmware does not know is no failure; the other parts are compared" {
+    startRecorded mixed-sockets-and-dimms
+    printf '%s\n' '"P2600","PROCESSOR","SPEED=2600","x"' '"P1866","PROCESSOR","SPEED=1866","x"' \
+        '"P4000","PROCESSOR","SPEED=4000","x"' '"M1","MEMORY","SIZE=1","x"' \
+        '"M49152","MEMORY","SIZE=49152","x"' '"M1024","MEMORY","SIZE=1024","x"' >fru.txt
+    runMorvik -s 127.0.0.1 -d dir
+    usedLocalCopy
+    publishedNumbersAre M1 M49152 P1866 P2600
+}
+
+@test "no tables: processors and clocks from cpuinfo, the rest stays empty, and it says so" {
+    mkdir bare
+    cp "$recorded/one-socket-one-dimm/cpuinfo" bare
+    startCimd --smbios bare "$mof"
+    logHas 'warning: the host has no SMBIOS tables: processors and their clocks are from cpuinfo'
+    equal 1 "$(valuesOf KVAXDT_Processor CurrentClockSpeed | grep -cE '=[0-9]+$')" processors
+    equal '' "$(valuesOf KVAXDT_ComputerSystemDetails model)" system
+    equal '' "$(valuesOf KVAXDT_PhysicalMemory Capacity)" memory
+}
+
+@test "an empty folder: it says so and serves the rest" {
+    mkdir empty
+    startCimd --smbios empty "$mof"
+    logHas 'the host has no SMBIOS tables'
+    equal '' "$(valuesOf KVAXDT_ComputerSystemDetails model)" system
+    change create F1 fan
+}
+
+@test "a folder that is missing, or no folder: status 3" {
+    endsWith 3 --smbios missing "$mof"
+    endsWith 3 --smbios "$mof" "$mof"
+}
+
+@test "tables cut at every hundredth byte, and filled with ones: it starts, serves what is whole, and says so" {
+    local tables=$recorded/mixed-sockets-and-dimms length
+    mkdir damaged
+    cp "$tables"/* damaged
+    for ((length = 0; length < 1601; length += 100)); do
+        head -c "$length" "$tables/DMI" >damaged/DMI
+        endsWith 0 --check --smbios damaged "$mof"
+        grep -q 'SMBIOS' "$err"
+    done
+    head -c 1601 /dev/zero | tr '\0' '\377' >damaged/DMI
+    endsWith 0 --check --smbios damaged "$mof"
+    grep -q 'damaged' "$err"
+    head -c 5M /dev/zero >damaged/DMI
+    endsWith 0 --check --smbios damaged "$mof"
+    grep -q 'larger than' "$err"
+}
+
+@test "the host itself without SMBIOS: at least one processor, or it says that cpuinfo tells none" {
+    # An empty folder in place of the kernel's, whatever the host has.
+    mount -t tmpfs none /sys/firmware 2>/dev/null || skip 'cannot mount here'
+    startCimd --host "$mof"
+    umount /sys/firmware
+    logHas 'the host has no SMBIOS tables'
+    equal '' "$(valuesOf KVAXDT_ComputerSystemDetails model)" system
+    grep -q 'no cpuinfo that tells' "$BATS_TEST_TMPDIR/cimd.log" ||
+        [[ -n $(valuesOf KVAXDT_Processor DeviceID) ]]
+}
+
+@test "without --host and --smbios nothing is told of the host" {
+    startCimd "$mof"
+    equal '' "$(valuesOf KVAXDT_Processor DeviceID)" processors
+    run ! grep -qiE 'smbios|cpuinfo' "$BATS_TEST_TMPDIR/cimd.log"
+}
+
+@test "classes without a place for the inventory: status 3 and what is missing" {
+    printf 'class KVAXDT_FRU { [Key] string FRUNumber; };' >other.mof
+    endsWith 3 --smbios "$recorded/one-socket-one-dimm" other.mof
+    run -0 grep '^morvik-cimd: error: .*KVAXDT_ComputerSystemDetails' "$err"
+}

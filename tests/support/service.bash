@@ -1,0 +1,73 @@
+# What the tests of morvik-cimd as a service share. Loaded after e2e.bash, whose variables it uses.
+# shellcheck disable=SC2154
+
+mof=$schema/kvaxdt.mof
+export LC_ALL=C
+
+# The process id of the running morvik-cimd.
+serverPid() {
+    local server
+    for server in "${servers[@]}"; do
+        [[ $server != cimd:* ]] || printf '%s\n' "${server##*:}"
+    done
+}
+
+change() { "$python" "$support/cim_change.py" "$@"; }
+
+# The published instances are these, in this order.
+listIs() { # 'NUMBER=NAME ...'
+    equal "$1" "$(change list)" 'the list of instances'
+}
+
+startWithStore() { # [ARG...]
+    startCimd --store fru.db "$@" "$mof"
+}
+
+# The server gets no chance to do anything about it.
+killServer() {
+    local pid server others=() status=0
+    pid=$(serverPid)
+    kill -KILL "$pid"
+    wait "$pid" 2>/dev/null || status=$?
+    for server in "${servers[@]}"; do
+        [[ $server == cimd:* ]] || others+=("$server")
+    done
+    servers=("${others[@]}")
+    equal 137 "$status" 'the status of the killed server'
+}
+
+# The server has written a line with this text, within seconds.
+logHas() { # TEXT [TIMES]
+    local end=$((SECONDS + 20))
+    until (($(grep -cF -- "$1" "$BATS_TEST_TMPDIR/cimd.log") >= ${2-1})); do
+        if ((SECONDS >= end)); then
+            printf 'the log has no "%s":\n' "$1" >&2
+            cat "$BATS_TEST_TMPDIR/cimd.log" >&2
+            return 1
+        fi
+        sleep 0.01
+    done
+}
+
+logHasNot() { # TEXT
+    grep -qF -- "$1" "$BATS_TEST_TMPDIR/cimd.log" || return 0
+    cat "$BATS_TEST_TMPDIR/cimd.log" >&2
+    return 1
+}
+
+# morvik-cimd ends by itself with this status. What it writes is in the files $out and $err.
+endsWith() { # STATUS [ARG...]
+    local expected=$1
+    shift
+    runInstead "$cimd" "$@"
+    equal "$expected" "$status" "the status of morvik-cimd $*" || { cat "$err" >&2; return 1; }
+}
+
+# Standard error ends with this line. Warnings about root may stand before it.
+complains() { # LINE
+    equal "$1" "$(tail -n 1 "$err")" 'the message'
+}
+
+reload() {
+    kill -HUP "$(serverPid)"
+}

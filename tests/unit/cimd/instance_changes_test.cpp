@@ -1,0 +1,372 @@
+// Creating, changing and deleting instances by requests, and what a failing journal leaves behind.
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "requests.h"
+
+namespace cimd {
+namespace {
+
+using test::attributes;
+using test::className;
+using test::instanceName;
+using test::Parameters;
+using test::value;
+using test::values;
+
+constexpr const char* schema = R"(
+class Base { [Key] string Id; string Text = "dflt"; uint8 Number; string Many[]; Base ref Next;
+             string Two[2]; datetime When; };
+class Sub : Base { boolean Flag = true; };
+[Abstract] class Nothing { [Key] string Id; };
+class Numbers { [Key] uint16 n; [Key] boolean b; [Key] real32 r; [Key] sint64 s; [Key] char16 c; };
+instance of Base { Id = "1"; Text = "one"; Number = 1; Many = {"a", "b"}; };
+)";
+
+std::string property(const std::string& name, const std::string& type, const std::string& content) {
+  return "<PROPERTY NAME=\"" + name + "\" TYPE=\"" + type + "\">" + content + "</PROPERTY>";
+}
+
+std::string text(const std::string& name, const std::string& content) {
+  return property(name, "string", value(content));
+}
+
+std::string instance(const std::string& cls, const std::string& properties) {
+  return "<INSTANCE CLASSNAME=\"" + cls + "\">" + properties + "</INSTANCE>";
+}
+
+class InstanceChanges : public testing::Test {
+ protected:
+  int creating(const std::string& cls, const std::string& properties) {
+    return server_.errorOf("CreateInstance", {{"NewInstance", instance(cls, properties)}});
+  }
+  // Of Base.Id="1", or of the instance with this name.
+  int modifying(const std::string& properties, const Parameters& more = {},
+                const std::string& name = instanceName("Base", "Id", "1"),
+                const std::string& cls = "Base") {
+    Parameters parameters{
+        {"ModifiedInstance",
+         "<VALUE.NAMEDINSTANCE>" + name + instance(cls, properties) + "</VALUE.NAMEDINSTANCE>"}};
+    parameters.insert(parameters.end(), more.begin(), more.end());
+    return server_.errorOf("ModifyInstance", parameters);
+  }
+  int setting(const std::string& name, const std::string& content) {
+    Parameters parameters{{"InstanceName", instanceName("base", "ID", "1")},
+                          {"PropertyName", value(name)}};
+    if (!content.empty()) {
+      parameters.emplace_back("NewValue", content);
+    }
+    return server_.errorOf("SetProperty", parameters);
+  }
+  std::string whole() {
+    return server_.ask("GetInstance", {{"InstanceName", instanceName("Base", "Id", "1")}});
+  }
+  // The XML of one value; nothing for null.
+  std::string now(const std::string& name) {
+    return server_.ask("GetProperty", {{"InstanceName", instanceName("Base", "Id", "1")},
+                                       {"PropertyName", value(name)}});
+  }
+
+  test::Server server_{schema};
+};
+
+TEST_F(InstanceChanges, NewInstancesAreCheckedAgainstTheirClass) {
+  const std::string id = text("Id", "2");
+  struct Case {
+    std::string cls;
+    std::string properties;
+    int error;
+  };
+  for (const Case& c : {
+           Case{"NoSuchClass", id, Pegasus::CIM_ERR_INVALID_CLASS},
+           {"Nothing", id, Pegasus::CIM_ERR_NOT_SUPPORTED},
+           {"Base", text("Text", "x"), Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {"Base", property("Id", "string", ""), Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {"Base", id + text("Unknown", "x"), Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {"Base", id + id, Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {"Base", id + text("ID", "3"), Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {"Base", id + text("Number", "1"), Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {"Base", id + property("Number", "uint16", value("1")),
+            Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {"Base", id + property("Number", "uint8", value("256")),
+            Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {"Base", id + property("Number", "uint8", value("one")),
+            Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {"Base", id + text("Many", "x"), Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {"Base", id + property("When", "datetime", value("today")),
+            Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {"Base",
+            id + "<PROPERTY.ARRAY NAME=\"Two\" TYPE=\"string\">" + values({"a", "b", "c"}) +
+                "</PROPERTY.ARRAY>",
+            Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {"Base", text("Id", "1"), Pegasus::CIM_ERR_ALREADY_EXISTS},
+           {"bASE", text("iD", "1"), Pegasus::CIM_ERR_ALREADY_EXISTS},
+       }) {
+    EXPECT_EQ(creating(c.cls, c.properties), c.error) << c.cls << ' ' << c.properties;
+  }
+  const std::string names =
+      server_.ask("EnumerateInstanceNames", {{"ClassName", className("Base")}});
+  EXPECT_EQ(names, instanceName("Base", "Id", "1"));
+  EXPECT_EQ(creating("Base", id), Pegasus::CIM_ERR_SUCCESS);
+  // The same keys in a subclass are another instance.
+  EXPECT_EQ(creating("Sub", id), Pegasus::CIM_ERR_SUCCESS);
+}
+
+TEST_F(InstanceChanges, NamesAreTheSameInAnyOrderLetterCaseAndFormOfNumbers) {
+  const auto key = [](const std::string& name, const std::string& type,
+                      const std::string& content) {
+    return "<KEYBINDING NAME=\"" + name + "\"><KEYVALUE VALUETYPE=\"" + type + "\">" + content +
+           "</KEYVALUE></KEYBINDING>";
+  };
+  const auto finding = [&](const std::string& keys) {
+    return server_.errorOf("GetInstance", {{"InstanceName", "<INSTANCENAME CLASSNAME=\"NUMBERS\">" +
+                                                                keys + "</INSTANCENAME>"}});
+  };
+  ASSERT_EQ(
+      creating("Numbers",
+               property("n", "uint16", value("0x10")) + property("b", "boolean", value("True")) +
+                   property("r", "real32", value("1.50")) + property("s", "sint64", value("-5")) +
+                   property("c", "char16", value("x"))),
+      Pegasus::CIM_ERR_SUCCESS);
+  const std::string rest = key("s", "numeric", "-5") + key("c", "string", "x");
+  EXPECT_EQ(finding(key("n", "numeric", "16") + key("b", "boolean", "TRUE") +
+                    key("r", "numeric", "1.5") + rest),
+            0);
+  EXPECT_EQ(finding(rest + key("R", "numeric", "15.0E-1") + key("B", "boolean", "true") +
+                    key("N", "numeric", "10000b")),
+            0);
+  EXPECT_EQ(finding(key("n", "string", "016") + key("b", "string", "tRUE") +
+                    key("r", "string", "1.5e0") + rest),
+            0);
+  const std::string others =
+      key("b", "boolean", "TRUE") + key("r", "numeric", "1.5") + key("c", "string", "x");
+  for (const std::string& wrong :
+       {key("n", "numeric", "17") + key("s", "numeric", "-5"),
+        key("n", "numeric", "16") + key("s", "numeric", "5"),
+        key("n", "numeric", "65552") + key("s", "numeric", "-5"), key("n", "numeric", "16"),
+        key("n", "numeric", "16") + key("x", "numeric", "-5")}) {
+    EXPECT_EQ(finding(wrong + others), Pegasus::CIM_ERR_NOT_FOUND) << wrong;
+  }
+}
+
+TEST_F(InstanceChanges, ModifyChangesWhatIsGivenAndNothingElse) {
+  EXPECT_EQ(modifying(text("TEXT", "new") + property("Number", "uint8", "")), 0);
+  EXPECT_EQ(now("Text"), value("new"));
+  EXPECT_EQ(now("Number"), "");
+  EXPECT_EQ(now("Many"), values({"a", "b"}));
+  // A key may be there if it stays what it is; nothing at all is a change, too.
+  EXPECT_EQ(modifying(text("Id", "1") + text("Text", "again")), 0);
+  EXPECT_EQ(modifying(""), 0);
+  EXPECT_EQ(now("Text"), value("again"));
+}
+
+TEST_F(InstanceChanges, ModifyChangesOnlyWhatTheListNames) {
+  const std::string both = text("Text", "new") + property("Number", "uint8", value("9"));
+  EXPECT_EQ(modifying(both, {{"PropertyList", values({"NUMBER", "number"})}}), 0);
+  EXPECT_EQ(now("Number"), value("9"));
+  EXPECT_EQ(now("Text"), value("one"));
+  EXPECT_EQ(modifying(both, {{"PropertyList", values({})}}), 0);
+  EXPECT_EQ(now("Text"), value("one"));
+  // What is listed and not given gets the default of the class, or null where there is none.
+  EXPECT_EQ(modifying("", {{"PropertyList", values({"Text", "Many", "Id"})},
+                           {"IncludeQualifiers", value("false")}}),
+            0);
+  EXPECT_EQ(now("Text"), value("dflt"));
+  EXPECT_EQ(now("Many"), "");
+  EXPECT_EQ(now("Number"), value("9"));
+}
+
+TEST_F(InstanceChanges, AWrongModificationChangesNothingAndHasItsError) {
+  const std::string good = text("Text", "new");
+  const std::string before = whole();
+  struct Case {
+    std::string properties;
+    Parameters more;
+    int error;
+  };
+  for (const Case& c : {
+           Case{good + text("Unknown", "x"), {}, Pegasus::CIM_ERR_NO_SUCH_PROPERTY},
+           {good,
+            {{"PropertyList", values({"Text", "Unknown"})}},
+            Pegasus::CIM_ERR_NO_SUCH_PROPERTY},
+           {good + text("Id", "2"), {}, Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {good + property("Id", "string", ""), {}, Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {good + text("Number", "1"), {}, Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {good + text("text", "x"), {}, Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {good, {{"PropertyList", value("Text")}}, Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {good, {{"IncludeQualifiers", values({"x"})}}, Pegasus::CIM_ERR_INVALID_PARAMETER},
+           {good, {{"LocalOnly", value("true")}}, Pegasus::CIM_ERR_INVALID_PARAMETER},
+       }) {
+    EXPECT_EQ(modifying(c.properties, c.more), c.error) << c.properties;
+  }
+  EXPECT_EQ(modifying(good, {}, instanceName("Base", "Id", "2")), Pegasus::CIM_ERR_NOT_FOUND);
+  EXPECT_EQ(modifying(good, {}, instanceName("None", "Id", "1"), "None"),
+            Pegasus::CIM_ERR_INVALID_CLASS);
+  // The name of one class and the instance of another.
+  EXPECT_EQ(modifying(good, {}, instanceName("Base", "Id", "1"), "Sub"),
+            Pegasus::CIM_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(server_.errorOf("ModifyInstance", {}), Pegasus::CIM_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(server_.errorOf("ModifyInstance", {{"ModifiedInstance", instance("Base", good)}}),
+            Pegasus::CIM_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(whole(), before);
+}
+
+TEST_F(InstanceChanges, SetPropertySetsOneValueOfItsType) {
+  EXPECT_EQ(setting("text", value(" new ")), 0);
+  EXPECT_EQ(now("Text"), value(" new "));
+  EXPECT_EQ(setting("Number", value("0xFF")), 0);
+  EXPECT_EQ(now("Number"), value("255"));
+  EXPECT_EQ(setting("Many", values({"x", ""})), 0);
+  EXPECT_EQ(now("Many"), values({"x", ""}));
+  EXPECT_EQ(setting("When", value("20261121093000.000000+060")), 0);
+  EXPECT_EQ(
+      setting("Next", "<VALUE.REFERENCE>" + instanceName("Base", "Id", "2") + "</VALUE.REFERENCE>"),
+      0);
+  EXPECT_EQ(attributes(now("Next"), "INSTANCENAME", "CLASSNAME"), "Base ");
+  // Without a value it becomes null, whatever the default.
+  EXPECT_EQ(setting("Text", ""), 0);
+  EXPECT_EQ(now("Text"), "");
+  EXPECT_EQ(setting("Id", value("1")), 0);
+}
+
+TEST_F(InstanceChanges, AWrongValueForAPropertyIsATypeMismatch) {
+  const std::string before = whole();
+  struct Case {
+    const char* property;
+    std::string content;
+  };
+  for (const Case& c :
+       {Case{"Number", value("one")},
+        {"Number", value("256")},
+        {"Number", value("-1")},
+        {"Number", values({"1"})},
+        {"Text", values({"a"})},
+        {"Text", "<VALUE.REFERENCE>" + instanceName("Base", "Id", "2") + "</VALUE.REFERENCE>"},
+        {"Many", value("a")},
+        {"When", value("today")},
+        {"Next", value("Base.Id=1")}}) {
+    EXPECT_EQ(setting(c.property, c.content), Pegasus::CIM_ERR_TYPE_MISMATCH)
+        << c.property << ' ' << c.content;
+  }
+  EXPECT_EQ(setting("Unknown", value("x")), Pegasus::CIM_ERR_NO_SUCH_PROPERTY);
+  EXPECT_EQ(setting("Id", value("2")), Pegasus::CIM_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(setting("Two", values({"a", "b", "c"})), Pegasus::CIM_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(whole(), before);
+}
+
+TEST_F(InstanceChanges, SetPropertyNeedsAnInstanceAndAName) {
+  const auto setting = [&](const Parameters& parameters) {
+    return server_.errorOf("SetProperty", parameters);
+  };
+  const Parameters good{{"InstanceName", instanceName("Base", "Id", "1")},
+                        {"PropertyName", value("Text")}};
+  EXPECT_EQ(setting({good[0]}), Pegasus::CIM_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(setting({good[1]}), Pegasus::CIM_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(setting({{"InstanceName", instanceName("Base", "Id", "2")}, good[1]}),
+            Pegasus::CIM_ERR_NOT_FOUND);
+  EXPECT_EQ(setting({{"InstanceName", instanceName("None", "Id", "1")}, good[1]}),
+            Pegasus::CIM_ERR_INVALID_CLASS);
+  EXPECT_EQ(server_.errorOf("SetProperty", good, "root/nowhere"),
+            Pegasus::CIM_ERR_INVALID_NAMESPACE);
+}
+
+// A journal on a disk that may be full.
+class FakeJournal : public Journal {
+ public:
+  void put(const Pegasus::String& nameSpace, const InstanceKey& /*key*/,
+           const Pegasus::CIMInstance& instance) override {
+    fail();
+    entries += "put " + nameSpace.toUtf8() + " " + instance.getPath().toString().toUtf8() + "\n";
+  }
+  void remove(const Pegasus::String& nameSpace, const InstanceKey& /*key*/) override {
+    fail();
+    entries += "remove " + nameSpace.toUtf8() + "\n";
+  }
+
+  std::string entries;
+  enum { WORKS, REFUSES, BREAKS } state = WORKS;
+
+ private:
+  void fail() const {
+    if (state == REFUSES) {
+      throw Pegasus::CIMException(Pegasus::CIM_ERR_FAILED, "the disk is full");
+    }
+    if (state == BREAKS) {
+      throw std::runtime_error("the disk is broken");
+    }
+  }
+};
+
+class JournaledChanges : public InstanceChanges {
+ protected:
+  JournaledChanges() {
+    server_.repository.setJournal(&journal_);
+    EXPECT_EQ(creating("Base", text("Id", "p") + text("Text", "kept")), 0);
+  }
+  std::string everything() {
+    return server_.ask("EnumerateInstances", {{"ClassName", className("Base")}});
+  }
+
+  FakeJournal journal_;
+  const std::string published_ = instanceName("Base", "Id", "p");
+};
+
+TEST_F(JournaledChanges, EveryChangeOfWhatIsPublishedIsWrittenFirst) {
+  EXPECT_EQ(modifying(text("Text", "new"), {}, published_), 0);
+  EXPECT_EQ(server_.errorOf("SetProperty", {{"InstanceName", published_},
+                                            {"PropertyName", value("Text")},
+                                            {"NewValue", value("newer")}}),
+            0);
+  EXPECT_EQ(server_.errorOf("DeleteInstance", {{"InstanceName", published_}}), 0);
+  const std::string put = "put root/kvasd Base.Id=\"p\"\n";
+  EXPECT_EQ(journal_.entries, put + put + put + "remove root/kvasd\n");
+}
+
+// But for its deletion: what a client published under the same name must not come back some day.
+TEST_F(JournaledChanges, WhatTheFilesDeclareIsNot) {
+  journal_.entries.clear();
+  EXPECT_EQ(modifying(text("Text", "new")), 0);
+  EXPECT_EQ(journal_.entries, "");
+  EXPECT_EQ(server_.errorOf("DeleteInstance", {{"InstanceName", instanceName("Base", "Id", "1")}}),
+            0);
+  EXPECT_NE(journal_.entries, "");
+}
+
+TEST_F(JournaledChanges, WrongRequestsAreNotWritten) {
+  journal_.entries.clear();
+  EXPECT_NE(creating("Base", text("Id", "p")), 0);
+  EXPECT_NE(creating("Base", text("Unknown", "p")), 0);
+  EXPECT_NE(modifying(text("Unknown", "x"), {}, published_), 0);
+  EXPECT_NE(server_.errorOf("DeleteInstance", {{"InstanceName", instanceName("Base", "Id", "x")}}),
+            0);
+  EXPECT_EQ(journal_.entries, "");
+}
+
+TEST_F(JournaledChanges, WhatCannotBeWrittenFailsAndChangesNothing) {
+  const std::string before = everything();
+  for (const auto state : {FakeJournal::REFUSES, FakeJournal::BREAKS}) {
+    journal_.state = state;
+    EXPECT_EQ(creating("Base", text("Id", "new")), Pegasus::CIM_ERR_FAILED);
+    EXPECT_EQ(modifying(text("Text", "new"), {}, published_), Pegasus::CIM_ERR_FAILED);
+    EXPECT_EQ(server_.errorOf("SetProperty", {{"InstanceName", published_},
+                                              {"PropertyName", value("Text")},
+                                              {"NewValue", value("new")}}),
+              Pegasus::CIM_ERR_FAILED);
+    EXPECT_EQ(server_.errorOf("DeleteInstance", {{"InstanceName", published_}}),
+              Pegasus::CIM_ERR_FAILED);
+    EXPECT_EQ(everything(), before);
+  }
+  journal_.state = FakeJournal::WORKS;
+  EXPECT_EQ(creating("Base", text("Id", "new")), 0);
+  EXPECT_EQ(server_.errorOf("DeleteInstance", {{"InstanceName", published_}}), 0);
+}
+
+TEST_F(JournaledChanges, FailuresTellTheReason) {
+  journal_.state = FakeJournal::BREAKS;
+  EXPECT_EQ(server_.ask("DeleteInstance", {{"InstanceName", published_}}),
+            "1: CIM_ERR_FAILED: the disk is broken ");
+}
+
+}  // namespace
+}  // namespace cimd

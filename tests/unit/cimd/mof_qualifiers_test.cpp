@@ -1,0 +1,316 @@
+// Qualifiers from MOF: how they are declared, used, and passed on to subclasses.
+#include <cimd/operations/SchemaEncoder.h>
+#include <gtest/gtest.h>
+
+#include "support.h"
+
+namespace cimd {
+namespace {
+
+using test::loadError;
+
+// The XML of the declaration of Q, without its name.
+std::string declared(const std::string& mof) {
+  Repository repository;
+  test::loadText(repository, mof);
+  std::string xml;
+  appendQualifierDeclaration(xml,
+                             *repository.nameSpace(defaultNameSpace).schema().findQualifier("Q"));
+  const std::string begin = "<QUALIFIER.DECLARATION NAME=\"Q\"";
+  EXPECT_TRUE(xml.starts_with(begin));
+  return xml.substr(begin.size() + 1, xml.find("</QUALIFIER.D") - begin.size() - 1);
+}
+
+// Type, value and flavors of the only qualifier of class A.
+std::string used(const std::string& mof) {
+  Repository repository;
+  test::loadText(repository, mof);
+  const auto& qualifiers = repository.nameSpace(defaultNameSpace).classNamed("A").qualifiers();
+  EXPECT_EQ(qualifiers.size(), 1U) << mof;
+  const Qualifier& qualifier = *qualifiers.at(0).qualifier;
+  return std::string(Pegasus::cimTypeToString(qualifier.value.getType())) +
+         (qualifier.value.isArray() ? "[] " : " ") +
+         (qualifier.value.isNull() ? "null" : qualifier.value.toString().toUtf8()) +
+         (qualifier.flavors.isOverridable ? "" : " DisableOverride") +
+         (qualifier.flavors.isForSubclasses ? "" : " Restricted") +
+         (qualifier.flavors.isTranslatable ? " Translatable" : "");
+}
+
+TEST(MofQualifiers, DeclarationsOfEveryTypeWithTheirDefaults) {
+  struct Case {
+    const char* type;
+    const char* xml;
+  };
+  for (const Case& c :
+       {Case{"boolean", "TYPE=\"boolean\" ISARRAY=\"false\">*"},
+        {"Boolean = TRUE", "TYPE=\"boolean\" ISARRAY=\"false\">*<VALUE>true</VALUE>"},
+        {"string = null", "TYPE=\"string\" ISARRAY=\"false\">*"},
+        {"string = \"a\" \"b\"", "TYPE=\"string\" ISARRAY=\"false\">*<VALUE>ab</VALUE>"},
+        {"uint8 = 0xFF", "TYPE=\"uint8\" ISARRAY=\"false\">*<VALUE>255</VALUE>"},
+        {"sint8 = -128", "TYPE=\"sint8\" ISARRAY=\"false\">*<VALUE>-128</VALUE>"},
+        {"uint16 = 0", "TYPE=\"uint16\" ISARRAY=\"false\">*<VALUE>0</VALUE>"},
+        {"SINT16 = -017", "TYPE=\"sint16\" ISARRAY=\"false\">*<VALUE>-15</VALUE>"},
+        {"uint32 = 101b", "TYPE=\"uint32\" ISARRAY=\"false\">*<VALUE>5</VALUE>"},
+        {"sint32 = +7", "TYPE=\"sint32\" ISARRAY=\"false\">*<VALUE>7</VALUE>"},
+        {"uint64 = 1", "TYPE=\"uint64\" ISARRAY=\"false\">*<VALUE>1</VALUE>"},
+        {"sint64 = -1", "TYPE=\"sint64\" ISARRAY=\"false\">*<VALUE>-1</VALUE>"},
+        {"real32 = .5", "TYPE=\"real32\" ISARRAY=\"false\">*<VALUE>0.5</VALUE>"},
+        {"real64 = -2.5", "TYPE=\"real64\" ISARRAY=\"false\">*<VALUE>-2.5</VALUE>"},
+        {"char16 = 'c'", "TYPE=\"char16\" ISARRAY=\"false\">*<VALUE>c</VALUE>"},
+        {"datetime = \"00000001000000.000000:000\"",
+         "TYPE=\"datetime\" ISARRAY=\"false\">*<VALUE>00000001000000.000000:000</VALUE>"},
+        {"string[]", "TYPE=\"string\" ISARRAY=\"true\">*"},
+        {"uint8[2] = {1, 2}",
+         "TYPE=\"uint8\" ISARRAY=\"true\" ARRAYSIZE=\"2\">*<VALUE.ARRAY><VALUE>1</VALUE>"
+         "<VALUE>2</VALUE></VALUE.ARRAY>"},
+        {"string[] = {}", "TYPE=\"string\" ISARRAY=\"true\">*<VALUE.ARRAY></VALUE.ARRAY>"}}) {
+    std::string expected = c.xml;
+    expected.replace(expected.find('*'), 1, "<SCOPE PROPERTY=\"true\"/>");
+    EXPECT_EQ(declared(std::string("Qualifier Q : ") + c.type + ", Scope(property);"), expected)
+        << c.type;
+  }
+}
+
+TEST(MofQualifiers, ScopesAndFlavors) {
+  struct Case {
+    const char* rest;
+    const char* xml;
+  };
+  const std::string attributes = "TYPE=\"boolean\" ISARRAY=\"false\"";
+  for (const Case& c :
+       {Case{"Scope(any)",
+             "><SCOPE CLASS=\"true\" ASSOCIATION=\"true\" REFERENCE=\"true\" PROPERTY=\"true\" "
+             "METHOD=\"true\" PARAMETER=\"true\" INDICATION=\"true\"/>"},
+        {"SCOPE(Class, ASSOCIATION, indication)",
+         "><SCOPE CLASS=\"true\" ASSOCIATION=\"true\" INDICATION=\"true\"/>"},
+        {"scope(reference, method, parameter)",
+         "><SCOPE REFERENCE=\"true\" METHOD=\"true\" PARAMETER=\"true\"/>"},
+        {"Scope(qualifier, schema, class)", "><SCOPE CLASS=\"true\"/>"},
+        {"Scope(class), Flavor(EnableOverride, ToSubclass)", "><SCOPE CLASS=\"true\"/>"},
+        {"Scope(class), FLAVOR(disableoverride, RESTRICTED, Translatable)",
+         " OVERRIDABLE=\"false\" TOSUBCLASS=\"false\" TRANSLATABLE=\"true\">"
+         "<SCOPE CLASS=\"true\"/>"},
+        {"Scope(class), Flavor(ToInstance)", "><SCOPE CLASS=\"true\"/>"},
+        {"Scope(class), Flavor(Restricted, Restricted)",
+         " TOSUBCLASS=\"false\"><SCOPE CLASS=\"true\"/>"}}) {
+    EXPECT_EQ(declared(std::string("Qualifier Q : boolean, ") + c.rest + ";"), attributes + c.xml)
+        << c.rest;
+  }
+}
+
+TEST(MofQualifiers, WrongDeclarationsAreRefused) {
+  struct Case {
+    const char* mof;
+    const char* message;
+  };
+  for (const Case& c :
+       {Case{"Qualifier Q : boolean, Scope(nothing);",
+             "1:11: error: expected a scope such as property, found nothing"},
+        {"Qualifier Q : boolean, Scope(any), Flavor(sour);",
+         "1:11: error: expected a flavor such as ToSubclass, found sour"},
+        {"Qualifier Q : boolean, Scope(any), Flavor(EnableOverride, DisableOverride);",
+         "1:11: error: flavor DisableOverride contradicts the one before it"},
+        {"Qualifier Q : boolean, Scope(any), Flavor(Restricted, ToSubclass);",
+         "1:11: error: flavor ToSubclass contradicts the one before it"},
+        {"Qualifier Q : A ref, Scope(any);", "1:11: error: a qualifier cannot be a reference"},
+        {"Qualifier Q : strong, Scope(any);", "1:15: error: expected a type, found 'strong'"},
+        {"Qualifier Q : boolean = 1, Scope(any);",
+         "1:25: error: expected a value of type boolean, found an integer"},
+        {"Qualifier Q : uint8 = 256, Scope(any);", "1:23: error: the number does not fit in uint8"},
+        {"Qualifier Q : string[] = \"a\", Scope(any);",
+         "1:26: error: expected values in braces, found a single value"},
+        {"Qualifier Q : string = {\"a\"}, Scope(any);",
+         "1:24: error: expected a single value, found values in braces"},
+        {"Qualifier Q : uint8[1] = {1, 2}, Scope(any);",
+         "1:26: error: expected at most 1 values, found 2"},
+        {"Qualifier Q : string = $a, Scope(any);",
+         "1:24: error: expected a value of type string, found an alias"},
+        {"[Key] Qualifier Q : string, Scope(any);",
+         "1:7: error: expected a class, an instance, a qualifier or #pragma, found 'Qualifier'"}}) {
+    EXPECT_EQ(loadError(c.mof), std::string("test.mof:") + c.message) << c.mof;
+  }
+}
+
+TEST(MofQualifiers, ADeclarationTakesThePlaceOfTheOneBeforeForTheWholeLoad) {
+  const std::string mof =
+      "Qualifier q : boolean, Scope(class);\n[Q(5)] class A {};\n"
+      "Qualifier Q : uint8, Scope(class), Flavor(Restricted);";
+  EXPECT_EQ(used(mof), "uint8 5 Restricted");
+  EXPECT_EQ(declared(mof),
+            "TYPE=\"uint8\" ISARRAY=\"false\" TOSUBCLASS=\"false\"><SCOPE CLASS=\"true\"/>");
+}
+
+TEST(MofQualifiers, ValuesHaveTheDeclaredType) {
+  struct Case {
+    const char* type;
+    const char* use;
+    const char* value;
+  };
+  for (const Case& c :
+       {Case{"boolean", "", "boolean TRUE"},
+        {"boolean = true", "", "boolean TRUE"},
+        {"boolean", "(false)", "boolean FALSE"},
+        {"boolean", "(null)", "boolean null"},
+        {"string = \"dflt\"", "", "string dflt"},
+        {"string", "", "string null"},
+        {"string", "(\"a\" \"b\")", "string ab"},
+        {"string[]", "{\"a\", \"b\"}", "string[] {a, b}"},
+        {"string[]", "({\"a\"})", "string[] {a}"},
+        {"string[]", "{}", "string[] {}"},
+        {"uint8", "(7)", "uint8 7"},
+        {"sint64", "(-7)", "sint64 -7"},
+        {"real32", "(7)", "real32 7"},
+        {"char16", "('x')", "char16 x"},
+        {"datetime", "(\"20261121093000.000000+060\")", "datetime 20261121093000.000000+060"}}) {
+    EXPECT_EQ(used(std::string("Qualifier Q : ") + c.type + ", Scope(class);\n[q" + c.use +
+                   "] class A {};"),
+              c.value)
+        << c.type << ' ' << c.use;
+  }
+}
+
+TEST(MofQualifiers, WhatIsNotDeclaredHasTheTypeOfItsValue) {
+  struct Case {
+    const char* use;
+    const char* value;
+  };
+  for (const Case& c : {Case{"", "boolean TRUE"},
+                        {"(\"a\")", "string a"},
+                        {"(5)", "uint64 5"},
+                        {"(-5)", "sint64 -5"},
+                        {"(1.5)", "real64 1.5"},
+                        {"('x')", "char16 x"},
+                        {"(FALSE)", "boolean FALSE"},
+                        {"(NULL)", "string null"},
+                        {"{\"a\", \"b\"}", "string[] {a, b}"},
+                        {"{}", "string[] {}"},
+                        {"{1, -1}", "sint64[] {1, -1}"},
+                        {"{NULL, 1}", "uint64[] {0, 1}"}}) {
+    EXPECT_EQ(used(std::string("[Site_Own") + c.use + "] class A {};"), c.value) << c.use;
+  }
+}
+
+TEST(MofQualifiers, FlavorsAtTheUseAddToThoseOfTheDeclaration) {
+  const std::string q = "Qualifier Q : boolean, Scope(any), Flavor(DisableOverride, Translatable);";
+  EXPECT_EQ(used(q + "[Q] class A {};"), "boolean TRUE DisableOverride Translatable");
+  EXPECT_EQ(used(q + "[Q : EnableOverride Restricted] class A {};"),
+            "boolean TRUE Restricted Translatable");
+  EXPECT_EQ(used(q + "[Q(false):RESTRICTED] class A {};"),
+            "boolean FALSE DisableOverride Restricted Translatable");
+  EXPECT_EQ(used("[Own : DisableOverride ToInstance] class A {};"), "boolean TRUE DisableOverride");
+}
+
+TEST(MofQualifiers, WrongUsesAreRefusedWhereTheyStand) {
+  struct Case {
+    const char* mof;
+    const char* message;
+  };
+  const std::string declarations =
+      "Qualifier C : string, Scope(class); Qualifier P : uint8, Scope(property);\n";
+  for (const Case& c :
+       {Case{"[C(\"a\"), c(\"b\")] class A {};", "2:10: error: qualifier c is there already"},
+        {"[Own, own] class A {};", "2:7: error: qualifier own is there already"},
+        {"[C(1)] class A {};", "2:4: error: expected a value of type string, found an integer"},
+        {"[C{\"a\"}] class A {};", "2:3: error: expected a single value, found values in braces"},
+        {"[C($a)] class A {};", "2:4: error: expected a value of type string, found an alias"},
+        {"[Own($a)] class A {};", "2:6: error: expected a value of type string, found an alias"},
+        {"[P(1)] class A {};", "2:2: error: qualifier P cannot stand here"},
+        {"class A { [C(\"a\")] string x; };", "2:12: error: qualifier C cannot stand here"},
+        {"class A { [P(1)] string m(); };", "2:12: error: qualifier P cannot stand here"},
+        {"class A { string m([P(1)] string x); };", "2:21: error: qualifier P cannot stand here"},
+        {"class A { [P(256)] string x; };", "2:14: error: the number does not fit in uint8"},
+        {"class A { [P(1):sour] string x; };",
+         "2:12: error: expected a flavor such as ToSubclass, found sour"},
+        {"class A { [P(1):ToSubclass Restricted] string x; };",
+         "2:12: error: flavor Restricted contradicts the one before it"},
+        // Those that change what the server does are known without declaration.
+        {"[Key] class A {};", "2:2: error: qualifier Key cannot stand here"},
+        {"class A { [Key] string m(); };", "2:12: error: qualifier Key cannot stand here"},
+        {"class A { [Abstract] string x; };", "2:12: error: qualifier Abstract cannot stand here"},
+        {"[Override(\"B\")] class A {};", "2:2: error: qualifier Override cannot stand here"},
+        {"[Abstract(\"yes\")] class A {};",
+         "2:11: error: expected a value of type boolean, found a string"}}) {
+    EXPECT_EQ(loadError(declarations + c.mof), std::string("test.mof:") + c.message) << c.mof;
+  }
+}
+
+TEST(MofQualifiers, EveryScopeHoldsWhereItSays) {
+  struct Case {
+    const char* scope;
+    const char* mof;
+  };
+  const std::string other = "class B { [Key] string k; };";
+  for (const Case& c :
+       {Case{"class", "[Q] class A {};"},
+        {"class", "[Association, Q] class A { B ref x; B ref y; };"},
+        {"association", "[Association, Q] class A { B ref x; B ref y; };"},
+        {"association", "[Association] class A { B ref x; B ref y; }; [Q] class D : A {};"},
+        {"indication", "[Indication, Q] class A {};"},
+        {"property", "class A { [Q] string x; };"},
+        {"property", "class A { [Q] B ref x; };"},
+        {"reference", "class A { [Q] B ref x; };"},
+        {"method", "class A { [Q] uint8 m(); };"},
+        {"parameter", "class A { uint8 m([Q] string x); };"},
+        {"parameter", "class A { uint8 m([Q] B ref x); };"},
+        {"reference", "class A { uint8 m([Q] B ref x); };"}}) {
+    EXPECT_EQ(
+        loadError("Qualifier Q : boolean, Scope(" + std::string(c.scope) + ");" + other + c.mof),
+        "")
+        << c.scope << ' ' << c.mof;
+  }
+  EXPECT_NE(loadError("Qualifier Q : boolean, Scope(association); [Q] class A {};"), "");
+  EXPECT_NE(loadError("Qualifier Q : boolean, Scope(reference); class A { [Q] string x; };"), "");
+}
+
+constexpr const char* inheritedQualifiers = R"(
+Qualifier Fixed : string, Scope(any), Flavor(DisableOverride);
+Qualifier Free : string, Scope(any);
+Qualifier Here : string, Scope(any), Flavor(Restricted);
+[Fixed("f"), Free("o"), Here("h")] class A {
+  [Fixed("f"), Free("o"), Here("h")] string x;
+  [Fixed("f"), Free("o"), Here("h")] string m([Fixed("f"), Free("o"), Here("h")] string p);
+};
+)";
+
+TEST(MofQualifiers, SubclassesHaveThemUnlessRestrictedAndMayChangeThemUnlessFixed) {
+  Repository repository;
+  test::loadText(repository, std::string(inheritedQualifiers) + R"(
+[Free("own"), Fixed("f")] class B : A {
+  [Free("own")] string x;
+  [Free("own")] string m([Free("own")] string P);
+};)");
+  const CimClass& cls = repository.nameSpace(defaultNameSpace).classNamed("B");
+  for (const Qualifiers& qualifiers :
+       {cls.qualifiers(), cls.property(0).qualifiers, cls.methods().at(0)->qualifiers,
+        cls.methods().at(0)->parameters.at(0).qualifiers}) {
+    ASSERT_EQ(qualifiers.size(), 2U);
+    EXPECT_EQ(findQualifier(qualifiers, "free")->value.toString(), Pegasus::String("own"));
+    EXPECT_EQ(findQualifier(qualifiers, "Fixed")->value.toString(), Pegasus::String("f"));
+    EXPECT_EQ(findQualifier(qualifiers, "Here"), nullptr);
+  }
+  EXPECT_FALSE(cls.qualifiers()[1].isPropagated);
+  EXPECT_TRUE(cls.property(0).qualifiers[1].isPropagated);
+}
+
+TEST(MofQualifiers, FixedOnesCannotChange) {
+  const std::string refused = " cannot have another value than in the superclass";
+  const std::string mof = inheritedQualifiers;
+  EXPECT_EQ(
+      loadError(mof + "[Fixed(\"g\")] class B : A {};"),
+      "test.mof:9:20: error: CIM_ERR_INVALID_PARAMETER: qualifier Fixed of class B" + refused);
+  EXPECT_EQ(loadError(mof + "class B : A { [Fixed(\"g\")] string x; };"),
+            "test.mof:9:35: error: CIM_ERR_INVALID_PARAMETER: qualifier Fixed of property x of "
+            "class B" +
+                refused);
+  EXPECT_EQ(loadError(mof + "class B : A { [Fixed(\"g\")] string m([Fixed(\"f\")] string p); };"),
+            "test.mof:9:35: error: CIM_ERR_INVALID_PARAMETER: qualifier Fixed of method m of "
+            "class B" +
+                refused);
+  EXPECT_EQ(loadError(mof + "class B : A { string m([Fixed(\"g\")] string p); };"),
+            "test.mof:9:22: error: CIM_ERR_INVALID_PARAMETER: qualifier Fixed of parameter p of "
+            "method m of class B" +
+                refused);
+}
+
+}  // namespace
+}  // namespace cimd

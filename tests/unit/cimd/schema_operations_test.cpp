@@ -1,0 +1,250 @@
+// The operations on classes and qualifiers, by the XML of their answers.
+#include <gtest/gtest.h>
+
+#include "requests.h"
+
+namespace cimd {
+namespace {
+
+using test::attributes;
+using test::className;
+using test::elementNamed;
+using test::Parameters;
+using test::value;
+using test::values;
+
+constexpr const char* schema = R"(
+Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
+Qualifier Description : string = null, Scope(any), Flavor(EnableOverride, ToSubclass, Translatable);
+Qualifier Version : string = null, Scope(class), Flavor(Restricted);
+Qualifier Override : string = null, Scope(property, reference, method), Flavor(Restricted);
+Qualifier In : boolean = true, Scope(parameter), Flavor(DisableOverride);
+[Version("1"), Description("a base")] class Base {
+  [Key, Description("its id")] string Id;
+  [Description("text")] string Text = "t";
+  [Description("run")] uint32 Run([In, Description("how")] string How[]);
+  uint8 Stop();
+};
+[Version("2")] class Middle : Base {
+  [Override("Text"), Description("own")] string Text;
+  uint16 Number;
+  [Override("Run")] uint32 Run([In] string How[]);
+};
+class Leaf : Middle { string Last; };
+class Other { [Key] string Id; };
+class Link { [Key] Base ref From; };
+)";
+
+class SchemaOperations : public testing::Test {
+ protected:
+  static Parameters with(const std::string& cls, const Parameters& more) {
+    Parameters all{{"ClassName", className(cls)}};
+    all.insert(all.end(), more.begin(), more.end());
+    return all;
+  }
+  std::string getClass(const std::string& cls, const Parameters& more = {}) {
+    return server_.ask("GetClass", with(cls, more));
+  }
+  std::string names(const Parameters& parameters) {
+    return attributes(server_.ask("EnumerateClassNames", parameters), "CLASSNAME", "NAME");
+  }
+
+  test::Server server_{schema};
+  const std::pair<std::string, std::string> all_{"LocalOnly", value("false")};
+  const std::pair<std::string, std::string> deep_{"DeepInheritance", value("true")};
+  const std::pair<std::string, std::string> bare_{"IncludeQualifiers", value("false")};
+  const std::pair<std::string, std::string> origin_{"IncludeClassOrigin", value("true")};
+};
+
+TEST_F(SchemaOperations, GetClassGivesTheWholeClass) {
+  EXPECT_EQ(getClass("base"),
+            "<CLASS NAME=\"Base\">"
+            "<QUALIFIER NAME=\"Version\" TYPE=\"string\" TOSUBCLASS=\"false\"><VALUE>1</VALUE>"
+            "</QUALIFIER>"
+            "<QUALIFIER NAME=\"Description\" TYPE=\"string\" TRANSLATABLE=\"true\">"
+            "<VALUE>a base</VALUE></QUALIFIER>"
+            "<PROPERTY NAME=\"Id\" TYPE=\"string\">"
+            "<QUALIFIER NAME=\"Key\" TYPE=\"boolean\" OVERRIDABLE=\"false\"><VALUE>true</VALUE>"
+            "</QUALIFIER>"
+            "<QUALIFIER NAME=\"Description\" TYPE=\"string\" TRANSLATABLE=\"true\">"
+            "<VALUE>its id</VALUE></QUALIFIER></PROPERTY>"
+            "<PROPERTY NAME=\"Text\" TYPE=\"string\">"
+            "<QUALIFIER NAME=\"Description\" TYPE=\"string\" TRANSLATABLE=\"true\">"
+            "<VALUE>text</VALUE></QUALIFIER><VALUE>t</VALUE></PROPERTY>"
+            "<METHOD NAME=\"Run\" TYPE=\"uint32\">"
+            "<QUALIFIER NAME=\"Description\" TYPE=\"string\" TRANSLATABLE=\"true\">"
+            "<VALUE>run</VALUE></QUALIFIER>"
+            "<PARAMETER.ARRAY NAME=\"How\" TYPE=\"string\">"
+            "<QUALIFIER NAME=\"In\" TYPE=\"boolean\" OVERRIDABLE=\"false\"><VALUE>true</VALUE>"
+            "</QUALIFIER>"
+            "<QUALIFIER NAME=\"Description\" TYPE=\"string\" TRANSLATABLE=\"true\">"
+            "<VALUE>how</VALUE></QUALIFIER></PARAMETER.ARRAY></METHOD>"
+            "<METHOD NAME=\"Stop\" TYPE=\"uint8\"></METHOD></CLASS>");
+}
+
+TEST_F(SchemaOperations, LocalOnlyIsWhatTheClassDeclaresAndTheDefault) {
+  for (const Parameters& local : {Parameters{}, Parameters{{"LocalOnly", value("true")}}}) {
+    const std::string xml = getClass("Middle", local);
+    EXPECT_EQ(attributes(xml, "CLASS", "SUPERCLASS"), "Base ");
+    EXPECT_EQ(attributes(xml, "PROPERTY", "NAME"), "Text Number ");
+    EXPECT_EQ(attributes(xml, "METHOD", "NAME"), "Run ");
+    EXPECT_EQ(attributes(xml, "QUALIFIER", "NAME"), "Version Override Description Override In ");
+    EXPECT_EQ(attributes(xml, "QUALIFIER", "PROPAGATED"), "");
+  }
+  EXPECT_EQ(getClass("Leaf", {bare_}),
+            "<CLASS NAME=\"Leaf\" SUPERCLASS=\"Middle\">"
+            "<PROPERTY NAME=\"Last\" TYPE=\"string\"></PROPERTY></CLASS>");
+}
+
+TEST_F(SchemaOperations, WithoutLocalOnlyInheritedElementsAreMarked) {
+  const std::string xml = getClass("Leaf", {all_, bare_});
+  EXPECT_EQ(
+      xml,
+      "<CLASS NAME=\"Leaf\" SUPERCLASS=\"Middle\">"
+      "<PROPERTY NAME=\"Id\" PROPAGATED=\"true\" TYPE=\"string\"></PROPERTY>"
+      "<PROPERTY NAME=\"Text\" PROPAGATED=\"true\" TYPE=\"string\"><VALUE>t</VALUE></PROPERTY>"
+      "<PROPERTY NAME=\"Number\" PROPAGATED=\"true\" TYPE=\"uint16\"></PROPERTY>"
+      "<PROPERTY NAME=\"Last\" TYPE=\"string\"></PROPERTY>"
+      "<METHOD NAME=\"Run\" TYPE=\"uint32\" PROPAGATED=\"true\">"
+      "<PARAMETER.ARRAY NAME=\"How\" TYPE=\"string\"></PARAMETER.ARRAY></METHOD>"
+      "<METHOD NAME=\"Stop\" TYPE=\"uint8\" PROPAGATED=\"true\"></METHOD></CLASS>");
+}
+
+TEST_F(SchemaOperations, InheritedQualifiersAreMarkedAndRestrictedOnesStayWhereTheyAre) {
+  const std::string middle = getClass("Middle", {all_});
+  EXPECT_EQ(attributes(elementNamed(middle, "PROPERTY", "Id"), "QUALIFIER", "NAME"),
+            "Key Description ");
+  EXPECT_EQ(attributes(elementNamed(middle, "PROPERTY", "Id"), "QUALIFIER", "PROPAGATED"),
+            "true true ");
+  EXPECT_EQ(attributes(elementNamed(middle, "PROPERTY", "Text"), "QUALIFIER", "NAME"),
+            "Override Description ");
+  // A parameter has them too.
+  const std::string run = elementNamed(middle, "METHOD", "Run");
+  EXPECT_EQ(attributes(elementNamed(run, "PARAMETER.ARRAY", "How"), "QUALIFIER", "NAME"),
+            "In Description ");
+  EXPECT_EQ(attributes(elementNamed(run, "PARAMETER.ARRAY", "How"), "QUALIFIER", "PROPAGATED"),
+            "true ");
+  const std::string leaf = getClass("Leaf", {all_});
+  EXPECT_EQ(leaf.find("\"Version\""), std::string::npos);
+  EXPECT_EQ(leaf.find("\"Override\""), std::string::npos);
+  EXPECT_EQ(attributes(elementNamed(leaf, "PROPERTY", "Text"), "QUALIFIER", "PROPAGATED"), "true ");
+  EXPECT_EQ(attributes(elementNamed(leaf, "PARAMETER.ARRAY", "How"), "QUALIFIER", "PROPAGATED"),
+            "true true ");
+}
+
+TEST_F(SchemaOperations, ClassOriginIsWhereAnElementWasFirst) {
+  const std::string xml = getClass("Leaf", {all_, origin_});
+  EXPECT_EQ(attributes(xml, "PROPERTY", "CLASSORIGIN"), "Base Base Middle Leaf ");
+  EXPECT_EQ(attributes(xml, "METHOD", "CLASSORIGIN"), "Base Base ");
+  EXPECT_EQ(getClass("Leaf", {all_}).find("CLASSORIGIN"), std::string::npos);
+}
+
+TEST_F(SchemaOperations, PropertyListSelectsPropertiesAndNothingElse) {
+  const std::string xml = getClass(
+      "Middle", {all_, {"PropertyList", values({"NUMBER", "id", "id", "NoSuchProperty"})}});
+  EXPECT_EQ(attributes(xml, "PROPERTY", "NAME"), "Id Number ");
+  EXPECT_EQ(attributes(xml, "METHOD", "NAME"), "Run Stop ");
+  EXPECT_EQ(attributes(getClass("Middle", {{"PropertyList", values({"Id", "Text"})}}), "PROPERTY",
+                       "NAME"),
+            "Text ");
+  EXPECT_EQ(
+      attributes(getClass("Middle", {all_, {"PropertyList", values({})}}), "PROPERTY", "NAME"), "");
+}
+
+TEST_F(SchemaOperations, EnumerateClassNamesOfOneLevelOrOfAll) {
+  EXPECT_EQ(names({}), "Base Other Link ");
+  EXPECT_EQ(names({deep_}), "Base Other Link Middle Leaf ");
+  EXPECT_EQ(names({{"ClassName", className("BASE")}}), "Middle ");
+  EXPECT_EQ(names({{"ClassName", className("Base")}, deep_}), "Middle Leaf ");
+  EXPECT_EQ(names({{"ClassName", className("Leaf")}, deep_}), "");
+}
+
+TEST_F(SchemaOperations, EnumerateClassesAnswersAsGetClassDoes) {
+  EXPECT_EQ(server_.ask("EnumerateClasses", {}),
+            getClass("Base") + getClass("Other") + getClass("Link"));
+  EXPECT_EQ(server_.ask("EnumerateClasses", with("Base", {deep_, all_, bare_, origin_})),
+            getClass("Middle", {all_, bare_, origin_}) + getClass("Leaf", {all_, bare_, origin_}));
+  EXPECT_EQ(server_.ask("EnumerateClasses", with("Leaf", {})), "");
+}
+
+TEST_F(SchemaOperations, Qualifiers) {
+  EXPECT_EQ(server_.ask("GetQualifier", {{"QualifierName", value("KEY")}}),
+            "<QUALIFIER.DECLARATION NAME=\"Key\" TYPE=\"boolean\" ISARRAY=\"false\" "
+            "OVERRIDABLE=\"false\"><SCOPE REFERENCE=\"true\" PROPERTY=\"true\"/>"
+            "<VALUE>false</VALUE></QUALIFIER.DECLARATION>");
+  const std::string all = server_.ask("EnumerateQualifiers", {});
+  EXPECT_EQ(attributes(all, "QUALIFIER.DECLARATION", "NAME"),
+            "Key Description Version Override In ");
+  EXPECT_NE(all.find(server_.ask("GetQualifier", {{"QualifierName", value("Version")}})),
+            std::string::npos);
+}
+
+TEST_F(SchemaOperations, EachFaultHasItsError) {
+  struct Case {
+    const char* method;
+    Parameters parameters;
+    int error;
+  };
+  const auto wrong = className("NoSuchClass");
+  for (const Case& c :
+       {Case{"GetClass", {{"ClassName", wrong}}, Pegasus::CIM_ERR_NOT_FOUND},
+        {"GetClass", {}, Pegasus::CIM_ERR_INVALID_PARAMETER},
+        {"GetClass", {{"ClassName", value("Base")}}, Pegasus::CIM_ERR_INVALID_PARAMETER},
+        {"GetClass",
+         {{"ClassName", wrong}, {"DeepInheritance", value("true")}},
+         Pegasus::CIM_ERR_INVALID_PARAMETER},
+        {"GetClass",
+         {{"ClassName", wrong}, {"LocalOnly", value("maybe")}},
+         Pegasus::CIM_ERR_INVALID_PARAMETER},
+        {"GetClass",
+         {{"ClassName", wrong}, {"PropertyList", value("Id")}},
+         Pegasus::CIM_ERR_INVALID_PARAMETER},
+        {"EnumerateClasses", {{"ClassName", wrong}}, Pegasus::CIM_ERR_INVALID_CLASS},
+        {"EnumerateClasses", {{"ClassName", value("Base")}}, Pegasus::CIM_ERR_INVALID_PARAMETER},
+        {"EnumerateClasses",
+         {{"PropertyList", values({"Id"})}},
+         Pegasus::CIM_ERR_INVALID_PARAMETER},
+        {"EnumerateClassNames", {{"ClassName", wrong}}, Pegasus::CIM_ERR_INVALID_CLASS},
+        {"EnumerateClassNames", {{"LocalOnly", value("true")}}, Pegasus::CIM_ERR_INVALID_PARAMETER},
+        {"EnumerateClassNames",
+         {{"DeepInheritance", className("Base")}},
+         Pegasus::CIM_ERR_INVALID_PARAMETER},
+        {"GetQualifier", {{"QualifierName", value("None")}}, Pegasus::CIM_ERR_NOT_FOUND},
+        {"GetQualifier", {}, Pegasus::CIM_ERR_INVALID_PARAMETER},
+        {"GetQualifier", {{"QualifierName", className("Key")}}, Pegasus::CIM_ERR_INVALID_PARAMETER},
+        {"EnumerateQualifiers",
+         {{"ClassName", className("Base")}},
+         Pegasus::CIM_ERR_INVALID_PARAMETER}}) {
+    EXPECT_EQ(server_.errorOf(c.method, c.parameters), c.error) << c.method;
+    EXPECT_EQ(server_.errorOf(c.method, c.parameters, "root/nowhere"),
+              Pegasus::CIM_ERR_INVALID_NAMESPACE)
+        << c.method;
+  }
+}
+
+TEST_F(SchemaOperations, ErrorsTellWhatIsNotThere) {
+  EXPECT_EQ(getClass("NoSuchClass"), "6: CIM_ERR_NOT_FOUND: NoSuchClass ");
+  EXPECT_EQ(server_.ask("EnumerateClassNames", {}, "root/x"),
+            "3: CIM_ERR_INVALID_NAMESPACE: root/x ");
+}
+
+TEST_F(SchemaOperations, InstancesCarryTheQualifiersOfTheirClassIfAsked) {
+  server_.ask("CreateInstance", {{"NewInstance",
+                                  "<INSTANCE CLASSNAME=\"Leaf\"><PROPERTY NAME=\"Id\" "
+                                  "TYPE=\"string\"><VALUE>1</VALUE></PROPERTY></INSTANCE>"}});
+  const Parameters name{{"InstanceName", test::instanceName("Leaf", "Id", "1")}};
+  EXPECT_EQ(server_.ask("GetInstance", name).find("QUALIFIER"), std::string::npos);
+  Parameters qualified = name;
+  qualified.emplace_back("IncludeQualifiers", value("true"));
+  const std::string xml = server_.ask("GetInstance", qualified);
+  EXPECT_TRUE(
+      xml.starts_with("<INSTANCE CLASSNAME=\"Leaf\"><QUALIFIER NAME=\"Description\" "
+                      "TYPE=\"string\" PROPAGATED=\"true\""))
+      << xml;
+  // As the class has them: without those that stay at the class above.
+  EXPECT_EQ(attributes(elementNamed(xml, "PROPERTY", "Text"), "QUALIFIER", "NAME"), "Description ");
+  EXPECT_EQ(attributes(elementNamed(xml, "PROPERTY", "Text"), "QUALIFIER", "PROPAGATED"), "true ");
+}
+
+}  // namespace
+}  // namespace cimd
