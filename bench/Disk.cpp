@@ -50,17 +50,14 @@ Disk::~Disk() {
   unlink(path_.c_str());
 }
 
-double Disk::syncsPerSecond(double seconds) const {
+double Disk::write(std::uint64_t times) const {
   using Clock = std::chrono::steady_clock;
   const auto start = Clock::now();
-  std::chrono::duration<double> passed{};
-  off_t written = 0;
-  while (passed.count() < seconds) {
-    writeBlock(file_, written++ % blocks);
+  for (std::uint64_t time = 0; time < times; ++time) {
+    writeBlock(file_, static_cast<off_t>(time) % blocks);
     sync(file_);
-    passed = Clock::now() - start;
   }
-  return static_cast<double>(written) / passed.count();
+  return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
 }  // namespace bench

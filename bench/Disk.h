@@ -1,6 +1,7 @@
 // How fast the disk makes a small write durable: what bounds every durable change.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 
 namespace bench {
@@ -14,8 +15,8 @@ class Disk {
   Disk(const Disk&) = delete;
   Disk& operator=(const Disk&) = delete;
 
-  // Writes of 4 KiB per second, each with fdatasync() before the next. Measured for this time.
-  double syncsPerSecond(double seconds) const;
+  // Writes 4 KiB so many times, each with fdatasync() before the next. The seconds that it took.
+  double write(std::uint64_t times) const;
 
  private:
   std::filesystem::path path_;

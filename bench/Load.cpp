@@ -127,8 +127,11 @@ bool Load::receive(Connection& connection) {
   const std::size_t place = connection.received < bufferSize ? connection.received : 0;
   const ssize_t count =
       recv(connection.socket, connection.buffer.data() + place, bufferSize - place, 0);
-  if (count <= 0) {
-    fail("the server ended a connection");
+  if (count == 0) {
+    throw std::runtime_error("the server ended a connection");
+  }
+  if (count < 0) {
+    fail("no answer");
   }
   connection.received += static_cast<std::size_t>(count);
   if (connection.expected == 0) {

@@ -15,6 +15,11 @@ struct LoadResult {
   std::uint64_t answers = 0;
   double seconds = 0;
   double perSecond() const { return static_cast<double>(answers) / seconds; }
+  LoadResult& operator+=(const LoadResult& other) {
+    answers += other.answers;
+    seconds += other.seconds;
+    return *this;
+  }
 };
 
 // The bytes of the next request, valid until the next call; empty when there is none any more.

@@ -9,7 +9,8 @@ namespace bench {
 
 namespace {
 
-constexpr std::size_t manyConnections = 8;
+constexpr std::size_t one = 1;
+constexpr std::size_t eight = 8;
 
 using Clock = std::chrono::steady_clock;
 
@@ -35,6 +36,8 @@ struct Series::Figures {
   std::vector<double> overOne = {};
   std::vector<double> overEight = {};
   std::vector<double> processorTime = {};
+  // To something else that was measured in the same round.
+  std::vector<double> ratios = {};
 
   void addOne(const LoadResult& result, double used) {
     overOne.push_back(result.perSecond());
@@ -45,23 +48,28 @@ struct Series::Figures {
 };
 
 Series::Series(std::uint16_t port, pid_t server, Rounds rounds, const Disk* disk)
-    : server_(server), rounds_(rounds), disk_(disk), one_(port, 1), eight_(port, manyConnections) {}
+    : port_(port), server_(server), rounds_(rounds), disk_(disk) {}
 
-void Series::growTo(std::uint32_t stored) {
-  eight_.run([&] { return stored_ < stored ? create_.withNumber(stored_++) : std::string_view(); });
+LoadResult Series::run(std::size_t connections, const RequestSource& source) const {
+  return Load(port_, connections).run(source);
 }
 
-LoadResult Series::createFor(Load& load, double seconds) {
+void Series::growTo(std::uint32_t stored) {
+  run(eight, [&] { return stored_ < stored ? create_.withNumber(stored_++) : std::string_view(); });
+}
+
+LoadResult Series::createFor(std::size_t connections, double seconds) {
   const auto end = after(seconds);
-  return load.run(
-      [&] { return Clock::now() < end ? create_.withNumber(stored_++) : std::string_view(); });
+  return run(connections, [&] {
+    return Clock::now() < end ? create_.withNumber(stored_++) : std::string_view();
+  });
 }
 
 // The last ones first.
-LoadResult Series::deleteBack(Load& load, std::uint32_t count) {
+LoadResult Series::deleteBack(std::size_t connections, std::uint32_t count) {
   const std::uint32_t end = stored_ - count;
-  return load.run(
-      [&] { return stored_ > end ? delete_.withNumber(--stored_) : std::string_view(); });
+  return run(connections,
+             [&] { return stored_ > end ? delete_.withNumber(--stored_) : std::string_view(); });
 }
 
 RequestSource Series::repeated(const std::string& request) const {
@@ -79,23 +87,43 @@ RequestSource Series::propertyReads() {
   };
 }
 
-void Series::measureChanges(Figures& creations, Figures& deletions) {
+// Disks of virtual machines are fast for a moment and slow for long, as their host allows. So the
+// server and the bare disk take turns, with as many writes each.
+LoadResult Series::createBesideDisk(LoadResult& syncs) {
+  constexpr int turns = 10;
+  LoadResult created;
+  for (int turn = 0; turn < turns; ++turn) {
+    const LoadResult result = createFor(one, rounds_.seconds / turns);
+    created += result;
+    if (disk_ != nullptr) {
+      syncs += {result.answers, disk_->write(result.answers)};
+    }
+  }
+  return created;
+}
+
+void Series::measureChanges(Figures& creations, Figures& deletions, Figures& syncs) {
   const double start = processorTime(server_);
-  const LoadResult created = createFor(one_, rounds_.seconds);
+  LoadResult written;
+  const LoadResult created = createBesideDisk(written);
   const double middle = processorTime(server_);
-  const LoadResult deleted = deleteBack(one_, static_cast<std::uint32_t>(created.answers));
+  const LoadResult deleted = deleteBack(one, static_cast<std::uint32_t>(created.answers));
   creations.addOne(created, middle - start);
+  if (disk_ != nullptr) {
+    syncs.overOne.push_back(written.perSecond());
+    syncs.ratios.push_back(created.perSecond() / written.perSecond());
+  }
   deletions.addOne(deleted, processorTime(server_) - middle);
-  const LoadResult more = createFor(eight_, rounds_.seconds);
+  const LoadResult more = createFor(eight, rounds_.seconds);
   creations.addEight(more);
-  deletions.addEight(deleteBack(eight_, static_cast<std::uint32_t>(more.answers)));
+  deletions.addEight(deleteBack(eight, static_cast<std::uint32_t>(more.answers)));
 }
 
 void Series::measureReads(Figures& figures, const std::function<RequestSource()>& source) {
   const double start = processorTime(server_);
-  const LoadResult result = one_.run(source());
+  const LoadResult result = run(one, source());
   figures.addOne(result, processorTime(server_) - start);
-  figures.addEight(eight_.run(source()));
+  figures.addEight(run(eight, source()));
 }
 
 SizeResult Series::measure() {
@@ -104,31 +132,24 @@ SizeResult Series::measure() {
   Figures large{"enumerate two large"};
   Figures properties{"read a property"};
   Figures listed{"enumerate all stored"};
-  std::vector<double> syncs;
-  std::vector<double> ratios;
+  Figures syncs{"sync"};
   for (int round = 0; round < rounds_.count; ++round) {
-    if (disk_ != nullptr) {
-      syncs.push_back(disk_->syncsPerSecond(rounds_.seconds));
-    }
-    measureChanges(creations, deletions);
-    if (disk_ != nullptr) {
-      ratios.push_back(creations.overOne.back() / syncs.back());
-    }
+    measureChanges(creations, deletions, syncs);
     measureReads(large, [this] { return repeated(enumerateLarge_); });
     measureReads(properties, [this] { return propertyReads(); });
     measureReads(listed, [this] { return repeated(enumerateStored_); });
   }
   return {{creations.row(), deletions.row(), large.row(), properties.row(), listed.row()},
-          median(syncs),
-          median(ratios)};
+          median(syncs.overOne),
+          median(syncs.ratios)};
 }
 
 void Series::churn(double seconds) {
   constexpr double part = 0.1;
   const auto end = after(seconds);
   while (Clock::now() < end) {
-    const LoadResult created = createFor(eight_, part);
-    deleteBack(eight_, static_cast<std::uint32_t>(created.answers));
+    const LoadResult created = createFor(eight, part);
+    deleteBack(eight, static_cast<std::uint32_t>(created.answers));
   }
 }
 

@@ -33,7 +33,8 @@ struct Row {
 
 struct SizeResult {
   std::vector<Row> rows;
-  // 0 without disk. The creations are those over one connection.
+  // What the disk alone does; 0 without disk. `creationsPerSync` compares it with the creations
+  // over one connection.
   double syncs = 0;
   double creationsPerSync = 0;
 };
@@ -53,19 +54,21 @@ class Series {
  private:
   struct Figures;
 
-  void measureChanges(Figures& creations, Figures& deletions);
-  LoadResult createFor(Load& load, double seconds);
-  LoadResult deleteBack(Load& load, std::uint32_t count);
+  void measureChanges(Figures& creations, Figures& deletions, Figures& syncs);
+  LoadResult createBesideDisk(LoadResult& syncs);
+  // Over connections of its own: none is idle for so long that the server ends it.
+  LoadResult run(std::size_t connections, const RequestSource& source) const;
+  LoadResult createFor(std::size_t connections, double seconds);
+  LoadResult deleteBack(std::size_t connections, std::uint32_t count);
   RequestSource propertyReads();
   // The same request again and again for the time of a round.
   RequestSource repeated(const std::string& request) const;
   void measureReads(Figures& figures, const std::function<RequestSource()>& source);
 
+  std::uint16_t port_;
   pid_t server_;
   Rounds rounds_;
   const Disk* disk_;
-  Load one_;
-  Load eight_;
   std::uint32_t stored_ = 0;
   NumberedRequest create_ = createUnit();
   NumberedRequest read_ = readUnitProperty();
