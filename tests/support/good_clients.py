@@ -4,10 +4,10 @@
 good_clients.py COUNT SECONDS PROCESS-ID
 
 Each creates, changes, lists and deletes an instance of its own over one connection, with pauses as
-people and programs make them. Prints, in one line, REQUESTS MEDIAN WORST BEFORE AFTER: the number of
-requests, milliseconds of an answer, and KiB of memory of the server with this process id, after the
-first second and at the end. The first request that is not served as it should ends the run with
-status 1.
+people and programs make them. Prints, in one line, REQUESTS MEDIAN WORST EARLY LATE: the number of
+requests, milliseconds of an answer, and the most KiB of memory that the server with this process id
+had in the first and in the second half of the time. The first request that is not served as it should
+ends the run with status 1.
 """
 
 import statistics
@@ -59,21 +59,28 @@ def memory(process):
         return next(int(line.split()[1]) for line in file if line.startswith("VmRSS:"))
 
 
+def most_memory(process, seconds):
+    most, end = 0, time.monotonic() + seconds
+    while time.monotonic() < end:
+        most = max(most, memory(process))
+        time.sleep(0.05)
+    return most
+
+
 def main(count, seconds, process):
     clock = Clock(float(seconds))
     clients = [Client(number, clock) for number in range(int(count))]
     threads = [threading.Thread(target=client.run) for client in clients]
     for thread in threads:
         thread.start()
-    time.sleep(1)
-    before = memory(process)
+    early = most_memory(process, float(seconds) / 2)
+    late = most_memory(process, float(seconds) / 2)
     for thread in threads:
         thread.join()
-    after = memory(process)
     if clock.fault is not None:
         sys.exit(clock.fault)
     times = [one for client in clients for one in client.milliseconds]
-    print(len(times), round(statistics.median(times)), round(max(times)), before, after)
+    print(len(times), round(statistics.median(times)), round(max(times)), early, late)
 
 
 if __name__ == "__main__":
