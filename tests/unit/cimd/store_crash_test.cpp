@@ -212,12 +212,13 @@ TEST_F(DamagedFileTest, aChangedByteIsRefusedReportedOrWithoutEffect) {
   const auto seed = std::random_device()();
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937 random(seed);
-  const int rounds = test::roundsFromEnvironment("MORVIK_DAMAGE_ROUNDS", 300);
-  for (int round = 0; round < rounds && !HasFailure(); ++round) {
+  // The header byte for byte, since every one of them means something, and then anywhere.
+  const std::size_t headerSize = 100;
+  const auto rounds =
+      static_cast<std::size_t>(test::roundsFromEnvironment("MORVIK_DAMAGE_ROUNDS", 300));
+  for (std::size_t round = 0; round < headerSize + rounds && !HasFailure(); ++round) {
     std::string content = sound_;
-    // The header first, byte for byte: every one of them means something.
-    const std::size_t position =
-        round < 100 ? static_cast<std::size_t>(round) : random() % content.size();
+    const std::size_t position = round < headerSize ? round : random() % content.size();
     content[position] =
         static_cast<char>(content[position] ^ static_cast<char>(1 + random() % 255));
     SCOPED_TRACE("byte " + std::to_string(position));
