@@ -62,9 +62,9 @@ String nextIdentifyingNumber(Category category, Publication& publication) {
 
 void deleteEarlierInstances(CIMClient& client) {
   const Array<CIMObjectPath> names = client.enumerateInstanceNames(cimNamespace, "KVAXDT_FRU");
-  for (Uint32 i = 0; i < names.size(); ++i) {
-    if (isOurs(client, names[i])) {
-      client.deleteInstance(cimNamespace, names[i]);
+  for (const CIMObjectPath& name : names) {
+    if (isOurs(client, name)) {
+      client.deleteInstance(cimNamespace, name);
     }
   }
 }
