@@ -156,7 +156,13 @@ CIMValue collect(const Value& value, CIMType type, Convert convert) {
   for (const Literal& literal : value.literals) {
     elements.append(literal.kind == Literal::NULL_VALUE ? T() : convert(literal, typeName));
   }
-  return CIMValue(elements);
+  CIMValue array(elements);
+  for (std::size_t i = 0; i < value.literals.size(); ++i) {
+    if (value.literals[i].kind == Literal::NULL_VALUE) {
+      array.setNullElement(static_cast<Pegasus::Uint32>(i));
+    }
+  }
+  return array;
 }
 
 }  // namespace

@@ -15,9 +15,8 @@ using AliasResolver = std::function<Pegasus::CIMObjectPath(const Literal& alias)
 
 // The value as one of this type. Throws MofError where it stands when it is of another type, out of
 // the type's range, or text with a character that CIM-XML cannot carry: no client could ever read
-// it; and when it has more elements than `arraySize`, unless that is 0. NULL fits every type;
-// within an array it stands for the type's zero or empty value, as arrays in CIM-XML have no better
-// way.
+// it; and when it has more elements than `arraySize`, unless that is 0. NULL fits every type,
+// within an array too.
 Pegasus::CIMValue typedValue(const Value& value, Pegasus::CIMType type, bool isArray,
                              Pegasus::Uint32 arraySize, const AliasResolver& resolveAlias);
 

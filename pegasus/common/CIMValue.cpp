@@ -1,6 +1,7 @@
 #include <Pegasus/Common/CIMValue.h>
 #include <Pegasus/Common/Exception.h>
 
+#include <algorithm>
 #include <charconv>
 #include <string>
 
@@ -92,6 +93,16 @@ String textOf(const Array<T>& values) {
   return text += "}";
 }
 
+template <typename T>
+Uint32 elementCount(const Array<T>& values) {
+  return values.size();
+}
+// Of what is no array.
+template <typename T>
+Uint32 elementCount(const T&) {
+  return 0;
+}
+
 }  // namespace
 
 #define CONSTRUCT_AND_GET(cppType)           \
@@ -125,12 +136,27 @@ CONSTRUCT_AND_GET_BOTH(CIMObjectPath)
 
 CIMValue::CIMValue(const char* value) : CIMValue(String(value)) {}
 
+Boolean CIMValue::isNullElement(Uint32 position) const {
+  return std::binary_search(nullElements_.begin(), nullElements_.end(), position);
+}
+
+void CIMValue::setNullElement(Uint32 position) {
+  if (position >= std::visit([](const auto& value) { return elementCount(value); }, data_)) {
+    throw IndexOutOfBoundsException();
+  }
+  const auto place = std::lower_bound(nullElements_.begin(), nullElements_.end(), position);
+  if (place == nullElements_.end() || *place != position) {
+    nullElements_.insert(place, position);
+  }
+}
+
 String CIMValue::toString() const {
   return std::visit([](const auto& value) { return textOf(value); }, data_);
 }
 
 Boolean operator==(const CIMValue& a, const CIMValue& b) {
-  return a.type_ == b.type_ && a.isArray_ == b.isArray_ && a.data_ == b.data_;
+  return a.type_ == b.type_ && a.isArray_ == b.isArray_ && a.data_ == b.data_ &&
+         a.nullElements_ == b.nullElements_;
 }
 
 }  // namespace Pegasus

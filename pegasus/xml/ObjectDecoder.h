@@ -29,8 +29,8 @@ CIMType parseType(std::string_view name);
 // are. For CIMTYPE_REFERENCE this always throws: references are elements, not texts.
 CIMValue parseScalar(CIMType type, std::string_view text);
 
-// VALUE.ARRAY, or VALUE.REFARRAY for references, as an array of the type. VALUE.NULL gives an empty
-// element: empty text, 0, false.
+// VALUE.ARRAY, or VALUE.REFARRAY for references, as an array of the type. VALUE.NULL gives a null
+// element.
 CIMValue decodeArray(CIMType type, Element element);
 
 // The value in a PROPERTY, PROPERTY.ARRAY or PROPERTY.REFERENCE element and what stands around it.

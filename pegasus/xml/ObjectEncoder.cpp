@@ -67,6 +67,7 @@ void appendScalar(std::string& out, const T& value) {
 
 struct ValueAppender {
   std::string& out;
+  const CIMValue& value;
 
   void operator()(std::monostate) const {}
 
@@ -79,8 +80,12 @@ struct ValueAppender {
   void operator()(const Array<T>& array) const {
     const char* const name = std::is_same_v<T, CIMObjectPath> ? "VALUE.REFARRAY" : "VALUE.ARRAY";
     out.append("<").append(name).append(">");
-    for (const T& element : array) {
-      appendScalar(out, element);
+    for (Uint32 i = 0; i < array.size(); ++i) {
+      if (value.isNullElement(i)) {
+        out += "<VALUE.NULL/>";
+      } else {
+        appendScalar(out, array[i]);
+      }
     }
     out.append("</").append(name).append(">");
   }
@@ -161,7 +166,7 @@ void appendAttribute(std::string& out, std::string_view name, const String& valu
 }
 
 void appendValue(std::string& out, const CIMValue& value) {
-  std::visit(ValueAppender{out}, value.data());
+  std::visit(ValueAppender{out, value}, value.data());
 }
 
 void appendProperty(std::string& out, const CIMProperty& property) {

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <limits>
 #include <type_traits>
+#include <vector>
 
 namespace Pegasus::xml {
 
@@ -156,13 +157,24 @@ CIMValue withType(CIMType type, Use use) {
   throw XmlValidationError("a reference is an element, not a text");
 }
 
-CIMValue decodeReferenceArray(Element element) {
-  requireElement(element, "VALUE.REFARRAY");
-  Array<CIMObjectPath> array;
+// The elements of an array, each read by `decode`; an empty one where VALUE.NULL stands.
+template <typename T, typename Decode>
+CIMValue decodeElements(Element element, Decode decode) {
+  Array<T> array;
+  std::vector<Uint32> nullElements;
   for (Element item = element.firstChild(); item; item = item.next()) {
-    array.append(item.name() == "VALUE.NULL" ? CIMObjectPath() : decodeReference(item));
+    if (item.name() == "VALUE.NULL") {
+      nullElements.push_back(array.size());
+      array.append(T());
+    } else {
+      array.append(decode(item));
+    }
   }
-  return CIMValue(array);
+  CIMValue value(array);
+  for (const Uint32 position : nullElements) {
+    value.setNullElement(position);
+  }
+  return value;
 }
 
 }  // namespace
@@ -200,21 +212,17 @@ CIMValue parseScalar(CIMType type, std::string_view text) {
 
 CIMValue decodeArray(CIMType type, Element element) {
   if (type == CIMTYPE_REFERENCE) {
-    return decodeReferenceArray(element);
+    requireElement(element, "VALUE.REFARRAY");
+    return decodeElements<CIMObjectPath>(element, decodeReference);
   }
   requireElement(element, "VALUE.ARRAY");
   return withType(type, [element]<typename T>(std::type_identity<T>) {
-    Array<T> array;
-    for (Element item = element.firstChild(); item; item = item.next()) {
-      if (item.name() == "VALUE.NULL") {
-        array.append(T());
-      } else if (item.name() == "VALUE") {
-        array.append(parseAs<T>(textOnly(item)));
-      } else {
+    return decodeElements<T>(element, [](Element item) {
+      if (item.name() != "VALUE") {
         refuseText("VALUE", item.name());
       }
-    }
-    return CIMValue(array);
+      return parseAs<T>(textOnly(item));
+    });
   });
 }
 

@@ -66,6 +66,31 @@ TEST(Value, MayBeAReference) {
   EXPECT_EQ(value.toString(), "root/kvasd:KVAXDT_FRU");
 }
 
+TEST(Value, ElementsOfAnArrayMayBeNull) {
+  const CIMValue plain(Array<Uint8>{1, 0, 3, 0});
+  CIMValue value = plain;
+  for (const Uint32 position : {3U, 1U, 3U}) {
+    value.setNullElement(position);
+  }
+  EXPECT_FALSE(value.isNullElement(0));
+  EXPECT_TRUE(value.isNullElement(1));
+  EXPECT_FALSE(value.isNullElement(2));
+  EXPECT_TRUE(value.isNullElement(3));
+  EXPECT_FALSE(value.isNullElement(4));
+  EXPECT_EQ(value.toString(), "{1, 0, 3, 0}");
+  EXPECT_FALSE(value == plain);
+  CIMValue same = plain;
+  same.setNullElement(1);
+  EXPECT_FALSE(value == same);
+  same.setNullElement(3);
+  EXPECT_EQ(value, same);
+  EXPECT_THROW(value.setNullElement(4), IndexOutOfBoundsException);
+  CIMValue scalar(Uint8{1});
+  EXPECT_THROW(scalar.setNullElement(0), IndexOutOfBoundsException);
+  CIMValue text("text");
+  EXPECT_THROW(text.setNullElement(0), IndexOutOfBoundsException);
+}
+
 TEST(Value, OfALiteralIsAString) {
   EXPECT_EQ(CIMValue("text").getType(), CIMTYPE_STRING);
 }

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <pegasus/xml/ObjectDecoder.h>
+#include <pegasus/xml/ObjectEncoder.h>
 
 namespace Pegasus::xml {
 namespace {
@@ -126,12 +127,17 @@ TEST(DecodeProperty, EmbeddedObjectsAreTheirText) {
   EXPECT_EQ(embedded.getValue(), CIMValue("<INSTANCE CLASSNAME=\"A\"/>"));
 }
 
+CIMValue withNullElement(CIMValue array, Uint32 position) {
+  array.setNullElement(position);
+  return array;
+}
+
 TEST(DecodeProperty, ArraysKeepTypeOrderAndSize) {
   const CIMProperty array = property(
       "<PROPERTY.ARRAY NAME='p' TYPE='uint16' ARRAYSIZE='3'>\n<VALUE.ARRAY>\n<VALUE>3</VALUE>\n"
       "<VALUE>1</VALUE>\n<VALUE.NULL/></VALUE.ARRAY>\n</PROPERTY.ARRAY>");
   EXPECT_EQ(array.getArraySize(), 3U);
-  EXPECT_EQ(array.getValue(), CIMValue(Array<Uint16>{3, 1, 0}));
+  EXPECT_EQ(array.getValue(), withNullElement(Array<Uint16>{3, 1, 0}, 2));
   const CIMProperty empty =
       property("<PROPERTY.ARRAY NAME='p' TYPE='string'><VALUE.ARRAY/></PROPERTY.ARRAY>");
   EXPECT_FALSE(empty.getValue().isNull());
@@ -176,11 +182,28 @@ TEST(DecodeProperty, WhatIsNoPropertyIsRefused) {
        "</PROPERTY.REFERENCE>"});
 }
 
+TEST(DecodeProperty, NullElementsAreWrittenAsTheyWereRead) {
+  for (const char* xml : {"<VALUE.ARRAY><VALUE.NULL/><VALUE>1</VALUE><VALUE.NULL/></VALUE.ARRAY>",
+                          "<VALUE.ARRAY><VALUE>0</VALUE><VALUE.NULL/></VALUE.ARRAY>"}) {
+    std::string written;
+    appendValue(written, property("<PROPERTY.ARRAY NAME='p' TYPE='sint8'>" + std::string(xml) +
+                                  "</PROPERTY.ARRAY>")
+                             .getValue());
+    EXPECT_EQ(written, xml);
+  }
+  const std::string references =
+      "<VALUE.REFARRAY><VALUE.NULL/><VALUE.REFERENCE><INSTANCENAME CLASSNAME=\"A\">"
+      "</INSTANCENAME></VALUE.REFERENCE></VALUE.REFARRAY>";
+  std::string written;
+  appendValue(written, untyped(references));
+  EXPECT_EQ(written, references);
+}
+
 TEST(DecodeUntypedValue, EachKindOfValue) {
   EXPECT_EQ(decodeUntypedValue(Element()), CIMValue());
   EXPECT_EQ(untyped("<VALUE> 12 </VALUE>"), CIMValue(" 12 "));
   EXPECT_EQ(untyped("<VALUE.ARRAY><VALUE>a</VALUE>\n<VALUE.NULL/><VALUE/></VALUE.ARRAY>"),
-            CIMValue(Array<String>{"a", "", ""}));
+            withNullElement(Array<String>{"a", "", ""}, 1));
   const CIMObjectPath path(String(), String(), "A");
   EXPECT_EQ(untyped("<VALUE.REFERENCE><INSTANCENAME CLASSNAME='A'/></VALUE.REFERENCE>"),
             CIMValue(path));

@@ -8,6 +8,7 @@
 #include <Pegasus/Common/String.h>
 
 #include <variant>
+#include <vector>
 
 namespace Pegasus {
 
@@ -98,6 +99,12 @@ class CIMValue {
   void get(Array<CIMDateTime>& value) const;
   void get(Array<CIMObjectPath>& value) const;
 
+  // An element of an array can be null while the array is not (DSP0201 VALUE.NULL); for get(),
+  // toString() and data() it is the type's zero or empty value. Positions count from 0.
+  Boolean isNullElement(Uint32 position) const;
+  // Throws IndexOutOfBoundsException where the array has no such element; so for what is no array.
+  void setNullElement(Uint32 position);
+
   // Null gives the empty text; strings and datetimes as they are, without quotes; integers in plain
   // decimal digits; reals in the shortest form that reads back as the same number; booleans TRUE or
   // FALSE; references as object paths; arrays as their elements in braces: {1, 2}.
@@ -106,13 +113,16 @@ class CIMValue {
   // The held alternative, for code that visits every type; monostate when null.
   const Data& data() const { return data_; }
 
-  // Same type, same kind, same value; two nulls of one type are equal.
+  // Same type, same kind, same value, null elements at the same positions; two nulls of one type are
+  // equal.
   friend Boolean operator==(const CIMValue& a, const CIMValue& b);
 
  private:
   CIMType type_ = CIMTYPE_STRING;
   Boolean isArray_ = false;
   Data data_;
+  // Positions, ascending.
+  std::vector<Uint32> nullElements_;
 };
 
 }  // namespace Pegasus
