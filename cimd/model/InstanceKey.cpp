@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cimd/model/CimErrors.h"
+#include "cimd/model/LoopbackHost.h"
 
 namespace cimd {
 
@@ -55,13 +56,23 @@ String canonicalNumber(const String& text) {
   return text;
 }
 
-InstanceKey referenceKey(const CIMObjectPath& path, const String& nameSpace);
+// The host of the path, empty for this one.
+String foreignHost(const CIMObjectPath& path) {
+  return isLoopbackHost(path.getHost().toUtf8()) ? String::EMPTY : path.getHost();
+}
 
-// Of a key inside a reference.
-InstanceKey nestedValue(const CIMKeyBinding& binding, const String& nameSpace) {
+String targetNameSpace(const CIMObjectPath& path, const String& from) {
+  const String& own = path.getNameSpace();
+  return trimNameSpace(own.size() == 0 ? from : own);
+}
+
+InstanceKey writtenKey(const CIMObjectPath& path, const String& nameSpace);
+
+// Of a key whose class is unknown here.
+InstanceKey writtenValue(const CIMKeyBinding& binding, const String& nameSpace) {
   switch (binding.getType()) {
     case CIMKeyBinding::REFERENCE:
-      return referenceKey(binding.getReference(), nameSpace);
+      return writtenKey(binding.getReference(), nameSpace);
     case CIMKeyBinding::BOOLEAN:
       return fold(binding.getValue());
     case CIMKeyBinding::NUMERIC:
@@ -72,21 +83,20 @@ InstanceKey nestedValue(const CIMKeyBinding& binding, const String& nameSpace) {
   return InstanceKey(binding.getValue().view());
 }
 
-// References may point to other namespaces and classes that are not here, so their keys are taken
-// as the path marks them.
-InstanceKey referenceKey(const CIMObjectPath& path, const String& nameSpace) {
-  const String& own = path.getNameSpace();
-  const String target = trimNameSpace(own.size() == 0 ? nameSpace : own);
+// References may point to other hosts, namespaces and classes, which are not here to ask, so their
+// keys are taken as the path marks them.
+InstanceKey writtenKey(const CIMObjectPath& path, const String& nameSpace) {
+  const String target = targetNameSpace(path, nameSpace);
   std::vector<InstanceKey> parts;
   for (const CIMKeyBinding& binding : path.getKeyBindings()) {
     InstanceKey part;
     appendPart(part, fold(binding.getName()));
-    appendPart(part, nestedValue(binding, target));
+    appendPart(part, writtenValue(binding, target));
     parts.push_back(std::move(part));
   }
   std::sort(parts.begin(), parts.end());
   InstanceKey key;
-  appendPart(key, fold(path.getHost()));
+  appendPart(key, fold(foreignHost(path)));
   appendPart(key, fold(target));
   appendPart(key, fold(path.getClassName()));
   for (const InstanceKey& part : parts) {
@@ -95,14 +105,20 @@ InstanceKey referenceKey(const CIMObjectPath& path, const String& nameSpace) {
   return key;
 }
 
+InstanceKey referenceKey(const CIMObjectPath& path, const KeyScope& scope) {
+  const CimClass* cls = localClass(path, scope);
+  const auto key = cls != nullptr ? instanceKey(*cls, path, scope) : std::nullopt;
+  return key ? *key : writtenKey(path, scope.nameSpace);
+}
+
 std::optional<InstanceKey> keyValue(const CimProperty& property, const CIMKeyBinding& binding,
-                                    const String& nameSpace) {
+                                    const KeyScope& scope) {
   const bool isReference = binding.getType() == CIMKeyBinding::REFERENCE;
   if (isReference != (property.type == Pegasus::CIMTYPE_REFERENCE)) {
     return std::nullopt;
   }
   if (isReference) {
-    return referenceKey(binding.getReference(), nameSpace);
+    return referenceKey(binding.getReference(), scope);
   }
   const auto value = canonical(property.type, binding.getValue());
   return value ? std::optional(InstanceKey(value->view())) : std::nullopt;
@@ -141,8 +157,14 @@ CIMKeyBinding keyBinding(const String& name, const CIMValue& value) {
 
 }  // namespace
 
+const CimClass* localClass(const CIMObjectPath& path, const KeyScope& scope) {
+  const bool isLocal = foreignHost(path).size() == 0 &&
+                       fold(targetNameSpace(path, scope.nameSpace)) == fold(scope.nameSpace);
+  return isLocal ? scope.schema.find(path.getClassName()) : nullptr;
+}
+
 std::optional<InstanceKey> instanceKey(const CimClass& cls, const CIMObjectPath& path,
-                                       const String& nameSpace) {
+                                       const KeyScope& scope) {
   if (path.getKeyBindings().size() != cls.keys().size()) {
     return std::nullopt;
   }
@@ -151,13 +173,20 @@ std::optional<InstanceKey> instanceKey(const CimClass& cls, const CIMObjectPath&
   for (const std::size_t position : cls.keys()) {
     const CimProperty& property = cls.property(position);
     const CIMKeyBinding* binding = findBinding(path, property.name);
-    const auto value = binding ? keyValue(property, *binding, nameSpace) : std::nullopt;
+    const auto value = binding ? keyValue(property, *binding, scope) : std::nullopt;
     if (!value) {
       return std::nullopt;
     }
     appendPart(key, *value);
   }
   return key;
+}
+
+bool isSameKey(const CimProperty& property, const CIMValue& a, const CIMValue& b,
+               const KeyScope& scope) {
+  return a == b || (!a.isNull() && !b.isNull() &&
+                    keyValue(property, keyBinding(property.name, a), scope) ==
+                        keyValue(property, keyBinding(property.name, b), scope));
 }
 
 CIMObjectPath instancePath(const CimClass& cls, const Pegasus::CIMInstance& instance) {

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "cimd/model/CimClass.h"
+#include "cimd/model/Schema.h"
 
 namespace cimd {
 
@@ -15,13 +16,28 @@ namespace cimd {
 // case of names and booleans, and the form of numbers. String values differ in letter case.
 using InstanceKey = std::u16string;
 
+// The namespace in which names are compared.
+struct KeyScope {
+  // A reference that does not tell its namespace points here.
+  const Pegasus::String& nameSpace;
+  const Schema& schema;
+};
+
+// The class of the instance that the path names, when that is one of this host and namespace, and
+// the class exists; otherwise null.
+const CimClass* localClass(const Pegasus::CIMObjectPath& path, const KeyScope& scope);
+
 // Nothing when the path cannot name an instance of the class: a key is missing, unknown or no value
 // of its property's type. Each value is read as the class has it, not as the path marks it: clients
-// send numbers as strings. A single key may be without a name. `nameSpace` is where the class is: a
-// reference that does not tell its namespace points there. Throws CIMException (INVALID_PARAMETER)
-// for a name of more than 65536 characters.
+// send numbers as strings. So are the keys of references to instances of this namespace; those of
+// others are compared as the path marks them. A single key may be without a name. Throws
+// CIMException (INVALID_PARAMETER) for a name of more than 65536 characters.
 std::optional<InstanceKey> instanceKey(const CimClass& cls, const Pegasus::CIMObjectPath& path,
-                                       const Pegasus::String& nameSpace);
+                                       const KeyScope& scope);
+
+// Whether two values of a key property, each of its type, name the same instance.
+bool isSameKey(const CimProperty& property, const Pegasus::CIMValue& a, const Pegasus::CIMValue& b,
+               const KeyScope& scope);
 
 // The name of an instance that has all properties of the class in its order: class and keys,
 // without namespace. Throws CIMException (INVALID_PARAMETER) when a key is null.

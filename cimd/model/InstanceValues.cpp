@@ -31,7 +31,21 @@ std::size_t elementCount(const CIMValue& value) {
       value.data());
 }
 
-void checkValue(const CimProperty& property, const CIMValue& value) {
+// A reference to another host or namespace may be of any class: nobody here knows those.
+void checkReference(const CimProperty& property, const CIMValue& value, const KeyScope& scope) {
+  Pegasus::CIMObjectPath path;
+  value.get(path);
+  const CimClass* target = localClass(path, scope);
+  const CimClass* expected = scope.schema.find(property.referenceClass);
+  if (target != nullptr && expected != nullptr && target != expected &&
+      !target->isBelow(*expected)) {
+    throwCimError(CIM_ERR_INVALID_PARAMETER,
+                  "property " + property.name + " refers to an instance of class " +
+                      target->name() + " instead of " + expected->name());
+  }
+}
+
+void checkValue(const CimProperty& property, const CIMValue& value, const KeyScope& scope) {
   const String name = "property " + property.name;
   if (value.getType() != property.type || value.isArray() != property.isArray) {
     const std::string types = " is " + typeName(value.getType(), value.isArray()) + " instead of " +
@@ -40,6 +54,9 @@ void checkValue(const CimProperty& property, const CIMValue& value) {
   }
   if (property.arraySize != 0 && !value.isNull() && elementCount(value) > property.arraySize) {
     throwCimError(CIM_ERR_INVALID_PARAMETER, name + " has more elements than its fixed size");
+  }
+  if (property.type == Pegasus::CIMTYPE_REFERENCE && !value.isNull()) {
+    checkReference(property, value, scope);
   }
 }
 
@@ -51,7 +68,7 @@ void checkValue(const CimProperty& property, const CIMValue& value) {
 // The given values at the positions of their properties in the class.
 // `unknown` is the error for a property that the class does not have.
 std::vector<const CIMValue*> placeValues(const CimClass& cls, const CIMInstance& given,
-                                         Pegasus::CIMStatusCode unknown) {
+                                         Pegasus::CIMStatusCode unknown, const KeyScope& scope) {
   std::vector<const CIMValue*> values(cls.propertyCount(), nullptr);
   for (Pegasus::Uint32 i = 0; i < given.getPropertyCount(); ++i) {
     const Pegasus::CIMProperty& property = given.getProperty(i);
@@ -63,7 +80,7 @@ std::vector<const CIMValue*> placeValues(const CimClass& cls, const CIMInstance&
       throwCimError(CIM_ERR_INVALID_PARAMETER,
                     "property " + property.getName() + " is there twice");
     }
-    checkValue(cls.property(*position), property.getValue());
+    checkValue(cls.property(*position), property.getValue(), scope);
     values[*position] = &property.getValue();
   }
   return values;
@@ -89,11 +106,11 @@ std::vector<const CIMValue*> listedValues(const CimClass& cls,
 
 }  // namespace
 
-CIMInstance completeInstance(const CimClass& cls, const CIMInstance& given) {
+CIMInstance completeInstance(const CimClass& cls, const CIMInstance& given, const KeyScope& scope) {
   if (cls.isAbstract()) {
     throwCimError(Pegasus::CIM_ERR_NOT_SUPPORTED, "class " + cls.name() + " is abstract");
   }
-  const auto values = placeValues(cls, given, CIM_ERR_INVALID_PARAMETER);
+  const auto values = placeValues(cls, given, CIM_ERR_INVALID_PARAMETER, scope);
   CIMInstance complete(cls.name());
   for (std::size_t i = 0; i < cls.propertyCount(); ++i) {
     const CimProperty& property = cls.property(i);
@@ -107,8 +124,9 @@ CIMInstance completeInstance(const CimClass& cls, const CIMInstance& given) {
 }
 
 CIMInstance changedInstance(const CimClass& cls, const CIMInstance& current,
-                            const CIMInstance& given, const Pegasus::CIMPropertyList& list) {
-  auto values = placeValues(cls, given, Pegasus::CIM_ERR_NO_SUCH_PROPERTY);
+                            const CIMInstance& given, const Pegasus::CIMPropertyList& list,
+                            const KeyScope& scope) {
+  auto values = placeValues(cls, given, Pegasus::CIM_ERR_NO_SUCH_PROPERTY, scope);
   if (!list.isNull()) {
     values = listedValues(cls, values, list);
   }
@@ -120,7 +138,7 @@ CIMInstance changedInstance(const CimClass& cls, const CIMInstance& current,
     auto& property = changed.getProperty(static_cast<Pegasus::Uint32>(i));
     if (!cls.property(i).isKey) {
       property.setValue(*values[i]);
-    } else if (!(property.getValue() == *values[i])) {
+    } else if (!isSameKey(cls.property(i), property.getValue(), *values[i], scope)) {
       throwCimError(CIM_ERR_INVALID_PARAMETER,
                     "key property " + property.getName() + " cannot be changed");
     }

@@ -30,7 +30,7 @@ const CimClass& NameSpace::classNamed(const String& name) const {
 
 InstanceKey NameSpace::keyOf(const CIMObjectPath& path) const {
   const CimClass& cls = classNamed(path.getClassName());
-  auto key = instanceKey(cls, path, name_);
+  auto key = instanceKey(cls, path, keyScope());
   if (!key) {
     throwNotFound(path);
   }
@@ -39,7 +39,7 @@ InstanceKey NameSpace::keyOf(const CIMObjectPath& path) const {
 
 CIMObjectPath NameSpace::createInstance(const CIMInstance& given, Origin origin) {
   const CimClass& cls = classNamed(given.getClassName());
-  StoredInstance created(completeInstance(cls, given), origin != Origin::DECLARED);
+  StoredInstance created(completeInstance(cls, given, keyScope()), origin != Origin::DECLARED);
   CIMObjectPath path = created.instance.getPath();
   InstanceKey key = keyOf(path);
   if (instances_.find(key) != nullptr) {
@@ -54,7 +54,7 @@ CIMObjectPath NameSpace::createInstance(const CIMInstance& given, Origin origin)
 
 void NameSpace::restoreInstance(const CIMInstance& given, const InstanceKey& key) {
   const CimClass& cls = classNamed(given.getClassName());
-  const CIMObjectPath path = completeInstance(cls, given).getPath();
+  const CIMObjectPath path = completeInstance(cls, given, keyScope()).getPath();
   if (keyOf(path) != key) {
     throwCimError(Pegasus::CIM_ERR_FAILED, "its class has other keys by now");
   }
@@ -68,7 +68,8 @@ void NameSpace::modifyInstance(const CIMInstance& given, const CIMPropertyList& 
     throwNotFound(given.getPath());
   }
   const CimClass& cls = classNamed(stored->instance.getClassName());
-  StoredInstance changed(changedInstance(cls, stored->instance, given, list), stored->isPublished);
+  StoredInstance changed(changedInstance(cls, stored->instance, given, list, keyScope()),
+                         stored->isPublished);
   if (journal_ != nullptr && changed.isPublished) {
     journal_->put(name_, key, changed.instance);
   }

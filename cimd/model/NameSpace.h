@@ -32,6 +32,7 @@ class NameSpace {
   const Pegasus::String& name() const { return name_; }
   Schema& schema() { return schema_; }
   const Schema& schema() const { return schema_; }
+  KeyScope keyScope() const { return {name_, schema_}; }
   // Throws CIMException (INVALID_CLASS) when there is none.
   const CimClass& classNamed(const Pegasus::String& name) const;
 

@@ -108,8 +108,9 @@ class InstanceLoader {
     --depth_;
     CIMObjectPath path = at(instance.declaration.position, [&] {
       const CimClass& cls = classOf(instance);
-      CIMObjectPath own = completeInstance(cls, keys).getPath();
-      instanceKey(cls, own, instance.nameSpace);  // refuses names that nesting made too long
+      const KeyScope scope = repository_.addNameSpace(instance.nameSpace).keyScope();
+      CIMObjectPath own = completeInstance(cls, keys, scope).getPath();
+      instanceKey(cls, own, scope);  // refuses names that nesting made too long
       own.setNameSpace(instance.nameSpace);
       return own;
     });

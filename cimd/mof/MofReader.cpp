@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <system_error>
 
+#include "cimd/model/LoopbackHost.h"
 #include "cimd/model/Names.h"
 #include "cimd/mof/MofParser.h"
 
@@ -93,12 +94,23 @@ class MofReader {
     if (String::equalNoCase(pragma.name, "include")) {
       readOne(path.parent_path() / pragma.parameter.toUtf8(), nameSpace, pragma.position);
     } else if (String::equalNoCase(pragma.name, "namespace")) {
-      nameSpace = trimNameSpace(pragma.parameter);
-      if (!isNameSpaceName(nameSpace)) {
-        throw MofError(pragma.position, "expected the name of a namespace on this server, found '" +
-                                            pragma.parameter.toUtf8() + "'");
-      }
+      nameSpace = nameSpaceOf(pragma);
     }
+  }
+
+  // "root/x", or "//localhost/root/x".
+  static String nameSpaceOf(const Pragma& pragma) {
+    const std::string text = pragma.parameter.toUtf8();
+    constexpr std::size_t slashes = 2;
+    const bool hasHost = text.starts_with("//");
+    const std::size_t end = hasHost ? std::min(text.find('/', slashes), text.size()) : 0;
+    const String name = trimNameSpace(String(std::string_view(text).substr(end)));
+    if (!isNameSpaceName(name) ||
+        (hasHost && !isLoopbackHost(std::string_view(text).substr(slashes, end - slashes)))) {
+      throw MofError(pragma.position,
+                     "expected the name of a namespace on this server, found '" + text + "'");
+    }
+    return name;
   }
 
   std::size_t unit_ = 0;

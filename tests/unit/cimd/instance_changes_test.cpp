@@ -230,6 +230,42 @@ TEST_F(InstanceChanges, SetPropertySetsOneValueOfItsType) {
   EXPECT_EQ(setting("Id", value("1")), 0);
 }
 
+TEST_F(InstanceChanges, NullElementsOfArraysStayNull) {
+  const std::string many =
+      "<VALUE.ARRAY><VALUE>a</VALUE><VALUE.NULL/><VALUE></VALUE></VALUE.ARRAY>";
+  EXPECT_EQ(setting("Many", many), 0);
+  EXPECT_EQ(now("Many"), many);
+  EXPECT_EQ(modifying("<PROPERTY.ARRAY NAME=\"Many\" TYPE=\"string\"><VALUE.ARRAY><VALUE.NULL/>"
+                      "</VALUE.ARRAY></PROPERTY.ARRAY>"),
+            0);
+  EXPECT_EQ(now("Many"), "<VALUE.ARRAY><VALUE.NULL/></VALUE.ARRAY>");
+}
+
+// A reference to an instance of `cls`, with more of its path around the name if wanted.
+std::string reference(const std::string& cls, const std::string& before = "",
+                      const std::string& after = "") {
+  return "<VALUE.REFERENCE>" + before + instanceName(cls, "Id", "1") + after + "</VALUE.REFERENCE>";
+}
+
+TEST_F(InstanceChanges, ReferencesPointToInstancesOfTheirClass) {
+  EXPECT_EQ(setting("Next", reference("Sub")), 0);
+  EXPECT_EQ(setting("Next", reference("base")), 0);
+  EXPECT_EQ(setting("Next", reference("Numbers")), Pegasus::CIM_ERR_INVALID_PARAMETER);
+  const auto nextOf = [](const std::string& cls) {
+    return text("Id", "3") + "<PROPERTY.REFERENCE NAME=\"Next\">" + reference(cls) +
+           "</PROPERTY.REFERENCE>";
+  };
+  EXPECT_EQ(creating("Base", nextOf("Numbers")), Pegasus::CIM_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(modifying(nextOf("Numbers")), Pegasus::CIM_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(creating("Base", nextOf("Sub")), 0);
+  // Of what is elsewhere nothing is known.
+  EXPECT_EQ(setting("Next", reference("Numbers",
+                                      "<LOCALINSTANCEPATH><LOCALNAMESPACEPATH><NAMESPACE "
+                                      "NAME=\"other\"/></LOCALNAMESPACEPATH>",
+                                      "</LOCALINSTANCEPATH>")),
+            0);
+}
+
 TEST_F(InstanceChanges, AWrongValueForAPropertyIsATypeMismatch) {
   const std::string before = whole();
   struct Case {

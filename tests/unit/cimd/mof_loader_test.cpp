@@ -150,8 +150,12 @@ TEST(MofLoader, WrongDeclarationsAreRefused) {
            "2:30: error: expected at most 1 values, found 2"},
           {"#pragma namespace(\"\")",
            "1:9: error: expected the name of a namespace on this server, found ''"},
-          {"#pragma namespace(\"//host/root/a:b\")",
-           "1:9: error: expected the name of a namespace on this server, found '//host/root/a:b'"},
+          {"#pragma namespace(\"//host/root/a\")",
+           "1:9: error: expected the name of a namespace on this server, found '//host/root/a'"},
+          {"#pragma namespace(\"//localhost\")",
+           "1:9: error: expected the name of a namespace on this server, found '//localhost'"},
+          {"#pragma namespace(\"root/a:b\")",
+           "1:9: error: expected the name of a namespace on this server, found 'root/a:b'"},
       }) {
     EXPECT_EQ(loadError(c.mof), std::string("test.mof:") + c.message) << c.mof;
   }
@@ -227,6 +231,29 @@ TEST(MofLoader, ReferencesMayBeWrittenAsPaths) {
                             "//host", "//host/A", ":A", "1A.k=1", "A.k=\\\"a\\\"b", "A.=1"}) {
     EXPECT_NE(loadError(cls + "instance of A { k = \"1\"; r = \"" + wrong + "\"; };"), "") << wrong;
   }
+}
+
+TEST(MofLoader, NamespacePragmaMayNameThisHost) {
+  for (const char* host : {"localhost", "127.0.0.1:5988", "[::1]"}) {
+    Repository repository;
+    test::loadText(repository, "#pragma namespace(\"//" + std::string(host) +
+                                   "/root/own\")\nclass A { [Key] string k; };");
+    EXPECT_NE(repository.nameSpace("root/own").schema().find("A"), nullptr) << host;
+  }
+}
+
+TEST(MofLoader, NullElementsOfArraysStayNull) {
+  Repository repository;
+  test::loadText(repository,
+                 "class A { [Key] string k; string d[] = {NULL, \"\"}; uint8 v[]; };"
+                 "instance of A { k = \"1\"; v = {1, NULL, 0}; };");
+  NameSpace& nameSpace = repository.nameSpace("root/kvasd");
+  const StoredInstance& stored = nameSpace.instance(test::path("A", {{"k", "1"}}));
+  EXPECT_NE(stored.instanceXml.find("<VALUE.ARRAY><VALUE.NULL/><VALUE></VALUE></VALUE.ARRAY>"),
+            std::string::npos);
+  EXPECT_NE(stored.instanceXml.find(
+                "<VALUE.ARRAY><VALUE>1</VALUE><VALUE.NULL/><VALUE>0</VALUE></VALUE.ARRAY>"),
+            std::string::npos);
 }
 
 TEST(MofLoader, NamespacePragmaHoldsForTheRestOfItsFile) {

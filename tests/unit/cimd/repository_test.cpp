@@ -216,6 +216,53 @@ TEST_F(KeyForms, ReferencesAreComparedAsPaths) {
   EXPECT_FALSE(finds({n_, {"s", path("Base", {{"Id", "1"}})}, b_, r_}));
 }
 
+CIMObjectPath onHost(const char* host) {
+  CIMObjectPath own = path("Base", {{"Id", "1"}});
+  own.setHost(host);
+  own.setNameSpace("root/kvasd");
+  return own;
+}
+
+TEST_F(KeyForms, ReferencesToThisHostNeedNotNameIt) {
+  for (const char* host : {"localhost", "127.0.0.1:5988", "[::1]"}) {
+    EXPECT_TRUE(finds({n_, s_, b_, {"r", onHost(host)}})) << host;
+  }
+  EXPECT_FALSE(finds({n_, s_, b_, {"r", onHost("example.com")}}));
+}
+
+// A reference to an instance with a number as its key, written in two ways.
+TEST_F(RepositoryTest, KeysOfReferencesAreReadAsTheirClassHasThem) {
+  test::loadText(repository_,
+                 "#pragma namespace(\"root/n\")\n"
+                 "class Number { [Key] uint16 n; }; class Link { [Key] Number ref To; };");
+  NameSpace& numbers = repository_.nameSpace("root/n");
+  const auto link = [](const CIMKeyBinding& number) {
+    const CIMObjectPath target("", "", "Number", {number});
+    CIMInstance created("Link");
+    created.addProperty(CIMProperty("To", CIMValue(target)));
+    created.setPath(CIMObjectPath("", "", "Link", {CIMKeyBinding("To", target)}));
+    return created;
+  };
+  const CIMInstance first = link({"n", "16", CIMKeyBinding::NUMERIC});
+  numbers.createInstance(first, Origin::PUBLISHED);
+  for (const CIMKeyBinding& same : {CIMKeyBinding{"N", "0x10", CIMKeyBinding::STRING},
+                                    CIMKeyBinding{"", "+16", CIMKeyBinding::NUMERIC}}) {
+    EXPECT_EQ(statusOf([&] { numbers.createInstance(link(same), Origin::PUBLISHED); }),
+              Pegasus::CIM_ERR_ALREADY_EXISTS);
+    EXPECT_EQ(statusOf([&] { numbers.modifyInstance(link(same), Pegasus::CIMPropertyList()); }),
+              Pegasus::CIM_ERR_SUCCESS);
+  }
+  EXPECT_EQ(numbers.instance(first.getPath()).instance.getProperty(0).getValue().toString(),
+            String("Number.n=16"));
+  const CIMInstance other = link({"n", "17", CIMKeyBinding::NUMERIC});
+  CIMInstance changed = other;
+  changed.setPath(first.getPath());
+  EXPECT_EQ(statusOf([&] { numbers.modifyInstance(changed, Pegasus::CIMPropertyList()); }),
+            Pegasus::CIM_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(statusOf([&] { numbers.createInstance(other, Origin::PUBLISHED); }),
+            Pegasus::CIM_ERR_SUCCESS);
+}
+
 TEST_F(KeyForms, OtherValuesAreOtherInstances) {
   EXPECT_FALSE(finds({n_, {"s", "text", CIMKeyBinding::STRING}, b_, r_}));
   EXPECT_FALSE(finds({n_, s_, {"b", "FALSE", CIMKeyBinding::BOOLEAN}, r_}));
