@@ -21,12 +21,16 @@ const char* reasonPhrase(unsigned status) {
       return "Request Timeout";
     case 413:
       return "Content Too Large";
+    case 415:
+      return "Unsupported Media Type";
     case 417:
       return "Expectation Failed";
     case 431:
       return "Request Header Fields Too Large";
     case 501:
       return "Not Implemented";
+    case 503:
+      return "Service Unavailable";
     case 505:
       return "HTTP Version Not Supported";
     case 510:

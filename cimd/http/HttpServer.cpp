@@ -17,7 +17,11 @@ constexpr std::chrono::milliseconds acceptPause{100};
 
 HttpServer::HttpServer(asio::io_context& io, const asio::ip::tcp::endpoint& endpoint,
                        RequestHandler& handler, HttpLimits limits)
-    : handler_(handler), limits_(limits), acceptor_(io), pause_(io) {
+    : handler_(handler),
+      limits_(limits),
+      memory_(std::make_shared<MemoryBudget>(limits.heldBytes)),
+      acceptor_(io),
+      pause_(io) {
   acceptor_.open(endpoint.protocol());
   // A restarted server must not wait for the old one's connections to be forgotten.
   acceptor_.set_option(asio::socket_base::reuse_address(true));
@@ -66,7 +70,7 @@ void HttpServer::start(asio::ip::tcp::socket socket) {
   }
   const auto place = newcomers_.insert(newcomers_.end(), Entry());
   const auto session = std::make_shared<HttpSession>(
-      std::move(socket), handler_, limits_,
+      std::move(socket), handler_, limits_, memory_,
       HttpSession::Events{.served =
                               [this, place] {
                                 served_.splice(served_.end(), listOf(*place), place);

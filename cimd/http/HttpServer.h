@@ -8,6 +8,7 @@
 #include <list>
 #include <memory>
 
+#include "cimd/http/MemoryBudget.h"
 #include "cimd/http/RequestHandler.h"
 
 namespace cimd {
@@ -21,6 +22,9 @@ struct HttpLimits {
   // are more than a quarter, otherwise the one whose last request is longest ago. So silent
   // connections, however many, do not push out clients at work, and the latter not a newcomer.
   std::size_t connections = 256;
+  // Of requests that are being read and of answers that are being sent, all connections together.
+  // Whose request or answer does not fit any more gets a 503.
+  std::size_t heldBytes = std::size_t{512} << 20U;
   // How long a connection may wait for its next request.
   std::chrono::milliseconds idle{300'000};
   // From the first byte of a request to its last, and the same for the answer: one deadline for the
@@ -58,6 +62,7 @@ class HttpServer {
 
   RequestHandler& handler_;
   HttpLimits limits_;
+  std::shared_ptr<MemoryBudget> memory_;
   boost::asio::ip::tcp::acceptor acceptor_;
   boost::asio::steady_timer pause_;
   // Those without a completed request, the youngest at the end.

@@ -2,12 +2,14 @@
 
 #include <pegasus/xml/ObjectDecoder.h>
 
+#include <algorithm>
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/http/error.hpp>
 #include <boost/beast/http/read.hpp>
 #include <boost/beast/http/write.hpp>
 #include <exception>
+#include <string_view>
 
 namespace cimd {
 
@@ -23,10 +25,12 @@ constexpr std::chrono::seconds drainTime{2};
 }  // namespace
 
 HttpSession::HttpSession(asio::ip::tcp::socket socket, RequestHandler& handler,
-                         const HttpLimits& limits, Events events)
+                         const HttpLimits& limits, std::shared_ptr<MemoryBudget> memory,
+                         Events events)
     : stream_(std::move(socket)),
       handler_(handler),
       limits_(limits),
+      share_(std::move(memory)),
       events_(std::move(events)),
       buffer_(limits.headerBytes + readSize) {}
 
@@ -51,6 +55,7 @@ void HttpSession::waitForRequest() {
   parser_.emplace();
   parser_->header_limit(static_cast<std::uint32_t>(limits_.headerBytes));
   parser_->body_limit(limits_.bodyBytes);
+  skipEmptyLines();
   if (buffer_.size() != 0) {
     readHeader();
     return;
@@ -60,9 +65,18 @@ void HttpSession::waitForRequest() {
                           [self = shared_from_this()](Error error, std::size_t count) {
                             if (!error) {
                               self->buffer_.commit(count);
-                              self->readHeader();
+                              self->skipEmptyLines();
+                              self->buffer_.size() != 0 ? self->readHeader()
+                                                        : self->waitForRequest();
                             }
                           });
+}
+
+// RFC 9112, section 2.2: some clients send an empty line after a request's body.
+void HttpSession::skipEmptyLines() {
+  const auto* bytes = static_cast<const char*>(buffer_.cdata().data());
+  const std::string_view text(bytes, buffer_.size());
+  buffer_.consume(std::min(text.find_first_not_of("\r\n"), text.size()));
 }
 
 void HttpSession::readHeader() {
@@ -106,10 +120,22 @@ void HttpSession::sendContinue() {
 }
 
 void HttpSession::readBody() {
-  http::async_read(stream_, buffer_, *parser_,
-                   [self = shared_from_this()](Error error, std::size_t) {
-                     error ? self->refuseUnreadable(error) : self->bodyRead();
-                   });
+  if (!share_.resize(parser_->get().body().size())) {
+    refuseForMemory();
+  } else if (parser_->is_done()) {
+    bodyRead();
+  } else {
+    http::async_read_some(stream_, buffer_, *parser_,
+                          [self = shared_from_this()](Error error, std::size_t) {
+                            error ? self->refuseUnreadable(error) : self->readBody();
+                          });
+  }
+}
+
+void HttpSession::refuseForMemory() {
+  HttpAnswer answer = refusal(503);
+  answer.closes = true;
+  send(std::move(answer));
 }
 
 void HttpSession::bodyRead() {
@@ -122,6 +148,10 @@ void HttpSession::bodyRead() {
     answer = refusal(500);
   }
   request_ = HttpRequest();
+  if (!share_.resize(answer.body.size())) {
+    refuseForMemory();
+    return;
+  }
   answer.closes = answer.closes || !parser_->keep_alive();
   send(std::move(answer));
 }
@@ -170,6 +200,7 @@ void HttpSession::sent(Error error) {
   }
   const bool continues = response_.keep_alive();
   response_ = {};
+  share_.resize(0);
   if (continues) {
     waitForRequest();
     return;

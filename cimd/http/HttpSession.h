@@ -28,7 +28,7 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
 
   // `handler` must outlive the session.
   HttpSession(boost::asio::ip::tcp::socket socket, RequestHandler& handler,
-              const HttpLimits& limits, Events events);
+              const HttpLimits& limits, std::shared_ptr<MemoryBudget> memory, Events events);
   ~HttpSession();
   HttpSession(const HttpSession&) = delete;
   HttpSession& operator=(const HttpSession&) = delete;
@@ -47,6 +47,8 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
   void sendContinue();
   void readBody();
   void bodyRead();
+  void refuseForMemory();
+  void skipEmptyLines();
   void refuseUnreadable(Error error);
   void send(HttpAnswer answer);
   void sent(Error error);
@@ -56,6 +58,7 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
   boost::beast::tcp_stream stream_;
   RequestHandler& handler_;
   HttpLimits limits_;
+  MemoryShare share_;
   Events events_;
   boost::beast::flat_buffer buffer_;
   // A parser reads one message only.

@@ -4,8 +4,8 @@
 #include <utf8.h>
 
 #include <algorithm>
-#include <boost/asio/ip/address.hpp>
 
+#include "cimd/model/LoopbackHost.h"
 #include "cimd/model/Names.h"
 
 namespace cimd {
@@ -60,11 +60,12 @@ std::optional<std::string> extensionPrefix(std::string_view man) {
   }
   const std::string_view parameter = trimmed(man.substr(end + 1));
   constexpr std::string_view name = "ns=";
-  if (!equalNoCase(parameter.substr(0, name.size()), name) ||
-      !isDigits(parameter.substr(name.size()))) {
+  const std::string_view prefix =
+      trimmed(parameter.substr(std::min(name.size(), parameter.size())));
+  if (!equalNoCase(parameter.substr(0, name.size()), name) || !isDigits(prefix)) {
     return std::nullopt;
   }
-  return std::string(parameter.substr(name.size())) + "-";
+  return std::string(prefix) + "-";
 }
 
 Refusal readMethod(const HttpRequest& request, CimHeaders& cim) {
@@ -80,6 +81,23 @@ Refusal readMethod(const HttpRequest& request, CimHeaders& cim) {
     return refusal(510, {}, "M-POST needs the header Man with " + std::string(extension));
   }
   cim.prefix = *prefix;
+  return {};
+}
+
+Refusal checkTransfer(const HttpRequest& request) {
+  const auto isOtherThan = [&](const char* name, std::string_view known) {
+    const std::string* value = request.header(name);
+    return value != nullptr && !equalNoCase(*value, known);
+  };
+  if (isOtherThan("Expect", "100-continue")) {
+    return refusal(417);
+  }
+  if (isOtherThan("Transfer-Encoding", "chunked") || request.count("Transfer-Encoding") > 1) {
+    return refusal(501, {}, "the only transfer coding is chunked");
+  }
+  if (isOtherThan("Content-Encoding", "identity")) {
+    return refusal(415, {}, "the body must not be compressed");
+  }
   return {};
 }
 
@@ -109,29 +127,6 @@ bool readHeader(const HttpRequest& request, const std::string& name, std::string
 
 }  // namespace
 
-bool isLoopbackHost(std::string_view host) {
-  const bool isBracketed = host.starts_with('[');
-  const std::size_t end = isBracketed ? host.find(']') : std::min(host.find(':'), host.size());
-  if (end == std::string_view::npos) {
-    return false;
-  }
-  std::string_view name = host.substr(0, end);
-  std::string_view port = host.substr(end);
-  if (isBracketed) {
-    name.remove_prefix(1);
-    port.remove_prefix(1);
-  }
-  if (!port.empty() && port != ":" && (port.front() != ':' || !isDigits(port.substr(1)))) {
-    return false;
-  }
-  if (equalNoCase(name, "localhost")) {
-    return !isBracketed;
-  }
-  boost::system::error_code error;
-  const auto address = boost::asio::ip::make_address(std::string(name), error);
-  return !error && address.is_v6() == isBracketed && address.is_loopback();
-}
-
 Refusal checkHeaders(const HttpRequest& request, CimHeaders& cim) {
   if (auto refused = readMethod(request, cim)) {
     return refused;
@@ -139,9 +134,8 @@ Refusal checkHeaders(const HttpRequest& request, CimHeaders& cim) {
   if (auto refused = checkOrigin(request)) {
     return refused;
   }
-  const std::string* expect = request.header("Expect");
-  if (expect != nullptr && !equalNoCase(*expect, "100-continue")) {
-    return refusal(417);
+  if (auto refused = checkTransfer(request)) {
+    return refused;
   }
   if (auto refused = checkOperation(request, cim.prefix)) {
     return refused;
@@ -171,7 +165,7 @@ Refusal checkMessage(const CimHeaders& cim, const Pegasus::xml::Request& message
   }
   // Of a method call the header names an object, which is nothing that this server looks at.
   const String object(std::string_view(cim.object));
-  if (message.isIntrinsic() &&
+  if (message.kind() == Pegasus::xml::CallKind::INTRINSIC &&
       fold(trimNameSpace(object)) != fold(trimNameSpace(message.nameSpace()))) {
     return refusal(400, "header-mismatch", "CIMObject is not the namespace of the message");
   }

@@ -30,8 +30,4 @@ std::optional<HttpAnswer> checkHeaders(const HttpRequest& request, CimHeaders& c
 // Why the message does not fit its headers or is of an unknown version, if so.
 std::optional<HttpAnswer> checkMessage(const CimHeaders& cim, const Pegasus::xml::Request& message);
 
-// True for the value of a Host header that names this host: localhost, 127.x.x.x or [::1], with or
-// without port.
-bool isLoopbackHost(std::string_view host);
-
 }  // namespace cimd

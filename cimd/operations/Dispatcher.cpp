@@ -6,9 +6,11 @@
 #include <algorithm>
 #include <array>
 #include <new>
+#include <set>
 #include <span>
 
 #include "cimd/model/CimErrors.h"
+#include "cimd/model/Names.h"
 #include "cimd/operations/InstanceOperations.h"
 #include "cimd/operations/SchemaOperations.h"
 
@@ -64,6 +66,7 @@ constexpr std::array<Operation, 13> operations{{
 }};
 
 void checkParameters(const Request& request, const Operation& operation) {
+  std::set<FoldedName> seen;
   for (const std::string& given : request.parameterNames()) {
     const bool isKnown =
         std::any_of(operation.parameters.begin(), operation.parameters.end(),
@@ -71,6 +74,10 @@ void checkParameters(const Request& request, const Operation& operation) {
     if (!isKnown) {
       throwCimError(Pegasus::CIM_ERR_INVALID_PARAMETER,
                     "unknown parameter " + String(std::string_view(given)));
+    }
+    if (!seen.insert(fold(String(std::string_view(given)))).second) {
+      throwCimError(Pegasus::CIM_ERR_INVALID_PARAMETER,
+                    "parameter " + String(std::string_view(given)) + " is there twice");
     }
   }
 }
@@ -81,7 +88,7 @@ std::string Dispatcher::run(const Request& request) {
   const auto operation = std::find_if(
       operations.begin(), operations.end(),
       [&](const Operation& known) { return equalNoCase(known.name, request.method()); });
-  if (!request.isIntrinsic() || operation == operations.end()) {
+  if (request.kind() != Pegasus::xml::CallKind::INTRINSIC || operation == operations.end()) {
     throwCimError(Pegasus::CIM_ERR_NOT_SUPPORTED, String(std::string_view(request.method())));
   }
   NameSpace& nameSpace = repository_.nameSpace(request.nameSpace());
@@ -97,8 +104,8 @@ std::string Dispatcher::refuse(const Request& request, Pegasus::CIMStatusCode co
     log_.write(level, request.method() + " in " + request.nameSpace().toUtf8() + ": " +
                           description.toUtf8());
   }
-  return Pegasus::xml::encodeErrorResponse(request.messageId(), request.method(), code,
-                                           description);
+  return Pegasus::xml::encodeErrorResponse(request.messageId(), request.method(), code, description,
+                                           request.kind());
 }
 
 std::string Dispatcher::answer(const Request& request) {

@@ -131,15 +131,15 @@ void Request::readMessage(Element message) {
   const bool isExport = request && request.name() == "SIMPLEEXPREQ";
   requireElement(request, isExport ? request.name() : "SIMPLEREQ");
   call_ = callIn(request);
-  isIntrinsic_ = !isExport && call_.name() == "IMETHODCALL";
-  const bool isMethod = !isExport && call_.name() == "METHODCALL";
-  if (!isIntrinsic_ && !isMethod) {
-    requireElement(call_, isExport ? "EXPMETHODCALL" : "IMETHODCALL");
-  }
-  method_ = requireAttribute(call_, "NAME");
-  if (isIntrinsic_) {
+  if (isExport) {
+    requireElement(call_, "EXPMETHODCALL");
+    kind_ = CallKind::EXPORT;
+  } else if (call_.name() == "METHODCALL") {
+    kind_ = CallKind::METHOD;
+  } else {
     readIntrinsicCall();
   }
+  method_ = requireAttribute(call_, "NAME");
 }
 
 void Request::readIntrinsicCall() {
@@ -148,10 +148,7 @@ void Request::readIntrinsicCall() {
   nameSpace_ = decodeLocalNameSpacePath(nameSpacePath);
   for (Element value = nameSpacePath.next(); value; value = value.next()) {
     requireElement(value, "IPARAMVALUE");
-    const std::string_view name = requireAttribute(value, "NAME");
-    if (parameter(name)) {
-      refuse("parameter " + excerpt(name) + " is there twice");
-    }
+    requireAttribute(value, "NAME");
     if (parameters_.size() >= maxParameters) {
       refuse("more than " + std::to_string(maxParameters) + " parameters");
     }

@@ -5,6 +5,7 @@
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/CIMPropertyList.h>
+#include <pegasus/xml/CallKind.h>
 #include <pegasus/xml/XmlDocument.h>
 
 #include <memory>
@@ -44,7 +45,7 @@ class RequestWriter {
 class Request {
  public:
   // Throws XmlException, XmlValidationError when the body is no CIM-XML request for a single
-  // operation; a parameter that is there twice is such a case. Extrinsic calls (METHODCALL) and
+  // operation. Extrinsic calls (METHODCALL) and
   // exports (EXPMETHODCALL) are read as far as their name.
   explicit Request(std::string body);
 
@@ -56,12 +57,10 @@ class Request {
   // True for MULTIREQ and MULTIEXPREQ: a batch, which DSP0200 lets a server refuse; nothing else is
   // then read.
   bool isBatch() const { return isBatch_; }
-  // False for METHODCALL and EXPMETHODCALL: a method of a class or an indication, not an operation
-  // of the server.
-  bool isIntrinsic() const { return isIntrinsic_; }
+  CallKind kind() const { return kind_; }
   const std::string& method() const { return method_; }
   const String& nameSpace() const { return nameSpace_; }
-  // Names of all parameters, as sent.
+  // Names of all parameters, as sent. Of one that is there twice the getters see the first.
   std::vector<std::string> parameterNames() const;
   bool has(std::string_view parameter) const;
 
@@ -90,7 +89,7 @@ class Request {
   std::string messageId_, cimVersion_, dtdVersion_, protocolVersion_, method_;
   String nameSpace_;
   bool isBatch_ = false;
-  bool isIntrinsic_ = false;
+  CallKind kind_ = CallKind::INTRINSIC;
 };
 
 }  // namespace Pegasus::xml

@@ -7,20 +7,41 @@ namespace Pegasus::xml {
 
 namespace {
 
-// Up to the content of IMETHODRESPONSE. IDs and names come from a parsed request, and hold nothing
-// that XML cannot carry; if they did, the answer would still be well-formed.
-std::string beginResponse(std::string_view messageId, std::string_view method) {
+// What stands around the result.
+struct Wrapping {
+  std::string_view begin;
+  std::string_view end;
+};
+
+Wrapping wrappingOf(CallKind kind) {
+  switch (kind) {
+    case CallKind::METHOD:
+      return {"<SIMPLERSP><METHODRESPONSE", "</METHODRESPONSE></SIMPLERSP>"};
+    case CallKind::EXPORT:
+      return {"<SIMPLEEXPRSP><EXPMETHODRESPONSE", "</EXPMETHODRESPONSE></SIMPLEEXPRSP>"};
+    case CallKind::INTRINSIC:
+      break;
+  }
+  return {"<SIMPLERSP><IMETHODRESPONSE", "</IMETHODRESPONSE></SIMPLERSP>"};
+}
+
+// Up to the result. IDs and names come from a parsed request, and hold nothing that XML cannot
+// carry; if they did, the answer would still be well-formed.
+std::string beginResponse(std::string_view messageId, std::string_view method,
+                          const Wrapping& wrapping) {
   std::string out =
       "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n"
       "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"";
   appendEscapedOrReplaced(out, String(messageId));
-  out += "\" PROTOCOLVERSION=\"1.0\"><SIMPLERSP><IMETHODRESPONSE NAME=\"";
+  out.append("\" PROTOCOLVERSION=\"1.0\">").append(wrapping.begin).append(" NAME=\"");
   appendEscapedOrReplaced(out, String(method));
   out += "\">";
   return out;
 }
 
-constexpr std::string_view endOfResponse = "</IMETHODRESPONSE></SIMPLERSP></MESSAGE></CIM>";
+void endResponse(std::string& out, const Wrapping& wrapping) {
+  out.append(wrapping.end).append("</MESSAGE></CIM>");
+}
 
 // The only child element, which must have this name; what is missing is a missing answer.
 Element answerPart(Element parent, std::string_view name) {
@@ -76,24 +97,29 @@ Element findReturnValue(Element response) {
 
 std::string encodeResponse(std::string_view messageId, std::string_view method,
                            std::string returnValue) {
-  std::string begin = beginResponse(messageId, method);
+  const Wrapping wrapping = wrappingOf(CallKind::INTRINSIC);
+  std::string begin = beginResponse(messageId, method, wrapping);
   if (returnValue.empty()) {
-    return begin.append(endOfResponse);
+    endResponse(begin, wrapping);
+    return begin;
   }
   begin += "<IRETURNVALUE>";
   // The value may be large: it is moved up inside its own memory rather than copied.
   returnValue.reserve(returnValue.size() + begin.size() + 128);
   returnValue.insert(0, begin);
-  returnValue.append("</IRETURNVALUE>").append(endOfResponse);
+  returnValue += "</IRETURNVALUE>";
+  endResponse(returnValue, wrapping);
   return returnValue;
 }
 
 std::string encodeErrorResponse(std::string_view messageId, std::string_view method,
-                                CIMStatusCode code, const String& description) {
-  std::string out = beginResponse(messageId, method);
+                                CIMStatusCode code, const String& description, CallKind kind) {
+  const Wrapping wrapping = wrappingOf(kind);
+  std::string out = beginResponse(messageId, method, wrapping);
   out.append("<ERROR CODE=\"").append(std::to_string(code)).append("\" DESCRIPTION=\"");
   appendEscapedOrReplaced(out, description);
-  out.append("\"/>").append(endOfResponse);
+  out += "\"/>";
+  endResponse(out, wrapping);
   return out;
 }
 

@@ -5,6 +5,7 @@
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/Exception.h>
+#include <pegasus/xml/CallKind.h>
 #include <pegasus/xml/XmlDocument.h>
 
 #include <memory>
@@ -20,7 +21,8 @@ std::string encodeResponse(std::string_view messageId, std::string_view method,
 // The same with an ERROR element. A character of the description that XML cannot carry is replaced
 // by '?': reporting an error must not fail.
 std::string encodeErrorResponse(std::string_view messageId, std::string_view method,
-                                CIMStatusCode code, const String& description);
+                                CIMStatusCode code, const String& description,
+                                CallKind kind = CallKind::INTRINSIC);
 
 // One parsed answer, checked against the question.
 class Response {

@@ -47,11 +47,11 @@ class XmlDocument {
   // Elements, attributes and pieces of text: more than an answer of 64 MiB has.
   static constexpr unsigned maxNodes = 8'000'000;
 
-  // Takes the text over and parses it in place. Throws XmlException when it is not valid UTF-8, not
-  // well-formed, has a document type declaration, more than one root or text outside it, a
-  // reference to an entity other than the five predefined ones, a character that XML forbids, or
-  // passes a limit above. The message tells what is wrong and at which byte. Line ends become line
-  // feeds and white space in attributes blanks, as XML has it.
+  // Takes the text over and parses it in place. Throws XmlValidationError for a document type
+  // declaration, and XmlException when it is not valid UTF-8, not well-formed, has more than one
+  // root or text outside it, a reference to an entity other than the five predefined ones, a
+  // character that XML forbids, or passes a limit above; that message tells at which byte. Line
+  // ends become line feeds and white space in attributes blanks, as XML has it.
   explicit XmlDocument(std::string text);
   ~XmlDocument();
   XmlDocument(const XmlDocument&) = delete;

@@ -174,8 +174,10 @@ class Scanner {
       scanInstruction();
     } else if (startsWith("<![CDATA[")) {
       scanCData();
+    } else if (startsWith("<!DOCTYPE")) {
+      throw XmlValidationError("a document type, which CIM-XML messages do not have");
     } else if (startsWith("<!")) {
-      fail("a document type or another declaration, which CIM-XML messages do not have");
+      fail("a declaration, which CIM-XML messages do not have");
     } else if (skip("</")) {
       scanEndTag();
     } else {

@@ -17,8 +17,9 @@ struct XmlLimits {
 };
 
 // Throws XmlException, with what is wrong and at which byte, unless the text is UTF-8 (with or
-// without byte order mark) and well-formed XML 1.0 within the limits. Refuses more than XML does:
-// document type declarations (and so every entity but the five predefined ones), an XML declaration
+// without byte order mark) and well-formed XML 1.0 within the limits; XmlValidationError for a
+// document type declaration. Refuses more than XML does: entities but the five predefined ones,
+// which only such a declaration could bring, an XML declaration
 // that names an encoding other than UTF-8 or US-ASCII, names of elements and attributes with
 // characters beyond ASCII, which CIM-XML does not have. Takes linear time, and memory for the names
 // of the open elements only.

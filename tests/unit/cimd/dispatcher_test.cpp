@@ -183,7 +183,21 @@ TEST_F(DispatcherTest, MethodCallsAreNotSupported) {
       "<SIMPLEREQ><METHODCALL NAME=\"Run\"><LOCALCLASSPATH><LOCALNAMESPACEPATH>"
       "<NAMESPACE NAME=\"root\"/></LOCALNAMESPACEPATH><CLASSNAME NAME=\"Base\"/></LOCALCLASSPATH>"
       "</METHODCALL></SIMPLEREQ></MESSAGE></CIM>"));
-  EXPECT_NE(answer.find("<ERROR CODE=\"7\""), std::string::npos);
+  EXPECT_NE(answer.find("<SIMPLERSP><METHODRESPONSE NAME=\"Run\"><ERROR CODE=\"7\""),
+            std::string::npos);
+  EXPECT_TRUE(answer.ends_with("/></METHODRESPONSE></SIMPLERSP></MESSAGE></CIM>"));
+  const std::string exported = dispatcher_.answer(Request(
+      "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">"
+      "<SIMPLEEXPREQ><EXPMETHODCALL NAME=\"ExportIndication\"/></SIMPLEEXPREQ></MESSAGE></CIM>"));
+  EXPECT_NE(exported.find("<SIMPLEEXPRSP><EXPMETHODRESPONSE NAME=\"ExportIndication\">"
+                          "<ERROR CODE=\"7\""),
+            std::string::npos);
+}
+
+TEST_F(DispatcherTest, AParameterThatIsThereTwiceIsInvalid) {
+  RequestWriter writer = request("EnumerateInstanceNames");
+  writer.className("ClassName", "Base").className("CLASSNAME", "Base");
+  EXPECT_EQ(status(writer, "EnumerateInstanceNames"), Pegasus::CIM_ERR_INVALID_PARAMETER);
 }
 
 }  // namespace

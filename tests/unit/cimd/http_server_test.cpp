@@ -248,6 +248,33 @@ TEST(HttpServer, TooMuchIsRefused) {
   EXPECT_EQ(bodyOf(largest.ask(post(std::string(1000, 'x')))).size(), 1002U);
 }
 
+// All connections share one budget, which the first two use up.
+TEST(HttpServer, RequestsAndAnswersThatDoNotFitInMemoryTogetherAreRefused) {
+  HttpLimits limits;
+  limits.heldBytes = (std::size_t{32} << 20U) + 100;
+  const Server server(limits);
+  Client notReading(server);
+  notReading.setReceiveBuffer(1 << 16);
+  notReading.send(post("large"));
+  Client small(server);
+  EXPECT_EQ(bodyOf(small.ask(post("one"))), "[one]");
+  EXPECT_EQ(statusOf(small.ask(post("large"))), "HTTP/1.1 503");
+  EXPECT_TRUE(small.isClosed());
+  Client sending(server);
+  EXPECT_EQ(statusOf(sending.ask(post(std::string(1000, 'x')))), "HTTP/1.1 503");
+  EXPECT_EQ(bodyOf(notReading.receive()).size(), std::size_t{32} << 20U);
+  Client next(server);
+  EXPECT_EQ(bodyOf(next.ask(post(std::string(1000, 'x')))).size(), 1002U);
+}
+
+TEST(HttpServer, EmptyLinesBeforeARequestArePassedOver) {
+  const Server server;
+  Client client(server);
+  EXPECT_EQ(bodyOf(client.ask("\r\n" + post("one") + "\r\n\r\n")), "[one]");
+  client.send("\r\n");
+  EXPECT_EQ(bodyOf(client.ask("\r\n" + post("two"))), "[two]");
+}
+
 // The answer must arrive although the client goes on sending what is not read.
 TEST(HttpServer, RefusalReachesAClientThatStillSends) {
   const Server server;

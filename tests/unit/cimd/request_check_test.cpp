@@ -127,11 +127,22 @@ TEST(RequestCheck, WebPagesAreNotServed) {
   EXPECT_EQ(outcome(with("Origin", "null")), "403");
 }
 
+TEST(RequestCheck, BodiesComeAsTheyAreOrInChunks) {
+  EXPECT_EQ(outcome(with("Transfer-Encoding", "Chunked")), "200");
+  EXPECT_EQ(outcome(with("Transfer-Encoding", "gzip, chunked")), "501");
+  HttpRequest twice = with("Transfer-Encoding", "chunked");
+  twice.headers.emplace_back("Transfer-Encoding", "chunked");
+  EXPECT_EQ(outcome(twice), "501");
+  EXPECT_EQ(outcome(with("Content-Encoding", "identity")), "200");
+  EXPECT_EQ(outcome(with("Content-Encoding", "gzip")), "415");
+  EXPECT_EQ(outcome(with("Expect", "100-Continue")), "200");
+  EXPECT_EQ(outcome(with("Expect", "more")), "417");
+}
+
 TEST(RequestCheck, BodiesAndVersions) {
   EXPECT_EQ(outcome(withBody("<MESSAGE", "<MESS")), "400 request-not-well-formed");
   EXPECT_EQ(outcome(withBody("\"A\"", "\"\xFF\"")), "400 request-not-valid");
-  EXPECT_EQ(outcome(withBody("<IMETHODCALL", "<!DOCTYPE x><IMETHODCALL")),
-            "400 request-not-well-formed");
+  EXPECT_EQ(outcome(withBody("<IMETHODCALL", "<!DOCTYPE x><IMETHODCALL")), "400 request-not-valid");
   HttpRequest empty = good();
   empty.body.clear();
   EXPECT_EQ(outcome(empty), "400 request-not-well-formed");
@@ -175,6 +186,8 @@ TEST(RequestCheck, ExtensionPostAndItsPrefix) {
   EXPECT_EQ(outcome(extensionRequest("\"http://www.dmtf.org/cim/mapping/http/v1.0\";NS=1", "1-")),
             "200");
   EXPECT_EQ(outcome(extensionRequest("http://www.dmtf.org/cim/mapping/http/v1.0", "")), "200");
+  EXPECT_EQ(outcome(extensionRequest("http://www.dmtf.org/cim/mapping/http/v1.0;ns= 4", "4-")),
+            "200");
   EXPECT_EQ(outcome(extensionRequest("http://www.dmtf.org/cim/mapping/http/v1.0;ns=2", "3-")),
             "400");
 }
@@ -182,7 +195,10 @@ TEST(RequestCheck, ExtensionPostAndItsPrefix) {
 TEST(RequestCheck, ExtensionPostOfAnotherExtensionIsRefused) {
   for (const char* man :
        {"http://example.com/;ns=1", "", "http://www.dmtf.org/cim/mapping/http/v1.0;",
-        "http://www.dmtf.org/cim/mapping/http/v1.0;ns=x"}) {
+        "http://www.dmtf.org/cim/mapping/http/v1.0;ns=x",
+        "http://www.dmtf.org/cim/mapping/http/v1.0;ns=",
+        "http://www.dmtf.org/cim/mapping/http/"
+        "v1.0;n"}) {
     EXPECT_EQ(outcome(extensionRequest(man, "1-")), "510") << man;
   }
   HttpRequest without = good();

@@ -1,0 +1,36 @@
+// A bound on what all connections together keep in memory.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+namespace cimd {
+
+class MemoryBudget {
+ public:
+  explicit MemoryBudget(std::size_t bytes) : free_(bytes) {}
+  MemoryBudget(const MemoryBudget&) = delete;
+  MemoryBudget& operator=(const MemoryBudget&) = delete;
+
+ private:
+  friend class MemoryShare;
+  std::size_t free_;
+};
+
+// What one connection has of it; given back at its end.
+class MemoryShare {
+ public:
+  explicit MemoryShare(std::shared_ptr<MemoryBudget> budget) : budget_(std::move(budget)) {}
+  ~MemoryShare();
+  MemoryShare(const MemoryShare&) = delete;
+  MemoryShare& operator=(const MemoryShare&) = delete;
+
+  // Makes the share this large. False, and nothing has changed, when that is more than is left.
+  bool resize(std::size_t bytes);
+
+ private:
+  std::shared_ptr<MemoryBudget> budget_;
+  std::size_t bytes_ = 0;
+};
+
+}  // namespace cimd
