@@ -154,4 +154,5 @@ def main():
                     (replay[1] - base_replay[1]) * 1e6 / operations, run[2]))
 
 
-main()
+if __name__ == "__main__":
+    main()
