@@ -27,8 +27,8 @@ ROWS = {
 
 
 class Counter(Bench):
-    def __init__(self, bin_dir, bench_dir, folder):
-        super().__init__(bin_dir, bench_dir, folder)
+    def __init__(self, bin_dir, bench_dir):
+        super().__init__(bin_dir, bench_dir)
         self.command = [os.path.join(bin_dir, "morvik"), "-s", "127.0.0.1"]
 
     def run(self, prefix, text, old):
@@ -79,7 +79,7 @@ def main():
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
     with tempfile.TemporaryDirectory() as folder:
         os.chdir(folder)
-        counter = Counter(options.bin_dir, options.bench_dir, folder)
+        counter = Counter(options.bin_dir, options.bench_dir)
         print("%-26s %12s  %s" % ("for each line", "instructions", "system calls"))
         for name, scenario in ROWS.items():
             calls = counter.each(counter.calls, scenario)

@@ -1,12 +1,14 @@
 """Whole runs of morvik beside a replay of the same requests as ready-made bytes.
 
-    imports.py [--full] [--repeat N] BIN_DIR BENCH_DIR
+    imports.py [--full] [--repeat N] [--running] BIN_DIR BENCH_DIR
 
-Runs where port 5988 is free. BIN_DIR has morvik and morvik-cimd, BENCH_DIR has replay. Each run has a
+Runs where port 5988 is free, and starts morvik-cimd there for each run; with --running the server that
+is there already is measured, which must have kvaxdt.mof and machine.mof of this folder. BIN_DIR has morvik and morvik-cimd, BENCH_DIR has replay. Each run has a
 local copy of the data file, so that nothing is fetched; what its two FTP commands take is told by the
 run with an empty file, and taken off. Prints the median of the runs and the ratio to the replay.
 """
 import argparse
+import contextlib
 import os
 import platform
 import resource
@@ -20,13 +22,8 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 SCHEMA = os.path.join(HERE, "..", "schema")
 PORT = 5988
 
-MACHINE = """
-instance of KVAXDT_ComputerSystemDetails { name = "box"; model = "Server 123 -[1234ABX]-"; };
-instance of KVAXDT_Processor { DeviceID = "0"; CurrentClockSpeed = 2400; };
-instance of KVAXDT_Processor { DeviceID = "1"; CurrentClockSpeed = 2400; };
-instance of KVAXDT_PhysicalMemory { Tag = "0"; Capacity = 536870912; };
-instance of KVAXDT_PhysicalMemory { Tag = "1"; Capacity = 536870912; };
-"""
+MACHINE = os.path.join(HERE, "machine.mof")
+ROOM = os.path.join(HERE, "..", "tests", "support", "room")
 
 # What a run does beside reading the model: for each line one enumeration, for each that fits one
 # creation, for each instance of an earlier run one property read and one deletion.
@@ -73,14 +70,15 @@ class Process:
 
 
 class Bench:
-    def __init__(self, bin_dir, bench_dir, folder):
-        self.bin_dir, self.bench_dir, self.folder = bin_dir, bench_dir, folder
+    def __init__(self, bin_dir, bench_dir):
+        self.bin_dir, self.bench_dir = bin_dir, bench_dir
 
     def server(self, old, port=PORT):
-        with open("machine.mof", "w", encoding="utf-8") as file:
-            file.write(MACHINE + earlier(old))
+        with open("earlier.mof", "w", encoding="utf-8") as file:
+            file.write(earlier(old))
         return Process("listening on", os.path.join(self.bin_dir, "morvik-cimd"), "--listen",
-                       "127.0.0.1:%d" % port, os.path.join(SCHEMA, "kvaxdt.mof"), "machine.mof")
+                       "127.0.0.1:%d" % port, os.path.join(SCHEMA, "kvaxdt.mof"), MACHINE,
+                       "earlier.mof")
 
     def morvik(self, text):
         """Seconds, CPU seconds and peak memory in MiB of one run."""
@@ -119,15 +117,37 @@ class Bench:
                 [median(values) for values in zip(*replays)])
 
 
+class RunningBench(Bench):
+    """With a server that is not ours to start: an own run before makes what the measured one finds."""
+
+    @contextlib.contextmanager
+    def server(self, old, port=PORT):
+        self.morvik(lines(old, "FAN", ""))
+        yield
+
+    def record(self, text, old):
+        """Apart from the running server, which has the port that morvik asks."""
+        with open("recorded.txt", "w", encoding="utf-8") as file:
+            file.write(text)
+        subprocess.run([ROOM, sys.executable, os.path.abspath(__file__), "--record", str(old),
+                        self.bin_dir, self.bench_dir], check=True)
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--full", action="store_true")
     parser.add_argument("--repeat", type=int, default=3)
+    parser.add_argument("--running", action="store_true")
+    parser.add_argument("--record", type=int, metavar="OLD", help="record a run with recorded.txt")
     parser.add_argument("bin_dir", type=os.path.abspath)
     parser.add_argument("bench_dir", type=os.path.abspath)
     options = parser.parse_args()
     sizes = [10, 1000, 10000] if options.full else [10, 1000]
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+    if options.record is not None:
+        with open("recorded.txt", encoding="utf-8") as file:
+            Bench(options.bin_dir, options.bench_dir).record(file.read(), options.record)
+        return
     print("%s, %d processors, Linux %s" % (platform.machine(), os.cpu_count(), platform.release()))
     print("%-27s %6s %9s %9s %6s %9s %9s %7s" % ("run", "lines", "morvik", "replay", "ratio",
                                                  "CPU/op", "CPU/op", "peak"))
@@ -135,7 +155,7 @@ def main():
                                                  "MiB"))
     with tempfile.TemporaryDirectory() as folder:
         os.chdir(folder)
-        bench = Bench(options.bin_dir, options.bench_dir, folder)
+        bench = (RunningBench if options.running else Bench)(options.bin_dir, options.bench_dir)
         base, base_replay = bench.measure("", 0, 2 * options.repeat + 1)
         print("%-27s %6s %9.1f %9.1f" % ("nothing to import", "", base[0] * 1e3, base_replay[0] * 1e3))
         for name, make in SCENARIOS.items():
