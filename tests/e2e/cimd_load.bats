@@ -6,7 +6,11 @@ source "$BATS_TEST_DIRNAME/../support/e2e.bash"
 # shellcheck source-path=SCRIPTDIR source=../support/service.bash
 source "$BATS_TEST_DIRNAME/../support/service.bash"
 
-setup() { enterWorkDirectory; }
+# The address sanitizer keeps what is freed for a while, which is no memory of the server.
+setup() {
+    export ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}quarantine_size_mb=0:thread_local_quarantine_size_kb=0"
+    enterWorkDirectory
+}
 teardown() { stopServers; }
 
 seconds=${MORVIK_LOAD_SECONDS-5}
@@ -43,7 +47,8 @@ startRudeClients() { # [KIND...]
     startRudeClients
     runGoodClients 40 "$seconds"
     isGood $((40 * 4 * seconds))
-    ((late < early + 16384))
+    # The rude ones keep five requests of 16 MB half sent, at times more of each than at others.
+    ((late < early + 5 * 16384))
     stopServers
 }
 
