@@ -113,8 +113,8 @@ class CIMValue {
   // The held alternative, for code that visits every type; monostate when null.
   const Data& data() const { return data_; }
 
-  // Same type, same kind, same value, null elements at the same positions; two nulls of one type are
-  // equal.
+  // Same type, same kind, same value, null elements at the same positions; two nulls of one type
+  // are equal.
   friend Boolean operator==(const CIMValue& a, const CIMValue& b);
 
  private:
