@@ -12,7 +12,7 @@ namespace {
 
 std::string field(const std::optional<String>& value, const Terminal& terminal) {
   const String text = value.value_or(String());
-  const std::string bytes = terminal.isTerminal ? harmless(text, terminal) : text.toUtf8();
+  std::string bytes = terminal.isTerminal ? harmless(text, terminal) : text.toUtf8();
   if (bytes.find_first_of("\",\r\n") == std::string::npos) {
     return bytes;
   }

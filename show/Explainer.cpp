@@ -8,10 +8,8 @@
 #include "import/selected.h"
 
 using Pegasus::CIMInstance;
-using Pegasus::Exception;
 using Pegasus::InvalidValueException;
 using Pegasus::String;
-using Pegasus::Uint32;
 
 namespace show {
 
