@@ -9,7 +9,9 @@
 
 using Pegasus::CIMInstance;
 using Pegasus::InvalidValueException;
+using Pegasus::PEG_NOT_FOUND;
 using Pegasus::String;
+using Pegasus::Uint32;
 
 namespace show {
 
@@ -31,10 +33,15 @@ String toCapitals(const String& text) {
   return String(units);
 }
 
+// Whether the first two fields are there as they should be. It tells a misspelt category from a
+// heading; morvik itself does not look.
+bool hasTwoFields(const String& line) {
+  const Uint32 comma = line.find(',');
+  return comma != PEG_NOT_FOUND && comma > 0 && line[comma - 1] == '"' &&
+         line.find(comma + 1, '"') == comma + 1;
+}
+
 Reason explainToken(const String& token) {
-  if (token.size() == 0) {
-    return {"no-entry", "no entry: no category in quotes right behind the first comma"};
-  }
   const String words = String("unknown category \"") + token + "\"";
   return {"unknown-category",
           findCategory(toCapitals(token)) ? words + ": capital letters are needed" : words};
@@ -73,13 +80,14 @@ void Explainer::judgeText(const String& line, Judgement& judgement) {
     return;
   }
   const String token = cutCategoryToken(line);
-  if (token.size() > 0) {
-    judgement.category = token;
-  }
   if (const auto category = findCategory(token)) {
+    judgement.category = token;
     judgeEntry(*category, line, judgement);
-  } else {
+  } else if (hasTwoFields(line)) {
+    judgement.category = token;
     judgement.reason = explainToken(token);
+  } else {
+    judgement.reason = {"no-entry", "no entry: does not begin like \"number\",\"CATEGORY\""};
   }
 }
 

@@ -33,7 +33,7 @@ std::vector<std::size_t> Table::widths(std::size_t columns) const {
     return widths;
   }
   for (std::size_t& width : widths) {
-    width = std::min(width, columns);
+    width = std::min(width, std::max(columns, narrowest));
   }
   const std::size_t gaps = gap * (widths.size() - 1);
   while (std::accumulate(widths.begin(), widths.end(), gaps) > columns) {

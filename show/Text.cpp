@@ -36,6 +36,9 @@ int widthOf(char32_t c) {
   if (c >= 0x20 && c < 0x7F) {
     return 1;
   }
+  if (c == 0) {  // to wcwidth() it is the end of a text
+    return -1;
+  }
   const Utf8Locale inUtf8;
   return wcwidth(static_cast<wchar_t>(c));
 }
