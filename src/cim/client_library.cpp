@@ -9,8 +9,12 @@ CIMClient makeClient() {
   return CIMClient(timeOutMilliseconds);
 }
 
+void connectToServer(CIMClient& client, const String& address) {
+  client.connect(address, String::EMPTY, String::EMPTY);
+}
+
 void connectToLocalServer(CIMClient& client) {
-  client.connect("127.0.0.1:5988", String::EMPTY, String::EMPTY);
+  connectToServer(client, "127.0.0.1:5988");
 }
 
 std::unique_ptr<char[]> toNarrowText(const String& text) {

@@ -11,6 +11,10 @@
 // The time-out for each CIM operation, 20000 milliseconds.
 Pegasus::CIMClient makeClient();
 
+// Connects to the CIM server at that address, host and port, without credentials. Throws when there
+// is none.
+void connectToServer(Pegasus::CIMClient& client, const Pegasus::String& address);
+
 // Connects to the CIM server of this machine, 127.0.0.1:5988, without credentials. Throws when
 // there is none.
 void connectToLocalServer(Pegasus::CIMClient& client);

@@ -22,3 +22,16 @@ Pegasus::Boolean getMemorySizeQualifier(Pegasus::CIMClient& client, const Pegasu
 // (en, de, fr, it, ja, ko; the empty text for any other). Without the token the text from position
 // 8 on is judged.
 Pegasus::Boolean getLanguageQualifier(const Pegasus::String& line);
+
+// What a line asks for.
+struct Qualifier {
+  // Whether the line has the token.
+  bool isGiven;
+  // The text behind the token, up to the next double quote or the end of the line; without the
+  // token, that from the position named above.
+  Pegasus::String value;
+};
+
+Qualifier cutSpeed(const Pegasus::String& line);
+Qualifier cutSize(const Pegasus::String& line);
+Qualifier cutLanguage(const Pegasus::String& line);

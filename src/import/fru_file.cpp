@@ -20,18 +20,27 @@ void skipRestOfLine(std::istream& file) {
 
 }  // namespace
 
-bool readLine(std::istream& file, String& line) {
+LineRead readAnyLine(std::istream& file, String& line) {
   char buffer[maxLineLength + 1];
   file.getline(buffer, sizeof buffer);
-  while (stoppedAtFullBuffer(file)) {
-    skipRestOfLine(file);
-    file.getline(buffer, sizeof buffer);
-  }
-  if (!file.good()) {
-    return false;
-  }
   line.assign(buffer);
-  return true;
+  if (file.good()) {
+    return LineRead::complete;
+  }
+  if (stoppedAtFullBuffer(file)) {
+    skipRestOfLine(file);
+    return LineRead::tooLong;
+  }
+  const bool endedWithin = file.eof() && !file.bad() && file.gcount() > 0;
+  return endedWithin ? LineRead::unfinished : LineRead::end;
+}
+
+bool readLine(std::istream& file, String& line) {
+  LineRead read = LineRead::tooLong;
+  while (read == LineRead::tooLong) {
+    read = readAnyLine(file, line);
+  }
+  return read == LineRead::complete;
 }
 
 bool isComment(const String& line) {

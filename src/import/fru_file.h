@@ -5,10 +5,24 @@
 
 #include <istream>
 
-// Puts the next line into `line`, without its newline, and answers true; false at the end. Lines
-// are byte strings of at most 255; a zero byte ends the text of its line. A longer line is outside
-// the format and is skipped as a whole. A last line without newline is not a line. A read that
-// fails for any other reason ends the file.
+// What the next line of the file is.
+enum class LineRead {
+  complete,
+  // Outside the format: more bytes than a line may have.
+  tooLong,
+  // The last one, without its newline: not a line.
+  unfinished,
+  // There is no more, or it cannot be read.
+  end,
+};
+
+// Takes the next line from the file. Lines are byte strings of at most 255; a zero byte ends the
+// text of its line. `line` gets the text of a complete line, without its newline, and what there is
+// of any other.
+LineRead readAnyLine(std::istream& file, Pegasus::String& line);
+
+// Puts the next complete line into `line` and answers true; false at the end. Lines that are too
+// long are skipped as a whole. A last line without newline and a read that fails end the file.
 bool readLine(std::istream& file, Pegasus::String& line);
 
 // Whether the whole line is to be ignored: it has a "#" anywhere.

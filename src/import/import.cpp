@@ -3,11 +3,11 @@
 #include <fstream>
 #include <iostream>
 
-#include "cim/selection.h"
 #include "import/categories.h"
 #include "import/entry.h"
 #include "import/fru_file.h"
 #include "import/publication.h"
+#include "import/selected.h"
 
 using Pegasus::Boolean;
 using Pegasus::CIMClient;
@@ -15,30 +15,6 @@ using Pegasus::CIMInstance;
 using Pegasus::String;
 
 namespace {
-
-// For compatibility the rules are uneven: three categories are matched against the machine, of two
-// the first entry that succeeds wins, and of the rest every line is published.
-bool isSelected(CIMClient& client, Category category, const String& line,
-                const Publication& publication) {
-  switch (category) {
-    case Category::processor:
-      return getProcessorSpeedQualifier(client, line);
-    case Category::memory:
-      return getMemorySizeQualifier(client, line);
-    case Category::keyboard:
-      return getLanguageQualifier(line);
-    case Category::planar:
-      return !publication.planarPublished;
-    case Category::cdrom:
-      return !publication.cdromPublished;
-    case Category::floppy:
-    case Category::optionsp:
-    case Category::fan:
-    case Category::backplane:
-      break;
-  }
-  return true;
-}
 
 // One entry that fails costs no other: whatever it throws is swallowed, without a message.
 void importEntry(CIMClient& client, Category category, const String& line,

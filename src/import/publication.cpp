@@ -20,7 +20,7 @@ constexpr Uint32 numberPrefixLength = 14;
 
 bool isOurs(CIMClient& client, const CIMObjectPath& name) {
   const CIMValue number = client.getProperty(cimNamespace, name, "IdentifyingNumber");
-  return String::equalNoCase(number.toString().subString(0, numberPrefixLength), numberPrefix);
+  return isOurNumber(number.toString());
 }
 
 void addText(CIMInstance& instance, const char* name, const String& text) {
@@ -60,6 +60,10 @@ String nextIdentifyingNumber(Category category, Publication& publication) {
 
 }  // namespace
 
+bool isOurNumber(const String& identifyingNumber) {
+  return String::equalNoCase(identifyingNumber.subString(0, numberPrefixLength), numberPrefix);
+}
+
 void deleteEarlierInstances(CIMClient& client) {
   const Array<CIMObjectPath> names = client.enumerateInstanceNames(cimNamespace, "KVAXDT_FRU");
   for (const CIMObjectPath& name : names) {
@@ -76,17 +80,26 @@ void addFruProperties(const String& line, CIMInstance& instance) {
   addText(instance, "Description", fields.description);
 }
 
-void publishEntry(CIMClient& client, Category category, const String& line, CIMInstance& instance,
+void fillInstance(Category category, const String& line, CIMInstance& instance,
                   Publication& publication) {
   const String identifyingNumber = nextIdentifyingNumber(category, publication);
   addFruProperties(line, instance);
   addText(instance, "IdentifyingNumber", identifyingNumber);
   addText(instance, "Vendor", "KVA");
   addText(instance, "RevisionLevel", "1.0");
-  client.createInstance(cimNamespace, instance);
+}
+
+void notePublished(Category category, Publication& publication) {
   if (category == Category::planar) {
     publication.planarPublished = true;
   } else if (category == Category::cdrom) {
     publication.cdromPublished = true;
   }
+}
+
+void publishEntry(CIMClient& client, Category category, const String& line, CIMInstance& instance,
+                  Publication& publication) {
+  fillInstance(category, line, instance, publication);
+  client.createInstance(cimNamespace, instance);
+  notePublished(category, publication);
 }

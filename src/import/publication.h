@@ -15,16 +15,25 @@ struct Publication {
   bool cdromPublished = false;
 };
 
-// Deletes the instances that an earlier run has published: those whose IdentifyingNumber begins
-// with the program's prefix, in any letter case. Others are never touched. Throws what the client
-// throws; what was deleted until then stays deleted.
+// Whether an instance with this IdentifyingNumber is one of the program's own: it begins with the
+// program's prefix, in any letter case.
+bool isOurNumber(const Pegasus::String& identifyingNumber);
+
+// Deletes the instances that an earlier run has published. Others are never touched. Throws what
+// the client throws; what was deleted until then stays deleted.
 void deleteEarlierInstances(Pegasus::CIMClient& client);
 
 // Adds "FRUNumber", "Name" and "Description", cut out of the line, to the instance.
 void addFruProperties(const Pegasus::String& line, Pegasus::CIMInstance& instance);
 
-// Fills the fresh instance from the line and creates it on the server. Counts in `publication`
-// before the creation, so that a failed one leaves a gap in the numbers, and marks a planar or
-// CD-ROM as published only after it. Throws what the client throws.
+// Fills the fresh instance from the line, and counts in `publication`.
+void fillInstance(Category category, const Pegasus::String& line, Pegasus::CIMInstance& instance,
+                  Publication& publication);
+
+// Marks a planar or CD-ROM as published.
+void notePublished(Category category, Publication& publication);
+
+// Fills the fresh instance and creates it on the server. Counts before the creation, so that a
+// failed one leaves a gap in the numbers, and marks only after it. Throws what the client throws.
 void publishEntry(Pegasus::CIMClient& client, Category category, const Pegasus::String& line,
                   Pegasus::CIMInstance& instance, Publication& publication);

@@ -1,0 +1,38 @@
+#include <Pegasus/Common/Exception.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <exception>
+#include <iostream>
+
+#include "show/Show.h"
+#include "show/Text.h"
+
+using Pegasus::String;
+
+namespace {
+
+int fail(const String& words) {
+  // What was written so far stands before the message where both go to one place.
+  std::cout.flush();
+  std::cerr << "morvik-show: " << show::harmless(words, show::lookAt(STDERR_FILENO)) << std::endl;
+  return show::EXIT_TROUBLE;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // Tells which characters a terminal understands; nothing else depends on it.
+  std::setlocale(LC_CTYPE, "");
+  try {
+    show::Options options;
+    if (const auto status = show::readOptions(argc, argv, options)) {
+      return *status;
+    }
+    return show::run(options);
+  } catch (const Pegasus::Exception& error) {
+    return fail(error.getMessage());
+  } catch (const std::exception& error) {
+    return fail(String(error.what()));
+  }
+}

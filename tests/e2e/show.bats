@@ -1,0 +1,323 @@
+#!/usr/bin/env bats
+# morvik-show: what is listed, in which form, and how it ends.
+
+# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
+source "$BATS_TEST_DIRNAME/../support/e2e.bash"
+# shellcheck source-path=SCRIPTDIR source=../support/show.bash
+source "$BATS_TEST_DIRNAME/../support/show.bash"
+
+setup() { enterWorkDirectory; }
+teardown() { stopServers; }
+
+publishSome() {
+    startMachine
+    importLines <<'END'
+"A5","FAN","","Fan, ""left"
+"A4","PLANAR","","Board für 日本"
+"A3","MEMORY","SIZE=512","512 MB"
+"A2","PROCESSOR","SPEED=2400","2.4 GHz"
+END
+}
+
+# --- the list ---
+
+@test "the table: categories in the order of morvik's own table, whatever the order of the file" {
+    publishSome
+    runShow
+    ends 0
+    wrote 'CATEGORY   FRU NUMBER  DESCRIPTION     IDENTIFYING NUMBER
+PROCESSOR  A2          2.4 GHz         KVAHalvoranFru1
+MEMORY     A3          512 MB          KVAHalvoranFru1
+PLANAR     A4          Board für 日本  KVAHalvoranFru1
+FAN        A5          Fan,            KVAHalvoranFru1'
+}
+
+@test "numbers are in the order of numbers: 10 stands behind 9" {
+    startMachine
+    seq -f '"F%g","FAN","","x"' 12 | importLines
+    runShow
+    ends 0
+    equal "$(seq -f KVAHalvoranFru%g 12)" "$(awk 'NR > 1 { print $4 }' "$out")" 'the numbers'
+}
+
+@test "nothing published: status 1, and nothing on standard output but the frame of JSON and CSV" {
+    startMachine
+    runShow
+    ends 1 'no entries'
+    wrote ''
+    runShow --json
+    ends 1
+    equal '{'"'format': 1, 'entries': []}" "$(jsonOf it)" json
+    runShow --csv
+    ends 1
+    fileIs "$out" 'category,fruNumber,description,identifyingNumber,vendor,revisionLevel,publishedByMorvik\r\n'
+}
+
+@test "--json: every property, under a format number" {
+    publishSome
+    runShow --json
+    ends 0
+    equal 1 "$(jsonOf 'it["format"]')" 'the format'
+    equal "{'category': 'PLANAR', 'fruNumber': 'A4', 'description': 'Board für 日本', 'identifyingNumber': 'KVAHalvoranFru1', 'vendor': 'KVA', 'revisionLevel': '1.0', 'publishedByMorvik': True}" \
+        "$(jsonOf 'it["entries"][2]')" 'an entry'
+    equal 4 "$(jsonOf 'len(it["entries"])')" 'the number of entries'
+}
+
+@test "--json: a property without a value is null, an empty one is empty" {
+    startDescribed '{"KVAXDT_FRU": [[["IdentifyingNumber", "string", "KVAHalvoranFru1"],
+        ["Description", "string", null], ["Name", "string", ""]]]}'
+    runShow --json
+    ends 0
+    equal "('', None, None)" "$(jsonOf '(lambda e: (e["category"], e["description"], e["vendor"]))(it["entries"][0])')" values
+    runShow
+    equal '          -           -            KVAHalvoranFru1' "$(tail -n 1 "$out")" 'the line'
+}
+
+@test "--csv: RFC 4180, as an independent reader reads it" {
+    startMachine
+    createAs 'Say "KVA", Ltd' 'A,1' KVAHalvoranFru1
+    createAs $'two\nlines' 'A 2' KVAHalvoranFru2
+    runShow --csv
+    ends 0
+    equal "['FAN', 'A,1', 'other', 'KVAHalvoranFru1', 'Say \"KVA\", Ltd', '9', 'true']
+['FAN', 'A 2', 'other', 'KVAHalvoranFru2', 'two\\nlines', '9', 'true']" \
+        "$("$python" -c 'import csv, sys
+for row in list(csv.reader(open(sys.argv[1], newline=""), strict=True))[1:]: print(row)' "$out")" rows
+    head -n 2 "$out" | tail -n 1 | cmp - <(printf 'FAN,"A,1",other,KVAHalvoranFru1,"Say ""KVA"", Ltd",9,true\r\n')
+}
+
+@test "--category: any letter case, several times" {
+    publishSome
+    runShow --category fan --category Planar --json
+    ends 0
+    equal "['PLANAR', 'FAN']" "$(jsonOf '[e["category"] for e in it["entries"]]')" 'the categories'
+    runShow --category CDROM
+    ends 1 'no entries'
+}
+
+@test "--category: a name that is no category is a slip, not an empty list" {
+    publishSome
+    runShow --category FANS
+    ends 2 "--category: morvik has no category 'FANS'
+Try 'morvik-show --help'."
+    runShow --all --category FANS
+    ends 1 'no entries'
+}
+
+@test "--all: entries of other publishers too, told apart as morvik tells them" {
+    startMachine
+    createAs KVA B1 KVAHalvoranFr
+    createAs KVA B2 XKVAHalvoranFru1
+    createAs KVA A1 kvahalvoranfru7
+    createAs Acme B3 1
+    runShow --csv
+    ends 0
+    equal A1 "$(sed 1d "$out" | cut -d , -f 2)" 'the own entries'
+    runShow --all --csv
+    ends 0
+    equal 'A1 true
+B3 false
+B1 false
+B2 false' "$(sed 1d "$out" | tr -d '\r' | awk -F , '{ print $2, $7 }')" 'all entries'
+    runShow --all
+    ends 0
+    equal 'CATEGORY  FRU NUMBER  DESCRIPTION  IDENTIFYING NUMBER  VENDOR' "$(head -n 1 "$out")" headings
+    grep -qx 'FAN       B3          other        1                   Acme' "$out"
+}
+
+@test "only entries of others: status 1 without --all" {
+    startMachine
+    createAs Acme B3 1
+    runShow
+    ends 1 'no entries'
+    runShow --all
+    ends 0
+}
+
+# --- the machine ---
+
+@test "--machine: what morvik reads of each sample machine" {
+    local name
+    for name in server-1234 server-2345 workstation-3456 rack-4567; do
+        startCimd "$schema/kvaxdt.mof" "$samples/$name.mof"
+        LANG=de_DE.UTF-8 runShow --machine
+        ends 0
+        cat "$out" >>all
+        stopServers
+    done
+    equal 'Model           Server 123 -[1234ABX]-
+Machine type    1234
+Processors      2400 MHz
+Memory modules  512 MiB, 512 MiB
+Language code   de (LANG is de_DE.UTF-8)
+Model           Server 234 -[2345CDY]-
+Machine type    2345
+Processors      1800 MHz, 2400 MHz
+Memory modules  256 MiB, 512 MiB, 1024 MiB
+Language code   de (LANG is de_DE.UTF-8)
+Model           3456M2X
+Machine type    3456
+Processors      3000 MHz
+Memory modules  1024 MiB
+Language code   de (LANG is de_DE.UTF-8)
+Model           Rack node, shelf 3] bay [4567R8K
+Machine type    4567
+Processors      2800 MHz, 2800 MHz, 2800 MHz, 2000 MHz
+Memory modules  512 MiB, 2048 MiB, 4096 MiB, 8192 MiB, 953 MiB
+Language code   de (LANG is de_DE.UTF-8)' "$(cat all)" 'the machines'
+}
+
+@test "--machine --json" {
+    startMachine --speeds '2400 1800' --capacities 1000000000
+    LANG=zh_CN runShow --machine --json
+    ends 0
+    equal "{'format': 1, 'machine': {'model': 'Server 123 -[1234ABX]-', 'machineType': '1234', 'processorClocks': ['2400', '1800'], 'memorySizes': ['953'], 'languageCode': '', 'lang': 'zh_CN'}}" \
+        "$(jsonOf it)" json
+    runShow --machine --json
+    equal "('', None)" "$(jsonOf '(it["machine"]["languageCode"], it["machine"]["lang"])')" 'an unset LANG'
+}
+
+@test "--machine: what morvik cannot use is told" {
+    startDescribed '{"KVAXDT_ComputerSystemDetails": [[["model", "string", "1234"]]],
+        "KVAXDT_Processor": [[["CurrentClockSpeed", "uint32", "2400"]], [["Other", "uint32", "1"]],
+            [["CurrentClockSpeed", "uint32", null]]],
+        "KVAXDT_PhysicalMemory": []}'
+    runShow --machine
+    ends 0
+    wrote 'Model           1234
+Machine type    none: morvik takes no type from this model
+Processors      2400 MHz, not told: morvik gives up, no value
+Memory modules  none
+Language code   none (LANG is not set)'
+    runShow --machine --json
+    equal "['2400', None, '']" "$(jsonOf 'it["machine"]["processorClocks"]')" 'the clocks'
+    stopServers
+    startDescribed '{"KVAXDT_ComputerSystemDetails": [[["name", "string", "x"]]],
+        "KVAXDT_Processor": [], "KVAXDT_PhysicalMemory": []}'
+    runShow --machine
+    ends 0
+    equal 'Model           unknown: the CIM server tells none
+Machine type    unknown: morvik fetches nothing' "$(head -n 2 "$out")" 'a system without model'
+}
+
+@test "--machine: status 1 where the server knows nothing, 2 where it refuses to tell" {
+    startCimd "$schema/kvaxdt.mof"
+    runShow --machine
+    ends 1
+    equal 'Machine type    none' "$(sed -n 2p "$out")" 'the machine type'
+    stopServers
+    startDescribed '{"KVAXDT_Processor": []}'
+    runShow --machine
+    ends 2 'CIM_ERR_INVALID_CLASS: no class KVAXDT_ComputerSystemDetails
+morvik-show: CIM_ERR_INVALID_CLASS: no class KVAXDT_PhysicalMemory'
+    grep -qx 'Memory modules  unknown' "$out"
+    runShow --machine --json
+    equal "(None, None, [], None)" \
+        "$(jsonOf 'tuple(it["machine"][k] for k in ("model", "machineType", "processorClocks", "memorySizes"))')" json
+}
+
+# --- trouble ---
+
+@test "no server: status 2 for every question" {
+    : >fru.txt
+    local question
+    for question in '' --json --csv --all --machine '--explain fru.txt'; do
+        # shellcheck disable=SC2086 # words on purpose
+        runShow $question
+        ends 2 'cannot connect to 127.0.0.1:5988: Connection refused'
+        wrote ''
+    done
+}
+
+@test "--server: another port, another host, an IPv6 address" {
+    writeMachine >machine.mof
+    startCimd --listen '[::1]:15988' "$schema/kvaxdt.mof" machine.mof
+    runShow --server '[::1]:15988' --machine
+    ends 0
+    stopServers
+    startCimd --listen 127.0.0.1:15988 "$schema/kvaxdt.mof" machine.mof
+    runShow --server localhost:15988 --machine
+    ends 0
+    runShow --server 127.0.0.1:15989 --machine
+    ends 2 'cannot connect to 127.0.0.1:15989: Connection refused'
+}
+
+@test "a server that refuses: its words, status 2" {
+    startDescribed '{}'
+    runShow
+    ends 2 'CIM_ERR_INVALID_CLASS: no class KVAXDT_FRU'
+    wrote ''
+}
+
+@test "an answer that is none: status 2, one message, nothing on standard output" {
+    publishSomeBehindPeer
+    local fault
+    for fault in close reset garbage cut-xml not-xml deep entities huge status-401 wrong-id bad-utf8 \
+        error-in-trailer; do
+        printf '* * %s\n' "$fault" >"$faults"
+        runShow --json
+        equal 2 "$status" "the status after $fault"
+        equal 1 "$(grep -c '^morvik-show: ' "$err")" "the messages after $fault"
+        wrote ''
+    done
+}
+
+publishSomeBehindPeer() {
+    startRecordedMachine
+    importLines <<<'"A5","FAN","","x"'
+}
+
+@test "wrong usage: status 2, and nobody is asked" {
+    startDescribed '{}'
+    local arguments
+    while read -ra arguments; do
+        runShow "${arguments[@]}"
+        equal 2 "$status" "the status of ${arguments[*]}"
+        wrote ''
+        equal "Try 'morvik-show --help'." "$(tail -n 1 "$err")" "the message for ${arguments[*]}"
+    done <<'END'
+--unknown
+extra
+--json --csv
+--machine --csv
+--machine --all
+--machine --category FAN
+--explain fru.txt --csv
+--explain fru.txt --all
+--explain fru.txt --machine
+--explain
+--category
+--category FAN PLANAR
+--server
+--server 127.0.0.1
+--server :5988
+--server 127.0.0.1:
+--server 127.0.0.1:0
+--server 127.0.0.1:65536
+--server 127.0.0.1:5988x
+--server ::1:5988
+END
+    equal 0 "$(wc -l <"$accepted")" 'the number of connections'
+}
+
+@test "--help and --version ask nobody" {
+    runShow --help
+    ends 0
+    local option
+    for option in --server --json --csv --category --all --machine --explain --version --help; do
+        grep -q -e "^  $option" "$out"
+    done
+    runShow --version
+    ends 0
+    grep -qxE 'morvik-show [0-9]+\.[0-9]+\.[0-9]+' "$out"
+}
+
+@test "output that cannot be written: status 2" {
+    publishSome
+    local option
+    for option in --all --json --csv --machine; do
+        status=0
+        "$show" "$option" >/dev/full 2>"$err" || status=$?
+        ends 2 'cannot write to standard output'
+    done
+}

@@ -1,0 +1,213 @@
+#!/usr/bin/env bats
+# morvik-show on a terminal: width, colours, and nothing that the terminal would obey.
+
+# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
+source "$BATS_TEST_DIRNAME/../support/e2e.bash"
+# shellcheck source-path=SCRIPTDIR source=../support/show.bash
+source "$BATS_TEST_DIRNAME/../support/show.bash"
+
+setup() {
+    enterWorkDirectory
+    unset NO_COLOR COLUMNS
+    export TERM=xterm LC_ALL=C.UTF-8
+}
+teardown() { stopServers; }
+
+escape=$'\e'
+
+# Leaves what the terminal gets in the file $out. Standard error goes there, too.
+onTerminal() { # COLUMNS [ARG...]
+    local columns=$1
+    shift
+    runInstead "$python" "$support/terminal.py" "$columns" "$show" "$@"
+}
+
+widest() {
+    sed "s/$escape\[[0-9]*m//g" "$out" | "$python" "$support/terminal.py" --widest
+}
+
+publishLongOnes() {
+    startMachine
+    importLines <<'END'
+"A1","FAN","","Lüfter, 60 mm, mit einer Beschreibung, die länger ist als manche Zeile"
+"A2","FAN","","冷却ファン、六十ミリメートル、電源ゾーン用、ホットスワップ対応"
+"A3","FAN","","é ä n̈ combining marks that take no column of their own at all"
+END
+}
+
+# Entries with everything that a terminal would obey, and with what makes a line read otherwise.
+startHostile() {
+    startDescribed '{"KVAXDT_FRU": [[["Name", "string", "F\u009b31mAN"], ["FRUNumber", "string", "A\t\n\r1"],
+        ["Description", "string", "a\u0085b\u202egnp.exe\u2066c\u2028d\u007fe"],
+        ["IdentifyingNumber", "string", "KVAHalvoranFru1\u009d0;owned\u009c"],
+        ["Vendor", "string", "\u200fKVA"], ["RevisionLevel", "string", "1"]]]}'
+}
+
+# No control character but line feeds, and the carriage returns of CSV at the end of lines, and no
+# mark that turns the direction of writing.
+isHarmless() {
+    "$python" -c 'import sys, unicodedata
+text = open(sys.argv[1], encoding="utf-8", newline="").read().replace("\r\n", "\n").replace("\n", "")
+bad = [ascii(c) for c in text if unicodedata.category(c) in ("Cc", "Zl", "Zp")
+       or unicodedata.bidirectional(c) in ("LRO", "RLO", "LRE", "RLE", "PDF", "LRI", "RLI", "FSI", "PDI")
+       or c in "\u200e\u200f\u061c"]
+sys.exit(f"harmful: {bad}" if bad else 0)' "$out"
+}
+
+@test "the table is as wide as the terminal, and says where it was cut" {
+    publishLongOnes
+    local columns
+    for columns in 60 70 79; do
+        onTerminal "$columns"
+        equal 0 "$status" status
+        equal "$columns" "$(widest)" 'the widest line'
+        equal 3 "$(grep -c … "$out")" "the lines that were cut at $columns"
+    done
+    onTerminal 300
+    run ! grep -q … "$out"
+}
+
+@test "COLUMNS has precedence over what the terminal says" {
+    publishLongOnes
+    COLUMNS=64 onTerminal 120
+    equal 64 "$(widest)" 'the widest line'
+    COLUMNS=wide onTerminal 72
+    equal 72 "$(widest)" 'the widest line with a COLUMNS that is no number'
+    onTerminal 0
+    equal 80 "$(widest)" 'the widest line on a terminal that does not tell'
+}
+
+@test "wide characters and combining marks: the next column begins where it should" {
+    publishLongOnes
+    onTerminal 200
+    sed "s/$escape\[[0-9]*m//g" "$out" | sed 1d | sed 's/KVAHalvoranFru.*//' >before
+    local line
+    while IFS= read -r line; do
+        "$python" "$support/terminal.py" --widest <<<"$line"
+    done <before >widths
+    equal 3 "$(wc -l <widths)" 'the number of lines'
+    equal 1 "$(sort -u widths | wc -l)" 'the number of different beginnings'
+}
+
+@test "a terminal too narrow for anything breaks the lines, no more" {
+    publishLongOnes
+    onTerminal 5
+    equal 0 "$status" status
+    grep -q A1 "$out"
+}
+
+@test "a file or pipe gets whole texts, whatever COLUMNS says" {
+    publishLongOnes
+    COLUMNS=40 runShow
+    ends 0
+    grep -q 'als manche Zeile  *KVA' "$out"
+    run ! grep -q … "$out"
+}
+
+@test "colours: on a terminal only, and never with NO_COLOR or on a dumb one" {
+    publishLongOnes
+    onTerminal 80
+    grep -q "$escape\[1mCATEGORY" "$out"
+    NO_COLOR='' onTerminal 80
+    grep -q "$escape" "$out"
+    NO_COLOR=1 onTerminal 80
+    run ! grep -q "$escape" "$out"
+    TERM=dumb onTerminal 80
+    run ! grep -q "$escape" "$out"
+    env -u TERM "$python" "$support/terminal.py" 80 "$show" >"$out"
+    run ! grep -q "$escape" "$out"
+    runShow
+    run ! grep -q "$escape" "$out"
+}
+
+@test "colours: none in JSON and CSV" {
+    publishLongOnes
+    onTerminal 80 --json
+    run ! grep -q "$escape" "$out"
+    onTerminal 80 --csv
+    run ! grep -q "$escape" "$out"
+}
+
+@test "nothing from the server hurts the terminal" {
+    startHostile
+    export NO_COLOR=1
+    local option
+    for option in '' --all --json --csv; do
+        # shellcheck disable=SC2086 # none or one
+        onTerminal 200 $option
+        equal 0 "$status" "the status of $option"
+        [[ -s $out ]]
+        isHarmless
+    done
+}
+
+@test "nothing of it hurts the terminal on which a file is read later, either; CSV apart" {
+    startHostile
+    runShow
+    ends 0
+    isHarmless
+    equal '   F�31mAN   A���1       a�b�gnp.exe�c�d�e  KVAHalvoranFru1�0;owned�' "   $(tail -n 1 "$out")" 'the line'
+    runShow --json
+    ends 0
+    isHarmless
+}
+
+@test "JSON and CSV keep every character" {
+    # But for the carriage return: XML makes a line feed of it.
+    startHostile
+    runShow --json
+    ends 0
+    equal "'a\\x85b\\u202egnp.exe\\u2066c\\u2028d\\x7fe'" "$(jsonOf 'ascii(it["entries"][0]["description"])')" 'in JSON'
+    runShow --csv
+    ends 0
+    equal "['F\\x9b31mAN', 'A\\t\\n\\n1', 'a\\x85b\\u202egnp.exe\\u2066c\\u2028d\\x7fe', 'KVAHalvoranFru1\\x9d0;owned\\x9c', '\\u200fKVA', '1', 'true']" \
+        "$("$python" -c 'import csv, sys
+print(ascii(list(csv.reader(open(sys.argv[1], encoding="utf-8", newline="")))[1]))' "$out")" 'in CSV'
+}
+
+@test "what a hostile server says of an error does not hurt the terminal" {
+    startServer hostile ready "$python" -u -c 'import http.server
+class Handler(http.server.BaseHTTPRequestHandler):
+    def do_POST(self):
+        self.send_response(500)
+        self.send_header("PGErrorDetail", "%1b]0;owned%07%c2%9b")
+        self.send_header("Content-Length", "0")
+        self.end_headers()
+    def log_message(self, *_): pass
+import signal, sys
+signal.signal(signal.SIGTERM, lambda *_: sys.exit(0))
+server = http.server.HTTPServer(("127.0.0.1", 5988), Handler)
+print("ready")
+server.serve_forever()'
+    onTerminal 80
+    equal 2 "$status" status
+    grep -q '^morvik-show: .*owned' "$out"
+    isHarmless
+}
+
+@test "a terminal that does not know UTF-8 gets ASCII" {
+    publishLongOnes
+    local option
+    for option in '' --json --csv; do
+        # shellcheck disable=SC2086 # none or one
+        LC_ALL=C onTerminal 70 $option
+        equal 0 "$status" "the status of $option"
+        run ! grep -qP '[^\x00-\x7f]' "$out"
+    done
+    LC_ALL=C runShow --csv
+    ends 0
+    grep -q 冷却ファン "$out"
+}
+
+@test "--explain and --machine: as wide as the terminal, in colours, harmless" {
+    startMachine --model $'x\u009b[1234]'
+    printf '"A1","FAN","","x"\n"A2","PROCESSOR","SPEED=\x1b[31m","x"\n"A\x1b3","F\x07N","","x"\n' >fru.txt
+    onTerminal 50 --explain fru.txt
+    equal 0 "$status" status
+    grep -q "$escape\[32m" "$out"
+    (($(widest) <= 50))
+    NO_COLOR=1 onTerminal 200 --explain fru.txt
+    isHarmless
+    NO_COLOR=1 onTerminal 200 --machine
+    isHarmless
+}

@@ -1,0 +1,44 @@
+# shellcheck shell=bash disable=SC2034,SC2154 # what is set elsewhere, and used elsewhere
+# What the tests of morvik-show share. Loaded by each of them after e2e.bash.
+
+show=$MORVIK_BIN_DIR/morvik-show
+samples=$schema/samples
+
+# Like runMorvik.
+runShow() { # [ARG...]
+    runInstead "$show" "$@"
+}
+
+# The run ended with this status. Trouble says one thing on standard error; everything else, nothing.
+ends() { # STATUS [MESSAGE]
+    if ! equal "$1" "$status" 'the exit status'; then
+        cat "$out" "$err" >&2
+        return 1
+    fi
+    equal "${2:+morvik-show: $2}" "$(cat "$err")" 'standard error'
+}
+
+wrote() { # TEXT
+    equal "$1" "$(cat "$out")" 'standard output'
+}
+
+# What a Python expression makes of the JSON on standard output, which is the variable `it`.
+jsonOf() { # EXPRESSION
+    "$python" -c 'import json, sys
+it = json.load(open(sys.argv[1], encoding="utf-8"))
+print(eval(sys.argv[2]))' "$out" "$1"
+}
+
+# Imports standard input as fru.txt, and leaves no file.
+importLines() {
+    cat >fru.txt
+    LANG=en_US.UTF-8 runMorvik -s 127.0.0.1 -d dir
+    usedLocalCopy
+    rm fru.txt
+}
+
+# A server that answers from descriptions of classes, as JSON.
+startDescribed() { # JSON
+    printf '%s' "$1" >"$BATS_TEST_TMPDIR/machine.json"
+    startPeer --machine "$BATS_TEST_TMPDIR/machine.json"
+}

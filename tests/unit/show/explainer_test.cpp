@@ -1,0 +1,154 @@
+// The judgement on each line of a file, on a machine whose answers are given.
+#include "show/Explainer.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "../src/fake_client.h"
+
+using Pegasus::CIM_ERR_FAILED;
+using Pegasus::CIMClient;
+using Pegasus::CIMException;
+using Pegasus::CIMProperty;
+using Pegasus::CIMValue;
+using Pegasus::String;
+using Pegasus::Uint32;
+using Pegasus::Uint64;
+
+namespace show {
+namespace {
+
+class ExplainerTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    fakeServer = {};
+    haveClocks({2400});
+    fakeServer.classes["KVAXDT_PhysicalMemory"] = {instanceWith(
+        "KVAXDT_PhysicalMemory", {CIMProperty("Capacity", CIMValue(Uint64{536870912}))})};
+    fakeServer.classes["KVAXDT_ComputerSystemDetails"] = {};
+    setenv("LANG", "en_US.UTF-8", 1);
+  }
+
+  // The next test's client exists before its SetUp().
+  void TearDown() override { fakeServer = {}; }
+
+  static void haveClocks(const std::vector<Uint32>& clocks) {
+    auto& processors = fakeServer.classes["KVAXDT_Processor"];
+    processors.clear();
+    for (const Uint32 clock : clocks) {
+      processors.push_back(
+          instanceWith("KVAXDT_Processor", {CIMProperty("CurrentClockSpeed", CIMValue(clock))}));
+    }
+  }
+
+  Judgement judge(const std::string& line, LineRead read = LineRead::complete) {
+    if (!explainer_) {
+      machine_ = readMachine(client_);
+      explainer_.emplace(client_, machine_);
+    }
+    return explainer_->judge(read, String(line));
+  }
+  std::string codeOf(const std::string& line, LineRead read = LineRead::complete) {
+    return judge(line, read).reason.code;
+  }
+  std::string wordsOf(const std::string& line) { return judge(line).reason.words.toUtf8(); }
+
+  CIMClient client_{1};
+
+ private:
+  Machine machine_;
+  std::optional<Explainer> explainer_;
+};
+
+std::string entry(const std::string& number, const std::string& category,
+                  const std::string& qualifier = "") {
+  return "\"" + number + "\",\"" + category + "\",\"" + qualifier + "\",\"x\"";
+}
+
+TEST_F(ExplainerTest, LinesAreCountedWhateverTheyAre) {
+  EXPECT_EQ(judge("# x").line, 1U);
+  EXPECT_EQ(judge("x", LineRead::tooLong).line, 2U);
+  EXPECT_EQ(judge(entry("1", "FAN")).line, 3U);
+  EXPECT_EQ(judge("x", LineRead::unfinished).line, 4U);
+}
+
+TEST_F(ExplainerTest, WhatIsNoEntryIsIgnored) {
+  EXPECT_EQ(codeOf("\"1\",\"FAN\",\"\",\"#\""), "comment");
+  EXPECT_EQ(codeOf(""), "blank");
+  EXPECT_EQ(codeOf(" \t\r"), "blank");
+  for (const char* line : {"heading", "heading, with comma", ",", R"("1", "FAN","","x")",
+                           R"(1,"FANS")", R"("1",FAN)"}) {
+    EXPECT_EQ(codeOf(line), "no-entry") << line;
+  }
+  EXPECT_EQ(codeOf(entry("1", "")), "unknown-category");
+  EXPECT_EQ(codeOf(entry("1", "FANS")), "unknown-category");
+  EXPECT_EQ(codeOf(entry("1", "FAN"), LineRead::tooLong), "too-long");
+  EXPECT_EQ(codeOf(entry("1", "FAN"), LineRead::unfinished), "unfinished");
+  EXPECT_EQ(judge(entry("1", "FANS")).verdict, Verdict::ignored);
+  EXPECT_FALSE(judge(entry("1", "FANS")).fields);
+}
+
+TEST_F(ExplainerTest, NumbersAreThoseOfTheImport) {
+  EXPECT_EQ(judge(entry("1", "FAN")).identifyingNumber, String("KVAHalvoranFru1"));
+  EXPECT_EQ(judge(entry("2", "FAN")).identifyingNumber, String("KVAHalvoranFru2"));
+  EXPECT_EQ(judge(entry("3", "PROCESSOR", "SPEED=2400")).identifyingNumber,
+            String("KVAHalvoranFru1"));
+  EXPECT_FALSE(judge(entry("4", "PROCESSOR", "SPEED=1")).identifyingNumber);
+}
+
+TEST_F(ExplainerTest, AnEntryThatIsRefusedLeavesAGapInTheNumbers) {
+  EXPECT_EQ(codeOf(entry("1", "FAN")), "published");
+  EXPECT_EQ(codeOf(entry("a\x01", "FAN")), "not-sendable");
+  EXPECT_EQ(judge(entry("3", "FAN")).identifyingNumber, String("KVAHalvoranFru3"));
+}
+
+TEST_F(ExplainerTest, APlanarThatCannotBeSentLeavesTheNextAChance) {
+  EXPECT_EQ(codeOf(entry("a\x01", "PLANAR")), "not-sendable");
+  EXPECT_EQ(codeOf(entry("2", "PLANAR")), "published");
+  EXPECT_EQ(wordsOf(entry("3", "PLANAR")), "second PLANAR: the one of line 2 counts");
+}
+
+TEST_F(ExplainerTest, TheSameKeyIsRefusedAcrossCategories) {
+  EXPECT_EQ(codeOf(entry("1", "FLOPPY")), "published");
+  EXPECT_EQ(codeOf(entry("1", "CDROM")), "same-key");
+  EXPECT_EQ(codeOf(entry("2", "CDROM")), "published");
+  EXPECT_EQ(codeOf(entry("1", "FAN")), "same-key");
+  EXPECT_EQ(codeOf(entry("1", "FAN")), "published") << "the second fan has another number";
+}
+
+TEST_F(ExplainerTest, EachValueIsNamedOnceAndManyAreCounted) {
+  haveClocks({1800, 2000, 1800});
+  EXPECT_EQ(wordsOf(entry("1", "PROCESSOR", "SPEED=2400")),
+            "clock differs: 2400 asked, 1800 and 2000 here");
+}
+
+TEST_F(ExplainerTest, ManyValuesAreNotAllNamed) {
+  haveClocks({1, 2, 3, 4, 5, 6, 7, 8, 9});
+  EXPECT_EQ(wordsOf(entry("1", "PROCESSOR", "SPEED=2400")),
+            "clock differs: 2400 asked, 1, 2, 3, 4, 5, 6, 7 and 2 others here");
+}
+
+TEST_F(ExplainerTest, ValuesThatCouldBeOverlookedStandInQuotes) {
+  EXPECT_EQ(wordsOf(entry("1", "PROCESSOR", "SPEED=2400 ")),
+            "clock differs: \"2400 \" asked, 2400 here");
+  EXPECT_EQ(wordsOf(entry("1", "PROCESSOR", "SPEED=")), "clock differs: \"\" asked, 2400 here");
+}
+
+TEST_F(ExplainerTest, AServerThatFailsOnTheWayIsNoMismatch) {
+  EXPECT_EQ(codeOf(entry("1", "PROCESSOR", "SPEED=2400")), "published");
+  fakeServer.beforeAnswer = [](const std::string&) { throw CIMException(CIM_ERR_FAILED); };
+  EXPECT_THROW(judge(entry("2", "PROCESSOR", "SPEED=2400")), AnswersChanged);
+  EXPECT_THROW(judge(entry("3", "MEMORY", "SIZE=512")), AnswersChanged);
+}
+
+TEST_F(ExplainerTest, NothingIsCreatedOrDeleted) {
+  judge(entry("1", "FAN"));
+  judge(entry("2", "PROCESSOR", "SPEED=2400"));
+  for (const std::string& call : fakeServer.calls) {
+    EXPECT_TRUE(call.starts_with("enumerateInstances") || call.starts_with("CIMClient")) << call;
+  }
+}
+
+}  // namespace
+}  // namespace show
