@@ -1,0 +1,11 @@
+# Completion of morvik-cimd(8) for fish.
+complete -c morvik-cimd -f -a '(__fish_complete_suffix .mof)' -d 'MOF file'
+complete -c morvik-cimd -l listen -x -d 'Loopback address and port to listen on'
+complete -c morvik-cimd -l host -d 'Serve the inventory of this machine'
+complete -c morvik-cimd -l smbios -x -a '(__fish_complete_directories)' -d 'Serve recorded tables'
+complete -c morvik-cimd -l store -r -F -d 'Keep what clients publish'
+complete -c morvik-cimd -l user -x -a '(__fish_complete_users)' -d 'Account to run as'
+complete -c morvik-cimd -l check -d 'Load everything, report and end'
+complete -c morvik-cimd -l log-level -x -a 'error warning info debug' -d 'How much to tell'
+complete -c morvik-cimd -l help -d 'Show the options'
+complete -c morvik-cimd -l version -d 'Show the version'

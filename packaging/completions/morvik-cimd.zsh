@@ -1,0 +1,13 @@
+#compdef morvik-cimd
+# Completion of morvik-cimd(8) for zsh.
+_arguments \
+    '--listen[where to listen]:loopback address and port: ' \
+    '(--smbios)--host[serve the inventory of this machine]' \
+    '(--host)--smbios[serve recorded tables]:folder:_files -/' \
+    '--store[keep what clients publish]:file:_files' \
+    '--user[account to run as]:user:_users' \
+    '--check[load everything, report and end]' \
+    '--log-level[how much to tell]:level:(error warning info debug)' \
+    '(- *)--help[show the options]' \
+    '(- *)--version[show the version]' \
+    '*:MOF file:_files -g "*.mof"'

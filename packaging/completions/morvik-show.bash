@@ -1,0 +1,18 @@
+# shellcheck shell=bash
+# Completion of morvik-show(1) for bash.
+_morvik_show() {
+    local word=$2 previous=$3
+    case $previous in
+    --server) mapfile -t COMPREPLY < <(compgen -A hostname -- "$word") ;;
+    --category)
+        mapfile -t COMPREPLY < <(compgen -W 'PROCESSOR MEMORY KEYBOARD PLANAR CDROM FLOPPY OPTIONSP
+            FAN BACKPLANE' -- "$word")
+        ;;
+    --explain) mapfile -t COMPREPLY < <(compgen -f -- "$word") && compopt -o filenames ;;
+    *)
+        mapfile -t COMPREPLY < <(compgen -W '--server --json --csv --category --all --machine
+            --explain --version --help' -- "$word")
+        ;;
+    esac
+}
+complete -F _morvik_show morvik-show

@@ -1,0 +1,12 @@
+# Completion of morvik-show(1) for fish.
+complete -c morvik-show -f
+complete -c morvik-show -l server -x -a '(__fish_print_hostnames)' -d 'CIM server to ask'
+complete -c morvik-show -l json -d 'Print JSON'
+complete -c morvik-show -l csv -d 'Print CSV'
+complete -c morvik-show -l category -x -d 'Only this category' \
+    -a 'PROCESSOR MEMORY KEYBOARD PLANAR CDROM FLOPPY OPTIONSP FAN BACKPLANE'
+complete -c morvik-show -l all -d 'Instances of other publishers too'
+complete -c morvik-show -l machine -d 'What morvik reads of this machine'
+complete -c morvik-show -l explain -r -F -d 'Judge each line of a FRU data file'
+complete -c morvik-show -l help -d 'Show the options'
+complete -c morvik-show -l version -d 'Show the version'

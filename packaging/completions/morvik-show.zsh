@@ -1,0 +1,12 @@
+#compdef morvik-show
+# Completion of morvik-show(1) for zsh.
+_arguments \
+    '--server[CIM server to ask]:host and port:_hosts' \
+    '(--csv)--json[print JSON]' \
+    '(--json)--csv[print CSV]' \
+    '--category[only this category]:category:(PROCESSOR MEMORY KEYBOARD PLANAR CDROM FLOPPY OPTIONSP FAN BACKPLANE)' \
+    '--all[instances of other publishers too]' \
+    '--machine[what morvik reads of this machine]' \
+    '--explain[judge each line of a FRU data file]:file:_files' \
+    '(- *)--help[show the options]' \
+    '(- *)--version[show the version]'

@@ -1,0 +1,13 @@
+#!/bin/sh
+systemd-sysusers morvik-cimd.conf || :
+if [ -d /run/systemd/system ]; then
+    systemctl --system daemon-reload >/dev/null 2>&1 || :
+fi
+if command -v systemctl >/dev/null; then
+    if [ "$1" -eq 1 ]; then
+        # Whether a new service starts is for the system's presets to say.
+        systemctl --no-reload preset morvik-cimd.service >/dev/null 2>&1 || :
+    else
+        systemctl try-restart morvik-cimd.service >/dev/null 2>&1 || :
+    fi
+fi

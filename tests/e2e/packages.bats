@@ -1,0 +1,374 @@
+#!/usr/bin/env bats
+# What an installation has: every file in its place, units that systemd accepts, the nightly run,
+# completions, and one version in all of it.
+
+# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
+source "$BATS_TEST_DIRNAME/../support/e2e.bash"
+
+setup() {
+    enterWorkDirectory
+    build=$(cd "$MORVIK_BIN_DIR/.." && pwd)
+    tree=$BATS_TEST_TMPDIR/tree
+    prefix=$(cached CMAKE_INSTALL_PREFIX)
+    etc=$prefix/etc
+    [[ $prefix != /usr ]] || etc=/etc
+}
+
+teardown() { stopServers; }
+
+cached() { # NAME
+    sed -n "s/^$1:[A-Z]*=//p" "$build/CMakeCache.txt"
+}
+
+installTree() { # [COMPONENT]
+    DESTDIR=$tree cmake --install "$build" ${1+--component "$1"} >"$BATS_TEST_TMPDIR/install.log"
+}
+
+# The installed files, in short: those of the prefix without it, those of /etc with it.
+installed() {
+    (cd "$tree" && find . -type f -printf '/%P\n') | sed "s|^$etc/|etc/|; s|^$prefix/||" | LC_ALL=C sort
+}
+
+documents() {
+    printf 'share/doc/morvik/%s\n' CHANGELOG.md LICENSE README.md
+    (cd "$project" && printf 'share/doc/morvik/%s\n' docs/*.md)
+}
+
+toolFiles() {
+    cat <<'END'
+bin/morvik-show
+etc/default/morvik
+lib/systemd/system/morvik.service
+lib/systemd/system/morvik.timer
+libexec/morvik/run
+sbin/morvik
+share/bash-completion/completions/morvik
+share/bash-completion/completions/morvik-show
+share/fish/vendor_completions.d/morvik-show.fish
+share/fish/vendor_completions.d/morvik.fish
+share/man/man1/morvik-show.1
+share/man/man5/fru.txt.5
+share/man/man8/morvik.8
+share/morvik/schema/kvaxdt-dmtf.mof
+share/morvik/schema/kvaxdt.mof
+share/morvik/schema/qualifiers.mof
+share/morvik/schema/samples/parts/1234wpk.txt
+share/morvik/schema/samples/parts/2345wpk.txt
+share/morvik/schema/samples/parts/3456wpk.txt
+share/morvik/schema/samples/parts/4567wpk.txt
+share/morvik/schema/samples/rack-4567.mof
+share/morvik/schema/samples/server-1234.mof
+share/morvik/schema/samples/server-2345.mof
+share/morvik/schema/samples/workstation-3456.mof
+share/zsh/site-functions/_morvik
+share/zsh/site-functions/_morvik-show
+END
+    documents
+}
+
+serverFiles() {
+    cat <<'END'
+etc/default/morvik-cimd
+lib/systemd/system/morvik-cimd.service
+lib/sysusers.d/morvik-cimd.conf
+sbin/morvik-cimd
+share/bash-completion/completions/morvik-cimd
+share/fish/vendor_completions.d/morvik-cimd.fish
+share/man/man8/morvik-cimd.8
+share/zsh/site-functions/_morvik-cimd
+END
+}
+
+@test "all of it is installed, and nothing else" {
+    installTree
+    equal "$({ toolFiles; serverFiles; } | LC_ALL=C sort)" "$(installed)" 'the set of files'
+}
+
+@test "the component tool" {
+    installTree tool
+    equal "$(toolFiles | LC_ALL=C sort)" "$(installed)" 'the set of files'
+}
+
+@test "the component server" {
+    installTree server
+    equal "$(serverFiles | LC_ALL=C sort)" "$(installed)" 'the set of files'
+}
+
+@test "units, settings and manual pages name files that are there" {
+    installTree
+    local file names
+    names=$(cd "$tree" && grep -rhoE "($prefix|$etc)/[A-Za-z0-9_./-]*[A-Za-z0-9_]" \
+        ".$prefix/lib" ".$prefix/libexec" ".$etc" ".$prefix/share/man" | sort -u)
+    [[ $names == *"$prefix/sbin/morvik-cimd"* && $names == *"$etc/default/morvik"* ]]
+    for file in $names; do
+        [[ -e $tree$file || $file == /etc/redhat-release || $file == /etc/morvik/* ]] ||
+            { printf '%s is named and not there\n' "$file" >&2; return 1; }
+    done
+}
+
+@test "settings that are there already stay as they are" {
+    installTree
+    echo mine >"$tree$etc/default/morvik"
+    installTree
+    equal mine "$(cat "$tree$etc/default/morvik")" 'the settings of the tool'
+    rm "$tree$etc/default/morvik"
+    installTree
+    grep -q MORVIK_SERVER "$tree$etc/default/morvik"
+}
+
+@test "systemd accepts the units" {
+    command -v systemd-analyze >/dev/null || skip 'no systemd here'
+    installTree
+    mkdir units
+    local unit
+    for unit in "$tree$prefix"/lib/systemd/system/*; do
+        sed -E "s#^(ExecStart=!?)$prefix/#\1$tree$prefix/#" "$unit" >"units/$(basename "$unit")"
+    done
+    systemd-analyze verify --man=no units/* 2>findings || { cat findings >&2; return 1; }
+    equal '' "$(grep -F "$PWD/units" findings || true)" 'what systemd finds'
+}
+
+# --- the nightly run ---
+
+# The installed script, with a program in place of morvik that writes down its arguments, one a line,
+# and prints the file `answer`.
+installRun() {
+    installTree tool
+    cat >stub <<'END'
+#!/bin/sh
+for argument; do printf '<%s>\n' "$argument"; done >arguments
+ls >listing
+cat answer
+exit "$(cat stubstatus)"
+END
+    chmod +x stub
+    : >answer
+    echo 0 >stubstatus
+    sed "s#'$prefix/sbin/morvik'#'$PWD/stub'#" "$tree$prefix/libexec/morvik/run" >"$BATS_TEST_TMPDIR/run"
+    grep -qF "$PWD/stub" "$BATS_TEST_TMPDIR/run"
+    rm -rf "$tree"
+}
+
+runNightly() { # [NAME=VALUE...]
+    runInstead env -u MORVIK_SERVER -u MORVIK_DIRECTORY -u MORVIK_FILE "$@" sh "$BATS_TEST_TMPDIR/run"
+}
+
+@test "without settings, morvik gets no arguments" {
+    installRun
+    runNightly
+    equal 0 "$status" status
+    fileIs arguments ''
+    runNightly MORVIK_SERVER= MORVIK_DIRECTORY= MORVIK_FILE=
+    fileIs arguments ''
+}
+
+@test "a server and a directory: both options, each value as one argument, whatever it looks like" {
+    installRun
+    runNightly MORVIK_SERVER=ftp.example.com MORVIK_DIRECTORY=/parts
+    fileIs arguments '<-s>\n<ftp.example.com>\n<-d>\n</parts>\n'
+    runNightly MORVIK_SERVER='a "b'\'' 2121' MORVIK_DIRECTORY='-s $(touch x); `touch y` *'
+    fileIs arguments '<-s>\n<a "b'\'' 2121>\n<-d>\n<-s $(touch x); `touch y` *>\n'
+    [[ ! -e x && ! -e y ]]
+}
+
+@test "only one of the two: the other is the built-in one, not empty" {
+    installRun
+    runNightly MORVIK_SERVER=ftp.example.com
+    fileIs arguments '<-s>\n<ftp.example.com>\n<-d>\n</pc/dolmex/bp_server>\n'
+    runNightly MORVIK_DIRECTORY=/parts
+    fileIs arguments "<-s>\n<$(cached MORVIK_DEFAULT_PARTS_SERVER)>\n<-d>\n</parts>\n"
+}
+
+@test "a run that failed ends with 1, and what morvik printed is passed on" {
+    installRun
+    local text
+    for text in "$notAvailable" "$didNotComplete" "$couldNotOpen" "$localCopy$didNotComplete"; do
+        # shellcheck disable=SC2059 # the text is a format on purpose
+        printf "$text" >answer
+        runNightly
+        equal 1 "$status" "the status after: $text"
+        fileIs "$out" "$text"
+    done
+}
+
+@test "a local copy is no failure" {
+    installRun
+    # shellcheck disable=SC2059 # the text is a format on purpose
+    printf "$localCopy" >answer
+    runNightly
+    said "$localCopy"
+}
+
+@test "the texts of the failures are those that morvik prints" {
+    installRun
+    sed -i "s#'$PWD/stub'#'$morvik'#" "$BATS_TEST_TMPDIR/run"
+    runNightly
+    equal 1 "$status" 'the status without a CIM server'
+    fileIs "$out" "$didNotComplete"
+    startMachine
+    runNightly MORVIK_SERVER='127.0.0.1 1'
+    equal 1 "$status" 'the status without an FTP server'
+    fileIs "$out" "$notAvailable"
+    startFtp
+    putOnParts 1234wpk.txt <<<'"A1","FAN","","fan"'
+    mkdir bin
+    printf '#!/bin/sh\n' >bin/mv # moves nothing
+    chmod +x bin/mv
+    runNightly MORVIK_SERVER=127.0.0.1 "PATH=$PWD/bin:$PATH"
+    equal 1 "$status" 'the status when the fetched file has vanished'
+    fileIs "$out" "$couldNotOpen"
+}
+
+@test "another status of morvik is passed on" {
+    installRun
+    echo 134 >stubstatus
+    runNightly
+    equal 134 "$status" status
+}
+
+@test "a file of one's own: it is there for the run, and gone afterwards" {
+    installRun
+    echo data >"$BATS_TEST_TMPDIR/mine"
+    runNightly MORVIK_SERVER=ftp.example.com MORVIK_FILE="$BATS_TEST_TMPDIR/mine"
+    equal 0 "$status" status
+    grep -qx fru.txt listing
+    [[ ! -e fru.txt && -f $BATS_TEST_TMPDIR/mine ]]
+    fileIs arguments '<-s>\n<127.0.0.1 1>\n<-d>\n</>\n'
+}
+
+@test "a file of one's own is published without an FTP server" {
+    installRun
+    sed -i "s#'$PWD/stub'#'$morvik'#" "$BATS_TEST_TMPDIR/run"
+    printf '"A1","FAN","","fan"\n' >"$BATS_TEST_TMPDIR/mine"
+    startMachine
+    runNightly MORVIK_FILE="$BATS_TEST_TMPDIR/mine"
+    usedLocalCopy
+    publishedNumbersAre A1
+}
+
+@test "a file of one's own that is missing: the run fails, and morvik is not started" {
+    installRun
+    runNightly MORVIK_FILE=/nonexistent
+    ((status != 0))
+    [[ ! -e arguments ]]
+}
+
+@test "what a stopped run left is cleared away, a fru.txt stays" {
+    installRun
+    touch fruscript.scr fru.log 1234wpk.txt fru.txt
+    runNightly
+    equal 'answer fru.txt listing stub stubstatus' \
+        "$(grep -v arguments listing | paste -sd ' ')" 'what morvik finds'
+}
+
+# --- completions ---
+
+# Types COMMAND and what stands behind it in an interactive bash, lets it insert all completions at
+# the end, and prints the arguments.
+completed() { # COMMAND TEXT
+    cat >typed <<END
+PS1= PS2=
+source '$project/packaging/completions/$1.bash'
+$1() { printf '%s\n' "\$@" >completions; }
+END
+    printf '%s %s\e*\nexit\n' "$1" "$2" >>typed
+    rm -f completions
+    TERM=dumb timeout "$patience" script -qec 'bash --norc --noprofile -i' /dev/null <typed >/dev/null 2>&1
+    paste -sd ' ' completions
+}
+
+@test "bash completes the options of morvik" {
+    equal '-d -s' "$(completed morvik '-')" options
+}
+
+@test "bash completes options, words and files of morvik-cimd" {
+    mkdir files
+    touch files/a.mof files/b.txt
+    equal '--listen --log-level' "$(completed morvik-cimd '--l')" options
+    equal '--log-level debug error info warning' "$(completed morvik-cimd '--log-level ')" levels
+    equal 'files/a.mof' "$(completed morvik-cimd 'files/')" 'MOF files'
+    equal '--store files/a.mof files/b.txt' "$(completed morvik-cimd '--store files/')" 'files of a store'
+}
+
+@test "bash completes options, categories and files of morvik-show" {
+    mkdir files
+    touch files/1234wpk.txt
+    equal '--category --csv' "$(completed morvik-show '--c')" options
+    equal '--category FAN FLOPPY' "$(completed morvik-show '--category F')" categories
+    equal '--explain files/1234wpk.txt' "$(completed morvik-show '--explain files/')" 'data files'
+}
+
+# The long options that a completion names.
+optionsIn() { # FILE
+    grep -oE -- '--[a-z][a-z-]+' "$1" | sort -u | paste -sd ' '
+}
+
+@test "the completions know the options of the programs, all of them and no others" {
+    local program options
+    for program in morvik-cimd morvik-show; do
+        [[ -x $MORVIK_BIN_DIR/$program ]] || continue
+        options=$("$MORVIK_BIN_DIR/$program" --help | optionsIn /dev/stdin)
+        equal "$options" "$(optionsIn "$project/packaging/completions/$program.bash")" "bash, $program"
+        equal "$options" "$(optionsIn "$project/packaging/completions/$program.zsh")" "zsh, $program"
+        equal "$options" "$(sed -n 's/.* -l \([a-z-]*\).*/--\1/p' \
+            "$project/packaging/completions/$program.fish" | sort -u | paste -sd ' ')" "fish, $program"
+    done
+}
+
+@test "zsh reads its completions" {
+    command -v zsh >/dev/null || skip 'no zsh here'
+    local file
+    for file in "$project"/packaging/completions/*.zsh; do
+        zsh -fn "$file"
+        # The first line is how zsh finds out what the file completes.
+        equal "#compdef $(basename "$file" .zsh)" "$(head -n 1 "$file")" 'the first line'
+    done
+}
+
+@test "fish completes" {
+    command -v fish >/dev/null || skip 'no fish here'
+    local file
+    for file in "$project"/packaging/completions/*.fish; do
+        fish --no-config --no-execute "$file"
+    done
+    equal 'debug error info warning' "$(fish --no-config -c "source $project/packaging/completions/morvik-cimd.fish
+        complete -C 'morvik-cimd --log-level '" | cut -f 1 | paste -sd ' ')" levels
+}
+
+# --- the version ---
+
+@test "the version stands in one place, and programs and manual pages tell it" {
+    local version page
+    version=$(sed -n 's/^project(morvik VERSION \([0-9.]*\).*/\1/p' "$project/CMakeLists.txt")
+    [[ -n $version ]]
+    equal "morvik-cimd $version" "$("$cimd" --version)" 'the version of morvik-cimd'
+    [[ ! -x $MORVIK_BIN_DIR/morvik-show ]] ||
+        equal "morvik-show $version" "$("$MORVIK_BIN_DIR/morvik-show" --version)" 'the version of morvik-show'
+    installTree
+    for page in "$tree$prefix"/share/man/man*/*; do
+        mandoc "$page" | tail -n 1 | grep -qF "morvik $version" ||
+            { printf '%s does not tell the version\n' "$page" >&2; return 1; }
+    done
+}
+
+@test "the change log has an entry for the version, or tells that it is not released yet" {
+    local version
+    version=$(cached CMAKE_PROJECT_VERSION)
+    [[ -n $version ]]
+    grep -qE "^## \[(Unreleased|${version//./\\.})\]" "$project/CHANGELOG.md"
+}
+
+# --- the document ---
+
+@test "each command of docs/install.md is carried out by scripts/test-packages" {
+    local name
+    while read -r name; do
+        grep -qx "follow $name" "$project/scripts/test-packages" ||
+            { printf 'the block %s is not carried out\n' "$name" >&2; return 1; }
+    done < <(sed -n 's/^<!-- block: \(.*\) -->$/\1/p' "$project/docs/install.md")
+    # And no command stands outside of a block, but the one that makes the packages.
+    equal '    scripts/package' "$(awk '
+        /^<!-- block: / { inBlock = 1; next }
+        /^    / { if (!inBlock) print; begun = 1; next }
+        begun && !/^    / { inBlock = begun = 0 }' "$project/docs/install.md")" 'commands outside of blocks'
+}
