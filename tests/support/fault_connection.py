@@ -91,7 +91,15 @@ def end_after_answer(client, request, answer, detail):
 # --- it takes its time ---
 
 
+def tell(path):
+    """Who waits for the silence to begin waits for this file."""
+    if path:
+        with open(path, "wb"):
+            pass
+
+
 def hang(client, request, answer, detail):
+    tell(detail)
     time.sleep(HANG_SECONDS)
     return False
 
@@ -104,6 +112,7 @@ def hang_within_head(client, request, answer, detail):
 
 def hang_within_body(client, request, answer, detail):
     client.sendall(with_length(answer(), METHOD_RESPONSE)[:-20])
+    tell(detail)
     time.sleep(HANG_SECONDS)
     return False
 
