@@ -111,6 +111,7 @@ class Peer:
         self.lock = threading.Lock()
         self.faults = cim_faults.Faults(arguments.faults)
         self.connections = 0
+        self.numbered_for = self.faults.text
         self.requests = 0
         classes = {}
         if arguments.machine:
@@ -146,6 +147,11 @@ class Peer:
 
     def serve(self, client):
         """One connection, from its first request to its last."""
+        with self.lock:
+            self.faults.read_again()
+            fault = self.faults.next_for_connection()
+        if fault is not None and not fault.act(client, None, None):
+            return
         own_number = None
         while True:
             raw = receive_request(client)
@@ -153,7 +159,8 @@ class Peer:
                 return
             request = cim_xml.parse_request(raw.split(END_OF_HEAD, 1)[1])
             with self.lock:
-                if self.faults.read_again():
+                if self.faults.read_again() or self.faults.text != self.numbered_for:
+                    self.numbered_for = self.faults.text
                     self.connections = 0
                     own_number = None
                 if own_number is None:

@@ -11,6 +11,7 @@ import io
 import os
 import signal
 import sys
+import time
 import warnings
 
 # pyftpdlib 1.5 stands on modules that Python calls deprecated; users can do nothing about it.
@@ -35,6 +36,11 @@ def parse_arguments():
     parser.add_argument("--refuse-login", action="store_true", help="refuse every login")
     parser.add_argument(
         "--break-off", type=int, metavar="BYTES", help="break off transfers after so many bytes"
+    )
+    parser.add_argument(
+        "--pause",
+        metavar="FILE",
+        help="while FILE exists, stop after the first bytes of a transfer, and write FILE.reached",
     )
     parser.add_argument("--log", help="file to append the received commands to, one a line")
     parser.add_argument(
@@ -73,6 +79,35 @@ def make_damaged_filesystem(length):
     return DamagedFilesystem
 
 
+class PausingFile(io.BytesIO):
+    """A file whose reader, and with it the whole server, stops after the first bytes."""
+
+    def __init__(self, name, content, pause):
+        super().__init__(content)
+        self.name = name
+        self.pause = pause
+
+    def read(self, size=-1):
+        if not os.path.exists(self.pause):
+            return super().read(size)
+        if self.tell() == 0:
+            return super().read(40)
+        with open(self.pause + ".reached", "wb"):
+            pass
+        while os.path.exists(self.pause):
+            time.sleep(0.01)
+        return super().read(size)
+
+
+def make_pausing_filesystem(pause):
+    class PausingFilesystem(AbstractedFS):
+        def open(self, filename, mode):
+            with super().open(filename, mode) as file:
+                return PausingFile(filename, file.read(), pause)
+
+    return PausingFilesystem
+
+
 def make_handler(arguments):
     """A handler class of its own for this server: pyftpdlib keeps its settings in the class."""
     log = open(arguments.log, "a", buffering=1, encoding="utf-8") if arguments.log else None
@@ -88,6 +123,8 @@ def make_handler(arguments):
 
     if arguments.break_off is not None:
         Handler.abstracted_fs = make_damaged_filesystem(arguments.break_off)
+    if arguments.pause is not None:
+        Handler.abstracted_fs = make_pausing_filesystem(arguments.pause)
     Handler.authorizer = DummyAuthorizer()
     if not arguments.refuse_login:
         Handler.authorizer.add_anonymous(arguments.root, perm="elr")

@@ -1,0 +1,107 @@
+#!/usr/bin/env bats
+# A run that is interrupted, wherever that is, leaves nothing behind that a later run cannot put right:
+# the next one publishes the whole inventory and clears up. A room for each kind of interruption.
+
+# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
+source "$BATS_TEST_DIRNAME/../support/e2e.bash"
+
+roomsAtOnce=3
+
+setup_file() {
+    export support runs=$BATS_FILE_TMPDIR
+    # shellcheck disable=SC2016 # expanded by the shell inside
+    printf '%s\n' 'SIGINT program' 'SIGINT group' 'SIGTERM program' 'SIGTERM group' \
+        'SIGHUP program' 'SIGHUP group' 'SIGKILL program' 'SIGKILL group' |
+        xargs -P "$roomsAtOnce" -L 1 bash -c '"$support/room" /usr/bin/python3 \
+            "$support/interrupted_runs.py" "$runs/$0.$1.bench" "$0" "$1" >"$runs/$0.$1" \
+            2>"$runs/$0.$1.log"' 3>&- || true
+}
+
+setup() { enterWorkDirectory; }
+teardown() { stopServers; }
+
+# --- the stages of a run, in groups that a signal treats alike ---
+
+operations() {
+    printf '%s-asked\n%s-answered\n' system{,} names{,} property{,} deletion{,} processor{,} memory{,} \
+        creation{,}
+}
+
+commands() {
+    local command
+    for command in open user bin cd get bye ftp rm-script mv rm-file rm-log; do
+        printf '%s-before\n%s-after\n' "$command" "$command"
+    done
+    printf '%s\n' login transfer
+}
+
+# All stages were reached and each ended as it should; a moment at random may also come too late.
+endings() { # SIGNAL TARGET ENDING-WITHIN-COMMANDS
+    local actual=$runs/$1.$2
+    if [[ ! -s $actual ]]; then
+        cat "$actual.log" >&2
+        grep -q '^room: ' "$actual.log" && skip 'rooms cannot be nested here'
+        return 1
+    fi
+    cat "$actual.log"
+    {
+        printf 'none ended=0 next=complete\n'
+        operations | sed "s/$/ ended=$1 next=complete/"
+        commands | sed "s/$/ ended=$3 next=complete/"
+        printf 'random next=complete\n%.0s' {1..8}
+    } >expected
+    equal "$(<expected)" "$(sed -E 's/^random ended=[0-9A-Za-z]+/random/' "$actual")" 'the list of stages'
+}
+
+# While a shell command runs, the system holds an interruption from the keyboard back from whoever waits
+# for it: the command ends, and the run goes on with what there is.
+
+@test "SIGINT to the program alone" { endings SIGINT program 0; }
+
+@test "SIGINT to all of the run, as Control-C does it" { endings SIGINT group 0; }
+
+@test "SIGTERM to the program alone" { endings SIGTERM program SIGTERM; }
+
+@test "SIGTERM to all of the run" { endings SIGTERM group SIGTERM; }
+
+@test "SIGHUP to the program alone" { endings SIGHUP program SIGHUP; }
+
+@test "SIGHUP to all of the run, as a terminal that is closed does it" { endings SIGHUP group SIGHUP; }
+
+@test "SIGKILL to the program alone" { endings SIGKILL program SIGKILL; }
+
+@test "SIGKILL to all of the run" { endings SIGKILL group SIGKILL; }
+
+@test "the user's own data file survives an interruption at every operation, and serves the next run" {
+    startRecordedMachine
+    printf '"%s","%s","%s","x"\n' P1 PROCESSOR SPEED=2400 M1 MEMORY SIZE=512 F1 FAN '' >fru.txt
+    cp fru.txt "$BATS_TEST_TMPDIR/original"
+    local request reached=$BATS_TEST_TMPDIR/reached
+    while read -r request; do
+        rm -f "$reached"
+        createAs KVA OLD KVAHalvoranFru1
+        printf '# %s\n%s hang %s\n' "$request" "$request" "$reached" >"$faults"
+        "$morvik" -s 127.0.0.1 -d dir >"$BATS_TEST_TMPDIR/out" 2>&1 </dev/null 3>&- &
+        until [[ -e $reached ]]; do
+            kill -0 $! || return
+            sleep 0.01
+        done
+        kill -KILL $!
+        wait $! || true
+        cmp "$BATS_TEST_TMPDIR/original" fru.txt
+        : >"$faults"
+        runMorvik -s 127.0.0.1 -d dir
+        usedLocalCopy
+        cmp "$BATS_TEST_TMPDIR/original" fru.txt
+        filesAre fru.txt
+        publishedNumbersAre F1 M1 P1
+    done <<'END'
+EnumerateInstances/KVAXDT_ComputerSystemDetails 1
+EnumerateInstanceNames 1
+GetProperty 1
+DeleteInstance 1
+EnumerateInstances/KVAXDT_Processor 1
+EnumerateInstances/KVAXDT_PhysicalMemory 1
+CreateInstance 2
+END
+}

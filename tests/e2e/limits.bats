@@ -1,0 +1,297 @@
+#!/usr/bin/env bats
+# What a run does where the system gives it less than it needs: space, files, memory, commands. It ends
+# with 0 and one of its messages, never by a signal, and what was there before is not lost. The next run
+# that gets what it needs publishes the whole inventory.
+
+# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
+source "$BATS_TEST_DIRNAME/../support/e2e.bash"
+
+setup() {
+    enterWorkDirectory
+    startMachine
+}
+teardown() {
+    cd "$BATS_TEST_TMPDIR" || true
+    stopServers
+    while mountpoint --quiet work; do umount --lazy work; done
+}
+
+server=(-s 127.0.0.1 -d /pc/dolmex/bp_server)
+
+fans() { # NUMBER...
+    printf '"F%03d","FAN","","Fan of a data file that is longer than what is left"\n' "$@"
+}
+
+# Far more than fits where little is left, in lines of which a cut leaves some whole.
+offerFans() {
+    startFtp
+    fans {1..200} | putOnParts 1234wpk.txt
+}
+
+nextRunIsComplete() {
+    runMorvik "${server[@]}"
+    succeeded
+    filesAre
+    equal "$(printf 'F%03d\n' {1..200})" "$(published | cut -d '|' -f 1)" 'the list of FRU numbers'
+}
+
+# Of the 200 fans the first ones were published, and not all.
+publishedSomeFans() {
+    local count
+    count=$(published | wc -l)
+    ((count > 0 && count < 200))
+    equal "$(fans $(seq "$count") | cut -d '"' -f 2)" "$(published | cut -d '|' -f 1)" 'the list of FRU numbers'
+}
+
+# --- a full disk ---
+
+useDiskOf() { # KIB
+    mount -t tmpfs -o "size=${1}k" full "$PWD" || skip 'nothing can be mounted here'
+    cd "$PWD" || return
+}
+
+fillDisk() { # [KIB to be left]
+    dd if=/dev/zero of=filler bs=4k status=none 2>/dev/null || true
+    truncate --size=-"${1-0}K" filler
+}
+
+@test "a full disk: the script cannot be written, so the local copy is used and kept" {
+    offerFans
+    useDiskOf 64
+    fans 7 >fru.txt
+    fillDisk
+    runMorvik "${server[@]}"
+    usedLocalCopy
+    filesAre filler fru.txt
+    publishedNumbersAre F007
+    rm filler fru.txt
+    nextRunIsComplete
+}
+
+@test "a disk that fills during the transfer: what has come is imported, up to its last newline" {
+    offerFans
+    useDiskOf 64
+    fillDisk 8 # two pages: the script takes one of them until the transfer has ended
+    runMorvik "${server[@]}"
+    succeeded
+    publishedSomeFans
+    filesAre filler
+    rm filler
+    nextRunIsComplete
+}
+
+# --- a directory or a disk that is read only ---
+
+makeReadOnly() {
+    mount --bind "$PWD" "$PWD" || skip 'nothing can be mounted here'
+    mount -o remount,bind,ro "$PWD"
+    cd "$PWD" || return
+}
+
+@test "a read-only disk: nothing is fetched, the local copy is used, and everything stays" {
+    offerFans
+    fans 7 >fru.txt
+    echo old >fru.log
+    makeReadOnly
+    runMorvik "${server[@]}"
+    usedLocalCopy
+    filesAre fru.log fru.txt
+    publishedNumbersAre F007
+    cd .. && umount work && cd work && rm fru.log fru.txt
+    nextRunIsComplete
+}
+
+@test "a read-only disk with a file that counts as fetched: it cannot be moved, fru.txt is read and stays" {
+    fans 7 >fru.txt
+    fans 8 >1234wpk.txt
+    makeReadOnly
+    runMorvik "${server[@]}"
+    succeeded
+    filesAre 1234wpk.txt fru.txt
+    publishedNumbersAre F007
+}
+
+# --- a limit of the size of files ---
+
+limited() { # OPTION VALUE  the run's output goes through pipes, which have no size
+    out=$BATS_TEST_TMPDIR/out err=$BATS_TEST_TMPDIR/err
+    {
+        {
+            status=0
+            (
+                ulimit -c 0 "$1" "$2"
+                LC_ALL=C exec timeout --kill-after=5 "$patience" "$morvik" "${server[@]}"
+            ) 2>&1 >&5 5>&- 3>&- 4>&- </dev/null || status=$?
+            printf '%d\n' "$status" >"$BATS_TEST_TMPDIR/status"
+        } | cat >"$err"
+    } 5>&1 | cat >"$out"
+    status=$(<"$BATS_TEST_TMPDIR/status")
+}
+
+@test "files of at most 1 KiB: what has come is imported, up to its last newline" {
+    offerFans
+    limited -f 1
+    succeeded
+    filesAre
+    publishedSomeFans
+    nextRunIsComplete
+}
+
+@test "no file may grow: nothing is fetched, the local copy is used and kept" {
+    offerFans
+    fans 7 >fru.txt
+    limited -f 0
+    usedLocalCopy
+    filesAre fru.txt
+    publishedNumbersAre F007
+    rm fru.txt
+    nextRunIsComplete
+}
+
+@test "standard output is a file that may not grow: the run goes on without its messages" {
+    fans 7 >fru.txt
+    status=0
+    (ulimit -c 0 && ulimit -f 0 && exec "$morvik" "${server[@]}" >"$BATS_TEST_TMPDIR/out") || status=$?
+    equal 0 "$status" status
+    publishedNumbersAre F007
+}
+
+@test "standard output is a pipe that nobody reads: the run goes on without its messages" {
+    fans 7 >fru.txt
+    # The reader ends before the run begins.
+    {
+        until [[ -s $BATS_TEST_TMPDIR/reader ]]; do sleep 0.01; done
+        while kill -0 "$(<"$BATS_TEST_TMPDIR/reader")" 2>/dev/null; do sleep 0.01; done
+        status=0
+        "$morvik" "${server[@]}" 2>/dev/null || status=$?
+        printf '%d\n' "$status" >"$BATS_TEST_TMPDIR/status"
+    } | bash -c 'echo $$ >"$1"' bash "$BATS_TEST_TMPDIR/reader"
+    equal 0 "$(<"$BATS_TEST_TMPDIR/status")" status
+    publishedNumbersAre F007
+}
+
+# --- few file descriptors, little memory ---
+
+# The run has ended by itself: with texts that a run has, or because it could not even be loaded.
+endedWell() { # WHAT
+    local texts='|A local copy of fru.txt is detected.*|Morvik did not complete.*|Either FRU is not.*|Could not open FRU data file\.|Please run man morvik for help\.? '
+    if ((status == 0)) && ! grep -qvxE "$texts" "$out"; then return; fi
+    if ((status == 127)) && grep -qE 'error while loading shared|cannot allocate TLS' "$err"; then return; fi
+    printf 'with %s: status %d\n' "$1" "$status" >&2
+    cat "$out" "$err" >&2
+    return 1
+}
+
+@test "few file descriptors: whatever cannot be opened counts as missing" {
+    offerFans
+    fans 7 >fru.txt
+    local descriptors
+    for descriptors in {3..16}; do
+        fans 8 >1234wpk.txt
+        limited -n "$descriptors"
+        endedWell "$descriptors descriptors"
+    done
+    rm -f fru.txt 1234wpk.txt fru.log fruscript.scr
+    nextRunIsComplete
+}
+
+# Sanitized programs take terabytes of addresses.
+needsOrdinaryMemory() {
+    if grep -q __asan_init "$morvik"; then
+        skip 'not with the sanitizers'
+    fi
+}
+
+# The least memory with which the program is loaded, in KiB.
+leastMemory() {
+    local low=1000 high=200000 middle
+    while ((high - low > 4)); do
+        middle=$(((low + high) / 2))
+        limited -v "$middle"
+        if ((status == 127)); then low=$middle; else high=$middle; fi
+    done
+    printf '%d\n' "$high"
+}
+
+@test "little memory: the run ends with its message, or without the entries that found none" {
+    needsOrdinaryMemory
+    local least memory complete=0 incomplete=0
+    fans 7 >fru.txt
+    least=$(leastMemory)
+    for ((memory = least - 40; memory < least + 400; memory += 4)); do
+        limited -v "$memory"
+        endedWell "$memory KiB"
+        if grep -q 'did not complete' "$out"; then incomplete=$((incomplete + 1)); fi
+        rm -f fruscript.scr fru.log
+    done
+    for ((memory = least + 400; memory < least + 4000; memory += 200)); do
+        limited -v "$memory"
+        endedWell "$memory KiB"
+        if [[ $(published | cut -d '|' -f 1) == F007 ]]; then complete=$((complete + 1)); fi
+    done
+    printf 'from %d KiB: %d runs ended with the message, %d were complete\n' "$least" "$incomplete" "$complete"
+    ((incomplete > 0 && complete > 0))
+    fans 7 | cmp - fru.txt
+}
+
+@test "an answer that is larger than the memory is no answer" {
+    needsOrdinaryMemory
+    stopServers
+    startRecordedMachine
+    printf '* * long-comment\n' >"$faults"
+    fans 7 >fru.txt
+    local least memory
+    least=$(leastMemory)
+    for ((memory = least + 4000; memory < least + 120000; memory += 4000)); do
+        limited -v "$memory"
+        endedWell "$memory KiB"
+        if ((memory < least + 20000)); then
+            grep -q 'did not complete' "$out"
+        fi
+    done
+    publishedNumbersAre F007
+}
+
+# --- missing commands ---
+
+# Runs with these commands only.
+withOnly() { # COMMAND...
+    local name
+    mkdir -p "$BATS_TEST_TMPDIR/bin"
+    for name in cat grep timeout "$@"; do
+        ln -sf "$(command -v "$name")" "$BATS_TEST_TMPDIR/bin/$name"
+    done
+    PATH=$BATS_TEST_TMPDIR/bin runMorvik "${server[@]}"
+}
+
+@test "no mv: the fetched file stays where it is; there is no data file" {
+    offerFans
+    withOnly ftp rm
+    said "$couldNotOpen"
+    filesAre 1234wpk.txt
+    publishedNumbersAre
+    nextRunIsComplete
+}
+
+@test "no rm: everything is imported, the work files stay, and the next run clears up" {
+    offerFans
+    withOnly ftp mv
+    succeeded
+    filesAre fru.log fru.txt fruscript.scr
+    equal 200 "$(published | wc -l)" 'the number of published instances'
+    nextRunIsComplete
+}
+
+@test "no shell: nothing is fetched, the local copy is used and kept" {
+    offerFans
+    fans 7 >fru.txt
+    unshare --mount true || skip 'nothing can be mounted here'
+    # shellcheck disable=SC2016 # expanded by the shell inside
+    runInstead unshare --mount bash -c 'mount --bind /dev/null "$(readlink -f /bin/sh)" && exec "$@"' \
+        bash "$morvik" "${server[@]}"
+    usedLocalCopy
+    filesAre fru.txt
+    publishedNumbersAre F007
+    rm fru.txt
+    nextRunIsComplete
+}

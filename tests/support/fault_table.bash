@@ -1,0 +1,107 @@
+# shellcheck shell=bash disable=SC2154 # what is not set here is set by e2e.bash
+# What a fault of the CIM server at one operation of a run means. Loaded by the fault tests after
+# e2e.bash; fault_runs.py makes the runs, and tells how the run is prepared.
+#
+# A fault makes one of these of the operation:
+#
+#   good    it was answered well. The run goes on as if nothing had been.
+#   failed  it was not carried out, and the run knows that it has no answer.
+#   lost    the server has carried it out, and the answer is no use. To the run this is "failed": it
+#           cannot tell the two apart, and must not try again, for a creation must not happen twice.
+#           For a question it makes no difference.
+#   gone    failed, and no later operation reaches a server.
+#   last    good, and no later operation reaches a server.
+#
+# What follows from that is a matter of the operation alone. The table says it, with the reason:
+#
+#   says     the text on standard output. The status is always 0
+#   files    what is left in the working directory
+#   deleted  the deletions asked for, created the creations asked for, in order
+#   left     the instances on the server afterwards, FRU:NUMBER, and KEPT of another publisher
+readonly operationTable='
+# without a fault: the fetched file replaces fru.txt and is removed after its import, like fru.log
+*          good    nothing       -                   OLD1,OLD2  P1,M1,F1,F2  F1:1,F2:2,KEPT:1,M1:1,P1:1
+
+# no connection: nothing is begun; the catch-all of the run
+connection gone    failed        1234wpk.txt,fru.txt -          -            KEPT:1,OLD1:1,OLD2:2
+
+# no machine type: no download, so the local copy is imported, and kept; no ftp run, so no fru.log
+system     failed  local         1234wpk.txt,fru.txt OLD1,OLD2  L1           KEPT:1,L1:1
+system     gone    local+failed  1234wpk.txt,fru.txt -          -            KEPT:1,OLD1:1,OLD2:2
+system     last    failed        fru.log,fru.txt     -          -            KEPT:1,OLD1:1,OLD2:2
+
+# the deletion step has no handler: what is deleted stays deleted, nothing is created, and the
+# catch-all leaves the work files
+names      failed  failed        fru.log,fru.txt     -          -            KEPT:1,OLD1:1,OLD2:2
+names      gone    failed        fru.log,fru.txt     -          -            KEPT:1,OLD1:1,OLD2:2
+names      last    failed        fru.log,fru.txt     -          -            KEPT:1,OLD1:1,OLD2:2
+property   failed  failed        fru.log,fru.txt     OLD1       -            KEPT:1,OLD2:2
+property   gone    failed        fru.log,fru.txt     OLD1       -            KEPT:1,OLD2:2
+property   last    failed        fru.log,fru.txt     OLD1       -            KEPT:1,OLD2:2
+deletion   failed  failed        fru.log,fru.txt     OLD1,OLD2  -            KEPT:1,OLD2:2
+deletion   lost    failed        fru.log,fru.txt     OLD1,OLD2  -            KEPT:1
+deletion   gone    failed        fru.log,fru.txt     OLD1,OLD2  -            KEPT:1,OLD2:2
+
+# behind the deletions every failure costs its own entry and nothing else: no message, work files go
+deletion   last    nothing       -                   OLD1,OLD2  -            KEPT:1
+processor  failed  nothing       -                   OLD1,OLD2  M1,F1,F2     F1:1,F2:2,KEPT:1,M1:1
+processor  gone    nothing       -                   OLD1,OLD2  -            KEPT:1
+processor  last    nothing       -                   OLD1,OLD2  -            KEPT:1
+memory     failed  nothing       -                   OLD1,OLD2  P1,F1,F2     F1:1,F2:2,KEPT:1,P1:1
+memory     gone    nothing       -                   OLD1,OLD2  P1           KEPT:1,P1:1
+memory     last    nothing       -                   OLD1,OLD2  P1           KEPT:1,P1:1
+
+# the number of an entry that failed is not given to the next one: the second fan stays number 2
+creation   failed  nothing       -                   OLD1,OLD2  P1,M1,F1,F2  F2:2,KEPT:1,M1:1,P1:1
+creation   lost    nothing       -                   OLD1,OLD2  P1,M1,F1,F2  F1:1,F2:2,KEPT:1,M1:1,P1:1
+creation   gone    nothing       -                   OLD1,OLD2  P1,M1,F1     KEPT:1,M1:1,P1:1
+creation   last    nothing       -                   OLD1,OLD2  P1,M1,F1     F1:1,KEPT:1,M1:1,P1:1
+
+# more than one operation: each as by itself
+creations  failed  nothing       -                   OLD1,OLD2  P1,M1,F1,F2  KEPT:1
+all        failed  local+failed  1234wpk.txt,fru.txt -          -            KEPT:1,OLD1:1,OLD2:2
+'
+# Changed by a test for which the others have no meaning.
+everyOperation='system names property deletion processor memory creation'
+
+# The line of fault_runs.py for this operation with this outcome. CONNECTION is "same" when the
+# connection may be used further, "new" when it must not. LIMITS is how many time limits of 20 s the
+# run waits for.
+expectedRun() { # OPERATION OUTCOME CONNECTION LIMITS
+    local operation=$1 outcome=$2 connection=$3 limits=$4 row says files deleted created left connections=1
+    row=$(grep -E "^$operation +$outcome " <<<"$operationTable") ||
+        row=$(grep -E "^$operation +${outcome/lost/failed} " <<<"$operationTable") ||
+        row=$(grep -E "^\* +$outcome " <<<"$operationTable")
+    read -r _ _ says files deleted created left <<<"$row"
+    # A run that has ended, or a server that is gone, sees no other connection.
+    [[ $connection == same || $says == *failed || $outcome =~ ^(gone|last)$ ]] || connections=2
+    [[ $operation != connection ]] || connections=0
+    printf '%s says=%s files=%s deleted=%s created=%s left=%s connections=%d limits=%d\n' \
+        "$operation" "$says" "${files#-}" "${deleted#-}" "${created#-}" "$left" "$connections" "$limits"
+}
+
+# Compares runs with what is expected. OPERATION=OUTCOME/CONNECTION states an exception.
+runsAre() { # FILE FAULT OUTCOME CONNECTION LIMITS [EXCEPTION...]
+    local actual=$1 fault=$2 usual=$3/$4 limits=$5 operation own exception
+    while read -r operation _; do
+        own=$usual
+        for exception in "${@:6}"; do
+            [[ $exception != "$operation"=* ]] || own=${exception#*=}
+        done
+        expectedRun "$operation" "${own%/*}" "${own#*/}" "$limits"
+    done <"$actual" >"$actual.expected"
+    equal "$(<"$actual.expected")" "$(sed 's/ *$//' "$actual")" "the list of runs with the fault $fault"
+}
+
+# The fault at each operation in turn. MORVIK_MEMORY=large allows a run memory for the largest answer.
+everywhere() { # FAULT OUTCOME CONNECTION [EXCEPTION...]
+    local runs=$BATS_TEST_TMPDIR/runs
+    # The sanitizers have a memory of their own.
+    if grep -q __asan_init "$morvik"; then
+        export MORVIK_MEMORY=any
+    fi
+    # shellcheck disable=SC2086 # words
+    "$python" "$support/fault_runs.py" "$BATS_TEST_TMPDIR/bench" "$1" $everyOperation >"$runs"
+    equal "$(wc -w <<<"$everyOperation")" "$(wc -l <"$runs")" 'the number of runs'
+    runsAre "$runs" "$1" "$2" "$3" 0 "${@:4}"
+}

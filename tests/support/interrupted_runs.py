@@ -1,0 +1,223 @@
+#!/usr/bin/python3
+"""Runs of morvik that are interrupted at each of their stages, each followed by one that is not.
+
+interrupted_runs.py DIRECTORY SIGNAL program|group [SEED]
+
+Runs in a room: covers /bin/sh, and needs the ports 21 and 5987 to 5989. The signal goes to the program
+alone, or to everything that it has started as well, as a terminal does it. One line for each stage on
+standard output:
+
+    STAGE ended=HOW next=OUTCOME
+
+HOW is the signal that has ended the run, or its status. OUTCOME is "complete" when the next run has
+said nothing, has left nothing in the directory, and has published the whole file and nothing else.
+
+A stage is OPERATION-asked (the request has arrived) or -answered (it was carried out, and half of the
+answer was sent); COMMAND-before or -after (a shell command that is about to run, or has run); login
+and transfer (within the FTP client's run), and some moments at random.
+"""
+
+import os
+import random
+import shutil
+import signal
+import subprocess
+import sys
+import time
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+from fault_runs import BIN, FETCHED, REQUESTS, Bench, Server
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+COMPLETE = ["F1:1", "F2:2", "KEPT:1", "M1:1", "P1:1"]
+OPERATIONS = [name for name in REQUESTS if name not in ("connection", "creations", "all")]
+# The shell commands of a run with a download, in their order.
+COMMANDS = ["open", "user", "bin", "cd", "get", "bye", "ftp", "rm-script", "mv", "rm-file", "rm-log"]
+RANDOM_MOMENTS = 8
+PATIENCE = 60
+
+# Everything goes on to the shell; the command that is named by the file "stall" waits until that file
+# has gone.
+COVER = """\
+#!{control}/sh
+stall() {{
+    : >'{control}/reached'
+    while [ -e '{control}/stall' ]; do sleep 0.01; done
+}}
+if ! read -r wanted phase 2>/dev/null <'{control}/stall'; then
+    exec '{control}/sh' "$@"
+fi
+echo >>'{control}/count'
+[ "$(wc -l <'{control}/count')" = "$wanted" ] || exec '{control}/sh' "$@"
+[ "$phase" = after ] || stall
+'{control}/sh' "$@"
+[ "$phase" = before ] || stall
+"""
+
+
+def until(condition, what):
+    end = time.monotonic() + PATIENCE
+    while not condition():
+        if time.monotonic() > end:
+            sys.exit(f"waited too long for {what}")
+        time.sleep(0.002)
+
+
+def group_runs(group):
+    try:
+        os.killpg(group, 0)
+    except ProcessLookupError:
+        return False
+    return True
+
+
+def is_logging_in():
+    """A connection of a client to port 21 is established."""
+    with open("/proc/net/tcp", encoding="ascii") as table:
+        lines = [line.split() for line in table]
+    return any(line[2].endswith(":0015") and line[3] == "01" for line in lines[1:])
+
+
+class Interruption(Bench):
+    def __init__(self, directory, number, to_group):
+        super().__init__(directory)
+        self.signal = number
+        self.to_group = to_group
+        self.control = self.path("control")
+        self.work = self.path("work")
+        self.parts = self.path("parts")
+        shutil.rmtree(self.control, ignore_errors=True)
+        for path in (self.control, os.path.join(self.parts, "dir")):
+            os.makedirs(path, exist_ok=True)
+        with open(os.path.join(self.parts, "dir/1234wpk.txt"), "w", encoding="utf-8") as file:
+            file.write(FETCHED)
+        self.cover_shell()
+        self.ftp = Server(
+            "ready", "/usr/bin/python3", os.path.join(HERE, "ftp_server.py"), "--root", self.parts,
+            "--pause", self.mark("pause"),
+        )
+        self.set_fault("")
+        self.start_peer(
+            "--upstream", "5989", "--faults", self.path("faults"), "--log", self.path("requests")
+        )
+
+    def mark(self, name):
+        return os.path.join(self.control, name)
+
+    def cover_shell(self):
+        shell = os.path.realpath("/bin/sh")
+        shutil.copy(shell, self.mark("sh"))
+        with open(self.mark("cover"), "w", encoding="utf-8") as file:
+            file.write(COVER.format(control=self.control))
+        os.chmod(self.mark("cover"), 0o755)
+        subprocess.run(["mount", "--bind", self.mark("cover"), shell], check=True)
+
+    def set_fault(self, line):
+        self.number += 1
+        with open(self.path("faults"), "w", encoding="utf-8") as file:
+            file.write(f"# {self.number}\n{line}\n")
+
+    def write(self, name, text=""):
+        with open(self.mark(name), "w", encoding="utf-8") as file:
+            file.write(text)
+
+    def remove(self, *names):
+        for name in names:
+            if os.path.exists(self.mark(name)):
+                os.remove(self.mark(name))
+
+    def stages(self, seed):
+        """(name, what prepares it, what says that it is reached, what lets everything go on)."""
+        for operation in OPERATIONS:
+            for kind, when in (("hang", "asked"), ("hang-within-body", "answered")):
+                line = f"{REQUESTS[operation]} {kind} {self.mark('reached')}"
+                yield f"{operation}-{when}", lambda line=line: self.set_fault(line), None
+        for number, command in enumerate(COMMANDS, 1):
+            for phase in ("before", "after"):
+                text = f"{number} {phase}\n"
+                yield f"{command}-{phase}", lambda text=text: self.write("stall", text), None
+        yield "login", lambda: self.ftp.process.send_signal(signal.SIGSTOP), is_logging_in
+        reached = self.mark("pause.reached")
+        yield "transfer", lambda: self.write("pause"), lambda: os.path.exists(reached)
+        moments = random.Random(seed)
+        for _ in range(RANDOM_MOMENTS):
+            seconds = moments.uniform(0, self.seconds_of_a_run)
+            yield "random", lambda: None, lambda seconds=seconds: self.has_run_for(seconds)
+
+    def has_run_for(self, seconds):
+        return time.monotonic() - self.started >= seconds
+
+    def let_go(self):
+        self.set_fault("")
+        self.remove("stall", "count", "reached", "pause", "pause.reached")
+        self.ftp.process.send_signal(signal.SIGCONT)
+
+    def start(self):
+        self.started = time.monotonic()
+        with open(self.path("out"), "wb") as out, open(self.path("err"), "wb") as err:
+            return subprocess.Popen(
+                [os.path.join(BIN, "morvik"), "-s", "127.0.0.1", "-d", "dir"],
+                cwd=self.work, stdin=subprocess.DEVNULL, stdout=out, stderr=err,
+                start_new_session=True,
+            )
+
+    def not_interrupted(self):
+        self.begin()
+        return self.next_run()
+
+    def begin(self):
+        shutil.rmtree(self.work, ignore_errors=True)
+        os.mkdir(self.work)
+        self.published.restore()
+
+    def interrupted(self, prepare, is_reached):
+        self.begin()
+        prepare()
+        run = self.start()
+        is_reached = is_reached or (lambda: os.path.exists(self.mark("reached")))
+        until(lambda: is_reached() or run.poll() is not None, "the stage")
+        ended_before = run.poll() is not None
+        if not ended_before:
+            (os.killpg if self.to_group else os.kill)(run.pid, self.signal)
+        # What the system shields from the signal, it shields only as long as its command runs.
+        if self.signal == signal.SIGINT:
+            self.let_go()
+        status = run.wait(PATIENCE)
+        self.let_go()
+        # What the run has started may outlive it for a moment, as it would in the field.
+        until(lambda: not group_runs(run.pid), "the end of what the run has started")
+        if ended_before:
+            return "before"
+        return signal.Signals(-status).name if status < 0 else str(status)
+
+    def next_run(self):
+        run = self.start()
+        status = run.wait(PATIENCE)
+        self.seconds_of_a_run = time.monotonic() - self.started
+        left = sorted(
+            f"{fru}:{number.removeprefix('KVAHalvoranFru')}"
+            for fru, number, _ in self.published.read()
+        )
+        outcome = (status, self.text("out"), self.text("err"), os.listdir(self.work), left)
+        return "complete" if outcome == (0, "", "", [], COMPLETE) else repr(outcome)
+
+    def end(self):
+        self.ftp.end()
+        super().end()
+
+
+def main(directory, name, target, seed=None):
+    seed = seed or str(time.time_ns())
+    bench = Interruption(directory, signal.Signals[name], target == "group")
+    print(f"none ended=0 next={bench.not_interrupted()}", flush=True)
+    for stage, prepare, is_reached in bench.stages(seed):
+        ended = bench.interrupted(prepare, is_reached)
+        print(f"{stage} ended={ended} next={bench.next_run()}", flush=True)
+    bench.end()
+    print(f"seed {seed}", file=sys.stderr)
+
+
+if __name__ == "__main__":
+    if len(sys.argv) not in (4, 5):
+        sys.exit(__doc__)
+    main(*sys.argv[1:])
