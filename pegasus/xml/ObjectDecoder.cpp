@@ -2,6 +2,8 @@
 
 #include <pegasus/xml/XmlText.h>
 
+#include <algorithm>
+
 namespace Pegasus::xml {
 
 namespace {
@@ -129,6 +131,18 @@ CIMObjectPath decodeInstancePath(Element element) {
   return path;
 }
 
+// A NAME may hold several parts. Those that are empty name nothing.
+void appendNameSpaceParts(String& path, const String& name) {
+  for (Uint32 start = 0; start < name.size();) {
+    const Uint32 slash = std::min(name.find(start, u'/'), name.size());
+    if (slash > start && path.size() != 0) {
+      path += u'/';
+    }
+    path += name.subString(start, slash - start);
+    start = slash + 1;
+  }
+}
+
 void addDecodedProperty(CIMInstance& instance, Element element) {
   if (instance.getPropertyCount() >= maxProperties) {
     refuse("an instance with more than " + std::to_string(maxProperties) + " properties");
@@ -185,6 +199,9 @@ CIMProperty decodeProperty(Element element) {
   requireElement(element, isArray || isReference ? element.name() : "PROPERTY");
   const CIMType type =
       isReference ? CIMTYPE_REFERENCE : parseType(trimmed(requireAttribute(element, "TYPE")));
+  if (isArray && type == CIMTYPE_REFERENCE) {
+    refuse("an array of references, which no property can be");
+  }
   Uint32 arraySize = 0;
   if (const std::optional<std::string_view> size = element.attribute("ARRAYSIZE")) {
     parseScalar(CIMTYPE_UINT32, *size).get(arraySize);
@@ -239,10 +256,7 @@ String decodeLocalNameSpacePath(Element element) {
   String path;
   for (Element part = element.firstChild(); part; part = part.next()) {
     requireElement(part, "NAMESPACE");
-    if (path.size() != 0) {
-      path += u'/';
-    }
-    path += String(requireAttribute(part, "NAME"));
+    appendNameSpaceParts(path, String(requireAttribute(part, "NAME")));
   }
   if (path.size() == 0) {
     refuse("LOCALNAMESPACEPATH without NAMESPACE");

@@ -30,7 +30,7 @@ CIMType parseType(std::string_view name);
 CIMValue parseScalar(CIMType type, std::string_view text);
 
 // VALUE.ARRAY, or VALUE.REFARRAY for references, as an array of the type. VALUE.NULL gives an empty
-// element: empty text, 0, false.
+// element: empty text, 0, false, a path without a class.
 CIMValue decodeArray(CIMType type, Element element);
 
 // The value in a PROPERTY, PROPERTY.ARRAY or PROPERTY.REFERENCE element and what stands around it.
@@ -42,7 +42,7 @@ CIMValue decodeTypedValue(CIMType type, bool isArray, Element element);
 // VALUE, VALUE.ARRAY (as strings, since the element does not tell a type), VALUE.REFERENCE,
 // VALUE.REFARRAY; a missing element (Element()) gives a null string.
 CIMValue decodeUntypedValue(Element element);
-// The text of NAMESPACE elements joined by '/', from a LOCALNAMESPACEPATH.
+// The text of NAMESPACE elements joined by '/', from a LOCALNAMESPACEPATH; empty parts are left out.
 String decodeLocalNameSpacePath(Element element);
 // INSTANCENAME, LOCALINSTANCEPATH or INSTANCEPATH. The texts of keys are kept as they are; a key
 // without VALUETYPE is a string.

@@ -65,6 +65,19 @@ void appendScalar(std::string& out, const T& value) {
   out += "</VALUE>";
 }
 
+// What VALUE.NULL in an array is decoded as, where that is no value which has a text of its own: no
+// character and no instance.
+template <typename T>
+bool isNullElement(const T& element) {
+  if constexpr (std::is_same_v<T, CIMObjectPath>) {
+    return element.getClassName().size() == 0;
+  } else if constexpr (std::is_same_v<T, Char16>) {
+    return element == 0;
+  } else {
+    return false;
+  }
+}
+
 struct ValueAppender {
   std::string& out;
 
@@ -80,7 +93,11 @@ struct ValueAppender {
     const char* const name = std::is_same_v<T, CIMObjectPath> ? "VALUE.REFARRAY" : "VALUE.ARRAY";
     out.append("<").append(name).append(">");
     for (const T& element : array) {
-      appendScalar(out, element);
+      if (isNullElement(element)) {
+        out += "<VALUE.NULL/>";
+      } else {
+        appendScalar(out, element);
+      }
     }
     out.append("</").append(name).append(">");
   }
