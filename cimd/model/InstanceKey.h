@@ -27,4 +27,7 @@ std::optional<InstanceKey> instanceKey(const CimClass& cls, const Pegasus::CIMOb
 // without namespace. Throws CIMException (INVALID_PARAMETER) when a key is null.
 Pegasus::CIMObjectPath instancePath(const CimClass& cls, const Pegasus::CIMInstance& instance);
 
+// For messages: the name as a text, or only its class where that text would be too long.
+Pegasus::String describePath(const Pegasus::CIMObjectPath& path);
+
 }  // namespace cimd

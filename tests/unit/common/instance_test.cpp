@@ -79,6 +79,21 @@ TEST(ObjectPath, IsWrittenWithEverythingThatItHas) {
   EXPECT_EQ(pathWith({reference}).toString(), "KVAXDT_FRU.r=\"KVAXDT_FRU.a=\\\"x\\\"\"");
 }
 
+CIMObjectPath nestedPath(int levels) {
+  CIMObjectPath path = pathWith({key("a", "x")});
+  for (int i = 0; i < levels; ++i) {
+    path = pathWith({CIMKeyBinding("r", path)});
+  }
+  return path;
+}
+
+// Each level doubles the backslashes of the one inside.
+TEST(ObjectPath, ATextThatNoMemoryWouldHoldIsRefused) {
+  EXPECT_LT(nestedPath(10).toString().size(), 20'000U);
+  EXPECT_THROW(nestedPath(40).toString(), InvalidValueException);
+  EXPECT_THROW(CIMKeyBinding("r", nestedPath(40)).getValue(), InvalidValueException);
+}
+
 TEST(ObjectPath, EqualityIgnoresTheCaseOfNamesAndTheOrderOfKeys) {
   const CIMObjectPath path("Host", "Root/KVASD", "Class", {key("A", "x"), key("B", "y")});
   EXPECT_EQ(path, CIMObjectPath("hOST", "root/kvasd", "CLASS", {key("b", "y"), key("a", "x")}));
