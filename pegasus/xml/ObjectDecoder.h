@@ -13,10 +13,9 @@
 
 namespace Pegasus::xml {
 
-// Far more than any class has. Adding a property compares its name with those before it, so without
-// a limit a hostile answer could keep the decoder busy for hours.
+// Far more than any class has. Finding a property compares its name with those before it.
 constexpr Uint32 maxProperties = 1000;
-// Of one instance name; the same reason.
+// Of one instance name. Comparing two names compares each key with each.
 constexpr Uint32 maxKeyBindings = 100;
 
 // The type named by a TYPE attribute ("uint32"), in any letter case.

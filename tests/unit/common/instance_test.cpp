@@ -61,6 +61,18 @@ TEST(Instance, CopiesAreIndependent) {
   EXPECT_EQ(instance.getProperty(0).getValue().toString(), "1");
 }
 
+TEST(Instance, CanBeMadeWithAllItsProperties) {
+  const CIMInstance instance("A", {CIMProperty("b", CIMValue("1")), CIMProperty("a", CIMValue("2")),
+                                   CIMProperty("aa", CIMValue("3"))});
+  ASSERT_EQ(instance.getPropertyCount(), 3U);
+  EXPECT_EQ(instance.findProperty("B"), 0U);
+  EXPECT_EQ(instance.findProperty("a"), 1U);
+  EXPECT_EQ(instance.findProperty("aa"), 2U);
+  EXPECT_THROW(CIMInstance("A", {CIMProperty("a", CIMValue("1")), CIMProperty("b", CIMValue("2")),
+                                 CIMProperty("A", CIMValue("3"))}),
+               InvalidValueException);
+}
+
 TEST(Instance, HasThePathThatItIsGiven) {
   CIMInstance instance(String("KVAXDT_FRU"));
   instance.setPath(pathWith({key("FRUNumber", "A1")}));
