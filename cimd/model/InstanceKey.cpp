@@ -203,4 +203,12 @@ CIMObjectPath instancePath(const CimClass& cls, const Pegasus::CIMInstance& inst
   return {String::EMPTY, String::EMPTY, cls.name(), bindings};
 }
 
+String describePath(const CIMObjectPath& path) {
+  try {
+    return path.toString();
+  } catch (const Pegasus::InvalidValueException&) {
+    return path.getClassName();
+  }
+}
+
 }  // namespace cimd

@@ -43,4 +43,7 @@ bool isSameKey(const CimProperty& property, const Pegasus::CIMValue& a, const Pe
 // without namespace. Throws CIMException (INVALID_PARAMETER) when a key is null.
 Pegasus::CIMObjectPath instancePath(const CimClass& cls, const Pegasus::CIMInstance& instance);
 
+// For messages: the name as a text, or only its class where that text would be too long.
+Pegasus::String describePath(const Pegasus::CIMObjectPath& path);
+
 }  // namespace cimd

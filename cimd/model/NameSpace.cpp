@@ -15,7 +15,7 @@ namespace {
 [[noreturn]] void throwNotFound(CIMObjectPath path) {
   path.setHost(String::EMPTY);
   path.setNameSpace(String::EMPTY);
-  throwCimError(Pegasus::CIM_ERR_NOT_FOUND, path.toString());
+  throwCimError(Pegasus::CIM_ERR_NOT_FOUND, describePath(path));
 }
 
 }  // namespace
@@ -43,7 +43,7 @@ CIMObjectPath NameSpace::createInstance(const CIMInstance& given, Origin origin)
   CIMObjectPath path = created.instance.getPath();
   InstanceKey key = keyOf(path);
   if (instances_.find(key) != nullptr) {
-    throwCimError(Pegasus::CIM_ERR_ALREADY_EXISTS, path.toString());
+    throwCimError(Pegasus::CIM_ERR_ALREADY_EXISTS, describePath(path));
   }
   if (journal_ != nullptr && origin == Origin::PUBLISHED) {
     journal_->put(name_, key, created.instance);

@@ -1,6 +1,7 @@
 #include "cimd/model/Repository.h"
 
 #include "cimd/model/CimErrors.h"
+#include "cimd/model/InstanceKey.h"
 
 namespace cimd {
 
@@ -42,7 +43,7 @@ std::vector<std::string> Repository::adoptPublished(const Repository& other) {
       try {
         nameSpace(from->name()).createInstance(stored->instance, Origin::RESTORED);
       } catch (const Pegasus::CIMException& error) {
-        lost.push_back(stored->instance.getPath().toString().toUtf8() +
+        lost.push_back(describePath(stored->instance.getPath()).toUtf8() +
                        " is lost: " + error.getDescription().toUtf8());
       }
     }

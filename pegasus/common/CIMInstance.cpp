@@ -1,14 +1,34 @@
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/Exception.h>
+#include <pegasus/common/NameCheck.h>
 
 namespace Pegasus {
 
+namespace {
+
+[[noreturn]] void throwRepeated(const String& name) {
+  throw InvalidValueException(String("the instance has this property already: ") + name);
+}
+
+}  // namespace
+
 CIMInstance::CIMInstance(const String& className) : path_(String(), String(), className) {}
+
+CIMInstance::CIMInstance(const String& className, std::vector<CIMProperty> properties)
+    : path_(String(), String(), className), properties_(std::move(properties)) {
+  std::vector<const String*> names;
+  names.reserve(properties_.size());
+  for (const CIMProperty& property : properties_) {
+    names.push_back(&property.getName());
+  }
+  if (const String* repeated = findRepeated(std::move(names))) {
+    throwRepeated(*repeated);
+  }
+}
 
 CIMInstance& CIMInstance::addProperty(CIMProperty property) {
   if (findProperty(property.getName()) != PEG_NOT_FOUND) {
-    throw InvalidValueException(String("the instance has this property already: ") +
-                                property.getName());
+    throwRepeated(property.getName());
   }
   properties_.push_back(std::move(property));
   return *this;

@@ -19,6 +19,15 @@ String quoted(const String& text) {
   return result += u'"';
 }
 
+// A path in a key is quoted in the text, and what is quoted in it is quoted again: each level of
+// such keys doubles the backslashes of the one inside, so that forty of them would fill any memory.
+void checkTextSize(const String& text) {
+  constexpr Uint32 maxTextSize = Uint32{1} << 20U;
+  if (text.size() > maxTextSize) {
+    throw InvalidValueException("the name of an instance is too long for a text");
+  }
+}
+
 bool isNumericOrBoolean(CIMKeyBinding::Type type) {
   return type == CIMKeyBinding::BOOLEAN || type == CIMKeyBinding::NUMERIC;
 }
@@ -84,6 +93,7 @@ String CIMObjectPath::toString() const {
       text += key.getName() + "=";
     }
     text += isNumericOrBoolean(key.getType()) ? key.getValue() : quoted(key.getValue());
+    checkTextSize(text);
   }
   return text;
 }

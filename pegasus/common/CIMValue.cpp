@@ -81,6 +81,9 @@ requires std::is_arithmetic_v<Number> String textOf(Number value) {
   return digits(value);
 }
 
+// More than any property holds. The text of a path may be far longer than what it was sent as.
+constexpr Uint32 maxTextSize = Uint32{16} << 20U;
+
 template <typename T>
 String textOf(const Array<T>& values) {
   String text("{");
@@ -89,6 +92,9 @@ String textOf(const Array<T>& values) {
       text += ", ";
     }
     text += textOf(values[i]);
+    if (text.size() > maxTextSize) {
+      throw InvalidValueException("an array is too long for a text");
+    }
   }
   return text += "}";
 }

@@ -185,6 +185,16 @@ int String::compare(const String& a, const String& b) {
   return a.units_.compare(b.units_);
 }
 
+int String::compareNoCase(const String& a, const String& b) {
+  const auto [inA, inB] =
+      std::mismatch(a.units_.begin(), a.units_.end(), b.units_.begin(), b.units_.end(),
+                    [](Char16 x, Char16 y) { return lowered(x) == lowered(y); });
+  if (inA == a.units_.end() || inB == b.units_.end()) {
+    return (inA != a.units_.end()) - (inB != b.units_.end());
+  }
+  return lowered(*inA) < lowered(*inB) ? -1 : 1;
+}
+
 Boolean String::equal(const String& a, const String& b) {
   return a.units_ == b.units_;
 }

@@ -1,6 +1,10 @@
 #include <pegasus/xml/ObjectDecoder.h>
 
+#include <pegasus/common/NameCheck.h>
 #include <pegasus/xml/XmlText.h>
+
+#include <algorithm>
+#include <vector>
 
 namespace Pegasus::xml {
 
@@ -71,16 +75,14 @@ CIMKeyBinding decodeKeyBinding(Element element) {
   return decodeKey(String(requireAttribute(element, "NAME")), optionalChild(element));
 }
 
-void appendKey(Array<CIMKeyBinding>& keys, const CIMKeyBinding& key) {
-  for (const CIMKeyBinding& other : keys) {
-    if (String::equalNoCase(other.getName(), key.getName())) {
-      refuse("key " + excerpt(key.getName().toUtf8()) + " is there twice");
-    }
+void requireDifferentNames(const Array<CIMKeyBinding>& keys) {
+  std::vector<const String*> names;
+  for (const CIMKeyBinding& key : keys) {
+    names.push_back(&key.getName());
   }
-  if (keys.size() >= maxKeyBindings) {
-    refuse("an instance name with more than " + std::to_string(maxKeyBindings) + " keys");
+  if (const String* repeated = findRepeated(std::move(names))) {
+    refuse("key " + excerpt(repeated->toUtf8()) + " is there twice");
   }
-  keys.append(key);
 }
 
 // KEYBINDING elements, or the value of a single key without its name.
@@ -93,8 +95,12 @@ Array<CIMKeyBinding> decodeKeys(Element instanceName) {
     return keys;
   }
   for (Element element = first; element; element = element.next()) {
-    appendKey(keys, decodeKeyBinding(element));
+    if (keys.size() >= maxKeyBindings) {
+      refuse("an instance name with more than " + std::to_string(maxKeyBindings) + " keys");
+    }
+    keys.append(decodeKeyBinding(element));
   }
+  requireDifferentNames(keys);
   return keys;
 }
 
@@ -129,15 +135,30 @@ CIMObjectPath decodeInstancePath(Element element) {
   return path;
 }
 
-void addDecodedProperty(CIMInstance& instance, Element element) {
-  if (instance.getPropertyCount() >= maxProperties) {
-    refuse("an instance with more than " + std::to_string(maxProperties) + " properties");
+// A NAME may hold several parts. Those that are empty name nothing.
+void appendNameSpaceParts(String& path, const String& name) {
+  for (Uint32 start = 0; start < name.size();) {
+    const Uint32 slash = std::min(name.find(start, u'/'), name.size());
+    if (slash > start && path.size() != 0) {
+      path += u'/';
+    }
+    path += name.subString(start, slash - start);
+    start = slash + 1;
   }
-  try {
-    instance.addProperty(decodeProperty(element));
-  } catch (const InvalidValueException& error) {
-    throw XmlValidationError(error.getMessage());
+}
+
+std::vector<CIMProperty> decodeProperties(Element instance) {
+  std::vector<CIMProperty> properties;
+  for (Element child = instance.firstChild(); child; child = child.next()) {
+    if (child.name() == "QUALIFIER") {
+      continue;
+    }
+    if (properties.size() >= maxProperties) {
+      refuse("an instance with more than " + std::to_string(maxProperties) + " properties");
+    }
+    properties.push_back(decodeProperty(child));
   }
+  return properties;
 }
 
 }  // namespace
@@ -185,6 +206,9 @@ CIMProperty decodeProperty(Element element) {
   requireElement(element, isArray || isReference ? element.name() : "PROPERTY");
   const CIMType type =
       isReference ? CIMTYPE_REFERENCE : parseType(trimmed(requireAttribute(element, "TYPE")));
+  if (isArray && type == CIMTYPE_REFERENCE) {
+    refuse("an array of references, which no property can be");
+  }
   Uint32 arraySize = 0;
   if (const std::optional<std::string_view> size = element.attribute("ARRAYSIZE")) {
     parseScalar(CIMTYPE_UINT32, *size).get(arraySize);
@@ -239,10 +263,7 @@ String decodeLocalNameSpacePath(Element element) {
   String path;
   for (Element part = element.firstChild(); part; part = part.next()) {
     requireElement(part, "NAMESPACE");
-    if (path.size() != 0) {
-      path += u'/';
-    }
-    path += String(requireAttribute(part, "NAME"));
+    appendNameSpaceParts(path, String(requireAttribute(part, "NAME")));
   }
   if (path.size() == 0) {
     refuse("LOCALNAMESPACEPATH without NAMESPACE");
@@ -262,13 +283,12 @@ CIMObjectPath decodeObjectPath(Element element) {
 
 CIMInstance decodeInstance(Element element) {
   requireElement(element, "INSTANCE");
-  CIMInstance instance((String(requireAttribute(element, "CLASSNAME"))));
-  for (Element child = element.firstChild(); child; child = child.next()) {
-    if (child.name() != "QUALIFIER") {
-      addDecodedProperty(instance, child);
-    }
+  const String className(requireAttribute(element, "CLASSNAME"));
+  try {
+    return {className, decodeProperties(element)};
+  } catch (const InvalidValueException& error) {
+    throw XmlValidationError(error.getMessage());
   }
-  return instance;
 }
 
 CIMInstance decodeNamedInstance(Element element) {

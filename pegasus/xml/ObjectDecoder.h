@@ -13,10 +13,9 @@
 
 namespace Pegasus::xml {
 
-// Far more than any class has. Adding a property compares its name with those before it, so without
-// a limit a hostile answer could keep the decoder busy for hours.
+// Far more than any class has. Finding a property compares its name with those before it.
 constexpr Uint32 maxProperties = 1000;
-// Of one instance name; the same reason.
+// Of one instance name. Comparing two names compares each key with each.
 constexpr Uint32 maxKeyBindings = 100;
 
 // The type named by a TYPE attribute ("uint32"), in any letter case.
@@ -42,7 +41,7 @@ CIMValue decodeTypedValue(CIMType type, bool isArray, Element element);
 // VALUE, VALUE.ARRAY (as strings, since the element does not tell a type), VALUE.REFERENCE,
 // VALUE.REFARRAY; a missing element (Element()) gives a null string.
 CIMValue decodeUntypedValue(Element element);
-// The text of NAMESPACE elements joined by '/', from a LOCALNAMESPACEPATH.
+// The text of NAMESPACE elements joined by '/', from a LOCALNAMESPACEPATH; empty parts are left out.
 String decodeLocalNameSpacePath(Element element);
 // INSTANCENAME, LOCALINSTANCEPATH or INSTANCEPATH. The texts of keys are kept as they are; a key
 // without VALUETYPE is a string.

@@ -113,6 +113,16 @@ TEST_F(InstanceChanges, NewInstancesAreCheckedAgainstTheirClass) {
   EXPECT_EQ(creating("Sub", id), Pegasus::CIM_ERR_SUCCESS);
 }
 
+// As a text, such a name doubles in length with each level.
+TEST_F(InstanceChanges, ANameOfDeeplyNestedKeysIsNotFoundLikeAnyOther) {
+  std::string name = instanceName("Base", "Id", "1");
+  for (int i = 0; i < 35; ++i) {
+    name = "<INSTANCENAME CLASSNAME=\"Base\"><KEYBINDING NAME=\"Id\"><VALUE.REFERENCE>" + name +
+           "</VALUE.REFERENCE></KEYBINDING></INSTANCENAME>";
+  }
+  EXPECT_EQ(server_.ask("GetInstance", {{"InstanceName", name}}), "6: CIM_ERR_NOT_FOUND: Base ");
+}
+
 TEST_F(InstanceChanges, NamesAreTheSameInAnyOrderLetterCaseAndFormOfNumbers) {
   const auto key = [](const std::string& name, const std::string& type,
                       const std::string& content) {

@@ -61,6 +61,18 @@ TEST(Instance, CopiesAreIndependent) {
   EXPECT_EQ(instance.getProperty(0).getValue().toString(), "1");
 }
 
+TEST(Instance, CanBeMadeWithAllItsProperties) {
+  const CIMInstance instance("A", {CIMProperty("b", CIMValue("1")), CIMProperty("a", CIMValue("2")),
+                                   CIMProperty("aa", CIMValue("3"))});
+  ASSERT_EQ(instance.getPropertyCount(), 3U);
+  EXPECT_EQ(instance.findProperty("B"), 0U);
+  EXPECT_EQ(instance.findProperty("a"), 1U);
+  EXPECT_EQ(instance.findProperty("aa"), 2U);
+  EXPECT_THROW(CIMInstance("A", {CIMProperty("a", CIMValue("1")), CIMProperty("b", CIMValue("2")),
+                                 CIMProperty("A", CIMValue("3"))}),
+               InvalidValueException);
+}
+
 TEST(Instance, HasThePathThatItIsGiven) {
   CIMInstance instance(String("KVAXDT_FRU"));
   instance.setPath(pathWith({key("FRUNumber", "A1")}));
@@ -77,6 +89,21 @@ TEST(ObjectPath, IsWrittenWithEverythingThatItHas) {
   EXPECT_EQ(pathWith({key("", "x")}).toString(), "KVAXDT_FRU.\"x\"");
   const CIMKeyBinding reference("r", pathWith({key("a", "x")}));
   EXPECT_EQ(pathWith({reference}).toString(), "KVAXDT_FRU.r=\"KVAXDT_FRU.a=\\\"x\\\"\"");
+}
+
+CIMObjectPath nestedPath(int levels) {
+  CIMObjectPath path = pathWith({key("a", "x")});
+  for (int i = 0; i < levels; ++i) {
+    path = pathWith({CIMKeyBinding("r", path)});
+  }
+  return path;
+}
+
+// Each level doubles the backslashes of the one inside.
+TEST(ObjectPath, ATextThatNoMemoryWouldHoldIsRefused) {
+  EXPECT_LT(nestedPath(10).toString().size(), 20'000U);
+  EXPECT_THROW(nestedPath(40).toString(), InvalidValueException);
+  EXPECT_THROW(CIMKeyBinding("r", nestedPath(40)).getValue(), InvalidValueException);
 }
 
 TEST(ObjectPath, EqualityIgnoresTheCaseOfNamesAndTheOrderOfKeys) {

@@ -151,6 +151,15 @@ TEST(String, ComparesUnitByUnit) {
   EXPECT_TRUE(String::equal("a", "a"));
 }
 
+TEST(String, CompareNoCaseTakesLettersOfEitherCaseAsTheSame) {
+  EXPECT_EQ(String::compareNoCase("FruNumber", "frunumber"), 0);
+  EXPECT_LT(String::compareNoCase("A", "b"), 0);
+  EXPECT_GT(String::compareNoCase("B", "a"), 0);
+  EXPECT_LT(String::compareNoCase("a", "AB"), 0);
+  EXPECT_GT(String::compareNoCase("ab", "A"), 0);
+  EXPECT_EQ(String::compareNoCase("", ""), 0);
+}
+
 TEST(String, EqualNoCaseFoldsAsciiOverTheWholeText) {
   EXPECT_TRUE(String::equalNoCase("KVAHalvoranFru", "kvahalvoranfru"));
   EXPECT_TRUE(String::equalNoCase("", ""));

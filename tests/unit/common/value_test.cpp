@@ -135,6 +135,18 @@ TEST(Value, AnEmptyArrayIsNotNull) {
   EXPECT_EQ(CIMValue(Array<Uint32>()).toString(), "{}");
 }
 
+TEST(Value, AnArrayOfLongPathsIsRefusedAsText) {
+  const String key(std::u16string(1'000'000, u'x'));
+  const CIMObjectPath path("", "", "C", {CIMKeyBinding("k", key, CIMKeyBinding::STRING)});
+  Array<CIMObjectPath> paths;
+  paths.append(path);
+  EXPECT_NO_THROW(CIMValue(paths).toString());
+  for (int i = 0; i < 20; ++i) {
+    paths.append(path);
+  }
+  EXPECT_THROW(CIMValue(paths).toString(), InvalidValueException);
+}
+
 TEST(Value, EqualityNeedsTypeKindAndValue) {
   EXPECT_TRUE(CIMValue(Uint32{1}) == CIMValue(Uint32{1}));
   EXPECT_FALSE(CIMValue(Uint32{1}) == CIMValue(Uint32{2}));

@@ -144,6 +144,12 @@ TEST(DecodeProperty, ArraysKeepTypeOrderAndSize) {
   EXPECT_EQ(empty.getValue(), CIMValue(Array<String>()));
 }
 
+TEST(DecodeProperty, AnArrayOfReferencesIsNone) {
+  EXPECT_THROW(property("<PROPERTY.ARRAY NAME='p' TYPE='reference'><VALUE.REFARRAY/>"
+                        "</PROPERTY.ARRAY>"),
+               XmlValidationError);
+}
+
 TEST(DecodeProperty, ReferencesArePaths) {
   const CIMProperty reference = property(
       "<PROPERTY.REFERENCE NAME='Antecedent' REFERENCECLASS='CIM_Card'><VALUE.REFERENCE>\n"
@@ -221,8 +227,10 @@ TEST(DecodeLocalNameSpacePath, PartsAreJoined) {
   };
   EXPECT_EQ(path("\n<NAMESPACE NAME=\"root\"/>\n<NAMESPACE NAME=\"kvasd\" />"), "root/kvasd");
   EXPECT_EQ(path("<NAMESPACE NAME=\"root/kvasd\"></NAMESPACE>"), "root/kvasd");
-  for (const char* parts :
-       {"", "<NAMESPACE/>", "<NAMESPACE NAME=''/>", "root", "<X NAME='root'/>"}) {
+  EXPECT_EQ(path("<NAMESPACE NAME='/root//a/'/><NAMESPACE NAME='/'/><NAMESPACE NAME='/b'/>"),
+            "root/a/b");
+  for (const char* parts : {"", "<NAMESPACE/>", "<NAMESPACE NAME=''/>", "<NAMESPACE NAME='//'/>",
+                            "root", "<X NAME='root'/>"}) {
     EXPECT_THROW(path(parts), XmlValidationError) << parts;
   }
 }

@@ -105,6 +105,18 @@ TEST(RoundTrip, ArraysOfPaths) {
   EXPECT_TRUE(decodeUntypedValue(XmlDocument(xml).root()) == value);
 }
 
+TEST(RoundTrip, ArraysWithNullElements) {
+  for (CIMValue value :
+       {CIMValue(Array<Char16>{u'a', 0, u'b'}),
+        CIMValue(Array<CIMObjectPath>{samplePath(), CIMObjectPath(), samplePath()})}) {
+    value.setNullElement(1);
+    std::string xml;
+    appendValue(xml, value);
+    EXPECT_NE(xml.find("<VALUE.NULL/>"), std::string::npos) << xml;
+    EXPECT_TRUE(decodeTypedValue(value.getType(), true, XmlDocument(xml).root()) == value) << xml;
+  }
+}
+
 TEST(RoundTrip, PathsKeepHostNamespaceAndKeys) {
   CIMObjectPath path = samplePath();
   for (const char* host : {"", "box"}) {

@@ -14,6 +14,9 @@ class CIMInstance {
  public:
   CIMInstance() = default;
   explicit CIMInstance(const String& className);
+  // With these properties, in their order. Two of the same name (in any letter case) throw
+  // InvalidValueException. Takes less time than to add many properties one by one.
+  CIMInstance(const String& className, std::vector<CIMProperty> properties);
 
   // The class name is that of the path, set when the instance was built.
   const String& getClassName() const { return path_.getClassName(); }

@@ -23,7 +23,7 @@ class CIMKeyBinding {
 
   const String& getName() const { return name_; }
   Type getType() const { return type_; }
-  // The key's text; of a REFERENCE the referenced path's toString().
+  // The key's text; of a REFERENCE the referenced path's toString(), which may throw.
   String getValue() const;
   // The referenced path; throws TypeMismatchException unless the type is REFERENCE. Lives as long
   // as any copy of this key.
@@ -58,7 +58,8 @@ class CIMObjectPath {
   void setKeyBindings(Array<CIMKeyBinding> keyBindings) { keyBindings_ = std::move(keyBindings); }
 
   // The untyped form of DSP0207/DSP0004: //host/namespace:Class.key="text",other=5
-  // with " and \ in texts escaped by \.
+  // with " and \ in texts escaped by \. Throws InvalidValueException when that is longer than 1 Mi
+  // code units, as a few keys can make it that are paths with such keys themselves.
   String toString() const;
 
   // Host, namespace, class and key names without regard to case, keys in any order.

@@ -108,6 +108,8 @@ class CIMValue {
   // Null gives the empty text; strings and datetimes as they are, without quotes; integers in plain
   // decimal digits; reals in the shortest form that reads back as the same number; booleans TRUE or
   // FALSE; references as object paths; arrays as their elements in braces: {1, 2}.
+  // Throws InvalidValueException for an object path of more than 1 Mi code units and an array of
+  // more than 16 Mi.
   String toString() const;
 
   // The held alternative, for code that visits every type; monostate when null.

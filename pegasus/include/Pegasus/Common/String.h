@@ -71,6 +71,8 @@ class String {
 
   // Negative, 0 or positive as `a` sorts before, with or after `b`, unit by unit.
   static int compare(const String& a, const String& b);
+  // The same when A-Z and a-z are taken as the same letters.
+  static int compareNoCase(const String& a, const String& b);
   static Boolean equal(const String& a, const String& b);
   // Equal when A-Z and a-z are taken as the same letters, over the whole text.
   static Boolean equalNoCase(const String& a, const String& b);

@@ -1,0 +1,16 @@
+#include <pegasus/common/NameCheck.h>
+
+#include <algorithm>
+
+namespace Pegasus {
+
+const String* findRepeated(std::vector<const String*> names) {
+  std::sort(names.begin(), names.end(),
+            [](const String* a, const String* b) { return String::compareNoCase(*a, *b) < 0; });
+  const auto repeated = std::adjacent_find(
+      names.begin(), names.end(),
+      [](const String* a, const String* b) { return String::equalNoCase(*a, *b); });
+  return repeated == names.end() ? nullptr : *repeated;
+}
+
+}  // namespace Pegasus
