@@ -125,6 +125,12 @@ B2 false' "$(sed 1d "$out" | tr -d '\r' | awk -F , '{ print $2, $7 }')" 'all ent
     grep -qx 'FAN       B3          other        1                   Acme' "$out"
 }
 
+@test "subclasses are listed too, and what a class inherits is asked for" {
+    startDescribed '{"KVAXDT_FRU": []}'
+    runShow
+    grep -q 'EnumerateInstances root/kvasd .*KVAXDT_FRU.* DeepInheritance=true LocalOnly=false' "$log"
+}
+
 @test "only entries of others: status 1 without --all" {
     startMachine
     createAs Acme B3 1
