@@ -76,9 +76,9 @@ class Bench:
     def __init__(self, bin_dir, bench_dir, folder):
         self.bin_dir, self.bench_dir, self.folder = bin_dir, bench_dir, folder
 
-    def server(self, old, port=PORT):
+    def server(self, old, port=PORT, more=""):
         with open("machine.mof", "w", encoding="utf-8") as file:
-            file.write(MACHINE + earlier(old))
+            file.write(MACHINE + earlier(old) + more)
         return Process("listening on", os.path.join(self.bin_dir, "morvik-cimd"), "--listen",
                        "127.0.0.1:%d" % port, os.path.join(SCHEMA, "kvaxdt.mof"), "machine.mof")
 
@@ -154,4 +154,5 @@ def main():
                     (replay[1] - base_replay[1]) * 1e6 / operations, run[2]))
 
 
-main()
+if __name__ == "__main__":
+    main()
