@@ -73,9 +73,9 @@ class Bench:
     def __init__(self, bin_dir, bench_dir):
         self.bin_dir, self.bench_dir = bin_dir, bench_dir
 
-    def server(self, old, port=PORT):
+    def server(self, old, port=PORT, more=""):
         with open("earlier.mof", "w", encoding="utf-8") as file:
-            file.write(earlier(old))
+            file.write(earlier(old) + more)
         return Process("listening on", os.path.join(self.bin_dir, "morvik-cimd"), "--listen",
                        "127.0.0.1:%d" % port, os.path.join(SCHEMA, "kvaxdt.mof"), MACHINE,
                        "earlier.mof")

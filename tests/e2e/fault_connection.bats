@@ -40,29 +40,41 @@ teardown() { stopServers; }
     everywhere end-after-answer last new
 }
 
-connectionFails() { # FAULT OUTCOME
-    local runs=$BATS_TEST_TMPDIR/runs
-    "$python" "$support/fault_runs.py" "$BATS_TEST_TMPDIR/bench" "$1" connection >"$runs"
-    runsAre "$runs" "$1" "$2" same 0
+runOnBadConnections() { # FAULT
+    "$python" "$support/fault_runs.py" "$BATS_TEST_TMPDIR/bench" "$1" connection \
+        >"$BATS_TEST_TMPDIR/runs"
 }
 
-@test "no server: the connection is refused" { connectionFails none gone; }
+connectionFails() { # FAULT
+    runsAre "$BATS_TEST_TMPDIR/runs" "$1" gone same 0
+}
 
 # The connection itself is there, so the run begins, and its first request finds no answer.
 firstRequestFails() { # FAULT
-    local runs=$BATS_TEST_TMPDIR/runs
-    "$python" "$support/fault_runs.py" "$BATS_TEST_TMPDIR/bench" "$1" connection >"$runs"
-    sed -i 's/^connection/system/; s/connections=0/connections=1/' "$runs"
-    runsAre "$runs" "$1" gone same 0
+    sed 's/^connection/system/; s/connections=0/connections=1/' "$BATS_TEST_TMPDIR/runs" \
+        >"$BATS_TEST_TMPDIR/first"
+    runsAre "$BATS_TEST_TMPDIR/first" "$1" gone same 0
 }
 
-@test "every connection is closed at once" { firstRequestFails close; }
+@test "no server: the connection is refused" {
+    runOnBadConnections none
+    connectionFails none
+}
+
+@test "every connection is closed at once" {
+    runOnBadConnections close
+    firstRequestFails close
+}
 
 @test "every connection is reset at once: before it counts as made, or with the first request" {
-    connectionFails reset gone || firstRequestFails reset
+    runOnBadConnections reset
+    connectionFails reset || firstRequestFails reset
 }
 
-@test "every connection begins with a greeting of another protocol" { firstRequestFails other-protocol; }
+@test "every connection begins with a greeting of another protocol" {
+    runOnBadConnections other-protocol
+    firstRequestFails other-protocol
+}
 
 # --- closed between two operations: noticed before anything is sent, reopened, and nothing is lost ---
 

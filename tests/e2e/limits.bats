@@ -182,7 +182,15 @@ endedWell() { # WHAT
     return 1
 }
 
+# Sanitized programs take terabytes of addresses, and descriptors of their own for each check.
+needsOrdinaryProgram() {
+    if grep -q __asan_init "$morvik"; then
+        skip 'not with the sanitizers'
+    fi
+}
+
 @test "few file descriptors: whatever cannot be opened counts as missing" {
+    needsOrdinaryProgram
     offerFans
     fans 7 >fru.txt
     local descriptors
@@ -193,13 +201,6 @@ endedWell() { # WHAT
     done
     rm -f fru.txt 1234wpk.txt fru.log fruscript.scr
     nextRunIsComplete
-}
-
-# Sanitized programs take terabytes of addresses.
-needsOrdinaryMemory() {
-    if grep -q __asan_init "$morvik"; then
-        skip 'not with the sanitizers'
-    fi
 }
 
 # The least memory with which the program is loaded, in KiB.
@@ -214,7 +215,7 @@ leastMemory() {
 }
 
 @test "little memory: the run ends with its message, or without the entries that found none" {
-    needsOrdinaryMemory
+    needsOrdinaryProgram
     local least memory complete=0 incomplete=0
     fans 7 >fru.txt
     least=$(leastMemory)
@@ -235,7 +236,7 @@ leastMemory() {
 }
 
 @test "an answer that is larger than the memory is no answer" {
-    needsOrdinaryMemory
+    needsOrdinaryProgram
     stopServers
     startRecordedMachine
     printf '* * long-comment\n' >"$faults"

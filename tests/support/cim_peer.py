@@ -31,6 +31,7 @@ import threading
 
 import cim_faults
 import cim_xml
+import fault_connection
 
 END_OF_HEAD = b"\r\n\r\n"
 
@@ -204,7 +205,10 @@ def serve_connection(peer, client):
 
 def accept_all(peer, listener):
     while True:
-        client, _ = listener.accept()
+        try:
+            client, _ = listener.accept()
+        except OSError:
+            signal.pause()  # a fault has closed it, and the rest follows
         with open(peer.arguments.accepted, "a", encoding="utf-8") as file:
             file.write("connection\n")
         threading.Thread(target=serve_connection, args=(peer, client), daemon=True).start()
@@ -231,6 +235,7 @@ def main():
         stay_mute(arguments.port)
         return
     listener = socket.create_server(("127.0.0.1", arguments.port))
+    fault_connection.listeners.append(listener)
     print("ready", flush=True)
     accept_all(Peer(arguments), listener)
 

@@ -20,6 +20,9 @@ from http_bytes import (
 
 HANG_SECONDS = 120
 
+# The one socket on which the server waits for connections, once it does.
+listeners = []
+
 
 def reset_at_end(client):
     """What closes the socket then resets the connection."""
@@ -81,9 +84,12 @@ def end(client, request, answer, detail):
 
 
 def end_after_answer(client, request, answer, detail):
+    body = answer()
+    # First, so that not even the quickest client finds it open.
+    listeners[0].shutdown(socket.SHUT_RDWR)
     # Answer and end of the connection arrive together, see close_when_idle().
     client.setsockopt(socket.IPPROTO_TCP, socket.TCP_CORK, 1)
-    send_well(client, answer())
+    send_well(client, body)
     client.shutdown(socket.SHUT_WR)
     os._exit(0)
 

@@ -162,7 +162,10 @@ class Bench:
             self.start_peer(
                 "--upstream", "5989", "--faults", self.path("faults"), "--log", self.path("requests")
             )
-        return self.describe(operation, *self.morvik())
+        outcome = self.morvik()
+        if fault.startswith("end"):
+            self.peer.process.wait(PATIENCE)  # it has begun to end; the next run needs another one
+        return self.describe(operation, *outcome)
 
     def morvik(self):
         work = self.path("work")
