@@ -23,9 +23,10 @@ runGoodClients() { # COUNT SECONDS
         "$1" "$2" "$requests" "$median" "$worst" "$early" "$late" >&3
 }
 
-# Those that are served within the second do not even notice.
-isGood() { # LEAST-NUMBER-OF-REQUESTS
-    ((requests >= $1 && median < 200 && worst < 5000))
+# Each has done all it does at least once, and none waited for long. How fast they were depends on the
+# machine, and on its disk: scripts/bench measures that.
+isGood() {
+    ((requests >= 40 * 4 && worst < 20000))
 }
 
 startRudeClients() { # [KIND...]
@@ -36,7 +37,7 @@ startRudeClients() { # [KIND...]
     local requests median worst early late
     startWithStore
     runGoodClients 40 "$seconds"
-    isGood $((40 * 4 * seconds))
+    isGood
     ((late < early + 2048))
     listIs ''
 }
@@ -46,7 +47,7 @@ startRudeClients() { # [KIND...]
     startCimd "$mof"
     startRudeClients
     runGoodClients 40 "$seconds"
-    isGood $((40 * 4 * seconds))
+    isGood
     # The rude ones keep five requests of 16 MB half sent, at times more of each than at others.
     ((late < early + 5 * 16384))
     stopServers
