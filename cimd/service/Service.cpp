@@ -166,6 +166,15 @@ std::string describe(const Repository& repository) {
          std::to_string(counts.published) + " published";
 }
 
+// The end is on its way: a second signal must not make it look like a failure.
+void blockEndSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGTERM);
+  sigaddset(&signals, SIGINT);
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+}
+
 class Service {
  public:
   Service(const Options& options, std::optional<host::HostBytes> hostBytes, const Log& log)
@@ -189,6 +198,7 @@ class Service {
     CimHandler handler(repository_, log_);
     HttpServer server(io_, endpoint, handler, readLimits());
     ends_.async_wait([&](boost::system::error_code, int) {
+      blockEndSignals();
       notifySystemd("STOPPING=1");
       io_.stop();
     });

@@ -313,6 +313,15 @@ waitForState() { # LINE
     done
 }
 
+@test "asked to end more than once: it ends well all the same" {
+    local i
+    startCimd "$mof"
+    for ((i = 0; i < 50; ++i)); do
+        kill -TERM "$(serverPid)" 2>/dev/null || break
+    done
+    stopServers
+}
+
 @test "ready means that it listens: a client is served at once" {
     startServer peer ready "$python" "$support/notify_socket.py" notify states
     NOTIFY_SOCKET=$PWD/notify "$cimd" --log-level error "$mof" 3>&- &
