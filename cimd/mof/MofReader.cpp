@@ -104,7 +104,7 @@ class MofReader {
     constexpr std::size_t slashes = 2;
     const bool hasHost = text.starts_with("//");
     const std::size_t end = hasHost ? std::min(text.find('/', slashes), text.size()) : 0;
-    const String name = trimNameSpace(String(std::string_view(text).substr(end)));
+    String name = trimNameSpace(String(std::string_view(text).substr(end)));
     if (!isNameSpaceName(name) ||
         (hasHost && !isLoopbackHost(std::string_view(text).substr(slashes, end - slashes)))) {
       throw MofError(pragma.position,
