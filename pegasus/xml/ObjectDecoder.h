@@ -41,7 +41,8 @@ CIMValue decodeTypedValue(CIMType type, bool isArray, Element element);
 // VALUE, VALUE.ARRAY (as strings, since the element does not tell a type), VALUE.REFERENCE,
 // VALUE.REFARRAY; a missing element (Element()) gives a null string.
 CIMValue decodeUntypedValue(Element element);
-// The text of NAMESPACE elements joined by '/', from a LOCALNAMESPACEPATH; empty parts are left out.
+// The text of NAMESPACE elements joined by '/', from a LOCALNAMESPACEPATH; empty parts are left
+// out.
 String decodeLocalNameSpacePath(Element element);
 // INSTANCENAME, LOCALINSTANCEPATH or INSTANCEPATH. The texts of keys are kept as they are; a key
 // without VALUETYPE is a string.
