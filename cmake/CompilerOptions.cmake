@@ -12,7 +12,15 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   target_compile_options(morvik_options INTERFACE -Wno-restrict)
 endif()
 
-if(MORVIK_SANITIZE)
+if(MORVIK_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "MORVIK_FUZZ needs Clang: libFuzzer is a part of it")
+  endif()
+  # The programs among the fuzz targets get main() from the fuzzer, see fuzz/CMakeLists.txt.
+  target_compile_options(morvik_options INTERFACE
+    -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(morvik_options INTERFACE -fsanitize=address,undefined)
+elseif(MORVIK_SANITIZE)
   target_compile_options(morvik_options INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(morvik_options INTERFACE -fsanitize=address,undefined)
