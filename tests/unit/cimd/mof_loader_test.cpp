@@ -86,7 +86,9 @@ TEST(MofLoader, ValuesThatDoNotFitAreRefusedWhereTheyStand) {
         {"string v", "\"\\b\"",
          "the text has a character that cannot be sent in CIM-XML (number 8)"},
         {"string v", "\"\\xD800\"",
-         "the text has a character that cannot be sent in CIM-XML (number 55296)"}}) {
+         "the text has a character that cannot be sent in CIM-XML (number 55296)"},
+        {"char16 v", "25",
+         "the text has a character that cannot be sent in CIM-XML (number 25)"}}) {
     EXPECT_EQ(loadError(std::string("class A { [Key] string k; ") + c.type +
                         "; };\ninstance of A { k = \"1\"; v = " + c.value + "; };"),
               std::string("test.mof:2:30: error: ") + c.message)
