@@ -61,7 +61,7 @@ void checkMessage(std::string_view message) {
     const std::string begin = std::string(name) + ":";
     if (message.starts_with(begin)) {
       const auto lines = std::count(text.begin(), text.end(), '\n') + 1;
-      const long line = std::atol(message.data() + begin.size());
+      const long line = std::strtol(message.data() + begin.size(), nullptr, 10);
       require(line >= 1 && line <= lines, "an error stands in a line of its file");
     }
   }
