@@ -12,7 +12,19 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   target_compile_options(morvik_options INTERFACE -Wno-restrict)
 endif()
 
-if(MORVIK_SANITIZE)
+# An index outside its container ends the program. This costs one part in a hundred of the processor
+# time of reading XML, and less elsewhere.
+target_compile_definitions(morvik_options INTERFACE _GLIBCXX_ASSERTIONS)
+
+if(MORVIK_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "MORVIK_FUZZ needs Clang: libFuzzer is a part of it")
+  endif()
+  # The programs among the fuzz targets get main() from the fuzzer, see fuzz/CMakeLists.txt.
+  target_compile_options(morvik_options INTERFACE
+    -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(morvik_options INTERFACE -fsanitize=address,undefined)
+elseif(MORVIK_SANITIZE)
   target_compile_options(morvik_options INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(morvik_options INTERFACE -fsanitize=address,undefined)
@@ -21,9 +33,14 @@ else()
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i.86")
     target_compile_options(morvik_options INTERFACE -fcf-protection)
   endif()
-  # Fortified library calls need an optimising build.
+  # Fortified library calls need an optimising build; GCC has the third level since version 12.
+  set(fortify_level 3)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 12)
+    set(fortify_level 2)
+  endif()
   target_compile_options(morvik_options INTERFACE
     $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE>
-    $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
-  target_link_options(morvik_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
+    $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=${fortify_level}>)
+  target_link_options(morvik_options INTERFACE
+    -Wl,-z,relro,-z,now,-z,noexecstack,-z,separate-code)
 endif()

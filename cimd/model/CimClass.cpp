@@ -1,5 +1,7 @@
 #include "cimd/model/CimClass.h"
 
+#include <pegasus/xml/ObjectDecoder.h>
+
 #include <algorithm>
 
 #include "cimd/model/CimErrors.h"
@@ -100,6 +102,9 @@ void CimClass::collectKeys() {
       keys_.push_back(position);
     }
   }
+  if (keys_.size() > Pegasus::xml::maxKeyBindings) {
+    refuse("class " + name_ + " has more keys than clients read");
+  }
 }
 
 std::optional<std::size_t> CimClass::findProperty(const String& name) const {
@@ -119,6 +124,9 @@ void CimClass::addDeclared(const PropertyDeclaration& declaration) {
 }
 
 void CimClass::addProperty(const PropertyDeclaration& declaration) {
+  if (properties_.size() >= Pegasus::xml::maxProperties) {
+    refuse("class " + name_ + " has more properties than clients read");
+  }
   positions_.emplace(fold(declaration.name), properties_.size());
   properties_.push_back(std::make_shared<const CimProperty>(CimProperty{declaration, this, this}));
 }

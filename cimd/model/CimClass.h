@@ -102,9 +102,10 @@ struct CimMethod : MethodDeclaration {
 class CimClass {
  public:
   // `superclass` may be null and must outlive this class. Throws CIMException (INVALID_PARAMETER)
-  // when the class changes a qualifier that may not be overridden, and RefusedFeature when a
-  // property or method does so, is declared twice, overrides one of another type, claims to
-  // override one that is not there or has another name, or is a key and an array.
+  // when the class changes a qualifier that may not be overridden or has more keys than clients
+  // read, and RefusedFeature when a property or method does so, is declared twice, overrides one of
+  // another type, claims to override one that is not there or has another name, is a key and an
+  // array, or is a property more than clients read.
   CimClass(const ClassDeclaration& declaration, CimClass* superclass);
   CimClass(const CimClass&) = delete;
   CimClass& operator=(const CimClass&) = delete;

@@ -1,6 +1,7 @@
 #include "cimd/mof/MofLexer.h"
 
 #include <algorithm>
+#include <array>
 
 #include "cimd/mof/MofNumber.h"
 
@@ -11,6 +12,8 @@ namespace {
 using Pegasus::String;
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+// U+FFFE and U+FFFF, the only characters of a name that XML does not have.
+constexpr std::array<std::string_view, 2> nonCharacters{"\xEF\xBF\xBE", "\xEF\xBF\xBF"};
 
 bool isDigit(char c) {
   return c >= '0' && c <= '9';
@@ -158,8 +161,14 @@ std::string_view MofLexer::takeWord() {
   while (end < text_.size() && isNamePart(text_[end])) {
     ++end;
   }
+  const std::string_view word = text_.substr(start, end - start);
+  for (const std::string_view unsendable : nonCharacters) {
+    if (word.find(unsendable) != std::string_view::npos) {
+      throw MofError(here(), "the name has a character that cannot be sent in CIM-XML");
+    }
+  }
   advance(end - start);
-  return text_.substr(start, end - start);
+  return word;
 }
 
 Token MofLexer::identifier() {

@@ -1,5 +1,9 @@
 // Object paths as texts: //host/namespace:Class.key="text",other=5
+#include <pegasus/common/NameCheck.h>
 #include <pegasus/xml/ObjectDecoder.h>
+
+#include <algorithm>
+#include <vector>
 
 #include "cimd/model/Names.h"
 #include "cimd/mof/MofNumber.h"
@@ -36,6 +40,7 @@ class PathReader {
     if (!rest_.empty()) {
       fail();
     }
+    checkKeys(keys);
     path.setKeyBindings(keys);
     return path;
   }
@@ -50,6 +55,7 @@ class PathReader {
       rest_.remove_prefix(2);
       const std::size_t end = rest_.find(u'/');
       path.setHost(String(std::u16string(take(end))));
+      checkHost(path.getHost());
     }
     // A colon in a key value comes after the first of these.
     const std::u16string_view beforeKeys = rest_.substr(0, rest_.find_first_of(u"=\""));
@@ -64,6 +70,26 @@ class PathReader {
     accept(u':');
     if (!isNameSpaceName(path.getNameSpace())) {
       fail();
+    }
+  }
+
+  // Clients drop the blanks around a host.
+  void checkHost(const String& host) const {
+    const std::u16string_view text = host.view();
+    if (text.empty() ||
+        std::any_of(text.begin(), text.end(), [](char16_t c) { return c <= u' '; })) {
+      fail();
+    }
+  }
+
+  // What clients refuse.
+  void checkKeys(const Pegasus::Array<CIMKeyBinding>& keys) const {
+    std::vector<const String*> names;
+    for (const CIMKeyBinding& key : keys) {
+      names.push_back(&key.getName());
+    }
+    if (keys.size() > Pegasus::xml::maxKeyBindings || Pegasus::findRepeated(names) != nullptr) {
+      throw MofError(position_, "the object path has a key twice, or too many keys");
     }
   }
 

@@ -40,8 +40,7 @@ void expectKind(const Literal& literal, Literal::Kind kind, const char* typeName
   }
 }
 
-void checkCharacters(const Literal& literal) {
-  const std::u16string_view text = literal.text.view();
+void checkCharacters(const Literal& literal, std::u16string_view text) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char16_t unit = text[i];
     const bool isPair = unit >= 0xD800 && unit < 0xDC00 && i + 1 < text.size() &&
@@ -85,16 +84,18 @@ T real(const Literal& literal, const char* typeName) {
 
 Pegasus::Char16 char16(const Literal& literal, const char* typeName) {
   if (literal.kind == Literal::INTEGER) {
-    return static_cast<Pegasus::Char16>(integer<Pegasus::Uint16>(literal, typeName));
+    const Pegasus::Char16 number = integer<Pegasus::Uint16>(literal, typeName);
+    checkCharacters(literal, {&number, 1});
+    return number;
   }
   expectKind(literal, Literal::CHAR, typeName);
-  checkCharacters(literal);
+  checkCharacters(literal, literal.text.view());
   return literal.text[0];
 }
 
 String text(const Literal& literal, const char* typeName) {
   expectKind(literal, Literal::STRING, typeName);
-  checkCharacters(literal);
+  checkCharacters(literal, literal.text.view());
   return literal.text;
 }
 
@@ -141,7 +142,7 @@ Pegasus::CIMObjectPath reference(const Literal& literal, const char* typeName,
     return resolveAlias(literal);
   }
   expectKind(literal, Literal::STRING, typeName);
-  checkCharacters(literal);
+  checkCharacters(literal, literal.text.view());
   return parseObjectPath(literal.text, literal.position);
 }
 

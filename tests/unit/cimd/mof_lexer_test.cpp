@@ -163,5 +163,13 @@ TEST(MofLexer, AliasesPragmasAndNames) {
   }
 }
 
+// Such a class would make every enumeration of classes fail.
+TEST(MofLexer, NamesThatCannotBeSentAreRefused) {
+  EXPECT_EQ(only("A\xEF\xBF\xBD").kind, TokenKind::IDENTIFIER);
+  for (const char* name : {"A\xEF\xBF\xBE", "\xEF\xBF\xBFz", "$A\xEF\xBF\xBE"}) {
+    EXPECT_NE(error(name).find("cannot be sent"), std::string::npos) << name;
+  }
+}
+
 }  // namespace
 }  // namespace cimd::mof

@@ -86,7 +86,9 @@ TEST(MofLoader, ValuesThatDoNotFitAreRefusedWhereTheyStand) {
         {"string v", "\"\\b\"",
          "the text has a character that cannot be sent in CIM-XML (number 8)"},
         {"string v", "\"\\xD800\"",
-         "the text has a character that cannot be sent in CIM-XML (number 55296)"}}) {
+         "the text has a character that cannot be sent in CIM-XML (number 55296)"},
+        {"char16 v", "25",
+         "the text has a character that cannot be sent in CIM-XML (number 25)"}}) {
     EXPECT_EQ(loadError(std::string("class A { [Key] string k; ") + c.type +
                         "; };\ninstance of A { k = \"1\"; v = " + c.value + "; };"),
               std::string("test.mof:2:30: error: ") + c.message)
@@ -228,7 +230,8 @@ TEST(MofLoader, ReferencesMayBeWrittenAsPaths) {
               c.path);
   }
   for (const char* wrong : {"", "A.", "A.k", "A.k=", "A.k=\\\"x", "A.k=x", "A.k=1,", "A.k=1 ",
-                            "//host", "//host/A", ":A", "1A.k=1", "A.k=\\\"a\\\"b", "A.=1"}) {
+                            "//host", "//host/A", ":A", "1A.k=1", "A.k=\\\"a\\\"b", "A.=1",
+                            "///root/x:A.k=1", "//host /root/x:A.k=1", "A.k=1,K=2"}) {
     EXPECT_NE(loadError(cls + "instance of A { k = \"1\"; r = \"" + wrong + "\"; };"), "") << wrong;
   }
 }
@@ -254,6 +257,21 @@ TEST(MofLoader, NullElementsOfArraysStayNull) {
   EXPECT_NE(stored.instanceXml.find(
                 "<VALUE.ARRAY><VALUE>1</VALUE><VALUE.NULL/><VALUE>0</VALUE></VALUE.ARRAY>"),
             std::string::npos);
+}
+
+// Its instances could be created and not be read.
+TEST(MofLoader, AClassThatClientsWouldRefuseIsRefused) {
+  const auto declaring = [](int count, const std::string& qualifiers) {
+    std::string mof = "class A {";
+    for (int i = 0; i < count; ++i) {
+      mof += qualifiers + " string p" + std::to_string(i) + ";";
+    }
+    return loadError(mof + "};");
+  };
+  EXPECT_EQ(declaring(100, "[Key]"), "");
+  EXPECT_NE(declaring(101, "[Key]").find("more keys than clients read"), std::string::npos);
+  EXPECT_EQ(declaring(1000, ""), "");
+  EXPECT_NE(declaring(1001, "").find("more properties than clients read"), std::string::npos);
 }
 
 TEST(MofLoader, NamespacePragmaHoldsForTheRestOfItsFile) {

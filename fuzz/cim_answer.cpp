@@ -1,0 +1,105 @@
+// The body of an answer, read as each of the results that a client can ask for.
+#include <pegasus/xml/Response.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "fuzz/support/Check.h"
+#include "fuzz/support/ResourceLimit.h"
+#include "fuzz/support/RoundTrip.h"
+
+namespace {
+
+using Pegasus::CIMInstance;
+using Pegasus::CIMObjectPath;
+using Pegasus::CIMValue;
+using Pegasus::xml::Response;
+
+// The attribute's text in the first element of that name, so that the answer is to what was asked,
+// whatever the fuzzer makes of it.
+std::string attribute(std::string_view xml, std::string_view begin) {
+  const std::size_t found = xml.find(begin);
+  if (found == std::string_view::npos) {
+    return {};
+  }
+  const std::string_view value = xml.substr(found + begin.size());
+  return std::string(value.substr(0, std::min(value.find('"'), value.size())));
+}
+
+// What `read` returns, in a list; an empty one when it refuses the answer. Any other exception than
+// these two is none that a client expects.
+template <typename Read>
+auto attempt(Read read) -> std::vector<decltype(read())> {
+  try {
+    return {read()};
+  } catch (const Pegasus::XmlValidationError&) {
+    return {};
+  } catch (const Pegasus::CIMClientResponseException&) {
+    return {};
+  }
+}
+
+// As the tool does with a property. A text of paths may be far longer than the answer, and is
+// refused where it is longer than any memory should hold.
+void takeText(const Response& response) {
+  const fuzz::ResourceLimit limit(std::size_t{192} << 20U, 0, 0);
+  try {
+    static_cast<void>(response.value().toString());
+  } catch (const Pegasus::Exception&) {
+    return;
+  }
+}
+
+void readAll(const Response& response) {
+  for (const auto& instances : attempt([&response] { return response.namedInstances(); })) {
+    for (const CIMInstance& instance : instances) {
+      fuzz::requireRoundTrip(instance);
+    }
+  }
+  for (const auto& names : attempt([&response] { return response.instanceNames(); })) {
+    for (const CIMObjectPath& name : names) {
+      fuzz::requireRoundTrip(name);
+    }
+  }
+  for (CIMInstance& instance : attempt([&response] { return response.instance(); })) {
+    instance.setPath(CIMObjectPath({}, {}, instance.getClassName()));
+    fuzz::requireRoundTrip(instance);
+  }
+  for (const CIMObjectPath& name : attempt([&response] { return response.instanceName(); })) {
+    if (name.getClassName().size() != 0) {
+      fuzz::requireRoundTrip(name);
+    }
+  }
+  for (const CIMValue& value : attempt([&response] { return response.value(); })) {
+    fuzz::requireRoundTrip(value);
+  }
+}
+
+// Null when it is no answer.
+std::unique_ptr<Response> parse(std::string_view body) {
+  try {
+    return std::make_unique<Response>(std::string(body), attribute(body, "<MESSAGE ID=\""),
+                                      attribute(body, "<IMETHODRESPONSE NAME=\""));
+  } catch (const Pegasus::Exception&) {
+    return nullptr;
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view body = fuzz::asText(data, size);
+  std::unique_ptr<Response> response;
+  {
+    const fuzz::ResourceLimit limit(std::size_t{1} << 20U, 128, size);
+    response = parse(body);
+    if (!response) {
+      return 0;
+    }
+    readAll(*response);
+  }
+  takeText(*response);
+  return 0;
+}

@@ -1,0 +1,117 @@
+// MOF text into a repository. The input is one file, or with a separator a first file and one that
+// it can include by the name "other.mof"; no other file exists.
+#include <cimd/model/Repository.h>
+#include <cimd/mof/MofLoader.h>
+#include <cimd/operations/SchemaOperations.h>
+#include <pegasus/xml/Request.h>
+#include <pegasus/xml/XmlDocument.h>
+#include <stdio.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <map>
+#include <string>
+
+#include "fuzz/support/Check.h"
+#include "fuzz/support/ResourceLimit.h"
+#include "fuzz/support/RoundTrip.h"
+
+namespace {
+
+using cimd::mof::MofError;
+using fuzz::require;
+using Pegasus::xml::Request;
+using Pegasus::xml::RequestWriter;
+
+constexpr std::string_view separator = "\n//////\n";
+constexpr const char* firstName = "/mof/first.mof";
+constexpr const char* otherName = "/mof/other.mof";
+
+std::string_view firstFile;
+std::string_view otherFile;
+
+}  // namespace
+
+// The linker puts the second in place of fopen(). The fuzzer opens files too, in other modes than
+// the reader does. NOLINTBEGIN(bugprone-reserved-identifier): the names are the linker's
+extern "C" FILE* __real_fopen(const char* path, const char* mode);
+extern "C" FILE* __wrap_fopen(const char* path, const char* mode) {
+  if (std::string_view(mode) != "rbe") {
+    return __real_fopen(path, mode);
+  }
+  const std::string_view name = path;
+  const std::string_view* text = name == firstName   ? &firstFile
+                                 : name == otherName ? &otherFile
+                                                     : nullptr;
+  if (text == nullptr) {
+    errno = ENOENT;
+    return nullptr;
+  }
+  return fmemopen(const_cast<char*>(text->data()), text->size(), "rb");
+}
+// NOLINTEND(bugprone-reserved-identifier)
+
+namespace {
+
+// "file:line:column: error: text", where the line is one of the file's.
+void checkMessage(std::string_view message) {
+  require(message.find(": error: ") != std::string_view::npos, "an error says that it is one");
+  for (const auto& [name, text] : {std::pair(firstName, firstFile), {otherName, otherFile}}) {
+    const std::string begin = std::string(name) + ":";
+    if (message.starts_with(begin)) {
+      const auto lines = std::count(text.begin(), text.end(), '\n') + 1;
+      const long line = std::strtol(message.data() + begin.size(), nullptr, 10);
+      require(line >= 1 && line <= lines, "an error stands in a line of its file");
+    }
+  }
+}
+
+const Request& request(const char* method) {
+  static std::map<std::string, Request> requests;
+  const auto known = requests.find(method);
+  if (known != requests.end()) {
+    return known->second;
+  }
+  RequestWriter writer("1", method, cimd::defaultNameSpace);
+  if (std::string_view(method) == "EnumerateClasses") {
+    writer.boolean("DeepInheritance", true).boolean("LocalOnly", false);
+  }
+  return requests.emplace(method, writer.finish()).first->second;
+}
+
+void requireXml(const std::string& elements) {
+  const Pegasus::xml::XmlDocument document("<ALL>" + elements + "</ALL>");
+  require(static_cast<bool>(document.root()), "what is encoded is XML");
+}
+
+// What has been loaded can be sent.
+void checkNameSpace(cimd::NameSpace& nameSpace) {
+  requireXml(cimd::enumerateClasses(nameSpace, request("EnumerateClasses")));
+  requireXml(cimd::enumerateQualifiers(nameSpace, request("EnumerateQualifiers")));
+  for (const cimd::CimClass* top : nameSpace.schema().topClasses()) {
+    for (const cimd::StoredInstance* stored : nameSpace.instances(*top)) {
+      fuzz::requireRoundTrip(stored->instance);
+    }
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view text = fuzz::asText(data, size);
+  const std::size_t end = std::min(text.find(separator), text.size());
+  firstFile = text.substr(0, end);
+  otherFile = text.substr(std::min(end + separator.size(), text.size()));
+  request("EnumerateClasses");
+  request("EnumerateQualifiers");
+  const fuzz::ResourceLimit limit(std::size_t{2} << 20U, 2048, size);
+  try {
+    cimd::Repository repository;
+    cimd::mof::loadMof({firstName}, repository);
+    checkNameSpace(repository.nameSpace(cimd::defaultNameSpace));
+  } catch (const MofError& error) {
+    checkMessage(error.what());
+  }
+  return 0;
+}

@@ -1,0 +1,129 @@
+// SMBIOS tables through the reader to the inventory, and that as instances into a repository.
+//
+// The first byte of the input has flags, the second the length of the entry point, which stands
+// behind it; then comes the table, and behind a separator cpuinfo.
+#include <cimd/host/HostInstances.h>
+#include <cimd/host/SmbiosTables.h>
+#include <cimd/model/Repository.h>
+#include <cimd/mof/MofLoader.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "fuzz/support/Check.h"
+#include "fuzz/support/ResourceLimit.h"
+#include "fuzz/support/RoundTrip.h"
+
+namespace {
+
+using cimd::host::HostBytes;
+using cimd::host::HostInventory;
+using cimd::host::Structure;
+using cimd::host::StructureTable;
+using fuzz::require;
+
+enum Flag : unsigned { SUMS_ARE_MENDED = 1, HAS_CPUINFO = 2, HAS_NO_TABLE = 4 };
+
+constexpr std::string_view separator = "\n\xFF\n";
+
+// Makes the bytes from `start` on add up to 0, which the fuzzer would hardly find by itself.
+void mendSum(std::string& bytes, std::size_t start, std::size_t length, std::size_t place) {
+  if (start + length > bytes.size() || place < start || place >= start + length) {
+    return;
+  }
+  unsigned sum = 0;
+  for (std::size_t i = start; i < start + length; ++i) {
+    sum += static_cast<unsigned char>(bytes[i]);
+  }
+  bytes[place] = static_cast<char>(static_cast<unsigned char>(bytes[place]) - sum);
+}
+
+void mendSums(std::string& entryPoint) {
+  if (entryPoint.starts_with("_SM3_") && entryPoint.size() > 6) {
+    mendSum(entryPoint, 0, static_cast<unsigned char>(entryPoint[6]), 5);
+  } else if (entryPoint.starts_with("_SM_") && entryPoint.size() > 5) {
+    mendSum(entryPoint, 0x10, 0x0F, 0x15);
+    mendSum(entryPoint, 0, static_cast<unsigned char>(entryPoint[5]), 4);
+  }
+}
+
+HostBytes hostFrom(std::string_view input) {
+  HostBytes host;
+  host.hostName = "box1";
+  const unsigned flags = fuzz::takeByte(input);
+  const std::size_t length = std::min<std::size_t>(fuzz::takeByte(input), input.size());
+  std::string entryPoint(input.substr(0, length));
+  input.remove_prefix(length);
+  if ((flags & SUMS_ARE_MENDED) != 0) {
+    mendSums(entryPoint);
+  }
+  const std::size_t end = std::min(input.find(separator), input.size());
+  if ((flags & HAS_NO_TABLE) == 0) {
+    host.entryPoint = entryPoint;
+    host.table = std::string(input.substr(0, end));
+  }
+  if ((flags & HAS_CPUINFO) != 0 && end < input.size()) {
+    host.cpuinfo = std::string(input.substr(end + separator.size()));
+  }
+  return host;
+}
+
+bool isInside(std::string_view part, std::string_view whole) {
+  return part.data() >= whole.data() && part.data() + part.size() <= whole.data() + whole.size();
+}
+
+// Of texts it is asked where they are, of numbers only whether they can be read.
+void checkStructures(const HostBytes& host) {
+  const auto entryPoint = cimd::host::readEntryPoint(host.entryPoint.value_or(""));
+  if (!entryPoint || !host.table) {
+    return;
+  }
+  const std::string_view table = *host.table;
+  const StructureTable result = cimd::host::readStructures(table, *entryPoint);
+  require(result.structures.size() * 6 <= table.size() + 2, "a structure takes six bytes or more");
+  for (const Structure& structure : result.structures) {
+    static_cast<void>(structure.handle());
+    for (std::size_t offset = 0; offset < 0x40; ++offset) {
+      const auto text = structure.textAt(offset);
+      require(!text || isInside(*text, table), "a text lies inside the table");
+      const auto word = structure.wordAt(offset);
+      require(!structure.doubleWordAt(offset) || word, "where there are four bytes, there are two");
+      require(!word || (*word & 0xFFU) == structure.byteAt(offset), "a word begins with its byte");
+    }
+  }
+}
+
+cimd::NameSpace& nameSpace() {
+  static cimd::Repository repository = [] {
+    cimd::Repository loaded;
+    cimd::mof::loadMof({MORVIK_SCHEMA_DIR "/qualifiers.mof", MORVIK_SCHEMA_DIR "/kvaxdt.mof"},
+                       loaded);
+    return loaded;
+  }();
+  return repository.nameSpace(cimd::defaultNameSpace);
+}
+
+// As the server does. What has been created is deleted again.
+void declare(const HostInventory& inventory) {
+  std::vector<Pegasus::CIMObjectPath> paths;
+  for (const Pegasus::CIMInstance& instance : inventory.instances) {
+    // Throws when two parts have one key or a value has another type than in the class.
+    paths.push_back(nameSpace().createInstance(instance, cimd::Origin::DECLARED));
+    fuzz::requireRoundTrip(nameSpace().instance(paths.back()).instance);
+  }
+  for (const Pegasus::CIMObjectPath& path : paths) {
+    nameSpace().deleteInstance(path);
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  nameSpace();  // loads the classes before memory is counted
+  const fuzz::ResourceLimit limit(std::size_t{1} << 20U, 512, size);
+  const HostBytes host = hostFrom(fuzz::asText(data, size));
+  checkStructures(host);
+  declare(cimd::host::describeHost(host));
+  return 0;
+}

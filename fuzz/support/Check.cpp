@@ -1,0 +1,15 @@
+#include "fuzz/support/Check.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace fuzz {
+
+void require(bool condition, const char* what) {
+  if (!condition) {
+    std::fprintf(stderr, "NOT SO: %s\n", what);
+    std::abort();
+  }
+}
+
+}  // namespace fuzz
