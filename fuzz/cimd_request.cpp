@@ -85,8 +85,10 @@ class Connection {
     cimd::HttpLimits limits;
     limits.bodyBytes = 8192;
     limits.headerBytes = 2048;
+    // The longest answers do not fit.
+    limits.heldBytes = std::size_t{64} << 10U;
     std::make_shared<cimd::HttpSession>(
-        std::move(socket), handler, limits,
+        std::move(socket), handler, limits, std::make_shared<cimd::MemoryBudget>(limits.heldBytes),
         cimd::HttpSession::Events{.served = [this] { ++answers_; },
                                   .ended = [this] { hasEnded_ = true; }})
         ->start();
@@ -152,7 +154,7 @@ unsigned takeAnswer(std::string_view& bytes) {
   bytes.remove_prefix(parser.put(asio::buffer(bytes.data(), bytes.size()), error));
   require(!error && parser.is_done(), "an answer is HTTP");
   const unsigned status = parser.get().result_int();
-  constexpr unsigned known[] = {100, 200, 400, 403, 413, 417, 431, 501, 505, 510};
+  constexpr unsigned known[] = {100, 200, 400, 403, 413, 415, 417, 431, 501, 503, 505, 510};
   require(std::find(std::begin(known), std::end(known), status) != std::end(known),
           "the status is one that the server means to give");
   if (status != 100) {
