@@ -44,7 +44,7 @@ Element valueChild(Element property) {
   return child;
 }
 
-String optionalAttribute(Element element, std::string_view name) {
+String optionalAttribute(Element element, const char* name) {
   return String(element.attribute(name).value_or(std::string_view()));
 }
 
@@ -173,10 +173,10 @@ void requireElement(Element element, std::string_view name) {
   }
 }
 
-std::string_view requireAttribute(Element element, std::string_view name) {
+std::string_view requireAttribute(Element element, const char* name) {
   const std::optional<std::string_view> value = element.attribute(name);
   if (!value || value->empty()) {
-    refuse(excerpt(element.name()) + " without " + std::string(name));
+    refuse(excerpt(element.name()) + " without " + name);
   }
   return *value;
 }

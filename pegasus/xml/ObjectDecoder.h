@@ -55,7 +55,7 @@ CIMInstance decodeNamedInstance(Element element);
 // For the messages around these elements. The first throws unless the element has this name and,
 // white space apart, no text of its own; the second when the attribute is missing.
 void requireElement(Element element, std::string_view name);
-std::string_view requireAttribute(Element element, std::string_view name);
+std::string_view requireAttribute(Element element, const char* name);
 // The only child element, or none. Throws when there are more, or when there is text beside it.
 Element optionalChild(Element element);
 // The text of a VALUE, KEYVALUE or HOST; throws when it holds elements.

@@ -78,7 +78,8 @@ struct ValueAppender {
 
   template <typename T>
   void operator()(const Array<T>& array) const {
-    const char* const name = std::is_same_v<T, CIMObjectPath> ? "VALUE.REFARRAY" : "VALUE.ARRAY";
+    const std::string_view name =
+        std::is_same_v<T, CIMObjectPath> ? "VALUE.REFARRAY" : "VALUE.ARRAY";
     out.append("<").append(name).append(">");
     for (Uint32 i = 0; i < array.size(); ++i) {
       if (value.isNullElement(i)) {
@@ -91,7 +92,7 @@ struct ValueAppender {
   }
 };
 
-const char* propertyElement(const CIMProperty& property) {
+std::string_view propertyElement(const CIMProperty& property) {
   if (property.getType() != CIMTYPE_REFERENCE) {
     return property.isArray() ? "PROPERTY.ARRAY" : "PROPERTY";
   }
@@ -175,7 +176,7 @@ void appendProperty(std::string& out, const CIMProperty& property) {
 
 void appendQualifiedProperty(std::string& out, const CIMProperty& property,
                              std::string_view qualifiers) {
-  const char* const element = propertyElement(property);
+  const std::string_view element = propertyElement(property);
   out.append("<").append(element);
   appendPropertyAttributes(out, property);
   // A null value gets both tags, too: some clients do not understand an empty-element tag here.

@@ -32,7 +32,7 @@ pugi::xml_node elementFrom(pugi::xml_node node) {
 template <typename Use>
 void forEachText(pugi::xml_node element, Use use) {
   use(std::string_view(element.value()));
-  for (const pugi::xml_node child : element.children()) {
+  for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
     if (child.type() != pugi::node_element) {
       use(std::string_view(child.value()));
     }
@@ -49,13 +49,9 @@ std::string_view Element::name() const {
   return asNode(node_).name();
 }
 
-std::optional<std::string_view> Element::attribute(std::string_view name) const {
-  for (const pugi::xml_attribute attribute : asNode(node_).attributes()) {
-    if (attribute.name() == name) {
-      return attribute.value();
-    }
-  }
-  return std::nullopt;
+std::optional<std::string_view> Element::attribute(const char* name) const {
+  const pugi::xml_attribute attribute = asNode(node_).attribute(name);
+  return attribute ? std::optional<std::string_view>(attribute.value()) : std::nullopt;
 }
 
 Element Element::firstChild() const {

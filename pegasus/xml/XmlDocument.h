@@ -20,7 +20,7 @@ class Element {
 
   std::string_view name() const;
   // The attribute's value with references resolved, or nothing.
-  std::optional<std::string_view> attribute(std::string_view name) const;
+  std::optional<std::string_view> attribute(const char* name) const;
   // The first child element, and the next sibling element.
   Element firstChild() const;
   Element next() const;
