@@ -196,6 +196,10 @@ bool equalNoCase(std::string_view a, std::string_view b) {
 }
 
 CIMType parseType(std::string_view name) {
+  // What most properties are need not be looked for.
+  if (name == "string") {
+    return CIMTYPE_STRING;
+  }
   for (int i = CIMTYPE_BOOLEAN; i <= CIMTYPE_REFERENCE; ++i) {
     const auto type = static_cast<CIMType>(i);
     if (equalNoCase(name, cimTypeToString(type))) {
