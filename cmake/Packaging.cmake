@@ -45,7 +45,7 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_NAME morvik)
 set(CPACK_DEBIAN_SERVER_PACKAGE_NAME morvik-cimd)
 # tnftp, because the ftp of inetutils takes the option -V for "print the version and end". netbase has
 # /etc/services, without which tnftp does not know the port of FTP.
-set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "tnftp | ftp, netbase")
+set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "tnftp, netbase")
 set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS "morvik-cimd")
 # The classes come with the tool. The users of a package are made by systemd-sysusers.
 set(CPACK_DEBIAN_SERVER_PACKAGE_DEPENDS

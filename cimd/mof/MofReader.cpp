@@ -80,14 +80,19 @@ class MofReader {
   }
 
   void enter(const fs::path& path, const Position& from) {
-    const fs::path real = fs::weakly_canonical(path);
+    // Without its links, where this account may look at all the folders above.
+    std::error_code error;
+    fs::path real = fs::weakly_canonical(path, error);
+    if (error) {
+      real = path.lexically_normal();
+    }
     if (std::find(open_.begin(), open_.end(), real) != open_.end()) {
       throw MofError(from, path.string() + " includes itself");
     }
     if (open_.size() >= maxIncludeDepth || ++fileCount_ > maxFiles) {
       throw MofError(from, "too many included files");
     }
-    open_.push_back(real);
+    open_.push_back(std::move(real));
   }
 
   void obey(const Pragma& pragma, const fs::path& path, String& nameSpace) {

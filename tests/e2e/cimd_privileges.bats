@@ -127,6 +127,18 @@ hasNoCapabilities() {
     logHas 'reloaded'
 }
 
+@test "a file named from the current folder, below one that is closed to nobody: it is read all the same" {
+    needsUsers
+    mkdir -p "$files/closed/open"
+    cp "$mof" "$files/closed/open"
+    chmod 700 "$files/closed"
+    cd "$files/closed/open"
+    startCimd kvaxdt.mof
+    runsAs "$(id -u nobody)" "$(id -g nobody)"
+    reload
+    logHas 'reloaded'
+}
+
 @test "--user that cannot read a file: status 3 at the start, not a fault at the first reload" {
     needsUsers
     chmod 700 "$files"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bats
-# What docs/*.md tell to do, done. (docs/install.md is followed by scripts/test-packages.) Needs a room
-# with the users of the host: --users.
+# What README.md and docs/*.md tell to do, done. What needs a system of its own is done by
+# scripts/test-packages. Needs a room with the users of the host: --users.
 
 # shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
 source "$BATS_TEST_DIRNAME/../support/e2e.bash"
@@ -19,17 +19,116 @@ block() { # FILE NAME
         !inside { next }
         /^    / { while (blanks > 0) { print ""; --blanks } print substr($0, 5); begun = 1; next }
         /^$/ { blanks += begun; next }
-        begun { exit }' "$project/docs/$1" | grep . -A 1000
+        begun { exit }' "$(document "$1")" | grep . -A 1000
 }
 
-# With this machine as the server, and a folder of the test as /srv/ftp.
+document() { # FILE
+    if [[ -f $project/docs/$1 ]]; then printf '%s' "$project/docs/$1"; else printf '%s' "$project/$1"; fi
+}
+
+# A text of the documents with this machine as the server, the programs of the build in place of the
+# installed ones, and a folder of the test as /srv/ftp.
+here() { # TEXT
+    sed -E "s#ftp\.example\.com#127.0.0.1#g; s#/usr/(local/)?s?bin/(morvik)#$MORVIK_BIN_DIR/\2#g
+        s#/usr/(local/)?share/morvik/schema#$schema#g; s#/srv/ftp#${srv-}#g" <<<"$1"
+}
+
 follow() { # FILE NAME
     sudo() { "$@"; }
-    local commands
-    commands=$(block "$1" "$2")
-    commands=${commands//ftp.example.com/127.0.0.1}
-    commands=${commands//\/usr\/sbin\/morvik/morvik}
-    eval "${commands//\/srv\/ftp/$srv}"
+    eval "$(here "$(block "$1" "$2")")"
+}
+
+# The parts server of the sample machine, and its CIM server.
+startSample() {
+    startCimd "$schema/kvaxdt.mof" "$schema/samples/server-1234.mof"
+    startFtp
+    cp "$schema/samples/parts/1234wpk.txt" "$parts/pc/dolmex/bp_server"
+}
+
+@test "README.md: the session is what the programs really print" {
+    startSample
+    cp "$schema/samples/parts/1234wpk.txt" .
+    local line
+    block README.md session | while IFS= read -r line; do
+        [[ $line != '$ '* ]] || printf '%s\n' "$line"
+    done >commands
+    (($(wc -l <commands) == 4))
+    while IFS= read -r line; do
+        printf '%s\n' "$line"
+        # Without the list, which is no work file of a run and would be used as one.
+        [[ $line != *'morvik -s'* ]] || rm 1234wpk.txt
+        eval "$(here "${line#$ }")" 2>&1
+    done <commands >actual
+    equal "$(block README.md session)" "$(cat actual)" 'the session'
+}
+
+@test "README.md: the two commands are there to be called" {
+    local command
+    while read -r command; do
+        [[ -x $project/$command ]]
+        (cd "$project" && "$command" --help) >help 2>&1 || true
+        grep -q '^usage: ' help
+    done < <(block README.md 'two commands')
+}
+
+@test "README.md: the installation is that of docs/install.md, from the source directory" {
+    equal "scripts/package
+$(block install.md install)
+$(block install.md look | grep morvik-show)" "$(block README.md install | sed 's#/build/packages/#/#g')" 'the commands'
+}
+
+@test "docs/build.md: the build is configured, installed and run as it says" {
+    local build
+    build=$(cd "$MORVIK_BIN_DIR/.." && pwd)
+    # To compile is what the build has done that is tested here.
+    cmake() {
+        case $1 in
+        -S) command cmake "$1" "$project" "${@:3}" -DMORVIK_TESTS=OFF >configured ;;
+        --build) ;;
+        --install) DESTDIR=$BATS_TEST_TMPDIR/installed command cmake --install "$build" "${@:3}" >/dev/null ;;
+        *) return 1 ;;
+        esac
+    }
+    follow build.md build
+    grep -q '^MORVIK_DEFAULT_PARTS_SERVER:[A-Z]*=127.0.0.1$' build/CMakeCache.txt
+    follow build.md install
+    (($(find "$BATS_TEST_TMPDIR/installed" -name 'morvik*' -type f -perm -100 | wc -l) >= 3))
+    man() { [[ $1 == -l ]] && mandoc "$2"; }
+    follow build.md manual >page
+    grep -q 'built-in parts server' page
+    startFtp
+    cp "$schema/samples/parts/1234wpk.txt" "$parts/pc/dolmex/bp_server"
+    startServer cimd 'listening on' bash -c "$(here "$(block build.md serve)" | sed '$s/^/exec /')"
+    follow build.md run >published
+    grep -q A110003 published
+}
+
+@test "docs/troubleshooting.md: each way to the cause" {
+    # Without servers.
+    follow troubleshooting.md machine 2>said || (($? == 2))
+    grep -q 'cannot connect' said
+    follow troubleshooting.md transfer >answer 2>&1
+    grep -q 'Connection refused' answer
+    startSample
+    follow troubleshooting.md machine | grep -q '^Machine type *1234$'
+    follow troubleshooting.md transfer >answer 2>&1
+    grep -q '^226' answer
+    rm "$parts/pc/dolmex/bp_server/1234wpk.txt"
+    follow troubleshooting.md transfer >answer 2>&1
+    sed -n '/^250/,$p' answer | grep -q '^550'
+    rmdir "$parts/pc/dolmex/bp_server"
+    follow troubleshooting.md transfer >answer 2>&1
+    if grep -q '^250' answer; then return 1; fi
+    grep -q '^550' answer
+    equal tnftp "$(basename "$(follow troubleshooting.md client)")" 'the FTP client'
+    cp "$schema/samples/parts/1234wpk.txt" parts.txt
+    follow troubleshooting.md explain | grep -q 'clock differs'
+    mkdir -p "$parts/pc/dolmex/bp_server"
+    cp parts.txt "$parts/pc/dolmex/bp_server/1234wpk.txt"
+    (export TMPDIR=$PWD && follow 'troubleshooting.md' 'by hand') >said 2>&1
+    equal '' "$(cat said)" 'what a good run prints'
+    published | grep -q A110003
+    follow troubleshooting.md report | grep -q '^morvik-show [0-9]'
 }
 
 @test "docs/parts-server.md: a server as described gives morvik its file" {
@@ -75,6 +174,18 @@ follow() { # FILE NAME
     grep -q '"format": 1' verdict.json
 }
 
+@test "docs/parts-server.md: a server for a moment" {
+    srv=$BATS_TEST_TMPDIR/srv
+    mkdir -p "$srv/pc/dolmex/bp_server"
+    cp "$schema/samples/parts/1234wpk.txt" "$srv/pc/dolmex/bp_server"
+    startServer moment 'starting FTP server' bash -c "exec $(here "$(block parts-server.md moment)")"
+    follow parts-server.md try >try.out
+    grep -q '^226' try.out
+    kill "${servers[0]#*:}"
+    wait "${servers[0]#*:}" || true # it ends by the signal
+    servers=()
+}
+
 @test "docs/many-machines.md: entries are found, here and from elsewhere" {
     command -v jq >/dev/null || skip 'no jq here'
     startCimd --listen 127.0.0.1:15988 "$schema/kvaxdt.mof" "$schema/samples/server-1234.mof"
@@ -83,19 +194,41 @@ follow() { # FILE NAME
     cp "$schema/samples/parts/1234wpk.txt" fru.txt
     runMorvik -s 127.0.0.1 -d nowhere
     follow many-machines.md check
-    mkdir inventory
-    morvik-show --json >inventory/full.json
-    morvik-show --server 127.0.0.1:15988 --json >inventory/empty.json || (($? == 1))
-    equal ./full.json "$(follow many-machines.md find)" 'the machines with the part'
+    # In place of three machines: this one, one without entries, one that is off.
+    printf '%s\n' full empty off >hosts
+    # shellcheck disable=SC2317 # the block calls it
+    ssh() {
+        [[ $1 == -n ]]
+        case $2 in
+        full) "${@:3}" ;;
+        empty) "${@:3}" --server 127.0.0.1:15988 || (($? == 1)) ;;
+        off) return 255 ;;
+        esac
+    }
+    follow many-machines.md collect || (($? == 255))
+    equal inventory/full.json "$(follow many-machines.md find)" 'the machines with the part'
+    equal 0 "$(jq '.entries | length' inventory/empty.json)" 'the entries of the one without'
+    [[ ! -s inventory/off.json ]]
+    # The port that it would open is open already.
+    ssh() { equal '-N -L 15988:127.0.0.1:5988 db1.example.com' "$*" 'the arguments of ssh'; }
+    follow many-machines.md forward
+    wait $!
     follow many-machines.md tunnel || (($? == 1))
 }
 
-@test "every block of these documents is followed here" {
-    local file name
-    for file in parts-server data-files many-machines; do
+@test "every command of the documents is followed, here or by scripts/test-packages" {
+    local file name marked
+    for file in README.md {build,data-files,many-machines,parts-server,troubleshooting}.md; do
         while read -r name; do
-            [[ $name == restart ]] || grep -qE "(follow|block) $file.md $name\b" "$BATS_TEST_FILENAME" ||
+            grep -qE "(follow|block) '?$file'? '?$name\b" \
+                "$BATS_TEST_FILENAME" "$project/scripts/test-packages" ||
                 { printf '%s: the block %s is not tried\n' "$file" "$name" >&2; return 1; }
-        done < <(sed -n 's/^<!-- block: \(.*\) -->$/\1/p' "$project/docs/$file.md")
+        done < <(sed -n 's/^<!-- block: \(.*\) -->$/\1/p' "$(document "$file")")
+        # What stands outside of a block is a picture.
+        marked=$(awk '
+            /^<!-- block: / { inBlock = 1; next }
+            /^    / { if (!inBlock && !/^     *[+|]|^      parts server/) print; begun = 1; next }
+            begun && /^[^ ]/ { inBlock = begun = 0 }' "$(document "$file")")
+        equal '' "$marked" "commands of $file outside of blocks"
     done
 }

@@ -30,7 +30,7 @@ installed() {
 }
 
 documents() {
-    printf 'share/doc/morvik/%s\n' CHANGELOG.md LICENSE README.md
+    printf 'share/doc/morvik/%s\n' CHANGELOG.md LICENSE README.md SECURITY.md
     (cd "$project" && printf 'share/doc/morvik/%s\n' docs/*.md)
 }
 
@@ -40,6 +40,7 @@ bin/morvik-show
 etc/default/morvik
 lib/systemd/system/morvik.service
 lib/systemd/system/morvik.timer
+libexec/morvik/no-ftp/ftp
 libexec/morvik/run
 sbin/morvik
 share/bash-completion/completions/morvik
@@ -122,7 +123,7 @@ END
     mkdir units
     local unit
     for unit in "$tree$prefix"/lib/systemd/system/*; do
-        sed -E "s#^(ExecStart=!?)$prefix/#\1$tree$prefix/#" "$unit" >"units/$(basename "$unit")"
+        sed -E "s#^(Exec[A-Za-z]+=[!-]?)$prefix/#\1$tree$prefix/#" "$unit" >"units/$(basename "$unit")"
     done
     systemd-analyze verify --man=no units/* 2>findings || { cat findings >&2; return 1; }
     equal '' "$(grep -F "$PWD/units" findings || true)" 'what systemd finds'
@@ -240,17 +241,22 @@ runNightly() { # [NAME=VALUE...]
     installRun
     sed -i "s#'$PWD/stub'#'$morvik'#" "$BATS_TEST_TMPDIR/run"
     printf '"A1","FAN","","fan"\n' >"$BATS_TEST_TMPDIR/mine"
+    mkdir no-ftp
+    install -m 755 "$project/packaging/systemd/no-ftp.sh" no-ftp/ftp
+    sed -i "s#^    PATH=$prefix/libexec/morvik/no-ftp:#    PATH=$PWD/no-ftp:#" "$BATS_TEST_TMPDIR/run"
     startMachine
     runNightly MORVIK_FILE="$BATS_TEST_TMPDIR/mine"
     usedLocalCopy
+    fileIs "$err" ''
     publishedNumbersAre A1
 }
 
-@test "a file of one's own that is missing: the run fails, and morvik is not started" {
+@test "a file of one's own that is missing: the run fails and tells why, and morvik is not started" {
     installRun
     runNightly MORVIK_FILE=/nonexistent
     ((status != 0))
     [[ ! -e arguments ]]
+    grep -qF "MORVIK_FILE in $etc/default/morvik must name a file" "$err"
 }
 
 @test "what a stopped run left is cleared away, a fru.txt stays" {
@@ -315,24 +321,52 @@ optionsIn() { # FILE
     done
 }
 
-@test "zsh reads its completions" {
+# As `completed`, in zsh: the completer inserts all that it finds.
+completedInZsh() { # COMMAND TEXT
+    mkdir -p functions
+    cp "$project/packaging/completions/$1.zsh" "functions/_$1"
+    cat >.zshrc <<END
+PS1= PS2=
+fpath=('$PWD/functions' \$fpath)
+autoload -U compinit && compinit -u -D
+zstyle ':completion:*' completer _all_matches _complete
+zstyle ':completion:*' insert true
+$1() { printf '%s\n' "\$@" >completions }
+END
+    rm -f completions
+    printf '%s %s\t\nexit\n' "$1" "$2" | ZDOTDIR=$PWD TERM=dumb timeout "$patience" \
+        script -qec 'zsh -i' /dev/null >/dev/null 2>&1
+    paste -sd ' ' completions
+}
+
+@test "zsh completes" {
     command -v zsh >/dev/null || skip 'no zsh here'
-    local file
-    for file in "$project"/packaging/completions/*.zsh; do
-        zsh -fn "$file"
-        # The first line is how zsh finds out what the file completes.
-        equal "#compdef $(basename "$file" .zsh)" "$(head -n 1 "$file")" 'the first line'
-    done
+    mkdir files
+    touch files/a.mof files/b.txt
+    equal '-d -s' "$(completedInZsh morvik '-')" 'options of morvik'
+    equal '--listen --log-level' "$(completedInZsh morvik-cimd '--l')" 'options of morvik-cimd'
+    equal '--log-level debug error info warning' "$(completedInZsh morvik-cimd '--log-level ')" levels
+    equal 'files/a.mof' "$(completedInZsh morvik-cimd 'files/')" 'MOF files'
+    equal '--category --csv' "$(completedInZsh morvik-show '--c')" 'options of morvik-show'
+    equal '--category FAN FLOPPY' "$(completedInZsh morvik-show '--category F')" categories
+}
+
+completedInFish() { # TEXT
+    # shellcheck disable=SC2016 # expanded by fish
+    fish --no-config -c 'for file in $argv[2..]; source $file; end; complete -C $argv[1]' -- \
+        "$1" "$project"/packaging/completions/*.fish | cut -f 1 | paste -sd ' '
 }
 
 @test "fish completes" {
     command -v fish >/dev/null || skip 'no fish here'
-    local file
-    for file in "$project"/packaging/completions/*.fish; do
-        fish --no-config --no-execute "$file"
-    done
-    equal 'debug error info warning' "$(fish --no-config -c "source $project/packaging/completions/morvik-cimd.fish
-        complete -C 'morvik-cimd --log-level '" | cut -f 1 | paste -sd ' ')" levels
+    mkdir files
+    touch files/1234wpk.txt
+    equal '-d -s' "$(completedInFish 'morvik -')" 'options of morvik'
+    equal '--listen --log-level' "$(completedInFish 'morvik-cimd --l')" 'options of morvik-cimd'
+    equal 'debug error info warning' "$(completedInFish 'morvik-cimd --log-level ')" levels
+    equal '--category --csv' "$(completedInFish 'morvik-show --c')" 'options of morvik-show'
+    equal 'FAN FLOPPY' "$(completedInFish 'morvik-show --category F')" categories
+    equal 'files/1234wpk.txt' "$(completedInFish 'morvik-show --explain files/')" 'data files'
 }
 
 # --- the version ---
@@ -363,7 +397,7 @@ optionsIn() { # FILE
 @test "each command of docs/install.md is carried out by scripts/test-packages" {
     local name
     while read -r name; do
-        grep -qx "follow $name" "$project/scripts/test-packages" ||
+        grep -qx "follow install.md $name" "$project/scripts/test-packages" ||
             { printf 'the block %s is not carried out\n' "$name" >&2; return 1; }
     done < <(sed -n 's/^<!-- block: \(.*\) -->$/\1/p' "$project/docs/install.md")
     # And no command stands outside of a block, but the one that makes the packages.

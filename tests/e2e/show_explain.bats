@@ -92,26 +92,6 @@ NULL 1800|268435456
 END
 }
 
-# The lines of the README below a command, up to the end of the example.
-shown() { # COMMAND
-    awk -v command="    \$ $1" '$0 == command { on = 1; next } /^[^ ]/ { on = 0 } on' "$project/README.md" |
-        sed 's/^    //'
-}
-
-@test "the examples in the README" {
-    startCimd "$schema/kvaxdt.mof" "$samples/server-1234.mof"
-    export LANG=en_US.UTF-8
-    cp "$samples/parts/1234wpk.txt" .
-    local arguments
-    for arguments in '--machine' '--explain 1234wpk.txt --category processor'; do
-        # shellcheck disable=SC2086 # words on purpose
-        runShow $arguments
-        ends 0
-        [[ -n $(shown "morvik-show $arguments") ]]
-        wrote "$(shown "morvik-show $arguments")"
-    done
-}
-
 # --- the reasons ---
 
 explainLines() { # [ARG...]; the lines come from standard input
