@@ -1,6 +1,7 @@
 #include "cimd/http/HttpServer.h"
 
 #include <boost/asio/socket_base.hpp>
+#include <new>
 
 #include "cimd/http/HttpSession.h"
 
@@ -47,12 +48,13 @@ void HttpServer::accept() {
     if (error == asio::error::operation_aborted || !acceptor_.is_open()) {
       return;
     }
-    if (!error) {
-      start(std::move(socket));
-    }
     // The usual error is a lack of descriptors, and each connection has one.
     if (!error || dropOne()) {
       accept();
+      // Last, for there may be no memory for one more connection.
+      if (!error) {
+        start(std::move(socket));
+      }
       return;
     }
     pause_.expires_after(acceptPause);
@@ -69,14 +71,20 @@ void HttpServer::start(asio::ip::tcp::socket socket) {
     dropOne();
   }
   const auto place = newcomers_.insert(newcomers_.end(), Entry());
-  const auto session = std::make_shared<HttpSession>(
-      std::move(socket), handler_, limits_, memory_,
-      HttpSession::Events{.served =
-                              [this, place] {
-                                served_.splice(served_.end(), listOf(*place), place);
-                                place->hasServed = true;
-                              },
-                          .ended = [this, place] { listOf(*place).erase(place); }});
+  HttpSession::Events events{.served =
+                                 [this, place] {
+                                   served_.splice(served_.end(), listOf(*place), place);
+                                   place->hasServed = true;
+                                 },
+                             .ended = [this, place] { listOf(*place).erase(place); }};
+  std::shared_ptr<HttpSession> session;
+  try {
+    session = std::make_shared<HttpSession>(std::move(socket), handler_, limits_, memory_,
+                                            std::move(events));
+  } catch (const std::bad_alloc&) {
+    newcomers_.erase(place);
+    throw;
+  }
   place->session = session;
   session->start();
 }

@@ -92,11 +92,17 @@ void HttpSession::headerRead() {
   if (auto refused = handler_.refuseEarly(request_)) {
     refused->closes = true;
     send(*std::move(refused));
-  } else if (request_.header("Expect") != nullptr && buffer_.size() == 0 && !parser_->is_done()) {
+  } else if (awaitsContinue()) {
     sendContinue();
   } else {
     readBody();
   }
+}
+
+// A client of HTTP/1.0 would take the interim answer for the answer (RFC 9110, section 10.1.1).
+bool HttpSession::awaitsContinue() const {
+  return request_.header("Expect") != nullptr && request_.version >= 11 && buffer_.size() == 0 &&
+         !parser_->is_done();
 }
 
 void HttpSession::readHeaders() {

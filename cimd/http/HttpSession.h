@@ -1,6 +1,8 @@
 // One HTTP connection: requests in, answers out, one after the other, until either side ends it.
 #pragma once
 
+#include <pegasus/common/GrowingBody.h>
+
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/core/tcp_stream.hpp>
@@ -39,11 +41,12 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
 
  private:
   using Error = boost::beast::error_code;
-  using Parser = boost::beast::http::request_parser<boost::beast::http::string_body>;
+  using Parser = boost::beast::http::request_parser<Pegasus::GrowingBody>;
 
   void waitForRequest();
   void readHeader();
   void headerRead();
+  bool awaitsContinue() const;
   void sendContinue();
   void readBody();
   void bodyRead();

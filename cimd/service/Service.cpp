@@ -13,6 +13,7 @@
 #include <functional>
 #include <iostream>
 #include <memory>
+#include <new>
 #include <sstream>
 
 #include "cimd/Log.h"
@@ -207,10 +208,22 @@ class Service {
     where << server.localEndpoint();
     log_.info("listening on " + where.str());
     notifySystemd("READY=1");
-    io_.run();
+    serveUntilTheEnd();
   }
 
  private:
+  // A connection for which there is no memory ends with what was thrown. The others go on.
+  void serveUntilTheEnd() {
+    for (;;) {
+      try {
+        io_.run();
+        return;
+      } catch (const std::bad_alloc&) {
+        log_.error("out of memory: a connection was dropped");
+      }
+    }
+  }
+
   void awaitReload() {
     reload_.async_wait([this](boost::system::error_code error, int) {
       if (!error) {

@@ -7,6 +7,7 @@
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #endif
+#include <pegasus/common/GrowingBody.h>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/optional.hpp>
@@ -22,40 +23,6 @@ namespace http = boost::beast::http;
 namespace Pegasus {
 
 namespace {
-
-// A body that grows with what arrives. The library's own string body reserves what Content-Length
-// announces, which a server could use to make the client take memory for nothing.
-struct GrowingBody {
-  using value_type = std::string;
-
-  class reader {  // NOLINT: the name is the library's
-   public:
-    template <bool isRequest, class Fields>
-    reader(http::header<isRequest, Fields>& /*header*/, value_type& body) : body_(body) {}
-
-    void init(const boost::optional<std::uint64_t>& /*length*/, boost::system::error_code& error) {
-      error = {};
-    }
-
-    template <class Buffers>
-    std::size_t put(const Buffers& buffers, boost::system::error_code& error) {
-      std::size_t count = 0;
-      for (auto it = boost::asio::buffer_sequence_begin(buffers);
-           it != boost::asio::buffer_sequence_end(buffers); ++it) {
-        const boost::asio::const_buffer buffer = *it;
-        body_.append(static_cast<const char*>(buffer.data()), buffer.size());
-        count += buffer.size();
-      }
-      error = {};
-      return count;
-    }
-
-    void finish(boost::system::error_code& error) { error = {}; }
-
-   private:
-    value_type& body_;
-  };
-};
 
 constexpr std::size_t readSize = 64U << 10;
 

@@ -10,7 +10,7 @@ namespace {
 constexpr std::streamsize maxLineLength = 255;
 
 bool stoppedAtFullBuffer(const std::istream& file) {
-  return file.fail() && !file.bad() && !file.eof() && file.gcount() == maxLineLength;
+  return file.fail() && !file.bad() && file.gcount() == maxLineLength;
 }
 
 void skipRestOfLine(std::istream& file) {

@@ -113,3 +113,50 @@ Session().create("F1", "fan")
 END
     listIs 'F1=fan'
 }
+
+@test "little memory: announcing much takes none, and a server that runs out of it goes on" {
+    # Neither sanitizers nor valgrind leave a program to so few addresses.
+    if grep -q __asan_init "$cimd" || [[ $(head -c 4 "$cimd") != $'\x7fELF' ]]; then
+        skip 'not with other memory than the usual'
+    fi
+    startServer cimd 'listening on' bash -c 'ulimit -v 300000 && exec "$@"' bash "$cimd" "$mof"
+    "$python" - "$support" <<'END'
+import sys
+sys.path.insert(0, sys.argv[1])
+import socket
+import bad_requests
+import cim_client
+from cim_session import Session
+
+size = 16_000_000
+announced = bad_requests.replaced(
+    b"Content-Length: %d" % len(bad_requests.GOOD_BODY), b"Content-Length: %d" % size
+)
+
+
+def connect():
+    client = socket.create_connection(cim_client.ADDRESS, timeout=20)
+    client.sendall(announced)
+    return client
+
+
+many = [connect() for _ in range(100)]
+assert Session().frus() == []
+for client in many:
+    client.close()
+
+dropped = 0
+held = []
+for _ in range(40):
+    try:
+        held.append(connect())
+        held[-1].sendall(b" " * (size - len(announced)))
+    except ConnectionError:
+        dropped += 1
+assert dropped > 0, "the memory was enough"
+for client in held:
+    client.close()
+assert Session().frus() == []
+END
+    logHas 'out of memory'
+}

@@ -194,6 +194,14 @@ TEST(HttpServer, ContinueIsSentWhenItIsExpected) {
   EXPECT_EQ(bodyOf(statusOf(first) == "HTTP/1.1 100" ? client.receive() : first), "[two]");
 }
 
+TEST(HttpServer, ContinueIsNotSentToHttp10) {
+  const Server server;
+  Client client(server);
+  client.send("POST / HTTP/1.0\r\nExpect: 100-continue\r\nContent-Length: 3\r\n\r\n");
+  client.send("two");
+  EXPECT_EQ(statusOf(client.receive()), "HTTP/1.0 200");
+}
+
 TEST(HttpServer, Http10AndConnectionCloseEndTheConnection) {
   const Server server;
   Client old(server);
@@ -265,6 +273,21 @@ TEST(HttpServer, RequestsAndAnswersThatDoNotFitInMemoryTogetherAreRefused) {
   EXPECT_EQ(bodyOf(notReading.receive()).size(), std::size_t{32} << 20U);
   Client next(server);
   EXPECT_EQ(bodyOf(next.ask(post(std::string(1000, 'x')))).size(), 1002U);
+}
+
+TEST(HttpServer, ABodyCountsWhileItComesAndNoMoreWhenItsConnectionEnds) {
+  HttpLimits limits;
+  limits.heldBytes = 1000;
+  const Server server(limits);
+  const std::string begin = "POST / HTTP/1.1\r\nHost: localhost\r\nContent-Length: 5000\r\n\r\n";
+  for (int i = 0; i < 5; ++i) {
+    Client broken(server);
+    broken.send(begin + std::string(600, 'x'));
+  }
+  Client whole(server);
+  EXPECT_EQ(bodyOf(whole.ask(post(std::string(600, 'x')))).size(), 602U);
+  Client unfinished(server);
+  EXPECT_EQ(statusOf(unfinished.ask(begin + std::string(1001, 'x'))), "HTTP/1.1 503");
 }
 
 TEST(HttpServer, EmptyLinesBeforeARequestArePassedOver) {

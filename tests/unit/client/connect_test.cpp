@@ -66,6 +66,7 @@ TEST(Connect, AddressOfAnotherFormIsRefused) {
                                      std::string("[::1:5988"),
                                      std::string("[]:5988"),
                                      std::string("[localhost]:5988"),
+                                     std::string("[::1\r\nHost: b]:5988"),
                                      std::string("http://localhost:1"),
                                      std::string("127.0.0.1/x:5988"),
                                      std::string("a\r\nHost: b:5988"),

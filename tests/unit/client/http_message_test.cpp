@@ -113,6 +113,15 @@ TEST(HttpMessage, BodyMayBeAsLargeAsTheLimit) {
   EXPECT_EQ(outcome({begin, "\r\n", body, "x"}), "exception: the answer is larger than 64 MiB");
 }
 
+TEST(HttpMessage, NothingMoreIsAskedOverTheConnectionOfAnError) {
+  for (const auto& [status, keeps] :
+       {std::pair("200 OK", true), std::pair("404 Not Found", false)}) {
+    HttpAnswer answer;
+    feed(answer, std::string("HTTP/1.1 ") + status + "\r\nContent-Length: 0\r\n\r\n");
+    EXPECT_EQ(answer.keepsAlive(), keeps) << status;
+  }
+}
+
 TEST(HttpMessage, AnnouncedLengthCostsNoMemory) {
   HttpAnswer answer;
   feed(answer, "HTTP/1.1 200 OK\r\nContent-Length: 67108864\r\n\r\nx");

@@ -1,6 +1,7 @@
 // When a connection is kept, dropped and opened again.
 #include <Pegasus/Client/CIMClient.h>
 #include <gtest/gtest.h>
+#include <pegasus/client/HttpConnection.h>
 
 #include <future>
 #include <optional>
@@ -57,6 +58,25 @@ TEST_F(KeptConnection, OutlastsRefusals) {
   EXPECT_THROW(askProperty(client), CIMException);
   EXPECT_EQ(askProperty(client), "x");
   expectServed(1, 3);
+}
+
+// The connection does not rely on its owner for that.
+TEST_F(KeptConnection, AfterAnAnswerThatIsNoneTheNextRequestOpensAnother) {
+  server.emplace(std::vector<ScriptedServer::Script>{[](Peer& peer) {
+                                                       peer.answer("no HTTP\r\n\r\n");
+                                                       peer.awaitClose();
+                                                     },
+                                                     answerOnce});
+  {
+    HttpConnection connection(server->address().c_str());
+    const auto ask = [&] {
+      return connection.exchange("GetProperty", "root", R"(<MESSAGE ID="1001"/>)",
+                                 std::chrono::steady_clock::now() + std::chrono::seconds(20));
+    };
+    EXPECT_THROW(ask(), CIMClientMalformedHTTPException);
+    EXPECT_NO_THROW(ask());
+  }
+  expectServed(2, 2);
 }
 
 TEST_F(KeptConnection, ClosedWhileIdleIsOpenedAgain) {

@@ -87,17 +87,33 @@ TEST(Lines, ADirectoryHasNone) {
 // A disk that stops answering after the first bytes.
 class FailingBuffer : public std::streambuf {
  public:
-  FailingBuffer() { setg(text_, text_, text_ + sizeof text_ - 1); }
+  explicit FailingBuffer(std::string text) : text_(std::move(text)) {
+    setg(text_.data(), text_.data(), text_.data() + text_.size());
+  }
 
  private:
   int_type underflow() override { throw std::ios_base::failure("input/output error"); }
-  char text_[6] = "a\nbcd";
+  std::string text_;
 };
 
 TEST(Lines, AnInputErrorEndsTheFile) {
-  FailingBuffer buffer;
+  FailingBuffer buffer("a\nbcd");
   std::istream file(&buffer);
   EXPECT_EQ(readAll(file), Lines{"a"});
+}
+
+TEST(Lines, AnInputErrorBehindAsManyBytesAsFitIsNoLongLine) {
+  FailingBuffer buffer(std::string(255, 'x'));
+  std::istream file(&buffer);
+  String line;
+  EXPECT_EQ(readAnyLine(file, line), LineRead::end);
+}
+
+TEST(Lines, BehindTheLastNewlineIsNoUnfinishedLine) {
+  std::istringstream file("a\n");
+  String line;
+  EXPECT_EQ(readAnyLine(file, line), LineRead::complete);
+  EXPECT_EQ(readAnyLine(file, line), LineRead::end);
 }
 
 TEST(Comment, IsAnyLineWithANumberSign) {

@@ -62,6 +62,7 @@ TEST_F(MachineType, WithoutBracketsIsTheBeginningOfTheModel) {
 TEST_F(MachineType, WithOneBracketOnlyIsTheBeginningOfTheModel) {
   expectType("ab[1234", "ab[1");
   expectType("ab1234]", "ab12");
+  expectType("ab]1234", "ab]1");
 }
 
 TEST_F(MachineType, WithTheFirstCloseBeforeTheFirstOpenIsEverythingBehindTheOpen) {

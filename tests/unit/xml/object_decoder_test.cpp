@@ -320,6 +320,44 @@ TEST(DecodeObjectPath, WhatIsNoPathIsRefused) {
        "<INSTANCENAME CLASSNAME='A'/></INSTANCEPATH>"});
 }
 
+TEST(DecodeObjectPath, WhatDoesNotBelongThereIsRefusedAtEachLevel) {
+  const std::string nameSpace = "<LOCALNAMESPACEPATH><NAMESPACE NAME='a'/></LOCALNAMESPACEPATH>";
+  const std::string name = "<INSTANCENAME CLASSNAME='A'/>";
+  const auto local = [&](const std::string& extra, const std::string& last) {
+    return "<LOCALINSTANCEPATH>" + extra + nameSpace + name + last + "</LOCALINSTANCEPATH>";
+  };
+  const auto full = [&](const std::string& extra, const std::string& last) {
+    return "<INSTANCEPATH><NAMESPACEPATH>" + extra + "<HOST>h</HOST>" + nameSpace + last +
+           "</NAMESPACEPATH>" + name + "</INSTANCEPATH>";
+  };
+  const auto key = [](const std::string& second, const std::string& value) {
+    return "<INSTANCENAME CLASSNAME='A'><KEYBINDING NAME='j'><KEYVALUE/></KEYBINDING><" + second +
+           " NAME='k'>" + value + "</" + second + "></INSTANCENAME>";
+  };
+  for (const std::string& good :
+       {local("", ""), full("", ""), key("KEYBINDING", "<KEYVALUE/>"),
+        key("KEYBINDING", "<VALUE.REFERENCE>" + name + "</VALUE.REFERENCE>")}) {
+    EXPECT_NO_THROW(objectPath(good)) << good;
+  }
+  for (const std::string& wrong :
+       {local("text", ""), local("", name), full("text", ""), full("", nameSpace),
+        key("OTHER", "<KEYVALUE/>"), key("KEYBINDING", "text<KEYVALUE/>"),
+        key("KEYBINDING", "<OTHER>" + name + "</OTHER>")}) {
+    EXPECT_THROW(objectPath(wrong), XmlValidationError) << wrong;
+  }
+}
+
+TEST(DecodeLocalNameSpacePath, AnotherElementIsRefused) {
+  EXPECT_THROW(decoded("<OTHER><NAMESPACE NAME='a'/></OTHER>", decodeLocalNameSpacePath),
+               XmlValidationError);
+}
+
+TEST(DecodeArray, OfReferencesIsNoArrayOfTexts) {
+  const auto references = [](Element element) { return decodeArray(CIMTYPE_REFERENCE, element); };
+  EXPECT_TRUE(decoded("<VALUE.REFARRAY/>", references).isArray());
+  EXPECT_THROW(decoded("<VALUE.ARRAY/>", references), XmlValidationError);
+}
+
 TEST(DecodeObjectPath, KeysAreBounded) {
   const auto name = [](Uint32 count) {
     std::string xml = "<INSTANCENAME CLASSNAME='A'>";
@@ -350,6 +388,18 @@ TEST(DecodeInstance, WhatIsNoInstanceIsRefused) {
                           "<INSTANCE CLASSNAME='A'>x</INSTANCE>",
                           "<INSTANCE CLASSNAME='A'><VALUE/></INSTANCE>",
                           "<INSTANCE CLASSNAME='A'><PROPERTY NAME='p'/></INSTANCE>"});
+}
+
+// Letter case must not part the two where names are put in order.
+TEST(DecodeInstance, APropertyThatIsThereTwiceIsFoundAmongOthers) {
+  const auto named = [](const char* name) {
+    return std::string("<PROPERTY TYPE='string' NAME='") + name + "'/>";
+  };
+  const auto instanceOf = [](const std::string& properties) {
+    return "<INSTANCE CLASSNAME='A'>" + properties + "</INSTANCE>";
+  };
+  EXPECT_NO_THROW(instance(instanceOf(named("a") + named("B"))));
+  EXPECT_THROW(instance(instanceOf(named("a") + named("B") + named("A"))), XmlValidationError);
 }
 
 TEST(DecodeInstance, APropertyThatIsThereTwiceIsRefused) {

@@ -70,6 +70,17 @@ TEST(Request, ParametersOfAnotherKindAreRefused) {
   EXPECT_THROW(Request(parameter("<CLASSNAME/>")).className("P"), XmlValidationError);
 }
 
+TEST(Request, ANamedInstanceIsOfTheClassOfItsName) {
+  const auto modified = [](const std::string& className) {
+    return Request(parameter("<VALUE.NAMEDINSTANCE><INSTANCENAME CLASSNAME='A'/>"
+                             "<INSTANCE CLASSNAME='" +
+                             className + "'/></VALUE.NAMEDINSTANCE>"))
+        .namedInstance("P");
+  };
+  EXPECT_EQ(modified("a")->getClassName(), String("A"));
+  EXPECT_THROW(modified("B"), XmlValidationError);
+}
+
 TEST(Request, TextsAreExact) {
   EXPECT_EQ(Request(parameter("<VALUE>  </VALUE>")).text("P"), String("  "));
   EXPECT_EQ(Request(parameter("<VALUE/>")).text("P"), String());
@@ -154,8 +165,20 @@ TEST(Request, BodiesThatAreNoRequestAreRefused) {
     xml.erase(xml.find(part), part.size());
     return xml;
   };
+  // The element that begins and ends so, with another name.
+  const auto replaced = [&good](const std::string& begin, const std::string& end,
+                                const std::string& name) {
+    std::string xml = good;
+    const std::size_t length = end.size() - 2;
+    xml.replace(xml.rfind(end) + 1, length, name);
+    xml.replace(xml.find(begin), length, name);
+    return xml;
+  };
   for (const std::string& xml :
        {std::string("<html/>"),
+        replaced("CIM ", "/CIM>", "HTML"),
+        replaced("MESSAGE ", "/MESSAGE>", "OTHER"),
+        replaced("SIMPLEREQ>", "/SIMPLEREQ>", "SIMPLERSP"),
         std::string("<CIM CIMVERSION='2.0' DTDVERSION='2.0'/>"),
         message(""),
         message("<SIMPLEREQ/>"),

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <pegasus/xml/XmlDocument.h>
+#include <pegasus/xml/XmlScanner.h>
 
 #include <string>
 #include <vector>
@@ -295,6 +296,29 @@ TEST(XmlDocument, NodesAreBounded) {
   // Without the limit its tree takes sixteen times the memory of the text.
   EXPECT_EQ(refusal("<a>" + repeated("<b/>", XmlDocument::maxNodes) + "</a>").substr(0, 17),
             "XML error at byte");
+}
+
+TEST(XmlDocument, EveryKindOfNodeCounts) {
+  for (const char* node : {"<b/>", "x<!-- -->", "<![CDATA[x]]>"}) {
+    const auto check = [&](std::size_t count) {
+      checkWellFormed("<a>" + repeated(node, count) + "</a>", {10, 10, 5});
+    };
+    EXPECT_NO_THROW(check(4)) << node;
+    EXPECT_THROW(check(5), XmlException) << node;
+  }
+  EXPECT_NO_THROW(checkWellFormed("<a b='' c='' d='' e=''/>", {10, 10, 5}));
+  EXPECT_THROW(checkWellFormed("<a b='' c='' d='' e='' f=''/>", {10, 10, 5}), XmlException);
+}
+
+TEST(XmlDocument, TheMessageTellsWhatIsMissing) {
+  expectRefused({{"", "0: there is no element"},
+                 {"<!-- -->", "8: there is no element"},
+                 {"<", "1: a name expected"},
+                 {"<1a/>", "1: a name expected"},
+                 {"< a/>", "1: a name expected"},
+                 {"<a></>", "5: a name expected"},
+                 {"<a>&#;</a>", "3: a character reference without number or end"},
+                 {"<a>&#x;</a>", "3: a character reference without number or end"}});
 }
 
 TEST(XmlDocument, LongNamesDoNotFillTheMessage) {
