@@ -13,8 +13,6 @@ using Pegasus::String;
 namespace {
 
 int fail(const String& words) {
-  // What was written so far stands before the message where both go to one place.
-  std::cout.flush();
   std::cerr << "morvik-show: " << show::harmless(words, show::lookAt(STDERR_FILENO)) << std::endl;
   return show::EXIT_TROUBLE;
 }

@@ -76,10 +76,6 @@ std::vector<const CIMValue*> placeValues(const CimClass& cls, const CIMInstance&
     if (!position) {
       throwNoProperty(cls, property.getName(), unknown);
     }
-    if (values[*position] != nullptr) {
-      throwCimError(CIM_ERR_INVALID_PARAMETER,
-                    "property " + property.getName() + " is there twice");
-    }
     checkValue(cls.property(*position), property.getValue(), scope);
     values[*position] = &property.getValue();
   }

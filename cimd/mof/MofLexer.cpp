@@ -274,7 +274,7 @@ char16_t MofLexer::takeHexEscape() {
     value = value * 16 + static_cast<unsigned>(hexDigit(peek()));
     advance();
   }
-  if (digits == 0 || value == 0) {
+  if (value == 0) {
     throw MofError(position, "expected one to four hexadecimal digits, not all zero, after \\x");
   }
   return static_cast<char16_t>(value);

@@ -56,6 +56,12 @@ hasNoCapabilities() {
     listIs 'F1=fan'
 }
 
+@test "groups of the account that starts it are given up, too" {
+    needsUsers
+    startServer cimd 'morvik-cimd: listening on' setpriv --groups=0,1 "$cimd" "$mof"
+    runsAs "$(id -u nobody)" "$(id -g nobody)"
+}
+
 @test "--user: that account" {
     needsUsers
     startCimd --user daemon "$mof"

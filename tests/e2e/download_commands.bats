@@ -71,6 +71,15 @@ rm -f  fru.log
 '
 }
 
+@test "fru.txt is removed without a look whether it is there" {
+    echo '"F1","FAN","","Fan"' >1234wpk.txt
+    mkdir "$BATS_TEST_TMPDIR/bin"
+    printf '#!/bin/sh\n' >"$BATS_TEST_TMPDIR/bin/mv"
+    chmod +x "$BATS_TEST_TMPDIR/bin/mv"
+    PATH=$BATS_TEST_TMPDIR/bin:$PATH inRoom absent runRecorded -s host -d dir
+    equal 1 "$(grep -cx 'rm -f  fru.txt' "$commands")" 'the number of removals'
+}
+
 unreadableReleaseFile() {
     chmod 000 /etc/redhat-release
     recordingShell

@@ -288,6 +288,15 @@ END
     equal 0 "$(wc -l <"$accepted")" 'the number of connections'
 }
 
+@test "a file that fails on the way: what was read so far, then the message, status 2" {
+    startMachine
+    status=0
+    "$show" --explain /proc/self/mem >both 2>&1 || status=$?
+    equal 2 "$status" status
+    equal 'LINE  RESULT     CATEGORY   FRU NUMBER  REASON
+morvik-show: cannot read /proc/self/mem: Input/output error' "$(cat both)" 'what was written'
+}
+
 @test "a pipe is as good as a file" {
     startMachine
     status=0

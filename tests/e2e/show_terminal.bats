@@ -71,8 +71,11 @@ sys.exit(f"harmful: {bad}" if bad else 0)' "$out"
     publishLongOnes
     COLUMNS=64 onTerminal 120
     equal 64 "$(widest)" 'the widest line'
-    COLUMNS=wide onTerminal 72
-    equal 72 "$(widest)" 'the widest line with a COLUMNS that is no number'
+    local columns
+    for columns in wide 64x 0 -64 99999999999999999999; do
+        COLUMNS=$columns onTerminal 72
+        equal 72 "$(widest)" "the widest line with COLUMNS=$columns"
+    done
     onTerminal 0
     equal 80 "$(widest)" 'the widest line on a terminal that does not tell'
 }

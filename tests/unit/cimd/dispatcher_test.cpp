@@ -186,6 +186,11 @@ TEST_F(DispatcherTest, MethodCallsAreNotSupported) {
   EXPECT_NE(answer.find("<SIMPLERSP><METHODRESPONSE NAME=\"Run\"><ERROR CODE=\"7\""),
             std::string::npos);
   EXPECT_TRUE(answer.ends_with("/></METHODRESPONSE></SIMPLERSP></MESSAGE></CIM>"));
+  const std::string namesake = dispatcher_.answer(Request(
+      "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">"
+      "<SIMPLEREQ><METHODCALL NAME=\"GetClass\"/></SIMPLEREQ></MESSAGE></CIM>"));
+  EXPECT_NE(namesake.find("<METHODRESPONSE NAME=\"GetClass\"><ERROR CODE=\"7\""),
+            std::string::npos);
   const std::string exported = dispatcher_.answer(Request(
       "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">"
       "<SIMPLEEXPREQ><EXPMETHODCALL NAME=\"ExportIndication\"/></SIMPLEEXPREQ></MESSAGE></CIM>"));

@@ -329,6 +329,35 @@ TEST_F(UnservedRowTest, aNewInstanceOfTheSameNameSetsItAsideAndDoesNotOverwriteI
               HasSubstr("two"));
 }
 
+TEST_F(UnservedRowTest, aChangeOfAnotherInstanceSetsNothingAside) {
+  test::runSql(file(), "UPDATE instance SET class = 'D' WHERE key = 'b'");
+  {
+    InstanceDatabase database(file());
+    expectLeftOut(database, "checksum");
+    put(database, u"a", "new");
+  }
+  EXPECT_EQ(count("set_aside"), "0");
+}
+
+// As after a reload with a class that was missing.
+TEST_F(UnservedRowTest, whatIsServedAtTheNextLoadIsNotSetAside) {
+  {
+    InstanceDatabase database(file());
+    database.load([](const String&, const InstanceKey&, const CIMInstance&) {
+      throw Pegasus::CIMException(Pegasus::CIM_ERR_INVALID_CLASS, "no such class");
+    });
+    EXPECT_EQ(load(database).size(), 3U);
+    put(database, u"b", "new");
+  }
+  EXPECT_EQ(count("set_aside"), "0");
+}
+
+TEST_F(UnservedRowTest, bytesInPlaceOfTextAreDamage) {
+  test::runSql(file(), "UPDATE instance SET class = CAST(class AS BLOB) WHERE key = 'b'");
+  InstanceDatabase database(file());
+  expectLeftOut(database, "checksum");
+}
+
 TEST_F(UnservedRowTest, aDeletionOfTheSameNameSetsItAside) {
   test::runSql(file(), "UPDATE instance SET class = 'D' WHERE key = 'b'");
   {

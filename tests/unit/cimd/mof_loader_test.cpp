@@ -87,6 +87,10 @@ TEST(MofLoader, ValuesThatDoNotFitAreRefusedWhereTheyStand) {
          "the text has a character that cannot be sent in CIM-XML (number 8)"},
         {"string v", "\"\\xD800\"",
          "the text has a character that cannot be sent in CIM-XML (number 55296)"},
+        {"A ref v", "\"A.k=\\\"\\x19\\\"\"",
+         "the text has a character that cannot be sent in CIM-XML (number 25)"},
+        {"char16 v", "'\\x19'",
+         "the text has a character that cannot be sent in CIM-XML (number 25)"},
         {"char16 v", "25",
          "the text has a character that cannot be sent in CIM-XML (number 25)"}}) {
     EXPECT_EQ(loadError(std::string("class A { [Key] string k; ") + c.type +

@@ -1,3 +1,4 @@
+#include <cimd/model/InstanceKey.h>
 #include <gtest/gtest.h>
 
 #include "support.h"
@@ -292,6 +293,34 @@ TEST_F(RepositoryTest, NamesOfAnUnreasonableLengthAreRefused) {
             Pegasus::CIM_ERR_INVALID_PARAMETER);
   EXPECT_EQ(creating(test::instance("Base", {{"Id", "1"}, {"Text", longId.c_str()}})),
             Pegasus::CIM_ERR_SUCCESS);
+}
+
+TEST_F(RepositoryTest, WhatHasOtherKeysByNowIsNotRestored) {
+  const CIMInstance instance = test::instance("Base", {{"Id", "1"}});
+  EXPECT_EQ(statusOf([&] { nameSpace().restoreInstance(instance, u"other"); }),
+            Pegasus::CIM_ERR_FAILED);
+  EXPECT_EQ(listed("Base"), "");
+  const auto key = instanceKey(nameSpace().classNamed("Base"), path("Base", {{"Id", "1"}}),
+                               nameSpace().keyScope());
+  nameSpace().restoreInstance(instance, key.value());
+  EXPECT_EQ(listed("Base"), "1 ");
+}
+
+// The order of keys means nothing, also where the class is not known here.
+TEST_F(RepositoryTest, ReferencesToElsewhereAreTheSameInAnyOrderOfKeys) {
+  const auto referring = [](CIMObjectPath target) {
+    target.setHost("elsewhere");
+    target.setNameSpace("root/x");
+    CIMInstance instance("Refers");
+    instance.addProperty(CIMProperty("r", CIMValue(target)));
+    return instance;
+  };
+  test::loadText(repository_,
+                 "class Refers { [Key] Base ref r; }; class Base { [Key] string Id; };");
+  EXPECT_EQ(creating(referring(path("X", {{"a", "1"}, {"b", "2"}}))), Pegasus::CIM_ERR_SUCCESS);
+  EXPECT_EQ(creating(referring(path("X", {{"b", "2"}, {"a", "1"}}))),
+            Pegasus::CIM_ERR_ALREADY_EXISTS);
+  EXPECT_EQ(creating(referring(path("X", {{"a", "2"}, {"b", "1"}}))), Pegasus::CIM_ERR_SUCCESS);
 }
 
 }  // namespace

@@ -105,6 +105,21 @@ TEST(RequestCheck, CimHeaders) {
   }
 }
 
+TEST(RequestCheck, WhatTheHeadersTellIsRefusedBeforeTheBodyIsRead) {
+  Repository repository;
+  const Log log(LogLevel::WARNING);
+  CimHandler handler(repository, log);
+  EXPECT_FALSE(handler.refuseEarly(good()));
+  EXPECT_TRUE(handler.refuseEarly(with("Host", "example.com")));
+  EXPECT_TRUE(handler.refuseEarly(with("Origin", "null")));
+  for (const char* name : {"CIMMethod", "CIMObject"}) {
+    for (const char* value : {static_cast<const char*>(nullptr), "", "%", "%4", "%zz", "%ff"}) {
+      EXPECT_TRUE(handler.refuseEarly(with(name, value)))
+          << name << ' ' << (value != nullptr ? value : "missing");
+    }
+  }
+}
+
 TEST(RequestCheck, OnlyThisHostIsServed) {
   for (const char* host : {"localhost", "LOCALHOST:80", "127.0.0.1", "127.9.8.7:5988", "[::1]",
                            "[::1]:5988", "localhost:"}) {
@@ -149,6 +164,11 @@ TEST(RequestCheck, BodiesAndVersions) {
   HttpRequest other = good();
   other.body = "<html/>";
   EXPECT_EQ(outcome(other), "400 request-not-valid");
+  HttpRequest batch = good();
+  batch.body =
+      "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"7\" PROTOCOLVERSION=\"1.0\">"
+      "<MULTIREQ/></MESSAGE></CIM>";
+  EXPECT_EQ(outcome(batch), "501 multiple-requests-unsupported");
   EXPECT_EQ(outcome(withBody("CIMVERSION=\"2.0\"", "CIMVERSION=\"3.0\"")),
             "501 unsupported-cim-version");
   EXPECT_EQ(outcome(withBody("DTDVERSION=\"2.0\"", "DTDVERSION=\"1.0\"")),
@@ -197,6 +217,7 @@ TEST(RequestCheck, ExtensionPostOfAnotherExtensionIsRefused) {
        {"http://example.com/;ns=1", "", "http://www.dmtf.org/cim/mapping/http/v1.0;",
         "http://www.dmtf.org/cim/mapping/http/v1.0;ns=x",
         "http://www.dmtf.org/cim/mapping/http/v1.0;ns=",
+        "http://www.dmtf.org/cim/mapping/http/v1.0;xx=1",
         "http://www.dmtf.org/cim/mapping/http/"
         "v1.0;n"}) {
     EXPECT_EQ(outcome(extensionRequest(man, "1-")), "510") << man;

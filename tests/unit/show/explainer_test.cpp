@@ -129,6 +129,15 @@ TEST_F(ExplainerTest, ManyValuesAreNotAllNamed) {
             "clock differs: 2400 asked, 1, 2, 3, 4, 5, 6, 7 and 2 others here");
 }
 
+TEST_F(ExplainerTest, AProcessorThatDoesNotTellLeavesTheRestUnknown) {
+  haveClocks({1800});
+  fakeServer.classes["KVAXDT_Processor"].push_back(instanceWith("KVAXDT_Processor", {}));
+  const Judgement judgement = judge(entry("1", "PROCESSOR", "SPEED=2400"));
+  EXPECT_STREQ(judgement.reason.code, "unknown-here");
+  EXPECT_EQ(judgement.reason.words.toUtf8(),
+            "clock differs: 2400 asked, 1800 and one that does not tell here");
+}
+
 TEST_F(ExplainerTest, ValuesThatCouldBeOverlookedStandInQuotes) {
   EXPECT_EQ(wordsOf(entry("1", "PROCESSOR", "SPEED=2400 ")),
             "clock differs: \"2400 \" asked, 2400 here");

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <functional>
 #include <new>
 
@@ -66,6 +67,19 @@ TEST_F(Main, RejectedCommandLineIsStatusOneAndNothingIsAsked) {
               testing::EndsWith("\nPlease run man morvik for help\n"));
   EXPECT_THAT(output_.arrived(), IsEmpty());
   EXPECT_THAT(fakeServer.calls, IsEmpty());
+}
+
+// Nobody catches what leaves this.
+void escape(const std::function<void()>& fail) noexcept {
+  fail();
+}
+
+TEST(MainDeathTest, WhereMemoryIsTooShortToThrowTheRunEndsLikeAnyThatFailed) {
+  EXPECT_EXIT(escape([] { throw std::bad_alloc(); }), testing::ExitedWithCode(0), "");
+}
+
+TEST(MainDeathTest, AnErrorOfTheProgramIsNotTakenForThat) {
+  EXPECT_EXIT(escape([] { throw 42; }), testing::KilledBySignal(SIGABRT), "");  // NOLINT
 }
 
 }  // namespace
