@@ -33,15 +33,17 @@ constexpr bool isNameStart(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':';
 }
 
-// By the character's value. Names are a third of a message.
-constexpr std::array<bool, 256> nameCharacters = [] {
+constexpr std::array<bool, 256> listNameCharacters() {
   std::array<bool, 256> isIn{};
   for (unsigned i = 0; i < isIn.size(); ++i) {
     const char c = static_cast<char>(i);
     isIn[i] = isNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
   }
   return isIn;
-}();
+}
+
+// By the character's value: names are a third of a message.
+constexpr std::array<bool, 256> nameCharacters = listNameCharacters();
 
 bool isNameCharacter(char c) {
   return nameCharacters[static_cast<unsigned char>(c)];
