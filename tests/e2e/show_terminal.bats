@@ -203,7 +203,7 @@ server.serve_forever()'
 }
 
 @test "--explain and --machine: as wide as the terminal, in colours, harmless" {
-    startMachine --model $'x\u009b[1234]'
+    startMachine --model $'x\xc2\x9b[1234]'
     printf '"A1","FAN","","x"\n"A2","PROCESSOR","SPEED=\x1b[31m","x"\n"A\x1b3","F\x07N","","x"\n' >fru.txt
     onTerminal 50 --explain fru.txt
     equal 0 "$status" status
