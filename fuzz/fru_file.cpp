@@ -90,6 +90,7 @@ void checkCuts(const String& line) {
   }
 }
 
+// What the import decides in one place, said a second time: the oracle must not share its mistakes.
 bool fits(CIMClient& client, Category category, const String& line) {
   switch (category) {
     case Category::processor:

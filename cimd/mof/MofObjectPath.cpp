@@ -3,7 +3,6 @@
 #include <pegasus/xml/ObjectDecoder.h>
 
 #include <algorithm>
-#include <vector>
 
 #include "cimd/model/Names.h"
 #include "cimd/mof/MofNumber.h"
@@ -84,11 +83,7 @@ class PathReader {
 
   // What clients refuse.
   void checkKeys(const Pegasus::Array<CIMKeyBinding>& keys) const {
-    std::vector<const String*> names;
-    for (const CIMKeyBinding& key : keys) {
-      names.push_back(&key.getName());
-    }
-    if (keys.size() > Pegasus::xml::maxKeyBindings || Pegasus::findRepeated(names) != nullptr) {
+    if (keys.size() > Pegasus::xml::maxKeyBindings || Pegasus::findRepeated(keys) != nullptr) {
       throw MofError(position_, "the object path has a key twice, or too many keys");
     }
   }

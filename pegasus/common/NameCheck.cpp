@@ -1,6 +1,7 @@
 #include <pegasus/common/NameCheck.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace Pegasus {
 
@@ -11,6 +12,14 @@ const String* findRepeated(std::vector<const String*> names) {
       names.begin(), names.end(),
       [](const String* a, const String* b) { return String::equalNoCase(*a, *b); });
   return repeated == names.end() ? nullptr : *repeated;
+}
+
+const String* findRepeated(const Array<CIMKeyBinding>& keys) {
+  std::vector<const String*> names;
+  for (const CIMKeyBinding& key : keys) {
+    names.push_back(&key.getName());
+  }
+  return findRepeated(std::move(names));
 }
 
 }  // namespace Pegasus

@@ -1,6 +1,7 @@
 // Whether names are all different, for lists that anybody may have made.
 #pragma once
 
+#include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/String.h>
 
 #include <vector>
@@ -11,5 +12,7 @@ namespace Pegasus {
 // with each, a list of a thousand that differ in their last letters only takes a thousand times as
 // long as reading it.
 const String* findRepeated(std::vector<const String*> names);
+// The same of the names of keys.
+const String* findRepeated(const Array<CIMKeyBinding>& keys);
 
 }  // namespace Pegasus

@@ -76,11 +76,7 @@ CIMKeyBinding decodeKeyBinding(Element element) {
 }
 
 void requireDifferentNames(const Array<CIMKeyBinding>& keys) {
-  std::vector<const String*> names;
-  for (const CIMKeyBinding& key : keys) {
-    names.push_back(&key.getName());
-  }
-  if (const String* repeated = findRepeated(std::move(names))) {
+  if (const String* repeated = findRepeated(keys)) {
     refuse("key " + excerpt(repeated->toUtf8()) + " is there twice");
   }
 }
