@@ -1,4 +1,4 @@
-#include "bench/Disk.h"
+#include "Disk.h"
 
 #include <fcntl.h>
 #include <unistd.h>

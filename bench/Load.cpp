@@ -1,4 +1,4 @@
-#include "bench/Load.h"
+#include "Load.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>

@@ -1,4 +1,4 @@
-#include "bench/Process.h"
+#include "Process.h"
 
 #include <unistd.h>
 

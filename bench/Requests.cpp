@@ -1,4 +1,4 @@
-#include "bench/Requests.h"
+#include "Requests.h"
 
 #include <algorithm>
 

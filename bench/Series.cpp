@@ -1,9 +1,9 @@
-#include "bench/Series.h"
+#include "Series.h"
 
 #include <algorithm>
 #include <chrono>
 
-#include "bench/Process.h"
+#include "Process.h"
 
 namespace bench {
 

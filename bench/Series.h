@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "bench/Disk.h"
-#include "bench/Load.h"
-#include "bench/Requests.h"
+#include "Disk.h"
+#include "Load.h"
+#include "Requests.h"
 
 namespace bench {
 

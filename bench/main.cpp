@@ -4,8 +4,8 @@
 #include <exception>
 #include <optional>
 
-#include "bench/Process.h"
-#include "bench/Series.h"
+#include "Process.h"
+#include "Series.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 // What single steps of a run cost: encoding, decoding, text, lines and their fields.
 #include <benchmark/benchmark.h>
-#include <import/categories.h>
-#include <import/entry.h>
-#include <import/fru_file.h>
-#include <pegasus/xml/ObjectEncoder.h>
-#include <pegasus/xml/Request.h>
-#include <pegasus/xml/Response.h>
+#include "import/categories.h"
+#include "import/entry.h"
+#include "import/fru_file.h"
+#include "xml/ObjectEncoder.h"
+#include "xml/Request.h"
+#include "xml/Response.h"
 
 #include <sstream>
 #include <string>

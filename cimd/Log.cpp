@@ -1,4 +1,4 @@
-#include "cimd/Log.h"
+#include "Log.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

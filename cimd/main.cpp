@@ -4,7 +4,7 @@
 #include <exception>
 #include <iostream>
 
-#include "cimd/service/Service.h"
+#include "service/Service.h"
 
 int main(int argc, char** argv) {
   // A reader of standard error that has gone away must not end the server.

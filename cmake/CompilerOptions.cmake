@@ -4,8 +4,7 @@ check_pie_supported()
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 add_library(morvik_options INTERFACE)
-target_include_directories(morvik_options INTERFACE ${PROJECT_SOURCE_DIR})
-target_compile_options(morvik_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion)
+target_compile_options(morvik_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   # GCC 12 reports overlapping copies inside std::string's own operator+ that cannot happen
   # (GCC bug 105329).

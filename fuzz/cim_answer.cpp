@@ -1,14 +1,14 @@
 // The body of an answer, read as each of the results that a client can ask for.
-#include <pegasus/xml/Response.h>
+#include "xml/Response.h"
 
 #include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "fuzz/support/Check.h"
-#include "fuzz/support/ResourceLimit.h"
-#include "fuzz/support/RoundTrip.h"
+#include "support/Check.h"
+#include "support/ResourceLimit.h"
+#include "support/RoundTrip.h"
 
 namespace {
 

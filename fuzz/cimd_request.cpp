@@ -2,14 +2,14 @@
 //
 // The first byte of the input tells how many bytes behind it are sizes of the pieces in which the
 // rest arrives.
-#include <cimd/http/CimHandler.h>
-#include <cimd/http/HttpServer.h>
-#include <cimd/http/HttpSession.h>
-#include <cimd/model/Journal.h>
-#include <cimd/mof/MofLoader.h>
-#include <pegasus/xml/Response.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include "http/CimHandler.h"
+#include "http/HttpServer.h"
+#include "http/HttpSession.h"
+#include "model/Journal.h"
+#include "mof/MofLoader.h"
+#include "xml/Response.h"
 
 #include <algorithm>
 #include <boost/asio/buffer.hpp>
@@ -20,9 +20,9 @@
 #include <memory>
 #include <string>
 
-#include "fuzz/support/Check.h"
-#include "fuzz/support/ResourceLimit.h"
-#include "fuzz/support/RoundTrip.h"
+#include "support/Check.h"
+#include "support/ResourceLimit.h"
+#include "support/RoundTrip.h"
 
 namespace {
 

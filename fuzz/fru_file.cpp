@@ -13,12 +13,12 @@
 
 #include "cim/selection.h"
 #include "fake_client.h"
-#include "fuzz/support/Check.h"
-#include "fuzz/support/ResourceLimit.h"
 #include "import/categories.h"
 #include "import/entry.h"
 #include "import/fru_file.h"
 #include "import/import.h"
+#include "support/Check.h"
+#include "support/ResourceLimit.h"
 
 namespace {
 

@@ -17,9 +17,9 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/support/Check.h"
-#include "fuzz/support/ResourceLimit.h"
-#include "fuzz/support/RoundTrip.h"
+#include "support/Check.h"
+#include "support/ResourceLimit.h"
+#include "support/RoundTrip.h"
 
 // NOLINTBEGIN(bugprone-reserved-identifier): the names are the linker's
 extern "C" {

@@ -1,11 +1,11 @@
 // MOF text into a repository. The input is one file, or with a separator a first file and one that
 // it can include by the name "other.mof"; no other file exists.
-#include <cimd/model/Repository.h>
-#include <cimd/mof/MofLoader.h>
-#include <cimd/operations/SchemaOperations.h>
-#include <pegasus/xml/Request.h>
-#include <pegasus/xml/XmlDocument.h>
 #include <stdio.h>
+#include "model/Repository.h"
+#include "mof/MofLoader.h"
+#include "operations/SchemaOperations.h"
+#include "xml/Request.h"
+#include "xml/XmlDocument.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -13,9 +13,9 @@
 #include <map>
 #include <string>
 
-#include "fuzz/support/Check.h"
-#include "fuzz/support/ResourceLimit.h"
-#include "fuzz/support/RoundTrip.h"
+#include "support/Check.h"
+#include "support/ResourceLimit.h"
+#include "support/RoundTrip.h"
 
 namespace {
 

@@ -2,18 +2,18 @@
 //
 // The first byte of the input has flags, the second the length of the entry point, which stands
 // behind it; then comes the table, and behind a separator cpuinfo.
-#include <cimd/host/HostInstances.h>
-#include <cimd/host/SmbiosTables.h>
-#include <cimd/model/Repository.h>
-#include <cimd/mof/MofLoader.h>
+#include "host/HostInstances.h"
+#include "host/SmbiosTables.h"
+#include "model/Repository.h"
+#include "mof/MofLoader.h"
 
 #include <algorithm>
 #include <string>
 #include <vector>
 
-#include "fuzz/support/Check.h"
-#include "fuzz/support/ResourceLimit.h"
-#include "fuzz/support/RoundTrip.h"
+#include "support/Check.h"
+#include "support/ResourceLimit.h"
+#include "support/RoundTrip.h"
 
 namespace {
 

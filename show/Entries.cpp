@@ -1,4 +1,4 @@
-#include "show/Entries.h"
+#include "Entries.h"
 
 #include <algorithm>
 #include <limits>

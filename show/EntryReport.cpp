@@ -1,8 +1,8 @@
-#include "show/EntryReport.h"
+#include "EntryReport.h"
 
-#include "show/Json.h"
-#include "show/Table.h"
-#include "show/Text.h"
+#include "Json.h"
+#include "Table.h"
+#include "Text.h"
 
 using Pegasus::String;
 

@@ -4,8 +4,8 @@
 #include <ostream>
 #include <vector>
 
-#include "show/Entries.h"
-#include "show/Terminal.h"
+#include "Entries.h"
+#include "Terminal.h"
 
 namespace show {
 

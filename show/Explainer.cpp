@@ -1,6 +1,6 @@
-#include "show/Explainer.h"
+#include "Explainer.h"
 
-#include <pegasus/xml/ObjectEncoder.h>
+#include "xml/ObjectEncoder.h"
 
 #include <algorithm>
 #include <string>

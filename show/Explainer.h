@@ -8,12 +8,12 @@
 #include <optional>
 #include <utility>
 
+#include "Machine.h"
+#include "Mismatch.h"
 #include "import/categories.h"
 #include "import/entry.h"
 #include "import/fru_file.h"
 #include "import/publication.h"
-#include "show/Machine.h"
-#include "show/Mismatch.h"
 
 namespace show {
 

@@ -1,6 +1,6 @@
-#include "show/Explanation.h"
+#include "Explanation.h"
 
-#include "show/MachineReport.h"
+#include "MachineReport.h"
 
 using Pegasus::String;
 

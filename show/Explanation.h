@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "show/Explainer.h"
-#include "show/Json.h"
-#include "show/Terminal.h"
-#include "show/Text.h"
+#include "Explainer.h"
+#include "Json.h"
+#include "Terminal.h"
+#include "Text.h"
 
 namespace show {
 

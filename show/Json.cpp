@@ -1,11 +1,11 @@
-#include "show/Json.h"
+#include "Json.h"
 
 #include <utf8.h>
 
 #include <cstdio>
 #include <iterator>
 
-#include "show/Text.h"
+#include "Text.h"
 
 using Pegasus::String;
 

@@ -1,4 +1,4 @@
-#include "show/Machine.h"
+#include "Machine.h"
 
 #include <algorithm>
 #include <functional>

@@ -1,8 +1,8 @@
-#include "show/MachineReport.h"
+#include "MachineReport.h"
 
 #include <cstdlib>
 
-#include "show/Text.h"
+#include "Text.h"
 
 using Pegasus::String;
 

@@ -3,9 +3,9 @@
 
 #include <ostream>
 
-#include "show/Json.h"
-#include "show/Machine.h"
-#include "show/Terminal.h"
+#include "Json.h"
+#include "Machine.h"
+#include "Terminal.h"
 
 namespace show {
 

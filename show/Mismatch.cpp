@@ -1,4 +1,4 @@
-#include "show/Mismatch.h"
+#include "Mismatch.h"
 
 #include <algorithm>
 #include <string>

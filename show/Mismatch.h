@@ -5,8 +5,8 @@
 
 #include <stdexcept>
 
+#include "Machine.h"
 #include "import/categories.h"
-#include "show/Machine.h"
 
 namespace show {
 

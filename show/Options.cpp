@@ -1,4 +1,4 @@
-#include "show/Options.h"
+#include "Options.h"
 
 #include <Pegasus/Common/String.h>
 

@@ -1,4 +1,4 @@
-#include "show/Show.h"
+#include "Show.h"
 
 #include <unistd.h>
 
@@ -9,17 +9,17 @@
 #include <memory>
 #include <system_error>
 
+#include "Entries.h"
+#include "EntryReport.h"
+#include "Explainer.h"
+#include "Explanation.h"
+#include "Machine.h"
+#include "MachineReport.h"
+#include "Terminal.h"
+#include "Text.h"
 #include "cim/client_library.h"
 #include "cim/namespace.h"
 #include "import/fru_file.h"
-#include "show/Entries.h"
-#include "show/EntryReport.h"
-#include "show/Explainer.h"
-#include "show/Explanation.h"
-#include "show/Machine.h"
-#include "show/MachineReport.h"
-#include "show/Terminal.h"
-#include "show/Text.h"
 
 using Pegasus::CIMClient;
 using Pegasus::String;

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "show/Options.h"
+#include "Options.h"
 
 namespace show {
 

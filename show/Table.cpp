@@ -1,4 +1,4 @@
-#include "show/Table.h"
+#include "Table.h"
 
 #include <algorithm>
 #include <numeric>

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "show/Terminal.h"
-#include "show/Text.h"
+#include "Terminal.h"
+#include "Text.h"
 
 namespace show {
 

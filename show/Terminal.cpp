@@ -1,4 +1,4 @@
-#include "show/Terminal.h"
+#include "Terminal.h"
 
 #include <langinfo.h>
 #include <sys/ioctl.h>

@@ -1,4 +1,4 @@
-#include "show/Text.h"
+#include "Text.h"
 
 #include <locale.h>  // NOLINT(modernize-deprecated-headers): <clocale> has no newlocale
 #include <utf8.h>

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <string>
 
-#include "show/Terminal.h"
+#include "Terminal.h"
 
 namespace show {
 

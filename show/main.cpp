@@ -5,8 +5,8 @@
 #include <exception>
 #include <iostream>
 
-#include "show/Show.h"
-#include "show/Text.h"
+#include "Show.h"
+#include "Text.h"
 
 using Pegasus::String;
 

@@ -1,11 +1,11 @@
-#include "cimd/host/CpuInfo.h"
+#include "host/CpuInfo.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <map>
 
-#include "cimd/host/HostText.h"
+#include "host/HostText.h"
 
 namespace cimd::host {
 

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "cimd/host/Inventory.h"
+#include "host/Inventory.h"
 
 namespace cimd::host {
 

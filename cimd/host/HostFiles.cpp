@@ -1,4 +1,4 @@
-#include "cimd/host/HostFiles.h"
+#include "host/HostFiles.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

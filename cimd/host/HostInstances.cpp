@@ -1,6 +1,6 @@
-#include "cimd/host/HostInstances.h"
+#include "host/HostInstances.h"
 
-#include "cimd/host/HostText.h"
+#include "host/HostText.h"
 
 namespace cimd::host {
 

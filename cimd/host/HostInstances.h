@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "cimd/host/HostFiles.h"
-#include "cimd/host/Inventory.h"
+#include "host/HostFiles.h"
+#include "host/Inventory.h"
 
 namespace cimd::host {
 

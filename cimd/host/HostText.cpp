@@ -1,6 +1,6 @@
-#include "cimd/host/HostText.h"
+#include "host/HostText.h"
 
-#include <pegasus/xml/XmlText.h>
+#include "xml/XmlText.h"
 
 #include <algorithm>
 

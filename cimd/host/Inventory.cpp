@@ -1,11 +1,11 @@
-#include "cimd/host/Inventory.h"
+#include "host/Inventory.h"
 
 #include <algorithm>
 #include <array>
 
-#include "cimd/host/CpuInfo.h"
-#include "cimd/host/HostText.h"
-#include "cimd/host/SmbiosTables.h"
+#include "host/CpuInfo.h"
+#include "host/HostText.h"
+#include "host/SmbiosTables.h"
 
 namespace cimd::host {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "cimd/host/HostFiles.h"
+#include "host/HostFiles.h"
 
 namespace cimd::host {
 

@@ -1,4 +1,4 @@
-#include "cimd/host/SmbiosTables.h"
+#include "host/SmbiosTables.h"
 
 #include <algorithm>
 #include <numeric>

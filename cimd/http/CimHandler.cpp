@@ -1,8 +1,8 @@
-#include "cimd/http/CimHandler.h"
+#include "http/CimHandler.h"
 
 #include <utf8.h>
 
-#include "cimd/http/RequestCheck.h"
+#include "http/RequestCheck.h"
 
 namespace cimd {
 

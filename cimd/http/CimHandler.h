@@ -2,8 +2,8 @@
 // wraps the answer.
 #pragma once
 
-#include "cimd/http/RequestHandler.h"
-#include "cimd/operations/Dispatcher.h"
+#include "http/RequestHandler.h"
+#include "operations/Dispatcher.h"
 
 namespace cimd {
 

@@ -1,6 +1,6 @@
-#include "cimd/http/HttpMessage.h"
+#include "http/HttpMessage.h"
 
-#include <pegasus/xml/ObjectDecoder.h>
+#include "xml/ObjectDecoder.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,9 +1,9 @@
-#include "cimd/http/HttpServer.h"
+#include "http/HttpServer.h"
 
 #include <boost/asio/socket_base.hpp>
 #include <new>
 
-#include "cimd/http/HttpSession.h"
+#include "http/HttpSession.h"
 
 namespace cimd {
 

@@ -8,8 +8,8 @@
 #include <list>
 #include <memory>
 
-#include "cimd/http/MemoryBudget.h"
-#include "cimd/http/RequestHandler.h"
+#include "http/MemoryBudget.h"
+#include "http/RequestHandler.h"
 
 namespace cimd {
 

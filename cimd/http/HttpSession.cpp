@@ -1,6 +1,6 @@
-#include "cimd/http/HttpSession.h"
+#include "http/HttpSession.h"
 
-#include <pegasus/xml/ObjectDecoder.h>
+#include "xml/ObjectDecoder.h"
 
 #include <algorithm>
 #include <boost/asio/buffer.hpp>

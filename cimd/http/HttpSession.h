@@ -1,7 +1,7 @@
 // One HTTP connection: requests in, answers out, one after the other, until either side ends it.
 #pragma once
 
-#include <pegasus/common/GrowingBody.h>
+#include "common/GrowingBody.h"
 
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
@@ -13,8 +13,8 @@
 #include <memory>
 #include <optional>
 
-#include "cimd/http/HttpServer.h"
-#include "cimd/http/RequestHandler.h"
+#include "http/HttpServer.h"
+#include "http/RequestHandler.h"
 
 namespace cimd {
 

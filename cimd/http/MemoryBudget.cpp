@@ -1,4 +1,4 @@
-#include "cimd/http/MemoryBudget.h"
+#include "http/MemoryBudget.h"
 
 namespace cimd {
 

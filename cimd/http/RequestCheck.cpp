@@ -1,12 +1,12 @@
-#include "cimd/http/RequestCheck.h"
+#include "http/RequestCheck.h"
 
-#include <pegasus/xml/ObjectDecoder.h>
 #include <utf8.h>
+#include "xml/ObjectDecoder.h"
 
 #include <algorithm>
 
-#include "cimd/model/LoopbackHost.h"
-#include "cimd/model/Names.h"
+#include "model/LoopbackHost.h"
+#include "model/Names.h"
 
 namespace cimd {
 

@@ -1,12 +1,12 @@
 // What an HTTP request must be to carry a CIM operation (DMTF DSP0200, and who may ask at all).
 #pragma once
 
-#include <pegasus/xml/Request.h>
+#include "xml/Request.h"
 
 #include <optional>
 #include <string>
 
-#include "cimd/http/HttpMessage.h"
+#include "http/HttpMessage.h"
 
 namespace cimd {
 

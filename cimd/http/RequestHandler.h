@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "cimd/http/HttpMessage.h"
+#include "http/HttpMessage.h"
 
 namespace cimd {
 

@@ -1,10 +1,10 @@
-#include "cimd/model/CimClass.h"
+#include "model/CimClass.h"
 
-#include <pegasus/xml/ObjectDecoder.h>
+#include "xml/ObjectDecoder.h"
 
 #include <algorithm>
 
-#include "cimd/model/CimErrors.h"
+#include "model/CimErrors.h"
 
 namespace cimd {
 

@@ -12,8 +12,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "cimd/model/Names.h"
-#include "cimd/model/Qualifier.h"
+#include "model/Names.h"
+#include "model/Qualifier.h"
 
 namespace cimd {
 

@@ -1,12 +1,12 @@
-#include "cimd/model/InstanceKey.h"
+#include "model/InstanceKey.h"
 
-#include <pegasus/xml/ObjectDecoder.h>
+#include "xml/ObjectDecoder.h"
 
 #include <algorithm>
 #include <vector>
 
-#include "cimd/model/CimErrors.h"
-#include "cimd/model/LoopbackHost.h"
+#include "model/CimErrors.h"
+#include "model/LoopbackHost.h"
 
 namespace cimd {
 

@@ -7,8 +7,8 @@
 #include <optional>
 #include <string>
 
-#include "cimd/model/CimClass.h"
-#include "cimd/model/Schema.h"
+#include "model/CimClass.h"
+#include "model/Schema.h"
 
 namespace cimd {
 

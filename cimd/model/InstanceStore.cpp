@@ -1,6 +1,6 @@
-#include "cimd/model/InstanceStore.h"
+#include "model/InstanceStore.h"
 
-#include <pegasus/xml/ObjectEncoder.h>
+#include "xml/ObjectEncoder.h"
 
 #include <algorithm>
 #include <utility>

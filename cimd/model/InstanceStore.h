@@ -8,8 +8,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "cimd/model/CimClass.h"
-#include "cimd/model/InstanceKey.h"
+#include "model/CimClass.h"
+#include "model/InstanceKey.h"
 
 namespace cimd {
 

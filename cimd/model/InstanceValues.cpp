@@ -1,9 +1,9 @@
-#include "cimd/model/InstanceValues.h"
+#include "model/InstanceValues.h"
 
 #include <variant>
 
-#include "cimd/model/CimErrors.h"
-#include "cimd/model/InstanceKey.h"
+#include "model/CimErrors.h"
+#include "model/InstanceKey.h"
 
 namespace cimd {
 

@@ -4,7 +4,7 @@
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMPropertyList.h>
 
-#include "cimd/model/InstanceKey.h"
+#include "model/InstanceKey.h"
 
 namespace cimd {
 

@@ -1,6 +1,6 @@
-#include "cimd/model/LoopbackHost.h"
+#include "model/LoopbackHost.h"
 
-#include <pegasus/xml/ObjectDecoder.h>
+#include "xml/ObjectDecoder.h"
 
 #include <algorithm>
 #include <boost/asio/ip/address.hpp>

@@ -1,7 +1,7 @@
-#include "cimd/model/NameSpace.h"
+#include "model/NameSpace.h"
 
-#include "cimd/model/CimErrors.h"
-#include "cimd/model/InstanceValues.h"
+#include "model/CimErrors.h"
+#include "model/InstanceValues.h"
 
 namespace cimd {
 

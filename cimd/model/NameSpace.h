@@ -7,9 +7,9 @@
 
 #include <vector>
 
-#include "cimd/model/InstanceStore.h"
-#include "cimd/model/Journal.h"
-#include "cimd/model/Schema.h"
+#include "model/InstanceStore.h"
+#include "model/Journal.h"
+#include "model/Schema.h"
 
 namespace cimd {
 

@@ -1,8 +1,8 @@
-#include "cimd/model/Qualifier.h"
+#include "model/Qualifier.h"
 
 #include <algorithm>
 
-#include "cimd/model/CimErrors.h"
+#include "model/CimErrors.h"
 
 namespace cimd {
 

@@ -1,7 +1,7 @@
-#include "cimd/model/Repository.h"
+#include "model/Repository.h"
 
-#include "cimd/model/CimErrors.h"
-#include "cimd/model/InstanceKey.h"
+#include "model/CimErrors.h"
+#include "model/InstanceKey.h"
 
 namespace cimd {
 

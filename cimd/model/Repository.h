@@ -8,7 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "cimd/model/NameSpace.h"
+#include "model/NameSpace.h"
 
 namespace cimd {
 

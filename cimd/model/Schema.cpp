@@ -1,6 +1,6 @@
-#include "cimd/model/Schema.h"
+#include "model/Schema.h"
 
-#include "cimd/model/CimErrors.h"
+#include "model/CimErrors.h"
 
 namespace cimd {
 

@@ -7,7 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "cimd/model/CimClass.h"
+#include "model/CimClass.h"
 
 namespace cimd {
 

@@ -1,4 +1,4 @@
-#include "cimd/mof/MofError.h"
+#include "mof/MofError.h"
 
 namespace cimd::mof {
 

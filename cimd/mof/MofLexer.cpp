@@ -1,9 +1,9 @@
-#include "cimd/mof/MofLexer.h"
+#include "mof/MofLexer.h"
 
 #include <algorithm>
 #include <array>
 
-#include "cimd/mof/MofNumber.h"
+#include "mof/MofNumber.h"
 
 namespace cimd::mof {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "cimd/mof/MofError.h"
+#include "mof/MofError.h"
 
 namespace cimd::mof {
 

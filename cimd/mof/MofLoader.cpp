@@ -1,15 +1,15 @@
-#include "cimd/mof/MofLoader.h"
+#include "mof/MofLoader.h"
 
 #include <Pegasus/Common/Exception.h>
 
 #include <map>
 #include <unordered_map>
 
-#include "cimd/model/InstanceKey.h"
-#include "cimd/model/InstanceValues.h"
-#include "cimd/mof/MofReader.h"
-#include "cimd/mof/MofSchema.h"
-#include "cimd/mof/MofValues.h"
+#include "model/InstanceKey.h"
+#include "model/InstanceValues.h"
+#include "mof/MofReader.h"
+#include "mof/MofSchema.h"
+#include "mof/MofValues.h"
 
 namespace cimd::mof {
 

@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <vector>
 
-#include "cimd/model/Repository.h"
-#include "cimd/mof/MofError.h"
+#include "model/Repository.h"
+#include "mof/MofError.h"
 
 namespace cimd::mof {
 

@@ -1,4 +1,4 @@
-#include "cimd/mof/MofNumber.h"
+#include "mof/MofNumber.h"
 
 #include <charconv>
 

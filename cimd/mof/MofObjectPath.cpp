@@ -1,12 +1,12 @@
 // Object paths as texts: //host/namespace:Class.key="text",other=5
-#include <pegasus/common/NameCheck.h>
-#include <pegasus/xml/ObjectDecoder.h>
+#include "common/NameCheck.h"
+#include "xml/ObjectDecoder.h"
 
 #include <algorithm>
 
-#include "cimd/model/Names.h"
-#include "cimd/mof/MofNumber.h"
-#include "cimd/mof/MofValues.h"
+#include "model/Names.h"
+#include "mof/MofNumber.h"
+#include "mof/MofValues.h"
 
 namespace cimd::mof {
 

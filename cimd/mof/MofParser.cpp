@@ -1,6 +1,6 @@
-#include "cimd/mof/MofParser.h"
+#include "mof/MofParser.h"
 
-#include <pegasus/xml/ObjectDecoder.h>
+#include "xml/ObjectDecoder.h"
 
 #include <utility>
 

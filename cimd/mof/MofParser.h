@@ -4,8 +4,8 @@
 #include <optional>
 #include <string_view>
 
-#include "cimd/mof/MofLexer.h"
-#include "cimd/mof/MofTree.h"
+#include "mof/MofLexer.h"
+#include "mof/MofTree.h"
 
 namespace cimd::mof {
 

@@ -1,10 +1,10 @@
-#include "cimd/mof/MofQualifiers.h"
+#include "mof/MofQualifiers.h"
 
 #include <algorithm>
 #include <array>
 #include <utility>
 
-#include "cimd/mof/MofValues.h"
+#include "mof/MofValues.h"
 
 namespace cimd::mof {
 

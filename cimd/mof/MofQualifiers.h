@@ -3,9 +3,9 @@
 
 #include <vector>
 
-#include "cimd/model/Qualifier.h"
-#include "cimd/model/Schema.h"
-#include "cimd/mof/MofTree.h"
+#include "model/Qualifier.h"
+#include "model/Schema.h"
+#include "mof/MofTree.h"
 
 namespace cimd::mof {
 

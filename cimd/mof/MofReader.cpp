@@ -1,13 +1,13 @@
-#include "cimd/mof/MofReader.h"
+#include "mof/MofReader.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <system_error>
 
-#include "cimd/model/LoopbackHost.h"
-#include "cimd/model/Names.h"
-#include "cimd/mof/MofParser.h"
+#include "model/LoopbackHost.h"
+#include "model/Names.h"
+#include "mof/MofParser.h"
 
 namespace cimd::mof {
 

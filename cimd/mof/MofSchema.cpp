@@ -1,9 +1,9 @@
-#include "cimd/mof/MofSchema.h"
+#include "mof/MofSchema.h"
 
 #include <map>
 
-#include "cimd/mof/MofQualifiers.h"
-#include "cimd/mof/MofValues.h"
+#include "mof/MofQualifiers.h"
+#include "mof/MofValues.h"
 
 namespace cimd::mof {
 

@@ -3,8 +3,8 @@
 
 #include <Pegasus/Common/Exception.h>
 
-#include "cimd/model/Repository.h"
-#include "cimd/mof/MofReader.h"
+#include "model/Repository.h"
+#include "mof/MofReader.h"
 
 namespace cimd::mof {
 

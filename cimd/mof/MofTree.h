@@ -8,7 +8,7 @@
 #include <variant>
 #include <vector>
 
-#include "cimd/mof/MofError.h"
+#include "mof/MofError.h"
 
 namespace cimd::mof {
 

@@ -1,6 +1,6 @@
-#include "cimd/mof/MofValues.h"
+#include "mof/MofValues.h"
 
-#include <pegasus/xml/XmlText.h>
+#include "xml/XmlText.h"
 
 #include <limits>
 #include <type_traits>

@@ -6,7 +6,7 @@
 
 #include <functional>
 
-#include "cimd/mof/MofTree.h"
+#include "mof/MofTree.h"
 
 namespace cimd::mof {
 

@@ -1,7 +1,7 @@
-#include "cimd/operations/Dispatcher.h"
+#include "operations/Dispatcher.h"
 
-#include <pegasus/xml/ObjectDecoder.h>
-#include <pegasus/xml/Response.h>
+#include "xml/ObjectDecoder.h"
+#include "xml/Response.h"
 
 #include <algorithm>
 #include <array>
@@ -9,10 +9,10 @@
 #include <set>
 #include <span>
 
-#include "cimd/model/CimErrors.h"
-#include "cimd/model/Names.h"
-#include "cimd/operations/InstanceOperations.h"
-#include "cimd/operations/SchemaOperations.h"
+#include "model/CimErrors.h"
+#include "model/Names.h"
+#include "operations/InstanceOperations.h"
+#include "operations/SchemaOperations.h"
 
 namespace cimd {
 

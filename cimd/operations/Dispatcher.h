@@ -1,12 +1,12 @@
 // From a CIM request to its answer.
 #pragma once
 
-#include <pegasus/xml/Request.h>
+#include "xml/Request.h"
 
 #include <string>
 
-#include "cimd/Log.h"
-#include "cimd/model/Repository.h"
+#include "Log.h"
+#include "model/Repository.h"
 
 namespace cimd {
 

@@ -1,11 +1,11 @@
-#include "cimd/operations/InstanceOperations.h"
+#include "operations/InstanceOperations.h"
 
-#include <pegasus/xml/ObjectEncoder.h>
+#include "xml/ObjectEncoder.h"
 
 #include <algorithm>
 
-#include "cimd/operations/Parameters.h"
-#include "cimd/operations/SchemaEncoder.h"
+#include "operations/Parameters.h"
+#include "operations/SchemaEncoder.h"
 
 namespace cimd {
 

@@ -3,11 +3,11 @@
 // what the standard has a code for, and XmlValidationError for a parameter of the wrong kind.
 #pragma once
 
-#include <pegasus/xml/Request.h>
+#include "xml/Request.h"
 
 #include <string>
 
-#include "cimd/model/NameSpace.h"
+#include "model/NameSpace.h"
 
 namespace cimd {
 

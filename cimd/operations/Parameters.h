@@ -1,14 +1,14 @@
 // What operations share: reading their parameters, and the bound on their answers.
 #pragma once
 
-#include <pegasus/xml/Request.h>
+#include "xml/Request.h"
 
 #include <optional>
 #include <string>
 #include <unordered_set>
 
-#include "cimd/model/CimErrors.h"
-#include "cimd/model/Names.h"
+#include "model/CimErrors.h"
+#include "model/Names.h"
 
 namespace cimd {
 

@@ -1,7 +1,7 @@
-#include "cimd/operations/SchemaEncoder.h"
+#include "operations/SchemaEncoder.h"
 
 #include <Pegasus/Common/CIMProperty.h>
-#include <pegasus/xml/ObjectEncoder.h>
+#include "xml/ObjectEncoder.h"
 
 #include <array>
 #include <utility>

@@ -3,9 +3,9 @@
 
 #include <string>
 
-#include "cimd/model/CimClass.h"
-#include "cimd/model/Qualifier.h"
-#include "cimd/operations/Parameters.h"
+#include "model/CimClass.h"
+#include "model/Qualifier.h"
+#include "operations/Parameters.h"
 
 namespace cimd {
 

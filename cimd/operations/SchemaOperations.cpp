@@ -1,9 +1,9 @@
-#include "cimd/operations/SchemaOperations.h"
+#include "operations/SchemaOperations.h"
 
-#include <pegasus/xml/ObjectEncoder.h>
+#include "xml/ObjectEncoder.h"
 
-#include "cimd/operations/Parameters.h"
-#include "cimd/operations/SchemaEncoder.h"
+#include "operations/Parameters.h"
+#include "operations/SchemaEncoder.h"
 
 namespace cimd {
 

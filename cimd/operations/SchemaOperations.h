@@ -2,11 +2,11 @@
 // comes from the server's files. Contract as in InstanceOperations.h.
 #pragma once
 
-#include <pegasus/xml/Request.h>
+#include "xml/Request.h"
 
 #include <string>
 
-#include "cimd/model/NameSpace.h"
+#include "model/NameSpace.h"
 
 namespace cimd {
 

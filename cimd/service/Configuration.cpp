@@ -1,7 +1,7 @@
-#include "cimd/service/Configuration.h"
+#include "service/Configuration.h"
 
-#include "cimd/host/HostInstances.h"
-#include "cimd/mof/MofLoader.h"
+#include "host/HostInstances.h"
+#include "mof/MofLoader.h"
 
 namespace cimd {
 

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "cimd/Log.h"
-#include "cimd/host/HostFiles.h"
-#include "cimd/model/Repository.h"
+#include "Log.h"
+#include "host/HostFiles.h"
+#include "model/Repository.h"
 
 namespace cimd {
 

@@ -1,4 +1,4 @@
-#include "cimd/service/Notification.h"
+#include "service/Notification.h"
 
 #include <sys/socket.h>
 #include <sys/un.h>

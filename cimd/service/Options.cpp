@@ -1,4 +1,4 @@
-#include "cimd/service/Options.h"
+#include "service/Options.h"
 
 #include <CLI/CLI.hpp>
 #include <boost/asio/ip/address.hpp>

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "cimd/Log.h"
+#include "Log.h"
 
 namespace cimd {
 

@@ -1,4 +1,4 @@
-#include "cimd/service/Privileges.h"
+#include "service/Privileges.h"
 
 #include <fcntl.h>
 #include <grp.h>

@@ -1,4 +1,4 @@
-#include "cimd/service/Service.h"
+#include "service/Service.h"
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -16,16 +16,16 @@
 #include <new>
 #include <sstream>
 
-#include "cimd/Log.h"
-#include "cimd/host/HostFiles.h"
-#include "cimd/http/CimHandler.h"
-#include "cimd/http/HttpServer.h"
-#include "cimd/mof/MofError.h"
-#include "cimd/service/Configuration.h"
-#include "cimd/service/Notification.h"
-#include "cimd/service/Privileges.h"
-#include "cimd/store/InstanceDatabase.h"
-#include "cimd/store/StoreError.h"
+#include "Log.h"
+#include "host/HostFiles.h"
+#include "http/CimHandler.h"
+#include "http/HttpServer.h"
+#include "mof/MofError.h"
+#include "service/Configuration.h"
+#include "service/Notification.h"
+#include "service/Privileges.h"
+#include "store/InstanceDatabase.h"
+#include "store/StoreError.h"
 
 namespace cimd {
 

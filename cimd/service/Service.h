@@ -1,7 +1,7 @@
 // The run of the server: load, listen, serve, end.
 #pragma once
 
-#include "cimd/service/Options.h"
+#include "service/Options.h"
 
 namespace cimd {
 

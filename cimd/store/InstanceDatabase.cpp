@@ -1,14 +1,14 @@
-#include "cimd/store/InstanceDatabase.h"
+#include "store/InstanceDatabase.h"
 
 #include <Pegasus/Common/Exception.h>
 
 #include <optional>
 
-#include "cimd/model/CimErrors.h"
-#include "cimd/model/Names.h"
-#include "cimd/store/InstanceText.h"
-#include "cimd/store/StoreError.h"
-#include "cimd/store/StoreFile.h"
+#include "model/CimErrors.h"
+#include "model/Names.h"
+#include "store/InstanceText.h"
+#include "store/StoreError.h"
+#include "store/StoreFile.h"
 
 namespace cimd {
 

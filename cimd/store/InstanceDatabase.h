@@ -16,8 +16,8 @@
 #include <unordered_set>
 #include <vector>
 
-#include "cimd/model/Journal.h"
-#include "cimd/store/Sqlite.h"
+#include "model/Journal.h"
+#include "store/Sqlite.h"
 
 namespace cimd {
 

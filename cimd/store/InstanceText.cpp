@@ -1,10 +1,10 @@
-#include "cimd/store/InstanceText.h"
+#include "store/InstanceText.h"
 
 #include <Pegasus/Common/Exception.h>
-#include <pegasus/xml/ObjectDecoder.h>
-#include <pegasus/xml/ObjectEncoder.h>
-#include <pegasus/xml/XmlDocument.h>
 #include <utf8.h>
+#include "xml/ObjectDecoder.h"
+#include "xml/ObjectEncoder.h"
+#include "xml/XmlDocument.h"
 
 #include <iterator>
 

@@ -1,4 +1,4 @@
-#include "cimd/store/StoreFile.h"
+#include "store/StoreFile.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -7,7 +7,7 @@
 #include <string>
 #include <system_error>
 
-#include "cimd/store/StoreError.h"
+#include "store/StoreError.h"
 
 namespace cimd {
 

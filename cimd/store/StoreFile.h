@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "cimd/store/Sqlite.h"
+#include "store/Sqlite.h"
 
 namespace cimd {
 

@@ -1,4 +1,4 @@
-#include "fuzz/support/Check.h"
+#include "support/Check.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "fuzz/support/ResourceLimit.h"
+#include "support/ResourceLimit.h"
 
 #include <sanitizer/allocator_interface.h>
 

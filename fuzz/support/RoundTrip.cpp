@@ -1,9 +1,9 @@
-#include "fuzz/support/RoundTrip.h"
+#include "support/RoundTrip.h"
 
-#include <pegasus/xml/ObjectDecoder.h>
-#include <pegasus/xml/ObjectEncoder.h>
+#include "xml/ObjectDecoder.h"
+#include "xml/ObjectEncoder.h"
 
-#include "fuzz/support/Check.h"
+#include "support/Check.h"
 
 namespace fuzz {
 

@@ -1,7 +1,7 @@
 #include <Pegasus/Client/CIMClient.h>
-#include <pegasus/client/HttpConnection.h>
-#include <pegasus/xml/Request.h>
-#include <pegasus/xml/Response.h>
+#include "client/HttpConnection.h"
+#include "xml/Request.h"
+#include "xml/Response.h"
 
 #include <functional>
 #include <optional>

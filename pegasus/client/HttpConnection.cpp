@@ -1,14 +1,14 @@
-#include <pegasus/client/HttpConnection.h>
+#include "client/HttpConnection.h"
 
 #include <Pegasus/Common/Exception.h>
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <pegasus/client/HttpMessage.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include "client/HttpMessage.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include <pegasus/client/HttpMessage.h>
+#include "client/HttpMessage.h"
 
 #include <Pegasus/Common/Exception.h>
 
@@ -7,10 +7,10 @@
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #endif
-#include <pegasus/common/GrowingBody.h>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/optional.hpp>
+#include "common/GrowingBody.h"
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic pop
 #endif

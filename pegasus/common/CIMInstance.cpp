@@ -1,6 +1,6 @@
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/Exception.h>
-#include <pegasus/common/NameCheck.h>
+#include "common/NameCheck.h"
 
 namespace Pegasus {
 

@@ -1,4 +1,4 @@
-#include <pegasus/common/NameCheck.h>
+#include "common/NameCheck.h"
 
 #include <algorithm>
 #include <utility>

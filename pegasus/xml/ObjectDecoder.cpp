@@ -1,7 +1,7 @@
-#include <pegasus/xml/ObjectDecoder.h>
+#include "xml/ObjectDecoder.h"
 
-#include <pegasus/common/NameCheck.h>
-#include <pegasus/xml/XmlText.h>
+#include "common/NameCheck.h"
+#include "xml/XmlText.h"
 
 #include <algorithm>
 #include <vector>

@@ -6,7 +6,7 @@
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/CIMValue.h>
-#include <pegasus/xml/XmlDocument.h>
+#include "xml/XmlDocument.h"
 
 #include <string>
 #include <string_view>

@@ -1,6 +1,6 @@
-#include <pegasus/xml/ObjectEncoder.h>
+#include "xml/ObjectEncoder.h"
 
-#include <pegasus/xml/XmlText.h>
+#include "xml/XmlText.h"
 
 #include <array>
 #include <charconv>

@@ -1,8 +1,8 @@
-#include <pegasus/xml/Request.h>
+#include "xml/Request.h"
 
-#include <pegasus/xml/ObjectDecoder.h>
-#include <pegasus/xml/ObjectEncoder.h>
-#include <pegasus/xml/XmlText.h>
+#include "xml/ObjectDecoder.h"
+#include "xml/ObjectEncoder.h"
+#include "xml/XmlText.h"
 
 namespace Pegasus::xml {
 

@@ -1,7 +1,7 @@
-#include <pegasus/xml/Response.h>
+#include "xml/Response.h"
 
-#include <pegasus/xml/ObjectDecoder.h>
-#include <pegasus/xml/XmlText.h>
+#include "xml/ObjectDecoder.h"
+#include "xml/XmlText.h"
 
 namespace Pegasus::xml {
 

@@ -5,8 +5,8 @@
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/Exception.h>
-#include <pegasus/xml/CallKind.h>
-#include <pegasus/xml/XmlDocument.h>
+#include "xml/CallKind.h"
+#include "xml/XmlDocument.h"
 
 #include <memory>
 #include <string>

@@ -1,6 +1,6 @@
 // The part of the decoder that turns texts into typed values. Nothing here depends on the locale.
-#include <pegasus/xml/ObjectDecoder.h>
-#include <pegasus/xml/XmlText.h>
+#include "xml/ObjectDecoder.h"
+#include "xml/XmlText.h"
 
 #include <algorithm>
 #include <array>

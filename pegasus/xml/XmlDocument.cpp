@@ -1,7 +1,7 @@
-#include <pegasus/xml/XmlDocument.h>
+#include "xml/XmlDocument.h"
 
-#include <pegasus/xml/XmlScanner.h>
-#include <pegasus/xml/XmlText.h>
+#include "xml/XmlScanner.h"
+#include "xml/XmlText.h"
 
 #include <algorithm>
 #include <pugixml.hpp>

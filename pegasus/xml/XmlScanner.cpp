@@ -1,8 +1,8 @@
-#include <pegasus/xml/XmlScanner.h>
+#include "xml/XmlScanner.h"
 
 #include <Pegasus/Common/Exception.h>
-#include <pegasus/xml/XmlText.h>
 #include <utf8.h>
+#include "xml/XmlText.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include <pegasus/xml/XmlText.h>
+#include "xml/XmlText.h"
 
 #include <Pegasus/Common/Exception.h>
 

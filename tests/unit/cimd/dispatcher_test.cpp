@@ -1,6 +1,6 @@
-#include <cimd/operations/Dispatcher.h>
+#include "operations/Dispatcher.h"
 #include <gtest/gtest.h>
-#include <pegasus/xml/Response.h>
+#include "xml/Response.h"
 
 #include "support.h"
 

@@ -1,8 +1,8 @@
 #include <Pegasus/Common/Exception.h>
-#include <cimd/store/InstanceText.h>
-#include <cimd/store/Sqlite.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include "store/InstanceText.h"
+#include "store/Sqlite.h"
 
 #include <limits>
 

@@ -1,6 +1,6 @@
 // Instances and pragmas from MOF, and the texts and comments between.
-#include <cimd/mof/MofLoader.h>
 #include <gtest/gtest.h>
+#include "mof/MofLoader.h"
 
 #include "requests.h"
 

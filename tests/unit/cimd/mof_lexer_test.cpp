@@ -1,5 +1,5 @@
-#include <cimd/mof/MofLexer.h>
 #include <gtest/gtest.h>
+#include "mof/MofLexer.h"
 
 #include <vector>
 

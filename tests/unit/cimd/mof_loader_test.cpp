@@ -1,6 +1,6 @@
-#include <cimd/model/CimClass.h>
-#include <cimd/mof/MofLoader.h>
 #include <gtest/gtest.h>
+#include "model/CimClass.h"
+#include "mof/MofLoader.h"
 
 #include "support.h"
 

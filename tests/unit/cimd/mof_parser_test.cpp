@@ -1,5 +1,5 @@
-#include <cimd/mof/MofParser.h>
 #include <gtest/gtest.h>
+#include "mof/MofParser.h"
 
 namespace cimd::mof {
 namespace {

@@ -1,6 +1,6 @@
 // Qualifiers from MOF: how they are declared, used, and passed on to subclasses.
-#include <cimd/operations/SchemaEncoder.h>
 #include <gtest/gtest.h>
+#include "operations/SchemaEncoder.h"
 
 #include "support.h"
 

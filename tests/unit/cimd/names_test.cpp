@@ -1,4 +1,4 @@
-#include <cimd/model/Names.h>
+#include "model/Names.h"
 #include <gtest/gtest.h>
 
 namespace cimd {

@@ -1,4 +1,4 @@
-#include <cimd/service/Options.h>
+#include "service/Options.h"
 #include <gtest/gtest.h>
 
 namespace cimd {

@@ -1,7 +1,7 @@
 // Requests that were recorded before a real server get answers of the recorded meaning.
-#include <cimd/http/CimHandler.h>
 #include <gtest/gtest.h>
-#include <pegasus/xml/Response.h>
+#include "http/CimHandler.h"
+#include "xml/Response.h"
 
 #include <map>
 

@@ -1,5 +1,5 @@
-#include <cimd/model/InstanceKey.h>
 #include <gtest/gtest.h>
+#include "model/InstanceKey.h"
 
 #include "support.h"
 

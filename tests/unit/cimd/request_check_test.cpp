@@ -1,6 +1,6 @@
-#include <cimd/http/CimHandler.h>
-#include <cimd/http/RequestCheck.h>
 #include <gtest/gtest.h>
+#include "http/CimHandler.h"
+#include "http/RequestCheck.h"
 
 #include "support.h"
 

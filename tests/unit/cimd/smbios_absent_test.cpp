@@ -1,8 +1,8 @@
 // Hosts without SMBIOS tables: processors as the kernel sees them.
-#include <cimd/host/CpuInfo.h>
-#include <cimd/host/HostInstances.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include "host/CpuInfo.h"
+#include "host/HostInstances.h"
 
 #include "smbios_support.h"
 

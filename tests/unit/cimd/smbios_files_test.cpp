@@ -1,9 +1,9 @@
 // Bringing the bytes of tables and cpuinfo.
-#include <cimd/host/HostFiles.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include "host/HostFiles.h"
 
 #include <array>
 

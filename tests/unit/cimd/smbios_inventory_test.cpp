@@ -1,7 +1,7 @@
 // What the structures of a table mean.
-#include <cimd/host/Inventory.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include "host/Inventory.h"
 
 #include <set>
 

@@ -1,11 +1,11 @@
 // Tables that firmware made, against what an independent reader found in them; and the same tables
 // damaged in every place.
 #include <Pegasus/Common/CIMInstance.h>
-#include <cimd/host/HostInstances.h>
-#include <cimd/host/SmbiosTables.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <pegasus/xml/ObjectEncoder.h>
+#include "host/HostInstances.h"
+#include "host/SmbiosTables.h"
+#include "xml/ObjectEncoder.h"
 
 #include <boost/property_tree/json_parser.hpp>
 #include <random>

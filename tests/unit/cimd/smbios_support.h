@@ -1,8 +1,8 @@
 // SMBIOS tables made to measure.
 #pragma once
 
-#include <cimd/host/HostFiles.h>
-#include <cimd/host/Inventory.h>
+#include "host/HostFiles.h"
+#include "host/Inventory.h"
 
 #include <cstdint>
 #include <string>

@@ -1,12 +1,12 @@
 #include "store_support.h"
 
 #include <Pegasus/Common/Exception.h>
-#include <cimd/store/InstanceText.h>
-#include <cimd/store/Sqlite.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include "store/InstanceText.h"
+#include "store/Sqlite.h"
 
 #include <iostream>
 #include <string>

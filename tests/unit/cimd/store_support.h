@@ -2,9 +2,9 @@
 #pragma once
 
 #include <Pegasus/Common/CIMInstance.h>
-#include <cimd/model/InstanceKey.h>
-#include <cimd/store/InstanceDatabase.h>
-#include <cimd/store/StoreError.h>
+#include "model/InstanceKey.h"
+#include "store/InstanceDatabase.h"
+#include "store/StoreError.h"
 
 #include <filesystem>
 #include <functional>

@@ -1,8 +1,8 @@
 #include "support.h"
 
-#include <cimd/mof/MofLoader.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include "mof/MofLoader.h"
 
 #include <fstream>
 #include <iterator>

@@ -3,8 +3,8 @@
 
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObjectPath.h>
-#include <cimd/http/HttpMessage.h>
-#include <cimd/model/Repository.h>
+#include "http/HttpMessage.h"
+#include "model/Repository.h"
 
 #include <filesystem>
 #include <initializer_list>

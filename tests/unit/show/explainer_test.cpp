@@ -1,5 +1,5 @@
 // The judgement on each line of a file, on a machine whose answers are given.
-#include "show/Explainer.h"
+#include "Explainer.h"
 
 #include <gtest/gtest.h>
 

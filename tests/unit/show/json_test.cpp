@@ -1,5 +1,5 @@
 // JSON: commas, escapes, line ends.
-#include "show/Json.h"
+#include "Json.h"
 
 #include <gtest/gtest.h>
 

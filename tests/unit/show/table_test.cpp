@@ -1,5 +1,5 @@
 // A table: the widths of its columns.
-#include "show/Table.h"
+#include "Table.h"
 
 #include <gtest/gtest.h>
 

@@ -3,9 +3,9 @@
 #include "traffic.h"
 
 #include <gtest/gtest.h>
-#include <pegasus/xml/ObjectEncoder.h>
-#include <pegasus/xml/Request.h>
-#include <pegasus/xml/Response.h>
+#include "xml/ObjectEncoder.h"
+#include "xml/Request.h"
+#include "xml/Response.h"
 
 #include <ctime>
 #include <memory>

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
-#include <pegasus/xml/ObjectDecoder.h>
-#include <pegasus/xml/ObjectEncoder.h>
+#include "xml/ObjectDecoder.h"
+#include "xml/ObjectEncoder.h"
 
 namespace Pegasus::xml {
 namespace {

@@ -1,5 +1,5 @@
 #include <gtest/gtest.h>
-#include <pegasus/xml/ObjectEncoder.h>
+#include "xml/ObjectEncoder.h"
 
 #include <limits>
 

@@ -1,5 +1,5 @@
+#include "xml/Request.h"
 #include <gtest/gtest.h>
-#include <pegasus/xml/Request.h>
 
 namespace Pegasus::xml {
 namespace {

@@ -1,6 +1,6 @@
+#include "xml/Response.h"
 #include <gtest/gtest.h>
-#include <pegasus/xml/ObjectEncoder.h>
-#include <pegasus/xml/Response.h>
+#include "xml/ObjectEncoder.h"
 
 namespace Pegasus::xml {
 namespace {

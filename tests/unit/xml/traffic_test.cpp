@@ -2,8 +2,8 @@
 #include "traffic.h"
 
 #include <gtest/gtest.h>
-#include <pegasus/xml/Request.h>
-#include <pegasus/xml/Response.h>
+#include "xml/Request.h"
+#include "xml/Response.h"
 
 namespace Pegasus::xml {
 namespace {

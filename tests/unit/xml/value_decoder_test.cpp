@@ -1,6 +1,6 @@
 // Texts as typed values.
 #include <gtest/gtest.h>
-#include <pegasus/xml/ObjectDecoder.h>
+#include "xml/ObjectDecoder.h"
 
 #include <cmath>
 #include <limits>

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
-#include <pegasus/xml/XmlDocument.h>
-#include <pegasus/xml/XmlScanner.h>
+#include "xml/XmlDocument.h"
+#include "xml/XmlScanner.h"
 
 #include <string>
 #include <vector>

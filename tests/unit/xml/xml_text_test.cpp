@@ -1,6 +1,6 @@
 #include <Pegasus/Common/Exception.h>
 #include <gtest/gtest.h>
-#include <pegasus/xml/XmlText.h>
+#include "xml/XmlText.h"
 
 namespace Pegasus::xml {
 namespace {
