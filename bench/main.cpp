@@ -4,8 +4,8 @@
 #include <exception>
 #include <optional>
 
-#include "Process.h"
-#include "Series.h"
+#include "process.h"
+#include "series.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include "import/categories.h"
 #include "import/entry.h"
 #include "import/fru_file.h"
-#include "xml/ObjectEncoder.h"
-#include "xml/Request.h"
-#include "xml/Response.h"
+#include "xml/object_encoder.h"
+#include "xml/request.h"
+#include "xml/response.h"
 
 #include <sstream>
 #include <string>

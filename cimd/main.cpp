@@ -4,7 +4,7 @@
 #include <exception>
 #include <iostream>
 
-#include "service/Service.h"
+#include "service/service.h"
 
 int main(int argc, char** argv) {
   // A reader of standard error that has gone away must not end the server.

@@ -1,14 +1,14 @@
 // The body of an answer, read as each of the results that a client can ask for.
-#include "xml/Response.h"
+#include "xml/response.h"
 
 #include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "support/Check.h"
-#include "support/ResourceLimit.h"
-#include "support/RoundTrip.h"
+#include "support/check.h"
+#include "support/resource_limit.h"
+#include "support/round_trip.h"
 
 namespace {
 

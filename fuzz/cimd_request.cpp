@@ -4,12 +4,12 @@
 // rest arrives.
 #include <sys/socket.h>
 #include <unistd.h>
-#include "http/CimHandler.h"
-#include "http/HttpServer.h"
-#include "http/HttpSession.h"
-#include "model/Journal.h"
-#include "mof/MofLoader.h"
-#include "xml/Response.h"
+#include "http/cim_handler.h"
+#include "http/http_server.h"
+#include "http/http_session.h"
+#include "model/journal.h"
+#include "mof/mof_loader.h"
+#include "xml/response.h"
 
 #include <algorithm>
 #include <boost/asio/buffer.hpp>
@@ -20,9 +20,9 @@
 #include <memory>
 #include <string>
 
-#include "support/Check.h"
-#include "support/ResourceLimit.h"
-#include "support/RoundTrip.h"
+#include "support/check.h"
+#include "support/resource_limit.h"
+#include "support/round_trip.h"
 
 namespace {
 

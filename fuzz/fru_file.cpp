@@ -17,8 +17,8 @@
 #include "import/entry.h"
 #include "import/fru_file.h"
 #include "import/import.h"
-#include "support/Check.h"
-#include "support/ResourceLimit.h"
+#include "support/check.h"
+#include "support/resource_limit.h"
 
 namespace {
 

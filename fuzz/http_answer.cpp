@@ -17,9 +17,9 @@
 #include <string>
 #include <vector>
 
-#include "support/Check.h"
-#include "support/ResourceLimit.h"
-#include "support/RoundTrip.h"
+#include "support/check.h"
+#include "support/resource_limit.h"
+#include "support/round_trip.h"
 
 // NOLINTBEGIN(bugprone-reserved-identifier): the names are the linker's
 extern "C" {

@@ -1,11 +1,11 @@
 // MOF text into a repository. The input is one file, or with a separator a first file and one that
 // it can include by the name "other.mof"; no other file exists.
 #include <stdio.h>
-#include "model/Repository.h"
-#include "mof/MofLoader.h"
-#include "operations/SchemaOperations.h"
-#include "xml/Request.h"
-#include "xml/XmlDocument.h"
+#include "model/repository.h"
+#include "mof/mof_loader.h"
+#include "operations/schema_operations.h"
+#include "xml/request.h"
+#include "xml/xml_document.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -13,9 +13,9 @@
 #include <map>
 #include <string>
 
-#include "support/Check.h"
-#include "support/ResourceLimit.h"
-#include "support/RoundTrip.h"
+#include "support/check.h"
+#include "support/resource_limit.h"
+#include "support/round_trip.h"
 
 namespace {
 

@@ -2,18 +2,18 @@
 //
 // The first byte of the input has flags, the second the length of the entry point, which stands
 // behind it; then comes the table, and behind a separator cpuinfo.
-#include "host/HostInstances.h"
-#include "host/SmbiosTables.h"
-#include "model/Repository.h"
-#include "mof/MofLoader.h"
+#include "host/host_instances.h"
+#include "host/smbios_tables.h"
+#include "model/repository.h"
+#include "mof/mof_loader.h"
 
 #include <algorithm>
 #include <string>
 #include <vector>
 
-#include "support/Check.h"
-#include "support/ResourceLimit.h"
-#include "support/RoundTrip.h"
+#include "support/check.h"
+#include "support/resource_limit.h"
+#include "support/round_trip.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <exception>
 #include <iostream>
 
-#include "Show.h"
-#include "Text.h"
+#include "show.h"
+#include "text.h"
 
 using Pegasus::String;
 

@@ -1,7 +1,7 @@
 #include <Pegasus/Client/CIMClient.h>
-#include "client/HttpConnection.h"
-#include "xml/Request.h"
-#include "xml/Response.h"
+#include "client/http_connection.h"
+#include "xml/request.h"
+#include "xml/response.h"
 
 #include <functional>
 #include <optional>

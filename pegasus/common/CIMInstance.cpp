@@ -1,6 +1,6 @@
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/Exception.h>
-#include "common/NameCheck.h"
+#include "common/name_check.h"
 
 namespace Pegasus {
 

@@ -1,6 +1,6 @@
-#include "operations/Dispatcher.h"
+#include "operations/dispatcher.h"
 #include <gtest/gtest.h>
-#include "xml/Response.h"
+#include "xml/response.h"
 
 #include "support.h"
 

@@ -1,7 +1,7 @@
 // The HTTP transport over real connections, with a handler that only reports what it got.
+#include "http/http_server.h"
 #include <gtest/gtest.h>
 #include <sys/socket.h>
-#include "http/HttpServer.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>

@@ -1,8 +1,8 @@
 #include <Pegasus/Common/Exception.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include "store/InstanceText.h"
-#include "store/Sqlite.h"
+#include "store/instance_text.h"
+#include "store/sqlite.h"
 
 #include <limits>
 

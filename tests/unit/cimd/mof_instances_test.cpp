@@ -1,6 +1,6 @@
 // Instances and pragmas from MOF, and the texts and comments between.
 #include <gtest/gtest.h>
-#include "mof/MofLoader.h"
+#include "mof/mof_loader.h"
 
 #include "requests.h"
 

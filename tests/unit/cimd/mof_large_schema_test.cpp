@@ -1,6 +1,6 @@
 // Schemas as large as the DMTF's load in reasonable time and answer right.
 #include <gtest/gtest.h>
-#include "mof/MofLoader.h"
+#include "mof/mof_loader.h"
 
 #include <chrono>
 #include <cstdlib>

@@ -1,5 +1,5 @@
+#include "mof/mof_lexer.h"
 #include <gtest/gtest.h>
-#include "mof/MofLexer.h"
 
 #include <vector>
 

@@ -1,6 +1,6 @@
+#include "mof/mof_loader.h"
 #include <gtest/gtest.h>
-#include "model/CimClass.h"
-#include "mof/MofLoader.h"
+#include "model/cim_class.h"
 
 #include "support.h"
 

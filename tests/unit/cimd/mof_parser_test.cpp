@@ -1,5 +1,5 @@
+#include "mof/mof_parser.h"
 #include <gtest/gtest.h>
-#include "mof/MofParser.h"
 
 namespace cimd::mof {
 namespace {

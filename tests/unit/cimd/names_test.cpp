@@ -1,4 +1,4 @@
-#include "model/Names.h"
+#include "model/names.h"
 #include <gtest/gtest.h>
 
 namespace cimd {

@@ -1,4 +1,4 @@
-#include "service/Options.h"
+#include "service/options.h"
 #include <gtest/gtest.h>
 
 namespace cimd {

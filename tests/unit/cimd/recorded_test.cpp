@@ -1,7 +1,7 @@
 // Requests that were recorded before a real server get answers of the recorded meaning.
 #include <gtest/gtest.h>
-#include "http/CimHandler.h"
-#include "xml/Response.h"
+#include "http/cim_handler.h"
+#include "xml/response.h"
 
 #include <map>
 

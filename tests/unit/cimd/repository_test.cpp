@@ -1,5 +1,5 @@
 #include <gtest/gtest.h>
-#include "model/InstanceKey.h"
+#include "model/instance_key.h"
 
 #include "support.h"
 

@@ -1,6 +1,6 @@
+#include "http/request_check.h"
 #include <gtest/gtest.h>
-#include "http/CimHandler.h"
-#include "http/RequestCheck.h"
+#include "http/cim_handler.h"
 
 #include "support.h"
 

@@ -1,7 +1,7 @@
 // Requests as the XML that clients send, and answers as the XML that they get.
 #pragma once
 
-#include "operations/Dispatcher.h"
+#include "operations/dispatcher.h"
 
 #include <string>
 #include <utility>

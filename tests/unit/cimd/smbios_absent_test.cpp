@@ -1,8 +1,8 @@
 // Hosts without SMBIOS tables: processors as the kernel sees them.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include "host/CpuInfo.h"
-#include "host/HostInstances.h"
+#include "host/cpu_info.h"
+#include "host/host_instances.h"
 
 #include "smbios_support.h"
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include "host/HostFiles.h"
+#include "host/host_files.h"
 
 #include <array>
 

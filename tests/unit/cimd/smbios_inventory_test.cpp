@@ -1,7 +1,7 @@
 // What the structures of a table mean.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include "host/Inventory.h"
+#include "host/inventory.h"
 
 #include <set>
 

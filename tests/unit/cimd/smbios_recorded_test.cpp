@@ -3,9 +3,9 @@
 #include <Pegasus/Common/CIMInstance.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include "host/HostInstances.h"
-#include "host/SmbiosTables.h"
-#include "xml/ObjectEncoder.h"
+#include "host/host_instances.h"
+#include "host/smbios_tables.h"
+#include "xml/object_encoder.h"
 
 #include <boost/property_tree/json_parser.hpp>
 #include <random>

@@ -1,8 +1,8 @@
 // SMBIOS tables made to measure.
 #pragma once
 
-#include "host/HostFiles.h"
-#include "host/Inventory.h"
+#include "host/host_files.h"
+#include "host/inventory.h"
 
 #include <cstdint>
 #include <string>

@@ -1,6 +1,6 @@
 // Entry points and structures, good and damaged.
+#include "host/smbios_tables.h"
 #include <gtest/gtest.h>
-#include "host/SmbiosTables.h"
 
 #include "smbios_support.h"
 

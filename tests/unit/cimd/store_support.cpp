@@ -5,8 +5,8 @@
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include "store/InstanceText.h"
-#include "store/Sqlite.h"
+#include "store/instance_text.h"
+#include "store/sqlite.h"
 
 #include <iostream>
 #include <string>

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <Pegasus/Common/CIMInstance.h>
-#include "model/InstanceKey.h"
-#include "store/InstanceDatabase.h"
-#include "store/StoreError.h"
+#include "model/instance_key.h"
+#include "store/instance_database.h"
+#include "store/store_error.h"
 
 #include <filesystem>
 #include <functional>

@@ -3,8 +3,8 @@
 
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObjectPath.h>
-#include "http/HttpMessage.h"
-#include "model/Repository.h"
+#include "http/http_message.h"
+#include "model/repository.h"
 
 #include <filesystem>
 #include <initializer_list>

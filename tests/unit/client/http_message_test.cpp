@@ -1,7 +1,7 @@
 // The parser of answers without a socket: every split and every damage, and what it costs.
+#include "client/http_message.h"
 #include <Pegasus/Common/Exception.h>
 #include <gtest/gtest.h>
-#include "client/HttpMessage.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,7 +1,7 @@
 // When a connection is kept, dropped and opened again.
 #include <Pegasus/Client/CIMClient.h>
 #include <gtest/gtest.h>
-#include "client/HttpConnection.h"
+#include "client/http_connection.h"
 
 #include <future>
 #include <optional>

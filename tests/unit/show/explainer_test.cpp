@@ -1,5 +1,5 @@
 // The judgement on each line of a file, on a machine whose answers are given.
-#include "Explainer.h"
+#include "explainer.h"
 
 #include <gtest/gtest.h>
 

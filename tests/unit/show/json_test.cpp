@@ -1,5 +1,5 @@
 // JSON: commas, escapes, line ends.
-#include "Json.h"
+#include "json.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // A table: the widths of its columns.
-#include "Table.h"
+#include "table.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Text of others on a terminal: what is let through, how wide it is, where it is cut.
-#include "Text.h"
+#include "text.h"
 
 #include <gtest/gtest.h>
 

@@ -3,9 +3,9 @@
 #include "traffic.h"
 
 #include <gtest/gtest.h>
-#include "xml/ObjectEncoder.h"
-#include "xml/Request.h"
-#include "xml/Response.h"
+#include "xml/object_encoder.h"
+#include "xml/request.h"
+#include "xml/response.h"
 
 #include <ctime>
 #include <memory>

@@ -1,6 +1,6 @@
+#include "xml/object_decoder.h"
 #include <gtest/gtest.h>
-#include "xml/ObjectDecoder.h"
-#include "xml/ObjectEncoder.h"
+#include "xml/object_encoder.h"
 
 namespace Pegasus::xml {
 namespace {

@@ -1,5 +1,5 @@
+#include "xml/object_encoder.h"
 #include <gtest/gtest.h>
-#include "xml/ObjectEncoder.h"
 
 #include <limits>
 

@@ -1,4 +1,4 @@
-#include "xml/Request.h"
+#include "xml/request.h"
 #include <gtest/gtest.h>
 
 namespace Pegasus::xml {

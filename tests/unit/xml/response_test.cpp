@@ -1,6 +1,6 @@
-#include "xml/Response.h"
+#include "xml/response.h"
 #include <gtest/gtest.h>
-#include "xml/ObjectEncoder.h"
+#include "xml/object_encoder.h"
 
 namespace Pegasus::xml {
 namespace {

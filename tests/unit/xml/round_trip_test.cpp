@@ -1,8 +1,8 @@
 // What is written is read back as the same. Both halves are ours, so a misunderstanding could
 // cancel out here: the recorded traffic is the check against that.
 #include <gtest/gtest.h>
-#include "xml/ObjectDecoder.h"
-#include "xml/ObjectEncoder.h"
+#include "xml/object_decoder.h"
+#include "xml/object_encoder.h"
 
 #include <limits>
 #include <locale>

@@ -2,8 +2,8 @@
 #include "traffic.h"
 
 #include <gtest/gtest.h>
-#include "xml/Request.h"
-#include "xml/Response.h"
+#include "xml/request.h"
+#include "xml/response.h"
 
 namespace Pegasus::xml {
 namespace {

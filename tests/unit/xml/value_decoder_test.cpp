@@ -1,6 +1,6 @@
 // Texts as typed values.
 #include <gtest/gtest.h>
-#include "xml/ObjectDecoder.h"
+#include "xml/object_decoder.h"
 
 #include <cmath>
 #include <limits>

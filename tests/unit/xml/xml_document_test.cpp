@@ -1,6 +1,6 @@
+#include "xml/xml_document.h"
 #include <gtest/gtest.h>
-#include "xml/XmlDocument.h"
-#include "xml/XmlScanner.h"
+#include "xml/xml_scanner.h"
 
 #include <string>
 #include <vector>

@@ -1,6 +1,6 @@
+#include "xml/xml_text.h"
 #include <Pegasus/Common/Exception.h>
 #include <gtest/gtest.h>
-#include "xml/XmlText.h"
 
 namespace Pegasus::xml {
 namespace {

@@ -1,0 +1,106 @@
+#include "http/http_server.h"
+
+#include <boost/asio/socket_base.hpp>
+#include <new>
+
+#include "http/http_session.h"
+
+namespace cimd {
+
+namespace {
+
+namespace asio = boost::asio;
+
+// Between two attempts to accept while the system has no descriptors left.
+constexpr std::chrono::milliseconds acceptPause{100};
+
+}  // namespace
+
+HttpServer::HttpServer(asio::io_context& io, const asio::ip::tcp::endpoint& endpoint,
+                       RequestHandler& handler, HttpLimits limits)
+    : handler_(handler),
+      limits_(limits),
+      memory_(std::make_shared<MemoryBudget>(limits.heldBytes)),
+      acceptor_(io),
+      pause_(io) {
+  acceptor_.open(endpoint.protocol());
+  // A restarted server must not wait for the old one's connections to be forgotten.
+  acceptor_.set_option(asio::socket_base::reuse_address(true));
+  acceptor_.bind(endpoint);
+  acceptor_.listen(asio::socket_base::max_listen_connections);
+  accept();
+}
+
+HttpServer::~HttpServer() {
+  stop();
+}
+
+void HttpServer::stop() {
+  boost::system::error_code ignored;
+  acceptor_.close(ignored);
+  pause_.cancel();
+  while (dropOne()) {
+  }
+}
+
+void HttpServer::accept() {
+  acceptor_.async_accept([this](boost::system::error_code error, asio::ip::tcp::socket socket) {
+    if (error == asio::error::operation_aborted || !acceptor_.is_open()) {
+      return;
+    }
+    // The usual error is a lack of descriptors, and each connection has one.
+    if (!error || dropOne()) {
+      accept();
+      // Last, for there may be no memory for one more connection.
+      if (!error) {
+        start(std::move(socket));
+      }
+      return;
+    }
+    pause_.expires_after(acceptPause);
+    pause_.async_wait([this](boost::system::error_code waitError) {
+      if (!waitError) {
+        accept();
+      }
+    });
+  });
+}
+
+void HttpServer::start(asio::ip::tcp::socket socket) {
+  if (newcomers_.size() + served_.size() >= limits_.connections) {
+    dropOne();
+  }
+  const auto place = newcomers_.insert(newcomers_.end(), Entry());
+  HttpSession::Events events{.served =
+                                 [this, place] {
+                                   served_.splice(served_.end(), listOf(*place), place);
+                                   place->hasServed = true;
+                                 },
+                             .ended = [this, place] { listOf(*place).erase(place); }};
+  std::shared_ptr<HttpSession> session;
+  try {
+    session = std::make_shared<HttpSession>(std::move(socket), handler_, limits_, memory_,
+                                            std::move(events));
+  } catch (const std::bad_alloc&) {
+    newcomers_.erase(place);
+    throw;
+  }
+  place->session = session;
+  session->start();
+}
+
+bool HttpServer::dropOne() {
+  const bool areManyNew = newcomers_.size() > limits_.connections / 4;
+  Entries& entries = areManyNew || served_.empty() ? newcomers_ : served_;
+  if (entries.empty()) {
+    return false;
+  }
+  const auto session = entries.front().session.lock();
+  entries.pop_front();
+  if (session) {
+    session->close();
+  }
+  return true;
+}
+
+}  // namespace cimd

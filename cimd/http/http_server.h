@@ -1,0 +1,74 @@
+// Accepts connections and keeps the list of them. One thread: everything runs in the io_context.
+#pragma once
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <chrono>
+#include <list>
+#include <memory>
+
+#include "http/memory_budget.h"
+#include "http/request_handler.h"
+
+namespace cimd {
+
+class HttpSession;
+
+struct HttpLimits {
+  std::size_t headerBytes = 16384;
+  std::size_t bodyBytes = std::size_t{16} << 20U;
+  // When one more comes, another makes room for it: the oldest that has made no request, if these
+  // are more than a quarter, otherwise the one whose last request is longest ago. So silent
+  // connections, however many, do not push out clients at work, and the latter not a newcomer.
+  std::size_t connections = 256;
+  // Of requests that are being read and of answers that are being sent, all connections together.
+  // Whose request or answer does not fit any more gets a 503.
+  std::size_t heldBytes = std::size_t{512} << 20U;
+  // How long a connection may wait for its next request.
+  std::chrono::milliseconds idle{300'000};
+  // From the first byte of a request to its last, and the same for the answer: one deadline for the
+  // whole, which a client that sends a byte now and then does not prolong.
+  std::chrono::milliseconds exchange{30'000};
+};
+
+class HttpServer {
+ public:
+  // Listens from here on; throws boost::system::system_error when it cannot. `io` and `handler`
+  // must outlive the server. Connections are served while io.run() runs.
+  HttpServer(boost::asio::io_context& io, const boost::asio::ip::tcp::endpoint& endpoint,
+             RequestHandler& handler, HttpLimits limits = HttpLimits());
+  ~HttpServer();
+  HttpServer(const HttpServer&) = delete;
+  HttpServer& operator=(const HttpServer&) = delete;
+
+  // With the port that the system chose, where 0 was asked for.
+  boost::asio::ip::tcp::endpoint localEndpoint() const { return acceptor_.local_endpoint(); }
+  // Stops listening and closes all connections, so that io.run() returns.
+  void stop();
+
+ private:
+  struct Entry {
+    std::weak_ptr<HttpSession> session;
+    bool hasServed = false;
+  };
+  using Entries = std::list<Entry>;
+
+  void accept();
+  void start(boost::asio::ip::tcp::socket socket);
+  // False when there is no connection.
+  bool dropOne();
+  Entries& listOf(const Entry& entry) { return entry.hasServed ? served_ : newcomers_; }
+
+  RequestHandler& handler_;
+  HttpLimits limits_;
+  std::shared_ptr<MemoryBudget> memory_;
+  boost::asio::ip::tcp::acceptor acceptor_;
+  boost::asio::steady_timer pause_;
+  // Those without a completed request, the youngest at the end.
+  Entries newcomers_;
+  // Those that completed a request last are at the end.
+  Entries served_;
+};
+
+}  // namespace cimd

@@ -1,0 +1,231 @@
+#include "http/http_session.h"
+
+#include "xml/object_decoder.h"
+
+#include <algorithm>
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/beast/http/error.hpp>
+#include <boost/beast/http/read.hpp>
+#include <boost/beast/http/write.hpp>
+#include <exception>
+#include <string_view>
+
+namespace cimd {
+
+namespace {
+
+namespace asio = boost::asio;
+namespace http = boost::beast::http;
+
+constexpr std::size_t readSize = 65536;
+// For what a client still sends after an answer that ends the connection.
+constexpr std::chrono::seconds drainTime{2};
+
+}  // namespace
+
+HttpSession::HttpSession(asio::ip::tcp::socket socket, RequestHandler& handler,
+                         const HttpLimits& limits, std::shared_ptr<MemoryBudget> memory,
+                         Events events)
+    : stream_(std::move(socket)),
+      handler_(handler),
+      limits_(limits),
+      share_(std::move(memory)),
+      events_(std::move(events)),
+      buffer_(limits.headerBytes + readSize) {}
+
+HttpSession::~HttpSession() {
+  if (events_.ended) {
+    events_.ended();
+  }
+}
+
+void HttpSession::start() {
+  Error ignored;  // an answer that comes late is better than none
+  stream_.socket().set_option(asio::ip::tcp::no_delay(true), ignored);
+  waitForRequest();
+}
+
+void HttpSession::close() {
+  events_ = Events();
+  stream_.close();
+}
+
+void HttpSession::waitForRequest() {
+  parser_.emplace();
+  parser_->header_limit(static_cast<std::uint32_t>(limits_.headerBytes));
+  parser_->body_limit(limits_.bodyBytes);
+  skipEmptyLines();
+  if (buffer_.size() != 0) {
+    readHeader();
+    return;
+  }
+  stream_.expires_after(limits_.idle);
+  stream_.async_read_some(buffer_.prepare(limits_.headerBytes),
+                          [self = shared_from_this()](Error error, std::size_t count) {
+                            if (!error) {
+                              self->buffer_.commit(count);
+                              self->skipEmptyLines();
+                              self->buffer_.size() != 0 ? self->readHeader()
+                                                        : self->waitForRequest();
+                            }
+                          });
+}
+
+// RFC 9112, section 2.2: some clients send an empty line after a request's body.
+void HttpSession::skipEmptyLines() {
+  const auto* bytes = static_cast<const char*>(buffer_.cdata().data());
+  const std::string_view text(bytes, buffer_.size());
+  buffer_.consume(std::min(text.find_first_not_of("\r\n"), text.size()));
+}
+
+void HttpSession::readHeader() {
+  stream_.expires_after(limits_.exchange);
+  http::async_read_header(stream_, buffer_, *parser_,
+                          [self = shared_from_this()](Error error, std::size_t) {
+                            error ? self->refuseUnreadable(error) : self->headerRead();
+                          });
+}
+
+void HttpSession::headerRead() {
+  readHeaders();
+  if (auto refused = handler_.refuseEarly(request_)) {
+    refused->closes = true;
+    send(*std::move(refused));
+  } else if (awaitsContinue()) {
+    sendContinue();
+  } else {
+    readBody();
+  }
+}
+
+// A client of HTTP/1.0 would take the interim answer for the answer (RFC 9110, section 10.1.1).
+bool HttpSession::awaitsContinue() const {
+  return request_.header("Expect") != nullptr && request_.version >= 11 && buffer_.size() == 0 &&
+         !parser_->is_done();
+}
+
+void HttpSession::readHeaders() {
+  const auto& message = parser_->get();
+  request_ = HttpRequest();
+  request_.method = std::string(message.method_string());
+  request_.version = message.version();
+  for (const auto& field : message) {
+    request_.headers.emplace_back(field.name_string(), field.value());
+  }
+}
+
+void HttpSession::sendContinue() {
+  static constexpr std::string_view line = "HTTP/1.1 100 Continue\r\n\r\n";
+  asio::async_write(stream_, asio::buffer(line.data(), line.size()),
+                    [self = shared_from_this()](Error error, std::size_t) {
+                      if (!error) {
+                        self->readBody();
+                      }
+                    });
+}
+
+void HttpSession::readBody() {
+  if (!share_.resize(parser_->get().body().size())) {
+    refuseForMemory();
+  } else if (parser_->is_done()) {
+    bodyRead();
+  } else {
+    http::async_read_some(stream_, buffer_, *parser_,
+                          [self = shared_from_this()](Error error, std::size_t) {
+                            error ? self->refuseUnreadable(error) : self->readBody();
+                          });
+  }
+}
+
+void HttpSession::refuseForMemory() {
+  HttpAnswer answer = refusal(503);
+  answer.closes = true;
+  send(std::move(answer));
+}
+
+void HttpSession::bodyRead() {
+  request_.body = std::move(parser_->get().body());
+  HttpAnswer answer;
+  try {
+    answer = handler_.answer(request_);
+  } catch (const std::exception&) {
+    // Out of memory, most likely. The next request may be smaller.
+    answer = refusal(500);
+  }
+  request_ = HttpRequest();
+  if (!share_.resize(answer.body.size())) {
+    refuseForMemory();
+    return;
+  }
+  answer.closes = answer.closes || !parser_->keep_alive();
+  send(std::move(answer));
+}
+
+// Only bytes that are no HTTP are worth an answer; a connection that ended or timed out has nobody
+// to read it.
+void HttpSession::refuseUnreadable(Error error) {
+  if (error.category() != make_error_code(http::error::bad_method).category() ||
+      error == http::error::end_of_stream || error == http::error::partial_message) {
+    return;
+  }
+  unsigned status = 400;
+  if (error == http::error::body_limit) {
+    status = 413;
+  } else if (error == http::error::header_limit || error == http::error::buffer_overflow) {
+    status = 431;
+  }
+  HttpAnswer answer = refusal(status);
+  answer.closes = true;
+  send(std::move(answer));
+}
+
+void HttpSession::send(HttpAnswer answer) {
+  const unsigned version = parser_->get().version() == 10 ? 10 : 11;
+  response_ = {};
+  response_.version(version);
+  response_.result(answer.status);
+  response_.reason(answer.reason);
+  for (const auto& [name, value] : answer.headers) {
+    response_.insert(name, value);
+  }
+  response_.body() = std::move(answer.body);
+  response_.keep_alive(!answer.closes);
+  response_.prepare_payload();
+  stream_.expires_after(limits_.exchange);
+  http::async_write(stream_, response_,
+                    [self = shared_from_this()](Error error, std::size_t) { self->sent(error); });
+}
+
+void HttpSession::sent(Error error) {
+  if (error) {
+    return;
+  }
+  if (events_.served) {
+    events_.served();
+  }
+  const bool continues = response_.keep_alive();
+  response_ = {};
+  share_.resize(0);
+  if (continues) {
+    waitForRequest();
+    return;
+  }
+  // Closing while the client still sends would make its system throw the answer away.
+  Error ignored;
+  stream_.socket().shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
+  stream_.expires_after(drainTime);
+  drain();
+}
+
+void HttpSession::drain() {
+  buffer_.clear();
+  stream_.async_read_some(buffer_.prepare(readSize),
+                          [self = shared_from_this()](Error error, std::size_t) {
+                            if (!error) {
+                              self->drain();
+                            }
+                          });
+}
+
+}  // namespace cimd

@@ -1,0 +1,73 @@
+// One HTTP connection: requests in, answers out, one after the other, until either side ends it.
+#pragma once
+
+#include "common/growing_body.h"
+
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/core/tcp_stream.hpp>
+#include <boost/beast/http/message.hpp>
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/string_body.hpp>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "http/http_server.h"
+#include "http/request_handler.h"
+
+namespace cimd {
+
+// Keeps itself alive by the operation that it waits for.
+class HttpSession : public std::enable_shared_from_this<HttpSession> {
+ public:
+  struct Events {
+    // An answer has been sent.
+    std::function<void()> served;
+    // The connection is over. The last call.
+    std::function<void()> ended;
+  };
+
+  // `handler` must outlive the session.
+  HttpSession(boost::asio::ip::tcp::socket socket, RequestHandler& handler,
+              const HttpLimits& limits, std::shared_ptr<MemoryBudget> memory, Events events);
+  ~HttpSession();
+  HttpSession(const HttpSession&) = delete;
+  HttpSession& operator=(const HttpSession&) = delete;
+
+  void start();
+  // Closes the connection at once; no event is reported any more.
+  void close();
+
+ private:
+  using Error = boost::beast::error_code;
+  using Parser = boost::beast::http::request_parser<Pegasus::GrowingBody>;
+
+  void waitForRequest();
+  void readHeader();
+  void headerRead();
+  bool awaitsContinue() const;
+  void sendContinue();
+  void readBody();
+  void bodyRead();
+  void refuseForMemory();
+  void skipEmptyLines();
+  void refuseUnreadable(Error error);
+  void send(HttpAnswer answer);
+  void sent(Error error);
+  void drain();
+  void readHeaders();
+
+  boost::beast::tcp_stream stream_;
+  RequestHandler& handler_;
+  HttpLimits limits_;
+  MemoryShare share_;
+  Events events_;
+  boost::beast::flat_buffer buffer_;
+  // A parser reads one message only.
+  std::optional<Parser> parser_;
+  HttpRequest request_;
+  boost::beast::http::response<boost::beast::http::string_body> response_;
+};
+
+}  // namespace cimd

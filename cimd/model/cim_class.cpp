@@ -1,0 +1,177 @@
+#include "model/cim_class.h"
+
+#include "xml/object_decoder.h"
+
+#include <algorithm>
+
+#include "model/cim_errors.h"
+
+namespace cimd {
+
+namespace {
+
+using Pegasus::String;
+
+[[noreturn]] void refuse(const String& text) {
+  throwCimError(Pegasus::CIM_ERR_INVALID_PARAMETER, text);
+}
+
+// The qualifier names what the element overrides, perhaps with its class: "CIM_Base.Name". In CIM 2
+// that has the name of the element itself.
+void checkOverride(const Qualifiers& qualifiers, const String& name, bool isOverriding,
+                   const String& where) {
+  const Qualifier* found = findQualifier(qualifiers, "Override");
+  if (found == nullptr || found->value.isNull()) {
+    return;
+  }
+  const String overridden = found->value.toString();
+  const Pegasus::Uint32 point = overridden.reverseFind('.');
+  const String last =
+      point == Pegasus::PEG_NOT_FOUND ? overridden : overridden.subString(point + 1);
+  if (!String::equalNoCase(last, name)) {
+    refuse(where + " overrides " + overridden + ", which has another name");
+  }
+  if (!isOverriding) {
+    refuse(where + " overrides " + overridden + ", which no superclass has");
+  }
+}
+
+// Runs `add` for each; what is refused is refused with its position.
+template <typename Declarations, typename Add>
+void addEach(const Declarations& declarations, RefusedFeature::Kind kind, Add add) {
+  for (std::size_t position = 0; position < declarations.size(); ++position) {
+    try {
+      add(declarations[position]);
+    } catch (const Pegasus::CIMException& reason) {
+      throw RefusedFeature(reason, kind, position);
+    }
+  }
+}
+
+void inheritParameters(std::vector<MethodParameter>& own,
+                       const std::vector<MethodParameter>& inherited, const String& where) {
+  for (MethodParameter& parameter : own) {
+    for (const MethodParameter& other : inherited) {
+      if (String::equalNoCase(parameter.name, other.name)) {
+        inheritQualifiers(parameter.qualifiers, other.qualifiers,
+                          "parameter " + parameter.name + " of " + where);
+      }
+    }
+  }
+}
+
+}  // namespace
+
+CimClass::CimClass(const ClassDeclaration& declaration, CimClass* superclass)
+    : name_(declaration.name),
+      superclass_(superclass),
+      isAbstract_(declaration.isAbstract),
+      qualifiers_(declaration.qualifiers) {
+  if (superclass != nullptr) {
+    inherit(*superclass);
+  }
+  addEach(declaration.properties, RefusedFeature::PROPERTY,
+          [this](const PropertyDeclaration& property) { addDeclared(property); });
+  addEach(declaration.methods, RefusedFeature::METHOD,
+          [this](const MethodDeclaration& method) { addMethod(method); });
+  collectKeys();
+  // Last, for a class that is refused must not stay there.
+  if (superclass != nullptr) {
+    superclass->subclasses_.push_back(this);
+  }
+}
+
+bool CimClass::isBelow(const CimClass& other) const {
+  const CimClass* above = superclass_;
+  while (above != nullptr && above != &other) {
+    above = above->superclass_;
+  }
+  return above != nullptr;
+}
+
+void CimClass::inherit(const CimClass& superclass) {
+  properties_ = superclass.properties_;
+  positions_ = superclass.positions_;
+  methods_ = superclass.methods_;
+  inheritQualifiers(qualifiers_, superclass.qualifiers_, "class " + name_);
+}
+
+void CimClass::collectKeys() {
+  for (std::size_t position = 0; position < properties_.size(); ++position) {
+    if (properties_[position]->isKey) {
+      keys_.push_back(position);
+    }
+  }
+  if (keys_.size() > Pegasus::xml::maxKeyBindings) {
+    refuse("class " + name_ + " has more keys than clients read");
+  }
+}
+
+std::optional<std::size_t> CimClass::findProperty(const String& name) const {
+  const auto found = positions_.find(fold(name));
+  return found == positions_.end() ? std::nullopt : std::optional(found->second);
+}
+
+void CimClass::addDeclared(const PropertyDeclaration& declaration) {
+  const auto position = findProperty(declaration.name);
+  checkOverride(declaration.qualifiers, declaration.name, position.has_value(),
+                "property " + declaration.name + " of class " + name_);
+  position ? overrideProperty(*position, declaration) : addProperty(declaration);
+  const CimProperty& added = position ? *properties_[*position] : *properties_.back();
+  if (added.isKey && added.isArray) {
+    refuse("key property " + added.name + " of class " + name_ + " is an array");
+  }
+}
+
+void CimClass::addProperty(const PropertyDeclaration& declaration) {
+  if (properties_.size() >= Pegasus::xml::maxProperties) {
+    refuse("class " + name_ + " has more properties than clients read");
+  }
+  positions_.emplace(fold(declaration.name), properties_.size());
+  properties_.push_back(std::make_shared<const CimProperty>(CimProperty{declaration, this, this}));
+}
+
+void CimClass::overrideProperty(std::size_t position, const PropertyDeclaration& declaration) {
+  const CimProperty& inherited = *properties_[position];
+  const String where = "property " + declaration.name + " of class " + name_;
+  if (inherited.declaringClass == this) {
+    refuse(where + " is declared twice");
+  }
+  if (inherited.type != declaration.type || inherited.isArray != declaration.isArray) {
+    refuse(where + " has another type than in class " + inherited.declaringClass->name());
+  }
+  CimProperty property{declaration, this, inherited.originClass};
+  inheritQualifiers(property.qualifiers, inherited.qualifiers, where);
+  // A key stays one in every subclass: otherwise instances of the two could not be told apart.
+  property.isKey = property.isKey || inherited.isKey;
+  if (!declaration.hasDefault) {
+    property.defaultValue = inherited.defaultValue;
+  }
+  properties_[position] = std::make_shared<const CimProperty>(std::move(property));
+}
+
+void CimClass::addMethod(const MethodDeclaration& declaration) {
+  CimMethod method{declaration, this, this};
+  const String where = "method " + declaration.name + " of class " + name_;
+  const auto place = std::find_if(methods_.begin(), methods_.end(), [&](const auto& known) {
+    return String::equalNoCase(known->name, declaration.name);
+  });
+  checkOverride(declaration.qualifiers, declaration.name, place != methods_.end(), where);
+  if (place == methods_.end()) {
+    methods_.push_back(std::make_shared<const CimMethod>(std::move(method)));
+    return;
+  }
+  const CimMethod& inherited = **place;
+  if (inherited.declaringClass == this) {
+    refuse(where + " is declared twice");
+  }
+  if (inherited.returnType != declaration.returnType) {
+    refuse(where + " returns another type than in class " + inherited.declaringClass->name());
+  }
+  inheritQualifiers(method.qualifiers, inherited.qualifiers, where);
+  inheritParameters(method.parameters, inherited.parameters, where);
+  method.originClass = inherited.originClass;
+  *place = std::make_shared<const CimMethod>(std::move(method));
+}
+
+}  // namespace cimd

@@ -1,0 +1,214 @@
+#include "model/instance_key.h"
+
+#include "xml/object_decoder.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "model/cim_errors.h"
+#include "model/loopback_host.h"
+
+namespace cimd {
+
+namespace {
+
+using Pegasus::CIMKeyBinding;
+using Pegasus::CIMObjectPath;
+using Pegasus::CIMType;
+using Pegasus::CIMValue;
+using Pegasus::String;
+
+// Keys of references hold keys of references: a few lines of MOF can nest them so that the whole
+// would not fit in memory. Real names stay far below.
+constexpr std::size_t maxKeySize = 65536;
+
+// With its length before it, so that no two lists of parts give the same key.
+void appendPart(InstanceKey& key, std::u16string_view part) {
+  for (const char digit : std::to_string(part.size())) {
+    key += static_cast<char16_t>(digit);
+  }
+  key += u':';
+  key += part;
+  if (key.size() > maxKeySize) {
+    throwCimError(Pegasus::CIM_ERR_INVALID_PARAMETER, "the name of the instance is too long");
+  }
+}
+
+std::optional<String> canonical(CIMType type, const String& text) {
+  if (type == Pegasus::CIMTYPE_STRING) {
+    return text;
+  }
+  try {
+    return Pegasus::xml::parseScalar(type, text.toUtf8()).toString();
+  } catch (const Pegasus::Exception&) {
+    return std::nullopt;
+  }
+}
+
+// Of a key whose class is not looked up: the numeric types are tried from the exact to the inexact.
+String canonicalNumber(const String& text) {
+  for (const CIMType type :
+       {Pegasus::CIMTYPE_UINT64, Pegasus::CIMTYPE_SINT64, Pegasus::CIMTYPE_REAL64}) {
+    if (const auto value = canonical(type, text)) {
+      return *value;
+    }
+  }
+  return text;
+}
+
+// The host of the path, empty for this one.
+String foreignHost(const CIMObjectPath& path) {
+  return isLoopbackHost(path.getHost().toUtf8()) ? String::EMPTY : path.getHost();
+}
+
+String targetNameSpace(const CIMObjectPath& path, const String& from) {
+  const String& own = path.getNameSpace();
+  return trimNameSpace(own.size() == 0 ? from : own);
+}
+
+InstanceKey writtenKey(const CIMObjectPath& path, const String& nameSpace);
+
+// Of a key whose class is unknown here.
+InstanceKey writtenValue(const CIMKeyBinding& binding, const String& nameSpace) {
+  switch (binding.getType()) {
+    case CIMKeyBinding::REFERENCE:
+      return writtenKey(binding.getReference(), nameSpace);
+    case CIMKeyBinding::BOOLEAN:
+      return fold(binding.getValue());
+    case CIMKeyBinding::NUMERIC:
+      return InstanceKey(canonicalNumber(binding.getValue()).view());
+    case CIMKeyBinding::STRING:
+      break;
+  }
+  return InstanceKey(binding.getValue().view());
+}
+
+// References may point to other hosts, namespaces and classes, which are not here to ask, so their
+// keys are taken as the path marks them.
+InstanceKey writtenKey(const CIMObjectPath& path, const String& nameSpace) {
+  const String target = targetNameSpace(path, nameSpace);
+  std::vector<InstanceKey> parts;
+  for (const CIMKeyBinding& binding : path.getKeyBindings()) {
+    InstanceKey part;
+    appendPart(part, fold(binding.getName()));
+    appendPart(part, writtenValue(binding, target));
+    parts.push_back(std::move(part));
+  }
+  std::sort(parts.begin(), parts.end());
+  InstanceKey key;
+  appendPart(key, fold(foreignHost(path)));
+  appendPart(key, fold(target));
+  appendPart(key, fold(path.getClassName()));
+  for (const InstanceKey& part : parts) {
+    appendPart(key, part);
+  }
+  return key;
+}
+
+InstanceKey referenceKey(const CIMObjectPath& path, const KeyScope& scope) {
+  const CimClass* cls = localClass(path, scope);
+  const auto key = cls != nullptr ? instanceKey(*cls, path, scope) : std::nullopt;
+  return key ? *key : writtenKey(path, scope.nameSpace);
+}
+
+std::optional<InstanceKey> keyValue(const CimProperty& property, const CIMKeyBinding& binding,
+                                    const KeyScope& scope) {
+  const bool isReference = binding.getType() == CIMKeyBinding::REFERENCE;
+  if (isReference != (property.type == Pegasus::CIMTYPE_REFERENCE)) {
+    return std::nullopt;
+  }
+  if (isReference) {
+    return referenceKey(binding.getReference(), scope);
+  }
+  const auto value = canonical(property.type, binding.getValue());
+  return value ? std::optional(InstanceKey(value->view())) : std::nullopt;
+}
+
+const CIMKeyBinding* findBinding(const CIMObjectPath& path, const String& name) {
+  const auto& bindings = path.getKeyBindings();
+  if (bindings.size() == 1 && bindings[0].getName().size() == 0) {
+    return &bindings[0];
+  }
+  for (const CIMKeyBinding& binding : bindings) {
+    if (String::equalNoCase(binding.getName(), name)) {
+      return &binding;
+    }
+  }
+  return nullptr;
+}
+
+CIMKeyBinding keyBinding(const String& name, const CIMValue& value) {
+  switch (value.getType()) {
+    case Pegasus::CIMTYPE_BOOLEAN:
+      return {name, value.toString(), CIMKeyBinding::BOOLEAN};
+    case Pegasus::CIMTYPE_STRING:
+    case Pegasus::CIMTYPE_CHAR16:
+    case Pegasus::CIMTYPE_DATETIME:
+      return {name, value.toString(), CIMKeyBinding::STRING};
+    case Pegasus::CIMTYPE_REFERENCE: {
+      CIMObjectPath target;
+      value.get(target);
+      return {name, target};
+    }
+    default:
+      return {name, value.toString(), CIMKeyBinding::NUMERIC};
+  }
+}
+
+}  // namespace
+
+const CimClass* localClass(const CIMObjectPath& path, const KeyScope& scope) {
+  const bool isLocal = foreignHost(path).size() == 0 &&
+                       fold(targetNameSpace(path, scope.nameSpace)) == fold(scope.nameSpace);
+  return isLocal ? scope.schema.find(path.getClassName()) : nullptr;
+}
+
+std::optional<InstanceKey> instanceKey(const CimClass& cls, const CIMObjectPath& path,
+                                       const KeyScope& scope) {
+  if (path.getKeyBindings().size() != cls.keys().size()) {
+    return std::nullopt;
+  }
+  InstanceKey key;
+  appendPart(key, fold(cls.name()));
+  for (const std::size_t position : cls.keys()) {
+    const CimProperty& property = cls.property(position);
+    const CIMKeyBinding* binding = findBinding(path, property.name);
+    const auto value = binding ? keyValue(property, *binding, scope) : std::nullopt;
+    if (!value) {
+      return std::nullopt;
+    }
+    appendPart(key, *value);
+  }
+  return key;
+}
+
+bool isSameKey(const CimProperty& property, const CIMValue& a, const CIMValue& b,
+               const KeyScope& scope) {
+  return a == b || (!a.isNull() && !b.isNull() &&
+                    keyValue(property, keyBinding(property.name, a), scope) ==
+                        keyValue(property, keyBinding(property.name, b), scope));
+}
+
+CIMObjectPath instancePath(const CimClass& cls, const Pegasus::CIMInstance& instance) {
+  Pegasus::Array<CIMKeyBinding> bindings;
+  for (const std::size_t position : cls.keys()) {
+    const auto& property = instance.getProperty(static_cast<Pegasus::Uint32>(position));
+    if (property.getValue().isNull()) {
+      throwCimError(
+          Pegasus::CIM_ERR_INVALID_PARAMETER,
+          "key property " + property.getName() + " of class " + cls.name() + " has no value");
+    }
+    bindings.append(keyBinding(property.getName(), property.getValue()));
+  }
+  return {String::EMPTY, String::EMPTY, cls.name(), bindings};
+}
+
+String describePath(const CIMObjectPath& path) {
+  try {
+    return path.toString();
+  } catch (const Pegasus::InvalidValueException&) {
+    return path.getClassName();
+  }
+}
+
+}  // namespace cimd

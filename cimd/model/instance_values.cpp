@@ -1,0 +1,145 @@
+#include "model/instance_values.h"
+
+#include <variant>
+
+#include "model/cim_errors.h"
+#include "model/instance_key.h"
+
+namespace cimd {
+
+namespace {
+
+using Pegasus::CIM_ERR_INVALID_PARAMETER;
+using Pegasus::CIMInstance;
+using Pegasus::CIMValue;
+using Pegasus::String;
+
+std::string typeName(Pegasus::CIMType type, bool isArray) {
+  return std::string(Pegasus::cimTypeToString(type)) + (isArray ? "[]" : "");
+}
+
+// Of an array.
+std::size_t elementCount(const CIMValue& value) {
+  return std::visit(
+      [](const auto& data) -> std::size_t {
+        if constexpr (requires { data.size(); }) {
+          return data.size();
+        } else {
+          return 1;
+        }
+      },
+      value.data());
+}
+
+// A reference to another host or namespace may be of any class: nobody here knows those.
+void checkReference(const CimProperty& property, const CIMValue& value, const KeyScope& scope) {
+  Pegasus::CIMObjectPath path;
+  value.get(path);
+  const CimClass* target = localClass(path, scope);
+  const CimClass* expected = scope.schema.find(property.referenceClass);
+  if (target != nullptr && expected != nullptr && target != expected &&
+      !target->isBelow(*expected)) {
+    throwCimError(CIM_ERR_INVALID_PARAMETER,
+                  "property " + property.name + " refers to an instance of class " +
+                      target->name() + " instead of " + expected->name());
+  }
+}
+
+void checkValue(const CimProperty& property, const CIMValue& value, const KeyScope& scope) {
+  const String name = "property " + property.name;
+  if (value.getType() != property.type || value.isArray() != property.isArray) {
+    const std::string types = " is " + typeName(value.getType(), value.isArray()) + " instead of " +
+                              typeName(property.type, property.isArray);
+    throwCimError(CIM_ERR_INVALID_PARAMETER, name + String(std::string_view(types)));
+  }
+  if (property.arraySize != 0 && !value.isNull() && elementCount(value) > property.arraySize) {
+    throwCimError(CIM_ERR_INVALID_PARAMETER, name + " has more elements than its fixed size");
+  }
+  if (property.type == Pegasus::CIMTYPE_REFERENCE && !value.isNull()) {
+    checkReference(property, value, scope);
+  }
+}
+
+[[noreturn]] void throwNoProperty(const CimClass& cls, const String& name,
+                                  Pegasus::CIMStatusCode code) {
+  throwCimError(code, "class " + cls.name() + " has no property " + name);
+}
+
+// The given values at the positions of their properties in the class.
+// `unknown` is the error for a property that the class does not have.
+std::vector<const CIMValue*> placeValues(const CimClass& cls, const CIMInstance& given,
+                                         Pegasus::CIMStatusCode unknown, const KeyScope& scope) {
+  std::vector<const CIMValue*> values(cls.propertyCount(), nullptr);
+  for (Pegasus::Uint32 i = 0; i < given.getPropertyCount(); ++i) {
+    const Pegasus::CIMProperty& property = given.getProperty(i);
+    const auto position = cls.findProperty(property.getName());
+    if (!position) {
+      throwNoProperty(cls, property.getName(), unknown);
+    }
+    checkValue(cls.property(*position), property.getValue(), scope);
+    values[*position] = &property.getValue();
+  }
+  return values;
+}
+
+// Of the values those that the list names, and defaults for what is named without a value. A key
+// without value stays what it is.
+std::vector<const CIMValue*> listedValues(const CimClass& cls,
+                                          const std::vector<const CIMValue*>& values,
+                                          const Pegasus::CIMPropertyList& list) {
+  std::vector<const CIMValue*> listed(values.size(), nullptr);
+  for (Pegasus::Uint32 i = 0; i < list.size(); ++i) {
+    const auto position = cls.findProperty(list[i]);
+    if (!position) {
+      throwNoProperty(cls, list[i], Pegasus::CIM_ERR_NO_SUCH_PROPERTY);
+    }
+    const CimProperty& property = cls.property(*position);
+    const CIMValue* value = values[*position];
+    listed[*position] = value != nullptr || property.isKey ? value : &property.defaultValue;
+  }
+  return listed;
+}
+
+}  // namespace
+
+CIMInstance completeInstance(const CimClass& cls, const CIMInstance& given, const KeyScope& scope) {
+  if (cls.isAbstract()) {
+    throwCimError(Pegasus::CIM_ERR_NOT_SUPPORTED, "class " + cls.name() + " is abstract");
+  }
+  const auto values = placeValues(cls, given, CIM_ERR_INVALID_PARAMETER, scope);
+  CIMInstance complete(cls.name());
+  for (std::size_t i = 0; i < cls.propertyCount(); ++i) {
+    const CimProperty& property = cls.property(i);
+    const CIMValue& value = values[i] != nullptr ? *values[i] : property.defaultValue;
+    complete.addProperty(Pegasus::CIMProperty(property.name, value, property.arraySize,
+                                              property.referenceClass, String::EMPTY,
+                                              cls.isPropagated(property)));
+  }
+  complete.setPath(instancePath(cls, complete));
+  return complete;
+}
+
+CIMInstance changedInstance(const CimClass& cls, const CIMInstance& current,
+                            const CIMInstance& given, const Pegasus::CIMPropertyList& list,
+                            const KeyScope& scope) {
+  auto values = placeValues(cls, given, Pegasus::CIM_ERR_NO_SUCH_PROPERTY, scope);
+  if (!list.isNull()) {
+    values = listedValues(cls, values, list);
+  }
+  CIMInstance changed = current;
+  for (std::size_t i = 0; i < cls.propertyCount(); ++i) {
+    if (values[i] == nullptr) {
+      continue;
+    }
+    auto& property = changed.getProperty(static_cast<Pegasus::Uint32>(i));
+    if (!cls.property(i).isKey) {
+      property.setValue(*values[i]);
+    } else if (!isSameKey(cls.property(i), property.getValue(), *values[i], scope)) {
+      throwCimError(CIM_ERR_INVALID_PARAMETER,
+                    "key property " + property.getName() + " cannot be changed");
+    }
+  }
+  return changed;
+}
+
+}  // namespace cimd

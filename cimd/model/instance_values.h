@@ -1,0 +1,29 @@
+// Instances as clients and MOF files give them, checked against their class and completed.
+#pragma once
+
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/CIMPropertyList.h>
+
+#include "model/instance_key.h"
+
+namespace cimd {
+
+// The instance with every property of the class, in the class's order and spelling, and its name
+// (class and keys) as path. What is not given has the class's default value, or is null. Throws
+// CIMException: NOT_SUPPORTED when the class is abstract; INVALID_PARAMETER for a property that the
+// class does not have, that is given twice, of another type, longer than its fixed array size or a
+// reference to an instance of a class that it may not point to, and for a key without value.
+// (DSP0200 knows no type mismatch for CreateInstance.)
+Pegasus::CIMInstance completeInstance(const CimClass& cls, const Pegasus::CIMInstance& given,
+                                      const KeyScope& scope);
+
+// `current`, which is complete, with the values of `given`: all of them, or those that the list
+// names if it is not null. What the list names and `given` does not have gets the class's default.
+// Throws CIMException: NO_SUCH_PROPERTY for a property that the class does not have,
+// INVALID_PARAMETER for a value that completeInstance() would refuse and for a key that would
+// change.
+Pegasus::CIMInstance changedInstance(const CimClass& cls, const Pegasus::CIMInstance& current,
+                                     const Pegasus::CIMInstance& given,
+                                     const Pegasus::CIMPropertyList& list, const KeyScope& scope);
+
+}  // namespace cimd

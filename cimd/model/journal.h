@@ -1,0 +1,25 @@
+// What the model tells of each change to its instances before it makes the change itself.
+#pragma once
+
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/String.h>
+
+#include "model/instance_key.h"
+
+namespace cimd {
+
+// Both functions return only when the change is durable. When they cannot make it so, they throw
+// CIMException (FAILED) and have changed nothing. A later try may succeed. One thread at a time.
+class Journal {
+ public:
+  virtual ~Journal() = default;
+
+  // The instance has been created under this key, or replaces the one that was there. A replacement
+  // keeps the place of the first in the order of creation.
+  virtual void put(const Pegasus::String& nameSpace, const InstanceKey& key,
+                   const Pegasus::CIMInstance& instance) = 0;
+  // The instance is gone. One that is not in the journal is no error.
+  virtual void remove(const Pegasus::String& nameSpace, const InstanceKey& key) = 0;
+};
+
+}  // namespace cimd

@@ -1,0 +1,116 @@
+#include "model/name_space.h"
+
+#include "model/cim_errors.h"
+#include "model/instance_values.h"
+
+namespace cimd {
+
+using Pegasus::CIMInstance;
+using Pegasus::CIMObjectPath;
+using Pegasus::CIMPropertyList;
+using Pegasus::String;
+
+namespace {
+
+[[noreturn]] void throwNotFound(CIMObjectPath path) {
+  path.setHost(String::EMPTY);
+  path.setNameSpace(String::EMPTY);
+  throwCimError(Pegasus::CIM_ERR_NOT_FOUND, describePath(path));
+}
+
+}  // namespace
+
+const CimClass& NameSpace::classNamed(const String& name) const {
+  const CimClass* cls = schema_.find(name);
+  if (cls == nullptr) {
+    throwCimError(Pegasus::CIM_ERR_INVALID_CLASS, name);
+  }
+  return *cls;
+}
+
+InstanceKey NameSpace::keyOf(const CIMObjectPath& path) const {
+  const CimClass& cls = classNamed(path.getClassName());
+  auto key = instanceKey(cls, path, keyScope());
+  if (!key) {
+    throwNotFound(path);
+  }
+  return *std::move(key);
+}
+
+CIMObjectPath NameSpace::createInstance(const CIMInstance& given, Origin origin) {
+  const CimClass& cls = classNamed(given.getClassName());
+  StoredInstance created(completeInstance(cls, given, keyScope()), origin != Origin::DECLARED);
+  CIMObjectPath path = created.instance.getPath();
+  InstanceKey key = keyOf(path);
+  if (instances_.find(key) != nullptr) {
+    throwCimError(Pegasus::CIM_ERR_ALREADY_EXISTS, describePath(path));
+  }
+  if (journal_ != nullptr && origin == Origin::PUBLISHED) {
+    journal_->put(name_, key, created.instance);
+  }
+  instances_.add(cls, std::move(key), std::move(created));
+  return path;
+}
+
+void NameSpace::restoreInstance(const CIMInstance& given, const InstanceKey& key) {
+  const CimClass& cls = classNamed(given.getClassName());
+  const CIMObjectPath path = completeInstance(cls, given, keyScope()).getPath();
+  if (keyOf(path) != key) {
+    throwCimError(Pegasus::CIM_ERR_FAILED, "its class has other keys by now");
+  }
+  createInstance(given, Origin::RESTORED);
+}
+
+void NameSpace::modifyInstance(const CIMInstance& given, const CIMPropertyList& list) {
+  const InstanceKey key = keyOf(given.getPath());
+  const StoredInstance* stored = instances_.find(key);
+  if (stored == nullptr) {
+    throwNotFound(given.getPath());
+  }
+  const CimClass& cls = classNamed(stored->instance.getClassName());
+  StoredInstance changed(changedInstance(cls, stored->instance, given, list, keyScope()),
+                         stored->isPublished);
+  if (journal_ != nullptr && changed.isPublished) {
+    journal_->put(name_, key, changed.instance);
+  }
+  instances_.replace(key, std::move(changed));
+}
+
+void NameSpace::deleteInstance(const CIMObjectPath& path) {
+  const InstanceKey key = keyOf(path);
+  const StoredInstance* stored = instances_.find(key);
+  if (stored == nullptr) {
+    throwNotFound(path);
+  }
+  // Of a declared instance, too: a published one of the same name may stand behind it, and must not
+  // come back when the declaration is gone.
+  if (journal_ != nullptr) {
+    journal_->remove(name_, key);
+  }
+  instances_.remove(key);
+}
+
+const StoredInstance& NameSpace::instance(const CIMObjectPath& path) const {
+  const StoredInstance* found = instances_.find(keyOf(path));
+  if (found == nullptr) {
+    throwNotFound(path);
+  }
+  return *found;
+}
+
+std::vector<const StoredInstance*> NameSpace::instances(const CimClass& cls) const {
+  return instances_.list(Schema::withSubclasses(cls));
+}
+
+std::vector<const StoredInstance*> NameSpace::published() const {
+  std::vector<const CimClass*> classes;
+  for (const CimClass* top : schema_.topClasses()) {
+    const auto below = Schema::withSubclasses(*top);
+    classes.insert(classes.end(), below.begin(), below.end());
+  }
+  auto all = instances_.list(classes);
+  std::erase_if(all, [](const StoredInstance* stored) { return !stored->isPublished; });
+  return all;
+}
+
+}  // namespace cimd

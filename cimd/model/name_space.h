@@ -1,0 +1,75 @@
+// One namespace: its schema and instances, and the operations on them with their CIM errors.
+#pragma once
+
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/CIMObjectPath.h>
+#include <Pegasus/Common/CIMPropertyList.h>
+
+#include <vector>
+
+#include "model/instance_store.h"
+#include "model/journal.h"
+#include "model/schema.h"
+
+namespace cimd {
+
+// Where an instance comes from.
+enum class Origin {
+  // The server's configuration: MOF files, the host's own inventory. Changes that clients make to
+  // it last until the configuration is read again.
+  DECLARED,
+  // A client, now: it is written to the journal first.
+  PUBLISHED,
+  // A client, earlier: the journal knows it.
+  RESTORED
+};
+
+class NameSpace {
+ public:
+  explicit NameSpace(Pegasus::String name) : name_(std::move(name)) {}
+
+  // As it was spelled first, without slashes at the ends.
+  const Pegasus::String& name() const { return name_; }
+  Schema& schema() { return schema_; }
+  const Schema& schema() const { return schema_; }
+  KeyScope keyScope() const { return {name_, schema_}; }
+  // Throws CIMException (INVALID_CLASS) when there is none.
+  const CimClass& classNamed(const Pegasus::String& name) const;
+
+  // From here on changes by clients go to the journal, which must outlive the namespace. Null ends
+  // that.
+  void setJournal(Journal* journal) { journal_ = journal; }
+
+  // Stores the instance, completed by completeInstance(), and returns its name. Throws
+  // CIMException: INVALID_CLASS, ALREADY_EXISTS, what completeInstance() throws, and what the
+  // journal throws.
+  Pegasus::CIMObjectPath createInstance(const Pegasus::CIMInstance& given, Origin origin);
+  // The same for an instance that the journal has under this key. Throws CIMException (FAILED) as
+  // well when the class gives it another key by now.
+  void restoreInstance(const Pegasus::CIMInstance& given, const InstanceKey& key);
+  // Changes the instance that the path of `given` names: of the properties in `given`, or of those
+  // in the list if it is not null; one that is in the list only gets the default of the class.
+  // Throws CIMException: INVALID_CLASS, NOT_FOUND, NO_SUCH_PROPERTY, INVALID_PARAMETER (a key would
+  // change, a value is of another type), and what the journal throws.
+  void modifyInstance(const Pegasus::CIMInstance& given, const Pegasus::CIMPropertyList& list);
+  // Throws CIMException: INVALID_CLASS, NOT_FOUND, and what the journal throws.
+  void deleteInstance(const Pegasus::CIMObjectPath& path);
+  // Throws CIMException: INVALID_CLASS, NOT_FOUND. The reference lives until the instance is
+  // changed or deleted.
+  const StoredInstance& instance(const Pegasus::CIMObjectPath& path) const;
+  // Those of the class and of its subclasses, in order of creation.
+  std::vector<const StoredInstance*> instances(const CimClass& cls) const;
+  // All that clients published, in order of creation.
+  std::vector<const StoredInstance*> published() const;
+  std::size_t instanceCount() const { return instances_.size(); }
+
+ private:
+  InstanceKey keyOf(const Pegasus::CIMObjectPath& path) const;
+
+  Pegasus::String name_;
+  Schema schema_;
+  InstanceStore instances_;
+  Journal* journal_ = nullptr;
+};
+
+}  // namespace cimd

@@ -1,0 +1,66 @@
+#include "model/repository.h"
+
+#include "model/cim_errors.h"
+#include "model/instance_key.h"
+
+namespace cimd {
+
+using Pegasus::String;
+
+const char* const defaultNameSpace = "root/kvasd";
+
+Repository::Repository() {
+  addNameSpace(defaultNameSpace);
+}
+
+NameSpace& Repository::nameSpace(const String& name) {
+  const auto found = nameSpaces_.find(fold(trimNameSpace(name)));
+  if (found == nameSpaces_.end()) {
+    throwCimError(Pegasus::CIM_ERR_INVALID_NAMESPACE, name);
+  }
+  return *found->second;
+}
+
+NameSpace& Repository::addNameSpace(const String& name) {
+  const String trimmed = trimNameSpace(name);
+  auto& place = nameSpaces_[fold(trimmed)];
+  if (!place) {
+    place = std::make_unique<NameSpace>(trimmed);
+  }
+  return *place;
+}
+
+void Repository::setJournal(Journal* journal) {
+  for (const auto& [name, nameSpace] : nameSpaces_) {
+    nameSpace->setJournal(journal);
+  }
+}
+
+std::vector<std::string> Repository::adoptPublished(const Repository& other) {
+  std::vector<std::string> lost;
+  for (const auto& [name, from] : other.nameSpaces_) {
+    for (const StoredInstance* stored : from->published()) {
+      try {
+        nameSpace(from->name()).createInstance(stored->instance, Origin::RESTORED);
+      } catch (const Pegasus::CIMException& error) {
+        lost.push_back(describePath(stored->instance.getPath()).toUtf8() +
+                       " is lost: " + error.getDescription().toUtf8());
+      }
+    }
+  }
+  return lost;
+}
+
+Repository::Counts Repository::counts() const {
+  Counts counts;
+  counts.nameSpaces = nameSpaces_.size();
+  for (const auto& [name, nameSpace] : nameSpaces_) {
+    counts.classes += nameSpace->schema().size();
+    const std::size_t published = nameSpace->published().size();
+    counts.published += published;
+    counts.declared += nameSpace->instanceCount() - published;
+  }
+  return counts;
+}
+
+}  // namespace cimd

@@ -1,0 +1,45 @@
+// The classes and qualifier declarations of one namespace.
+#pragma once
+
+#include <Pegasus/Common/String.h>
+
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+#include "model/cim_class.h"
+
+namespace cimd {
+
+class Schema {
+ public:
+  // Throws CIMException: ALREADY_EXISTS for a name in use, INVALID_SUPERCLASS when the superclass
+  // is not defined, and what CimClass throws.
+  const CimClass& define(const ClassDeclaration& declaration);
+
+  // Null when there is none of this name, letter case ignored. Classes live as long as the schema.
+  const CimClass* find(const Pegasus::String& name) const;
+
+  // Of the classes.
+  std::size_t size() const { return classes_.size(); }
+  // Those without superclass, in the order of their definition.
+  const std::vector<const CimClass*>& topClasses() const { return topClasses_; }
+
+  // Takes the place of an earlier one of this name, letter case ignored.
+  void declareQualifier(QualifierDeclaration declaration);
+  // Null when there is none of this name, letter case ignored.
+  const QualifierDeclaration* findQualifier(const Pegasus::String& name) const;
+  // All, in the order of their first declaration.
+  const std::vector<QualifierDeclaration>& qualifiers() const { return qualifiers_; }
+
+  // The class and all below it.
+  static std::vector<const CimClass*> withSubclasses(const CimClass& top);
+
+ private:
+  std::unordered_map<FoldedName, std::unique_ptr<CimClass>> classes_;
+  std::vector<const CimClass*> topClasses_;
+  std::vector<QualifierDeclaration> qualifiers_;
+  std::unordered_map<FoldedName, std::size_t> qualifierPositions_;
+};
+
+}  // namespace cimd

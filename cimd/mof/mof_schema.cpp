@@ -1,0 +1,247 @@
+#include "mof/mof_schema.h"
+
+#include <map>
+
+#include "mof/mof_qualifiers.h"
+#include "mof/mof_values.h"
+
+namespace cimd::mof {
+
+namespace {
+
+using Pegasus::CIMObjectPath;
+using Pegasus::String;
+
+// Declarations of one namespace, typed and with their qualifiers looked up in its schema.
+class ClassBuilder {
+ public:
+  explicit ClassBuilder(const Schema& schema) : schema_(schema) {}
+
+  ClassDeclaration build(const Class& cls) const {
+    ClassDeclaration declaration;
+    declaration.name = cls.name;
+    declaration.superclass = cls.superclass;
+    declaration.qualifiers = resolveQualifiers(cls.qualifiers, classScope(cls), schema_);
+    declaration.isAbstract = isSet(declaration.qualifiers, "Abstract");
+    for (const Property& property : cls.properties) {
+      declaration.properties.push_back(build(property));
+    }
+    for (const Method& method : cls.methods) {
+      declaration.methods.push_back(build(method));
+    }
+    return declaration;
+  }
+
+ private:
+  // Associations and indications are classes, so what may stand at a class may stand there.
+  // A subclass need not say again what it is.
+  unsigned classScope(const Class& cls) const {
+    unsigned scope = SCOPE_CLASS;
+    for (const Qualifier& qualifier : cls.qualifiers) {
+      scope |= scopeFrom(qualifier.name);
+    }
+    const CimClass* superclass = schema_.find(cls.superclass);
+    if (superclass != nullptr) {
+      for (const AppliedQualifier& applied : superclass->qualifiers()) {
+        scope |= scopeFrom(applied.qualifier->name);
+      }
+    }
+    return scope;
+  }
+
+  static unsigned scopeFrom(const String& qualifier) {
+    if (String::equalNoCase(qualifier, "Association")) {
+      return SCOPE_ASSOCIATION;
+    }
+    return String::equalNoCase(qualifier, "Indication") ? SCOPE_INDICATION : 0U;
+  }
+
+  static unsigned scopeOf(const DataType& type, unsigned scope) {
+    return scope | (type.type == Pegasus::CIMTYPE_REFERENCE ? SCOPE_REFERENCE : 0U);
+  }
+
+  PropertyDeclaration build(const Property& property) const {
+    const DataType& type = property.type;
+    if (type.isArray && type.type == Pegasus::CIMTYPE_REFERENCE) {
+      throw MofError(property.position, "a property cannot be an array of references");
+    }
+    PropertyDeclaration declaration;
+    declaration.name = property.name;
+    declaration.type = type.type;
+    declaration.isArray = type.isArray;
+    declaration.arraySize = type.arraySize;
+    declaration.referenceClass = type.className;
+    declaration.qualifiers =
+        resolveQualifiers(property.qualifiers, scopeOf(type, SCOPE_PROPERTY), schema_);
+    declaration.isKey = isSet(declaration.qualifiers, "Key");
+    declaration.hasDefault = property.defaultValue.has_value();
+    declaration.defaultValue = property.defaultValue ? defaultValue(*property.defaultValue, type)
+                                                     : Pegasus::CIMValue(type.type, type.isArray);
+    return declaration;
+  }
+
+  static Pegasus::CIMValue defaultValue(const Value& value, const DataType& type) {
+    return typedValue(
+        value, type.type, type.isArray, type.arraySize, [](const Literal& alias) -> CIMObjectPath {
+          throw MofError(alias.position,
+                         "a class cannot refer to the instance $" + alias.text.toUtf8());
+        });
+  }
+
+  MethodDeclaration build(const Method& method) const {
+    MethodDeclaration declaration;
+    declaration.name = method.name;
+    declaration.returnType = method.returnType.type;
+    declaration.qualifiers = resolveQualifiers(method.qualifiers, SCOPE_METHOD, schema_);
+    for (const Parameter& parameter : method.parameters) {
+      for (const MethodParameter& other : declaration.parameters) {
+        if (String::equalNoCase(other.name, parameter.name)) {
+          throw MofError(parameter.position,
+                         "parameter " + parameter.name.toUtf8() + " is there already");
+        }
+      }
+      declaration.parameters.push_back(build(parameter));
+    }
+    return declaration;
+  }
+
+  MethodParameter build(const Parameter& parameter) const {
+    const DataType& type = parameter.type;
+    return {parameter.name,
+            type.type,
+            type.isArray,
+            type.arraySize,
+            type.className,
+            resolveQualifiers(parameter.qualifiers, scopeOf(type, SCOPE_PARAMETER), schema_)};
+  }
+
+  const Schema& schema_;
+};
+
+// Defines each class after its superclass, wherever the two stand.
+class ClassLoader {
+ public:
+  ClassLoader(const std::vector<PlacedClass>& classes, Repository& repository)
+      : classes_(classes), repository_(repository) {}
+
+  void load() {
+    for (const PlacedClass& cls : classes_) {
+      const auto [place, isNew] = byName_.try_emplace(key(cls, cls.declaration.name), &cls);
+      if (!isNew) {
+        const Position& first = place->second->declaration.position;
+        throw MofError(cls.declaration.position, "class " + cls.declaration.name.toUtf8() +
+                                                     " is declared already at " + *first.file +
+                                                     ":" + std::to_string(first.line));
+      }
+    }
+    for (const PlacedClass& cls : classes_) {
+      defineWithSuperclasses(cls);
+    }
+    for (const PlacedClass& cls : classes_) {
+      checkReferences(cls);
+    }
+  }
+
+ private:
+  using Key = std::pair<FoldedName, FoldedName>;
+
+  static Key key(const PlacedClass& cls, const String& name) {
+    return {fold(cls.nameSpace), fold(name)};
+  }
+
+  // Walks up to the first class that is defined, then defines downwards.
+  void defineWithSuperclasses(const PlacedClass& cls) {
+    std::vector<const PlacedClass*> chain;
+    const PlacedClass* current = &cls;
+    while (current != nullptr && !isDefined(*current)) {
+      if (chain.size() > classes_.size()) {
+        throw MofError(cls.declaration.position, "class " + cls.declaration.name.toUtf8() +
+                                                     " is its own superclass in the end");
+      }
+      chain.push_back(current);
+      const auto superclass = byName_.find(key(*current, current->declaration.superclass));
+      current = superclass == byName_.end() ? nullptr : superclass->second;
+    }
+    for (; !chain.empty(); chain.pop_back()) {
+      define(*chain.back());
+    }
+  }
+
+  bool isDefined(const PlacedClass& cls) {
+    return repository_.addNameSpace(cls.nameSpace).schema().find(cls.declaration.name) != nullptr;
+  }
+
+  void define(const PlacedClass& placed) {
+    Schema& schema = repository_.addNameSpace(placed.nameSpace).schema();
+    const Class& cls = placed.declaration;
+    const ClassDeclaration declaration = ClassBuilder(schema).build(cls);
+    try {
+      schema.define(declaration);
+    } catch (const RefusedFeature& refused) {
+      const bool isProperty = refused.kind() == RefusedFeature::PROPERTY;
+      const Position& position = isProperty ? cls.properties[refused.position()].position
+                                            : cls.methods[refused.position()].position;
+      throw MofError(position, refused.getDescription().toUtf8());
+    } catch (const Pegasus::CIMException& error) {
+      throw MofError(cls.position, error.getDescription().toUtf8());
+    }
+  }
+
+  // When all classes are there, for they may refer to each other.
+  void checkReferences(const PlacedClass& placed) {
+    const Schema& schema = repository_.addNameSpace(placed.nameSpace).schema();
+    const Class& cls = placed.declaration;
+    for (const Property& property : cls.properties) {
+      checkReference(property, schema);
+      checkNarrowing(property, cls, schema);
+    }
+    for (const Method& method : cls.methods) {
+      for (const Parameter& parameter : method.parameters) {
+        checkReference(parameter, schema);
+      }
+    }
+  }
+
+  template <typename Element>
+  static void checkReference(const Element& element, const Schema& schema) {
+    if (element.type.type == Pegasus::CIMTYPE_REFERENCE &&
+        schema.find(element.type.className) == nullptr) {
+      throw MofError(element.position, element.name.toUtf8() + " refers to class " +
+                                           element.type.className.toUtf8() +
+                                           ", which is not declared");
+    }
+  }
+
+  // A reference that overrides one can point to less, never to something else.
+  static void checkNarrowing(const Property& property, const Class& cls, const Schema& schema) {
+    const CimClass* superclass = schema.find(cls.superclass);
+    const auto inherited = superclass ? superclass->findProperty(property.name) : std::nullopt;
+    if (property.type.type != Pegasus::CIMTYPE_REFERENCE || !inherited) {
+      return;
+    }
+    const CimClass* target = schema.find(property.type.className);
+    const CimClass* wider = schema.find(superclass->property(*inherited).referenceClass);
+    if (target != nullptr && wider != nullptr && target != wider && !target->isBelow(*wider)) {
+      throw MofError(property.position, property.name.toUtf8() + " refers to class " +
+                                            target->name().toUtf8() +
+                                            ", which is not below class " + wider->name().toUtf8());
+    }
+  }
+
+  const std::vector<PlacedClass>& classes_;
+  Repository& repository_;
+  std::map<Key, const PlacedClass*> byName_;
+};
+
+}  // namespace
+
+void loadSchema(const MofContents& contents, Repository& repository) {
+  for (const PlacedQualifier& placed : contents.qualifiers) {
+    repository.addNameSpace(placed.nameSpace)
+        .schema()
+        .declareQualifier(qualifierDeclaration(placed.declaration));
+  }
+  ClassLoader(contents.classes, repository).load();
+}
+
+}  // namespace cimd::mof

@@ -1,0 +1,137 @@
+#include "operations/dispatcher.h"
+
+#include "xml/object_decoder.h"
+#include "xml/response.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+#include <set>
+#include <span>
+
+#include "model/cim_errors.h"
+#include "model/names.h"
+#include "operations/instance_operations.h"
+#include "operations/schema_operations.h"
+
+namespace cimd {
+
+namespace {
+
+using Pegasus::String;
+using Pegasus::xml::equalNoCase;
+using Pegasus::xml::Request;
+
+constexpr std::array<std::string_view, 6> enumerateParameters{
+    "ClassName",         "LocalOnly",          "DeepInheritance",
+    "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"};
+constexpr std::array<std::string_view, 1> className{"ClassName"};
+constexpr std::array<std::string_view, 2> enumerateClassNamesParameters{"ClassName",
+                                                                        "DeepInheritance"};
+constexpr std::array<std::string_view, 5> enumerateClassesParameters{
+    "ClassName", "LocalOnly", "DeepInheritance", "IncludeQualifiers", "IncludeClassOrigin"};
+constexpr std::array<std::string_view, 5> getClassParameters{
+    "ClassName", "LocalOnly", "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"};
+constexpr std::array<std::string_view, 5> getInstanceParameters{
+    "InstanceName", "LocalOnly", "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"};
+constexpr std::array<std::string_view, 2> getPropertyParameters{"InstanceName", "PropertyName"};
+constexpr std::array<std::string_view, 3> setPropertyParameters{"InstanceName", "PropertyName",
+                                                                "NewValue"};
+constexpr std::array<std::string_view, 1> newInstance{"NewInstance"};
+constexpr std::array<std::string_view, 3> modifyInstanceParameters{
+    "ModifiedInstance", "IncludeQualifiers", "PropertyList"};
+constexpr std::array<std::string_view, 1> instanceName{"InstanceName"};
+constexpr std::array<std::string_view, 1> qualifierName{"QualifierName"};
+
+struct Operation {
+  std::string_view name;
+  std::span<const std::string_view> parameters;
+  std::string (*run)(NameSpace& nameSpace, const Request& request);
+};
+
+constexpr std::array<Operation, 13> operations{{
+    {"EnumerateInstances", enumerateParameters, enumerateInstances},
+    {"EnumerateInstanceNames", className, enumerateInstanceNames},
+    {"GetInstance", getInstanceParameters, getInstance},
+    {"GetProperty", getPropertyParameters, getProperty},
+    {"SetProperty", setPropertyParameters, setProperty},
+    {"CreateInstance", newInstance, createInstance},
+    {"ModifyInstance", modifyInstanceParameters, modifyInstance},
+    {"DeleteInstance", instanceName, deleteInstance},
+    {"GetClass", getClassParameters, getClass},
+    {"EnumerateClasses", enumerateClassesParameters, enumerateClasses},
+    {"EnumerateClassNames", enumerateClassNamesParameters, enumerateClassNames},
+    {"GetQualifier", qualifierName, getQualifier},
+    {"EnumerateQualifiers", {}, enumerateQualifiers},
+}};
+
+void checkParameters(const Request& request, const Operation& operation) {
+  std::set<FoldedName> seen;
+  for (const std::string& given : request.parameterNames()) {
+    const bool isKnown =
+        std::any_of(operation.parameters.begin(), operation.parameters.end(),
+                    [&](std::string_view known) { return equalNoCase(known, given); });
+    if (!isKnown) {
+      throwCimError(Pegasus::CIM_ERR_INVALID_PARAMETER,
+                    "unknown parameter " + String(std::string_view(given)));
+    }
+    if (!seen.insert(fold(String(std::string_view(given)))).second) {
+      throwCimError(Pegasus::CIM_ERR_INVALID_PARAMETER,
+                    "parameter " + String(std::string_view(given)) + " is there twice");
+    }
+  }
+}
+
+}  // namespace
+
+std::string Dispatcher::run(const Request& request) {
+  const auto operation = std::find_if(
+      operations.begin(), operations.end(),
+      [&](const Operation& known) { return equalNoCase(known.name, request.method()); });
+  if (request.kind() != Pegasus::xml::CallKind::INTRINSIC || operation == operations.end()) {
+    throwCimError(Pegasus::CIM_ERR_NOT_SUPPORTED, String(std::string_view(request.method())));
+  }
+  NameSpace& nameSpace = repository_.nameSpace(request.nameSpace());
+  checkParameters(request, *operation);
+  return operation->run(nameSpace, request);
+}
+
+// Failures are the server's own trouble, a full disk perhaps; the rest is the client's.
+std::string Dispatcher::refuse(const Request& request, Pegasus::CIMStatusCode code,
+                               const String& description) const {
+  const LogLevel level = code == Pegasus::CIM_ERR_FAILED ? LogLevel::ERROR : LogLevel::DEBUG;
+  if (log_.isOn(level)) {
+    log_.write(level, request.method() + " in " + request.nameSpace().toUtf8() + ": " +
+                          description.toUtf8());
+  }
+  return Pegasus::xml::encodeErrorResponse(request.messageId(), request.method(), code, description,
+                                           request.kind());
+}
+
+std::string Dispatcher::answer(const Request& request) {
+  const auto fail = [&](const String& text) {
+    return refuse(request, Pegasus::CIM_ERR_FAILED,
+                  describeCimError(Pegasus::CIM_ERR_FAILED, text));
+  };
+  try {
+    std::string result = run(request);
+    if (log_.isOn(LogLevel::DEBUG)) {
+      log_.debug(request.method() + " in " + request.nameSpace().toUtf8());
+    }
+    return Pegasus::xml::encodeResponse(request.messageId(), request.method(), std::move(result));
+  } catch (const Pegasus::CIMException& error) {
+    return refuse(request, error.getCode(), error.getDescription());
+  } catch (const Pegasus::XmlValidationError& error) {
+    // Something in a parameter is not what CIM-XML has there.
+    return refuse(request, Pegasus::CIM_ERR_INVALID_PARAMETER,
+                  describeCimError(Pegasus::CIM_ERR_INVALID_PARAMETER, error.getMessage()));
+  } catch (const Pegasus::Exception& error) {
+    return fail(error.getMessage());
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception& error) {
+    return fail(String(std::string_view(error.what())));
+  }
+}
+
+}  // namespace cimd

@@ -1,0 +1,33 @@
+// From a CIM request to its answer.
+#pragma once
+
+#include "xml/request.h"
+
+#include <string>
+
+#include "log.h"
+#include "model/repository.h"
+
+namespace cimd {
+
+class Dispatcher {
+ public:
+  // Both must outlive the dispatcher.
+  Dispatcher(Repository& repository, const Log& log) : repository_(repository), log_(log) {}
+
+  // The answer as an XML document. Whatever goes wrong is an answer with a CIM error, checked in
+  // the order of DSP0200: operation not served, namespace, parameters, class, instance, property.
+  // Throws nothing but std::bad_alloc.
+  std::string answer(const Pegasus::xml::Request& request);
+
+ private:
+  std::string run(const Pegasus::xml::Request& request);
+
+  std::string refuse(const Pegasus::xml::Request& request, Pegasus::CIMStatusCode code,
+                     const Pegasus::String& description) const;
+
+  Repository& repository_;
+  const Log& log_;
+};
+
+}  // namespace cimd

@@ -1,0 +1,25 @@
+// The operations on instances (DMTF DSP0200). Each takes the namespace that the request names and
+// the request, and returns the content of IRETURNVALUE in CIM-XML. Each throws CIMException for
+// what the standard has a code for, and XmlValidationError for a parameter of the wrong kind.
+#pragma once
+
+#include "xml/request.h"
+
+#include <string>
+
+#include "model/name_space.h"
+
+namespace cimd {
+
+// LocalOnly is taken and changes nothing: the standard deprecates it for instances, and servers
+// that obey it leave out what clients need. Qualifiers of instances are those of their class.
+std::string enumerateInstances(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+std::string enumerateInstanceNames(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+std::string getInstance(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+std::string getProperty(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+std::string createInstance(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+std::string modifyInstance(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+std::string setProperty(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+std::string deleteInstance(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+
+}  // namespace cimd

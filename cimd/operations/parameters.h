@@ -1,0 +1,58 @@
+// What operations share: reading their parameters, and the bound on their answers.
+#pragma once
+
+#include "xml/request.h"
+
+#include <optional>
+#include <string>
+#include <unordered_set>
+
+#include "model/cim_errors.h"
+#include "model/names.h"
+
+namespace cimd {
+
+// Throws CIMException (INVALID_PARAMETER) when the parameter is missing.
+template <typename T>
+T required(std::optional<T> value, const char* parameter) {
+  if (!value) {
+    throwCimError(Pegasus::CIM_ERR_INVALID_PARAMETER,
+                  Pegasus::String("parameter ") + parameter + " is missing");
+  }
+  return *std::move(value);
+}
+
+// More than any client of this server can make use of; keeps one request from taking all memory.
+constexpr std::size_t maxAnswer = std::size_t{256} << 20U;
+
+// Throws CIMException (SERVER_LIMITS_EXCEEDED).
+inline void checkAnswerSize(const std::string& answer) {
+  if (answer.size() > maxAnswer) {
+    throwCimError(Pegasus::CIM_ERR_SERVER_LIMITS_EXCEEDED, "the answer is too large");
+  }
+}
+
+// The properties that a request wants: all of them, or those in its PropertyList. Names in the list
+// that the class does not have are passed over, as DSP0200 says.
+class PropertyFilter {
+ public:
+  explicit PropertyFilter(const Pegasus::xml::Request& request) {
+    const Pegasus::CIMPropertyList list = request.propertyList("PropertyList");
+    if (!list.isNull()) {
+      wanted_.emplace();
+      for (Pegasus::Uint32 i = 0; i < list.size(); ++i) {
+        wanted_->insert(fold(list[i]));
+      }
+    }
+  }
+
+  bool isOpen() const { return !wanted_; }
+  bool passes(const Pegasus::String& name) const {
+    return !wanted_ || wanted_->contains(fold(name));
+  }
+
+ private:
+  std::optional<std::unordered_set<FoldedName>> wanted_;
+};
+
+}  // namespace cimd

@@ -1,0 +1,60 @@
+#include "service/configuration.h"
+
+#include "host/host_instances.h"
+#include "mof/mof_loader.h"
+
+namespace cimd {
+
+namespace {
+
+using Pegasus::CIMInstance;
+using Pegasus::String;
+
+// Classes that are derived from those of the DMTF have more keys than the inventory knows. These
+// name the system that a part belongs to, and the class itself.
+void addSystemKeys(CIMInstance& instance, const CimClass& cls, const String& hostName) {
+  for (const std::size_t position : cls.keys()) {
+    const String& name = cls.property(position).name;
+    if (instance.findProperty(name) != Pegasus::PEG_NOT_FOUND) {
+      continue;
+    }
+    if (String::equalNoCase(name, "CreationClassName")) {
+      instance.addProperty({name, cls.name()});
+    } else if (String::equalNoCase(name, "SystemCreationClassName")) {
+      instance.addProperty({name, "KVAXDT_ComputerSystemDetails"});
+    } else if (String::equalNoCase(name, "SystemName")) {
+      instance.addProperty({name, hostName});
+    }
+  }
+}
+
+}  // namespace
+
+Repository Configuration::load() const {
+  Repository repository;
+  mof::loadMof(files_, repository);
+  if (hostBytes_) {
+    declareHost(repository);
+  }
+  return repository;
+}
+
+void Configuration::declareHost(Repository& repository) const {
+  const host::HostInventory inventory = host::describeHost(*hostBytes_);
+  for (const std::string& message : inventory.messages) {
+    log_.warning(message);
+  }
+  NameSpace& nameSpace = repository.nameSpace(defaultNameSpace);
+  const String hostName(std::string_view(hostBytes_->hostName));
+  for (CIMInstance instance : inventory.instances) {
+    try {
+      addSystemKeys(instance, nameSpace.classNamed(instance.getClassName()), hostName);
+      nameSpace.createInstance(instance, Origin::DECLARED);
+    } catch (const Pegasus::CIMException& error) {
+      throw ConfigurationError("the inventory of the host does not fit the classes: " +
+                               error.getDescription().toUtf8());
+    }
+  }
+}
+
+}  // namespace cimd

@@ -1,0 +1,40 @@
+// What the server serves from its start: the contents of MOF files and the inventory of the host.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "host/host_files.h"
+#include "log.h"
+#include "model/repository.h"
+
+namespace cimd {
+
+// What is wrong in other places than a MOF file. One line for people.
+class ConfigurationError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+class Configuration {
+ public:
+  // `hostBytes` is absent where the host's inventory is not asked for. The log must outlive this.
+  Configuration(std::vector<std::filesystem::path> files, std::optional<host::HostBytes> hostBytes,
+                const Log& log)
+      : files_(std::move(files)), hostBytes_(std::move(hostBytes)), log_(log) {}
+
+  // Reads the files anew. Throws mof::MofError, ConfigurationError.
+  Repository load() const;
+
+ private:
+  void declareHost(Repository& repository) const;
+
+  std::vector<std::filesystem::path> files_;
+  std::optional<host::HostBytes> hostBytes_;
+  const Log& log_;
+};
+
+}  // namespace cimd

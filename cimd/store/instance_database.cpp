@@ -1,0 +1,168 @@
+#include "store/instance_database.h"
+
+#include <Pegasus/Common/Exception.h>
+
+#include <optional>
+
+#include "model/cim_errors.h"
+#include "model/names.h"
+#include "store/instance_text.h"
+#include "store/store_error.h"
+#include "store/store_file.h"
+
+namespace cimd {
+
+namespace {
+
+using Pegasus::CIMInstance;
+using Pegasus::String;
+using std::string_view;
+
+// The row keeps its id, and with it its place in the order of creation.
+constexpr const char* putText =
+    "INSERT INTO instance (namespace, key, class, instance, checksum) VALUES (?, ?, ?, ?, ?) "
+    "ON CONFLICT (namespace, key) DO UPDATE SET namespace = excluded.namespace, "
+    "class = excluded.class, instance = excluded.instance, checksum = excluded.checksum";
+constexpr const char* removeText = "DELETE FROM instance WHERE namespace = ? AND key = ?";
+constexpr const char* findText = "SELECT id FROM instance WHERE namespace = ? AND key = ?";
+constexpr const char* setAsideText =
+    "INSERT INTO set_aside (at, namespace, key, class, instance, checksum) "
+    "SELECT datetime('now'), namespace, key, class, instance, checksum FROM instance WHERE id = ?";
+constexpr const char* loadText =
+    "SELECT id, namespace, key, class, instance, checksum FROM instance ORDER BY id";
+// Columns of the last one.
+enum Column { ID, NAME_SPACE, KEY, CLASS, INSTANCE, CHECKSUM };
+
+std::string toUtf8(const Pegasus::Exception& error) {
+  return error.getMessage().toUtf8();
+}
+
+// A damaged key may be long and may hold anything.
+std::string printable(string_view text) {
+  constexpr std::size_t shown = 200;
+  std::string line(text.substr(0, shown));
+  for (char& c : line) {
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+      c = '?';
+    }
+  }
+  return text.size() > shown ? line + "..." : line;
+}
+
+std::string describeRow(const sqlite::Statement& row) {
+  return "stored instance " + std::to_string(row.integer(ID)) + " (" +
+         printable(row.text(NAME_SPACE)) + ", " + printable(row.text(KEY)) + ")";
+}
+
+bool isIntact(const sqlite::Statement& row) {
+  for (const int column : {NAME_SPACE, KEY, CLASS, INSTANCE}) {
+    if (!row.isText(column)) {
+      return false;
+    }
+  }
+  return row.integer(CHECKSUM) ==
+         checksum({row.text(NAME_SPACE), row.text(KEY), row.text(CLASS), row.text(INSTANCE)});
+}
+
+}  // namespace
+
+// What cannot be prepared on tables that were found right is a fault of SQLite's.
+InstanceDatabase::InstanceDatabase(const std::filesystem::path& file) try
+    : file_(file),
+      database_(openStoreFile(file)),
+      put_(database_, putText),
+      remove_(database_, removeText),
+      find_(database_, findText) {
+} catch (const sqlite::Error& error) {
+  throw StoreError(file, error.what());
+}
+
+std::vector<std::string> InstanceDatabase::load(const Reader& reader) {
+  std::vector<std::string> warnings;
+  unserved_.clear();
+  try {
+    sqlite::Statement row(database_, loadText);
+    while (row.step()) {
+      try {
+        readRow(reader, row);
+      } catch (const Pegasus::Exception& error) {
+        unserved_.insert(row.integer(ID));
+        warnings.push_back(describeRow(row) + " is kept but not served: " + toUtf8(error));
+      }
+    }
+  } catch (const sqlite::Error& error) {
+    throw StoreError(file_, std::string("cannot read: ") + error.what());
+  }
+  return warnings;
+}
+
+void InstanceDatabase::readRow(const Reader& reader, const sqlite::Statement& row) const {
+  if (!isIntact(row)) {
+    throw Pegasus::Exception("damaged: its checksum is wrong");
+  }
+  const CIMInstance instance = decodeInstance(row.text(INSTANCE));
+  reader(String(row.text(NAME_SPACE)), InstanceKey(String(row.text(KEY)).view()), instance);
+}
+
+void InstanceDatabase::put(const String& nameSpace, const InstanceKey& key,
+                           const CIMInstance& instance) {
+  change("store", nameSpace, key, [&](string_view space, string_view keyText) {
+    const std::string className = encodeText(instance.getClassName().view());
+    const std::string text = encodeInstance(instance);
+    put_.bind(1, space).bind(2, keyText).bind(3, className).bind(4, text);
+    put_.bind(5, checksum({space, keyText, className, text})).run();
+  });
+}
+
+void InstanceDatabase::remove(const String& nameSpace, const InstanceKey& key) {
+  change("delete", nameSpace, key, [&](string_view space, string_view keyText) {
+    remove_.bind(1, space).bind(2, keyText).run();
+  });
+}
+
+// Either all of it is on the disk at the end, or nothing has changed and it throws.
+template <typename Action>
+void InstanceDatabase::change(const char* what, const String& nameSpace, const InstanceKey& key,
+                              Action action) {
+  std::string cause;
+  try {
+    const std::string space = encodeText(trimNameSpace(nameSpace).view());
+    const std::string keyText = encodeText(key);
+    sqlite::Transaction transaction(database_);
+    if (database_.isMoved()) {
+      throw sqlite::Error("the file was moved or removed");
+    }
+    const std::optional<std::int64_t> aside = setAside(space, keyText);
+    action(space, keyText);
+    transaction.commit();
+    if (aside) {
+      unserved_.erase(*aside);
+    }
+    return;
+  } catch (const sqlite::Error& error) {
+    cause = error.what();
+  } catch (const Pegasus::Exception& error) {
+    cause = toUtf8(error);
+  }
+  const std::string detail =
+      std::string("cannot ") + what + " the instance in " + file_.string() + ": " + cause;
+  throwCimError(Pegasus::CIM_ERR_FAILED, String(string_view(detail)));
+}
+
+// Moves a row that load() could not serve out of the way of the instance with the same key. Returns
+// its id.
+std::optional<std::int64_t> InstanceDatabase::setAside(string_view nameSpace, string_view key) {
+  if (unserved_.empty() || !find_.bind(1, nameSpace).bind(2, key).step()) {
+    return std::nullopt;
+  }
+  const std::int64_t id = find_.integer(0);
+  find_.reset();
+  if (!unserved_.contains(id)) {
+    return std::nullopt;
+  }
+  sqlite::Statement(database_, setAsideText).bind(1, id).run();
+  sqlite::Statement(database_, "DELETE FROM instance WHERE id = ?").bind(1, id).run();
+  return id;
+}
+
+}  // namespace cimd

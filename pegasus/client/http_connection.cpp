@@ -1,0 +1,263 @@
+#include "client/http_connection.h"
+
+#include <Pegasus/Common/Exception.h>
+#include <fcntl.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include "client/http_message.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <limits>
+#include <memory>
+#include <system_error>
+
+namespace Pegasus {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+[[noreturn]] void throwCannotConnect(const std::string& where, const std::string& why) {
+  const std::string message = "cannot connect to " + where + ": " + why;
+  throw CannotConnectException(String(std::string_view(message)));
+}
+
+[[noreturn]] void throwBroken(int error) {
+  const std::string message = "the connection broke: " + std::generic_category().message(error);
+  throw CIMClientMalformedHTTPException(String(std::string_view(message)));
+}
+
+// Longer than a server takes from the last byte of an answer to closing the connection, also on a
+// machine that is busy with other things.
+constexpr milliseconds closeTime{20};
+
+// How late a time-out may come, against how often a waiting client wakes up.
+constexpr milliseconds deadlinePause{50};
+
+// Whether a call failed only because nothing happened for a while, or a signal came.
+bool isWorthATry(int error) {
+  return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
+}
+
+using Addresses = std::unique_ptr<addrinfo, decltype(&freeaddrinfo)>;
+
+// A numeric address is taken as it is, without the files and libraries of the name service.
+Addresses lookUp(const std::string& host, const std::string& port) {
+  addrinfo hints{};
+  hints.ai_socktype = SOCK_STREAM;
+  int error = 0;
+  for (const int flags : {AI_NUMERICHOST | AI_NUMERICSERV, AI_NUMERICSERV}) {
+    hints.ai_flags = flags;
+    addrinfo* found = nullptr;
+    error = getaddrinfo(host.c_str(), port.c_str(), &hints, &found);
+    if (error == 0) {
+      return {found, freeaddrinfo};
+    }
+    if (host.find(':') != std::string::npos) {
+      break;  // no name has a colon
+    }
+  }
+  throwCannotConnect(host, gai_strerror(error));
+}
+
+// Rounded up, so that poll() does not come back just before the deadline again and again.
+int millisecondsUntil(Deadline deadline) {
+  const auto left = std::chrono::ceil<milliseconds>(deadline - steady_clock::now()).count();
+  return static_cast<int>(std::clamp<std::int64_t>(left, 0, std::numeric_limits<int>::max()));
+}
+
+// Checked here, because getaddrinfo() takes a number past 65535 for another port.
+bool isPort(std::string_view text) {
+  unsigned port = 0;
+  const char* end = text.data() + text.size();
+  return std::from_chars(text.data(), end, port).ptr == end && port > 0 && port <= 65535;
+}
+
+bool consistsOf(std::string_view text, std::string_view others) {
+  return std::all_of(text.begin(), text.end(), [others](char c) {
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+           others.find(c) != std::string_view::npos;
+  });
+}
+
+bool isHostName(std::string_view text) {
+  return !text.empty() && consistsOf(text, ".-_");
+}
+
+// An IPv6 address, which may have a zone: fe80::1%eth0.
+bool isBracketed(std::string_view text) {
+  return text.size() > 2 && text.front() == '[' && text.back() == ']' &&
+         text.find(':') != std::string_view::npos &&
+         consistsOf(text.substr(1, text.size() - 2), ":.%-_");
+}
+
+}  // namespace
+
+HttpConnection::HttpConnection(const String& address) : hostHeader_(address.toUtf8()) {
+  const std::size_t colon = hostHeader_.rfind(':');
+  host_ = hostHeader_.substr(0, colon);
+  port_ = colon == std::string::npos ? "" : hostHeader_.substr(colon + 1);
+  if (!isPort(port_) || (!isHostName(host_) && !isBracketed(host_))) {
+    throwCannotConnect(hostHeader_, "the address is not host:port");
+  }
+  if (host_.front() == '[') {
+    host_ = host_.substr(1, host_.size() - 2);
+  }
+}
+
+HttpConnection::~HttpConnection() {
+  close();
+}
+
+void HttpConnection::close() {
+  if (socket_ >= 0) {
+    ::close(socket_);
+    socket_ = -1;
+  }
+}
+
+void HttpConnection::waitForConnection(Deadline deadline) const {
+  pollfd waiting{socket_, POLLOUT, 0};
+  for (;;) {
+    const int ready = poll(&waiting, 1, millisecondsUntil(deadline));
+    if (ready > 0) {
+      return;
+    }
+    if (ready == 0) {
+      throw ConnectionTimeoutException();
+    }
+    if (errno != EINTR) {
+      throwBroken(errno);
+    }
+  }
+}
+
+// Answers false, with the reason in errno, when this address does not take the connection.
+bool HttpConnection::tryConnect(const addrinfo& address, Deadline deadline) {
+  socket_ = socket(address.ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  if (socket_ < 0) {
+    return false;
+  }
+  int error = 0;
+  if (connect(socket_, address.ai_addr, address.ai_addrlen) != 0) {
+    error = errno;
+    if (error == EINPROGRESS || error == EINTR) {
+      waitForConnection(deadline);
+      socklen_t size = sizeof error;
+      getsockopt(socket_, SOL_SOCKET, SO_ERROR, &error, &size);
+    }
+  }
+  if (error != 0) {
+    close();
+    errno = error;
+    return false;
+  }
+  const int on = 1;
+  setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  // From here on the socket waits by itself, so that an answer takes no call more than to receive
+  // it. It comes back now and then for a look at the deadline.
+  fcntl(socket_, F_SETFL, 0);
+  const timeval pause{0, std::chrono::microseconds(deadlinePause).count()};
+  setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &pause, sizeof pause);
+  setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, &pause, sizeof pause);
+  return true;
+}
+
+void HttpConnection::open(Deadline deadline) {
+  close();
+  const Addresses addresses = lookUp(host_, port_);
+  try {
+    for (const addrinfo* address = addresses.get(); address != nullptr;
+         address = address->ai_next) {
+      if (tryConnect(*address, deadline)) {
+        return;
+      }
+    }
+  } catch (const ConnectionTimeoutException&) {
+    close();
+    throwCannotConnect(hostHeader_, "no answer in time");
+  }
+  throwCannotConnect(hostHeader_, std::generic_category().message(errno));
+}
+
+// Between two exchanges nothing is to be read: whatever there is, an end, an error or unasked
+// bytes, makes the connection useless. A server may end it just after its answer without having
+// said so; until it has shown that it does not, it gets a moment for that, counted from the answer.
+bool HttpConnection::isStale() const {
+  pollfd waiting{socket_, POLLIN, 0};
+  return poll(&waiting, 1, isServerKeeping_ ? 0 : millisecondsUntil(lastAnswer_ + closeTime)) > 0;
+}
+
+void HttpConnection::dropIfStale() {
+  if (socket_ >= 0 && isStale()) {
+    close();
+    isServerKeeping_ = false;
+  }
+}
+
+// A closed connection is an error here and never a signal.
+void HttpConnection::send(std::string_view bytes, Deadline deadline) const {
+  while (!bytes.empty()) {
+    const ssize_t sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (sent >= 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(sent));
+    } else if (!isWorthATry(errno)) {
+      throwBroken(errno);
+    }
+    if (steady_clock::now() >= deadline) {
+      throw ConnectionTimeoutException();
+    }
+  }
+}
+
+void HttpConnection::receive(HttpAnswer& answer, Deadline deadline) const {
+  while (!answer.isDone()) {
+    const auto [space, size] = answer.prepare();
+    const ssize_t received = recv(socket_, space, size, 0);
+    if (received > 0) {
+      answer.commit(static_cast<std::size_t>(received));
+    } else if (received == 0) {
+      answer.end();
+    } else if (!isWorthATry(errno)) {
+      throwBroken(errno);
+    }
+    // A server that always has the next byte ready in time must not prolong the exchange.
+    if (!answer.isDone() && steady_clock::now() >= deadline) {
+      throw ConnectionTimeoutException();
+    }
+  }
+}
+
+std::string HttpConnection::exchange(std::string_view method, const String& nameSpace,
+                                     std::string_view body, Deadline deadline) {
+  const std::string request = makeHttpRequest(hostHeader_, method, nameSpace, body);
+  dropIfStale();
+  const bool isReused = socket_ >= 0 && lastAnswer_ != Deadline();
+  if (socket_ < 0) {
+    open(deadline);
+  }
+  HttpAnswer answer;
+  try {
+    send(request, deadline);
+    receive(answer, deadline);
+  } catch (...) {
+    close();
+    throw;
+  }
+  lastAnswer_ = steady_clock::now();
+  isServerKeeping_ = isServerKeeping_ || isReused;
+  if (!answer.keepsAlive()) {
+    close();
+  }
+  answer.check();
+  return answer.takeBody();
+}
+
+}  // namespace Pegasus

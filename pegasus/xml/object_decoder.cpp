@@ -1,0 +1,302 @@
+#include "xml/object_decoder.h"
+
+#include "common/name_check.h"
+#include "xml/xml_text.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace Pegasus::xml {
+
+namespace {
+
+[[noreturn]] void refuse(const std::string& what) {
+  throw XmlValidationError(String(std::string_view(what)));
+}
+
+[[noreturn]] void refuseChild(Element parent, Element child) {
+  refuse(excerpt(child.name()) + " inside " + excerpt(parent.name()));
+}
+
+// The element that follows, which must have this name.
+Element requireNext(Element element, Element parent, std::string_view name) {
+  if (!element || element.name() != name) {
+    refuse(excerpt(parent.name()) + " without " + std::string(name));
+  }
+  return element;
+}
+
+void requireNoMore(Element parent, Element rest) {
+  if (rest) {
+    refuseChild(parent, rest);
+  }
+}
+
+// Qualifiers say nothing about the value and are skipped; behind them stands the value, or nothing.
+Element valueChild(Element property) {
+  Element child = property.firstChild();
+  while (child && child.name() == "QUALIFIER") {
+    child = child.next();
+  }
+  if (child) {
+    requireNoMore(property, child.next());
+  }
+  return child;
+}
+
+String optionalAttribute(Element element, const char* name) {
+  return String(element.attribute(name).value_or(std::string_view()));
+}
+
+CIMKeyBinding::Type keyType(Element keyValue) {
+  const std::string_view type = keyValue.attribute("VALUETYPE").value_or("string");
+  if (type == "string") {
+    return CIMKeyBinding::STRING;
+  }
+  if (type == "boolean") {
+    return CIMKeyBinding::BOOLEAN;
+  }
+  if (type != "numeric") {
+    refuse("unknown VALUETYPE " + excerpt(type));
+  }
+  return CIMKeyBinding::NUMERIC;
+}
+
+// From KEYVALUE or VALUE.REFERENCE.
+CIMKeyBinding decodeKey(const String& name, Element value) {
+  if (value && value.name() == "KEYVALUE") {
+    return {name, String(std::string_view(textOnly(value))), keyType(value)};
+  }
+  return {name, decodeReference(value)};
+}
+
+CIMKeyBinding decodeKeyBinding(Element element) {
+  requireElement(element, "KEYBINDING");
+  return decodeKey(String(requireAttribute(element, "NAME")), optionalChild(element));
+}
+
+void requireDifferentNames(const Array<CIMKeyBinding>& keys) {
+  if (const String* repeated = findRepeated(keys)) {
+    refuse("key " + excerpt(repeated->toUtf8()) + " is there twice");
+  }
+}
+
+// KEYBINDING elements, or the value of a single key without its name.
+Array<CIMKeyBinding> decodeKeys(Element instanceName) {
+  Array<CIMKeyBinding> keys;
+  const Element first = instanceName.firstChild();
+  if (first && first.name() != "KEYBINDING") {
+    requireNoMore(instanceName, first.next());
+    keys.append(decodeKey(String(), first));
+    return keys;
+  }
+  for (Element element = first; element; element = element.next()) {
+    if (keys.size() >= maxKeyBindings) {
+      refuse("an instance name with more than " + std::to_string(maxKeyBindings) + " keys");
+    }
+    keys.append(decodeKeyBinding(element));
+  }
+  requireDifferentNames(keys);
+  return keys;
+}
+
+CIMObjectPath decodeInstanceName(Element element) {
+  requireElement(element, "INSTANCENAME");
+  return {String(), String(), String(requireAttribute(element, "CLASSNAME")), decodeKeys(element)};
+}
+
+CIMObjectPath decodeLocalInstancePath(Element element) {
+  requireElement(element, "LOCALINSTANCEPATH");
+  const Element nameSpace = requireNext(element.firstChild(), element, "LOCALNAMESPACEPATH");
+  const Element name = requireNext(nameSpace.next(), element, "INSTANCENAME");
+  requireNoMore(element, name.next());
+  CIMObjectPath path = decodeInstanceName(name);
+  path.setNameSpace(decodeLocalNameSpacePath(nameSpace));
+  return path;
+}
+
+CIMObjectPath decodeInstancePath(Element element) {
+  requireElement(element, "INSTANCEPATH");
+  const Element nameSpacePath = requireNext(element.firstChild(), element, "NAMESPACEPATH");
+  requireElement(nameSpacePath, "NAMESPACEPATH");
+  const Element host = requireNext(nameSpacePath.firstChild(), nameSpacePath, "HOST");
+  const Element nameSpace = requireNext(host.next(), nameSpacePath, "LOCALNAMESPACEPATH");
+  requireNoMore(nameSpacePath, nameSpace.next());
+  const Element name = requireNext(nameSpacePath.next(), element, "INSTANCENAME");
+  requireNoMore(element, name.next());
+  CIMObjectPath path = decodeInstanceName(name);
+  const std::string hostText = textOnly(host);
+  path.setHost(String(trimmed(hostText)));
+  path.setNameSpace(decodeLocalNameSpacePath(nameSpace));
+  return path;
+}
+
+// A NAME may hold several parts. Those that are empty name nothing.
+void appendNameSpaceParts(String& path, const String& name) {
+  for (Uint32 start = 0; start < name.size();) {
+    const Uint32 slash = std::min(name.find(start, u'/'), name.size());
+    if (slash > start && path.size() != 0) {
+      path += u'/';
+    }
+    path += name.subString(start, slash - start);
+    start = slash + 1;
+  }
+}
+
+std::vector<CIMProperty> decodeProperties(Element instance) {
+  std::vector<CIMProperty> properties;
+  for (Element child = instance.firstChild(); child; child = child.next()) {
+    if (child.name() == "QUALIFIER") {
+      continue;
+    }
+    if (properties.size() >= maxProperties) {
+      refuse("an instance with more than " + std::to_string(maxProperties) + " properties");
+    }
+    properties.push_back(decodeProperty(child));
+  }
+  return properties;
+}
+
+}  // namespace
+
+void requireElement(Element element, std::string_view name) {
+  if (!element || element.name() != name) {
+    refuse("element " + std::string(name) + " expected" +
+           (element ? ", not " + excerpt(element.name()) : std::string()));
+  }
+  if (element.hasText()) {
+    refuse("text inside " + std::string(name));
+  }
+}
+
+std::string_view requireAttribute(Element element, const char* name) {
+  const std::optional<std::string_view> value = element.attribute(name);
+  if (!value || value->empty()) {
+    refuse(excerpt(element.name()) + " without " + name);
+  }
+  return *value;
+}
+
+Element optionalChild(Element element) {
+  requireElement(element, element.name());
+  const Element child = element.firstChild();
+  if (child) {
+    requireNoMore(element, child.next());
+  }
+  return child;
+}
+
+std::string textOnly(Element element) {
+  requireNoMore(element, element.firstChild());
+  return element.text();
+}
+
+CIMObjectPath decodeReference(Element element) {
+  requireElement(element, "VALUE.REFERENCE");
+  return decodeObjectPath(optionalChild(element));
+}
+
+CIMProperty decodeProperty(Element element) {
+  const bool isArray = element.name() == "PROPERTY.ARRAY";
+  const bool isReference = element.name() == "PROPERTY.REFERENCE";
+  requireElement(element, isArray || isReference ? element.name() : "PROPERTY");
+  const CIMType type =
+      isReference ? CIMTYPE_REFERENCE : parseType(trimmed(requireAttribute(element, "TYPE")));
+  if (isArray && type == CIMTYPE_REFERENCE) {
+    refuse("an array of references, which no property can be");
+  }
+  Uint32 arraySize = 0;
+  if (const std::optional<std::string_view> size = element.attribute("ARRAYSIZE")) {
+    parseScalar(CIMTYPE_UINT32, *size).get(arraySize);
+  }
+  return CIMProperty(String(requireAttribute(element, "NAME")),
+                     decodeTypedValue(type, isArray, valueChild(element)), arraySize,
+                     optionalAttribute(element, "REFERENCECLASS"),
+                     optionalAttribute(element, "CLASSORIGIN"),
+                     equalNoCase(trimmed(element.attribute("PROPAGATED").value_or("")), "true"));
+}
+
+CIMValue decodeTypedValue(CIMType type, bool isArray, Element element) {
+  if (!element) {
+    return CIMValue(type, isArray);
+  }
+  if (isArray) {
+    return decodeArray(type, element);
+  }
+  if (type == CIMTYPE_REFERENCE) {
+    return CIMValue(decodeReference(element));
+  }
+  if (element.name() != "VALUE") {
+    refuse("expected VALUE, found " + excerpt(element.name()));
+  }
+  const std::string text = textOnly(element);
+  // Some servers send a null value of a type that has no empty text so.
+  const bool isText = type == CIMTYPE_STRING || type == CIMTYPE_CHAR16;
+  if (!isText && trimmed(text).empty()) {
+    return CIMValue(type, false);
+  }
+  return parseScalar(type, text);
+}
+
+CIMValue decodeUntypedValue(Element element) {
+  if (!element) {
+    return CIMValue();
+  }
+  if (element.name() == "VALUE") {
+    return CIMValue(String(std::string_view(textOnly(element))));
+  }
+  if (element.name() == "VALUE.ARRAY") {
+    return decodeArray(CIMTYPE_STRING, element);
+  }
+  if (element.name() == "VALUE.REFARRAY") {
+    return decodeArray(CIMTYPE_REFERENCE, element);
+  }
+  return CIMValue(decodeReference(element));
+}
+
+String decodeLocalNameSpacePath(Element element) {
+  requireElement(element, "LOCALNAMESPACEPATH");
+  String path;
+  for (Element part = element.firstChild(); part; part = part.next()) {
+    requireElement(part, "NAMESPACE");
+    appendNameSpaceParts(path, String(requireAttribute(part, "NAME")));
+  }
+  if (path.size() == 0) {
+    refuse("LOCALNAMESPACEPATH without NAMESPACE");
+  }
+  return path;
+}
+
+CIMObjectPath decodeObjectPath(Element element) {
+  if (element && element.name() == "INSTANCEPATH") {
+    return decodeInstancePath(element);
+  }
+  if (element && element.name() == "LOCALINSTANCEPATH") {
+    return decodeLocalInstancePath(element);
+  }
+  return decodeInstanceName(element);
+}
+
+CIMInstance decodeInstance(Element element) {
+  requireElement(element, "INSTANCE");
+  const String className(requireAttribute(element, "CLASSNAME"));
+  try {
+    return {className, decodeProperties(element)};
+  } catch (const InvalidValueException& error) {
+    throw XmlValidationError(error.getMessage());
+  }
+}
+
+CIMInstance decodeNamedInstance(Element element) {
+  const bool isWithPath = element.name() == "VALUE.INSTANCEWITHPATH";
+  requireElement(element, isWithPath ? element.name() : "VALUE.NAMEDINSTANCE");
+  const Element name =
+      requireNext(element.firstChild(), element, isWithPath ? "INSTANCEPATH" : "INSTANCENAME");
+  const Element object = requireNext(name.next(), element, "INSTANCE");
+  requireNoMore(element, object.next());
+  CIMInstance instance = decodeInstance(object);
+  instance.setPath(decodeObjectPath(name));
+  return instance;
+}
+
+}  // namespace Pegasus::xml

@@ -1,0 +1,261 @@
+#include "xml/request.h"
+
+#include "xml/object_decoder.h"
+#include "xml/object_encoder.h"
+#include "xml/xml_text.h"
+
+namespace Pegasus::xml {
+
+namespace {
+
+// DSP0200 operations have nine parameters at most.
+constexpr std::size_t maxParameters = 64;
+
+[[noreturn]] void refuse(const std::string& what) {
+  throw XmlValidationError(String(std::string_view(what)));
+}
+
+void requireName(Element element, std::string_view name, std::string_view parameter) {
+  if (element.name() != name) {
+    refuse("parameter " + excerpt(parameter) + ": " + std::string(name) + " expected");
+  }
+}
+
+// The first child that is no correlator: those only tell the sender's own log what belongs
+// together.
+Element callIn(Element request) {
+  Element call = request.firstChild();
+  while (call && call.name() == "CORRELATOR") {
+    call = call.next();
+  }
+  if (!call || call.next()) {
+    refuse(excerpt(request.name()) + " without a single call");
+  }
+  return call;
+}
+
+}  // namespace
+
+RequestWriter::RequestWriter(std::string_view messageId, std::string_view method,
+                             const String& nameSpace) {
+  constexpr std::size_t usualSize = 2048;
+  out_.reserve(usualSize);
+  out_ +=
+      "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n"
+      "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE";
+  appendAttribute(out_, "ID", String(messageId));
+  out_ += " PROTOCOLVERSION=\"1.0\"><SIMPLEREQ><IMETHODCALL";
+  appendAttribute(out_, "NAME", String(method));
+  out_ += '>';
+  appendLocalNameSpacePath(out_, nameSpace);
+}
+
+void RequestWriter::open(std::string_view parameter) {
+  out_ += "<IPARAMVALUE";
+  appendAttribute(out_, "NAME", String(parameter));
+  out_ += '>';
+}
+
+RequestWriter& RequestWriter::close() {
+  out_ += "</IPARAMVALUE>";
+  return *this;
+}
+
+RequestWriter& RequestWriter::className(std::string_view parameter, const String& className) {
+  open(parameter);
+  appendClassName(out_, className);
+  return close();
+}
+
+RequestWriter& RequestWriter::instanceName(std::string_view parameter, const CIMObjectPath& path) {
+  open(parameter);
+  appendInstanceName(out_, path);
+  return close();
+}
+
+RequestWriter& RequestWriter::instance(std::string_view parameter, const CIMInstance& instance) {
+  open(parameter);
+  appendInstance(out_, instance);
+  return close();
+}
+
+RequestWriter& RequestWriter::text(std::string_view parameter, const String& value) {
+  open(parameter);
+  appendValue(out_, CIMValue(value));
+  return close();
+}
+
+RequestWriter& RequestWriter::boolean(std::string_view parameter, Boolean value) {
+  open(parameter);
+  appendValue(out_, CIMValue(value));
+  return close();
+}
+
+RequestWriter& RequestWriter::propertyList(std::string_view parameter,
+                                           const CIMPropertyList& list) {
+  if (list.isNull()) {
+    return *this;
+  }
+  Array<String> names;
+  for (Uint32 i = 0; i < list.size(); ++i) {
+    names.append(list[i]);
+  }
+  open(parameter);
+  appendValue(out_, CIMValue(names));
+  return close();
+}
+
+std::string RequestWriter::finish() {
+  out_ += "</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>";
+  return std::move(out_);
+}
+
+Request::Request(std::string body) : document_(std::make_unique<XmlDocument>(std::move(body))) {
+  const Element root = document_->root();
+  requireElement(root, "CIM");
+  cimVersion_ = requireAttribute(root, "CIMVERSION");
+  dtdVersion_ = requireAttribute(root, "DTDVERSION");
+  const Element message = optionalChild(root);
+  requireElement(message, "MESSAGE");
+  messageId_ = requireAttribute(message, "ID");
+  protocolVersion_ = requireAttribute(message, "PROTOCOLVERSION");
+  readMessage(message);
+}
+
+void Request::readMessage(Element message) {
+  const Element request = optionalChild(message);
+  if (request && (request.name() == "MULTIREQ" || request.name() == "MULTIEXPREQ")) {
+    isBatch_ = true;
+    return;
+  }
+  const bool isExport = request && request.name() == "SIMPLEEXPREQ";
+  requireElement(request, isExport ? request.name() : "SIMPLEREQ");
+  call_ = callIn(request);
+  if (isExport) {
+    requireElement(call_, "EXPMETHODCALL");
+    kind_ = CallKind::EXPORT;
+  } else if (call_.name() == "METHODCALL") {
+    kind_ = CallKind::METHOD;
+  } else {
+    readIntrinsicCall();
+  }
+  method_ = requireAttribute(call_, "NAME");
+}
+
+void Request::readIntrinsicCall() {
+  requireElement(call_, "IMETHODCALL");
+  const Element nameSpacePath = call_.firstChild();
+  nameSpace_ = decodeLocalNameSpacePath(nameSpacePath);
+  for (Element value = nameSpacePath.next(); value; value = value.next()) {
+    requireElement(value, "IPARAMVALUE");
+    requireAttribute(value, "NAME");
+    if (parameters_.size() >= maxParameters) {
+      refuse("more than " + std::to_string(maxParameters) + " parameters");
+    }
+    optionalChild(value);
+    parameters_.push_back(value);
+  }
+}
+
+Element Request::parameter(std::string_view name) const {
+  for (const Element value : parameters_) {
+    if (equalNoCase(requireAttribute(value, "NAME"), name)) {
+      return value;
+    }
+  }
+  return Element();
+}
+
+Element Request::parameterValue(std::string_view name) const {
+  return parameter(name).firstChild();
+}
+
+std::vector<std::string> Request::parameterNames() const {
+  std::vector<std::string> names;
+  for (const Element value : parameters_) {
+    names.emplace_back(requireAttribute(value, "NAME"));
+  }
+  return names;
+}
+
+bool Request::has(std::string_view parameter) const {
+  return static_cast<bool>(this->parameter(parameter));
+}
+
+std::optional<String> Request::className(std::string_view parameter) const {
+  const Element value = parameterValue(parameter);
+  if (!value) {
+    return std::nullopt;
+  }
+  requireName(value, "CLASSNAME", parameter);
+  return String(requireAttribute(value, "NAME"));
+}
+
+std::optional<CIMObjectPath> Request::instanceName(std::string_view parameter) const {
+  const Element value = parameterValue(parameter);
+  if (!value) {
+    return std::nullopt;
+  }
+  requireName(value, "INSTANCENAME", parameter);
+  return decodeObjectPath(value);
+}
+
+std::optional<CIMInstance> Request::instance(std::string_view parameter) const {
+  const Element value = parameterValue(parameter);
+  if (!value) {
+    return std::nullopt;
+  }
+  requireName(value, "INSTANCE", parameter);
+  return decodeInstance(value);
+}
+
+std::optional<CIMInstance> Request::namedInstance(std::string_view parameter) const {
+  const Element value = parameterValue(parameter);
+  if (!value) {
+    return std::nullopt;
+  }
+  requireName(value, "VALUE.NAMEDINSTANCE", parameter);
+  CIMInstance instance = decodeNamedInstance(value);
+  const auto className = requireAttribute(value.firstChild().next(), "CLASSNAME");
+  if (!String::equalNoCase(instance.getClassName(), String(className))) {
+    refuse("parameter " + excerpt(parameter) + ": the name is of another class than the instance");
+  }
+  return instance;
+}
+
+CIMValue Request::value(std::string_view parameter, CIMType type, bool isArray) const {
+  return decodeTypedValue(type, isArray, parameterValue(parameter));
+}
+
+std::optional<String> Request::text(std::string_view parameter) const {
+  const Element value = parameterValue(parameter);
+  if (!value) {
+    return std::nullopt;
+  }
+  requireName(value, "VALUE", parameter);
+  return String(std::string_view(textOnly(value)));
+}
+
+std::optional<Boolean> Request::boolean(std::string_view parameter) const {
+  const Element value = parameterValue(parameter);
+  if (!value) {
+    return std::nullopt;
+  }
+  requireName(value, "VALUE", parameter);
+  Boolean result = false;
+  parseScalar(CIMTYPE_BOOLEAN, textOnly(value)).get(result);
+  return result;
+}
+
+CIMPropertyList Request::propertyList(std::string_view parameter) const {
+  const Element value = parameterValue(parameter);
+  if (!value) {
+    return CIMPropertyList();
+  }
+  requireName(value, "VALUE.ARRAY", parameter);
+  Array<String> names;
+  decodeArray(CIMTYPE_STRING, value).get(names);
+  return CIMPropertyList(names);
+}
+
+}  // namespace Pegasus::xml

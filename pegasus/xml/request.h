@@ -1,0 +1,95 @@
+// A CIM operation request as a message (DMTF DSP0200 intrinsic methods, DSP0201 IMETHODCALL): the
+// client writes it, the server reads it.
+#pragma once
+
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/CIMObjectPath.h>
+#include <Pegasus/Common/CIMPropertyList.h>
+#include "xml/call_kind.h"
+#include "xml/xml_document.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Pegasus::xml {
+
+// Builds the XML of one IMETHODCALL request: name the parameters in the order in which they are to
+// stand, then take the text. Throws InvalidValueException for a character that XML cannot carry.
+class RequestWriter {
+ public:
+  // `messageId` comes back in the answer.
+  RequestWriter(std::string_view messageId, std::string_view method, const String& nameSpace);
+  RequestWriter& className(std::string_view parameter, const String& className);
+  RequestWriter& instanceName(std::string_view parameter, const CIMObjectPath& path);
+  RequestWriter& instance(std::string_view parameter, const CIMInstance& instance);
+  RequestWriter& text(std::string_view parameter, const String& value);
+  RequestWriter& boolean(std::string_view parameter, Boolean value);
+  // Leaves the parameter out when the list is null.
+  RequestWriter& propertyList(std::string_view parameter, const CIMPropertyList& list);
+  // The whole document; the writer is used up.
+  std::string finish();
+
+ private:
+  void open(std::string_view parameter);
+  RequestWriter& close();
+
+  std::string out_;
+};
+
+// One parsed request. Parameter names are matched without regard to letter case; a getter answers
+// nothing when the parameter is missing or null, and throws XmlValidationError when it holds
+// something else than what is asked for.
+class Request {
+ public:
+  // Throws XmlException, XmlValidationError when the body is no CIM-XML request for a single
+  // operation. Extrinsic calls (METHODCALL) and
+  // exports (EXPMETHODCALL) are read as far as their name.
+  explicit Request(std::string body);
+
+  const std::string& messageId() const { return messageId_; }
+  // The versions as the sender gave them: CIMVERSION, DTDVERSION, PROTOCOLVERSION.
+  const std::string& cimVersion() const { return cimVersion_; }
+  const std::string& dtdVersion() const { return dtdVersion_; }
+  const std::string& protocolVersion() const { return protocolVersion_; }
+  // True for MULTIREQ and MULTIEXPREQ: a batch, which DSP0200 lets a server refuse; nothing else is
+  // then read.
+  bool isBatch() const { return isBatch_; }
+  CallKind kind() const { return kind_; }
+  const std::string& method() const { return method_; }
+  const String& nameSpace() const { return nameSpace_; }
+  // Names of all parameters, as sent. Of one that is there twice the getters see the first.
+  std::vector<std::string> parameterNames() const;
+  bool has(std::string_view parameter) const;
+
+  std::optional<String> className(std::string_view parameter) const;
+  std::optional<CIMObjectPath> instanceName(std::string_view parameter) const;
+  std::optional<CIMInstance> instance(std::string_view parameter) const;
+  std::optional<String> text(std::string_view parameter) const;
+  // A VALUE.NAMEDINSTANCE, with its name as path, which must be of the same class.
+  std::optional<CIMInstance> namedInstance(std::string_view parameter) const;
+  // A value of this type; null when missing.
+  CIMValue value(std::string_view parameter, CIMType type, bool isArray) const;
+  std::optional<Boolean> boolean(std::string_view parameter) const;
+  CIMPropertyList propertyList(std::string_view parameter) const;
+
+ private:
+  void readMessage(Element message);
+  void readIntrinsicCall();
+  // The IPARAMVALUE, or none.
+  Element parameter(std::string_view name) const;
+  // What is in it, or none.
+  Element parameterValue(std::string_view name) const;
+
+  std::unique_ptr<XmlDocument> document_;
+  std::vector<Element> parameters_;
+  Element call_;
+  std::string messageId_, cimVersion_, dtdVersion_, protocolVersion_, method_;
+  String nameSpace_;
+  bool isBatch_ = false;
+  CallKind kind_ = CallKind::INTRINSIC;
+};
+
+}  // namespace Pegasus::xml

@@ -1,0 +1,180 @@
+#include "xml/response.h"
+
+#include "xml/object_decoder.h"
+#include "xml/xml_text.h"
+
+namespace Pegasus::xml {
+
+namespace {
+
+// What stands around the result.
+struct Wrapping {
+  std::string_view begin;
+  std::string_view end;
+};
+
+Wrapping wrappingOf(CallKind kind) {
+  switch (kind) {
+    case CallKind::METHOD:
+      return {"<SIMPLERSP><METHODRESPONSE", "</METHODRESPONSE></SIMPLERSP>"};
+    case CallKind::EXPORT:
+      return {"<SIMPLEEXPRSP><EXPMETHODRESPONSE", "</EXPMETHODRESPONSE></SIMPLEEXPRSP>"};
+    case CallKind::INTRINSIC:
+      break;
+  }
+  return {"<SIMPLERSP><IMETHODRESPONSE", "</IMETHODRESPONSE></SIMPLERSP>"};
+}
+
+// Up to the result. IDs and names come from a parsed request, and hold nothing that XML cannot
+// carry; if they did, the answer would still be well-formed.
+std::string beginResponse(std::string_view messageId, std::string_view method,
+                          const Wrapping& wrapping) {
+  std::string out =
+      "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n"
+      "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"";
+  appendEscapedOrReplaced(out, String(messageId));
+  out.append("\" PROTOCOLVERSION=\"1.0\">").append(wrapping.begin).append(" NAME=\"");
+  appendEscapedOrReplaced(out, String(method));
+  out += "\">";
+  return out;
+}
+
+void endResponse(std::string& out, const Wrapping& wrapping) {
+  out.append(wrapping.end).append("</MESSAGE></CIM>");
+}
+
+// The only child element, which must have this name; what is missing is a missing answer.
+Element answerPart(Element parent, std::string_view name) {
+  const Element part = optionalChild(parent);
+  if (!part) {
+    throw CIMClientResponseException(String("the answer has no ") + String(name));
+  }
+  requireElement(part, name);
+  return part;
+}
+
+void checkExpected(const char* what, std::string_view expected, std::string_view actual,
+                   bool isEqual) {
+  if (!isEqual) {
+    const std::string message = "the answer has " + std::string(what) + " '" + excerpt(actual) +
+                                "' instead of '" + excerpt(expected) + "'";
+    throw CIMClientResponseException(String(std::string_view(message)));
+  }
+}
+
+[[noreturn]] void throwError(Element error) {
+  requireElement(error, "ERROR");
+  Uint32 code = 0;
+  parseScalar(CIMTYPE_UINT32, requireAttribute(error, "CODE")).get(code);
+  if (code == 0) {
+    throw XmlValidationError("ERROR with the code of success");
+  }
+  const std::string_view description = error.attribute("DESCRIPTION").value_or("");
+  throw CIMException(static_cast<CIMStatusCode>(code), String(description));
+}
+
+// ERROR, or IRETURNVALUE and output parameters. The operations of this library have no output
+// parameters; a server may send them all the same.
+Element findReturnValue(Element response) {
+  Element returnValue;
+  for (Element child = response.firstChild(); child; child = child.next()) {
+    if (child.name() == "ERROR") {
+      throwError(child);
+    }
+    if (child.name() == "PARAMVALUE") {
+      continue;
+    }
+    requireElement(child, "IRETURNVALUE");
+    if (returnValue) {
+      throw XmlValidationError("IRETURNVALUE is there twice");
+    }
+    returnValue = child;
+  }
+  return returnValue;
+}
+
+}  // namespace
+
+std::string encodeResponse(std::string_view messageId, std::string_view method,
+                           std::string returnValue) {
+  const Wrapping wrapping = wrappingOf(CallKind::INTRINSIC);
+  std::string begin = beginResponse(messageId, method, wrapping);
+  if (returnValue.empty()) {
+    endResponse(begin, wrapping);
+    return begin;
+  }
+  begin += "<IRETURNVALUE>";
+  // The value may be large: it is moved up inside its own memory rather than copied.
+  returnValue.reserve(returnValue.size() + begin.size() + 128);
+  returnValue.insert(0, begin);
+  returnValue += "</IRETURNVALUE>";
+  endResponse(returnValue, wrapping);
+  return returnValue;
+}
+
+std::string encodeErrorResponse(std::string_view messageId, std::string_view method,
+                                CIMStatusCode code, const String& description, CallKind kind) {
+  const Wrapping wrapping = wrappingOf(kind);
+  std::string out = beginResponse(messageId, method, wrapping);
+  out.append("<ERROR CODE=\"").append(std::to_string(code)).append("\" DESCRIPTION=\"");
+  appendEscapedOrReplaced(out, description);
+  out += "\"/>";
+  endResponse(out, wrapping);
+  return out;
+}
+
+Response::Response(std::string body, std::string_view messageId, std::string_view method)
+    : document_(std::make_unique<XmlDocument>(std::move(body))) {
+  const Element root = document_->root();
+  requireElement(root, "CIM");
+  const Element message = answerPart(root, "MESSAGE");
+  const std::string_view id = message.attribute("ID").value_or("");
+  checkExpected("message ID", messageId, id, id == messageId);
+  const Element response = answerPart(answerPart(message, "SIMPLERSP"), "IMETHODRESPONSE");
+  const std::string_view name = response.attribute("NAME").value_or("");
+  checkExpected("method", method, name, equalNoCase(name, method));
+  returnValue_ = findReturnValue(response);
+}
+
+Array<CIMInstance> Response::namedInstances() const {
+  Array<CIMInstance> instances;
+  for (Element child = returnValue_.firstChild(); child; child = child.next()) {
+    instances.append(decodeNamedInstance(child));
+  }
+  return instances;
+}
+
+Array<CIMObjectPath> Response::instanceNames() const {
+  Array<CIMObjectPath> names;
+  for (Element child = returnValue_.firstChild(); child; child = child.next()) {
+    names.append(decodeObjectPath(child));
+  }
+  return names;
+}
+
+Element Response::optionalResult() const {
+  return returnValue_ ? optionalChild(returnValue_) : Element();
+}
+
+Element Response::result() const {
+  const Element element = optionalResult();
+  if (!element) {
+    throw CIMClientResponseException("the answer has no result");
+  }
+  return element;
+}
+
+CIMInstance Response::instance() const {
+  return decodeInstance(result());
+}
+
+CIMObjectPath Response::instanceName() const {
+  const Element element = optionalResult();
+  return element ? decodeObjectPath(element) : CIMObjectPath();
+}
+
+CIMValue Response::value() const {
+  return decodeUntypedValue(optionalResult());
+}
+
+}  // namespace Pegasus::xml

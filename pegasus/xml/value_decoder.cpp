@@ -1,0 +1,233 @@
+// The part of the decoder that turns texts into typed values. Nothing here depends on the locale.
+#include "xml/object_decoder.h"
+#include "xml/xml_text.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <type_traits>
+#include <vector>
+
+namespace Pegasus::xml {
+
+namespace {
+
+[[noreturn]] void refuseText(const char* expected, std::string_view text) {
+  throw XmlValidationError(String(expected) +
+                           " expected, not: " + String(std::string_view(excerpt(text))));
+}
+
+// The sign in front of a number, which is taken off; true for minus.
+bool takeSign(std::string_view& digits) {
+  const bool signGiven = !digits.empty() && (digits.front() == '-' || digits.front() == '+');
+  const bool isNegative = signGiven && digits.front() == '-';
+  digits.remove_prefix(signGiven ? 1 : 0);
+  return isNegative;
+}
+
+// The base that a prefix or suffix tells, which is taken off.
+int takeBase(std::string_view& digits) {
+  if (digits.starts_with("0x") || digits.starts_with("0X")) {
+    digits.remove_prefix(2);
+    return 16;
+  }
+  if (digits.ends_with('b') || digits.ends_with('B')) {
+    digits.remove_suffix(1);
+    return 2;
+  }
+  return 10;
+}
+
+template <typename T>
+T parseInteger(std::string_view text) {
+  std::string_view digits = trimmed(text);
+  const bool isNegative = takeSign(digits);
+  const int base = takeBase(digits);
+  Uint64 magnitude = 0;
+  const char* const end = digits.data() + digits.size();
+  const auto [stop, error] = std::from_chars(digits.data(), end, magnitude, base);
+  constexpr auto max = static_cast<Uint64>(std::numeric_limits<T>::max());
+  constexpr Uint64 lowest = std::is_signed_v<T> ? max + 1 : 0;
+  if (error != std::errc() || stop != end || magnitude > (isNegative ? lowest : max)) {
+    refuseText("an integer of its type", text);
+  }
+  return static_cast<T>(isNegative ? 0 - magnitude : magnitude);
+}
+
+template <typename T>
+T parseReal(std::string_view text) {
+  std::string_view digits = trimmed(text);
+  const bool isNegative = takeSign(digits);
+  T magnitude = 0;
+  if (equalNoCase(digits, "INF")) {
+    magnitude = std::numeric_limits<T>::infinity();
+  } else if (equalNoCase(digits, "NaN")) {
+    magnitude = std::numeric_limits<T>::quiet_NaN();
+  } else {
+    const char* const end = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data(), end, magnitude);
+    // from_chars() reads a second sign and words too.
+    const bool isNumber =
+        !digits.empty() && (digits[0] == '.' || (digits[0] >= '0' && digits[0] <= '9'));
+    if (error != std::errc() || stop != end || !isNumber) {
+      refuseText("a real of its type", text);
+    }
+  }
+  return isNegative ? -magnitude : magnitude;
+}
+
+Boolean parseBoolean(std::string_view text) {
+  const std::string_view word = trimmed(text);
+  if (!equalNoCase(word, "true") && !equalNoCase(word, "false")) {
+    refuseText("a boolean", text);
+  }
+  return equalNoCase(word, "true");
+}
+
+Char16 parseChar16(std::string_view text) {
+  const String units(text);
+  if (units.size() != 1) {
+    refuseText("one character", text);
+  }
+  return units[0];
+}
+
+CIMDateTime parseDateTime(std::string_view text) {
+  try {
+    return CIMDateTime(String(trimmed(text)));
+  } catch (const InvalidValueException&) {
+    refuseText("a datetime", text);
+  }
+}
+
+template <typename T>
+T parseAs(std::string_view text) {
+  if constexpr (std::is_same_v<T, Boolean>) {
+    return parseBoolean(text);
+  } else if constexpr (std::is_same_v<T, Char16>) {
+    return parseChar16(text);
+  } else if constexpr (std::is_floating_point_v<T>) {
+    return parseReal<T>(text);
+  } else if constexpr (std::is_integral_v<T>) {
+    return parseInteger<T>(text);
+  } else if constexpr (std::is_same_v<T, CIMDateTime>) {
+    return parseDateTime(text);
+  } else {
+    return String(text);
+  }
+}
+
+// Calls `use` with a std::type_identity of the C++ type; not for references.
+template <typename Use>
+CIMValue withType(CIMType type, Use use) {
+  switch (type) {
+    case CIMTYPE_BOOLEAN:
+      return use(std::type_identity<Boolean>());
+    case CIMTYPE_UINT8:
+      return use(std::type_identity<Uint8>());
+    case CIMTYPE_SINT8:
+      return use(std::type_identity<Sint8>());
+    case CIMTYPE_UINT16:
+      return use(std::type_identity<Uint16>());
+    case CIMTYPE_SINT16:
+      return use(std::type_identity<Sint16>());
+    case CIMTYPE_UINT32:
+      return use(std::type_identity<Uint32>());
+    case CIMTYPE_SINT32:
+      return use(std::type_identity<Sint32>());
+    case CIMTYPE_UINT64:
+      return use(std::type_identity<Uint64>());
+    case CIMTYPE_SINT64:
+      return use(std::type_identity<Sint64>());
+    case CIMTYPE_REAL32:
+      return use(std::type_identity<Real32>());
+    case CIMTYPE_REAL64:
+      return use(std::type_identity<Real64>());
+    case CIMTYPE_CHAR16:
+      return use(std::type_identity<Char16>());
+    case CIMTYPE_STRING:
+      return use(std::type_identity<String>());
+    case CIMTYPE_DATETIME:
+      return use(std::type_identity<CIMDateTime>());
+    case CIMTYPE_REFERENCE:
+      break;
+  }
+  throw XmlValidationError("a reference is an element, not a text");
+}
+
+// The elements of an array, each read by `decode`; an empty one where VALUE.NULL stands.
+template <typename T, typename Decode>
+CIMValue decodeElements(Element element, Decode decode) {
+  Array<T> array;
+  std::vector<Uint32> nullElements;
+  for (Element item = element.firstChild(); item; item = item.next()) {
+    if (item.name() == "VALUE.NULL") {
+      nullElements.push_back(array.size());
+      array.append(T());
+    } else {
+      array.append(decode(item));
+    }
+  }
+  CIMValue value(array);
+  for (const Uint32 position : nullElements) {
+    value.setNullElement(position);
+  }
+  return value;
+}
+
+}  // namespace
+
+std::string_view trimmed(std::string_view text) {
+  while (!text.empty() && isXmlSpace(text.front())) {
+    text.remove_prefix(1);
+  }
+  while (!text.empty() && isXmlSpace(text.back())) {
+    text.remove_suffix(1);
+  }
+  return text;
+}
+
+bool equalNoCase(std::string_view a, std::string_view b) {
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; };
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [lower](char x, char y) { return lower(x) == lower(y); });
+}
+
+CIMType parseType(std::string_view name) {
+  // What most properties are need not be looked for.
+  if (name == "string") {
+    return CIMTYPE_STRING;
+  }
+  for (int i = CIMTYPE_BOOLEAN; i <= CIMTYPE_REFERENCE; ++i) {
+    const auto type = static_cast<CIMType>(i);
+    if (equalNoCase(name, cimTypeToString(type))) {
+      return type;
+    }
+  }
+  refuseText("a CIM type", name);
+}
+
+CIMValue parseScalar(CIMType type, std::string_view text) {
+  return withType(type,
+                  [text]<typename T>(std::type_identity<T>) { return CIMValue(parseAs<T>(text)); });
+}
+
+CIMValue decodeArray(CIMType type, Element element) {
+  if (type == CIMTYPE_REFERENCE) {
+    requireElement(element, "VALUE.REFARRAY");
+    return decodeElements<CIMObjectPath>(element, decodeReference);
+  }
+  requireElement(element, "VALUE.ARRAY");
+  return withType(type, [element]<typename T>(std::type_identity<T>) {
+    return decodeElements<T>(element, [](Element item) {
+      if (item.name() != "VALUE") {
+        refuseText("VALUE", item.name());
+      }
+      return parseAs<T>(textOnly(item));
+    });
+  });
+}
+
+}  // namespace Pegasus::xml

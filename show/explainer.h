@@ -1,0 +1,72 @@
+// Which lines of a FRU data file would be published on this machine, and why not the others.
+#pragma once
+
+#include <Pegasus/Client/CIMClient.h>
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <utility>
+
+#include "import/categories.h"
+#include "import/entry.h"
+#include "import/fru_file.h"
+#include "import/publication.h"
+#include "machine.h"
+#include "mismatch.h"
+
+namespace show {
+
+enum class Verdict {
+  published,
+  // An entry that is not for this machine, or not accepted by the server.
+  leftOut,
+  // No entry at all.
+  ignored,
+};
+
+struct Judgement {
+  // From 1.
+  std::uint64_t line = 0;
+  Verdict verdict = Verdict::ignored;
+  Reason reason;
+  // As the line has it; nothing where it names none.
+  std::optional<Pegasus::String> category;
+  // Of published entries and those left out.
+  std::optional<EntryFields> fields;
+  // Of entries that morvik would try to publish.
+  std::optional<Pegasus::String> identifyingNumber;
+};
+
+// Goes through the lines as an import does, with the import's own functions, but creates nothing: a
+// creation succeeds if the instance can be sent and no earlier one has the same FRU number and
+// IdentifyingNumber, the keys of the class.
+class Explainer {
+ public:
+  // Both must outlive this. The client is asked anew for each line of a processor or memory module.
+  Explainer(Pegasus::CIMClient& client, const Machine& machine)
+      : client_(client), machine_(machine) {}
+  // The lines must come in order, each with how it was read, which is not `end`. Throws
+  // AnswersChanged.
+  Judgement judge(LineRead read, const Pegasus::String& line);
+
+ private:
+  void judgeText(const Pegasus::String& line, Judgement& judgement);
+  void judgeEntry(Category category, const Pegasus::String& line, Judgement& judgement);
+  Reason whyNotSelected(Category category, const Pegasus::String& line) const;
+  // Nothing when the creation succeeds.
+  std::optional<Reason> whyNotCreated(const Pegasus::CIMInstance& instance,
+                                      const Judgement& judgement) const;
+  void notePublishedLine(Category category, const Judgement& judgement);
+
+  Pegasus::CIMClient& client_;
+  const Machine& machine_;
+  Publication publication_;
+  std::uint64_t lines_ = 0;
+  std::uint64_t planarLine_ = 0;
+  std::uint64_t cdromLine_ = 0;
+  // The lines of the published entries, by FRU number and IdentifyingNumber.
+  std::map<std::pair<Pegasus::String, Pegasus::String>, std::uint64_t> published_;
+};
+
+}  // namespace show

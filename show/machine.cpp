@@ -1,0 +1,76 @@
+#include "machine.h"
+
+#include <algorithm>
+#include <functional>
+
+#include "cim/machine_texts.h"
+#include "cim/machine_type.h"
+#include "cim/reading.h"
+
+using Pegasus::Array;
+using Pegasus::CIMClient;
+using Pegasus::CIMException;
+using Pegasus::CIMInstance;
+using Pegasus::Exception;
+using Pegasus::String;
+
+namespace show {
+
+namespace {
+
+String modelText(const CIMInstance& system) {
+  return readValue(system, system.findProperty("model")).toString();
+}
+
+std::optional<String> valueOf(const CIMInstance& instance,
+                              const std::function<String(const CIMInstance&)>& text) {
+  try {
+    return text(instance);
+  } catch (const Exception&) {
+    return std::nullopt;
+  }
+}
+
+Told ask(const std::function<Array<CIMInstance>()>& read,
+         const std::function<String(const CIMInstance&)>& text) {
+  Told told;
+  try {
+    for (const CIMInstance& instance : read()) {
+      told.values.push_back(valueOf(instance, text));
+    }
+  } catch (const CIMException& refusal) {
+    told.refusal = refusal.getMessage();
+  }
+  return told;
+}
+
+}  // namespace
+
+bool Told::has(const String& value) const {
+  const auto end = std::find(values.begin(), values.end(), std::nullopt);
+  return std::find(values.begin(), end, value) != end;
+}
+
+bool Told::isBroken() const {
+  return std::find(values.begin(), values.end(), std::nullopt) != values.end();
+}
+
+Machine readMachine(CIMClient& client) {
+  Machine machine;
+  machine.models =
+      ask([&] { return readInstances(client, "KVAXDT_ComputerSystemDetails"); }, modelText);
+  String machineType;
+  if (getMachineType(client, machineType) == 1) {
+    machine.machineType = machineType;
+  }
+  machine.clocks =
+      ask([&] { return readProcessors(client); },
+          [](const CIMInstance& processor) { return clockText(processor, findClock(processor)); });
+  machine.memorySizes =
+      ask([&] { return readMemoryModules(client); },
+          [](const CIMInstance& module) { return memorySizeText(module, findMemorySize(module)); });
+  machine.languageCode = languageCode();
+  return machine;
+}
+
+}  // namespace show
