@@ -1,4 +1,5 @@
 // The part of the decoder that turns texts into typed values. Nothing here depends on the locale.
+#include "common/cim_types.h"
 #include "xml/object_decoder.h"
 #include "xml/xml_text.h"
 
@@ -48,12 +49,11 @@ T parseInteger(std::string_view text) {
   Uint64 magnitude = 0;
   const char* const end = digits.data() + digits.size();
   const auto [stop, error] = std::from_chars(digits.data(), end, magnitude, base);
-  constexpr auto max = static_cast<Uint64>(std::numeric_limits<T>::max());
-  constexpr Uint64 lowest = std::is_signed_v<T> ? max + 1 : 0;
-  if (error != std::errc() || stop != end || magnitude > (isNegative ? lowest : max)) {
+  const std::optional<T> number = toInteger<T>(isNegative, magnitude);
+  if (error != std::errc() || stop != end || !number) {
     refuseText("an integer of its type", text);
   }
-  return static_cast<T>(isNegative ? 0 - magnitude : magnitude);
+  return *number;
 }
 
 template <typename T>
@@ -114,47 +114,11 @@ T parseAs(std::string_view text) {
     return parseInteger<T>(text);
   } else if constexpr (std::is_same_v<T, CIMDateTime>) {
     return parseDateTime(text);
+  } else if constexpr (std::is_same_v<T, CIMObjectPath>) {
+    throw XmlValidationError("a reference is an element, not a text");
   } else {
     return String(text);
   }
-}
-
-// Calls `use` with a std::type_identity of the C++ type; not for references.
-template <typename Use>
-CIMValue withType(CIMType type, Use use) {
-  switch (type) {
-    case CIMTYPE_BOOLEAN:
-      return use(std::type_identity<Boolean>());
-    case CIMTYPE_UINT8:
-      return use(std::type_identity<Uint8>());
-    case CIMTYPE_SINT8:
-      return use(std::type_identity<Sint8>());
-    case CIMTYPE_UINT16:
-      return use(std::type_identity<Uint16>());
-    case CIMTYPE_SINT16:
-      return use(std::type_identity<Sint16>());
-    case CIMTYPE_UINT32:
-      return use(std::type_identity<Uint32>());
-    case CIMTYPE_SINT32:
-      return use(std::type_identity<Sint32>());
-    case CIMTYPE_UINT64:
-      return use(std::type_identity<Uint64>());
-    case CIMTYPE_SINT64:
-      return use(std::type_identity<Sint64>());
-    case CIMTYPE_REAL32:
-      return use(std::type_identity<Real32>());
-    case CIMTYPE_REAL64:
-      return use(std::type_identity<Real64>());
-    case CIMTYPE_CHAR16:
-      return use(std::type_identity<Char16>());
-    case CIMTYPE_STRING:
-      return use(std::type_identity<String>());
-    case CIMTYPE_DATETIME:
-      return use(std::type_identity<CIMDateTime>());
-    case CIMTYPE_REFERENCE:
-      break;
-  }
-  throw XmlValidationError("a reference is an element, not a text");
 }
 
 // The elements of an array, each read by `decode`; an empty one where VALUE.NULL stands.
