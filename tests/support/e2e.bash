@@ -76,8 +76,15 @@ startMachine() { # [--model TEXT] [--speeds 'N...'] [--capacities 'N...']
     startCimd "$schema/kvaxdt.mof" "$BATS_TEST_TMPDIR/machine.mof"
 }
 
+# For kvaxdt.mof; with --dmtf, for kvaxdt-dmtf.mof, whose classes have more keys.
 writeMachine() {
     local model='Server 123 -[1234ABX]-' speeds=2400 capacities=536870912 value number=0
+    local processorKeys='' moduleKeys=''
+    if [[ ${1-} == --dmtf ]]; then
+        processorKeys='SystemCreationClassName = "CIM_ComputerSystem"; SystemName = "box"; CreationClassName = "KVAXDT_Processor";'
+        moduleKeys='CreationClassName = "KVAXDT_PhysicalMemory";'
+        shift
+    fi
     while (($# > 0)); do
         case $1 in
         --model) model=$2 ;;
@@ -89,12 +96,12 @@ writeMachine() {
     done
     printf 'instance of KVAXDT_ComputerSystemDetails { name = "box"; model = "%s"; };\n' "$model"
     for value in $speeds; do
-        printf 'instance of KVAXDT_Processor { DeviceID = "%d"; CurrentClockSpeed = %s; };\n' \
-            $((number++)) "$value"
+        printf 'instance of KVAXDT_Processor { %s DeviceID = "%d"; CurrentClockSpeed = %s; };\n' \
+            "$processorKeys" $((number++)) "$value"
     done
     for value in $capacities; do
-        printf 'instance of KVAXDT_PhysicalMemory { Tag = "%d"; Capacity = %s; };\n' \
-            $((number++)) "$value"
+        printf 'instance of KVAXDT_PhysicalMemory { %s Tag = "%d"; Capacity = %s; };\n' \
+            "$moduleKeys" $((number++)) "$value"
     done
 }
 
@@ -114,6 +121,33 @@ startRecordedMachine() {
     raw=$BATS_TEST_TMPDIR/raw
     mkdir "$raw"
     startPeer --upstream 5989 --raw "$raw"
+}
+
+# OpenPegasus, a CIM server that this project did not write, with the DMTF schema and these files in
+# root/kvasd. The program with-cim-server starts it for the time of one command; ours ends when the
+# server is to end. Skips the test where there is no such program.
+startPegasus() { # FILE.mof...
+    [[ -n ${MORVIK_WITH_CIM_SERVER-} ]] || skip 'no OpenPegasus server: MORVIK_WITH_CIM_SERVER is not set'
+    local file options=()
+    for file; do
+        options+=(--mof "$file")
+    done
+    # shellcheck disable=SC2016 # expanded by the shell inside
+    startServer pegasus 'with-cim-server: ready' bash -c '
+        mkfifo "$1" && exec 9<>"$1"
+        trap "echo >&9" TERM
+        "${@:2}" bash -c "echo with-cim-server: ready; read -r <&9" &
+        status=0
+        wait $! || status=$?
+        ((status <= 128)) || { status=0; wait $! || status=$?; }
+        exit $status' \
+        bash "$BATS_TEST_TMPDIR/pegasus.end" "$MORVIK_WITH_CIM_SERVER" "${options[@]}"
+}
+
+# The same machine as startMachine has.
+startPegasusMachine() { # [OPTION...] as writeMachine takes them
+    writeMachine --dmtf "$@" >"$BATS_TEST_TMPDIR/machine.mof"
+    startPegasus "$schema/kvaxdt-dmtf.mof" "$BATS_TEST_TMPDIR/machine.mof"
 }
 
 # An FTP server with the tree $parts; its log is $ftpLog.
