@@ -26,6 +26,7 @@ extern "C" {
 ssize_t __real_send(int socket, const void* bytes, size_t size, int flags);
 ssize_t __real_recv(int socket, void* bytes, size_t size, int flags);
 int __real_poll(pollfd* sockets, nfds_t count, int timeOut);
+int __real_ppoll(pollfd* sockets, nfds_t count, const timespec* timeOut, const sigset_t* signals);
 }
 
 namespace {
@@ -115,6 +116,11 @@ ssize_t __wrap_recv(int socket, void* bytes, size_t size, int flags) {
 }
 int __wrap_poll(pollfd* sockets, nfds_t count, int /*timeOut*/) {
   return __real_poll(sockets, count, 0);
+}
+int __wrap_ppoll(pollfd* sockets, nfds_t count, const timespec* /*timeOut*/,
+                 const sigset_t* signals) {
+  const timespec atOnce{};
+  return __real_ppoll(sockets, count, &atOnce, signals);
 }
 }
 // NOLINTEND(bugprone-reserved-identifier)

@@ -34,15 +34,14 @@ using std::chrono::steady_clock;
   throw CIMClientMalformedHTTPException(String(std::string_view(message)));
 }
 
-// Longer than a server takes from the last byte of an answer to closing the connection, also on a
-// machine that is busy with other things.
-constexpr milliseconds closeTime{20};
+// The longest wait for a server that may be about to close the connection after its first answer.
+constexpr milliseconds maxCloseTime{20};
 
 // How late a time-out may come, against how often a waiting client wakes up.
 constexpr milliseconds deadlinePause{50};
 
 // Whether a call failed only because nothing happened for a while, or a signal came.
-bool isWorthATry(int error) {
+bool isTransient(int error) {
   return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
 }
 
@@ -123,41 +122,38 @@ void HttpConnection::close() {
   }
 }
 
-void HttpConnection::waitForConnection(Deadline deadline) const {
+// Returns 0 once the connection attempt has succeeded, or the error that ended it.
+int HttpConnection::awaitConnection(Deadline deadline) const {
   pollfd waiting{socket_, POLLOUT, 0};
-  for (;;) {
-    const int ready = poll(&waiting, 1, millisecondsUntil(deadline));
-    if (ready > 0) {
-      return;
-    }
-    if (ready == 0) {
-      throw ConnectionTimeoutException();
-    }
-    if (errno != EINTR) {
-      throwBroken(errno);
-    }
+  int ready = 0;
+  do {
+    ready = poll(&waiting, 1, millisecondsUntil(deadline));
+  } while (ready < 0 && errno == EINTR);
+  if (ready < 0) {
+    return errno;
   }
-}
-
-// Answers false, with the reason in errno, when this address does not take the connection.
-bool HttpConnection::tryConnect(const addrinfo& address, Deadline deadline) {
-  socket_ = socket(address.ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  if (socket_ < 0) {
-    return false;
+  if (ready == 0) {
+    return ETIMEDOUT;
   }
   int error = 0;
-  if (connect(socket_, address.ai_addr, address.ai_addrlen) != 0) {
-    error = errno;
-    if (error == EINPROGRESS || error == EINTR) {
-      waitForConnection(deadline);
-      socklen_t size = sizeof error;
-      getsockopt(socket_, SOL_SOCKET, SO_ERROR, &error, &size);
-    }
+  socklen_t size = sizeof error;
+  getsockopt(socket_, SOL_SOCKET, SO_ERROR, &error, &size);
+  return error;
+}
+
+// Returns 0, or the error for which this address does not take the connection.
+int HttpConnection::tryConnect(const addrinfo& address, Deadline deadline) {
+  socket_ = socket(address.ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  if (socket_ < 0) {
+    return errno;
+  }
+  int error = connect(socket_, address.ai_addr, address.ai_addrlen) == 0 ? 0 : errno;
+  if (error == EINPROGRESS || error == EINTR) {
+    error = awaitConnection(deadline);
   }
   if (error != 0) {
     close();
-    errno = error;
-    return false;
+    return error;
   }
   const int on = 1;
   setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
@@ -167,32 +163,37 @@ bool HttpConnection::tryConnect(const addrinfo& address, Deadline deadline) {
   const timeval pause{0, std::chrono::microseconds(deadlinePause).count()};
   setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &pause, sizeof pause);
   setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, &pause, sizeof pause);
-  return true;
+  return 0;
 }
 
 void HttpConnection::open(Deadline deadline) {
   close();
   const Addresses addresses = lookUp(host_, port_);
-  try {
-    for (const addrinfo* address = addresses.get(); address != nullptr;
-         address = address->ai_next) {
-      if (tryConnect(*address, deadline)) {
-        return;
-      }
+  int error = 0;
+  for (const addrinfo* address = addresses.get(); address != nullptr; address = address->ai_next) {
+    error = tryConnect(*address, deadline);
+    if (error == 0) {
+      return;
     }
-  } catch (const ConnectionTimeoutException&) {
-    close();
-    throwCannotConnect(hostHeader_, "no answer in time");
+    if (steady_clock::now() >= deadline) {
+      break;
+    }
   }
-  throwCannotConnect(hostHeader_, std::generic_category().message(errno));
+  throwCannotConnect(hostHeader_, error == ETIMEDOUT ? "no answer in time"
+                                                     : std::generic_category().message(error));
 }
 
-// Between two exchanges nothing is to be read: whatever there is, an end, an error or unasked
-// bytes, makes the connection useless. A server may end it just after its answer without having
-// said so; until it has shown that it does not, it gets a moment for that, counted from the answer.
+// Between two exchanges nothing is to be read: an end, an error or unsolicited bytes make the
+// connection useless. A server may close it right after its answer without having said so. Until
+// the server has answered twice over one connection, it gets a moment for that, counted from the
+// answer and no longer than the answer took: a server that is quick to answer is quick to close,
+// and the client of a server that keeps its connections must not be slowed down.
 bool HttpConnection::isStale() const {
   pollfd waiting{socket_, POLLIN, 0};
-  return poll(&waiting, 1, isServerKeeping_ ? 0 : millisecondsUntil(lastAnswer_ + closeTime)) > 0;
+  const auto left = closeUntil_ - steady_clock::now();
+  const bool isWaiting = !isServerKeeping_ && left > left.zero();
+  const timespec pause{0, isWaiting ? std::chrono::nanoseconds(left).count() : 0};
+  return ppoll(&waiting, 1, &pause, nullptr) > 0;
 }
 
 void HttpConnection::dropIfStale() {
@@ -208,7 +209,7 @@ void HttpConnection::send(std::string_view bytes, Deadline deadline) const {
     const ssize_t sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (sent >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(sent));
-    } else if (!isWorthATry(errno)) {
+    } else if (!isTransient(errno)) {
       throwBroken(errno);
     }
     if (steady_clock::now() >= deadline) {
@@ -225,7 +226,7 @@ void HttpConnection::receive(HttpAnswer& answer, Deadline deadline) const {
       answer.commit(static_cast<std::size_t>(received));
     } else if (received == 0) {
       answer.end();
-    } else if (!isWorthATry(errno)) {
+    } else if (!isTransient(errno)) {
       throwBroken(errno);
     }
     // A server that always has the next byte ready in time must not prolong the exchange.
@@ -239,11 +240,12 @@ std::string HttpConnection::exchange(std::string_view method, const String& name
                                      std::string_view body, Deadline deadline) {
   const std::string request = makeHttpRequest(hostHeader_, method, nameSpace, body);
   dropIfStale();
-  const bool isReused = socket_ >= 0 && lastAnswer_ != Deadline();
+  const bool isReused = socket_ >= 0 && closeUntil_ != Deadline();
   if (socket_ < 0) {
     open(deadline);
   }
   HttpAnswer answer;
+  const auto begin = steady_clock::now();
   try {
     send(request, deadline);
     receive(answer, deadline);
@@ -251,7 +253,8 @@ std::string HttpConnection::exchange(std::string_view method, const String& name
     close();
     throw;
   }
-  lastAnswer_ = steady_clock::now();
+  const auto end = steady_clock::now();
+  closeUntil_ = end + std::min<steady_clock::duration>(end - begin, maxCloseTime);
   isServerKeeping_ = isServerKeeping_ || isReused;
   if (!answer.keepsAlive()) {
     close();

@@ -43,10 +43,10 @@ class HttpConnection {
  private:
   bool isStale() const;
   void dropIfStale();
-  bool tryConnect(const addrinfo& address, Deadline deadline);
+  int tryConnect(const addrinfo& address, Deadline deadline);
+  int awaitConnection(Deadline deadline) const;
   void send(std::string_view bytes, Deadline deadline) const;
   void receive(HttpAnswer& answer, Deadline deadline) const;
-  void waitForConnection(Deadline deadline) const;
 
   std::string hostHeader_;
   std::string host_;
@@ -54,7 +54,8 @@ class HttpConnection {
   int socket_ = -1;
   // True once the server has answered twice over one connection.
   bool isServerKeeping_ = false;
-  Deadline lastAnswer_;
+  // Until then the server may close the connection after the last answer.
+  Deadline closeUntil_;
 };
 
 }  // namespace Pegasus

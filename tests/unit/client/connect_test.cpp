@@ -10,10 +10,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <optional>
 
 #include "answers.h"
 #include "scripted_server.h"
+#include "system_calls.h"
 
 namespace Pegasus {
 namespace {
@@ -121,6 +123,15 @@ TEST(Connect, PortWhereNobodyListensIsRefused) {
   EXPECT_THAT(refusalOf("127.0.0.1:" + std::to_string(ntohs(address.sin_port))),
               testing::HasSubstr("Connection refused"));
   close(socket);
+}
+
+// The socket's failure to become ready is a failure to connect, too, and no other error.
+TEST(Connect, FailureWhileWaitingForTheConnectionIsRefused) {
+  ScriptedServer server({});
+  systemCalls.pollError = ENOMEM;
+  const std::string refusal = refusalOf(server.address());
+  systemCalls.pollError = 0;
+  EXPECT_THAT(refusal, testing::HasSubstr("Cannot allocate memory"));
 }
 
 TEST(Connect, CredentialsAreRefusedWithoutAConnection) {

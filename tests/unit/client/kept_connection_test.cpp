@@ -3,12 +3,15 @@
 #include <gtest/gtest.h>
 #include "client/http_connection.h"
 
+#include <algorithm>
+#include <chrono>
 #include <future>
 #include <optional>
 #include <thread>
 
 #include "answers.h"
 #include "scripted_server.h"
+#include "system_calls.h"
 
 namespace Pegasus {
 namespace {
@@ -87,17 +90,104 @@ TEST_F(KeptConnection, ClosedWhileIdleIsOpenedAgain) {
   expectServed(2, 2);
 }
 
-// Neither did the server announce it, nor is the end there yet when the client has its answer.
-TEST_F(KeptConnection, ClosedAMomentAfterEachAnswerIsOpenedAgain) {
-  const ScriptedServer::Script answerThenClose = [](Peer& peer) {
-    peer.answer(propertyAnswer("x"));
-    std::this_thread::sleep_for(std::chrono::microseconds(200));
-  };
-  start(std::vector<ScriptedServer::Script>(20, answerThenClose));
-  for (int i = 0; i < 20; i++) {
-    EXPECT_EQ(askProperty(client), "x");
+// The time-outs of the looks whether the server has closed the connection.
+class LookingClient : public KeptConnection {
+ protected:
+  void SetUp() override {
+    systemCalls.beforePpoll = [this](std::chrono::nanoseconds timeOut) {
+      looks.push_back(timeOut);
+    };
   }
-  expectServed(20, 20);
+  void TearDown() override { systemCalls.beforePpoll = nullptr; }
+
+  // Asks, and returns how long that took.
+  std::chrono::nanoseconds ask() {
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(askProperty(client), "x");
+    return std::chrono::steady_clock::now() - begin;
+  }
+  std::size_t waits() const {
+    return static_cast<std::size_t>(
+        std::count_if(looks.begin(), looks.end(), [](auto wait) { return wait.count() > 0; }));
+  }
+
+  std::vector<std::chrono::nanoseconds> looks;
+};
+
+TEST_F(LookingClient, WaitsAtMostOnceForAServerThatKeepsItsConnection) {
+  start({[](Peer& peer) {
+    for (int i = 0; i < 5; i++) {
+      peer.answer(propertyAnswer("x"));
+    }
+    peer.awaitClose();
+  }});
+  for (int i = 0; i < 5; i++) {
+    ask();
+  }
+  // The first one looks at a connection over which nothing has been sent yet.
+  ASSERT_EQ(looks.size(), 5U);
+  looks.erase(looks.begin() + 1);
+  EXPECT_EQ(waits(), 0U);
+  expectServed(1, 5);
+}
+
+TEST_F(LookingClient, WaitsNoLongerThanTheAnswerTook) {
+  const ScriptedServer::Script answerTwice = [](Peer& peer) {
+    peer.answer(propertyAnswer("x"));
+    peer.answer(propertyAnswer("x"));
+  };
+  start(std::vector<ScriptedServer::Script>(20, answerTwice));
+  for (int i = 0; i < 20; i++) {
+    const auto taken = ask();
+    looks.clear();
+    ask();
+    ASSERT_EQ(looks.size(), 1U);
+    EXPECT_LE(looks[0], taken);
+    client.disconnect();
+    client.connect(server->address().c_str(), "", "");
+  }
+}
+
+TEST_F(LookingClient, DoesNotWaitLongForAServerThatAnswersSlowly) {
+  start({[](Peer& peer) {
+    peer.readRequest();
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    peer.send(propertyAnswer("x"));
+    peer.answer(propertyAnswer("x"));
+  }});
+  ask();
+  ask();
+  ASSERT_EQ(looks.size(), 2U);
+  EXPECT_LE(looks[1], std::chrono::milliseconds(20));
+}
+
+// The server has not announced the end, and closes only while the client waits. Each answer takes
+// long enough for a wait, however busy the machine is.
+TEST_F(LookingClient, OpensAnotherConnectionAfterACloseDuringTheWait) {
+  constexpr std::size_t rounds = 5;
+  std::vector<std::promise<void>> waiting(rounds);
+  std::vector<ScriptedServer::Script> scripts;
+  for (std::promise<void>& clientWaits : waiting) {
+    scripts.emplace_back([&](Peer& peer) {
+      peer.readRequest();
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      peer.send(propertyAnswer("x"));
+      clientWaits.get_future().wait();
+    });
+  }
+  scripts.push_back(answerOnce);
+  start(scripts);
+  ask();
+  systemCalls.beforePpoll = [&](std::chrono::nanoseconds timeOut) {
+    waiting[looks.size() - 1].set_value();
+    server->awaitClosed(looks.size());
+    looks.push_back(timeOut);
+  };
+  for (std::size_t i = 0; i < rounds; i++) {
+    ask();
+  }
+  EXPECT_GE(waits(), 1U);
+  expectServed(rounds + 1, rounds + 1);
 }
 
 TEST_F(KeptConnection, ResetWhileIdleIsOpenedAgain) {

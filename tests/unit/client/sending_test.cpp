@@ -1,31 +1,10 @@
 // How a request leaves, as the network and the clock see it.
 #include <Pegasus/Client/CIMClient.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-
-#include <algorithm>
-#include <chrono>
-#include <thread>
 
 #include "answers.h"
 #include "scripted_server.h"
-
-namespace {
-
-// What the kernel takes at once from this thread, as long as it is not 0, and not before a
-// millisecond.
-thread_local std::size_t slowSendSize = 0;
-
-}  // namespace
-
-// In place of the C library's, for this whole program.
-extern "C" ssize_t send(int socket, const void* bytes, std::size_t size, int flags) {
-  if (slowSendSize > 0) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    size = std::min(size, slowSendSize);
-  }
-  return sendto(socket, bytes, size, flags, nullptr, 0);
-}
+#include "system_calls.h"
 
 namespace Pegasus {
 namespace {
@@ -60,9 +39,9 @@ TEST(Sending, IsNotProlongedByAServerThatTakesLittleAtATime) {
   client.connect(server.address().c_str(), "", "");
   const std::string large(1U << 20, 'x');
   const CIMObjectPath name = fruName(large.c_str());
-  slowSendSize = 1024;
+  systemCalls.slowSendSize = 1024;
   EXPECT_THROW(client.deleteInstance("root/kvasd", name), ConnectionTimeoutException);
-  slowSendSize = 0;
+  systemCalls.slowSendSize = 0;
 }
 
 }  // namespace
