@@ -89,7 +89,7 @@ void requireXml(const std::string& elements) {
 void checkNameSpace(cimd::NameSpace& nameSpace) {
   requireXml(cimd::enumerateClasses(nameSpace, request("EnumerateClasses")));
   requireXml(cimd::enumerateQualifiers(nameSpace, request("EnumerateQualifiers")));
-  for (const cimd::CimClass* top : nameSpace.schema().topClasses()) {
+  for (const cimd::Class* top : nameSpace.schema().topClasses()) {
     for (const cimd::StoredInstance* stored : nameSpace.instances(*top)) {
       fuzz::requireRoundTrip(stored->instance);
     }

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "model/cim_errors.h"
+#include "model/errors.h"
 #include "model/loopback_host.h"
 
 namespace cimd {
@@ -106,12 +106,12 @@ InstanceKey writtenKey(const CIMObjectPath& path, const String& nameSpace) {
 }
 
 InstanceKey referenceKey(const CIMObjectPath& path, const KeyScope& scope) {
-  const CimClass* cls = localClass(path, scope);
+  const Class* cls = localClass(path, scope);
   const auto key = cls != nullptr ? instanceKey(*cls, path, scope) : std::nullopt;
   return key ? *key : writtenKey(path, scope.nameSpace);
 }
 
-std::optional<InstanceKey> keyValue(const CimProperty& property, const CIMKeyBinding& binding,
+std::optional<InstanceKey> keyValue(const Property& property, const CIMKeyBinding& binding,
                                     const KeyScope& scope) {
   const bool isReference = binding.getType() == CIMKeyBinding::REFERENCE;
   if (isReference != (property.type == Pegasus::CIMTYPE_REFERENCE)) {
@@ -157,13 +157,13 @@ CIMKeyBinding keyBinding(const String& name, const CIMValue& value) {
 
 }  // namespace
 
-const CimClass* localClass(const CIMObjectPath& path, const KeyScope& scope) {
+const Class* localClass(const CIMObjectPath& path, const KeyScope& scope) {
   const bool isLocal = foreignHost(path).size() == 0 &&
                        fold(targetNameSpace(path, scope.nameSpace)) == fold(scope.nameSpace);
   return isLocal ? scope.schema.find(path.getClassName()) : nullptr;
 }
 
-std::optional<InstanceKey> instanceKey(const CimClass& cls, const CIMObjectPath& path,
+std::optional<InstanceKey> instanceKey(const Class& cls, const CIMObjectPath& path,
                                        const KeyScope& scope) {
   if (path.getKeyBindings().size() != cls.keys().size()) {
     return std::nullopt;
@@ -171,7 +171,7 @@ std::optional<InstanceKey> instanceKey(const CimClass& cls, const CIMObjectPath&
   InstanceKey key;
   appendPart(key, fold(cls.name()));
   for (const std::size_t position : cls.keys()) {
-    const CimProperty& property = cls.property(position);
+    const Property& property = cls.property(position);
     const CIMKeyBinding* binding = findBinding(path, property.name);
     const auto value = binding ? keyValue(property, *binding, scope) : std::nullopt;
     if (!value) {
@@ -182,14 +182,14 @@ std::optional<InstanceKey> instanceKey(const CimClass& cls, const CIMObjectPath&
   return key;
 }
 
-bool isSameKey(const CimProperty& property, const CIMValue& a, const CIMValue& b,
+bool isSameKey(const Property& property, const CIMValue& a, const CIMValue& b,
                const KeyScope& scope) {
   return a == b || (!a.isNull() && !b.isNull() &&
                     keyValue(property, keyBinding(property.name, a), scope) ==
                         keyValue(property, keyBinding(property.name, b), scope));
 }
 
-CIMObjectPath instancePath(const CimClass& cls, const Pegasus::CIMInstance& instance) {
+CIMObjectPath instancePath(const Class& cls, const Pegasus::CIMInstance& instance) {
   Pegasus::Array<CIMKeyBinding> bindings;
   for (const std::size_t position : cls.keys()) {
     const auto& property = instance.getProperty(static_cast<Pegasus::Uint32>(position));

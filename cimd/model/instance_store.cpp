@@ -17,7 +17,7 @@ StoredInstance::StoredInstance(const Pegasus::CIMInstance& given, bool published
   instanceXml.shrink_to_fit();
 }
 
-void InstanceStore::add(const CimClass& cls, InstanceKey key, StoredInstance instance) {
+void InstanceStore::add(const Class& cls, InstanceKey key, StoredInstance instance) {
   Entries& entries = byClass_[&cls];
   entries.push_back(Entry{nextSequence_++, std::move(instance)});
   byKey_.emplace(std::move(key), Place{&entries, std::prev(entries.end())});
@@ -39,9 +39,9 @@ const StoredInstance* InstanceStore::find(const InstanceKey& key) const {
 }
 
 std::vector<const StoredInstance*> InstanceStore::list(
-    const std::vector<const CimClass*>& classes) const {
+    const std::vector<const Class*>& classes) const {
   std::vector<const Entry*> entries;
-  for (const CimClass* cls : classes) {
+  for (const Class* cls : classes) {
     const auto found = byClass_.find(cls);
     if (found == byClass_.end()) {
       continue;

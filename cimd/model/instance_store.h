@@ -8,7 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "model/cim_class.h"
+#include "model/class.h"
 #include "model/instance_key.h"
 
 namespace cimd {
@@ -33,7 +33,7 @@ struct StoredInstance {
 class InstanceStore {
  public:
   // There must be none with this key. The class must outlive the store.
-  void add(const CimClass& cls, InstanceKey key, StoredInstance instance);
+  void add(const Class& cls, InstanceKey key, StoredInstance instance);
   // The key must be there; the instance keeps its place in lists.
   void replace(const InstanceKey& key, StoredInstance instance);
   // The key must be there.
@@ -43,7 +43,7 @@ class InstanceStore {
   // Null when there is none. Pointers live until the instance is replaced or removed.
   const StoredInstance* find(const InstanceKey& key) const;
   // Those of the given classes themselves, in the order in which they were added.
-  std::vector<const StoredInstance*> list(const std::vector<const CimClass*>& classes) const;
+  std::vector<const StoredInstance*> list(const std::vector<const Class*>& classes) const;
 
  private:
   struct Entry {
@@ -57,7 +57,7 @@ class InstanceStore {
     Entries::iterator entry;
   };
 
-  std::unordered_map<const CimClass*, Entries> byClass_;
+  std::unordered_map<const Class*, Entries> byClass_;
   std::unordered_map<InstanceKey, Place> byKey_;
   Pegasus::Uint64 nextSequence_ = 0;
 };

@@ -2,7 +2,7 @@
 
 #include <variant>
 
-#include "model/cim_errors.h"
+#include "model/errors.h"
 #include "model/instance_key.h"
 
 namespace cimd {
@@ -32,11 +32,11 @@ std::size_t elementCount(const CIMValue& value) {
 }
 
 // A reference to another host or namespace may be of any class: nobody here knows those.
-void checkReference(const CimProperty& property, const CIMValue& value, const KeyScope& scope) {
+void checkReference(const Property& property, const CIMValue& value, const KeyScope& scope) {
   Pegasus::CIMObjectPath path;
   value.get(path);
-  const CimClass* target = localClass(path, scope);
-  const CimClass* expected = scope.schema.find(property.referenceClass);
+  const Class* target = localClass(path, scope);
+  const Class* expected = scope.schema.find(property.referenceClass);
   if (target != nullptr && expected != nullptr && target != expected &&
       !target->isBelow(*expected)) {
     throwCimError(CIM_ERR_INVALID_PARAMETER,
@@ -45,7 +45,7 @@ void checkReference(const CimProperty& property, const CIMValue& value, const Ke
   }
 }
 
-void checkValue(const CimProperty& property, const CIMValue& value, const KeyScope& scope) {
+void checkValue(const Property& property, const CIMValue& value, const KeyScope& scope) {
   const String name = "property " + property.name;
   if (value.getType() != property.type || value.isArray() != property.isArray) {
     const std::string types = " is " + typeName(value.getType(), value.isArray()) + " instead of " +
@@ -60,14 +60,14 @@ void checkValue(const CimProperty& property, const CIMValue& value, const KeySco
   }
 }
 
-[[noreturn]] void throwNoProperty(const CimClass& cls, const String& name,
+[[noreturn]] void throwNoProperty(const Class& cls, const String& name,
                                   Pegasus::CIMStatusCode code) {
   throwCimError(code, "class " + cls.name() + " has no property " + name);
 }
 
 // The given values at the positions of their properties in the class.
 // `unknown` is the error for a property that the class does not have.
-std::vector<const CIMValue*> placeValues(const CimClass& cls, const CIMInstance& given,
+std::vector<const CIMValue*> placeValues(const Class& cls, const CIMInstance& given,
                                          Pegasus::CIMStatusCode unknown, const KeyScope& scope) {
   std::vector<const CIMValue*> values(cls.propertyCount(), nullptr);
   for (Pegasus::Uint32 i = 0; i < given.getPropertyCount(); ++i) {
@@ -84,7 +84,7 @@ std::vector<const CIMValue*> placeValues(const CimClass& cls, const CIMInstance&
 
 // Of the values those that the list names, and defaults for what is named without a value. A key
 // without value stays what it is.
-std::vector<const CIMValue*> listedValues(const CimClass& cls,
+std::vector<const CIMValue*> listedValues(const Class& cls,
                                           const std::vector<const CIMValue*>& values,
                                           const Pegasus::CIMPropertyList& list) {
   std::vector<const CIMValue*> listed(values.size(), nullptr);
@@ -93,7 +93,7 @@ std::vector<const CIMValue*> listedValues(const CimClass& cls,
     if (!position) {
       throwNoProperty(cls, list[i], Pegasus::CIM_ERR_NO_SUCH_PROPERTY);
     }
-    const CimProperty& property = cls.property(*position);
+    const Property& property = cls.property(*position);
     const CIMValue* value = values[*position];
     listed[*position] = value != nullptr || property.isKey ? value : &property.defaultValue;
   }
@@ -102,14 +102,14 @@ std::vector<const CIMValue*> listedValues(const CimClass& cls,
 
 }  // namespace
 
-CIMInstance completeInstance(const CimClass& cls, const CIMInstance& given, const KeyScope& scope) {
+CIMInstance completeInstance(const Class& cls, const CIMInstance& given, const KeyScope& scope) {
   if (cls.isAbstract()) {
     throwCimError(Pegasus::CIM_ERR_NOT_SUPPORTED, "class " + cls.name() + " is abstract");
   }
   const auto values = placeValues(cls, given, CIM_ERR_INVALID_PARAMETER, scope);
   CIMInstance complete(cls.name());
   for (std::size_t i = 0; i < cls.propertyCount(); ++i) {
-    const CimProperty& property = cls.property(i);
+    const Property& property = cls.property(i);
     const CIMValue& value = values[i] != nullptr ? *values[i] : property.defaultValue;
     complete.addProperty(Pegasus::CIMProperty(property.name, value, property.arraySize,
                                               property.referenceClass, String::EMPTY,
@@ -119,9 +119,8 @@ CIMInstance completeInstance(const CimClass& cls, const CIMInstance& given, cons
   return complete;
 }
 
-CIMInstance changedInstance(const CimClass& cls, const CIMInstance& current,
-                            const CIMInstance& given, const Pegasus::CIMPropertyList& list,
-                            const KeyScope& scope) {
+CIMInstance changedInstance(const Class& cls, const CIMInstance& current, const CIMInstance& given,
+                            const Pegasus::CIMPropertyList& list, const KeyScope& scope) {
   auto values = placeValues(cls, given, Pegasus::CIM_ERR_NO_SUCH_PROPERTY, scope);
   if (!list.isNull()) {
     values = listedValues(cls, values, list);

@@ -14,7 +14,7 @@ namespace cimd {
 // class does not have, that is given twice, of another type, longer than its fixed array size or a
 // reference to an instance of a class that it may not point to, and for a key without value.
 // (DSP0200 knows no type mismatch for CreateInstance.)
-Pegasus::CIMInstance completeInstance(const CimClass& cls, const Pegasus::CIMInstance& given,
+Pegasus::CIMInstance completeInstance(const Class& cls, const Pegasus::CIMInstance& given,
                                       const KeyScope& scope);
 
 // `current`, which is complete, with the values of `given`: all of them, or those that the list
@@ -22,7 +22,7 @@ Pegasus::CIMInstance completeInstance(const CimClass& cls, const Pegasus::CIMIns
 // Throws CIMException: NO_SUCH_PROPERTY for a property that the class does not have,
 // INVALID_PARAMETER for a value that completeInstance() would refuse and for a key that would
 // change.
-Pegasus::CIMInstance changedInstance(const CimClass& cls, const Pegasus::CIMInstance& current,
+Pegasus::CIMInstance changedInstance(const Class& cls, const Pegasus::CIMInstance& current,
                                      const Pegasus::CIMInstance& given,
                                      const Pegasus::CIMPropertyList& list, const KeyScope& scope);
 

@@ -1,6 +1,6 @@
 #include "model/name_space.h"
 
-#include "model/cim_errors.h"
+#include "model/errors.h"
 #include "model/instance_values.h"
 
 namespace cimd {
@@ -20,8 +20,8 @@ namespace {
 
 }  // namespace
 
-const CimClass& NameSpace::classNamed(const String& name) const {
-  const CimClass* cls = schema_.find(name);
+const Class& NameSpace::classNamed(const String& name) const {
+  const Class* cls = schema_.find(name);
   if (cls == nullptr) {
     throwCimError(Pegasus::CIM_ERR_INVALID_CLASS, name);
   }
@@ -29,7 +29,7 @@ const CimClass& NameSpace::classNamed(const String& name) const {
 }
 
 InstanceKey NameSpace::keyOf(const CIMObjectPath& path) const {
-  const CimClass& cls = classNamed(path.getClassName());
+  const Class& cls = classNamed(path.getClassName());
   auto key = instanceKey(cls, path, keyScope());
   if (!key) {
     throwNotFound(path);
@@ -38,14 +38,14 @@ InstanceKey NameSpace::keyOf(const CIMObjectPath& path) const {
 }
 
 CIMObjectPath NameSpace::createInstance(const CIMInstance& given, Origin origin) {
-  const CimClass& cls = classNamed(given.getClassName());
-  StoredInstance created(completeInstance(cls, given, keyScope()), origin != Origin::DECLARED);
+  const Class& cls = classNamed(given.getClassName());
+  StoredInstance created(completeInstance(cls, given, keyScope()), origin != Origin::declared);
   CIMObjectPath path = created.instance.getPath();
   InstanceKey key = keyOf(path);
   if (instances_.find(key) != nullptr) {
     throwCimError(Pegasus::CIM_ERR_ALREADY_EXISTS, describePath(path));
   }
-  if (journal_ != nullptr && origin == Origin::PUBLISHED) {
+  if (journal_ != nullptr && origin == Origin::published) {
     journal_->put(name_, key, created.instance);
   }
   instances_.add(cls, std::move(key), std::move(created));
@@ -53,12 +53,12 @@ CIMObjectPath NameSpace::createInstance(const CIMInstance& given, Origin origin)
 }
 
 void NameSpace::restoreInstance(const CIMInstance& given, const InstanceKey& key) {
-  const CimClass& cls = classNamed(given.getClassName());
+  const Class& cls = classNamed(given.getClassName());
   const CIMObjectPath path = completeInstance(cls, given, keyScope()).getPath();
   if (keyOf(path) != key) {
     throwCimError(Pegasus::CIM_ERR_FAILED, "its class has other keys by now");
   }
-  createInstance(given, Origin::RESTORED);
+  createInstance(given, Origin::restored);
 }
 
 void NameSpace::modifyInstance(const CIMInstance& given, const CIMPropertyList& list) {
@@ -67,7 +67,7 @@ void NameSpace::modifyInstance(const CIMInstance& given, const CIMPropertyList& 
   if (stored == nullptr) {
     throwNotFound(given.getPath());
   }
-  const CimClass& cls = classNamed(stored->instance.getClassName());
+  const Class& cls = classNamed(stored->instance.getClassName());
   StoredInstance changed(changedInstance(cls, stored->instance, given, list, keyScope()),
                          stored->isPublished);
   if (journal_ != nullptr && changed.isPublished) {
@@ -98,13 +98,13 @@ const StoredInstance& NameSpace::instance(const CIMObjectPath& path) const {
   return *found;
 }
 
-std::vector<const StoredInstance*> NameSpace::instances(const CimClass& cls) const {
+std::vector<const StoredInstance*> NameSpace::instances(const Class& cls) const {
   return instances_.list(Schema::withSubclasses(cls));
 }
 
 std::vector<const StoredInstance*> NameSpace::published() const {
-  std::vector<const CimClass*> classes;
-  for (const CimClass* top : schema_.topClasses()) {
+  std::vector<const Class*> classes;
+  for (const Class* top : schema_.topClasses()) {
     const auto below = Schema::withSubclasses(*top);
     classes.insert(classes.end(), below.begin(), below.end());
   }

@@ -17,11 +17,11 @@ namespace cimd {
 enum class Origin {
   // The server's configuration: MOF files, the host's own inventory. Changes that clients make to
   // it last until the configuration is read again.
-  DECLARED,
+  declared,
   // A client, now: it is written to the journal first.
-  PUBLISHED,
+  published,
   // A client, earlier: the journal knows it.
-  RESTORED
+  restored
 };
 
 class NameSpace {
@@ -34,7 +34,7 @@ class NameSpace {
   const Schema& schema() const { return schema_; }
   KeyScope keyScope() const { return {name_, schema_}; }
   // Throws CIMException (INVALID_CLASS) when there is none.
-  const CimClass& classNamed(const Pegasus::String& name) const;
+  const Class& classNamed(const Pegasus::String& name) const;
 
   // From here on changes by clients go to the journal, which must outlive the namespace. Null ends
   // that.
@@ -58,7 +58,7 @@ class NameSpace {
   // changed or deleted.
   const StoredInstance& instance(const Pegasus::CIMObjectPath& path) const;
   // Those of the class and of its subclasses, in order of creation.
-  std::vector<const StoredInstance*> instances(const CimClass& cls) const;
+  std::vector<const StoredInstance*> instances(const Class& cls) const;
   // All that clients published, in order of creation.
   std::vector<const StoredInstance*> published() const;
   std::size_t instanceCount() const { return instances_.size(); }

@@ -1,6 +1,6 @@
 #include "model/repository.h"
 
-#include "model/cim_errors.h"
+#include "model/errors.h"
 #include "model/instance_key.h"
 
 namespace cimd {
@@ -41,7 +41,7 @@ std::vector<std::string> Repository::adoptPublished(const Repository& other) {
   for (const auto& [name, from] : other.nameSpaces_) {
     for (const StoredInstance* stored : from->published()) {
       try {
-        nameSpace(from->name()).createInstance(stored->instance, Origin::RESTORED);
+        nameSpace(from->name()).createInstance(stored->instance, Origin::restored);
       } catch (const Pegasus::CIMException& error) {
         lost.push_back(describePath(stored->instance.getPath()).toUtf8() +
                        " is lost: " + error.getDescription().toUtf8());

@@ -1,16 +1,16 @@
 #include "model/schema.h"
 
-#include "model/cim_errors.h"
+#include "model/errors.h"
 
 namespace cimd {
 
 using Pegasus::String;
 
-const CimClass& Schema::define(const ClassDeclaration& declaration) {
+const Class& Schema::define(const ClassDeclaration& declaration) {
   if (find(declaration.name) != nullptr) {
     throwCimError(Pegasus::CIM_ERR_ALREADY_EXISTS, declaration.name);
   }
-  CimClass* superclass = nullptr;
+  Class* superclass = nullptr;
   if (declaration.superclass.size() != 0) {
     const auto found = classes_.find(fold(declaration.superclass));
     if (found == classes_.end()) {
@@ -18,16 +18,15 @@ const CimClass& Schema::define(const ClassDeclaration& declaration) {
     }
     superclass = found->second.get();
   }
-  auto defined = std::make_unique<CimClass>(declaration, superclass);
-  const CimClass& added =
-      *classes_.emplace(fold(declaration.name), std::move(defined)).first->second;
+  auto defined = std::make_unique<Class>(declaration, superclass);
+  const Class& added = *classes_.emplace(fold(declaration.name), std::move(defined)).first->second;
   if (superclass == nullptr) {
     topClasses_.push_back(&added);
   }
   return added;
 }
 
-const CimClass* Schema::find(const String& name) const {
+const Class* Schema::find(const String& name) const {
   const auto found = classes_.find(fold(name));
   return found == classes_.end() ? nullptr : found->second.get();
 }
@@ -47,8 +46,8 @@ const QualifierDeclaration* Schema::findQualifier(const String& name) const {
   return found == qualifierPositions_.end() ? nullptr : &qualifiers_[found->second];
 }
 
-std::vector<const CimClass*> Schema::withSubclasses(const CimClass& top) {
-  std::vector<const CimClass*> classes{&top};
+std::vector<const Class*> Schema::withSubclasses(const Class& top) {
+  std::vector<const Class*> classes{&top};
   for (std::size_t next = 0; next < classes.size(); ++next) {
     const auto& below = classes[next]->subclasses();
     classes.insert(classes.end(), below.begin(), below.end());

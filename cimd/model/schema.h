@@ -7,23 +7,23 @@
 #include <unordered_map>
 #include <vector>
 
-#include "model/cim_class.h"
+#include "model/class.h"
 
 namespace cimd {
 
 class Schema {
  public:
   // Throws CIMException: ALREADY_EXISTS for a name in use, INVALID_SUPERCLASS when the superclass
-  // is not defined, and what CimClass throws.
-  const CimClass& define(const ClassDeclaration& declaration);
+  // is not defined, and what Class throws.
+  const Class& define(const ClassDeclaration& declaration);
 
   // Null when there is none of this name, letter case ignored. Classes live as long as the schema.
-  const CimClass* find(const Pegasus::String& name) const;
+  const Class* find(const Pegasus::String& name) const;
 
   // Of the classes.
   std::size_t size() const { return classes_.size(); }
   // Those without superclass, in the order of their definition.
-  const std::vector<const CimClass*>& topClasses() const { return topClasses_; }
+  const std::vector<const Class*>& topClasses() const { return topClasses_; }
 
   // Takes the place of an earlier one of this name, letter case ignored.
   void declareQualifier(QualifierDeclaration declaration);
@@ -33,11 +33,11 @@ class Schema {
   const std::vector<QualifierDeclaration>& qualifiers() const { return qualifiers_; }
 
   // The class and all below it.
-  static std::vector<const CimClass*> withSubclasses(const CimClass& top);
+  static std::vector<const Class*> withSubclasses(const Class& top);
 
  private:
-  std::unordered_map<FoldedName, std::unique_ptr<CimClass>> classes_;
-  std::vector<const CimClass*> topClasses_;
+  std::unordered_map<FoldedName, std::unique_ptr<Class>> classes_;
+  std::vector<const Class*> topClasses_;
   std::vector<QualifierDeclaration> qualifiers_;
   std::unordered_map<FoldedName, std::size_t> qualifierPositions_;
 };

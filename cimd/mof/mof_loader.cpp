@@ -34,7 +34,7 @@ class InstanceLoader {
     for (const PlacedInstance& instance : instances_) {
       const CIMInstance given = build(instance, false);
       at(instance.declaration.position, [&] {
-        repository_.addNameSpace(instance.nameSpace).createInstance(given, Origin::DECLARED);
+        repository_.addNameSpace(instance.nameSpace).createInstance(given, Origin::declared);
       });
     }
   }
@@ -51,9 +51,9 @@ class InstanceLoader {
     }
   }
 
-  const CimClass& classOf(const PlacedInstance& instance) {
+  const cimd::Class& classOf(const PlacedInstance& instance) {
     const String& name = instance.declaration.className;
-    const CimClass* cls = repository_.addNameSpace(instance.nameSpace).schema().find(name);
+    const cimd::Class* cls = repository_.addNameSpace(instance.nameSpace).schema().find(name);
     if (cls == nullptr) {
       throw MofError(instance.declaration.position, "class " + name.toUtf8() +
                                                         " is not declared in namespace " +
@@ -64,7 +64,7 @@ class InstanceLoader {
 
   // The instance with the values that are given, or with those of its keys only.
   CIMInstance build(const PlacedInstance& instance, bool keysOnly) {
-    const CimClass& cls = classOf(instance);
+    const cimd::Class& cls = classOf(instance);
     CIMInstance built(cls.name());
     for (const Assignment& assignment : instance.declaration.assignments) {
       const auto position = cls.findProperty(assignment.name);
@@ -72,7 +72,7 @@ class InstanceLoader {
         throw MofError(assignment.position, "class " + cls.name().toUtf8() + " has no property " +
                                                 assignment.name.toUtf8());
       }
-      const CimProperty& property = cls.property(*position);
+      const cimd::Property& property = cls.property(*position);
       if (keysOnly && !property.isKey) {
         continue;
       }
@@ -107,7 +107,7 @@ class InstanceLoader {
     const CIMInstance keys = build(instance, true);
     --depth_;
     CIMObjectPath path = at(instance.declaration.position, [&] {
-      const CimClass& cls = classOf(instance);
+      const cimd::Class& cls = classOf(instance);
       const KeyScope scope = repository_.addNameSpace(instance.nameSpace).keyScope();
       CIMObjectPath own = completeInstance(cls, keys, scope).getPath();
       instanceKey(cls, own, scope);  // refuses names that nesting made too long

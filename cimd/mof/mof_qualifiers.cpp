@@ -16,14 +16,14 @@ using Pegasus::String;
 
 // The last two are scopes of declarations that no file can hold qualifiers for.
 constexpr std::array<std::pair<const char*, unsigned>, 10> scopes{{
-    {"class", SCOPE_CLASS},
-    {"association", SCOPE_ASSOCIATION},
-    {"indication", SCOPE_INDICATION},
-    {"property", SCOPE_PROPERTY},
-    {"reference", SCOPE_REFERENCE},
-    {"method", SCOPE_METHOD},
-    {"parameter", SCOPE_PARAMETER},
-    {"any", SCOPE_ANY},
+    {"class", scopeClass},
+    {"association", scopeAssociation},
+    {"indication", scopeIndication},
+    {"property", scopeProperty},
+    {"reference", scopeReference},
+    {"method", scopeMethod},
+    {"parameter", scopeParameter},
+    {"any", scopeAny},
     {"qualifier", 0},
     {"schema", 0},
 }};
@@ -104,12 +104,12 @@ const QualifierDeclaration* findImplied(const String& name) {
   constexpr Flavors fixed{.isOverridable = false};
   constexpr Flavors restricted{.isForSubclasses = false};
   static const std::array<QualifierDeclaration, 5> known{
-      implied("Key", Pegasus::CIMTYPE_BOOLEAN, SCOPE_PROPERTY | SCOPE_REFERENCE, fixed),
-      implied("Abstract", Pegasus::CIMTYPE_BOOLEAN,
-              SCOPE_CLASS | SCOPE_ASSOCIATION | SCOPE_INDICATION, restricted),
-      implied("Association", Pegasus::CIMTYPE_BOOLEAN, SCOPE_ASSOCIATION, fixed),
-      implied("Indication", Pegasus::CIMTYPE_BOOLEAN, SCOPE_CLASS | SCOPE_INDICATION, fixed),
-      implied("Override", Pegasus::CIMTYPE_STRING, SCOPE_PROPERTY | SCOPE_REFERENCE | SCOPE_METHOD,
+      implied("Key", Pegasus::CIMTYPE_BOOLEAN, scopeProperty | scopeReference, fixed),
+      implied("Abstract", Pegasus::CIMTYPE_BOOLEAN, scopeClass | scopeAssociation | scopeIndication,
+              restricted),
+      implied("Association", Pegasus::CIMTYPE_BOOLEAN, scopeAssociation, fixed),
+      implied("Indication", Pegasus::CIMTYPE_BOOLEAN, scopeClass | scopeIndication, fixed),
+      implied("Override", Pegasus::CIMTYPE_STRING, scopeProperty | scopeReference | scopeMethod,
               restricted),
   };
   for (const QualifierDeclaration& declaration : known) {

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "model/qualifier.h"
+#include "model/class.h"
 #include "model/schema.h"
 #include "mof/mof_tree.h"
 

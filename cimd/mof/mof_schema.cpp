@@ -36,11 +36,11 @@ class ClassBuilder {
   // Associations and indications are classes, so what may stand at a class may stand there.
   // A subclass need not say again what it is.
   unsigned classScope(const Class& cls) const {
-    unsigned scope = SCOPE_CLASS;
+    unsigned scope = scopeClass;
     for (const Qualifier& qualifier : cls.qualifiers) {
       scope |= scopeFrom(qualifier.name);
     }
-    const CimClass* superclass = schema_.find(cls.superclass);
+    const cimd::Class* superclass = schema_.find(cls.superclass);
     if (superclass != nullptr) {
       for (const AppliedQualifier& applied : superclass->qualifiers()) {
         scope |= scopeFrom(applied.qualifier->name);
@@ -51,13 +51,13 @@ class ClassBuilder {
 
   static unsigned scopeFrom(const String& qualifier) {
     if (String::equalNoCase(qualifier, "Association")) {
-      return SCOPE_ASSOCIATION;
+      return scopeAssociation;
     }
-    return String::equalNoCase(qualifier, "Indication") ? SCOPE_INDICATION : 0U;
+    return String::equalNoCase(qualifier, "Indication") ? scopeIndication : 0U;
   }
 
   static unsigned scopeOf(const DataType& type, unsigned scope) {
-    return scope | (type.type == Pegasus::CIMTYPE_REFERENCE ? SCOPE_REFERENCE : 0U);
+    return scope | (type.type == Pegasus::CIMTYPE_REFERENCE ? scopeReference : 0U);
   }
 
   PropertyDeclaration build(const Property& property) const {
@@ -72,7 +72,7 @@ class ClassBuilder {
     declaration.arraySize = type.arraySize;
     declaration.referenceClass = type.className;
     declaration.qualifiers =
-        resolveQualifiers(property.qualifiers, scopeOf(type, SCOPE_PROPERTY), schema_);
+        resolveQualifiers(property.qualifiers, scopeOf(type, scopeProperty), schema_);
     declaration.isKey = isSet(declaration.qualifiers, "Key");
     declaration.hasDefault = property.defaultValue.has_value();
     declaration.defaultValue = property.defaultValue ? defaultValue(*property.defaultValue, type)
@@ -92,7 +92,7 @@ class ClassBuilder {
     MethodDeclaration declaration;
     declaration.name = method.name;
     declaration.returnType = method.returnType.type;
-    declaration.qualifiers = resolveQualifiers(method.qualifiers, SCOPE_METHOD, schema_);
+    declaration.qualifiers = resolveQualifiers(method.qualifiers, scopeMethod, schema_);
     for (const Parameter& parameter : method.parameters) {
       for (const MethodParameter& other : declaration.parameters) {
         if (String::equalNoCase(other.name, parameter.name)) {
@@ -112,7 +112,7 @@ class ClassBuilder {
             type.isArray,
             type.arraySize,
             type.className,
-            resolveQualifiers(parameter.qualifiers, scopeOf(type, SCOPE_PARAMETER), schema_)};
+            resolveQualifiers(parameter.qualifiers, scopeOf(type, scopeParameter), schema_)};
   }
 
   const Schema& schema_;
@@ -178,7 +178,7 @@ class ClassLoader {
     try {
       schema.define(declaration);
     } catch (const RefusedFeature& refused) {
-      const bool isProperty = refused.kind() == RefusedFeature::PROPERTY;
+      const bool isProperty = refused.kind() == RefusedFeature::property;
       const Position& position = isProperty ? cls.properties[refused.position()].position
                                             : cls.methods[refused.position()].position;
       throw MofError(position, refused.getDescription().toUtf8());
@@ -214,13 +214,13 @@ class ClassLoader {
 
   // A reference that overrides one can point to less, never to something else.
   static void checkNarrowing(const Property& property, const Class& cls, const Schema& schema) {
-    const CimClass* superclass = schema.find(cls.superclass);
+    const cimd::Class* superclass = schema.find(cls.superclass);
     const auto inherited = superclass ? superclass->findProperty(property.name) : std::nullopt;
     if (property.type.type != Pegasus::CIMTYPE_REFERENCE || !inherited) {
       return;
     }
-    const CimClass* target = schema.find(property.type.className);
-    const CimClass* wider = schema.find(superclass->property(*inherited).referenceClass);
+    const cimd::Class* target = schema.find(property.type.className);
+    const cimd::Class* wider = schema.find(superclass->property(*inherited).referenceClass);
     if (target != nullptr && wider != nullptr && target != wider && !target->isBelow(*wider)) {
       throw MofError(property.position, property.name.toUtf8() + " refers to class " +
                                             target->name().toUtf8() +

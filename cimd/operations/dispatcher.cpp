@@ -9,7 +9,7 @@
 #include <set>
 #include <span>
 
-#include "model/cim_errors.h"
+#include "model/errors.h"
 #include "model/names.h"
 #include "operations/instance_operations.h"
 #include "operations/schema_operations.h"

@@ -32,8 +32,8 @@ class Selection {
   // `top` is the class that was asked for and `cls` that of the instance, a subclass perhaps:
   // without deep inheritance it is returned with the properties of `top` only. Those come first in
   // `cls`.
-  void append(std::string& out, const StoredInstance& stored, const CimClass& cls,
-              const CimClass& top) const {
+  void append(std::string& out, const StoredInstance& stored, const Class& cls,
+              const Class& top) const {
     if (isDeep_ && !hasQualifiers_ && !hasOrigin_ && properties_.isOpen()) {
       out += stored.instanceXml;
       return;
@@ -55,8 +55,8 @@ class Selection {
   }
 
  private:
-  void append(std::string& out, const Pegasus::CIMProperty& property, const CimProperty& declared,
-              const CimClass& cls) const {
+  void append(std::string& out, const Pegasus::CIMProperty& property, const Property& declared,
+              const Class& cls) const {
     std::string qualifiers;
     if (hasQualifiers_) {
       appendQualifiers(qualifiers, qualifiersIn(cls, declared.qualifiers, declared.declaringClass),
@@ -89,7 +89,7 @@ std::size_t expectedSize(const std::vector<const StoredInstance*>& instances) {
 }
 
 // The new value of the property; on the wire it has no type.
-CIMValue newValue(const Request& request, const CimProperty& property) {
+CIMValue newValue(const Request& request, const Property& property) {
   try {
     return request.value("NewValue", property.type, property.isArray);
   } catch (const Pegasus::XmlValidationError& error) {
@@ -103,7 +103,7 @@ CIMValue newValue(const Request& request, const CimProperty& property) {
 std::string enumerateInstances(NameSpace& nameSpace, const Request& request) {
   const String className = required(request.className("ClassName"), "ClassName");
   const Selection selection(request);
-  const CimClass& cls = nameSpace.classNamed(className);
+  const Class& cls = nameSpace.classNamed(className);
   const auto instances = nameSpace.instances(cls);
   std::string out;
   out.reserve(expectedSize(instances));
@@ -129,7 +129,7 @@ std::string enumerateInstanceNames(NameSpace& nameSpace, const Request& request)
 std::string getInstance(NameSpace& nameSpace, const Request& request) {
   const auto path = required(request.instanceName("InstanceName"), "InstanceName");
   const Selection selection(request);
-  const CimClass& cls = nameSpace.classNamed(path.getClassName());
+  const Class& cls = nameSpace.classNamed(path.getClassName());
   std::string out;
   selection.append(out, nameSpace.instance(path), cls, cls);
   return out;
@@ -151,7 +151,7 @@ std::string getProperty(NameSpace& nameSpace, const Request& request) {
 std::string createInstance(NameSpace& nameSpace, const Request& request) {
   const auto given = required(request.instance("NewInstance"), "NewInstance");
   std::string out;
-  Pegasus::xml::appendInstanceName(out, nameSpace.createInstance(given, Origin::PUBLISHED));
+  Pegasus::xml::appendInstanceName(out, nameSpace.createInstance(given, Origin::published));
   return out;
 }
 
@@ -166,7 +166,7 @@ std::string setProperty(NameSpace& nameSpace, const Request& request) {
   const auto path = required(request.instanceName("InstanceName"), "InstanceName");
   const String name = required(request.text("PropertyName"), "PropertyName");
   const CIMInstance& current = nameSpace.instance(path).instance;
-  const CimClass& cls = nameSpace.classNamed(current.getClassName());
+  const Class& cls = nameSpace.classNamed(current.getClassName());
   const auto position = cls.findProperty(name);
   if (!position) {
     throwCimError(Pegasus::CIM_ERR_NO_SUCH_PROPERTY, name);

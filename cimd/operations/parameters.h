@@ -7,7 +7,7 @@
 #include <string>
 #include <unordered_set>
 
-#include "model/cim_errors.h"
+#include "model/errors.h"
 #include "model/names.h"
 
 namespace cimd {

@@ -42,7 +42,7 @@ void appendFlavors(std::string& out, const Flavors& flavors) {
 
 class ClassWriter {
  public:
-  ClassWriter(std::string& out, const CimClass& cls, const ClassContent& content)
+  ClassWriter(std::string& out, const Class& cls, const ClassContent& content)
       : out_(out), cls_(cls), content_(content) {}
 
   void write() {
@@ -54,7 +54,7 @@ class ClassWriter {
     out_ += '>';
     writeQualifiers(cls_.qualifiers());
     for (std::size_t i = 0; i < cls_.propertyCount(); ++i) {
-      const CimProperty& property = cls_.property(i);
+      const Property& property = cls_.property(i);
       if (isWanted(property.declaringClass) && content_.properties.passes(property.name)) {
         writeProperty(property);
       }
@@ -68,7 +68,7 @@ class ClassWriter {
   }
 
  private:
-  bool isWanted(const CimClass* declaringClass) const {
+  bool isWanted(const Class* declaringClass) const {
     return !content_.isLocalOnly || declaringClass == &cls_;
   }
 
@@ -78,7 +78,7 @@ class ClassWriter {
     }
   }
 
-  void writeProperty(const CimProperty& property) {
+  void writeProperty(const Property& property) {
     const Pegasus::CIMProperty described(
         property.name, property.defaultValue, property.arraySize, property.referenceClass,
         content_.hasClassOrigin ? property.originClass->name() : String::EMPTY,
@@ -91,7 +91,7 @@ class ClassWriter {
     Pegasus::xml::appendQualifiedProperty(out_, described, qualifiers);
   }
 
-  void writeMethod(const CimMethod& method) {
+  void writeMethod(const Method& method) {
     out_ += "<METHOD";
     appendAttribute(out_, "NAME", method.name);
     appendType(out_, method.returnType);
@@ -109,7 +109,7 @@ class ClassWriter {
     out_ += "</METHOD>";
   }
 
-  void writeParameter(const MethodParameter& parameter, const CimClass* declaringClass) {
+  void writeParameter(const MethodParameter& parameter, const Class* declaringClass) {
     const bool isReference = parameter.type == Pegasus::CIMTYPE_REFERENCE;
     const char* const element =
         isReference ? (parameter.isArray ? "PARAMETER.REFARRAY" : "PARAMETER.REFERENCE")
@@ -128,19 +128,19 @@ class ClassWriter {
   }
 
   std::string& out_;
-  const CimClass& cls_;
+  const Class& cls_;
   const ClassContent& content_;
 };
 
 void appendScope(std::string& out, unsigned scopes) {
   static constexpr std::array<std::pair<unsigned, const char*>, 7> names{{
-      {SCOPE_CLASS, "CLASS"},
-      {SCOPE_ASSOCIATION, "ASSOCIATION"},
-      {SCOPE_REFERENCE, "REFERENCE"},
-      {SCOPE_PROPERTY, "PROPERTY"},
-      {SCOPE_METHOD, "METHOD"},
-      {SCOPE_PARAMETER, "PARAMETER"},
-      {SCOPE_INDICATION, "INDICATION"},
+      {scopeClass, "CLASS"},
+      {scopeAssociation, "ASSOCIATION"},
+      {scopeReference, "REFERENCE"},
+      {scopeProperty, "PROPERTY"},
+      {scopeMethod, "METHOD"},
+      {scopeParameter, "PARAMETER"},
+      {scopeIndication, "INDICATION"},
   }};
   out += "<SCOPE";
   for (const auto& [bit, name] : names) {
@@ -171,8 +171,8 @@ void appendQualifiers(std::string& out, const Qualifiers& qualifiers, bool isLoc
   }
 }
 
-Qualifiers qualifiersIn(const CimClass& cls, const Qualifiers& qualifiers,
-                        const CimClass* declaringClass) {
+Qualifiers qualifiersIn(const Class& cls, const Qualifiers& qualifiers,
+                        const Class* declaringClass) {
   Qualifiers own = qualifiers;
   if (declaringClass != &cls) {
     std::erase_if(own, [](const AppliedQualifier& applied) {
@@ -185,7 +185,7 @@ Qualifiers qualifiersIn(const CimClass& cls, const Qualifiers& qualifiers,
   return own;
 }
 
-void appendClass(std::string& out, const CimClass& cls, const ClassContent& content) {
+void appendClass(std::string& out, const Class& cls, const ClassContent& content) {
   ClassWriter(out, cls, content).write();
 }
 

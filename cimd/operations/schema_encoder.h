@@ -3,8 +3,7 @@
 
 #include <string>
 
-#include "model/cim_class.h"
-#include "model/qualifier.h"
+#include "model/class.h"
 #include "operations/parameters.h"
 
 namespace cimd {
@@ -19,13 +18,13 @@ struct ClassContent {
 };
 
 // CLASS.
-void appendClass(std::string& out, const CimClass& cls, const ClassContent& content);
+void appendClass(std::string& out, const Class& cls, const ClassContent& content);
 // A QUALIFIER for each; without the inherited ones if only local ones are wanted.
 void appendQualifiers(std::string& out, const Qualifiers& qualifiers, bool isLocalOnly);
 // The qualifiers of a property or method as this class has them, which may have it from another
 // one: inherited then, and without those that hold for the other class only.
-Qualifiers qualifiersIn(const CimClass& cls, const Qualifiers& qualifiers,
-                        const CimClass* declaringClass);
+Qualifiers qualifiersIn(const Class& cls, const Qualifiers& qualifiers,
+                        const Class* declaringClass);
 // QUALIFIER.DECLARATION.
 void appendQualifierDeclaration(std::string& out, const QualifierDeclaration& declaration);
 

@@ -21,12 +21,12 @@ ClassContent classContent(const Request& request, const PropertyFilter& filter) 
 
 // What is below the class that the request names, or the classes without superclass and what is
 // below them where it names none.
-std::vector<const CimClass*> enumerated(const NameSpace& nameSpace, const Request& request) {
+std::vector<const Class*> enumerated(const NameSpace& nameSpace, const Request& request) {
   const auto name = request.className("ClassName");
   const bool isDeep = request.boolean("DeepInheritance").value_or(false);
   const auto& top =
       name ? nameSpace.classNamed(*name).subclasses() : nameSpace.schema().topClasses();
-  std::vector<const CimClass*> classes(top.begin(), top.end());
+  std::vector<const Class*> classes(top.begin(), top.end());
   for (std::size_t next = 0; isDeep && next < classes.size(); ++next) {
     const auto& below = classes[next]->subclasses();
     classes.insert(classes.end(), below.begin(), below.end());
@@ -40,7 +40,7 @@ std::string getClass(NameSpace& nameSpace, const Request& request) {
   const String name = required(request.className("ClassName"), "ClassName");
   const PropertyFilter filter(request);
   const ClassContent content = classContent(request, filter);
-  const CimClass* cls = nameSpace.schema().find(name);
+  const Class* cls = nameSpace.schema().find(name);
   if (cls == nullptr) {
     throwCimError(Pegasus::CIM_ERR_NOT_FOUND, name);
   }
@@ -53,7 +53,7 @@ std::string enumerateClasses(NameSpace& nameSpace, const Request& request) {
   const PropertyFilter everything(request);
   const ClassContent content = classContent(request, everything);
   std::string out;
-  for (const CimClass* cls : enumerated(nameSpace, request)) {
+  for (const Class* cls : enumerated(nameSpace, request)) {
     appendClass(out, *cls, content);
     checkAnswerSize(out);
   }
@@ -62,7 +62,7 @@ std::string enumerateClasses(NameSpace& nameSpace, const Request& request) {
 
 std::string enumerateClassNames(NameSpace& nameSpace, const Request& request) {
   std::string out;
-  for (const CimClass* cls : enumerated(nameSpace, request)) {
+  for (const Class* cls : enumerated(nameSpace, request)) {
     Pegasus::xml::appendClassName(out, cls->name());
   }
   return out;

@@ -12,7 +12,7 @@ using Pegasus::String;
 
 // Classes that are derived from those of the DMTF have more keys than the inventory knows. These
 // name the system that a part belongs to, and the class itself.
-void addSystemKeys(CIMInstance& instance, const CimClass& cls, const String& hostName) {
+void addSystemKeys(CIMInstance& instance, const Class& cls, const String& hostName) {
   for (const std::size_t position : cls.keys()) {
     const String& name = cls.property(position).name;
     if (instance.findProperty(name) != Pegasus::PEG_NOT_FOUND) {
@@ -49,7 +49,7 @@ void Configuration::declareHost(Repository& repository) const {
   for (CIMInstance instance : inventory.instances) {
     try {
       addSystemKeys(instance, nameSpace.classNamed(instance.getClassName()), hostName);
-      nameSpace.createInstance(instance, Origin::DECLARED);
+      nameSpace.createInstance(instance, Origin::declared);
     } catch (const Pegasus::CIMException& error) {
       throw ConfigurationError("the inventory of the host does not fit the classes: " +
                                error.getDescription().toUtf8());

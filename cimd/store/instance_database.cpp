@@ -4,7 +4,7 @@
 
 #include <optional>
 
-#include "model/cim_errors.h"
+#include "model/errors.h"
 #include "model/names.h"
 #include "store/instance_text.h"
 #include "store/store_error.h"

@@ -331,14 +331,14 @@ class FakeJournal : public Journal {
   }
 
   std::string entries;
-  enum { WORKS, REFUSES, BREAKS } state = WORKS;
+  enum { works, refuses, breaks } state = works;
 
  private:
   void fail() const {
-    if (state == REFUSES) {
+    if (state == refuses) {
       throw Pegasus::CIMException(Pegasus::CIM_ERR_FAILED, "the disk is full");
     }
-    if (state == BREAKS) {
+    if (state == breaks) {
       throw std::runtime_error("the disk is broken");
     }
   }
@@ -391,7 +391,7 @@ TEST_F(JournaledChanges, WrongRequestsAreNotWritten) {
 
 TEST_F(JournaledChanges, WhatCannotBeWrittenFailsAndChangesNothing) {
   const std::string before = everything();
-  for (const auto state : {FakeJournal::REFUSES, FakeJournal::BREAKS}) {
+  for (const auto state : {FakeJournal::refuses, FakeJournal::breaks}) {
     journal_.state = state;
     EXPECT_EQ(creating("Base", text("Id", "new")), Pegasus::CIM_ERR_FAILED);
     EXPECT_EQ(modifying(text("Text", "new"), {}, published_), Pegasus::CIM_ERR_FAILED);
@@ -403,13 +403,13 @@ TEST_F(JournaledChanges, WhatCannotBeWrittenFailsAndChangesNothing) {
               Pegasus::CIM_ERR_FAILED);
     EXPECT_EQ(everything(), before);
   }
-  journal_.state = FakeJournal::WORKS;
+  journal_.state = FakeJournal::works;
   EXPECT_EQ(creating("Base", text("Id", "new")), 0);
   EXPECT_EQ(server_.errorOf("DeleteInstance", {{"InstanceName", published_}}), 0);
 }
 
 TEST_F(JournaledChanges, FailuresTellTheReason) {
-  journal_.state = FakeJournal::BREAKS;
+  journal_.state = FakeJournal::breaks;
   EXPECT_EQ(server_.ask("DeleteInstance", {{"InstanceName", published_}}),
             "1: CIM_ERR_FAILED: the disk is broken ");
 }

@@ -1,6 +1,6 @@
 #include "mof/mof_loader.h"
 #include <gtest/gtest.h>
-#include "model/cim_class.h"
+#include "model/class.h"
 
 #include "support.h"
 
@@ -106,7 +106,7 @@ TEST(MofLoader, ClassesMayStandAfterWhatNeedsThem) {
                  "instance of C { K = \"1\"; };\nclass c : B {};\nclass B : a { string b; };\n"
                  "class A { [key] string k; };");
   NameSpace& nameSpace = repository.nameSpace(defaultNameSpace);
-  const CimClass& cls = nameSpace.classNamed("C");
+  const Class& cls = nameSpace.classNamed("C");
   ASSERT_EQ(cls.propertyCount(), 2U);
   EXPECT_EQ(cls.property(0).name, String("k"));
   EXPECT_EQ(cls.superclass()->superclass()->name(), String("A"));

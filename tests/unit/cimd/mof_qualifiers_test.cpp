@@ -279,7 +279,7 @@ TEST(MofQualifiers, SubclassesHaveThemUnlessRestrictedAndMayChangeThemUnlessFixe
   [Free("own")] string x;
   [Free("own")] string m([Free("own")] string P);
 };)");
-  const CimClass& cls = repository.nameSpace(defaultNameSpace).classNamed("B");
+  const Class& cls = repository.nameSpace(defaultNameSpace).classNamed("B");
   for (const Qualifiers& qualifiers :
        {cls.qualifiers(), cls.property(0).qualifiers, cls.methods().at(0)->qualifiers,
         cls.methods().at(0)->parameters.at(0).qualifiers}) {

@@ -31,7 +31,7 @@ class RepositoryTest : public testing::Test {
 
   NameSpace& nameSpace() { return repository_.nameSpace(defaultNameSpace); }
   void create(const char* cls, const char* id) {
-    nameSpace().createInstance(test::instance(cls, {{"Id", id}}), Origin::PUBLISHED);
+    nameSpace().createInstance(test::instance(cls, {{"Id", id}}), Origin::published);
   }
   // The Ids of what an enumeration of the class returns.
   std::string listed(const char* cls) {
@@ -42,7 +42,7 @@ class RepositoryTest : public testing::Test {
     return ids;
   }
   Pegasus::CIMStatusCode creating(const CIMInstance& instance) {
-    return statusOf([&] { nameSpace().createInstance(instance, Origin::PUBLISHED); });
+    return statusOf([&] { nameSpace().createInstance(instance, Origin::published); });
   }
 
   Repository repository_;
@@ -67,7 +67,7 @@ TEST_F(RepositoryTest, EnumerationsFollowTheOrderOfCreationAcrossSubclasses) {
 
 TEST_F(RepositoryTest, InstancesHaveEveryPropertyInTheOrderAndSpellingOfTheClass) {
   nameSpace().createInstance(test::instance("dERIVED", {{"extra", "e"}, {"ID", "1"}}),
-                             Origin::PUBLISHED);
+                             Origin::published);
   const CIMInstance& instance = nameSpace().instance(path("derived", {{"id", "1"}})).instance;
   EXPECT_EQ(instance.getClassName(), String("Derived"));
   ASSERT_EQ(instance.getPropertyCount(), 4U);
@@ -88,7 +88,7 @@ TEST_F(RepositoryTest, OverriddenPropertiesKeepTheirOriginAndKeysStayKeys) {
   test::loadText(repository_,
                  "#pragma namespace(\"root/b\")\n"
                  "class A { [Key] string k; }; class B : A { string K; };");
-  const CimClass& cls = repository_.nameSpace("root/b").classNamed("B");
+  const Class& cls = repository_.nameSpace("root/b").classNamed("B");
   ASSERT_EQ(cls.propertyCount(), 1U);
   EXPECT_EQ(cls.property(0).name, String("K"));
   EXPECT_EQ(cls.property(0).originClass->name(), String("A"));
@@ -171,7 +171,7 @@ class KeyForms : public RepositoryTest {
     instance.addProperty(CIMProperty("s", CIMValue("Text")));
     instance.addProperty(CIMProperty("b", CIMValue(true)));
     instance.addProperty(CIMProperty("r", CIMValue(path("Base", {{"Id", "1"}}))));
-    nameSpace().createInstance(instance, Origin::PUBLISHED);
+    nameSpace().createInstance(instance, Origin::published);
   }
 
   bool finds(std::initializer_list<CIMKeyBinding> keys) {
@@ -245,10 +245,10 @@ TEST_F(RepositoryTest, KeysOfReferencesAreReadAsTheirClassHasThem) {
     return created;
   };
   const CIMInstance first = link({"n", "16", CIMKeyBinding::NUMERIC});
-  numbers.createInstance(first, Origin::PUBLISHED);
+  numbers.createInstance(first, Origin::published);
   for (const CIMKeyBinding& same : {CIMKeyBinding{"N", "0x10", CIMKeyBinding::STRING},
                                     CIMKeyBinding{"", "+16", CIMKeyBinding::NUMERIC}}) {
-    EXPECT_EQ(statusOf([&] { numbers.createInstance(link(same), Origin::PUBLISHED); }),
+    EXPECT_EQ(statusOf([&] { numbers.createInstance(link(same), Origin::published); }),
               Pegasus::CIM_ERR_ALREADY_EXISTS);
     EXPECT_EQ(statusOf([&] { numbers.modifyInstance(link(same), Pegasus::CIMPropertyList()); }),
               Pegasus::CIM_ERR_SUCCESS);
@@ -260,7 +260,7 @@ TEST_F(RepositoryTest, KeysOfReferencesAreReadAsTheirClassHasThem) {
   changed.setPath(first.getPath());
   EXPECT_EQ(statusOf([&] { numbers.modifyInstance(changed, Pegasus::CIMPropertyList()); }),
             Pegasus::CIM_ERR_INVALID_PARAMETER);
-  EXPECT_EQ(statusOf([&] { numbers.createInstance(other, Origin::PUBLISHED); }),
+  EXPECT_EQ(statusOf([&] { numbers.createInstance(other, Origin::published); }),
             Pegasus::CIM_ERR_SUCCESS);
 }
 

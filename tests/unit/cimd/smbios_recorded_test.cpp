@@ -131,7 +131,7 @@ TEST(HostInstances, FitTheClassesOfTheSchema) {
     auto& nameSpace = repository.nameSpace(defaultNameSpace);
     const HostInventory host = describeHost(test::recorded(machine));
     for (const CIMInstance& instance : host.instances) {
-      EXPECT_NO_THROW(nameSpace.createInstance(instance, Origin::DECLARED)) << machine;
+      EXPECT_NO_THROW(nameSpace.createInstance(instance, Origin::declared)) << machine;
     }
     for (const char* name :
          {"KVAXDT_ComputerSystemDetails", "KVAXDT_Processor", "KVAXDT_PhysicalMemory"}) {

@@ -1,10 +1,10 @@
-#include "model/cim_class.h"
+#include "model/class.h"
 
 #include "xml/object_decoder.h"
 
 #include <algorithm>
 
-#include "model/cim_errors.h"
+#include "model/errors.h"
 
 namespace cimd {
 
@@ -62,7 +62,31 @@ void inheritParameters(std::vector<MethodParameter>& own,
 
 }  // namespace
 
-CimClass::CimClass(const ClassDeclaration& declaration, CimClass* superclass)
+const Qualifier* findQualifier(const Qualifiers& qualifiers, const String& name) {
+  const auto found =
+      std::find_if(qualifiers.begin(), qualifiers.end(), [&](const AppliedQualifier& applied) {
+        return String::equalNoCase(applied.qualifier->name, name);
+      });
+  return found == qualifiers.end() ? nullptr : found->qualifier.get();
+}
+
+void inheritQualifiers(Qualifiers& own, const Qualifiers& inherited, const String& where) {
+  for (const auto& [qualifier, isPropagated] : inherited) {
+    if (!qualifier->flavors.isForSubclasses) {
+      continue;
+    }
+    const Qualifier* repeated = findQualifier(own, qualifier->name);
+    if (repeated == nullptr) {
+      own.push_back({qualifier, true});
+    } else if (!qualifier->flavors.isOverridable && !(repeated->value == qualifier->value)) {
+      throwCimError(Pegasus::CIM_ERR_INVALID_PARAMETER,
+                    "qualifier " + qualifier->name + " of " + where +
+                        " cannot have another value than in the superclass");
+    }
+  }
+}
+
+Class::Class(const ClassDeclaration& declaration, Class* superclass)
     : name_(declaration.name),
       superclass_(superclass),
       isAbstract_(declaration.isAbstract),
@@ -70,9 +94,9 @@ CimClass::CimClass(const ClassDeclaration& declaration, CimClass* superclass)
   if (superclass != nullptr) {
     inherit(*superclass);
   }
-  addEach(declaration.properties, RefusedFeature::PROPERTY,
+  addEach(declaration.properties, RefusedFeature::property,
           [this](const PropertyDeclaration& property) { addDeclared(property); });
-  addEach(declaration.methods, RefusedFeature::METHOD,
+  addEach(declaration.methods, RefusedFeature::method,
           [this](const MethodDeclaration& method) { addMethod(method); });
   collectKeys();
   // Last, for a class that is refused must not stay there.
@@ -81,22 +105,22 @@ CimClass::CimClass(const ClassDeclaration& declaration, CimClass* superclass)
   }
 }
 
-bool CimClass::isBelow(const CimClass& other) const {
-  const CimClass* above = superclass_;
+bool Class::isBelow(const Class& other) const {
+  const Class* above = superclass_;
   while (above != nullptr && above != &other) {
     above = above->superclass_;
   }
   return above != nullptr;
 }
 
-void CimClass::inherit(const CimClass& superclass) {
+void Class::inherit(const Class& superclass) {
   properties_ = superclass.properties_;
   positions_ = superclass.positions_;
   methods_ = superclass.methods_;
   inheritQualifiers(qualifiers_, superclass.qualifiers_, "class " + name_);
 }
 
-void CimClass::collectKeys() {
+void Class::collectKeys() {
   for (std::size_t position = 0; position < properties_.size(); ++position) {
     if (properties_[position]->isKey) {
       keys_.push_back(position);
@@ -107,32 +131,32 @@ void CimClass::collectKeys() {
   }
 }
 
-std::optional<std::size_t> CimClass::findProperty(const String& name) const {
+std::optional<std::size_t> Class::findProperty(const String& name) const {
   const auto found = positions_.find(fold(name));
   return found == positions_.end() ? std::nullopt : std::optional(found->second);
 }
 
-void CimClass::addDeclared(const PropertyDeclaration& declaration) {
+void Class::addDeclared(const PropertyDeclaration& declaration) {
   const auto position = findProperty(declaration.name);
   checkOverride(declaration.qualifiers, declaration.name, position.has_value(),
                 "property " + declaration.name + " of class " + name_);
   position ? overrideProperty(*position, declaration) : addProperty(declaration);
-  const CimProperty& added = position ? *properties_[*position] : *properties_.back();
+  const Property& added = position ? *properties_[*position] : *properties_.back();
   if (added.isKey && added.isArray) {
     refuse("key property " + added.name + " of class " + name_ + " is an array");
   }
 }
 
-void CimClass::addProperty(const PropertyDeclaration& declaration) {
+void Class::addProperty(const PropertyDeclaration& declaration) {
   if (properties_.size() >= Pegasus::xml::maxProperties) {
     refuse("class " + name_ + " has more properties than clients read");
   }
   positions_.emplace(fold(declaration.name), properties_.size());
-  properties_.push_back(std::make_shared<const CimProperty>(CimProperty{declaration, this, this}));
+  properties_.push_back(std::make_shared<const Property>(Property{declaration, this, this}));
 }
 
-void CimClass::overrideProperty(std::size_t position, const PropertyDeclaration& declaration) {
-  const CimProperty& inherited = *properties_[position];
+void Class::overrideProperty(std::size_t position, const PropertyDeclaration& declaration) {
+  const Property& inherited = *properties_[position];
   const String where = "property " + declaration.name + " of class " + name_;
   if (inherited.declaringClass == this) {
     refuse(where + " is declared twice");
@@ -140,28 +164,28 @@ void CimClass::overrideProperty(std::size_t position, const PropertyDeclaration&
   if (inherited.type != declaration.type || inherited.isArray != declaration.isArray) {
     refuse(where + " has another type than in class " + inherited.declaringClass->name());
   }
-  CimProperty property{declaration, this, inherited.originClass};
+  Property property{declaration, this, inherited.originClass};
   inheritQualifiers(property.qualifiers, inherited.qualifiers, where);
   // A key stays one in every subclass: otherwise instances of the two could not be told apart.
   property.isKey = property.isKey || inherited.isKey;
   if (!declaration.hasDefault) {
     property.defaultValue = inherited.defaultValue;
   }
-  properties_[position] = std::make_shared<const CimProperty>(std::move(property));
+  properties_[position] = std::make_shared<const Property>(std::move(property));
 }
 
-void CimClass::addMethod(const MethodDeclaration& declaration) {
-  CimMethod method{declaration, this, this};
+void Class::addMethod(const MethodDeclaration& declaration) {
+  Method method{declaration, this, this};
   const String where = "method " + declaration.name + " of class " + name_;
   const auto place = std::find_if(methods_.begin(), methods_.end(), [&](const auto& known) {
     return String::equalNoCase(known->name, declaration.name);
   });
   checkOverride(declaration.qualifiers, declaration.name, place != methods_.end(), where);
   if (place == methods_.end()) {
-    methods_.push_back(std::make_shared<const CimMethod>(std::move(method)));
+    methods_.push_back(std::make_shared<const Method>(std::move(method)));
     return;
   }
-  const CimMethod& inherited = **place;
+  const Method& inherited = **place;
   if (inherited.declaringClass == this) {
     refuse(where + " is declared twice");
   }
@@ -171,7 +195,7 @@ void CimClass::addMethod(const MethodDeclaration& declaration) {
   inheritQualifiers(method.qualifiers, inherited.qualifiers, where);
   inheritParameters(method.parameters, inherited.parameters, where);
   method.originClass = inherited.originClass;
-  *place = std::make_shared<const CimMethod>(std::move(method));
+  *place = std::make_shared<const Method>(std::move(method));
 }
 
 }  // namespace cimd

@@ -1,5 +1,4 @@
-// A class with what it inherits: its properties and which of them are keys, its methods, and the
-// qualifiers of them all.
+// Qualifiers, properties and methods (DMTF DSP0004), and a class with those that it inherits.
 #pragma once
 
 #include <Pegasus/Common/CIMProperty.h>
@@ -13,9 +12,64 @@
 #include <vector>
 
 #include "model/names.h"
-#include "model/qualifier.h"
 
 namespace cimd {
+
+// How a qualifier is passed on. The initial values are those of DSP0004.
+struct Flavors {
+  // False: a subclass may repeat the value but not change it.
+  bool isOverridable = true;
+  // False: holds for the element that it stands at only (flavor Restricted).
+  bool isForSubclasses = true;
+  bool isTranslatable = false;
+};
+
+// Where a qualifier may stand. Bits, to be combined.
+enum QualifierScope : unsigned {
+  scopeClass = 1,
+  scopeAssociation = 2,
+  scopeIndication = 4,
+  scopeProperty = 8,
+  scopeReference = 16,
+  scopeMethod = 32,
+  scopeParameter = 64,
+  scopeAny = 127
+};
+
+struct QualifierDeclaration {
+  Pegasus::String name;
+  // Its type is that of all values of the qualifier. Null without default.
+  Pegasus::CIMValue defaultValue;
+  // Elements of a fixed-size array, 0 for any number of them.
+  Pegasus::Uint32 arraySize = 0;
+  // Of QualifierScope.
+  unsigned scopes = scopeAny;
+  Flavors flavors;
+};
+
+struct Qualifier {
+  Pegasus::String name;
+  Pegasus::CIMValue value;
+  Flavors flavors;
+};
+
+// A qualifier at one element. Values of a large schema are many and long, so those that a subclass
+// has from its superclass are shared.
+struct AppliedQualifier {
+  std::shared_ptr<const Qualifier> qualifier;
+  // True when it comes from the superclass.
+  bool isPropagated = false;
+};
+
+using Qualifiers = std::vector<AppliedQualifier>;
+
+// Null when it is not there. Letter case is ignored.
+const Qualifier* findQualifier(const Qualifiers& qualifiers, const Pegasus::String& name);
+
+// Adds to `own` what an element passes on to the one that overrides it. Throws CIMException
+// (INVALID_PARAMETER) when `own` changes a qualifier that may not be overridden. `where` names the
+// element in the message.
+void inheritQualifiers(Qualifiers& own, const Qualifiers& inherited, const Pegasus::String& where);
 
 // One property as a class declares it.
 struct PropertyDeclaration {
@@ -67,7 +121,7 @@ struct ClassDeclaration {
 // Why a class is refused, with the one of its declared properties or methods that is the reason.
 class RefusedFeature : public Pegasus::CIMException {
  public:
-  enum Kind { PROPERTY, METHOD };
+  enum Kind { property, method };
 
   // `position` counts the declared features of this kind from 0.
   RefusedFeature(const Pegasus::CIMException& reason, Kind kind, std::size_t position)
@@ -81,61 +135,61 @@ class RefusedFeature : public Pegasus::CIMException {
   std::size_t position_;
 };
 
-class CimClass;
+class Class;
 
 // A property of a class, its own or inherited.
-struct CimProperty : PropertyDeclaration {
+struct Property : PropertyDeclaration {
   // The class with the declaration in force, and the one that introduced the property first. Both
   // live as long as the schema.
-  const CimClass* declaringClass = nullptr;
-  const CimClass* originClass = nullptr;
+  const Class* declaringClass = nullptr;
+  const Class* originClass = nullptr;
 };
 
 // A method of a class, its own or inherited.
-struct CimMethod : MethodDeclaration {
+struct Method : MethodDeclaration {
   // As for properties.
-  const CimClass* declaringClass = nullptr;
-  const CimClass* originClass = nullptr;
+  const Class* declaringClass = nullptr;
+  const Class* originClass = nullptr;
 };
 
 // Immutable but for the list of subclasses, which the schema extends.
-class CimClass {
+class Class {
  public:
   // `superclass` may be null and must outlive this class. Throws CIMException (INVALID_PARAMETER)
   // when the class changes a qualifier that may not be overridden or has more keys than clients
   // read, and RefusedFeature when a property or method does so, is declared twice, overrides one of
   // another type, claims to override one that is not there or has another name, is a key and an
   // array, or is a property more than clients read.
-  CimClass(const ClassDeclaration& declaration, CimClass* superclass);
-  CimClass(const CimClass&) = delete;
-  CimClass& operator=(const CimClass&) = delete;
+  Class(const ClassDeclaration& declaration, Class* superclass);
+  Class(const Class&) = delete;
+  Class& operator=(const Class&) = delete;
 
   const Pegasus::String& name() const { return name_; }
-  const CimClass* superclass() const { return superclass_; }
+  const Class* superclass() const { return superclass_; }
   bool isAbstract() const { return isAbstract_; }
 
   // Those of the superclass first, in its order; one that is overridden stays at its place there.
   std::size_t propertyCount() const { return properties_.size(); }
-  const CimProperty& property(std::size_t position) const { return *properties_[position]; }
+  const Property& property(std::size_t position) const { return *properties_[position]; }
   // Positions of the keys, ascending.
   const std::vector<std::size_t>& keys() const { return keys_; }
   // Letter case ignored.
   std::optional<std::size_t> findProperty(const Pegasus::String& name) const;
 
   // True when instances of this class have the property from a superclass, unchanged.
-  bool isPropagated(const CimProperty& property) const { return property.declaringClass != this; }
+  bool isPropagated(const Property& property) const { return property.declaringClass != this; }
   // Those of its superclasses; not the class itself.
-  bool isBelow(const CimClass& other) const;
+  bool isBelow(const Class& other) const;
 
   // Those of the superclass first, as for properties.
-  const std::vector<std::shared_ptr<const CimMethod>>& methods() const { return methods_; }
+  const std::vector<std::shared_ptr<const Method>>& methods() const { return methods_; }
   const Qualifiers& qualifiers() const { return qualifiers_; }
 
   // Direct subclasses, in the order of their definition.
-  const std::vector<const CimClass*>& subclasses() const { return subclasses_; }
+  const std::vector<const Class*>& subclasses() const { return subclasses_; }
 
  private:
-  void inherit(const CimClass& superclass);
+  void inherit(const Class& superclass);
   void addDeclared(const PropertyDeclaration& declaration);
   void addProperty(const PropertyDeclaration& declaration);
   void overrideProperty(std::size_t position, const PropertyDeclaration& declaration);
@@ -143,15 +197,15 @@ class CimClass {
   void collectKeys();
 
   Pegasus::String name_;
-  const CimClass* superclass_;
+  const Class* superclass_;
   bool isAbstract_;
   // Shared with the subclasses: in a large schema most properties are inherited ones.
-  std::vector<std::shared_ptr<const CimProperty>> properties_;
+  std::vector<std::shared_ptr<const Property>> properties_;
   std::unordered_map<FoldedName, std::size_t> positions_;
   std::vector<std::size_t> keys_;
-  std::vector<std::shared_ptr<const CimMethod>> methods_;
+  std::vector<std::shared_ptr<const Method>> methods_;
   Qualifiers qualifiers_;
-  std::vector<const CimClass*> subclasses_;
+  std::vector<const Class*> subclasses_;
 };
 
 }  // namespace cimd
