@@ -1,14 +1,18 @@
-"""Whole runs of morvik beside a replay of the same requests as ready-made bytes.
+"""Times whole runs of morvik, and a replay of the same requests as ready-made bytes.
 
     imports.py [--full] [--repeat N] [--running] BIN_DIR BENCH_DIR
 
-Runs where port 5988 is free, and starts morvik-cimd there for each run; with --running the server that
-is there already is measured, which must have kvaxdt.mof and machine.mof of this folder. BIN_DIR has morvik and morvik-cimd, BENCH_DIR has replay. Each run has a
-local copy of the data file, so that nothing is fetched; what its two FTP commands take is told by the
-run with an empty file, and taken off. Prints the median of the runs and the ratio to the replay.
+BIN_DIR has morvik and morvik-cimd, BENCH_DIR has the programs of this directory. Port 5988 must be free:
+each run gets a morvik-cimd of its own there. With --running the CIM server that already listens there is
+measured instead; it must have loaded kvaxdt.mof and machine.mof.
+
+Each run has a local copy of the data file, so nothing is fetched. The time of a run without entries
+(start-up, shell commands) is subtracted. Prints medians.
 """
 import argparse
 import contextlib
+import http.client
+import http.server
 import os
 import platform
 import resource
@@ -17,6 +21,7 @@ import statistics
 import subprocess
 import sys
 import tempfile
+import threading
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 SCHEMA = os.path.join(HERE, "..", "schema")
@@ -25,17 +30,25 @@ PORT = 5988
 MACHINE = os.path.join(HERE, "machine.mof")
 ROOM = os.path.join(HERE, "..", "tests", "support", "room")
 
-# What a run does beside reading the model: for each line one enumeration, for each that fits one
-# creation, for each instance of an earlier run one property read and one deletion.
+# Apart from reading the model, a run makes one enumeration for each line, one creation for each line that
+# fits, and one property read and one deletion for each instance of an earlier run.
 SCENARIOS = {
     "nothing": lambda n: ("", 0),
-    "processor lines, none fits": lambda n: (lines(n, "PROCESSOR", "SPEED=1800"), 0),
-    "memory lines, none fits": lambda n: (lines(n, "MEMORY", "SIZE=256"), 0),
+    "comments": lambda n: ("# Not a part of any machine, and of no interest to this one\n" * n, 0),
     "keyboard lines, none fits": lambda n: (lines(n, "KEYBOARD", "LANGUAGE=xx"), 0),
+    "memory lines, none fits": lambda n: (lines(n, "MEMORY", "SIZE=256"), 0),
+    "processor lines, none fits": lambda n: (lines(n, "PROCESSOR", "SPEED=1800"), 0),
     "entries published": lambda n: (lines(n, "FAN", ""), 0),
     "processors published": lambda n: (lines(n, "PROCESSOR", "SPEED=2400"), 0),
     "earlier entries deleted": lambda n: ("", n),
 }
+
+# As large as the answers of other servers: two instances with 54 properties, 10 KiB.
+WIDE = "class Wide { [Key] string Id; %s };\n" % " ".join(
+    "%s Property%02d;" % ("uint32" if i % 2 else "string", i) for i in range(53)
+) + "".join('instance of Wide { Id = "%d"; %s };\n' % (n, " ".join(
+    "Property%02d = %s;" % (i, i if i % 2 else '"Text number %d"' % i) for i in range(53)))
+    for n in range(2))
 
 
 def lines(count, category, qualifier):
@@ -60,6 +73,10 @@ class Process:
                 return
         raise SystemExit("%s did not start" % command[0])
 
+    def cpu_seconds(self):
+        with open("/proc/%d/schedstat" % self.process.pid, encoding="ascii") as file:
+            return int(file.read().split()[0]) / 1e9
+
     def __enter__(self):
         return self
 
@@ -69,68 +86,121 @@ class Process:
         self.process.stdout.close()
 
 
+class Recorder(http.server.BaseHTTPRequestHandler):
+    """Forwards each request to the server on the next port, and appends it to the file "requests"."""
+
+    protocol_version = "HTTP/1.1"
+    disable_nagle_algorithm = True
+    wbufsize = -1
+
+    def do_POST(self):
+        body = self.rfile.read(int(self.headers["Content-Length"]))
+        head = "".join("%s: %s\r\n" % header for header in self.headers.items()) + "\r\n"
+        request = self.raw_requestline + head.encode() + body
+        with open("requests", "ab") as file:
+            file.write(b"%d\n" % len(request) + request + b"\n")
+        server = http.client.HTTPConnection("127.0.0.1", PORT + 1)
+        server.request("POST", self.path, body, dict(self.headers))
+        answer = server.getresponse()
+        self.send_response_only(answer.status)
+        for header in answer.getheaders():
+            self.send_header(*header)
+        self.end_headers()
+        self.wfile.write(answer.read())
+        server.close()
+
+    def log_message(self, *_):
+        pass
+
+
 class Bench:
     def __init__(self, bin_dir, bench_dir):
         self.bin_dir, self.bench_dir = bin_dir, bench_dir
 
-    def server(self, old, port=PORT, more=""):
-        with open("earlier.mof", "w", encoding="utf-8") as file:
-            file.write(earlier(old) + more)
+    def server(self, old, port=PORT):
+        with open("more.mof", "w", encoding="utf-8") as file:
+            file.write(earlier(old) + WIDE)
         return Process("listening on", os.path.join(self.bin_dir, "morvik-cimd"), "--listen",
-                       "127.0.0.1:%d" % port, os.path.join(SCHEMA, "kvaxdt.mof"), MACHINE,
-                       "earlier.mof")
+                       "127.0.0.1:%d" % port, os.path.join(SCHEMA, "kvaxdt.mof"), MACHINE, "more.mof")
+
+    def program(self, name, *arguments):
+        return subprocess.run([os.path.join(self.bench_dir, name), *arguments], capture_output=True,
+                              text=True, check=True)
 
     def morvik(self, text):
         """Seconds, CPU seconds and peak memory in MiB of one run."""
         with open("fru.txt", "w", encoding="utf-8") as file:
             file.write(text)
-        run = subprocess.run([os.path.join(self.bench_dir, "measure"),
-                              os.path.join(self.bin_dir, "morvik"), "-s", "127.0.0.1"],
-                             stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True,
-                             check=True)
-        # The FTP client complains there as well.
+        run = self.program("measure", os.path.join(self.bin_dir, "morvik"), "-s", "127.0.0.1")
+        # The FTP client writes its complaints to the same stream.
         passed, cpu, peak = run.stderr.splitlines()[-1].split()
         return float(passed), float(cpu), float(peak) / 1024
 
     def record(self, text, old):
+        with contextlib.suppress(FileNotFoundError):
+            os.remove("requests")
         with self.server(old, PORT + 1), \
-             Process("ready", sys.executable, os.path.join(HERE, "record.py"), str(PORT),
-                     str(PORT + 1), "requests"):
+             http.server.ThreadingHTTPServer(("127.0.0.1", PORT), Recorder) as recorder:
+            recorder.daemon_threads = True
+            threading.Thread(target=recorder.serve_forever, daemon=True).start()
             self.morvik(text)
+            recorder.shutdown()
 
     def replay(self):
-        output = subprocess.run([os.path.join(self.bench_dir, "replay"), "127.0.0.1", str(PORT),
-                                 "requests"], capture_output=True, text=True, check=True).stdout
-        passed, cpu, count = output.split()
-        return float(passed), float(cpu), int(count)
+        """Seconds, CPU seconds and number of requests."""
+        return tuple(map(float, self.program("replay", "127.0.0.1", str(PORT), "requests").stdout.split()))
 
     def measure(self, text, old, repeat):
+        """Medians of morvik's runs, and of the replays with the CPU seconds of the server."""
         self.record(text, old)
         runs, replays = [], []
         for _ in range(repeat):
             with self.server(old):
                 runs.append(self.morvik(text))
-            with self.server(old):
-                replays.append(self.replay())
-        median = statistics.median
-        return ([median(values) for values in zip(*runs)],
-                [median(values) for values in zip(*replays)])
+            with self.server(old) as server:
+                before = server.cpu_seconds() if server else 0
+                replays.append((*self.replay(), server.cpu_seconds() - before if server else 0))
+        return tuple([statistics.median(values) for values in zip(*table)] for table in (runs, replays))
 
 
 class RunningBench(Bench):
-    """With a server that is not ours to start: an own run before makes what the measured one finds."""
+    """With a server that was started by others: a run of morvik prepares what the measured one finds."""
 
     @contextlib.contextmanager
     def server(self, old, port=PORT):
         self.morvik(lines(old, "FAN", ""))
-        yield
+        yield None
 
     def record(self, text, old):
-        """Apart from the running server, which has the port that morvik asks."""
+        """In a room, because the running server has the port that morvik uses."""
         with open("recorded.txt", "w", encoding="utf-8") as file:
             file.write(text)
         subprocess.run([ROOM, sys.executable, os.path.abspath(__file__), "--record", str(old),
                         self.bin_dir, self.bench_dir], check=True)
+
+
+def print_runs(bench, repeat, sizes):
+    print("%-27s %6s %9s %9s %6s %9s %9s %9s %7s" % (
+        "run", "lines", "morvik", "replay", "ratio", "CPU/op", "CPU/op", "CPU/op", "peak"))
+    print("%-27s %6s %9s %9s %6s %9s %9s %9s %7s" % (
+        "", "", "ms", "ms", "", "morvik us", "replay us", "server us", "MiB"))
+    base, base_replay = bench.measure("", 0, 2 * repeat + 1)
+    print("%-27s %6s %9.1f %9.1f" % ("nothing to import", "", base[0] * 1e3, base_replay[0] * 1e3))
+    for name, make in SCENARIOS.items():
+        for size in sizes if name != "nothing" else []:
+            run, replay = bench.measure(*make(size), repeat)
+            peak = run[2]
+            run, replay = ([value - none for value, none in zip(*pair)]
+                           for pair in ((run, base), (replay, base_replay)))
+            operations = replay[2]
+            row = "%-27s %6d %9.1f" % (name, size, run[0] * 1e3)
+            if operations > 0:
+                row += " %9.1f %6.2f %9.1f %9.1f %9.1f" % (
+                    replay[0] * 1e3, run[0] / replay[0], *(
+                        seconds * 1e6 / operations for seconds in (run[1], replay[1], replay[3])))
+            else:
+                row += " " * 47
+            print("%s %7.1f" % (row, peak), flush=True)
 
 
 def main():
@@ -142,36 +212,21 @@ def main():
     parser.add_argument("bin_dir", type=os.path.abspath)
     parser.add_argument("bench_dir", type=os.path.abspath)
     options = parser.parse_args()
-    sizes = [10, 1000, 10000] if options.full else [10, 1000]
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
     if options.record is not None:
         with open("recorded.txt", encoding="utf-8") as file:
             Bench(options.bin_dir, options.bench_dir).record(file.read(), options.record)
         return
     print("%s, %d processors, Linux %s" % (platform.machine(), os.cpu_count(), platform.release()))
-    print("%-27s %6s %9s %9s %6s %9s %9s %7s" % ("run", "lines", "morvik", "replay", "ratio",
-                                                 "CPU/op", "CPU/op", "peak"))
-    print("%-27s %6s %9s %9s %6s %9s %9s %7s" % ("", "", "ms", "ms", "", "morvik us", "replay us",
-                                                 "MiB"))
-    with tempfile.TemporaryDirectory() as folder:
-        os.chdir(folder)
+    with tempfile.TemporaryDirectory() as directory:
+        os.chdir(directory)
         bench = (RunningBench if options.running else Bench)(options.bin_dir, options.bench_dir)
-        base, base_replay = bench.measure("", 0, 2 * options.repeat + 1)
-        print("%-27s %6s %9.1f %9.1f" % ("nothing to import", "", base[0] * 1e3, base_replay[0] * 1e3))
-        for name, make in SCENARIOS.items():
-            if name == "nothing":
-                continue
-            for size in sizes:
-                text, old = make(size)
-                run, replay = bench.measure(text, old, options.repeat)
-                # Of both, what the run without entries takes is left out: for morvik that is
-                # starting, and the shell commands of the download.
-                own, raw = run[0] - base[0], replay[0] - base_replay[0]
-                operations = max(replay[2] - base_replay[2], 1)
-                print("%-27s %6d %9.1f %9.1f %6.2f %9.1f %9.1f %7.1f" % (
-                    name, size, own * 1e3, raw * 1e3, own / raw,
-                    (run[1] - base[1]) * 1e6 / operations,
-                    (replay[1] - base_replay[1]) * 1e6 / operations, run[2]))
+        print_runs(bench, options.repeat, [1000, 100000] if options.full else [1000])
+        if not options.running:
+            with bench.server(0):
+                told = bench.program("bench_client", "127.0.0.1:%d" % PORT, "root/kvasd", "Wide", "2000")
+            print("\nenumeration of two instances with 54 properties: "
+                  "%s us, %s us of CPU time" % tuple(told.stdout.split()[:2]))
 
 
 if __name__ == "__main__":
