@@ -1,4 +1,4 @@
-"""The ways in which cim_peer.py misbehaves.
+"""The faults that cim_peer.py can be made to show.
 
 A fault is a line "OPERATION[/CLASS] NTH FAULT [DETAIL]", for instance
 
@@ -9,50 +9,234 @@ A fault is a line "OPERATION[/CLASS] NTH FAULT [DETAIL]", for instance
 It strikes the NTH request of that operation (and class), or every one for "*". The operation
 "Connection" is a new connection, before its first request.
 
-The faults themselves are functions of the client's socket, the request, what carries the request out
-and returns the body of its answer, and the detail. They say whether the connection goes on. A fault
-that does not ask for the body has not carried the request out.
+There is one fault for each outcome that a request can have, and for each form of a good answer that
+clients must accept. The tests of the client library cover what else can be wrong with an answer.
+
+The faults are functions of the client's socket, the request, a function that carries out the request
+and returns the body of its answer, and the detail. They return true when the connection stays open. A
+fault that does not ask for the body has not carried out the request.
 """
 
 import os
+import socket
+import struct
+import time
 
 import cim_answers
-import fault_body
-import fault_connection
-import fault_http
-from http_bytes import send_well
+import cim_xml
+
+STATUS_OK = "HTTP/1.1 200 OK"
+CONTENT_TYPE = 'Content-Type: application/xml; charset="utf-8"'
+METHOD_RESPONSE = "CIMOperation: MethodResponse"
+HANG_SECONDS = 120
+LONGER_THAN_ANY_LIMIT = 70 * 1024 * 1024
+
+# The socket on which the server waits for connections, once it does.
+listeners = []
 
 
-def whole_body(make):
-    """A well-formed HTTP answer with another body."""
+def head(*lines):
+    return ("\r\n".join(lines) + "\r\n\r\n").encode("latin-1")
 
+
+def with_length(body, *lines, status=STATUS_OK):
+    return head(status, CONTENT_TYPE, METHOD_RESPONSE, *lines, f"Content-Length: {len(body)}") + body
+
+
+def send_well(client, body):
+    client.sendall(with_length(body))
+
+
+# --- no answer, or not an answer ---
+
+
+def close(client, request, answer, detail):
+    return False
+
+
+def reset(client, request, answer, detail):
+    client.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+    return False
+
+
+def close_after_work(client, request, answer, detail):
+    answer()
+    return False
+
+
+def end(client, request, answer, detail):
+    """The whole server ends: later operations cannot even connect."""
+    os._exit(0)
+
+
+def hang(client, request, answer, detail):
+    reached(detail)
+    time.sleep(HANG_SECONDS)
+    return False
+
+
+def hang_within_body(client, request, answer, detail):
+    client.sendall(with_length(answer())[:-20])
+    reached(detail)
+    time.sleep(HANG_SECONDS)
+    return False
+
+
+def reached(path):
+    """Makes the file for which a test waits."""
+    if path:
+        with open(path, "wb"):
+            pass
+
+
+def drip(client, request, answer, detail):
+    for byte in with_length(answer()):
+        client.sendall(bytes([byte]))
+        time.sleep(1)
+    return False
+
+
+def other_protocol(client, request, answer, detail):
+    client.sendall(b"220 parts server ready\r\n")
+    return False
+
+
+def status(client, request, answer, detail):
+    """DETAIL is the HTTP status."""
+    client.sendall(with_length(b"<html/>", status=f"HTTP/1.1 {detail} Any"))
+    return True
+
+
+def huge(client, request, answer, detail):
+    client.sendall(head(STATUS_OK, CONTENT_TYPE, METHOD_RESPONSE, "Transfer-Encoding: chunked"))
+    data = b"10000\r\n" + b" " * 65536 + b"\r\n"
+    for _ in range(LONGER_THAN_ANY_LIMIT // 65536):
+        client.sendall(data)
+    return False
+
+
+def error(client, request, answer, detail):
+    """Answers with an error instead of carrying out the request."""
+    content = cim_xml.error(detail or 1, "deliberate")
+    send_well(client, cim_xml.answer(request.operation, request.message_id, content))
+    return True
+
+
+# --- a good answer, and then the end of the connection ---
+
+
+def close_when_idle(client, request, answer, detail):
+    """Without announcing it. Answer and end arrive together, so that the client can notice."""
+    client.setsockopt(socket.IPPROTO_TCP, socket.TCP_CORK, 1)
+    send_well(client, answer())
+    client.shutdown(socket.SHUT_WR)
+    return False
+
+
+def close_soon(client, request, answer, detail):
+    """The same, but a moment after the answer."""
+    send_well(client, answer())
+    end_of_wait = time.monotonic() + 0.0002  # asleep, it could miss its time
+    while time.monotonic() < end_of_wait:
+        pass
+    return False
+
+
+def connection_close(client, request, answer, detail):
+    client.sendall(with_length(answer(), "Connection: close"))
+    return False
+
+
+def end_after_answer(client, request, answer, detail):
+    body = answer()
+    # First, so that not even the fastest client finds it open.
+    listeners[0].shutdown(socket.SHUT_RDWR)
+    close_when_idle(client, request, lambda: body, detail)
+    os._exit(0)
+
+
+# --- good answers in less common forms ---
+
+
+def chunked(client, request, answer, detail):
+    body = answer()
+    pieces = [body[i : i + 100] for i in range(0, len(body), 100)] + [b""]
+    chunks = b"".join(f"{len(piece):x}\r\n".encode() + piece + b"\r\n" for piece in pieces)
+    client.sendall(
+        head(STATUS_OK, CONTENT_TYPE, METHOD_RESPONSE, "Transfer-Encoding: chunked") + chunks
+    )
+    return True
+
+
+def unusual_headers(client, request, answer, detail):
+    body = answer()
+    lines = (
+        STATUS_OK,
+        "content-type:   text/xml",
+        f"content-length: {len(body):010}",
+        "cimoperation: MethodResponse",
+        "WBEMServerResponseTime: 42",
+        "Date: Thu, 01 Jan 1970 00:00:00 GMT",
+    )
+    client.sendall(head(*lines) + body)
+    return True
+
+
+def interim(client, request, answer, detail):
+    client.sendall(b"HTTP/1.1 100 Continue\r\n\r\n")
+    send_well(client, answer())
+    return True
+
+
+def other_body(change):
     def way(client, request, answer, detail):
-        send_well(client, make(answer()))
+        send_well(client, change(answer()))
         return True
 
     return way
 
 
+def inserted(text):
+    """This text at the end of the response element."""
+
+    def change(body):
+        assert b"</IMETHODRESPONSE>" in body
+        return body.replace(b"</IMETHODRESPONSE>", text + b"</IMETHODRESPONSE>")
+
+    return change
+
+
 WAYS = {
-    **fault_connection.WAYS,
-    **fault_http.WAYS,
-    **fault_body.WAYS,
-    **{name: whole_body(make) for name, make in fault_body.BODIES.items()},
-    **{name: whole_body(form) for name, form in cim_answers.FORMS.items()},
+    way.__name__.replace("_", "-"): way
+    for way in (
+        close, reset, close_after_work, end, hang, hang_within_body, drip, other_protocol, status, huge,
+        error, close_when_idle, close_soon, connection_close, end_after_answer, chunked,
+        unusual_headers, interim,
+    )
+} | {
+    name: other_body(change)
+    for name, change in {
+        "not-xml": lambda body: b"It works!\n",
+        "bad-utf8": inserted(b"\xff\xfe"),
+        "error-after-result": inserted(b'<ERROR CODE="1"/>'),
+        "long-comment": inserted(b"<!--" + b"x" * 20000000 + b"-->"),
+        **cim_answers.FORMS,
+    }.items()
 }
 
 
 class Fault:
-    """One line of the file. act() says whether the connection goes on."""
+    """One line of the file. act() returns true when the connection stays open."""
 
     def __init__(self, line):
         words = line.split(maxsplit=3)
         self.operation, _, self.class_name = words[0].partition("/")
         self.nth = words[1]
-        self.kind = words[2]
         self.detail = words[3] if len(words) > 3 else ""
         self.seen = 0
-        self.way = WAYS[self.kind]  # a fault that does not exist must not pass for a good answer
+        if words[2] not in WAYS:  # must not count as any kind of answer
+            os.abort()
+        self.way = WAYS[words[2]]
 
     def strikes(self, operation, class_name):
         if self.operation not in ("*", operation):
@@ -73,7 +257,7 @@ class Faults:
         self.faults = []
 
     def read_again(self):
-        """Says whether the file has changed."""
+        """Returns true when the file has changed."""
         text = ""
         if self.path and os.path.exists(self.path):
             with open(self.path, encoding="utf-8") as file:

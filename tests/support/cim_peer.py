@@ -31,7 +31,6 @@ import threading
 
 import cim_faults
 import cim_xml
-import fault_connection
 
 END_OF_HEAD = b"\r\n\r\n"
 
@@ -235,7 +234,7 @@ def main():
         stay_mute(arguments.port)
         return
     listener = socket.create_server(("127.0.0.1", arguments.port))
-    fault_connection.listeners.append(listener)
+    cim_faults.listeners.append(listener)
     print("ready", flush=True)
     accept_all(Peer(arguments), listener)
 

@@ -3,7 +3,7 @@
 
 interrupted_runs.py DIRECTORY SIGNAL program|group [SEED]
 
-Runs in a room: covers /bin/sh, and needs the ports 21 and 5987 to 5989. The signal goes to the program
+Runs in a room: covers /bin/sh, and needs ports 21, 5988 and 5989. The signal goes to the program
 alone, or to everything that it has started as well, as a terminal does it. One line for each stage on
 standard output:
 
