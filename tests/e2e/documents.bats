@@ -1,6 +1,6 @@
 #!/usr/bin/env bats
-# What README.md and docs/*.md tell to do, done. What needs a system of its own is done by
-# scripts/test-packages. Needs a room with the users of the host: --users.
+# The commands of README.md and docs/*.md work as written. scripts/test-packages runs those that need a
+# system of their own. Needs a room with the users of the host: --users.
 
 # shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
 source "$BATS_TEST_DIRNAME/../support/e2e.bash"
@@ -12,7 +12,7 @@ setup() {
 }
 teardown() { stopServers; }
 
-# The lines of a block, which is indented by four blanks.
+# The lines of a block, which are indented by four blanks.
 block() { # FILE NAME
     awk -v mark="<!-- block: $2 -->" '
         $0 == mark { inside = 1; next }
@@ -27,7 +27,7 @@ document() { # FILE
 }
 
 # A text of the documents with this machine as the server, the programs of the build in place of the
-# installed ones, and a folder of the test as /srv/ftp.
+# installed ones, and a directory of the test as /srv/ftp.
 here() { # TEXT
     sed -E "s#ftp\.example\.com#127.0.0.1#g; s#/usr/(local/)?s?bin/(morvik)#$MORVIK_BIN_DIR/\2#g
         s#/usr/(local/)?share/morvik/schema#$schema#g; s#/srv/ftp#${srv-}#g" <<<"$1"
@@ -45,7 +45,14 @@ startSample() {
     cp "$schema/samples/parts/1234wpk.txt" "$parts/pc/dolmex/bp_server"
 }
 
-@test "README.md: the session is what the programs really print" {
+# The server has no handler for SIGTERM.
+endServer() {
+    kill "${servers[0]#*:}"
+    wait "${servers[0]#*:}" || true
+    servers=("${servers[@]:1}")
+}
+
+@test "README.md: the session is what the programs print" {
     startSample
     cp "$schema/samples/parts/1234wpk.txt" .
     local line
@@ -55,32 +62,28 @@ startSample() {
     (($(wc -l <commands) == 4))
     while IFS= read -r line; do
         printf '%s\n' "$line"
-        # Without the list, which is no work file of a run and would be used as one.
+        # Otherwise the list would count as fetched.
         [[ $line != *'morvik -s'* ]] || rm 1234wpk.txt
         eval "$(here "${line#$ }")" 2>&1
     done <commands >actual
     equal "$(block README.md session)" "$(cat actual)" 'the session'
 }
 
-@test "README.md: the two commands are there to be called" {
+@test "README.md: the two commands exist, and the installation is that of docs/install.md" {
     local command
     while read -r command; do
-        [[ -x $project/$command ]]
         (cd "$project" && "$command" --help) >help 2>&1 || true
         grep -q '^usage: ' help
     done < <(block README.md 'two commands')
-}
-
-@test "README.md: the installation is that of docs/install.md, from the source directory" {
     equal "scripts/package
 $(block install.md install)
 $(block install.md look | grep morvik-show)" "$(block README.md install | sed 's#/build/packages/#/#g')" 'the commands'
 }
 
-@test "docs/build.md: the build is configured, installed and run as it says" {
+@test "docs/build.md: configuring, installing and running" {
     local build
     build=$(cd "$MORVIK_BIN_DIR/.." && pwd)
-    # To compile is what the build has done that is tested here.
+    # The build under test has been compiled already.
     cmake() {
         case $1 in
         -S) command cmake "$1" "$project" "${@:3}" -DMORVIK_TESTS=OFF >configured ;;
@@ -103,7 +106,7 @@ $(block install.md look | grep morvik-show)" "$(block README.md install | sed 's
     grep -q A110003 published
 }
 
-@test "docs/troubleshooting.md: each way to the cause" {
+@test "docs/troubleshooting.md: each command shows the cause" {
     # Without servers.
     follow troubleshooting.md machine 2>said || (($? == 2))
     grep -q 'cannot connect' said
@@ -131,18 +134,18 @@ $(block install.md look | grep morvik-show)" "$(block README.md install | sed 's
     follow troubleshooting.md report | grep -q '^morvik-show [0-9]'
 }
 
-@test "docs/parts-server.md: a server as described gives morvik its file" {
-    # scripts/setup does not install it: on Debian it would serve the network from then on.
+@test "docs/parts-server.md: vsftpd as described serves morvik" {
+    # scripts/setup does not install it, because on Debian it would serve the network from then on.
     command -v vsftpd >/dev/null || skip 'no vsftpd here'
     srv=$BATS_TEST_TMPDIR/srv
     block parts-server.md configuration | sed "s|/srv/ftp|$srv|" >vsftpd.conf
-    # In the foreground, and in a room: nothing else is changed.
+    # Changed only to run in the foreground and in a room.
     printf '%s\n' background=NO listen_address=127.0.0.1 isolate=NO isolate_network=NO \
         xferlog_file="$PWD/vsftpd.log" >>vsftpd.conf
-    # The user ftp must get there.
+    # The user ftp must have access.
     chmod a+x "$BATS_RUN_TMPDIR" "$BATS_TEST_TMPDIR"/{..,../..,.}
     setpriv --reuid=65534 --regid=65534 --clear-groups test -x "$BATS_TEST_TMPDIR" ||
-        skip 'other users cannot come here'
+        skip 'other users have no access here'
     cp "$schema/samples/parts/1234wpk.txt" .
     follow parts-server.md files
     vsftpd vsftpd.conf &
@@ -160,12 +163,10 @@ $(block install.md look | grep morvik-show)" "$(block README.md install | sed 's
     follow parts-server.md run
     published | grep -q N1
     (($(published | wc -l) == 1))
-    kill "${servers[0]#*:}"
-    wait "${servers[0]#*:}" || true # it ends by the signal
-    servers=("${servers[@]:1}")
+    endServer
 }
 
-@test "docs/data-files.md: the example is judged as it says" {
+@test "docs/data-files.md: the example and its explanation" {
     startCimd "$schema/kvaxdt.mof" "$schema/samples/server-1234.mof"
     block data-files.md first >1234wpk.txt
     equal "$(block data-files.md explain | tail -n +2)" \
@@ -174,19 +175,17 @@ $(block install.md look | grep morvik-show)" "$(block README.md install | sed 's
     grep -q '"format": 1' verdict.json
 }
 
-@test "docs/parts-server.md: a server for a moment" {
+@test "docs/parts-server.md: a temporary server" {
     srv=$BATS_TEST_TMPDIR/srv
     mkdir -p "$srv/pc/dolmex/bp_server"
     cp "$schema/samples/parts/1234wpk.txt" "$srv/pc/dolmex/bp_server"
     startServer moment 'starting FTP server' bash -c "exec $(here "$(block parts-server.md moment)")"
     follow parts-server.md try >try.out
     grep -q '^226' try.out
-    kill "${servers[0]#*:}"
-    wait "${servers[0]#*:}" || true # it ends by the signal
-    servers=()
+    endServer
 }
 
-@test "docs/many-machines.md: entries are found, here and from elsewhere" {
+@test "docs/many-machines.md: checks, collection and search" {
     command -v jq >/dev/null || skip 'no jq here'
     startCimd --listen 127.0.0.1:15988 "$schema/kvaxdt.mof" "$schema/samples/server-1234.mof"
     startCimd "$schema/kvaxdt.mof" "$schema/samples/server-1234.mof"
@@ -194,7 +193,7 @@ $(block install.md look | grep morvik-show)" "$(block README.md install | sed 's
     cp "$schema/samples/parts/1234wpk.txt" fru.txt
     runMorvik -s 127.0.0.1 -d nowhere
     follow many-machines.md check
-    # In place of three machines: this one, one without entries, one that is off.
+    # Stands for three machines: this one, one without entries, one that is switched off.
     printf '%s\n' full empty off >hosts
     # shellcheck disable=SC2317 # the block calls it
     ssh() {
@@ -209,25 +208,25 @@ $(block install.md look | grep morvik-show)" "$(block README.md install | sed 's
     equal inventory/full.json "$(follow many-machines.md find)" 'the machines with the part'
     equal 0 "$(jq '.entries | length' inventory/empty.json)" 'the entries of the one without'
     [[ ! -s inventory/off.json ]]
-    # The port that it would open is open already.
+    # The port that it would open is open here.
     ssh() { equal '-N -L 15988:127.0.0.1:5988 db1.example.com' "$*" 'the arguments of ssh'; }
     follow many-machines.md forward
     wait $!
     follow many-machines.md tunnel || (($? == 1))
 }
 
-@test "every command of the documents is followed, here or by scripts/test-packages" {
+@test "every command of the documents is tried, here or by scripts/test-packages" {
     local file name marked
-    for file in README.md {build,data-files,many-machines,parts-server,troubleshooting}.md; do
+    for file in README.md {build,data-files,install,many-machines,parts-server,troubleshooting}.md; do
         while read -r name; do
             grep -qE "(follow|block) '?$file'? '?$name\b" \
                 "$BATS_TEST_FILENAME" "$project/scripts/test-packages" ||
                 { printf '%s: the block %s is not tried\n' "$file" "$name" >&2; return 1; }
         done < <(sed -n 's/^<!-- block: \(.*\) -->$/\1/p' "$(document "$file")")
-        # What stands outside of a block is a picture.
+        # Outside of blocks there are only pictures, and scripts/package.
         marked=$(awk '
             /^<!-- block: / { inBlock = 1; next }
-            /^    / { if (!inBlock && !/^     *[+|]|^      parts server/) print; begun = 1; next }
+            /^    / { if (!inBlock && !/^     *[+|]|^      parts server|^    scripts\/package$/) print; begun = 1; next }
             begun && /^[^ ]/ { inBlock = begun = 0 }' "$(document "$file")")
         equal '' "$marked" "commands of $file outside of blocks"
     done

@@ -80,19 +80,14 @@ share/zsh/site-functions/_morvik-cimd
 END
 }
 
-@test "all of it is installed, and nothing else" {
-    installTree
-    equal "$({ toolFiles; serverFiles; } | LC_ALL=C sort)" "$(installed)" 'the set of files'
-}
-
-@test "the component tool" {
+@test "each component installs its files, and both together nothing else" {
     installTree tool
-    equal "$(toolFiles | LC_ALL=C sort)" "$(installed)" 'the set of files'
-}
-
-@test "the component server" {
+    equal "$(toolFiles | LC_ALL=C sort)" "$(installed)" 'the files of the tool'
     installTree server
-    equal "$(serverFiles | LC_ALL=C sort)" "$(installed)" 'the set of files'
+    equal "$({ toolFiles; serverFiles; } | LC_ALL=C sort)" "$(installed)" 'the files of both'
+    rm -r "$tree"
+    installTree
+    equal "$({ toolFiles; serverFiles; } | LC_ALL=C sort)" "$(installed)" 'all files'
 }
 
 @test "units, settings and manual pages name files that are there" {
@@ -131,8 +126,8 @@ END
 
 # --- the nightly run ---
 
-# The installed script, with a program in place of morvik that writes down its arguments, one a line,
-# and prints the file `answer`.
+# The installed script, with a program in place of morvik that writes its arguments into a file, one a
+# line, and prints the file `answer`.
 installRun() {
     installTree tool
     cat >stub <<'END'
@@ -150,59 +145,53 @@ END
     rm -rf "$tree"
 }
 
+useRealMorvik() {
+    sed -i "s#'$PWD/stub'#'$morvik'#" "$BATS_TEST_TMPDIR/run"
+}
+
 runNightly() { # [NAME=VALUE...]
     runInstead env -u MORVIK_SERVER -u MORVIK_DIRECTORY -u MORVIK_FILE "$@" sh "$BATS_TEST_TMPDIR/run"
 }
 
-@test "without settings, morvik gets no arguments" {
+@test "the settings become arguments, each value exactly one" {
     installRun
     runNightly
     equal 0 "$status" status
     fileIs arguments ''
     runNightly MORVIK_SERVER= MORVIK_DIRECTORY= MORVIK_FILE=
     fileIs arguments ''
-}
-
-@test "a server and a directory: both options, each value as one argument, whatever it looks like" {
-    installRun
     runNightly MORVIK_SERVER=ftp.example.com MORVIK_DIRECTORY=/parts
     fileIs arguments '<-s>\n<ftp.example.com>\n<-d>\n</parts>\n'
     runNightly MORVIK_SERVER='a "b'\'' 2121' MORVIK_DIRECTORY='-s $(touch x); `touch y` *'
     fileIs arguments '<-s>\n<a "b'\'' 2121>\n<-d>\n<-s $(touch x); `touch y` *>\n'
     [[ ! -e x && ! -e y ]]
-}
-
-@test "only one of the two: the other is the built-in one, not empty" {
-    installRun
+    # The other one is the built-in value, not empty.
     runNightly MORVIK_SERVER=ftp.example.com
     fileIs arguments '<-s>\n<ftp.example.com>\n<-d>\n</pc/dolmex/bp_server>\n'
     runNightly MORVIK_DIRECTORY=/parts
     fileIs arguments "<-s>\n<$(cached MORVIK_DEFAULT_PARTS_SERVER)>\n<-d>\n</parts>\n"
 }
 
-@test "a run that failed ends with 1, and what morvik printed is passed on" {
-    installRun
-    local text
-    for text in "$notAvailable" "$didNotComplete" "$couldNotOpen" "$localCopy$didNotComplete"; do
-        # shellcheck disable=SC2059 # the text is a format on purpose
-        printf "$text" >answer
-        runNightly
-        equal 1 "$status" "the status after: $text"
-        fileIs "$out" "$text"
-    done
-}
-
-@test "a local copy is no failure" {
+@test "the status is 1 after a failure that morvik printed, and otherwise that of morvik" {
     installRun
     # shellcheck disable=SC2059 # the text is a format on purpose
     printf "$localCopy" >answer
     runNightly
     said "$localCopy"
+    # shellcheck disable=SC2059
+    printf "$localCopy$didNotComplete" >answer
+    runNightly
+    equal 1 "$status" 'the status after a failure'
+    fileIs "$out" "$localCopy$didNotComplete"
+    : >answer
+    echo 134 >stubstatus
+    runNightly
+    equal 134 "$status" 'the status after another failure'
 }
 
-@test "the texts of the failures are those that morvik prints" {
+@test "each message of morvik about a failure is recognised" {
     installRun
-    sed -i "s#'$PWD/stub'#'$morvik'#" "$BATS_TEST_TMPDIR/run"
+    useRealMorvik
     runNightly
     equal 1 "$status" 'the status without a CIM server'
     fileIs "$out" "$didNotComplete"
@@ -220,27 +209,20 @@ runNightly() { # [NAME=VALUE...]
     fileIs "$out" "$couldNotOpen"
 }
 
-@test "another status of morvik is passed on" {
+@test "MORVIK_FILE is published without an FTP server, and copied only for the run" {
     installRun
-    echo 134 >stubstatus
-    runNightly
-    equal 134 "$status" status
-}
-
-@test "a file of one's own: it is there for the run, and gone afterwards" {
-    installRun
-    echo data >"$BATS_TEST_TMPDIR/mine"
+    printf '"A1","FAN","","fan"\n' >"$BATS_TEST_TMPDIR/mine"
     runNightly MORVIK_SERVER=ftp.example.com MORVIK_FILE="$BATS_TEST_TMPDIR/mine"
     equal 0 "$status" status
     grep -qx fru.txt listing
     [[ ! -e fru.txt && -f $BATS_TEST_TMPDIR/mine ]]
     fileIs arguments '<-s>\n<127.0.0.1 1>\n<-d>\n</>\n'
-}
-
-@test "a file of one's own is published without an FTP server" {
-    installRun
-    sed -i "s#'$PWD/stub'#'$morvik'#" "$BATS_TEST_TMPDIR/run"
-    printf '"A1","FAN","","fan"\n' >"$BATS_TEST_TMPDIR/mine"
+    rm arguments
+    runNightly MORVIK_FILE=/nonexistent
+    ((status != 0))
+    [[ ! -e arguments ]]
+    grep -qF "MORVIK_FILE in $etc/default/morvik must name a file" "$err"
+    useRealMorvik
     mkdir no-ftp
     install -m 755 "$project/packaging/systemd/no-ftp.sh" no-ftp/ftp
     sed -i "s#^    PATH=$prefix/libexec/morvik/no-ftp:#    PATH=$PWD/no-ftp:#" "$BATS_TEST_TMPDIR/run"
@@ -251,122 +233,55 @@ runNightly() { # [NAME=VALUE...]
     publishedNumbersAre A1
 }
 
-@test "a file of one's own that is missing: the run fails and tells why, and morvik is not started" {
-    installRun
-    runNightly MORVIK_FILE=/nonexistent
-    ((status != 0))
-    [[ ! -e arguments ]]
-    grep -qF "MORVIK_FILE in $etc/default/morvik must name a file" "$err"
-}
-
-@test "what a stopped run left is cleared away, a fru.txt stays" {
+@test "files that an interrupted run left are removed, fru.txt stays" {
     installRun
     touch fruscript.scr fru.log 1234wpk.txt fru.txt
     runNightly
     equal 'answer fru.txt listing stub stubstatus' \
-        "$(grep -v arguments listing | paste -sd ' ')" 'what morvik finds'
+        "$(grep -v arguments listing | paste -sd ' ')" 'the files that morvik finds'
 }
 
-# --- completions ---
+# --- completions: scripts/test-packages tries them in each shell ---
 
-# Types COMMAND and what stands behind it in an interactive bash, lets it insert all completions at
-# the end, and prints the arguments.
+# The long options in a text.
+optionsIn() { # FILE
+    grep -oE -- '--[a-z][a-z-]+' "$1" | sort -u | paste -sd ' '
+}
+
+@test "the completions have all options of the programs, all categories, and nothing else" {
+    local program options completions=$project/packaging/completions shell
+    for program in morvik-cimd morvik-show; do
+        options=$("$MORVIK_BIN_DIR/$program" --help | optionsIn /dev/stdin)
+        equal "$options" "$(optionsIn "$completions/$program.bash")" "bash, $program"
+        equal "$options" "$(optionsIn "$completions/$program.zsh")" "zsh, $program"
+        equal "$options" "$(sed -n 's/.* -l \([a-z-]*\).*/--\1/p' "$completions/$program.fish" |
+            sort -u | paste -sd ' ')" "fish, $program"
+    done
+    local categories='BACKPLANE CDROM FAN FLOPPY KEYBOARD MEMORY OPTIONSP PLANAR PROCESSOR'
+    for shell in bash zsh fish; do
+        equal "$categories" "$(grep -oE '\<[A-Z]{3,}\>' "$completions/morvik-show.$shell" |
+            grep -vxE 'COMP.*|CSV|CIM|JSON|FRU' | sort -u | paste -sd ' ')" "$shell, categories"
+    done
+}
+
+# Types COMMAND TEXT in an interactive bash, inserts all completions, and prints the arguments.
 completed() { # COMMAND TEXT
-    cat >typed <<END
-PS1= PS2=
-source '$project/packaging/completions/$1.bash'
-$1() { printf '%s\n' "\$@" >completions; }
-END
-    printf '%s %s\e*\nexit\n' "$1" "$2" >>typed
+    printf '%s\n' 'PS1= PS2=' "source '$project/packaging/completions/$1.bash'" \
+        "$1() { printf '%s\n' \"\$@\" >completions; }" "$1 $2"$'\e*' exit >typed
     rm -f completions
     TERM=dumb timeout "$patience" script -qec 'bash --norc --noprofile -i' /dev/null <typed >/dev/null 2>&1
     paste -sd ' ' completions
 }
 
-@test "bash completes the options of morvik" {
-    equal '-d -s' "$(completed morvik '-')" options
-}
-
-@test "bash completes options, words and files of morvik-cimd" {
+@test "bash completes options, words and files" {
     mkdir files
     touch files/a.mof files/b.txt
-    equal '--listen --log-level' "$(completed morvik-cimd '--l')" options
+    equal '-d -s' "$(completed morvik '-')" 'options of morvik'
     equal '--log-level debug error info warning' "$(completed morvik-cimd '--log-level ')" levels
     equal 'files/a.mof' "$(completed morvik-cimd 'files/')" 'MOF files'
     equal '--store files/a.mof files/b.txt' "$(completed morvik-cimd '--store files/')" 'files of a store'
-}
-
-@test "bash completes options, categories and files of morvik-show" {
-    mkdir files
-    touch files/1234wpk.txt
-    equal '--category --csv' "$(completed morvik-show '--c')" options
     equal '--category FAN FLOPPY' "$(completed morvik-show '--category F')" categories
-    equal '--explain files/1234wpk.txt' "$(completed morvik-show '--explain files/')" 'data files'
-}
-
-# The long options that a completion names.
-optionsIn() { # FILE
-    grep -oE -- '--[a-z][a-z-]+' "$1" | sort -u | paste -sd ' '
-}
-
-@test "the completions know the options of the programs, all of them and no others" {
-    local program options
-    for program in morvik-cimd morvik-show; do
-        [[ -x $MORVIK_BIN_DIR/$program ]] || continue
-        options=$("$MORVIK_BIN_DIR/$program" --help | optionsIn /dev/stdin)
-        equal "$options" "$(optionsIn "$project/packaging/completions/$program.bash")" "bash, $program"
-        equal "$options" "$(optionsIn "$project/packaging/completions/$program.zsh")" "zsh, $program"
-        equal "$options" "$(sed -n 's/.* -l \([a-z-]*\).*/--\1/p' \
-            "$project/packaging/completions/$program.fish" | sort -u | paste -sd ' ')" "fish, $program"
-    done
-}
-
-# As `completed`, in zsh: the completer inserts all that it finds.
-completedInZsh() { # COMMAND TEXT
-    mkdir -p functions
-    cp "$project/packaging/completions/$1.zsh" "functions/_$1"
-    cat >.zshrc <<END
-PS1= PS2=
-fpath=('$PWD/functions' \$fpath)
-autoload -U compinit && compinit -u -D
-zstyle ':completion:*' completer _all_matches _complete
-zstyle ':completion:*' insert true
-$1() { printf '%s\n' "\$@" >completions }
-END
-    rm -f completions
-    printf '%s %s\t\nexit\n' "$1" "$2" | ZDOTDIR=$PWD TERM=dumb timeout "$patience" \
-        script -qec 'zsh -i' /dev/null >/dev/null 2>&1
-    paste -sd ' ' completions
-}
-
-@test "zsh completes" {
-    command -v zsh >/dev/null || skip 'no zsh here'
-    mkdir files
-    touch files/a.mof files/b.txt
-    equal '-d -s' "$(completedInZsh morvik '-')" 'options of morvik'
-    equal '--listen --log-level' "$(completedInZsh morvik-cimd '--l')" 'options of morvik-cimd'
-    equal '--log-level debug error info warning' "$(completedInZsh morvik-cimd '--log-level ')" levels
-    equal 'files/a.mof' "$(completedInZsh morvik-cimd 'files/')" 'MOF files'
-    equal '--category --csv' "$(completedInZsh morvik-show '--c')" 'options of morvik-show'
-    equal '--category FAN FLOPPY' "$(completedInZsh morvik-show '--category F')" categories
-}
-
-completedInFish() { # TEXT
-    # shellcheck disable=SC2016 # expanded by fish
-    fish --no-config -c 'for file in $argv[2..]; source $file; end; complete -C $argv[1]' -- \
-        "$1" "$project"/packaging/completions/*.fish | cut -f 1 | paste -sd ' '
-}
-
-@test "fish completes" {
-    command -v fish >/dev/null || skip 'no fish here'
-    mkdir files
-    touch files/1234wpk.txt
-    equal '-d -s' "$(completedInFish 'morvik -')" 'options of morvik'
-    equal '--listen --log-level' "$(completedInFish 'morvik-cimd --l')" 'options of morvik-cimd'
-    equal 'debug error info warning' "$(completedInFish 'morvik-cimd --log-level ')" levels
-    equal '--category --csv' "$(completedInFish 'morvik-show --c')" 'options of morvik-show'
-    equal 'FAN FLOPPY' "$(completedInFish 'morvik-show --category F')" categories
-    equal 'files/1234wpk.txt' "$(completedInFish 'morvik-show --explain files/')" 'data files'
+    equal '--explain files/a.mof files/b.txt' "$(completed morvik-show '--explain files/')" 'data files'
 }
 
 # --- the version ---
@@ -390,19 +305,4 @@ completedInFish() { # TEXT
     version=$(cached CMAKE_PROJECT_VERSION)
     [[ -n $version ]]
     grep -qE "^## \[(Unreleased|${version//./\\.})\]" "$project/CHANGELOG.md"
-}
-
-# --- the document ---
-
-@test "each command of docs/install.md is carried out by scripts/test-packages" {
-    local name
-    while read -r name; do
-        grep -qx "follow install.md $name" "$project/scripts/test-packages" ||
-            { printf 'the block %s is not carried out\n' "$name" >&2; return 1; }
-    done < <(sed -n 's/^<!-- block: \(.*\) -->$/\1/p' "$project/docs/install.md")
-    # And no command stands outside of a block, but the one that makes the packages.
-    equal '    scripts/package' "$(awk '
-        /^<!-- block: / { inBlock = 1; next }
-        /^    / { if (!inBlock) print; begun = 1; next }
-        begun && !/^    / { inBlock = begun = 0 }' "$project/docs/install.md")" 'commands outside of blocks'
 }
