@@ -3,15 +3,21 @@
 #include <algorithm>
 #include <limits>
 #include <tuple>
+#include <utility>
 
 #include "cim/namespace.h"
 #include "import/categories.h"
 #include "import/publication.h"
 
 using Pegasus::Boolean;
+using Pegasus::CannotConnectException;
 using Pegasus::CIMClient;
+using Pegasus::CIMException;
 using Pegasus::CIMInstance;
+using Pegasus::CIMObjectPath;
 using Pegasus::CIMValue;
+using Pegasus::ConnectionTimeoutException;
+using Pegasus::Exception;
 using Pegasus::PEG_NOT_FOUND;
 using Pegasus::String;
 using Pegasus::Uint32;
@@ -19,6 +25,12 @@ using Pegasus::Uint32;
 namespace show {
 
 namespace {
+
+constexpr const char* className = "KVAXDT_FRU";
+// A class of a site may inherit the properties, and with `localOnly` a server may leave out what is
+// inherited.
+constexpr Boolean deepInheritance = true;
+constexpr Boolean localOnly = false;
 
 std::optional<String> textOf(const CIMInstance& instance, const char* property) {
   const Uint32 position = instance.findProperty(property);
@@ -41,28 +53,102 @@ Entry toEntry(const CIMInstance& instance) {
   return entry;
 }
 
-// Shorter numbers first, so that 10 stands behind 9.
+std::optional<String> keyOf(const CIMObjectPath& name, const char* key) {
+  const auto& keys = name.getKeyBindings();
+  for (Uint32 i = 0; i < keys.size(); ++i) {
+    if (String::equalNoCase(keys[i].getName(), key)) {
+      return keys[i].getValue();
+    }
+  }
+  return std::nullopt;
+}
+
+Entry unreadableEntry(const CIMObjectPath& name, const Exception& error) {
+  Entry entry;
+  entry.fruNumber = keyOf(name, "FRUNumber");
+  entry.identifyingNumber = keyOf(name, "IdentifyingNumber");
+  entry.vendor = keyOf(name, "Vendor");
+  entry.isOurs = isOurNumber(entry.identifyingNumber.value_or(String()));
+  entry.problem = error.getMessage();
+  return entry;
+}
+
+std::vector<Entry> readAtOnce(CIMClient& client) {
+  std::vector<Entry> entries;
+  const auto instances =
+      client.enumerateInstances(cimNamespace, className, deepInheritance, localOnly);
+  for (Uint32 i = 0; i < instances.size(); ++i) {
+    entries.push_back(toEntry(instances[i]));
+  }
+  return entries;
+}
+
+// Whether the server has answered, but with something that cannot be read.
+bool isUnreadable(const Exception& error) {
+  return dynamic_cast<const CIMException*>(&error) == nullptr &&
+         dynamic_cast<const CannotConnectException*>(&error) == nullptr &&
+         dynamic_cast<const ConnectionTimeoutException*>(&error) == nullptr;
+}
+
+// Nothing if the entry has been deleted meanwhile.
+std::optional<Entry> readOne(CIMClient& client, const CIMObjectPath& name) {
+  try {
+    return toEntry(client.getInstance(cimNamespace, name, localOnly));
+  } catch (const CIMException& refusal) {
+    return refusal.getCode() == Pegasus::CIM_ERR_NOT_FOUND
+               ? std::nullopt
+               : std::optional(unreadableEntry(name, refusal));
+  } catch (const Exception& error) {
+    if (!isUnreadable(error)) {
+      throw;
+    }
+    return unreadableEntry(name, error);
+  }
+}
+
+std::vector<Entry> readOneByOne(CIMClient& client) {
+  std::vector<Entry> entries;
+  const auto names = client.enumerateInstanceNames(cimNamespace, className);
+  for (Uint32 i = 0; i < names.size(); ++i) {
+    if (auto entry = readOne(client, names[i])) {
+      entries.push_back(std::move(*entry));
+    }
+  }
+  return entries;
+}
+
+std::vector<Entry> readAny(CIMClient& client) {
+  try {
+    return readAtOnce(client);
+  } catch (const Exception& error) {
+    if (!isUnreadable(error)) {
+      throw;
+    }
+  }
+  try {
+    return readOneByOne(client);
+  } catch (const Exception& error) {
+    if (!isUnreadable(error)) {
+      throw;
+    }
+    throw Exception(String("cannot read the entries: ") + error.getMessage());
+  }
+}
+
+// Shorter numbers first, so that 10 comes after 9.
 auto orderOf(const Entry& entry) {
   const String category = entry.category.value_or(String());
   const String number = entry.identifyingNumber.value_or(String());
   const auto known = findCategory(category);
   const int rank = known ? static_cast<int>(*known) : std::numeric_limits<int>::max();
-  return std::make_tuple(rank, category, !entry.isOurs, number.size(), number,
-                         entry.fruNumber.value_or(String()));
+  return std::make_tuple(entry.problem.has_value(), rank, category, !entry.isOurs, number.size(),
+                         number, entry.fruNumber.value_or(String()));
 }
 
 }  // namespace
 
 std::vector<Entry> readEntries(CIMClient& client) {
-  // A class of a site may inherit these properties, and with `localOnly` a server may leave out
-  // what is inherited.
-  const Boolean deepInheritance = true;
-  const Boolean localOnly = false;
-  std::vector<Entry> entries;
-  for (const CIMInstance& instance :
-       client.enumerateInstances(cimNamespace, "KVAXDT_FRU", deepInheritance, localOnly)) {
-    entries.push_back(toEntry(instance));
-  }
+  std::vector<Entry> entries = readAny(client);
   std::stable_sort(entries.begin(), entries.end(),
                    [](const Entry& a, const Entry& b) { return orderOf(a) < orderOf(b); });
   return entries;

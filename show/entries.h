@@ -9,7 +9,7 @@
 
 namespace show {
 
-// Each text is nothing where the server has no value.
+// A text is absent if the server has no value.
 struct Entry {
   std::optional<Pegasus::String> category;
   std::optional<Pegasus::String> fruNumber;
@@ -19,13 +19,18 @@ struct Entry {
   std::optional<Pegasus::String> revisionLevel;
   // Whether morvik takes it for one of its own.
   bool isOurs = false;
+  // Why the entry cannot be read. It then has no other texts than those in its instance name.
+  std::optional<Pegasus::String> problem;
 };
 
-// All of them, those of other publishers too: by category in the order of morvik's own table,
-// others behind them, within a category by number. Throws what the client throws.
+// All entries, those of other publishers included: by category in the order of morvik's own table,
+// then those of other categories, and last those that cannot be read; within a category by number.
+// One entry that cannot be read does not hide the others: if the answer with all of them cannot be
+// read, each is asked for by its name. Throws Exception if the names cannot be read either, and
+// what the client throws if the server refuses, and if there is no connection or no answer in time.
 std::vector<Entry> readEntries(Pegasus::CIMClient& client);
 
-// Whether `category` is one of the names, letter case ignored. No names are all categories.
+// Whether `category` is one of the names, letter case ignored. Without names, every category is.
 bool isAmong(const std::optional<Pegasus::String>& category, const std::vector<std::string>& names);
 
 }  // namespace show

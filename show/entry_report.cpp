@@ -40,25 +40,28 @@ void writeTable(std::ostream& out, const Terminal& terminal, const std::vector<E
     return value ? harmless(*value, terminal) : std::string("-");
   };
   for (const Entry& entry : entries) {
+    const std::optional<String> description =
+        entry.problem ? String("(cannot be read: ") + *entry.problem + ")" : entry.description;
     std::vector<std::string> cells = {cell(entry.category), cell(entry.fruNumber),
-                                      cell(entry.description), cell(entry.identifyingNumber)};
+                                      cell(description), cell(entry.identifyingNumber)};
     if (withVendor) {
       cells.push_back(cell(entry.vendor));
     }
-    table.add(std::move(cells), entry.isOurs ? Style::plain : Style::faint);
+    const Style style = entry.isOurs ? Style::plain : Style::faint;
+    table.add(std::move(cells), entry.problem ? Style::yellow : style);
   }
   table.write(out, terminal);
 }
 
 void writeCsv(std::ostream& out, const Terminal& terminal, const std::vector<Entry>& entries) {
   out << "category,fruNumber,description,identifyingNumber,vendor,revisionLevel,"
-         "publishedByMorvik\r\n";
+         "publishedByMorvik,problem\r\n";
   for (const Entry& entry : entries) {
     for (const auto* value : {&entry.category, &entry.fruNumber, &entry.description,
                               &entry.identifyingNumber, &entry.vendor, &entry.revisionLevel}) {
       out << field(*value, terminal) << ',';
     }
-    out << (entry.isOurs ? "true" : "false") << "\r\n";
+    out << (entry.isOurs ? "true" : "false") << ',' << field(entry.problem, terminal) << "\r\n";
   }
 }
 
@@ -74,6 +77,7 @@ void writeJson(std::ostream& out, const Terminal& terminal, const std::vector<En
     json.key("vendor").value(entry.vendor);
     json.key("revisionLevel").value(entry.revisionLevel);
     json.key("publishedByMorvik").value(entry.isOurs);
+    json.key("problem").value(entry.problem);
     json.closeObject();
   }
   json.closeArray().closeObject();

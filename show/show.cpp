@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
@@ -35,7 +36,8 @@ void complain(const String& words) {
 ExitStatus list(CIMClient& client, const Options& options, const Terminal& terminal) {
   std::vector<Entry> entries = readEntries(client);
   std::erase_if(entries, [&](const Entry& entry) {
-    return !(options.isAll || entry.isOurs) || !isAmong(entry.category, options.categories);
+    return !(options.isAll || entry.isOurs) ||
+           !(entry.problem || isAmong(entry.category, options.categories));
   });
   if (options.isJson) {
     writeJson(std::cout, terminal, entries);
@@ -45,6 +47,13 @@ ExitStatus list(CIMClient& client, const Options& options, const Terminal& termi
     complain("no entries");
   } else {
     writeTable(std::cout, terminal, entries, options.isAll);
+  }
+  const auto unreadable = std::count_if(
+      entries.begin(), entries.end(), [](const Entry& entry) { return entry.problem.has_value(); });
+  if (unreadable > 0) {
+    const std::string count = std::to_string(unreadable);
+    complain(String(count + (unreadable == 1 ? " entry" : " entries") + " cannot be read"));
+    return EXIT_TROUBLE;
   }
   return entries.empty() ? EXIT_NONE : EXIT_SOME;
 }

@@ -50,7 +50,7 @@ FAN        A5          Fan,            KVAHalvoranFru1'
     equal '{'"'format': 1, 'entries': []}" "$(jsonOf it)" json
     runShow --csv
     ends 1
-    fileIs "$out" 'category,fruNumber,description,identifyingNumber,vendor,revisionLevel,publishedByMorvik\r\n'
+    fileIs "$out" 'category,fruNumber,description,identifyingNumber,vendor,revisionLevel,publishedByMorvik,problem\r\n'
 }
 
 @test "--json: every property, under a format number" {
@@ -58,7 +58,7 @@ FAN        A5          Fan,            KVAHalvoranFru1'
     runShow --json
     ends 0
     equal 1 "$(jsonOf 'it["format"]')" 'the format'
-    equal "{'category': 'PLANAR', 'fruNumber': 'A4', 'description': 'Board für 日本', 'identifyingNumber': 'KVAHalvoranFru1', 'vendor': 'KVA', 'revisionLevel': '1.0', 'publishedByMorvik': True}" \
+    equal "{'category': 'PLANAR', 'fruNumber': 'A4', 'description': 'Board für 日本', 'identifyingNumber': 'KVAHalvoranFru1', 'vendor': 'KVA', 'revisionLevel': '1.0', 'publishedByMorvik': True, 'problem': None}" \
         "$(jsonOf 'it["entries"][2]')" 'an entry'
     equal 4 "$(jsonOf 'len(it["entries"])')" 'the number of entries'
 }
@@ -79,11 +79,11 @@ FAN        A5          Fan,            KVAHalvoranFru1'
     createAs $'two\nlines' 'A 2' KVAHalvoranFru2
     runShow --csv
     ends 0
-    equal "['FAN', 'A,1', 'other', 'KVAHalvoranFru1', 'Say \"KVA\", Ltd', '9', 'true']
-['FAN', 'A 2', 'other', 'KVAHalvoranFru2', 'two\\nlines', '9', 'true']" \
+    equal "['FAN', 'A,1', 'other', 'KVAHalvoranFru1', 'Say \"KVA\", Ltd', '9', 'true', '']
+['FAN', 'A 2', 'other', 'KVAHalvoranFru2', 'two\\nlines', '9', 'true', '']" \
         "$("$python" -c 'import csv, sys
 for row in list(csv.reader(open(sys.argv[1], newline=""), strict=True))[1:]: print(row)' "$out")" rows
-    head -n 2 "$out" | tail -n 1 | cmp - <(printf 'FAN,"A,1",other,KVAHalvoranFru1,"Say ""KVA"", Ltd",9,true\r\n')
+    head -n 2 "$out" | tail -n 1 | cmp - <(printf 'FAN,"A,1",other,KVAHalvoranFru1,"Say ""KVA"", Ltd",9,true,\r\n')
 }
 
 @test "--category: any letter case, several times" {
@@ -138,6 +138,43 @@ B2 false' "$(sed 1d "$out" | tr -d '\r' | awk -F , '{ print $2, $7 }')" 'all ent
     ends 1 'no entries'
     runShow --all
     ends 0
+}
+
+# --- entries that cannot be read ---
+
+@test "an entry that cannot be read is listed as such and does not hide the others" {
+    startRecordedMachine
+    importLines <<'END'
+"A1","FAN","","good"
+"A2","FAN","","BAD"
+"A3","PLANAR","","good"
+END
+    local byte
+    for byte in e9 01; do
+        printf '* * substitute BAD=%s\n' "$byte" >"$faults"
+        runShow --category planar
+        ends 2 '1 entry cannot be read'
+        grep -qxE 'PLANAR +A3 +good +KVAHalvoranFru1' "$out"
+        grep -qxE -e '- +A2 +\(cannot be read: .+\) +KVAHalvoranFru2' "$out"
+        equal 3 "$(wc -l <"$out")" "the lines with the byte $byte"
+    done
+    runShow --json
+    ends 2 '1 entry cannot be read'
+    equal "[('A3', 'good', False), ('A1', 'good', False), ('A2', None, True)]" \
+        "$(jsonOf '[(e["fruNumber"], e["description"], e["problem"] is not None) for e in it["entries"]]')" json
+    runShow --csv
+    ends 2 '1 entry cannot be read'
+    grep -qE '^,A2,,KVAHalvoranFru2,KVA,,true,.+' "$out"
+}
+
+@test "names that cannot be read: status 2, one message" {
+    startRecordedMachine
+    importLines <<<'"BAD","FAN","","x"'
+    echo '* * substitute BAD=e9' >"$faults"
+    runShow
+    equal 2 "$status" status
+    grep -qx 'morvik-show: cannot read the entries: .*' "$err"
+    wrote ''
 }
 
 # --- the machine ---

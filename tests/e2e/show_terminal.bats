@@ -163,7 +163,7 @@ sys.exit(f"harmful: {bad}" if bad else 0)' "$out"
     equal "'a\\x85b\\u202egnp.exe\\u2066c\\u2028d\\x7fe'" "$(jsonOf 'ascii(it["entries"][0]["description"])')" 'in JSON'
     runShow --csv
     ends 0
-    equal "['F\\x9b31mAN', 'A\\t\\n\\n1', 'a\\x85b\\u202egnp.exe\\u2066c\\u2028d\\x7fe', 'KVAHalvoranFru1\\x9d0;owned\\x9c', '\\u200fKVA', '1', 'true']" \
+    equal "['F\\x9b31mAN', 'A\\t\\n\\n1', 'a\\x85b\\u202egnp.exe\\u2066c\\u2028d\\x7fe', 'KVAHalvoranFru1\\x9d0;owned\\x9c', '\\u200fKVA', '1', 'true', '']" \
         "$("$python" -c 'import csv, sys
 print(ascii(list(csv.reader(open(sys.argv[1], encoding="utf-8", newline="")))[1]))' "$out")" 'in CSV'
 }

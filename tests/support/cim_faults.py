@@ -188,6 +188,13 @@ def interim(client, request, answer, detail):
     return True
 
 
+def substitute(client, request, answer, detail):
+    """DETAIL is TEXT=HEX: these bytes in place of the text, in every answer that has it."""
+    text, other = detail.split("=")
+    send_well(client, answer().replace(text.encode(), bytes.fromhex(other)))
+    return True
+
+
 def other_body(change):
     def way(client, request, answer, detail):
         send_well(client, change(answer()))
@@ -211,7 +218,7 @@ WAYS = {
     for way in (
         close, reset, close_after_work, end, hang, hang_within_body, drip, other_protocol, status, huge,
         error, close_when_idle, close_soon, connection_close, end_after_answer, chunked,
-        unusual_headers, interim,
+        unusual_headers, interim, substitute,
     )
 } | {
     name: other_body(change)

@@ -115,6 +115,15 @@ Array<CIMObjectPath> CIMClient::enumerateInstanceNames(const String& nameSpace,
   return names;
 }
 
+CIMInstance CIMClient::getInstance(const String& nameSpace, const CIMObjectPath& instanceName,
+                                   Boolean localOnly, Boolean /*includeQualifiers*/,
+                                   Boolean /*includeClassOrigin*/,
+                                   const CIMPropertyList& /*propertyList*/) {
+  record("getInstance " + narrow(nameSpace) + " " + narrow(instanceName.toString()) + " " +
+         flag(localOnly));
+  return fakeServer.published.at(numberOf(instanceName));
+}
+
 CIMValue CIMClient::getProperty(const String& nameSpace, const CIMObjectPath& instanceName,
                                 const String& propertyName) {
   record("getProperty " + narrow(nameSpace) + " " + narrow(instanceName.toString()) + " " +
