@@ -1,6 +1,6 @@
 #include "http/http_message.h"
 
-#include "xml/object_decoder.h"
+#include "text/ascii.h"
 
 #include <algorithm>
 #include <charconv>
@@ -9,7 +9,7 @@ namespace cimd {
 
 namespace {
 
-using Pegasus::xml::equalNoCase;
+using Pegasus::text::equalNoCase;
 
 const char* reasonPhrase(unsigned status) {
   switch (status) {

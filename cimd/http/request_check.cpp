@@ -1,7 +1,7 @@
 #include "http/request_check.h"
 
 #include <utf8.h>
-#include "xml/object_decoder.h"
+#include "text/ascii.h"
 
 #include <algorithm>
 
@@ -13,8 +13,8 @@ namespace cimd {
 namespace {
 
 using Pegasus::String;
-using Pegasus::xml::equalNoCase;
-using Pegasus::xml::trimmed;
+using Pegasus::text::equalNoCase;
+using Pegasus::text::trimmed;
 
 using Refusal = std::optional<HttpAnswer>;
 

@@ -1,6 +1,6 @@
 #include "model/loopback_host.h"
 
-#include "xml/object_decoder.h"
+#include "text/ascii.h"
 
 #include <algorithm>
 #include <boost/asio/ip/address.hpp>
@@ -31,7 +31,7 @@ bool isLoopbackHost(std::string_view host) {
   if (!port.empty() && !isPort(port)) {
     return false;
   }
-  if (Pegasus::xml::equalNoCase(name, "localhost")) {
+  if (Pegasus::text::equalNoCase(name, "localhost")) {
     return !isBracketed;
   }
   boost::system::error_code error;

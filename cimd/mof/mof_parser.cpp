@@ -1,5 +1,6 @@
 #include "mof/mof_parser.h"
 
+#include "text/ascii.h"
 #include "xml/object_decoder.h"
 
 #include <utility>
@@ -9,7 +10,7 @@ namespace cimd::mof {
 namespace {
 
 using Pegasus::String;
-using Pegasus::xml::equalNoCase;
+using Pegasus::text::equalNoCase;
 
 // Far more than any schema has; bounds what a wrong file can make the server keep.
 constexpr Pegasus::Uint64 largestArraySize = 0xFFFFFFFF;

@@ -1,6 +1,6 @@
 #include "operations/dispatcher.h"
 
-#include "xml/object_decoder.h"
+#include "text/ascii.h"
 #include "xml/response.h"
 
 #include <algorithm>
@@ -19,7 +19,7 @@ namespace cimd {
 namespace {
 
 using Pegasus::String;
-using Pegasus::xml::equalNoCase;
+using Pegasus::text::equalNoCase;
 using Pegasus::xml::Request;
 
 constexpr std::array<std::string_view, 6> enumerateParameters{

@@ -1,6 +1,7 @@
 #include <Pegasus/Common/Exception.h>
 
 #include <string>
+#include <utility>
 
 namespace Pegasus {
 
@@ -24,7 +25,7 @@ String describeCimError(CIMStatusCode code, const String& description) {
 
 }  // namespace
 
-Exception::Exception(String message) : message_(std::move(message)) {}
+Exception::Exception(String message) : message_(std::move(message)), text_(message_.toUtf8()) {}
 
 IndexOutOfBoundsException::IndexOutOfBoundsException() : Exception("index out of bounds") {}
 

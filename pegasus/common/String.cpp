@@ -1,19 +1,18 @@
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/String.h>
-#include <utf8.h>
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
 #include <ostream>
+
+#include "text/ascii.h"
+#include "text/utf16.h"
 
 namespace Pegasus {
 
 const String String::EMPTY;
 
 namespace {
-
-constexpr Char16 replacementCharacter = 0xFFFD;
 
 const char* checked(const char* text) {
   if (text == nullptr) {
@@ -22,45 +21,8 @@ const char* checked(const char* text) {
   return text;
 }
 
-bool isAscii(std::string_view bytes) {
-  return std::all_of(bytes.begin(), bytes.end(),
-                     [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
-}
-
-std::u16string widened(std::string_view bytes) {
-  std::u16string units(bytes.size(), u'\0');
-  std::transform(bytes.begin(), bytes.end(), units.begin(),
-                 [](char byte) { return static_cast<Char16>(static_cast<unsigned char>(byte)); });
-  return units;
-}
-
-std::u16string fromBytes(std::string_view bytes) {
-  if (isAscii(bytes) || !utf8::is_valid(bytes.begin(), bytes.end())) {
-    return widened(bytes);
-  }
-  std::u16string units;
-  units.reserve(bytes.size());
-  utf8::unchecked::utf8to16(bytes.begin(), bytes.end(), std::back_inserter(units));
-  return units;
-}
-
 std::string_view firstBytes(const char* text, Uint32 n) {
   return {text, strnlen(checked(text), n)};
-}
-
-constexpr bool isLeadSurrogate(Char16 unit) {
-  return unit >= 0xD800 && unit <= 0xDBFF;
-}
-constexpr bool isTrailSurrogate(Char16 unit) {
-  return unit >= 0xDC00 && unit <= 0xDFFF;
-}
-
-char32_t decodePair(Char16 lead, Char16 trail) {
-  return 0x10000U + ((static_cast<char32_t>(lead) - 0xD800U) << 10) + (trail - 0xDC00U);
-}
-
-constexpr Char16 lowered(Char16 unit) {
-  return unit >= u'A' && unit <= u'Z' ? static_cast<Char16>(unit - u'A' + u'a') : unit;
 }
 
 Uint32 toPosition(std::size_t found) {
@@ -69,25 +31,25 @@ Uint32 toPosition(std::size_t found) {
 
 }  // namespace
 
-String::String(const char* text) : units_(fromBytes(checked(text))) {}
+String::String(const char* text) : units_(text::toUtf16(checked(text))) {}
 
-String::String(const char* text, Uint32 n) : units_(fromBytes(firstBytes(text, n))) {}
+String::String(const char* text, Uint32 n) : units_(text::toUtf16(firstBytes(text, n))) {}
 
 String::String(std::u16string units) : units_(std::move(units)) {}
 
-String::String(std::string_view bytes) : units_(fromBytes(bytes)) {}
+String::String(std::string_view bytes) : units_(text::toUtf16(bytes)) {}
 
 String& String::assign(const String& text) {
   return *this = text;
 }
 
 String& String::assign(const char* text) {
-  units_ = fromBytes(checked(text));
+  units_ = text::toUtf16(checked(text));
   return *this;
 }
 
 String& String::assign(const char* text, Uint32 n) {
-  units_ = fromBytes(firstBytes(text, n));
+  units_ = text::toUtf16(firstBytes(text, n));
   return *this;
 }
 
@@ -149,7 +111,7 @@ String String::subString(Uint32 position, Uint32 length) const {
 }
 
 void String::toLower() {
-  std::transform(units_.begin(), units_.end(), units_.begin(), lowered);
+  std::transform(units_.begin(), units_.end(), units_.begin(), text::lowered<Char16>);
 }
 
 char* String::allocateCString(Uint32 extraBytes, Boolean noThrow) const {
@@ -165,20 +127,7 @@ char* String::allocateCString(Uint32 extraBytes, Boolean noThrow) const {
 }
 
 std::string String::toUtf8() const {
-  std::string bytes;
-  bytes.reserve(units_.size());
-  for (std::size_t i = 0; i < units_.size(); i++) {
-    const Char16 unit = units_[i];
-    if (unit < 0x80) {
-      bytes += static_cast<char>(unit);
-    } else if (isLeadSurrogate(unit) && i + 1 < units_.size() && isTrailSurrogate(units_[i + 1])) {
-      utf8::unchecked::append(decodePair(unit, units_[++i]), std::back_inserter(bytes));
-    } else {
-      const bool isAlone = isLeadSurrogate(unit) || isTrailSurrogate(unit);
-      utf8::unchecked::append(isAlone ? replacementCharacter : unit, std::back_inserter(bytes));
-    }
-  }
-  return bytes;
+  return text::toUtf8(units_);
 }
 
 int String::compare(const String& a, const String& b) {
@@ -188,11 +137,11 @@ int String::compare(const String& a, const String& b) {
 int String::compareNoCase(const String& a, const String& b) {
   const auto [inA, inB] =
       std::mismatch(a.units_.begin(), a.units_.end(), b.units_.begin(), b.units_.end(),
-                    [](Char16 x, Char16 y) { return lowered(x) == lowered(y); });
+                    [](Char16 x, Char16 y) { return text::lowered(x) == text::lowered(y); });
   if (inA == a.units_.end() || inB == b.units_.end()) {
     return (inA != a.units_.end()) - (inB != b.units_.end());
   }
-  return lowered(*inA) < lowered(*inB) ? -1 : 1;
+  return text::lowered(*inA) < text::lowered(*inB) ? -1 : 1;
 }
 
 Boolean String::equal(const String& a, const String& b) {
@@ -200,8 +149,7 @@ Boolean String::equal(const String& a, const String& b) {
 }
 
 Boolean String::equalNoCase(const String& a, const String& b) {
-  return std::equal(a.units_.begin(), a.units_.end(), b.units_.begin(), b.units_.end(),
-                    [](Char16 x, Char16 y) { return lowered(x) == lowered(y); });
+  return text::equalNoCase(a.view(), b.view());
 }
 
 Boolean operator==(const String& a, const String& b) {

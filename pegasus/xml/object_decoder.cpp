@@ -1,6 +1,7 @@
 #include "xml/object_decoder.h"
 
 #include "common/name_check.h"
+#include "text/ascii.h"
 #include "xml/xml_text.h"
 
 #include <algorithm>
@@ -126,7 +127,7 @@ CIMObjectPath decodeInstancePath(Element element) {
   requireNoMore(element, name.next());
   CIMObjectPath path = decodeInstanceName(name);
   const std::string hostText = textOnly(host);
-  path.setHost(String(trimmed(hostText)));
+  path.setHost(String(text::trimmed(hostText)));
   path.setNameSpace(decodeLocalNameSpacePath(nameSpace));
   return path;
 }
@@ -201,7 +202,7 @@ CIMProperty decodeProperty(Element element) {
   const bool isReference = element.name() == "PROPERTY.REFERENCE";
   requireElement(element, isArray || isReference ? element.name() : "PROPERTY");
   const CIMType type =
-      isReference ? CIMTYPE_REFERENCE : parseType(trimmed(requireAttribute(element, "TYPE")));
+      isReference ? CIMTYPE_REFERENCE : parseType(text::trimmed(requireAttribute(element, "TYPE")));
   if (isArray && type == CIMTYPE_REFERENCE) {
     refuse("an array of references, which no property can be");
   }
@@ -209,11 +210,11 @@ CIMProperty decodeProperty(Element element) {
   if (const std::optional<std::string_view> size = element.attribute("ARRAYSIZE")) {
     parseScalar(CIMTYPE_UINT32, *size).get(arraySize);
   }
-  return CIMProperty(String(requireAttribute(element, "NAME")),
-                     decodeTypedValue(type, isArray, valueChild(element)), arraySize,
-                     optionalAttribute(element, "REFERENCECLASS"),
-                     optionalAttribute(element, "CLASSORIGIN"),
-                     equalNoCase(trimmed(element.attribute("PROPAGATED").value_or("")), "true"));
+  return CIMProperty(
+      String(requireAttribute(element, "NAME")),
+      decodeTypedValue(type, isArray, valueChild(element)), arraySize,
+      optionalAttribute(element, "REFERENCECLASS"), optionalAttribute(element, "CLASSORIGIN"),
+      text::equalNoCase(text::trimmed(element.attribute("PROPAGATED").value_or("")), "true"));
 }
 
 CIMValue decodeTypedValue(CIMType type, bool isArray, Element element) {
@@ -232,7 +233,7 @@ CIMValue decodeTypedValue(CIMType type, bool isArray, Element element) {
   const std::string text = textOnly(element);
   // Some servers send a null value of a type that has no empty text so.
   const bool isText = type == CIMTYPE_STRING || type == CIMTYPE_CHAR16;
-  if (!isText && trimmed(text).empty()) {
+  if (!isText && text::trimmed(text).empty()) {
     return CIMValue(type, false);
   }
   return parseScalar(type, text);

@@ -62,9 +62,5 @@ Element optionalChild(Element element);
 std::string textOnly(Element element);
 // The path in a VALUE.REFERENCE.
 CIMObjectPath decodeReference(Element element);
-// Without white space at both ends.
-std::string_view trimmed(std::string_view text);
-// ASCII letters taken as the same in either case.
-bool equalNoCase(std::string_view a, std::string_view b);
 
 }  // namespace Pegasus::xml

@@ -1,5 +1,6 @@
 #include "xml/request.h"
 
+#include "text/ascii.h"
 #include "xml/object_decoder.h"
 #include "xml/object_encoder.h"
 #include "xml/xml_text.h"
@@ -159,7 +160,7 @@ void Request::readIntrinsicCall() {
 
 Element Request::parameter(std::string_view name) const {
   for (const Element value : parameters_) {
-    if (equalNoCase(requireAttribute(value, "NAME"), name)) {
+    if (text::equalNoCase(requireAttribute(value, "NAME"), name)) {
       return value;
     }
   }

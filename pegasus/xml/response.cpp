@@ -1,5 +1,6 @@
 #include "xml/response.h"
 
+#include "text/ascii.h"
 #include "xml/object_decoder.h"
 #include "xml/xml_text.h"
 
@@ -132,7 +133,7 @@ Response::Response(std::string body, std::string_view messageId, std::string_vie
   checkExpected("message ID", messageId, id, id == messageId);
   const Element response = answerPart(answerPart(message, "SIMPLERSP"), "IMETHODRESPONSE");
   const std::string_view name = response.attribute("NAME").value_or("");
-  checkExpected("method", method, name, equalNoCase(name, method));
+  checkExpected("method", method, name, text::equalNoCase(name, method));
   returnValue_ = findReturnValue(response);
 }
 

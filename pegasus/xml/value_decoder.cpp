@@ -1,5 +1,6 @@
 // The part of the decoder that turns texts into typed values. Nothing here depends on the locale.
 #include "common/cim_types.h"
+#include "text/ascii.h"
 #include "xml/object_decoder.h"
 #include "xml/xml_text.h"
 
@@ -12,6 +13,9 @@
 #include <vector>
 
 namespace Pegasus::xml {
+
+using text::equalNoCase;
+using text::trimmed;
 
 namespace {
 
@@ -69,8 +73,7 @@ T parseReal(std::string_view text) {
     const char* const end = digits.data() + digits.size();
     const auto [stop, error] = std::from_chars(digits.data(), end, magnitude);
     // from_chars() reads a second sign and words too.
-    const bool isNumber =
-        !digits.empty() && (digits[0] == '.' || (digits[0] >= '0' && digits[0] <= '9'));
+    const bool isNumber = !digits.empty() && (digits[0] == '.' || text::isDigit(digits[0]));
     if (error != std::errc() || stop != end || !isNumber) {
       refuseText("a real of its type", text);
     }
@@ -142,22 +145,6 @@ CIMValue decodeElements(Element element, Decode decode) {
 }
 
 }  // namespace
-
-std::string_view trimmed(std::string_view text) {
-  while (!text.empty() && isXmlSpace(text.front())) {
-    text.remove_prefix(1);
-  }
-  while (!text.empty() && isXmlSpace(text.back())) {
-    text.remove_suffix(1);
-  }
-  return text;
-}
-
-bool equalNoCase(std::string_view a, std::string_view b) {
-  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; };
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [lower](char x, char y) { return lower(x) == lower(y); });
-}
 
 CIMType parseType(std::string_view name) {
   // What most properties are need not be looked for.

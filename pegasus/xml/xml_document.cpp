@@ -1,7 +1,7 @@
 #include "xml/xml_document.h"
 
+#include "text/ascii.h"
 #include "xml/xml_scanner.h"
-#include "xml/xml_text.h"
 
 #include <algorithm>
 #include <pugixml.hpp>
@@ -71,7 +71,7 @@ std::string Element::text() const {
 bool Element::hasText() const {
   bool found = false;
   forEachText(asNode(node_), [&found](std::string_view piece) {
-    found = found || !std::all_of(piece.begin(), piece.end(), isXmlSpace);
+    found = found || !std::all_of(piece.begin(), piece.end(), text::isSpace<char>);
   });
   return found;
 }

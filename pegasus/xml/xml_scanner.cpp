@@ -2,6 +2,7 @@
 
 #include <Pegasus/Common/Exception.h>
 #include <utf8.h>
+#include "text/ascii.h"
 #include "xml/xml_text.h"
 
 #include <algorithm>
@@ -30,14 +31,14 @@ bool arePlain(const char* eight) {
 }
 
 constexpr bool isNameStart(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':';
+  return text::isLetter(c) || c == '_' || c == ':';
 }
 
 constexpr std::array<bool, 256> listNameCharacters() {
   std::array<bool, 256> isIn{};
   for (unsigned i = 0; i < isIn.size(); ++i) {
     const char c = static_cast<char>(i);
-    isIn[i] = isNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
+    isIn[i] = isNameStart(c) || text::isDigit(c) || c == '-' || c == '.';
   }
   return isIn;
 }
@@ -56,7 +57,8 @@ class Scanner {
   void scanDocument() {
     checkCharacters();
     skip(byteOrderMark);
-    if (startsWith("<?xml") && position_ + 5 < text_.size() && isXmlSpace(text_[position_ + 5])) {
+    if (startsWith("<?xml") && position_ + 5 < text_.size() &&
+        text::isSpace(text_[position_ + 5])) {
       scanDeclaration();
     }
     while (position_ < text_.size()) {
@@ -106,7 +108,7 @@ class Scanner {
     while (place != end) {
       if (end - place >= 8 && arePlain(place)) {
         place += 8;
-      } else if (isAscii(*place) && (*place >= ' ' || isXmlSpace(*place))) {
+      } else if (isAscii(*place) && (*place >= ' ' || text::isSpace(*place))) {
         ++place;
       } else {
         break;
@@ -148,7 +150,7 @@ class Scanner {
   }
   bool skipSpace() {
     const std::size_t start = position_;
-    while (position_ < text_.size() && isXmlSpace(text_[position_])) {
+    while (position_ < text_.size() && text::isSpace(text_[position_])) {
       ++position_;
     }
     return position_ > start;
@@ -207,8 +209,7 @@ class Scanner {
 
   void scanInstruction() {
     const std::string_view target = scanName();
-    if (target.size() == 3 && (target[0] | 0x20) == 'x' && (target[1] | 0x20) == 'm' &&
-        (target[2] | 0x20) == 'l') {
+    if (text::equalNoCase(target, "xml")) {
       fail("an XML declaration that is not at the start");
     }
     if (!startsWith("?>") && !skipSpace()) {
@@ -232,8 +233,8 @@ class Scanner {
     if (!scanDeclared("version").value_or("").starts_with("1.")) {
       fail("XML version 1.0 expected");
     }
-    const String encoding(scanDeclared("encoding").value_or("utf-8"));
-    if (!String::equalNoCase(encoding, "utf-8") && !String::equalNoCase(encoding, "us-ascii")) {
+    const std::string_view encoding = scanDeclared("encoding").value_or("utf-8");
+    if (!text::equalNoCase(encoding, "utf-8") && !text::equalNoCase(encoding, "us-ascii")) {
       fail("an encoding other than UTF-8");
     }
     scanDeclared("standalone");

@@ -4,38 +4,11 @@
 
 #include <algorithm>
 
+#include "text/utf16.h"
+
 namespace Pegasus::xml {
 
 namespace {
-
-bool isHighSurrogate(char16_t unit) {
-  return (unit & 0xFC00) == 0xD800;
-}
-bool isLowSurrogate(char16_t unit) {
-  return (unit & 0xFC00) == 0xDC00;
-}
-
-// The code point that begins at `position`, which is moved past it. A surrogate without partner is
-// returned as it is, and no XML character.
-char32_t nextCodePoint(std::u16string_view units, std::size_t& position) {
-  const char16_t unit = units[position++];
-  if (isHighSurrogate(unit) && position < units.size() && isLowSurrogate(units[position])) {
-    const char16_t low = units[position++];
-    return 0x10000 + ((static_cast<char32_t>(unit) - 0xD800) << 10) + (low - 0xDC00U);
-  }
-  return unit;
-}
-
-void appendUtf8(std::string& out, char32_t c) {
-  const auto tail = [c](unsigned shift) { return static_cast<char>(0x80 | (c >> shift & 0x3F)); };
-  if (c < 0x800) {
-    out += {static_cast<char>(0xC0 | c >> 6), tail(0)};
-  } else if (c < 0x10000) {
-    out += {static_cast<char>(0xE0 | c >> 12), tail(6), tail(0)};
-  } else {
-    out += {static_cast<char>(0xF0 | c >> 18), tail(12), tail(6), tail(0)};
-  }
-}
 
 void appendCharacter(std::string& out, char32_t c) {
   switch (c) {
@@ -64,7 +37,7 @@ void appendCharacter(std::string& out, char32_t c) {
       if (c < 0x80) {
         out += static_cast<char>(c);
       } else {
-        appendUtf8(out, c);
+        text::appendUtf8(out, c);
       }
   }
 }
@@ -93,7 +66,7 @@ void appendEscaped(std::string& out, const String& text) {
   const std::size_t start = out.size();
   std::size_t i = 0;
   while ((i = appendPlain(out, units, i)) < units.size()) {
-    const char32_t c = nextCodePoint(units, i);
+    const char32_t c = text::nextCodePoint(units, i);
     if (!isXmlCharacter(c)) {
       out.resize(start);
       throw InvalidValueException("a character that XML cannot carry");
@@ -105,7 +78,7 @@ void appendEscaped(std::string& out, const String& text) {
 void appendEscapedOrReplaced(std::string& out, const String& text) {
   const std::u16string_view units = text.view();
   for (std::size_t i = 0; i < units.size();) {
-    const char32_t c = nextCodePoint(units, i);
+    const char32_t c = text::nextCodePoint(units, i);
     appendCharacter(out, isXmlCharacter(c) ? c : U'?');
   }
 }

@@ -8,11 +8,6 @@
 
 namespace Pegasus::xml {
 
-// White space as XML 1.0 has it (production S).
-constexpr bool isXmlSpace(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\r';
-}
-
 // True for the code points that XML 1.0 allows in a document (production Char).
 constexpr bool isXmlCharacter(char32_t c) {
   return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) ||

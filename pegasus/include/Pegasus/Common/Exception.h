@@ -1,26 +1,32 @@
-// Everything that the client library throws, under one root. std::bad_alloc apart, no other type
-// leaves it.
+// Everything that the client library throws, under one root, which is a std::exception: one catch
+// is enough for all that can go wrong. std::bad_alloc apart, no other type leaves the library.
 #pragma once
 
 #include <Pegasus/Common/CIMStatusCode.h>
 #include <Pegasus/Common/String.h>
 
+#include <exception>
+#include <string>
+
 namespace Pegasus {
 
 // The root. The message says what went wrong, for a log or a developer; callers tell failures apart
 // by type, never by this text.
-class Exception {
+class Exception : public std::exception {
  public:
   explicit Exception(String message);
   Exception(const Exception&) = default;
   Exception& operator=(const Exception&) = default;
   Exception(Exception&&) = default;
   Exception& operator=(Exception&&) = default;
-  virtual ~Exception() = default;
+  ~Exception() override = default;
   const String& getMessage() const { return message_; }
+  // The message as UTF-8.
+  const char* what() const noexcept override { return text_.c_str(); }
 
  private:
   String message_;
+  std::string text_;
 };
 
 // --- Misuse of a value: a retry never helps.

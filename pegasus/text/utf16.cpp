@@ -1,0 +1,57 @@
+#include "text/utf16.h"
+
+#include <utf8.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace Pegasus::text {
+
+namespace {
+
+constexpr char32_t replacementCharacter = 0xFFFD;
+
+bool isAscii(std::string_view bytes) {
+  return std::all_of(bytes.begin(), bytes.end(),
+                     [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+}
+
+std::u16string widened(std::string_view bytes) {
+  std::u16string units(bytes.size(), u'\0');
+  std::transform(bytes.begin(), bytes.end(), units.begin(),
+                 [](char byte) { return static_cast<char16_t>(static_cast<unsigned char>(byte)); });
+  return units;
+}
+
+}  // namespace
+
+void appendUtf8(std::string& out, char32_t c) {
+  utf8::unchecked::append(static_cast<std::uint32_t>(c), std::back_inserter(out));
+}
+
+std::string toUtf8(std::u16string_view units) {
+  std::string bytes;
+  bytes.reserve(units.size());
+  for (std::size_t i = 0; i < units.size();) {
+    const char32_t c = nextCodePoint(units, i);
+    if (c < 0x80) {
+      bytes += static_cast<char>(c);
+    } else {
+      const bool isAlone = isLeadSurrogate(c) || isTrailSurrogate(c);
+      appendUtf8(bytes, isAlone ? replacementCharacter : c);
+    }
+  }
+  return bytes;
+}
+
+std::u16string toUtf16(std::string_view bytes) {
+  if (isAscii(bytes) || !utf8::is_valid(bytes.begin(), bytes.end())) {
+    return widened(bytes);
+  }
+  std::u16string units;
+  units.reserve(bytes.size());
+  utf8::unchecked::utf8to16(bytes.begin(), bytes.end(), std::back_inserter(units));
+  return units;
+}
+
+}  // namespace Pegasus::text
