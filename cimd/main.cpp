@@ -1,5 +1,3 @@
-#include <Pegasus/Common/Exception.h>
-
 #include <csignal>
 #include <exception>
 #include <iostream>
@@ -19,9 +17,6 @@ int main(int argc, char** argv) {
     return cimd::serve(options);
   } catch (const std::exception& error) {
     std::cerr << "morvik-cimd: " << error.what() << std::endl;
-    return cimd::EXIT_RUN_TIME;
-  } catch (const Pegasus::Exception& error) {
-    std::cerr << "morvik-cimd: " << error.getMessage() << std::endl;
     return cimd::EXIT_RUN_TIME;
   }
 }

@@ -242,8 +242,6 @@ class Service {
       log_.info("reloaded: " + describe(repository_));
     } catch (const std::exception& error) {
       log_.error(std::string("not reloaded: ") + error.what());
-    } catch (const Pegasus::Exception& error) {
-      log_.error("not reloaded: " + error.getMessage().toUtf8());
     }
   }
 
