@@ -44,8 +44,10 @@ void Log::write(LogLevel level, std::string_view text) const {
   }
 }
 
-void Log::fileError(std::string_view text) const {
-  writeLine(isForJournal_ ? texts[0].priority : "", text);
+void Log::writeOfFile(LogLevel level, std::string_view text) const {
+  if (isOn(level)) {
+    writeLine(isForJournal_ ? texts.at(static_cast<std::size_t>(level)).priority : "", text);
+  }
 }
 
 void Log::writeLine(std::string line, std::string_view text) const {

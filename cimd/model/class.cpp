@@ -168,9 +168,6 @@ void Class::overrideProperty(std::size_t position, const PropertyDeclaration& de
   inheritQualifiers(property.qualifiers, inherited.qualifiers, where);
   // A key stays one in every subclass: otherwise instances of the two could not be told apart.
   property.isKey = property.isKey || inherited.isKey;
-  if (!declaration.hasDefault) {
-    property.defaultValue = inherited.defaultValue;
-  }
   properties_[position] = std::make_shared<const Property>(std::move(property));
 }
 

@@ -20,4 +20,7 @@ class MofError : public std::runtime_error {
   MofError(const Position& position, const std::string& message);
 };
 
+// "file:line:column: warning: ..." about something that is accepted all the same.
+std::string warningAt(const Position& position, const std::string& message);
+
 }  // namespace cimd::mof

@@ -230,7 +230,8 @@ void MofLexer::takeCharacter(char quote, String& out) {
     throw MofError(here(), std::string("expected ") + quote + " before the end of the " +
                                (atEnd() ? "file" : "line"));
   }
-  if (peek() == '\\') {
+  const bool hasEscapes = quote != '"' || stringForm_ == StringForm::escaped;
+  if (hasEscapes && peek() == '\\') {
     out += takeEscape();
     return;
   }
@@ -240,9 +241,10 @@ void MofLexer::takeCharacter(char quote, String& out) {
   // A string is taken in long pieces, so that whether it is UTF-8 is asked of the piece as a whole;
   // a character constant is taken one character at a time.
   std::size_t end = offset_ + 1;
-  while (end < text_.size() && (quote == '"' ? static_cast<unsigned char>(text_[end]) >= 0x20 &&
-                                                   text_[end] != '"' && text_[end] != '\\'
-                                             : !startsCharacter(text_[end]))) {
+  while (end < text_.size() &&
+         (quote == '"' ? static_cast<unsigned char>(text_[end]) >= 0x20 && text_[end] != '"' &&
+                             !(hasEscapes && text_[end] == '\\')
+                       : !startsCharacter(text_[end]))) {
     ++end;
   }
   out += String(text_.substr(offset_, end - offset_));

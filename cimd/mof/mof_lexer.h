@@ -39,6 +39,13 @@ struct Token {
   Pegasus::Real64 real = 0;
 };
 
+// How the text between the double quotes of a string is read.
+enum class StringForm {
+  escaped,   // with the escapes of DSP0004
+  verbatim,  // a backslash is a backslash: file names, which schemas write as on the system they
+             // come from
+};
+
 class MofLexer {
  public:
   // `text` must outlive the lexer. A byte order mark at its beginning is passed over.
@@ -46,6 +53,9 @@ class MofLexer {
 
   // The next token; END for ever at the end. Throws MofError for what is no token.
   Token next();
+
+  // For the strings that follow; escaped at the beginning.
+  void setStringForm(StringForm form) { stringForm_ = form; }
 
  private:
   Position here() const;
@@ -74,6 +84,7 @@ class MofLexer {
   std::size_t offset_ = 0;
   unsigned line_ = 1;
   unsigned column_ = 1;
+  StringForm stringForm_ = StringForm::escaped;
 };
 
 // How messages name the token: "'foo'", "end of file", "string".

@@ -127,10 +127,13 @@ class InstanceLoader {
 
 }  // namespace
 
-void loadMof(const std::vector<std::filesystem::path>& files, Repository& repository) {
-  const MofContents contents = readMof(files, defaultNameSpace);
-  loadSchema(contents, repository);
+std::vector<std::string> loadMof(const std::vector<std::filesystem::path>& files,
+                                 Repository& repository,
+                                 const std::vector<std::filesystem::path>& includeDirectories) {
+  const MofContents contents = readMof(files, includeDirectories, defaultNameSpace);
+  auto warnings = loadSchema(contents, repository);
   InstanceLoader(contents.instances, repository).load();
+  return warnings;
 }
 
 }  // namespace cimd::mof

@@ -116,8 +116,13 @@ Pragma MofParser::pragma() {
   take();
   const Token name = expectName("the name of a pragma");
   Pragma pragma{String(name.text), name.position, String()};
+  // Before the parenthesis is taken, for that reads the string after it. When the last piece of the
+  // string has been taken, the parenthesis after it has been read, and what follows has not.
+  lexer_.setStringForm(equalNoCase(name.text, "include") ? StringForm::verbatim
+                                                         : StringForm::escaped);
   expectPunctuation('(');
   pragma.parameter = stringLiteral().text;
+  lexer_.setStringForm(StringForm::escaped);
   expectPunctuation(')');
   return pragma;
 }

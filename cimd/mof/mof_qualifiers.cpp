@@ -165,8 +165,8 @@ CIMValue declaredValue(const std::optional<Value>& value, const QualifierDeclara
   return isFlag ? CIMValue(true) : standard;
 }
 
-cimd::Qualifier resolve(const Qualifier& given, unsigned scope, const Schema& schema) {
-  const QualifierDeclaration* declaration = schema.findQualifier(given.name);
+cimd::Qualifier resolve(const Qualifier& given, unsigned scope,
+                        const QualifierDeclaration* declaration) {
   if (declaration == nullptr) {
     declaration = findImplied(given.name);
   }
@@ -199,16 +199,33 @@ QualifierDeclaration qualifierDeclaration(const QualifierType& given) {
   return declaration;
 }
 
+void DeclaredQualifiers::add(std::size_t place, QualifierDeclaration declaration) {
+  auto& declarations = byName_[fold(declaration.name)];
+  declarations.emplace_back(place, std::move(declaration));
+}
+
+const QualifierDeclaration* DeclaredQualifiers::find(const String& name, std::size_t place) const {
+  const auto found = byName_.find(fold(name));
+  if (found == byName_.end()) {
+    return nullptr;
+  }
+  const auto& declarations = found->second;
+  const auto after = std::partition_point(declarations.begin(), declarations.end(),
+                                          [&](const auto& entry) { return entry.first < place; });
+  return after == declarations.begin() ? &after->second : &std::prev(after)->second;
+}
+
 Qualifiers resolveQualifiers(const std::vector<Qualifier>& given, unsigned scope,
-                             const Schema& schema) {
+                             const DeclaredQualifiers& declared, std::size_t place) {
   Qualifiers resolved;
   for (const Qualifier& qualifier : given) {
     if (findQualifier(resolved, qualifier.name) != nullptr) {
       throw MofError(qualifier.position,
                      "qualifier " + qualifier.name.toUtf8() + " is there already");
     }
+    const QualifierDeclaration* declaration = declared.find(qualifier.name, place);
     resolved.push_back(
-        {std::make_shared<const cimd::Qualifier>(resolve(qualifier, scope, schema)), false});
+        {std::make_shared<const cimd::Qualifier>(resolve(qualifier, scope, declaration)), false});
   }
   return resolved;
 }

@@ -1,6 +1,7 @@
 #include "mof/mof_schema.h"
 
 #include <map>
+#include <set>
 
 #include "mof/mof_qualifiers.h"
 #include "mof/mof_values.h"
@@ -12,16 +13,18 @@ namespace {
 using Pegasus::CIMObjectPath;
 using Pegasus::String;
 
-// Declarations of one namespace, typed and with their qualifiers looked up in its schema.
+// One class, typed and with its qualifiers resolved. `place` says which declarations of qualifiers
+// are in force there.
 class ClassBuilder {
  public:
-  explicit ClassBuilder(const Schema& schema) : schema_(schema) {}
+  ClassBuilder(const Schema& schema, const DeclaredQualifiers& declared, std::size_t place)
+      : schema_(schema), declared_(declared), place_(place) {}
 
   ClassDeclaration build(const Class& cls) const {
     ClassDeclaration declaration;
     declaration.name = cls.name;
     declaration.superclass = cls.superclass;
-    declaration.qualifiers = resolveQualifiers(cls.qualifiers, classScope(cls), schema_);
+    declaration.qualifiers = resolve(cls.qualifiers, classScope(cls));
     declaration.isAbstract = isSet(declaration.qualifiers, "Abstract");
     for (const Property& property : cls.properties) {
       declaration.properties.push_back(build(property));
@@ -33,6 +36,10 @@ class ClassBuilder {
   }
 
  private:
+  Qualifiers resolve(const std::vector<Qualifier>& given, unsigned scope) const {
+    return resolveQualifiers(given, scope, declared_, place_);
+  }
+
   // Associations and indications are classes, so what may stand at a class may stand there.
   // A subclass need not say again what it is.
   unsigned classScope(const Class& cls) const {
@@ -71,10 +78,8 @@ class ClassBuilder {
     declaration.isArray = type.isArray;
     declaration.arraySize = type.arraySize;
     declaration.referenceClass = type.className;
-    declaration.qualifiers =
-        resolveQualifiers(property.qualifiers, scopeOf(type, scopeProperty), schema_);
+    declaration.qualifiers = resolve(property.qualifiers, scopeOf(type, scopeProperty));
     declaration.isKey = isSet(declaration.qualifiers, "Key");
-    declaration.hasDefault = property.defaultValue.has_value();
     declaration.defaultValue = property.defaultValue ? defaultValue(*property.defaultValue, type)
                                                      : Pegasus::CIMValue(type.type, type.isArray);
     return declaration;
@@ -92,7 +97,7 @@ class ClassBuilder {
     MethodDeclaration declaration;
     declaration.name = method.name;
     declaration.returnType = method.returnType.type;
-    declaration.qualifiers = resolveQualifiers(method.qualifiers, scopeMethod, schema_);
+    declaration.qualifiers = resolve(method.qualifiers, scopeMethod);
     for (const Parameter& parameter : method.parameters) {
       for (const MethodParameter& other : declaration.parameters) {
         if (String::equalNoCase(other.name, parameter.name)) {
@@ -107,24 +112,26 @@ class ClassBuilder {
 
   MethodParameter build(const Parameter& parameter) const {
     const DataType& type = parameter.type;
-    return {parameter.name,
-            type.type,
-            type.isArray,
-            type.arraySize,
-            type.className,
-            resolveQualifiers(parameter.qualifiers, scopeOf(type, scopeParameter), schema_)};
+    return {parameter.name, type.type,
+            type.isArray,   type.arraySize,
+            type.className, resolve(parameter.qualifiers, scopeOf(type, scopeParameter))};
   }
 
   const Schema& schema_;
+  const DeclaredQualifiers& declared_;
+  std::size_t place_;
 };
 
 // Defines each class after its superclass, wherever the two stand.
 class ClassLoader {
  public:
-  ClassLoader(const std::vector<PlacedClass>& classes, Repository& repository)
-      : classes_(classes), repository_(repository) {}
+  ClassLoader(const MofContents& contents, Repository& repository)
+      : classes_(contents.classes), repository_(repository) {
+    declareQualifiers(contents.qualifiers);
+  }
 
-  void load() {
+  // Returns warnings.
+  std::vector<std::string> load() {
     for (const PlacedClass& cls : classes_) {
       const auto [place, isNew] = byName_.try_emplace(key(cls, cls.declaration.name), &cls);
       if (!isNew) {
@@ -140,10 +147,21 @@ class ClassLoader {
     for (const PlacedClass& cls : classes_) {
       checkReferences(cls);
     }
+    return std::move(warnings_);
   }
 
  private:
   using Key = std::pair<FoldedName, FoldedName>;
+
+  // Clients see the last declaration of each.
+  void declareQualifiers(const std::vector<PlacedQualifier>& qualifiers) {
+    for (std::size_t place = 0; place < qualifiers.size(); ++place) {
+      const String& nameSpace = qualifiers[place].nameSpace;
+      const auto declaration = qualifierDeclaration(qualifiers[place].declaration);
+      repository_.addNameSpace(nameSpace).schema().declareQualifier(declaration);
+      qualifiers_[fold(nameSpace)].add(place, declaration);
+    }
+  }
 
   static Key key(const PlacedClass& cls, const String& name) {
     return {fold(cls.nameSpace), fold(name)};
@@ -174,7 +192,9 @@ class ClassLoader {
   void define(const PlacedClass& placed) {
     Schema& schema = repository_.addNameSpace(placed.nameSpace).schema();
     const Class& cls = placed.declaration;
-    const ClassDeclaration declaration = ClassBuilder(schema).build(cls);
+    const ClassBuilder builder(schema, qualifiers_[fold(placed.nameSpace)],
+                               placed.qualifiersBefore);
+    const ClassDeclaration declaration = builder.build(cls);
     try {
       schema.define(declaration);
     } catch (const RefusedFeature& refused) {
@@ -192,23 +212,25 @@ class ClassLoader {
     const Schema& schema = repository_.addNameSpace(placed.nameSpace).schema();
     const Class& cls = placed.declaration;
     for (const Property& property : cls.properties) {
-      checkReference(property, schema);
+      checkReference(property, placed, schema);
       checkNarrowing(property, cls, schema);
     }
     for (const Method& method : cls.methods) {
       for (const Parameter& parameter : method.parameters) {
-        checkReference(parameter, schema);
+        checkReference(parameter, placed, schema);
       }
     }
   }
 
+  // Part of a schema refers to classes of other parts, which a site may not need.
   template <typename Element>
-  static void checkReference(const Element& element, const Schema& schema) {
-    if (element.type.type == Pegasus::CIMTYPE_REFERENCE &&
-        schema.find(element.type.className) == nullptr) {
-      throw MofError(element.position, element.name.toUtf8() + " refers to class " +
-                                           element.type.className.toUtf8() +
-                                           ", which is not declared");
+  void checkReference(const Element& element, const PlacedClass& placed, const Schema& schema) {
+    const String& target = element.type.className;
+    if (element.type.type == Pegasus::CIMTYPE_REFERENCE && schema.find(target) == nullptr &&
+        undeclared_.insert(key(placed, target)).second) {
+      warnings_.push_back(warningAt(element.position, element.name.toUtf8() + " refers to class " +
+                                                          target.toUtf8() +
+                                                          ", which is not declared"));
     }
   }
 
@@ -230,18 +252,18 @@ class ClassLoader {
 
   const std::vector<PlacedClass>& classes_;
   Repository& repository_;
+  // By namespace.
+  std::unordered_map<FoldedName, DeclaredQualifiers> qualifiers_;
   std::map<Key, const PlacedClass*> byName_;
+  // The classes that there is a warning about.
+  std::set<Key> undeclared_;
+  std::vector<std::string> warnings_;
 };
 
 }  // namespace
 
-void loadSchema(const MofContents& contents, Repository& repository) {
-  for (const PlacedQualifier& placed : contents.qualifiers) {
-    repository.addNameSpace(placed.nameSpace)
-        .schema()
-        .declareQualifier(qualifierDeclaration(placed.declaration));
-  }
-  ClassLoader(contents.classes, repository).load();
+std::vector<std::string> loadSchema(const MofContents& contents, Repository& repository) {
+  return ClassLoader(contents, repository).load();
 }
 
 }  // namespace cimd::mof

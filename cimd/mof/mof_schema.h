@@ -8,9 +8,9 @@
 
 namespace cimd::mof {
 
-// In any order of the files: qualifiers first, then each class after its superclass. A qualifier
-// that is declared again takes its new declaration for the whole load. Throws MofError.
-void loadSchema(const MofContents& contents, Repository& repository);
+// Defines each class after its superclass, in any order of the files. Returns a warning for each
+// class that a reference points to and no file declares. Throws MofError.
+std::vector<std::string> loadSchema(const MofContents& contents, Repository& repository);
 
 // Runs `action`, which works for the declaration at `position`: what the model refuses is an error
 // there.

@@ -32,7 +32,9 @@ void addSystemKeys(CIMInstance& instance, const Class& cls, const String& hostNa
 
 Repository Configuration::load() const {
   Repository repository;
-  mof::loadMof(files_, repository);
+  for (const std::string& warning : mof::loadMof(files_, repository, includeDirectories_)) {
+    log_.fileWarning(warning);
+  }
   if (hostBytes_) {
     declareHost(repository);
   }

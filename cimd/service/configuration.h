@@ -22,9 +22,13 @@ class ConfigurationError : public std::runtime_error {
 class Configuration {
  public:
   // `hostBytes` is absent where the host's inventory is not asked for. The log must outlive this.
-  Configuration(std::vector<std::filesystem::path> files, std::optional<host::HostBytes> hostBytes,
-                const Log& log)
-      : files_(std::move(files)), hostBytes_(std::move(hostBytes)), log_(log) {}
+  Configuration(std::vector<std::filesystem::path> files,
+                std::vector<std::filesystem::path> includeDirectories,
+                std::optional<host::HostBytes> hostBytes, const Log& log)
+      : files_(std::move(files)),
+        includeDirectories_(std::move(includeDirectories)),
+        hostBytes_(std::move(hostBytes)),
+        log_(log) {}
 
   // Reads the files anew. Throws mof::MofError, ConfigurationError.
   Repository load() const;
@@ -33,6 +37,7 @@ class Configuration {
   void declareHost(Repository& repository) const;
 
   std::vector<std::filesystem::path> files_;
+  std::vector<std::filesystem::path> includeDirectories_;
   std::optional<host::HostBytes> hostBytes_;
   const Log& log_;
 };

@@ -91,6 +91,12 @@ std::optional<ExitStatus> readOptions(int argc, const char* const* argv, Options
                  "Serve an inventory from the recorded tables in this folder instead")
       ->type_name("DIRECTORY")
       ->check(CLI::Validator(checkNotEmpty, ""));
+  std::vector<std::string> directories;
+  app.add_option("--include", directories,
+                 "Look for included files in this directory too; may be repeated")
+      ->type_name("DIRECTORY")
+      ->allow_extra_args(false)  // one each time: what follows may be a FILE
+      ->check(CLI::Validator(checkNotEmpty, ""));
   std::string store;
   app.add_option("--store", store, "Keep what clients publish in this file")
       ->type_name("FILE")
@@ -122,6 +128,7 @@ std::optional<ExitStatus> readOptions(int argc, const char* const* argv, Options
     parseListenAddress(listen, options.address, options.port);
   }
   options.files.assign(files.begin(), files.end());
+  options.includeDirectories.assign(directories.begin(), directories.end());
   setIfGiven(options.recordedTables, recorded);
   setIfGiven(options.store, store);
   setIfGiven(options.user, user);

@@ -18,6 +18,8 @@ struct Options {
   // 0 lets the system choose a free one.
   Pegasus::Uint16 port = 5988;
   std::vector<std::filesystem::path> files;
+  // Where files that are included are looked for too.
+  std::vector<std::filesystem::path> includeDirectories;
   // Whether the host's own inventory is served, and the folder with recorded SMBIOS tables to take
   // it from instead of those of the kernel.
   bool isHost = false;

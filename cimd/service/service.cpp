@@ -181,7 +181,7 @@ class Service {
   Service(const Options& options, std::optional<host::HostBytes> hostBytes, const Log& log)
       : options_(options),
         log_(log),
-        configuration_(options.files, std::move(hostBytes), log),
+        configuration_(options.files, options.includeDirectories, std::move(hostBytes), log),
         repository_(configuration_.load()),
         publications_(options, log) {
     publications_.restore(repository_, nullptr);

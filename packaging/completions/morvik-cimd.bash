@@ -4,14 +4,14 @@ _morvik_cimd() {
     local word=$2 previous=$3
     case $previous in
     --listen) COMPREPLY=() ;;
-    --smbios) mapfile -t COMPREPLY < <(compgen -d -- "$word") && compopt -o filenames ;;
+    --smbios | --include) mapfile -t COMPREPLY < <(compgen -d -- "$word") && compopt -o filenames ;;
     --store) mapfile -t COMPREPLY < <(compgen -f -- "$word") && compopt -o filenames ;;
     --user) mapfile -t COMPREPLY < <(compgen -u -- "$word") ;;
     --log-level) mapfile -t COMPREPLY < <(compgen -W 'error warning info debug' -- "$word") ;;
     *)
         if [[ $word == -* ]]; then
-            mapfile -t COMPREPLY < <(compgen -W '--listen --host --smbios --store --user --check
-                --log-level --help --version' -- "$word")
+            mapfile -t COMPREPLY < <(compgen -W '--listen --host --smbios --include --store
+                --user --check --log-level --help --version' -- "$word")
         else
             mapfile -t COMPREPLY < <(compgen -f -X '!*.mof' -- "$word" && compgen -d -- "$word")
             compopt -o filenames

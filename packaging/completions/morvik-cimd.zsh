@@ -4,6 +4,7 @@ _arguments \
     '--listen[where to listen]:loopback address and port: ' \
     '(--smbios)--host[serve the inventory of this machine]' \
     '(--host)--smbios[serve recorded tables]:folder:_files -/' \
+    '*--include[look for included files here too]:directory:_files -/' \
     '--store[keep what clients publish]:file:_files' \
     '--user[account to run as]:user:_users' \
     '--check[load everything, report and end]' \

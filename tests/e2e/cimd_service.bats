@@ -15,7 +15,7 @@ teardown() { stopServers; }
     endsWith 0 --help
     fileIs "$err" ''
     local word
-    for word in --listen --host --smbios --store --user --check --log-level --help --version FILE \
+    for word in --listen --host --smbios --include --store --user --check --log-level --help --version FILE \
         'Exit status: 0 normal end, 1 run-time error, 2 wrong usage, 3 wrong configuration'; do
         grep -qF -- "$word" "$out"
     done
@@ -77,6 +77,7 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
     wrongUsage '--store: must not be empty' --store '' "$mof"
     wrongUsage '--user: must not be empty' --user '' "$mof"
     wrongUsage '--smbios: must not be empty' --smbios '' "$mof"
+    wrongUsage '--include: must not be empty' --include '' "$mof"
     local address
     for address in 0.0.0.0:5988 192.0.2.1:5988 '[::]:5988' '[2001:db8::1]:5988' ::1:5988 localhost:5988 \
         127.0.0.1 127.0.0.1: 127.0.0.1:65536 127.0.0.1:-1 127.0.0.1:x '[127.0.0.1]:1' ''; do
@@ -99,6 +100,29 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
     [[ $(tail -n 1 "$err") == *"broken.mof:3:3: error: expected "* ]]
     endsWith 3 .
     [[ $(tail -n 1 "$err") == 'morvik-cimd: error: cannot read .: '* ]]
+}
+
+@test "--include: included files are looked for there too, at a reload as well" {
+    mkdir classes
+    cp "$mof" classes/kvaxdt.mof
+    printf '#pragma include ("classes\\kvaxdt.mof")\n' >site.mof
+    mkdir elsewhere
+    mv classes elsewhere
+    endsWith 3 site.mof
+    equal 'site.mof:1:9: error: cannot open classes/kvaxdt.mof: No such file or directory' \
+        "$(tail -n 1 "$err")" 'the message'
+    startCimd --include . --include elsewhere site.mof
+    reload
+    logHas 'reloaded: 1 namespaces, 4 classes'
+}
+
+@test "a reference to a class that no file declares: a warning with file, line and column" {
+    printf 'class Site_A {\n  [Key] string k;\n  Site_B ref r;\n};\n' >site.mof
+    endsWith 0 --check site.mof
+    equal 'site.mof:3:14: warning: r refers to class Site_B, which is not declared' \
+        "$(tail -n 1 "$err")" 'the warning'
+    endsWith 0 --check --log-level error site.mof
+    fileIs "$err" ''
 }
 
 @test "a file without permission to read: status 3" {

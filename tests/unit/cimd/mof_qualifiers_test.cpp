@@ -131,13 +131,23 @@ TEST(MofQualifiers, WrongDeclarationsAreRefused) {
   }
 }
 
-TEST(MofQualifiers, ADeclarationTakesThePlaceOfTheOneBeforeForTheWholeLoad) {
-  const std::string mof =
-      "Qualifier q : boolean, Scope(class);\n[Q(5)] class A {};\n"
-      "Qualifier Q : uint8, Scope(class), Flavor(Restricted);";
-  EXPECT_EQ(used(mof), "uint8 5 Restricted");
-  EXPECT_EQ(declared(mof),
-            "TYPE=\"uint8\" ISARRAY=\"false\" TOSUBCLASS=\"false\"><SCOPE CLASS=\"true\"/>");
+TEST(MofQualifiers, ADeclarationHoldsFromThereOnAndTheFirstOneBeforeItToo) {
+  const std::string first = "Qualifier q : boolean, Scope(class);\n";
+  const std::string second = "Qualifier Q : uint8, Scope(class), Flavor(Restricted);\n";
+  EXPECT_EQ(used("[Q] class A {};\n" + first + second), "boolean TRUE");
+  EXPECT_EQ(used(first + "[Q] class A {};\n" + second), "boolean TRUE");
+  EXPECT_EQ(used(first + second + "[Q(5)] class A {};\n"), "uint8 5 Restricted");
+  EXPECT_EQ(loadError(first + "[Q(5)] class A {};\n" + second),
+            "test.mof:2:4: error: expected a value of type boolean, found an integer");
+  // Of another namespace.
+  EXPECT_EQ(used(first + "#pragma namespace(\"root/x\")\n" + second +
+                 "#pragma namespace(\"root/kvasd\")\n[Q] class A {};\n"),
+            "boolean TRUE");
+}
+
+TEST(MofQualifiers, ClientsSeeTheLastDeclaration) {
+  EXPECT_EQ(declared("Qualifier Q : boolean, Scope(class);\nQualifier Q : uint8, Scope(class);"),
+            "TYPE=\"uint8\" ISARRAY=\"false\"><SCOPE CLASS=\"true\"/>");
 }
 
 TEST(MofQualifiers, ValuesHaveTheDeclaredType) {

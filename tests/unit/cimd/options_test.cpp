@@ -26,6 +26,16 @@ TEST(Options, DefaultsAndFilesInOrder) {
   EXPECT_EQ(options.files, (std::vector<std::filesystem::path>{"b.mof", "a.mof"}));
 }
 
+TEST(Options, IncludeTakesOneDirectoryEachTime) {
+  Options options;
+  EXPECT_EQ(read({"--include", "one", "a.mof", "--include", "two", "b.mof"}, options),
+            std::nullopt);
+  EXPECT_EQ(options.includeDirectories, (std::vector<std::filesystem::path>{"one", "two"}));
+  EXPECT_EQ(options.files, (std::vector<std::filesystem::path>{"a.mof", "b.mof"}));
+  EXPECT_EQ(read({"--include", "", "a.mof"}, options), EXIT_USAGE);
+  EXPECT_EQ(read({"a.mof", "--include"}, options), EXIT_USAGE);
+}
+
 TEST(Options, ListenOnAnyLoopbackAddress) {
   struct Case {
     const char* text;

@@ -18,7 +18,7 @@ using test::statusOf;
 
 constexpr const char* schema = R"(
   class Base { [Key] string Id; string Text = "none"; uint32 Number; };
-  class Derived : Base { string Extra; string Text; };
+  class Derived : Base { string Extra; string Text = "none"; };
   [Abstract] class Nothing { [Key] string Id; };
   class Many { [Key] uint16 n; [Key] string s; [Key] boolean b; [Key] Base ref r; };
   class Numbers { [Key] sint8 i; real64 x; string a[]; string two[2]; };

@@ -98,16 +98,15 @@ TEST_F(SchemaOperations, LocalOnlyIsWhatTheClassDeclaresAndTheDefault) {
 
 TEST_F(SchemaOperations, WithoutLocalOnlyInheritedElementsAreMarked) {
   const std::string xml = getClass("Leaf", {all_, bare_});
-  EXPECT_EQ(
-      xml,
-      "<CLASS NAME=\"Leaf\" SUPERCLASS=\"Middle\">"
-      "<PROPERTY NAME=\"Id\" PROPAGATED=\"true\" TYPE=\"string\"></PROPERTY>"
-      "<PROPERTY NAME=\"Text\" PROPAGATED=\"true\" TYPE=\"string\"><VALUE>t</VALUE></PROPERTY>"
-      "<PROPERTY NAME=\"Number\" PROPAGATED=\"true\" TYPE=\"uint16\"></PROPERTY>"
-      "<PROPERTY NAME=\"Last\" TYPE=\"string\"></PROPERTY>"
-      "<METHOD NAME=\"Run\" TYPE=\"uint32\" PROPAGATED=\"true\">"
-      "<PARAMETER.ARRAY NAME=\"How\" TYPE=\"string\"></PARAMETER.ARRAY></METHOD>"
-      "<METHOD NAME=\"Stop\" TYPE=\"uint8\" PROPAGATED=\"true\"></METHOD></CLASS>");
+  EXPECT_EQ(xml,
+            "<CLASS NAME=\"Leaf\" SUPERCLASS=\"Middle\">"
+            "<PROPERTY NAME=\"Id\" PROPAGATED=\"true\" TYPE=\"string\"></PROPERTY>"
+            "<PROPERTY NAME=\"Text\" PROPAGATED=\"true\" TYPE=\"string\"></PROPERTY>"
+            "<PROPERTY NAME=\"Number\" PROPAGATED=\"true\" TYPE=\"uint16\"></PROPERTY>"
+            "<PROPERTY NAME=\"Last\" TYPE=\"string\"></PROPERTY>"
+            "<METHOD NAME=\"Run\" TYPE=\"uint32\" PROPAGATED=\"true\">"
+            "<PARAMETER.ARRAY NAME=\"How\" TYPE=\"string\"></PARAMETER.ARRAY></METHOD>"
+            "<METHOD NAME=\"Stop\" TYPE=\"uint8\" PROPAGATED=\"true\"></METHOD></CLASS>");
 }
 
 TEST_F(SchemaOperations, InheritedQualifiersAreMarkedAndRestrictedOnesStayWhereTheyAre) {
