@@ -1,3 +1,3 @@
 #!/bin/sh
-# In place of the FTP client, for a run that has nothing to fetch.
+# Replaces the FTP client in a run that has nothing to fetch.
 exit 0

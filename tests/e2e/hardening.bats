@@ -1,6 +1,5 @@
 #!/usr/bin/env bats
-# What the compiler and the linker put into the programs so that a mistake in them is hard to make
-# use of. Each test looks at every program that the build has made.
+# The protections that compiler and linker add to the programs. Each test checks every program of the build.
 
 setup() {
     programs=("${MORVIK_BIN_DIR:?}"/*)
@@ -12,7 +11,7 @@ fail() { # TEXT
     return 1
 }
 
-# The text in what the command says about each program. A command that is missing is no proof.
+# The output of the command matches for each program. A failing command is a failure.
 each() { # PATTERN COMMAND [OPTION...]
     local pattern=$1 program said
     shift
@@ -37,13 +36,13 @@ none() { # PATTERN COMMAND [OPTION...]
     each 'FLAGS_1.* PIE' readelf -W --dynamic
 }
 
-@test "no memory is both writable and executable, the stack neither" {
+@test "no memory is both writable and executable, including the stack" {
     none '^ +[A-Z_]+ .* RWE ' readelf -W --program-headers
     each 'GNU_STACK .* RW ' readelf -W --program-headers
 }
 
-@test "constants and headers are no code" {
-    # Of the program headers, the first table tells the rights, the second the sections of each.
+@test "constants and headers are not executable" {
+    # The first table of the program headers has the permissions, the second the sections.
     codeOnly() {
         readelf -W --program-headers "$1" | awk '
             /^ +(LOAD|[A-Z_]+) +0x/ { executable[count++] = / R E / }
@@ -54,17 +53,17 @@ none() { # PATTERN COMMAND [OPTION...]
     none mixed codeOnly
 }
 
-@test "tables of the loader become read-only before the program runs" {
+@test "tables of the loader become read-only before the program starts" {
     each 'GNU_RELRO' readelf -W --program-headers
     each 'FLAGS_1.* NOW' readelf -W --dynamic
     none '\(RPATH\)|\(RUNPATH\)|\(TEXTREL\)' readelf -W --dynamic
 }
 
-@test "a stack that has been written over is noticed" {
+@test "an overwritten stack is detected" {
     each ' __stack_chk_fail@' readelf -W --dyn-syms
 }
 
-@test "library functions know the size of what they write to" {
+@test "library functions check the size of their buffers" {
     each ' __[a-z]+_chk@' readelf -W --dyn-syms
 }
 
@@ -72,15 +71,15 @@ none() { # PATTERN COMMAND [OPTION...]
     each 'glibcxx_assert_fail' readelf -W --dyn-syms
 }
 
-@test "jumps end only where a function begins, where the processor checks it" {
-    [[ $(uname -m) == x86_64 ]] || skip "other processors have other means"
+@test "indirect jumps lead only to the start of functions, if the processor checks it" {
+    [[ $(uname -m) == x86_64 ]] || skip "only on x86-64"
     start() { objdump --disassemble=main --no-show-raw-insn "$1" | grep -A 1 '<main>:'; }
     each endbr64 start
 }
 
-@test "a large stack frame cannot jump over the guard behind the stack" {
-    [[ $(uname -m) == x86_64 ]] || skip "other processors have other means"
-    # The client and the server read into buffers of many pages: each page is touched in turn.
+@test "a large stack frame cannot skip the guard page after the stack" {
+    [[ $(uname -m) == x86_64 ]] || skip "only on x86-64"
+    # Client and server have buffers of many pages; each page is touched in order.
     touches() { objdump --disassemble --no-show-raw-insn "$1" | grep -E 'or[lq] +\$0x0,\(%rsp\)'; }
     each 'rsp' touches
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/env bats
-# A run that is interrupted, wherever that is, leaves nothing behind that a later run cannot put right:
-# the next one publishes the whole inventory and clears up. A room for each kind of interruption.
+# After a run that was interrupted at any point, the next run publishes the whole inventory and removes all
+# work files. Each kind of interruption is tested in a room of its own.
 
 # shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
 source "$BATS_TEST_DIRNAME/../support/e2e.bash"
@@ -20,7 +20,7 @@ setup_file() {
 setup() { enterWorkDirectory; }
 teardown() { stopServers; }
 
-# --- the stages of a run, in groups that a signal treats alike ---
+# --- the stages of a run, grouped by the effect of a signal ---
 
 operations() {
     printf '%s-asked\n%s-answered\n' system{,} names{,} property{,} deletion{,} processor{,} memory{,} \
@@ -35,7 +35,7 @@ commands() {
     printf '%s\n' login transfer
 }
 
-# All stages were reached and each ended as it should; a moment at random may also come too late.
+# All stages were reached, and each ended as expected; a random moment may also be too late.
 endings() { # SIGNAL TARGET ENDING-WITHIN-COMMANDS
     local actual=$runs/$1.$2
     if [[ ! -s $actual ]]; then
@@ -53,26 +53,26 @@ endings() { # SIGNAL TARGET ENDING-WITHIN-COMMANDS
     equal "$(<expected)" "$(sed -E 's/^random ended=[0-9A-Za-z]+/random/' "$actual")" 'the list of stages'
 }
 
-# While a shell command runs, the system holds an interruption from the keyboard back from whoever waits
-# for it: the command ends, and the run goes on with what there is.
+# While a shell command is running, the program that waits for it ignores an interruption from the keyboard:
+# the command ends, and the run continues.
 
-@test "SIGINT to the program alone" { endings SIGINT program 0; }
+@test "SIGINT to the program only" { endings SIGINT program 0; }
 
-@test "SIGINT to all of the run, as Control-C does it" { endings SIGINT group 0; }
+@test "SIGINT to the whole run, as with Control-C" { endings SIGINT group 0; }
 
-@test "SIGTERM to the program alone" { endings SIGTERM program SIGTERM; }
+@test "SIGTERM to the program only" { endings SIGTERM program SIGTERM; }
 
-@test "SIGTERM to all of the run" { endings SIGTERM group SIGTERM; }
+@test "SIGTERM to the whole run" { endings SIGTERM group SIGTERM; }
 
-@test "SIGHUP to the program alone" { endings SIGHUP program SIGHUP; }
+@test "SIGHUP to the program only" { endings SIGHUP program SIGHUP; }
 
-@test "SIGHUP to all of the run, as a terminal that is closed does it" { endings SIGHUP group SIGHUP; }
+@test "SIGHUP to the whole run, as when a terminal is closed" { endings SIGHUP group SIGHUP; }
 
-@test "SIGKILL to the program alone" { endings SIGKILL program SIGKILL; }
+@test "SIGKILL to the program only" { endings SIGKILL program SIGKILL; }
 
-@test "SIGKILL to all of the run" { endings SIGKILL group SIGKILL; }
+@test "SIGKILL to the whole run" { endings SIGKILL group SIGKILL; }
 
-@test "the user's own data file survives an interruption at every operation, and serves the next run" {
+@test "the user's own data file survives an interruption at every operation, and is used by the next run" {
     startRecordedMachine
     printf '"%s","%s","%s","x"\n' P1 PROCESSOR SPEED=2400 M1 MEMORY SIZE=512 F1 FAN '' >fru.txt
     cp fru.txt "$BATS_TEST_TMPDIR/original"

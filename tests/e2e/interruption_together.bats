@@ -1,6 +1,6 @@
 #!/usr/bin/env bats
-# Runs at the same time, against one CIM server: what they publish together is not promised, but none of
-# them crashes or hangs, and a run after them ends in the whole inventory.
+# Simultaneous runs with one CIM server: their combined result is undefined, but none of them crashes or
+# hangs, and the next run publishes the whole inventory.
 
 # shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
 source "$BATS_TEST_DIRNAME/../support/e2e.bash"
@@ -11,7 +11,7 @@ setup() {
     enterWorkDirectory
     startMachine
     startFtp
-    # Enough that the runs meet in every step.
+    # Enough for the runs to overlap in every step.
     {
         printf '"P1","PROCESSOR","SPEED=2400","x"\n"M1","MEMORY","SIZE=512","x"\n'
         printf '"F%d","FAN","","x"\n' {1..30}
@@ -20,7 +20,7 @@ setup() {
 }
 teardown() { stopServers; }
 
-# Runs at once, one in each directory, and waits for all.
+# Starts a run in each directory, and waits for all.
 runTogether() { # DIRECTORY...
     local directory number=0 pid pids=()
     for directory; do
@@ -38,7 +38,7 @@ runTogether() { # DIRECTORY...
         equal 0 "$status" 'the status of a run'
     done
     run ! grep -hE 'Sanitizer|runtime error:|terminate' "$BATS_TEST_TMPDIR"/err.*
-    # Each says one of the texts that a run may end with, and nothing else.
+    # Each prints only messages of morvik.
     run ! grep -hvxE '|A local copy of fru.txt is detected.*|Morvik did not complete.*|Either FRU is not.*|Could not open FRU data file\.|Please run man morvik for help\.? ' \
         "$BATS_TEST_TMPDIR"/out.*
 }

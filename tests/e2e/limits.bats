@@ -1,7 +1,7 @@
 #!/usr/bin/env bats
-# What a run does where the system gives it less than it needs: space, files, memory, commands. It ends
-# with 0 and one of its messages, never by a signal, and what was there before is not lost. The next run
-# that gets what it needs publishes the whole inventory.
+# Runs without enough disk space, files, memory, or without commands. Such a run ends with status 0 and one of
+# its messages, never by a signal, and existing data is not lost. The next run that has enough publishes the
+# whole inventory.
 
 # shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
 source "$BATS_TEST_DIRNAME/../support/e2e.bash"
@@ -22,7 +22,7 @@ fans() { # NUMBER...
     printf '"F%03d","FAN","","Fan of a data file that is longer than what is left"\n' "$@"
 }
 
-# Far more than fits where little is left, in lines of which a cut leaves some whole.
+# More than fits into the remaining space; some complete lines do fit.
 offerFans() {
     startFtp
     fans {1..200} | putOnParts 1234wpk.txt
@@ -35,7 +35,7 @@ nextRunIsComplete() {
     equal "$(printf 'F%03d\n' {1..200})" "$(published | cut -d '|' -f 1)" 'the list of FRU numbers'
 }
 
-# Of the 200 fans the first ones were published, and not all.
+# The first fans were published, but not all 200.
 publishedSomeFans() {
     local count
     count=$(published | wc -l)
@@ -68,10 +68,10 @@ fillDisk() { # [KIB to be left]
     nextRunIsComplete
 }
 
-@test "a disk that fills during the transfer: what has come is imported, up to its last newline" {
+@test "a disk that fills during the transfer: the received part is imported, up to its last newline" {
     offerFans
     useDiskOf 64
-    fillDisk 8 # two pages: the script takes one of them until the transfer has ended
+    fillDisk 8 # two pages: the script uses one of them until the end of the transfer
     runMorvik "${server[@]}"
     succeeded
     publishedSomeFans
@@ -80,7 +80,7 @@ fillDisk() { # [KIB to be left]
     nextRunIsComplete
 }
 
-# --- a directory or a disk that is read only ---
+# --- a read-only disk ---
 
 makeReadOnly() {
     mount --bind "$PWD" "$PWD" || skip 'nothing can be mounted here'
@@ -88,7 +88,7 @@ makeReadOnly() {
     cd "$PWD" || return
 }
 
-@test "a read-only disk: nothing is fetched, the local copy is used, and everything stays" {
+@test "a read-only disk: nothing is fetched, the local copy is used, and all files remain" {
     offerFans
     fans 7 >fru.txt
     echo old >fru.log
@@ -101,7 +101,7 @@ makeReadOnly() {
     nextRunIsComplete
 }
 
-@test "a read-only disk with a file that counts as fetched: it cannot be moved, fru.txt is read and stays" {
+@test "a read-only disk with a file that counts as fetched: it cannot be moved, so fru.txt is read and kept" {
     fans 7 >fru.txt
     fans 8 >1234wpk.txt
     makeReadOnly
@@ -111,9 +111,9 @@ makeReadOnly() {
     publishedNumbersAre F007
 }
 
-# --- a limit of the size of files ---
+# --- limits on the size of files ---
 
-limited() { # OPTION VALUE  the run's output goes through pipes, which have no size
+limited() { # OPTION VALUE  the output goes through pipes, which the limit does not affect
     out=$BATS_TEST_TMPDIR/out err=$BATS_TEST_TMPDIR/err
     {
         {
@@ -128,7 +128,7 @@ limited() { # OPTION VALUE  the run's output goes through pipes, which have no s
     status=$(<"$BATS_TEST_TMPDIR/status")
 }
 
-@test "files of at most 1 KiB: what has come is imported, up to its last newline" {
+@test "files of at most 1 KiB: the received part is imported, up to its last newline" {
     offerFans
     limited -f 1
     succeeded
@@ -137,7 +137,7 @@ limited() { # OPTION VALUE  the run's output goes through pipes, which have no s
     nextRunIsComplete
 }
 
-@test "no file may grow: nothing is fetched, the local copy is used and kept" {
+@test "files of 0 bytes: nothing is fetched, the local copy is used and kept" {
     offerFans
     fans 7 >fru.txt
     limited -f 0
@@ -148,7 +148,7 @@ limited() { # OPTION VALUE  the run's output goes through pipes, which have no s
     nextRunIsComplete
 }
 
-@test "standard output is a file that may not grow: the run goes on without its messages" {
+@test "standard output is a file that cannot grow: the run continues without its messages" {
     fans 7 >fru.txt
     status=0
     (ulimit -c 0 && ulimit -f 0 && exec "$morvik" "${server[@]}" >"$BATS_TEST_TMPDIR/out") || status=$?
@@ -156,9 +156,9 @@ limited() { # OPTION VALUE  the run's output goes through pipes, which have no s
     publishedNumbersAre F007
 }
 
-@test "standard output is a pipe that nobody reads: the run goes on without its messages" {
+@test "standard output is a pipe that nobody reads: the run continues without its messages" {
     fans 7 >fru.txt
-    # The reader ends before the run begins.
+    # The reader ends before the run starts.
     {
         until [[ -s $BATS_TEST_TMPDIR/reader ]]; do sleep 0.01; done
         while kill -0 "$(<"$BATS_TEST_TMPDIR/reader")" 2>/dev/null; do sleep 0.01; done
@@ -172,7 +172,7 @@ limited() { # OPTION VALUE  the run's output goes through pipes, which have no s
 
 # --- few file descriptors, little memory ---
 
-# The run has ended by itself: with texts that a run has, or because it could not even be loaded.
+# The run ended by itself: with its own messages, or because it could not be loaded.
 endedWell() { # WHAT
     local texts='|A local copy of fru.txt is detected.*|Morvik did not complete.*|Either FRU is not.*|Could not open FRU data file\.|Please run man morvik for help\.? '
     if ((status == 0)) && ! grep -qvxE "$texts" "$out"; then return; fi
@@ -182,14 +182,14 @@ endedWell() { # WHAT
     return 1
 }
 
-# Sanitized programs take terabytes of addresses, and descriptors of their own for each check.
+# The sanitizers need terabytes of address space, and their own descriptors.
 needsOrdinaryProgram() {
     if grep -q __asan_init "$morvik"; then
         skip 'not with the sanitizers'
     fi
 }
 
-@test "few file descriptors: whatever cannot be opened counts as missing" {
+@test "few file descriptors: a file that cannot be opened counts as missing" {
     needsOrdinaryProgram
     offerFans
     fans 7 >fru.txt
@@ -203,7 +203,7 @@ needsOrdinaryProgram() {
     nextRunIsComplete
 }
 
-# The least memory with which the program is loaded, in KiB.
+# The smallest memory in KiB with which the program can be loaded.
 leastMemory() {
     local low=1000 high=200000 middle
     while ((high - low > 4)); do
@@ -214,7 +214,7 @@ leastMemory() {
     printf '%d\n' "$high"
 }
 
-@test "little memory: the run ends with its message, or without the entries that found none" {
+@test "little memory: the run ends with its message, or skips entries" {
     needsOrdinaryProgram
     local least memory complete=0 incomplete=0
     fans 7 >fru.txt
@@ -235,7 +235,7 @@ leastMemory() {
     fans 7 | cmp - fru.txt
 }
 
-@test "an answer that is larger than the memory is no answer" {
+@test "an answer larger than the memory is a failure" {
     needsOrdinaryProgram
     stopServers
     startRecordedMachine
@@ -265,7 +265,7 @@ withOnly() { # COMMAND...
     PATH=$BATS_TEST_TMPDIR/bin runMorvik "${server[@]}"
 }
 
-@test "no mv: the fetched file stays where it is; there is no data file" {
+@test "no mv: the fetched file is not renamed, so there is no data file" {
     offerFans
     withOnly ftp rm
     said "$couldNotOpen"
@@ -274,7 +274,7 @@ withOnly() { # COMMAND...
     nextRunIsComplete
 }
 
-@test "no rm: everything is imported, the work files stay, and the next run clears up" {
+@test "no rm: everything is imported, the work files remain, and the next run removes them" {
     offerFans
     withOnly ftp mv
     succeeded

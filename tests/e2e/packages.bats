@@ -1,6 +1,6 @@
 #!/usr/bin/env bats
-# What an installation has: every file in its place, units that systemd accepts, the nightly run,
-# completions, and one version in all of it.
+# An installation: all files in their places, units that systemd accepts, the nightly run, completions, and
+# the same version everywhere.
 
 # shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
 source "$BATS_TEST_DIRNAME/../support/e2e.bash"
@@ -24,7 +24,7 @@ installTree() { # [COMPONENT]
     DESTDIR=$tree cmake --install "$build" ${1+--component "$1"} >"$BATS_TEST_TMPDIR/install.log"
 }
 
-# The installed files, in short: those of the prefix without it, those of /etc with it.
+# The installed files: those below the prefix without it, those in /etc with it.
 installed() {
     (cd "$tree" && find . -type f -printf '/%P\n') | sed "s|^$etc/|etc/|; s|^$prefix/||" | LC_ALL=C sort
 }
@@ -90,7 +90,7 @@ END
     equal "$({ toolFiles; serverFiles; } | LC_ALL=C sort)" "$(installed)" 'all files'
 }
 
-@test "units, settings and manual pages name files that are there" {
+@test "files named in units, settings and manual pages exist" {
     installTree
     local file names
     names=$(cd "$tree" && grep -rhoE "($prefix|$etc)/[A-Za-z0-9_./-]*[A-Za-z0-9_]" \
@@ -98,11 +98,11 @@ END
     [[ $names == *"$prefix/sbin/morvik-cimd"* && $names == *"$etc/default/morvik"* ]]
     for file in $names; do
         [[ -e $tree$file || $file == /etc/redhat-release || $file == /etc/morvik/* ]] ||
-            { printf '%s is named and not there\n' "$file" >&2; return 1; }
+            { printf '%s does not exist\n' "$file" >&2; return 1; }
     done
 }
 
-@test "settings that are there already stay as they are" {
+@test "existing settings are not changed" {
     installTree
     echo mine >"$tree$etc/default/morvik"
     installTree
@@ -286,7 +286,7 @@ completed() { # COMMAND TEXT
 
 # --- the version ---
 
-@test "the version stands in one place, and programs and manual pages tell it" {
+@test "programs and manual pages have the version of the project" {
     local version page
     version=$(sed -n 's/^project(morvik VERSION \([0-9.]*\).*/\1/p' "$project/CMakeLists.txt")
     [[ -n $version ]]
@@ -296,11 +296,11 @@ completed() { # COMMAND TEXT
     installTree
     for page in "$tree$prefix"/share/man/man*/*; do
         mandoc "$page" | tail -n 1 | grep -qF "morvik $version" ||
-            { printf '%s does not tell the version\n' "$page" >&2; return 1; }
+            { printf '%s does not have the version\n' "$page" >&2; return 1; }
     done
 }
 
-@test "the change log has an entry for the version, or tells that it is not released yet" {
+@test "the change log has an entry for the version, or for unreleased changes" {
     local version
     version=$(cached CMAKE_PROJECT_VERSION)
     [[ -n $version ]]
