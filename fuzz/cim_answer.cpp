@@ -52,28 +52,46 @@ void takeText(const Response& response) {
   }
 }
 
-void readAll(const Response& response) {
+// False for an answer with references to control characters: those can be read, but sent again in
+// keys only.
+bool canBeSent(std::string_view body) {
+  try {
+    const Pegasus::xml::XmlDocument document{std::string(body)};
+    return true;
+  } catch (const Pegasus::XmlException&) {
+    return false;
+  }
+}
+
+template <typename T>
+void checkResult(const T& result, bool canBeSent) {
+  if (canBeSent) {
+    fuzz::requireRoundTrip(result);
+  }
+}
+
+void readAll(const Response& response, bool canBeSent) {
   for (const auto& instances : attempt([&response] { return response.namedInstances(); })) {
     for (const CIMInstance& instance : instances) {
-      fuzz::requireRoundTrip(instance);
+      checkResult(instance, canBeSent);
     }
   }
   for (const auto& names : attempt([&response] { return response.instanceNames(); })) {
     for (const CIMObjectPath& name : names) {
-      fuzz::requireRoundTrip(name);
+      checkResult(name, canBeSent);
     }
   }
   for (CIMInstance& instance : attempt([&response] { return response.instance(); })) {
     instance.setPath(CIMObjectPath({}, {}, instance.getClassName()));
-    fuzz::requireRoundTrip(instance);
+    checkResult(instance, canBeSent);
   }
   for (const CIMObjectPath& name : attempt([&response] { return response.instanceName(); })) {
     if (name.getClassName().size() != 0) {
-      fuzz::requireRoundTrip(name);
+      checkResult(name, canBeSent);
     }
   }
   for (const CIMValue& value : attempt([&response] { return response.value(); })) {
-    fuzz::requireRoundTrip(value);
+    checkResult(value, canBeSent);
   }
 }
 
@@ -98,7 +116,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!response) {
       return 0;
     }
-    readAll(*response);
+    readAll(*response, canBeSent(body));
   }
   takeText(*response);
   return 0;

@@ -137,7 +137,7 @@ std::string getInstance(NameSpace& nameSpace, const Request& request) {
 
 std::string getProperty(NameSpace& nameSpace, const Request& request) {
   const auto path = required(request.instanceName("InstanceName"), "InstanceName");
-  const String name = required(request.text("PropertyName"), "PropertyName");
+  const String name = required(request.name("PropertyName"), "PropertyName");
   const CIMInstance& instance = nameSpace.instance(path).instance;
   const Uint32 position = instance.findProperty(name);
   if (position == Pegasus::PEG_NOT_FOUND) {
@@ -164,7 +164,7 @@ std::string modifyInstance(NameSpace& nameSpace, const Request& request) {
 
 std::string setProperty(NameSpace& nameSpace, const Request& request) {
   const auto path = required(request.instanceName("InstanceName"), "InstanceName");
-  const String name = required(request.text("PropertyName"), "PropertyName");
+  const String name = required(request.name("PropertyName"), "PropertyName");
   const CIMInstance& current = nameSpace.instance(path).instance;
   const Class& cls = nameSpace.classNamed(current.getClassName());
   const auto position = cls.findProperty(name);

@@ -69,7 +69,7 @@ std::string enumerateClassNames(NameSpace& nameSpace, const Request& request) {
 }
 
 std::string getQualifier(NameSpace& nameSpace, const Request& request) {
-  const String name = required(request.text("QualifierName"), "QualifierName");
+  const String name = required(request.name("QualifierName"), "QualifierName");
   const QualifierDeclaration* declaration = nameSpace.schema().findQualifier(name);
   if (declaration == nullptr) {
     throwCimError(Pegasus::CIM_ERR_NOT_FOUND, name);

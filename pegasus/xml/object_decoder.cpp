@@ -45,12 +45,12 @@ Element valueChild(Element property) {
   return child;
 }
 
-String optionalAttribute(Element element, const char* name) {
-  return String(element.attribute(name).value_or(std::string_view()));
+String optionalName(Element element, const char* attribute) {
+  return String(text::trimmed(element.attribute(attribute).value_or(std::string_view())));
 }
 
 CIMKeyBinding::Type keyType(Element keyValue) {
-  const std::string_view type = keyValue.attribute("VALUETYPE").value_or("string");
+  const std::string_view type = text::trimmed(keyValue.attribute("VALUETYPE").value_or("string"));
   if (type == "string") {
     return CIMKeyBinding::STRING;
   }
@@ -66,14 +66,17 @@ CIMKeyBinding::Type keyType(Element keyValue) {
 // From KEYVALUE or VALUE.REFERENCE.
 CIMKeyBinding decodeKey(const String& name, Element value) {
   if (value && value.name() == "KEYVALUE") {
-    return {name, String(std::string_view(textOnly(value))), keyType(value)};
+    const CIMKeyBinding::Type type = keyType(value);
+    const std::string text = textOnly(value);
+    const bool isExact = type == CIMKeyBinding::STRING;
+    return {name, String(isExact ? std::string_view(text) : text::trimmed(text)), type};
   }
   return {name, decodeReference(value)};
 }
 
 CIMKeyBinding decodeKeyBinding(Element element) {
   requireElement(element, "KEYBINDING");
-  return decodeKey(String(requireAttribute(element, "NAME")), optionalChild(element));
+  return decodeKey(String(requireName(element, "NAME")), optionalChild(element));
 }
 
 void requireDifferentNames(const Array<CIMKeyBinding>& keys) {
@@ -103,7 +106,7 @@ Array<CIMKeyBinding> decodeKeys(Element instanceName) {
 
 CIMObjectPath decodeInstanceName(Element element) {
   requireElement(element, "INSTANCENAME");
-  return {String(), String(), String(requireAttribute(element, "CLASSNAME")), decodeKeys(element)};
+  return {String(), String(), String(requireName(element, "CLASSNAME")), decodeKeys(element)};
 }
 
 CIMObjectPath decodeLocalInstancePath(Element element) {
@@ -178,6 +181,14 @@ std::string_view requireAttribute(Element element, const char* name) {
   return *value;
 }
 
+std::string_view requireName(Element element, const char* attribute) {
+  const std::string_view name = text::trimmed(requireAttribute(element, attribute));
+  if (name.empty()) {
+    refuse(excerpt(element.name()) + " without " + attribute);
+  }
+  return name;
+}
+
 Element optionalChild(Element element) {
   requireElement(element, element.name());
   const Element child = element.firstChild();
@@ -201,8 +212,7 @@ CIMProperty decodeProperty(Element element) {
   const bool isArray = element.name() == "PROPERTY.ARRAY";
   const bool isReference = element.name() == "PROPERTY.REFERENCE";
   requireElement(element, isArray || isReference ? element.name() : "PROPERTY");
-  const CIMType type =
-      isReference ? CIMTYPE_REFERENCE : parseType(text::trimmed(requireAttribute(element, "TYPE")));
+  const CIMType type = isReference ? CIMTYPE_REFERENCE : parseType(requireName(element, "TYPE"));
   if (isArray && type == CIMTYPE_REFERENCE) {
     refuse("an array of references, which no property can be");
   }
@@ -211,9 +221,8 @@ CIMProperty decodeProperty(Element element) {
     parseScalar(CIMTYPE_UINT32, *size).get(arraySize);
   }
   return CIMProperty(
-      String(requireAttribute(element, "NAME")),
-      decodeTypedValue(type, isArray, valueChild(element)), arraySize,
-      optionalAttribute(element, "REFERENCECLASS"), optionalAttribute(element, "CLASSORIGIN"),
+      String(requireName(element, "NAME")), decodeTypedValue(type, isArray, valueChild(element)),
+      arraySize, optionalName(element, "REFERENCECLASS"), optionalName(element, "CLASSORIGIN"),
       text::equalNoCase(text::trimmed(element.attribute("PROPAGATED").value_or("")), "true"));
 }
 
@@ -260,7 +269,7 @@ String decodeLocalNameSpacePath(Element element) {
   String path;
   for (Element part = element.firstChild(); part; part = part.next()) {
     requireElement(part, "NAMESPACE");
-    appendNameSpaceParts(path, String(requireAttribute(part, "NAME")));
+    appendNameSpaceParts(path, String(requireName(part, "NAME")));
   }
   if (path.size() == 0) {
     refuse("LOCALNAMESPACEPATH without NAMESPACE");
@@ -280,7 +289,7 @@ CIMObjectPath decodeObjectPath(Element element) {
 
 CIMInstance decodeInstance(Element element) {
   requireElement(element, "INSTANCE");
-  const String className(requireAttribute(element, "CLASSNAME"));
+  const String className(requireName(element, "CLASSNAME"));
   try {
     return {className, decodeProperties(element)};
   } catch (const InvalidValueException& error) {

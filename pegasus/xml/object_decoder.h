@@ -1,6 +1,7 @@
 // CIM-XML elements (DMTF DSP0201) as values, names and instances. Every function throws
 // XmlValidationError when the element is not what its name says or holds what it may not.
-// Unknown attributes and qualifiers are passed over.
+// Unknown attributes and qualifiers are ignored. Names, types, numbers and booleans may have white
+// space around them, in attributes and in texts; other texts are kept exactly.
 #pragma once
 
 #include <Pegasus/Common/CIMInstance.h>
@@ -44,8 +45,8 @@ CIMValue decodeUntypedValue(Element element);
 // The text of NAMESPACE elements joined by '/', from a LOCALNAMESPACEPATH; empty parts are left
 // out.
 String decodeLocalNameSpacePath(Element element);
-// INSTANCENAME, LOCALINSTANCEPATH or INSTANCEPATH. The texts of keys are kept as they are; a key
-// without VALUETYPE is a string.
+// INSTANCENAME, LOCALINSTANCEPATH or INSTANCEPATH. The texts of string keys are kept as they are,
+// numbers and booleans without the white space around them; a key without VALUETYPE is a string.
 CIMObjectPath decodeObjectPath(Element element);
 // INSTANCE; the path has the class name only.
 CIMInstance decodeInstance(Element element);
@@ -56,6 +57,8 @@ CIMInstance decodeNamedInstance(Element element);
 // white space apart, no text of its own; the second when the attribute is missing.
 void requireElement(Element element, std::string_view name);
 std::string_view requireAttribute(Element element, const char* name);
+// The attribute as a name or type, which may have white space around it.
+std::string_view requireName(Element element, const char* attribute);
 // The only child element, or none. Throws when there are more, or when there is text beside it.
 Element optionalChild(Element element);
 // The text of a VALUE, KEYVALUE or HOST; throws when it holds elements.

@@ -54,13 +54,13 @@ void appendScalar(std::string& out, const T& value) {
   } else if constexpr (std::is_floating_point_v<T>) {
     appendReal(out, value);
   } else if constexpr (std::is_same_v<T, Char16>) {
-    appendEscaped(out, String(std::u16string(1, value)));
+    appendElementText(out, String(std::u16string(1, value)));
   } else if constexpr (std::is_integral_v<T>) {
     appendInteger(out, value);
   } else if constexpr (std::is_same_v<T, String>) {
-    appendEscaped(out, value);
+    appendElementText(out, value);
   } else if constexpr (std::is_same_v<T, CIMDateTime>) {
-    appendEscaped(out, value.toString());
+    appendElementText(out, value.toString());
   }
   out += "</VALUE>";
 }
@@ -141,7 +141,7 @@ void appendKeyValue(std::string& out, const CIMKeyBinding& key) {
     return;
   }
   out.append("<KEYVALUE VALUETYPE=\"").append(keyValueType(key.getType())).append("\">");
-  appendEscaped(out, key.getValue());
+  appendKeyText(out, key.getValue());
   out += "</KEYVALUE>";
 }
 
@@ -162,7 +162,7 @@ void appendAttribute(std::string& out, std::string_view name, const String& valu
   out += ' ';
   out += name;
   out += "=\"";
-  appendEscaped(out, value);
+  appendAttributeText(out, value);
   out += '"';
 }
 
@@ -240,7 +240,7 @@ void appendObjectPath(std::string& out, const CIMObjectPath& path) {
     return;
   }
   out += "<INSTANCEPATH><NAMESPACEPATH><HOST>";
-  appendEscaped(out, path.getHost());
+  appendElementText(out, path.getHost());
   out += "</HOST>";
   appendLocalNameSpacePath(out, path.getNameSpace());
   out += "</NAMESPACEPATH>";

@@ -16,7 +16,7 @@ constexpr std::size_t maxParameters = 64;
   throw XmlValidationError(String(std::string_view(what)));
 }
 
-void requireName(Element element, std::string_view name, std::string_view parameter) {
+void requireParameter(Element element, std::string_view name, std::string_view parameter) {
   if (element.name() != name) {
     refuse("parameter " + excerpt(parameter) + ": " + std::string(name) + " expected");
   }
@@ -140,7 +140,7 @@ void Request::readMessage(Element message) {
   } else {
     readIntrinsicCall();
   }
-  method_ = requireAttribute(call_, "NAME");
+  method_ = requireName(call_, "NAME");
 }
 
 void Request::readIntrinsicCall() {
@@ -149,7 +149,7 @@ void Request::readIntrinsicCall() {
   nameSpace_ = decodeLocalNameSpacePath(nameSpacePath);
   for (Element value = nameSpacePath.next(); value; value = value.next()) {
     requireElement(value, "IPARAMVALUE");
-    requireAttribute(value, "NAME");
+    requireName(value, "NAME");
     if (parameters_.size() >= maxParameters) {
       refuse("more than " + std::to_string(maxParameters) + " parameters");
     }
@@ -160,7 +160,7 @@ void Request::readIntrinsicCall() {
 
 Element Request::parameter(std::string_view name) const {
   for (const Element value : parameters_) {
-    if (text::equalNoCase(requireAttribute(value, "NAME"), name)) {
+    if (text::equalNoCase(requireName(value, "NAME"), name)) {
       return value;
     }
   }
@@ -174,13 +174,9 @@ Element Request::parameterValue(std::string_view name) const {
 std::vector<std::string> Request::parameterNames() const {
   std::vector<std::string> names;
   for (const Element value : parameters_) {
-    names.emplace_back(requireAttribute(value, "NAME"));
+    names.emplace_back(requireName(value, "NAME"));
   }
   return names;
-}
-
-bool Request::has(std::string_view parameter) const {
-  return static_cast<bool>(this->parameter(parameter));
 }
 
 std::optional<String> Request::className(std::string_view parameter) const {
@@ -188,8 +184,8 @@ std::optional<String> Request::className(std::string_view parameter) const {
   if (!value) {
     return std::nullopt;
   }
-  requireName(value, "CLASSNAME", parameter);
-  return String(requireAttribute(value, "NAME"));
+  requireParameter(value, "CLASSNAME", parameter);
+  return String(requireName(value, "NAME"));
 }
 
 std::optional<CIMObjectPath> Request::instanceName(std::string_view parameter) const {
@@ -197,7 +193,7 @@ std::optional<CIMObjectPath> Request::instanceName(std::string_view parameter) c
   if (!value) {
     return std::nullopt;
   }
-  requireName(value, "INSTANCENAME", parameter);
+  requireParameter(value, "INSTANCENAME", parameter);
   return decodeObjectPath(value);
 }
 
@@ -206,7 +202,7 @@ std::optional<CIMInstance> Request::instance(std::string_view parameter) const {
   if (!value) {
     return std::nullopt;
   }
-  requireName(value, "INSTANCE", parameter);
+  requireParameter(value, "INSTANCE", parameter);
   return decodeInstance(value);
 }
 
@@ -215,9 +211,9 @@ std::optional<CIMInstance> Request::namedInstance(std::string_view parameter) co
   if (!value) {
     return std::nullopt;
   }
-  requireName(value, "VALUE.NAMEDINSTANCE", parameter);
+  requireParameter(value, "VALUE.NAMEDINSTANCE", parameter);
   CIMInstance instance = decodeNamedInstance(value);
-  const auto className = requireAttribute(value.firstChild().next(), "CLASSNAME");
+  const auto className = requireName(value.firstChild().next(), "CLASSNAME");
   if (!String::equalNoCase(instance.getClassName(), String(className))) {
     refuse("parameter " + excerpt(parameter) + ": the name is of another class than the instance");
   }
@@ -228,13 +224,13 @@ CIMValue Request::value(std::string_view parameter, CIMType type, bool isArray) 
   return decodeTypedValue(type, isArray, parameterValue(parameter));
 }
 
-std::optional<String> Request::text(std::string_view parameter) const {
+std::optional<String> Request::name(std::string_view parameter) const {
   const Element value = parameterValue(parameter);
   if (!value) {
     return std::nullopt;
   }
-  requireName(value, "VALUE", parameter);
-  return String(std::string_view(textOnly(value)));
+  requireParameter(value, "VALUE", parameter);
+  return String(text::trimmed(textOnly(value)));
 }
 
 std::optional<Boolean> Request::boolean(std::string_view parameter) const {
@@ -242,7 +238,7 @@ std::optional<Boolean> Request::boolean(std::string_view parameter) const {
   if (!value) {
     return std::nullopt;
   }
-  requireName(value, "VALUE", parameter);
+  requireParameter(value, "VALUE", parameter);
   Boolean result = false;
   parseScalar(CIMTYPE_BOOLEAN, textOnly(value)).get(result);
   return result;
@@ -253,9 +249,13 @@ CIMPropertyList Request::propertyList(std::string_view parameter) const {
   if (!value) {
     return CIMPropertyList();
   }
-  requireName(value, "VALUE.ARRAY", parameter);
+  requireParameter(value, "VALUE.ARRAY", parameter);
+  Array<String> texts;
+  decodeArray(CIMTYPE_STRING, value).get(texts);
   Array<String> names;
-  decodeArray(CIMTYPE_STRING, value).get(names);
+  for (const String& text : texts) {
+    names.append(String(text::trimmed(text.toUtf8())));
+  }
   return CIMPropertyList(names);
 }
 

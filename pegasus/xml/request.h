@@ -62,12 +62,12 @@ class Request {
   const String& nameSpace() const { return nameSpace_; }
   // Names of all parameters, as sent. Of one that is there twice the getters see the first.
   std::vector<std::string> parameterNames() const;
-  bool has(std::string_view parameter) const;
 
   std::optional<String> className(std::string_view parameter) const;
   std::optional<CIMObjectPath> instanceName(std::string_view parameter) const;
   std::optional<CIMInstance> instance(std::string_view parameter) const;
-  std::optional<String> text(std::string_view parameter) const;
+  // A name that is sent as a text, such as that of a property.
+  std::optional<String> name(std::string_view parameter) const;
   // A VALUE.NAMEDINSTANCE, with its name as path, which must be of the same class.
   std::optional<CIMInstance> namedInstance(std::string_view parameter) const;
   // A value of this type; null when missing.

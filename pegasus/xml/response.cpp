@@ -33,9 +33,9 @@ std::string beginResponse(std::string_view messageId, std::string_view method,
   std::string out =
       "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n"
       "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"";
-  appendEscapedOrReplaced(out, String(messageId));
+  appendAttributeTextOrReplaced(out, String(messageId));
   out.append("\" PROTOCOLVERSION=\"1.0\">").append(wrapping.begin).append(" NAME=\"");
-  appendEscapedOrReplaced(out, String(method));
+  appendAttributeTextOrReplaced(out, String(method));
   out += "\">";
   return out;
 }
@@ -118,14 +118,14 @@ std::string encodeErrorResponse(std::string_view messageId, std::string_view met
   const Wrapping wrapping = wrappingOf(kind);
   std::string out = beginResponse(messageId, method, wrapping);
   out.append("<ERROR CODE=\"").append(std::to_string(code)).append("\" DESCRIPTION=\"");
-  appendEscapedOrReplaced(out, description);
+  appendAttributeTextOrReplaced(out, description);
   out += "\"/>";
   endResponse(out, wrapping);
   return out;
 }
 
 Response::Response(std::string body, std::string_view messageId, std::string_view method)
-    : document_(std::make_unique<XmlDocument>(std::move(body))) {
+    : document_(std::make_unique<XmlDocument>(std::move(body), ControlReferences::allowed)) {
   const Element root = document_->root();
   requireElement(root, "CIM");
   const Element message = answerPart(root, "MESSAGE");

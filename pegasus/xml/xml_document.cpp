@@ -1,7 +1,6 @@
 #include "xml/xml_document.h"
 
 #include "text/ascii.h"
-#include "xml/xml_scanner.h"
 
 #include <algorithm>
 #include <pugixml.hpp>
@@ -76,9 +75,9 @@ bool Element::hasText() const {
   return found;
 }
 
-XmlDocument::XmlDocument(std::string text)
+XmlDocument::XmlDocument(std::string text, ControlReferences controlReferences)
     : text_(std::move(text)), tree_(std::make_unique<Tree>()) {
-  checkWellFormed(text_, {maxDepth, maxAttributes, maxNodes});
+  checkWellFormed(text_, {maxDepth, maxAttributes, maxNodes}, controlReferences);
   const pugi::xml_parse_result result = tree_->document.load_buffer_inplace(
       text_.data(), text_.size(), parseFlags, pugi::encoding_utf8);
   if (!result) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <Pegasus/Common/Exception.h>
+#include "xml/xml_scanner.h"
 
 #include <memory>
 #include <optional>
@@ -51,8 +52,10 @@ class XmlDocument {
   // declaration, and XmlException when it is not valid UTF-8, not well-formed, has more than one
   // root or text outside it, a reference to an entity other than the five predefined ones, a
   // character that XML forbids, or passes a limit above; that message tells at which byte. Line
-  // ends become line feeds and white space in attributes blanks, as XML has it.
-  explicit XmlDocument(std::string text);
+  // ends become line feeds and white space in attributes blanks, as XML has it. Where references to
+  // control characters are allowed, texts hold those characters.
+  explicit XmlDocument(std::string text,
+                       ControlReferences controlReferences = ControlReferences::refused);
   ~XmlDocument();
   XmlDocument(const XmlDocument&) = delete;
   XmlDocument& operator=(const XmlDocument&) = delete;

@@ -52,7 +52,8 @@ bool isNameCharacter(char c) {
 
 class Scanner {
  public:
-  Scanner(std::string_view text, const XmlLimits& limits) : text_(text), limits_(limits) {}
+  Scanner(std::string_view text, const XmlLimits& limits, ControlReferences controlReferences)
+      : text_(text), limits_(limits), controlReferences_(controlReferences) {}
 
   void scanDocument() {
     checkCharacters();
@@ -374,13 +375,17 @@ class Scanner {
     if (error == std::errc::invalid_argument || !skip(";")) {
       failAt(start, "a character reference without number or end");
     }
-    if (error != std::errc() || !isXmlCharacter(character)) {
+    const bool isControl = character != 0 && character < 0x20;
+    const bool isAllowed = isXmlCharacter(character) ||
+                           (isControl && controlReferences_ == ControlReferences::allowed);
+    if (error != std::errc() || !isAllowed) {
       failAt(start, "a reference to a character that XML forbids");
     }
   }
 
   std::string_view text_;
   const XmlLimits& limits_;
+  ControlReferences controlReferences_;
   std::size_t position_ = 0;
   std::size_t nodes_ = 0;
   bool hasRoot_ = false;
@@ -390,8 +395,9 @@ class Scanner {
 
 }  // namespace
 
-void checkWellFormed(std::string_view text, const XmlLimits& limits) {
-  Scanner(text, limits).scanDocument();
+void checkWellFormed(std::string_view text, const XmlLimits& limits,
+                     ControlReferences controlReferences) {
+  Scanner(text, limits, controlReferences).scanDocument();
 }
 
 }  // namespace Pegasus::xml

@@ -16,13 +16,18 @@ struct XmlLimits {
   std::size_t nodes;
 };
 
+// References to the control characters U+0001 to U+001F, which XML 1.0 does not have. CIM servers
+// store such characters, and send them so.
+enum class ControlReferences { refused, allowed };
+
 // Throws XmlException, with what is wrong and at which byte, unless the text is UTF-8 (with or
 // without byte order mark) and well-formed XML 1.0 within the limits; XmlValidationError for a
 // document type declaration. Refuses more than XML does: entities but the five predefined ones,
-// which only such a declaration could bring, an XML declaration
-// that names an encoding other than UTF-8 or US-ASCII, names of elements and attributes with
-// characters beyond ASCII, which CIM-XML does not have. Takes linear time, and memory for the names
-// of the open elements only.
-void checkWellFormed(std::string_view text, const XmlLimits& limits);
+// which only such a declaration could bring, an XML declaration that names an encoding other than
+// UTF-8 or US-ASCII, names of elements and attributes with characters beyond ASCII, which CIM-XML
+// does not have. Control characters are refused where they are not written as references, whatever
+// `controlReferences` says. Takes linear time, and memory for the names of the open elements only.
+void checkWellFormed(std::string_view text, const XmlLimits& limits,
+                     ControlReferences controlReferences = ControlReferences::refused);
 
 }  // namespace Pegasus::xml

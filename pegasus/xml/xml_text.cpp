@@ -59,28 +59,62 @@ std::size_t appendPlain(std::string& out, std::u16string_view units, std::size_t
   return static_cast<std::size_t>(end - units.begin());
 }
 
-}  // namespace
+// What to do with a character that XML forbids.
+enum class Forbidden { refuse, replace, referToControls };
 
-void appendEscaped(std::string& out, const String& text) {
-  const std::u16string_view units = text.view();
-  const std::size_t start = out.size();
-  std::size_t i = 0;
-  while ((i = appendPlain(out, units, i)) < units.size()) {
-    const char32_t c = text::nextCodePoint(units, i);
-    if (!isXmlCharacter(c)) {
-      out.resize(start);
-      throw InvalidValueException("a character that XML cannot carry");
-    }
+void appendChecked(std::string& out, char32_t c, Forbidden forbidden) {
+  if (isXmlCharacter(c)) {
     appendCharacter(out, c);
+  } else if (forbidden == Forbidden::replace) {
+    out += '?';
+  } else if (forbidden == Forbidden::referToControls && c != 0 && c < 0x20) {
+    out.append("&#").append(std::to_string(static_cast<unsigned>(c))).append(";");
+  } else {
+    throw InvalidValueException("a character that XML cannot carry");
   }
 }
 
-void appendEscapedOrReplaced(std::string& out, const String& text) {
-  const std::u16string_view units = text.view();
-  for (std::size_t i = 0; i < units.size();) {
-    const char32_t c = text::nextCodePoint(units, i);
-    appendCharacter(out, isXmlCharacter(c) ? c : U'?');
+void appendUnits(std::string& out, std::u16string_view units, Forbidden forbidden) {
+  std::size_t i = 0;
+  while ((i = appendPlain(out, units, i)) < units.size()) {
+    appendChecked(out, text::nextCodePoint(units, i), forbidden);
   }
+}
+
+// At either end of the text, or after another blank.
+bool isExposedBlank(std::u16string_view units, std::size_t position) {
+  return units[position] == u' ' &&
+         (position == 0 || position + 1 == units.size() || units[position - 1] == u' ');
+}
+
+void appendElementUnits(std::string& out, std::u16string_view units, Forbidden forbidden) {
+  std::size_t begin = 0;
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    if (isExposedBlank(units, i)) {
+      appendUnits(out, units.substr(begin, i - begin), forbidden);
+      out += "&#32;";
+      begin = i + 1;
+    }
+  }
+  appendUnits(out, units.substr(begin), forbidden);
+}
+
+}  // namespace
+
+void appendAttributeText(std::string& out, const String& text) {
+  appendUnits(out, text.view(), Forbidden::refuse);
+}
+
+void appendAttributeTextOrReplaced(std::string& out, const String& text) {
+  appendUnits(out, text.view(), Forbidden::replace);
+}
+
+void appendElementText(std::string& out, const String& text) {
+  appendElementUnits(out, text.view(), Forbidden::refuse);
+}
+
+void appendKeyText(std::string& out, const String& text) {
+  appendElementUnits(out, text.view(), Forbidden::referToControls);
 }
 
 std::string excerpt(std::string_view text) {

@@ -14,15 +14,22 @@ constexpr bool isXmlCharacter(char32_t c) {
          (c >= 0xE000 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0x10FFFF);
 }
 
-// Appends the text as UTF-8, with & < > " escaped and tab, line feed and carriage return as
+// Each appends a text as UTF-8, with & < > " escaped and tab, line feed and carriage return as
 // character references (so that neither attribute normalisation nor line-end handling changes
-// them). Other characters are never written as references: servers refuse those past ASCII. Throws
-// InvalidValueException, leaving `out` as it was, when the text holds a character that XML 1.0
-// forbids (control characters, U+FFFE, U+FFFF, a surrogate without its partner).
-void appendEscaped(std::string& out, const String& text);
+// them). Other characters are written as references only where this says so: servers refuse those
+// past ASCII. Throws InvalidValueException, after part of the text, when it holds a character that
+// XML 1.0 forbids (control characters, U+FFFE, U+FFFF, a surrogate without its partner).
 
-// The same, but with '?' in place of each forbidden character: for texts that must get through.
-void appendEscapedOrReplaced(std::string& out, const String& text);
+// The value of an attribute; the second writes '?' in place of each forbidden character, for texts
+// that must get through.
+void appendAttributeText(std::string& out, const String& text);
+void appendAttributeTextOrReplaced(std::string& out, const String& text);
+// The text of an element. CIM servers and clients trim blanks from its ends, so the first and the
+// last blank and each blank after another are written as &#32;, which all of them keep.
+void appendElementText(std::string& out, const String& text);
+// The same for the text of a key. Control characters but U+0000 are written as references: a server
+// that has them in the name of an instance sends them so, and finds the instance only by them.
+void appendKeyText(std::string& out, const String& text);
 
 // The beginning of a UTF-8 text that came from outside, for a message.
 std::string excerpt(std::string_view text);

@@ -224,7 +224,7 @@ TEST_F(InstanceChanges, AWrongModificationChangesNothingAndHasItsError) {
 
 TEST_F(InstanceChanges, SetPropertySetsOneValueOfItsType) {
   EXPECT_EQ(setting("text", value(" new ")), 0);
-  EXPECT_EQ(now("Text"), value(" new "));
+  EXPECT_EQ(now("Text"), value("&#32;new&#32;"));
   EXPECT_EQ(setting("Number", value("0xFF")), 0);
   EXPECT_EQ(now("Number"), value("255"));
   EXPECT_EQ(setting("Many", values({"x", ""})), 0);

@@ -42,7 +42,7 @@ void readRequest(const std::string& body) {
       request.className(name);
       request.instanceName(name);
       request.instance(name);
-      request.text(name);
+      request.name(name);
       request.boolean(name);
       request.propertyList(name);
     }

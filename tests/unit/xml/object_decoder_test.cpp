@@ -100,7 +100,7 @@ TEST(DecodeProperty, WithoutValueItIsNullOfItsType) {
 
 TEST(DecodeProperty, AttributesAroundTheValueAreKept) {
   const CIMProperty all = property(
-      "<PROPERTY NAME='Name'  CLASSORIGIN='CIM_FRU' PROPAGATED='TRUE' TYPE='uint8' x='y' >"
+      "<PROPERTY NAME=' Name '  CLASSORIGIN=' CIM_FRU ' PROPAGATED='TRUE' TYPE='uint8' x='y' >"
       "<VALUE>7</VALUE></PROPERTY >");
   EXPECT_EQ(all.getName(), "Name");
   EXPECT_EQ(all.getClassOrigin(), "CIM_FRU");
@@ -166,8 +166,9 @@ TEST(DecodeProperty, ReferencesArePaths) {
 TEST(DecodeProperty, WhatIsNoPropertyIsRefused) {
   expectPropertiesRefused(
       {"<PROPERTY TYPE='string'/>", "<PROPERTY NAME='p'/>", "<PROPERTY NAME='' TYPE='string'/>",
-       "<PROPERTY NAME='p' TYPE='text'/>", "<PROPERTIES NAME='p' TYPE='string'/>",
-       "<property NAME='p' TYPE='string'/>", "<PROPERTY NAME='p' TYPE='string'>text</PROPERTY>",
+       "<PROPERTY NAME=' ' TYPE='string'/>", "<PROPERTY NAME='p' TYPE='text'/>",
+       "<PROPERTIES NAME='p' TYPE='string'/>", "<property NAME='p' TYPE='string'/>",
+       "<PROPERTY NAME='p' TYPE='string'>text</PROPERTY>",
        "<PROPERTY NAME='p' TYPE='string'><VALUE/>text</PROPERTY>",
        "<PROPERTY NAME='p' TYPE='string'><VALUE/><VALUE/></PROPERTY>",
        "<PROPERTY NAME='p' TYPE='string'><VALUE.ARRAY/></PROPERTY>",
@@ -240,8 +241,9 @@ TEST(DecodeObjectPath, KeysKeepTheirTypeAndText) {
       "<INSTANCENAME CLASSNAME='A'>\n"
       "<KEYBINDING NAME='s'>\n<KEYVALUE VALUETYPE='string' TYPE='string'> x "
       "</KEYVALUE>\n</KEYBINDING>"
-      "<KEYBINDING NAME='n'><KEYVALUE VALUETYPE='numeric' TYPE='uint32'>007</KEYVALUE></KEYBINDING>"
-      "<KEYBINDING NAME='b'><KEYVALUE VALUETYPE='boolean'>TRUE</KEYVALUE></KEYBINDING>"
+      "<KEYBINDING NAME='n'><KEYVALUE VALUETYPE='numeric' TYPE='uint32'>\n 007\n </KEYVALUE>"
+      "</KEYBINDING>"
+      "<KEYBINDING NAME=' b '><KEYVALUE VALUETYPE=' boolean '>\tTRUE </KEYVALUE></KEYBINDING>"
       "<KEYBINDING NAME='d'><KEYVALUE/></KEYBINDING></INSTANCENAME>");
   EXPECT_EQ(path.getClassName(), "A");
   const Array<CIMKeyBinding>& keys = path.getKeyBindings();
@@ -251,6 +253,7 @@ TEST(DecodeObjectPath, KeysKeepTheirTypeAndText) {
   EXPECT_EQ(keys[0].getValue(), " x ");
   EXPECT_EQ(keys[1].getType(), CIMKeyBinding::NUMERIC);
   EXPECT_EQ(keys[1].getValue(), "007");
+  EXPECT_EQ(keys[2].getName(), "b");
   EXPECT_EQ(keys[2].getType(), CIMKeyBinding::BOOLEAN);
   EXPECT_EQ(keys[2].getValue(), "TRUE");
   EXPECT_EQ(keys[3].getType(), CIMKeyBinding::STRING);

@@ -40,7 +40,7 @@ TEST(EncodeValue, ScalarsOfEveryType) {
   EXPECT_EQ(value(std::numeric_limits<Sint64>::min()), "<VALUE>-9223372036854775808</VALUE>");
   EXPECT_EQ(value(u'\u00e9'), "<VALUE>\u00e9</VALUE>");
   EXPECT_EQ(value(u'<'), "<VALUE>&lt;</VALUE>");
-  EXPECT_EQ(value(String(" a & b ")), "<VALUE> a &amp; b </VALUE>");
+  EXPECT_EQ(value(String(" a & b ")), "<VALUE>&#32;a &amp; b&#32;</VALUE>");
   EXPECT_EQ(value(String()), "<VALUE></VALUE>");
   EXPECT_EQ(value(CIMDateTime("20260214093000.000000+060")),
             "<VALUE>20260214093000.000000+060</VALUE>");
@@ -134,17 +134,17 @@ TEST(EncodePath, KeysOfEveryType) {
                             {CIMKeyBinding("x", "1", CIMKeyBinding::STRING)});
   const CIMObjectPath all(
       String(), String(), "A",
-      {CIMKeyBinding("s", "a\"b", CIMKeyBinding::STRING),
+      {CIMKeyBinding("s", "a\"b\x01 ", CIMKeyBinding::STRING),
        CIMKeyBinding("n", "007", CIMKeyBinding::NUMERIC),
        CIMKeyBinding("b", "TRUE", CIMKeyBinding::BOOLEAN), CIMKeyBinding("r", other)});
-  EXPECT_EQ(
-      path(all),
-      "<INSTANCENAME CLASSNAME=\"A\"><KEYBINDING NAME=\"s\"><KEYVALUE VALUETYPE=\"string\">"
-      "a&quot;b</KEYVALUE></KEYBINDING><KEYBINDING NAME=\"n\"><KEYVALUE VALUETYPE=\"numeric\">007"
-      "</KEYVALUE></KEYBINDING><KEYBINDING NAME=\"b\"><KEYVALUE VALUETYPE=\"boolean\">TRUE"
-      "</KEYVALUE></KEYBINDING><KEYBINDING NAME=\"r\"><VALUE.REFERENCE><INSTANCENAME "
-      "CLASSNAME=\"B\"><KEYBINDING NAME=\"x\"><KEYVALUE VALUETYPE=\"string\">1</KEYVALUE>"
-      "</KEYBINDING></INSTANCENAME></VALUE.REFERENCE></KEYBINDING></INSTANCENAME>");
+  EXPECT_EQ(path(all),
+            "<INSTANCENAME CLASSNAME=\"A\"><KEYBINDING NAME=\"s\"><KEYVALUE VALUETYPE=\"string\">"
+            "a&quot;b&#1;&#32;</KEYVALUE></KEYBINDING><KEYBINDING NAME=\"n\"><KEYVALUE "
+            "VALUETYPE=\"numeric\">007"
+            "</KEYVALUE></KEYBINDING><KEYBINDING NAME=\"b\"><KEYVALUE VALUETYPE=\"boolean\">TRUE"
+            "</KEYVALUE></KEYBINDING><KEYBINDING NAME=\"r\"><VALUE.REFERENCE><INSTANCENAME "
+            "CLASSNAME=\"B\"><KEYBINDING NAME=\"x\"><KEYVALUE VALUETYPE=\"string\">1</KEYVALUE>"
+            "</KEYBINDING></INSTANCENAME></VALUE.REFERENCE></KEYBINDING></INSTANCENAME>");
 }
 
 TEST(EncodePath, OnlyASingleKeyMayHaveNoName) {

@@ -68,6 +68,21 @@ TEST(Response, WhatIsNoResponseIsRefused) {
   EXPECT_THROW(read(""), XmlException);
 }
 
+// As the server sent it, so that the server finds the instance by it.
+TEST(Response, ControlCharactersInANameAreWrittenAsTheyCame) {
+  const std::string name =
+      "<INSTANCENAME CLASSNAME=\"A\"><KEYBINDING NAME=\"k\"><KEYVALUE VALUETYPE=\"string\">"
+      "a&#1;b&#32;</KEYVALUE></KEYBINDING></INSTANCENAME>";
+  const CIMObjectPath path = returned(name).instanceName();
+  EXPECT_EQ(path.getKeyBindings()[0].getValue(),
+            "a\x01"
+            "b ");
+  std::string written;
+  appendInstanceName(written, path);
+  EXPECT_EQ(written, name);
+  EXPECT_EQ(returned("<VALUE>a&#x1;</VALUE>").value(), CIMValue("a\x01"));
+}
+
 TEST(Response, ErrorsCarryCodeAndDescription) {
   const auto error = [](const std::string& attributes) {
     try {

@@ -157,7 +157,7 @@ TEST(RecordedRequests, CreationCarriesTheInstance) {
 TEST(RecordedRequests, InstanceNamesAndTextsAreRead) {
   const Request request(recordedBody("07-get-property.request.http"));
   EXPECT_EQ(request.instanceName("InstanceName"), fruPath("A100001"));
-  EXPECT_EQ(request.text("PropertyName"), String("IdentifyingNumber"));
+  EXPECT_EQ(request.name("PropertyName"), String("IdentifyingNumber"));
 }
 
 TEST(RecordedResponses, InstancesComeWithNamesNullAndPropagatedProperties) {

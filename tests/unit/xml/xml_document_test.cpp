@@ -237,6 +237,17 @@ TEST(XmlDocument, BrokenReferencesAreRefused) {
   }
 }
 
+TEST(XmlDocument, ReferencesToControlCharactersAreReadWhereTheyAreAllowed) {
+  const XmlDocument document("<a b='&#x1;&#31;'>&#1;&#x1F; &#8;</a>", ControlReferences::allowed);
+  EXPECT_EQ(document.root().attribute("b"), "\x01\x1F");
+  EXPECT_EQ(document.root().text(), "\x01\x1F \x08");
+  for (const char* text : {"\x01", "&#0;", "&#x0;", "&#xD800;", "&#xFFFE;", "<![CDATA[\x01]]>"}) {
+    EXPECT_THROW(XmlDocument("<a>" + std::string(text) + "</a>", ControlReferences::allowed),
+                 XmlException)
+        << text;
+  }
+}
+
 TEST(XmlDocument, ForbiddenCharactersAreRefusedEverywhere) {
   using namespace std::string_literals;
   for (const std::string& bad :

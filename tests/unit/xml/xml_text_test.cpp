@@ -5,15 +5,42 @@
 namespace Pegasus::xml {
 namespace {
 
-std::string escaped(const std::u16string& units) {
+using Append = void (*)(std::string&, const String&);
+
+std::string written(Append append, const std::u16string& units) {
   std::string out = "before ";
-  appendEscaped(out, String(units));
+  append(out, String(units));
   return out.substr(7);
+}
+
+std::string escaped(const std::u16string& units) {
+  return written(appendAttributeText, units);
 }
 
 TEST(XmlText, PlainTextStaysAsItIs) {
   EXPECT_EQ(escaped(u""), "");
-  EXPECT_EQ(escaped(u" Hot swap fan, 1.0 '%;/ "), " Hot swap fan, 1.0 '%;/ ");
+  EXPECT_EQ(escaped(u" Hot swap  fan, 1.0 '%;/ "), " Hot swap  fan, 1.0 '%;/ ");
+}
+
+TEST(XmlText, ElementTextKeepsBlanksThatReadersTrim) {
+  for (const Append append : {appendElementText, appendKeyText}) {
+    EXPECT_EQ(written(append, u""), "");
+    EXPECT_EQ(written(append, u"Hot swap fan"), "Hot swap fan");
+    EXPECT_EQ(written(append, u" "), "&#32;");
+    EXPECT_EQ(written(append, u"   "), "&#32;&#32;&#32;");
+    EXPECT_EQ(written(append, u" a b "), "&#32;a b&#32;");
+    EXPECT_EQ(written(append, u"a   b"), "a &#32;&#32;b");
+    EXPECT_EQ(written(append, u"<  \t \U0001F600"), "&lt; &#32;&#9; \U0001F600");
+  }
+}
+
+TEST(XmlText, KeyTextHasControlCharactersAsReferences) {
+  EXPECT_EQ(written(appendKeyText, u"\x01 a\x1F "), "&#1; a&#31;&#32;");
+  std::string out;
+  for (const char16_t* text : {u"\xFFFE", u"\xD800"}) {
+    EXPECT_THROW(appendKeyText(out, String(std::u16string(text))), InvalidValueException);
+  }
+  EXPECT_THROW(appendKeyText(out, String(std::u16string(1, u'\0'))), InvalidValueException);
 }
 
 TEST(XmlText, MarkupIsEscaped) {
@@ -37,12 +64,12 @@ TEST(XmlText, NonAsciiTextIsWrittenAsUtf8) {
 
 TEST(XmlText, TextThatCameAsIso8859_1IsWrittenAsUtf8) {
   std::string out;
-  appendEscaped(out, String("L\xFC"
-                            "fter \xB5"));
+  appendAttributeText(out, String("L\xFC"
+                                  "fter \xB5"));
   EXPECT_EQ(out, "L\u00fcfter \u00b5");
 }
 
-TEST(XmlText, ForbiddenCharactersThrowAndLeaveTheTextAsItWas) {
+TEST(XmlText, ForbiddenCharactersThrow) {
   std::vector<std::u16string> forbidden = {u"\xFFFE",
                                            u"\xFFFF",
                                            u"\xD800",
@@ -57,15 +84,15 @@ TEST(XmlText, ForbiddenCharactersThrowAndLeaveTheTextAsItWas) {
   }
   EXPECT_EQ(forbidden.size(), 36U);
   for (const std::u16string& text : forbidden) {
-    std::string out = "before";
-    EXPECT_THROW(appendEscaped(out, String(u"good " + text)), InvalidValueException);
-    EXPECT_EQ(out, "before");
+    std::string out;
+    EXPECT_THROW(appendAttributeText(out, String(u"good " + text)), InvalidValueException);
+    EXPECT_THROW(appendElementText(out, String(u"good " + text)), InvalidValueException);
   }
 }
 
 TEST(XmlText, ForbiddenCharactersAreReplacedWhereTheTextMustGetThrough) {
   std::string out = "before ";
-  appendEscapedOrReplaced(out, String(std::u16string(u"a\x01<\xD800z\xFFFF\U0001F600")));
+  appendAttributeTextOrReplaced(out, String(std::u16string(u"a\x01<\xD800z\xFFFF\U0001F600")));
   EXPECT_EQ(out, "before a?&lt;?z?\U0001F600");
 }
 
