@@ -1,7 +1,5 @@
 // What single steps of a run cost: encoding, decoding, text, lines and their fields.
 #include <benchmark/benchmark.h>
-#include "import/categories.h"
-#include "import/entry.h"
 #include "import/fru_file.h"
 #include "xml/object_encoder.h"
 #include "xml/request.h"

@@ -13,8 +13,6 @@
 
 #include "cim/selection.h"
 #include "fake_client.h"
-#include "import/categories.h"
-#include "import/entry.h"
 #include "import/fru_file.h"
 #include "import/import.h"
 #include "support/check.h"

@@ -5,8 +5,8 @@
 #include <tuple>
 #include <utility>
 
-#include "cim/namespace.h"
-#include "import/categories.h"
+#include "cim/client.h"
+#include "import/fru_file.h"
 #include "import/publication.h"
 
 using Pegasus::Boolean;
@@ -18,7 +18,6 @@ using Pegasus::CIMObjectPath;
 using Pegasus::CIMValue;
 using Pegasus::ConnectionTimeoutException;
 using Pegasus::Exception;
-using Pegasus::PEG_NOT_FOUND;
 using Pegasus::String;
 using Pegasus::Uint32;
 

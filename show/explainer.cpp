@@ -5,11 +5,10 @@
 #include <algorithm>
 #include <string>
 
-#include "import/selected.h"
+#include "import/import.h"
 
 using Pegasus::CIMInstance;
 using Pegasus::InvalidValueException;
-using Pegasus::PEG_NOT_FOUND;
 using Pegasus::String;
 using Pegasus::Uint32;
 

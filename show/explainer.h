@@ -8,8 +8,6 @@
 #include <optional>
 #include <utility>
 
-#include "import/categories.h"
-#include "import/entry.h"
 #include "import/fru_file.h"
 #include "import/publication.h"
 #include "machine.h"

@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <functional>
 
-#include "cim/machine_texts.h"
-#include "cim/machine_type.h"
-#include "cim/reading.h"
+#include "cim/machine.h"
 
 using Pegasus::Array;
 using Pegasus::CIMClient;
@@ -17,10 +15,6 @@ using Pegasus::String;
 namespace show {
 
 namespace {
-
-String modelText(const CIMInstance& system) {
-  return readValue(system, system.findProperty("model")).toString();
-}
 
 std::optional<String> valueOf(const CIMInstance& instance,
                               const std::function<String(const CIMInstance&)>& text) {
@@ -57,18 +51,13 @@ bool Told::isBroken() const {
 
 Machine readMachine(CIMClient& client) {
   Machine machine;
-  machine.models =
-      ask([&] { return readInstances(client, "KVAXDT_ComputerSystemDetails"); }, modelText);
+  machine.models = ask([&] { return readSystems(client); }, modelText);
   String machineType;
   if (getMachineType(client, machineType) == 1) {
     machine.machineType = machineType;
   }
-  machine.clocks =
-      ask([&] { return readProcessors(client); },
-          [](const CIMInstance& processor) { return clockText(processor, findClock(processor)); });
-  machine.memorySizes =
-      ask([&] { return readMemoryModules(client); },
-          [](const CIMInstance& module) { return memorySizeText(module, findMemorySize(module)); });
+  machine.clocks = ask([&] { return readProcessors(client); }, clockText);
+  machine.memorySizes = ask([&] { return readMemoryModules(client); }, memorySizeText);
   machine.languageCode = languageCode();
   return machine;
 }

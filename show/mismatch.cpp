@@ -69,13 +69,13 @@ Reason compare(const char* code, const String& asked, const Told& told, const ch
 }
 
 // Without its token a line is judged all the same, by whatever stands in a certain place.
-void tellMissing(const Qualifier& qualifier, const char* token, Reason& reason) {
+void tellMissing(const QualifierText& qualifier, const char* token, Reason& reason) {
   if (!qualifier.isGiven) {
     reason.words += String("; the line has no ") + token;
   }
 }
 
-Reason explainLanguage(const Qualifier& asked, const String& here) {
+Reason explainLanguage(const QualifierText& asked, const String& here) {
   return {"language-differs", String("language differs: ") + quoted(asked.value) + " asked, " +
                                   (here.size() > 0 ? quoted(here) : String("none")) + " here"};
 }
@@ -84,19 +84,19 @@ Reason explainLanguage(const Qualifier& asked, const String& here) {
 
 Reason explainMismatch(Category category, const String& line, const Machine& machine) {
   if (category == Category::processor) {
-    const Qualifier speed = cutSpeed(line);
+    const QualifierText speed = cutSpeed(line);
     return speed.isGiven
                ? compare("clock-differs", speed.value, machine.clocks, "clock", "processors")
                : Reason{"no-speed", "the line has no SPEED="};
   }
   if (category == Category::memory) {
-    const Qualifier size = cutSize(line);
+    const QualifierText size = cutSize(line);
     Reason reason =
         compare("size-differs", size.value, machine.memorySizes, "size", "memory modules");
     tellMissing(size, "SIZE=", reason);
     return reason;
   }
-  const Qualifier language = cutLanguage(line);
+  const QualifierText language = cutLanguage(line);
   Reason reason = explainLanguage(language, machine.languageCode);
   tellMissing(language, "LANGUAGE=", reason);
   return reason;

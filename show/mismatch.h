@@ -5,7 +5,7 @@
 
 #include <stdexcept>
 
-#include "import/categories.h"
+#include "import/fru_file.h"
 #include "machine.h"
 
 namespace show {

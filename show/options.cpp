@@ -7,7 +7,7 @@
 #include <iostream>
 #include <utility>
 
-#include "import/categories.h"
+#include "import/fru_file.h"
 
 namespace show {
 

@@ -10,8 +10,7 @@
 #include <memory>
 #include <system_error>
 
-#include "cim/client_library.h"
-#include "cim/namespace.h"
+#include "cim/client.h"
 #include "entries.h"
 #include "entry_report.h"
 #include "explainer.h"
@@ -141,8 +140,9 @@ ExitStatus run(const Options& options) {
   if (options.explained) {
     file = open(*options.explained);
   }
-  CIMClient client = makeClient();
-  connectToServer(client, String(options.server));
+  const std::unique_ptr<CIMClient> owner = makeClient();
+  CIMClient& client = *owner;
+  client.connect(String(options.server), String::EMPTY, String::EMPTY);
   ExitStatus status = EXIT_SOME;
   if (options.explained) {
     status = explain(client, options, file, terminal);

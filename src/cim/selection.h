@@ -9,29 +9,28 @@
 #include <Pegasus/Client/CIMClient.h>
 
 // SPEED=: true when a processor runs at that many megahertz. False without the token. Sends one
-// enumeration per call. Never throws: whatever fails is a false.
-Pegasus::Boolean getProcessorSpeedQualifier(Pegasus::CIMClient& client,
-                                            const Pegasus::String& line);
+// enumeration per call. Never throws: whatever fails gives false.
+bool getProcessorSpeedQualifier(Pegasus::CIMClient& client, const Pegasus::String& line);
 
 // SIZE=: true when a single memory module has that many mebibytes, remainder dropped. Without the
 // token the text from position 4 on is judged. Sends one enumeration per call. Never throws:
-// whatever fails is a false.
-Pegasus::Boolean getMemorySizeQualifier(Pegasus::CIMClient& client, const Pegasus::String& line);
+// whatever fails gives false.
+bool getMemorySizeQualifier(Pegasus::CIMClient& client, const Pegasus::String& line);
 
 // LANGUAGE=: true when it is the language code of the environment variable LANG, as LANG spells it
 // (en, de, fr, it, ja, ko; the empty text for any other). Without the token the text from position
 // 8 on is judged.
-Pegasus::Boolean getLanguageQualifier(const Pegasus::String& line);
+bool getLanguageQualifier(const Pegasus::String& line);
 
 // What a line asks for.
-struct Qualifier {
+struct QualifierText {
   // Whether the line has the token.
   bool isGiven;
-  // The text behind the token, up to the next double quote or the end of the line; without the
+  // The text after the token, up to the next double quote or the end of the line; without the
   // token, that from the position named above.
   Pegasus::String value;
 };
 
-Qualifier cutSpeed(const Pegasus::String& line);
-Qualifier cutSize(const Pegasus::String& line);
-Qualifier cutLanguage(const Pegasus::String& line);
+QualifierText cutSpeed(const Pegasus::String& line);
+QualifierText cutSize(const Pegasus::String& line);
+QualifierText cutLanguage(const Pegasus::String& line);

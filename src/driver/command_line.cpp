@@ -1,7 +1,5 @@
 #include "driver/command_line.h"
 
-using Pegasus::Boolean;
-
 namespace {
 
 constexpr const char* defaultServer = MORVIK_DEFAULT_PARTS_SERVER;
@@ -15,20 +13,20 @@ const char* takeValue(char**& next) {
 
 }  // namespace
 
-Boolean parseCommandLine(int /*argumentCount*/, char** arguments, const char*& server,
-                         const char*& directory) {
+bool parseCommandLine(int /*argumentCount*/, char** arguments, const char*& server,
+                      const char*& directory) {
   if (arguments[0] == nullptr || arguments[1] == nullptr) {
     server = defaultServer;
     directory = defaultDirectory;
     return true;
   }
-  // `next` is the argument behind `current`; `current` may have lost some of its dashes.
+  // `next` is the argument after `current`; `current` may have lost some of its dashes.
   const char* current = arguments[1];
   char** next = arguments + 2;
-  Boolean accepted = false;
+  bool accepted = false;
   while (current != nullptr && *current == '-') {
     ++current;
-    // Only the first letter behind the dash is looked at, in either case. An unknown one leaves the
+    // Only the first letter after the dash is looked at, in either case. An unknown one leaves the
     // rest of the word as the next option, so that each extra dash is a failure that a following
     // s or d makes good.
     switch (*current) {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <Pegasus/Common/Config.h>
-
 // Reads the command line into the two run locations and answers whether it is accepted. Without any
 // argument both get their default. With arguments, a location whose option is missing stays as it
 // is, and one whose option has no value becomes the empty text: defaults are for the bare command
@@ -10,5 +8,5 @@
 // `argumentCount` belongs to the fixed signature, which takes what main() gets, but is not looked
 // at: the end of the list is its terminating null entry. What is set points into the argument list
 // or to constant texts.
-Pegasus::Boolean parseCommandLine(int argumentCount, char** arguments, const char*& server,
-                                  const char*& directory);
+bool parseCommandLine(int argumentCount, char** arguments, const char*& server,
+                      const char*& directory);

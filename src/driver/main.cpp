@@ -3,14 +3,13 @@
 #include <iostream>
 
 #include "driver/command_line.h"
-#include "driver/out_of_memory.h"
 #include "driver/run.h"
 
 namespace {
 
-// Standard output may be a pipe that nobody reads any more, or a file that must not grow. What
-// cannot be written is lost, but the run is not. A handler, unlike SIG_IGN, does not hold for the
-// programs that the run starts.
+// Standard output may be a pipe that nobody reads any more, or a file that must not grow. Messages
+// that cannot be written are lost, but the run is not. A handler, unlike SIG_IGN, is not inherited
+// by the programs that the run starts.
 void outliveLostOutput() {
   const auto doNothing = [](int /*signal*/) {};
   std::signal(SIGPIPE, doNothing);
@@ -34,7 +33,8 @@ int main(int argc, char** argv) {
   try {
     run(server, directory);
   } catch (...) {
-    std::cout << didNotComplete << std::endl;
+    std::cout << "Morvik did not complete. Please run morvik manually (see man morvik for help)."
+              << std::endl;
   }
   return 0;
 }

@@ -2,7 +2,7 @@
 
 #include <iostream>
 
-#include "cim/client_library.h"
+#include "cim/client.h"
 #include "import/import.h"
 #include "retrieval/download.h"
 #include "retrieval/work_files.h"
@@ -11,7 +11,7 @@ using Pegasus::CIMClient;
 
 namespace {
 
-// Unlike a fetched file this one stays: it is the user's own, and later runs need it too.
+// Unlike a fetched file this one stays: it is the user's, and later runs need it too.
 void importLocalFile(CIMClient& client) {
   if (canBeRead("fru.txt")) {
     std::cout << "\nA local copy of fru.txt is detected. MORVIK will run base on this file."
@@ -27,11 +27,12 @@ void importLocalFile(CIMClient& client) {
 }  // namespace
 
 void run(const char* server, const char* directory) {
-  CIMClient client = makeClient();
+  const std::unique_ptr<CIMClient> owner = makeClient();
+  CIMClient& client = *owner;
   connectToLocalServer(client);
   if (downloadFruFile(client, server, directory)) {
     importFruFile(client);
-    // Removed without a look whether it is there, unlike fru.log below. The two blanks in both
+    // Removed without a check whether it exists, unlike fru.log below. The two blanks in both
     // command texts stay for compatibility.
     runShellCommand("rm -f  fru.txt");
   } else {

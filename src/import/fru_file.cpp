@@ -1,9 +1,12 @@
 #include "import/fru_file.h"
 
+#include <array>
 #include <limits>
 
-using Pegasus::PEG_NOT_FOUND;
+#include "cim/client.h"
+
 using Pegasus::String;
+using Pegasus::Uint32;
 
 namespace {
 
@@ -18,12 +21,29 @@ void skipRestOfLine(std::istream& file) {
   file.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
 }
 
+struct Row {
+  const char* keyword;
+  Category category;
+};
+
+constexpr std::array<Row, 9> categoryTable{{
+    {"PROCESSOR", Category::processor},
+    {"MEMORY", Category::memory},
+    {"KEYBOARD", Category::keyboard},
+    {"PLANAR", Category::planar},
+    {"CDROM", Category::cdrom},
+    {"FLOPPY", Category::floppy},
+    {"OPTIONSP", Category::optionsp},
+    {"FAN", Category::fan},
+    {"BACKPLANE", Category::backplane},
+}};
+
 }  // namespace
 
 LineRead readAnyLine(std::istream& file, String& line) {
   char buffer[maxLineLength + 1];
   file.getline(buffer, sizeof buffer);
-  line.assign(buffer);
+  line = toText(buffer);
   if (file.good()) {
     return LineRead::complete;
   }
@@ -44,5 +64,35 @@ bool readLine(std::istream& file, String& line) {
 }
 
 bool isComment(const String& line) {
-  return line.find('#') != PEG_NOT_FOUND;
+  return findFrom(line, 0, '#') != PEG_NOT_FOUND;
+}
+
+std::optional<Category> findCategory(const String& keyword) {
+  for (const Row& row : categoryTable) {
+    if (keyword == row.keyword) {
+      return row.category;
+    }
+  }
+  return std::nullopt;
+}
+
+// Positions that are not found are all ones; what is added to them wraps, and cuts that then begin
+// or end outside the line are clamped to it.
+
+String cutCategoryToken(const String& line) {
+  const Uint32 start = findFrom(line, 0, ',') + 2;
+  return cut(line, start, findFrom(line, start, '"') - start);
+}
+
+EntryFields cutEntryFields(const String& line) {
+  const Uint32 firstQuote = findFrom(line, 0, '"');
+  const Uint32 firstComma = findFrom(line, 0, ',');
+  const Uint32 secondComma = findFrom(line, firstComma + 2, ',');
+  const Uint32 qualifierEnd = findFrom(line, secondComma + 2, '"');
+  const Uint32 descriptionEnd = findFrom(line, qualifierEnd + 3, '"');
+  return {
+      cut(line, firstQuote + 1, firstComma - firstQuote - 2),
+      cut(line, firstComma + 2, secondComma - firstComma - 3),
+      cut(line, qualifierEnd + 3, descriptionEnd - qualifierEnd - 3),
+  };
 }

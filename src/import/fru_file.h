@@ -1,9 +1,15 @@
-// Reads the lines of a FRU data file.
+// The FRU data file: its lines, and what is cut out of an entry line:
+//
+//     "FRU number","CATEGORY","QUALIFIER=value","description"
+//
+// The fields are found by searching for the first commas and double quotes; there is no escaping. A
+// malformed line gives whatever the cuts give, clamped to the line: never an error.
 #pragma once
 
 #include <Pegasus/Common/String.h>
 
 #include <istream>
+#include <optional>
 
 // What the next line of the file is.
 enum class LineRead {
@@ -27,3 +33,32 @@ bool readLine(std::istream& file, Pegasus::String& line);
 
 // Whether the whole line is to be ignored: it has a "#" anywhere.
 bool isComment(const Pegasus::String& line);
+
+// The FRU categories, in the order in which a line's category is looked up.
+enum class Category {
+  processor,
+  memory,
+  keyboard,
+  planar,
+  cdrom,
+  floppy,
+  optionsp,
+  fan,
+  backplane,
+};
+
+// The category of that keyword, spelled exactly so; nothing for any other text.
+std::optional<Category> findCategory(const Pegasus::String& keyword);
+
+// The text that the category is recognised by: from two characters after the first comma, where the
+// second field has its opening quote before, up to the next double quote.
+Pegasus::String cutCategoryToken(const Pegasus::String& line);
+
+struct EntryFields {
+  Pegasus::String fruNumber;
+  // The second field once more, but cut by the commas around it.
+  Pegasus::String name;
+  Pegasus::String description;
+};
+
+EntryFields cutEntryFields(const Pegasus::String& line);

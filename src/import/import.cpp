@@ -3,13 +3,9 @@
 #include <fstream>
 #include <iostream>
 
-#include "import/categories.h"
-#include "import/entry.h"
+#include "cim/selection.h"
 #include "import/fru_file.h"
-#include "import/publication.h"
-#include "import/selected.h"
 
-using Pegasus::Boolean;
 using Pegasus::CIMClient;
 using Pegasus::CIMInstance;
 using Pegasus::String;
@@ -39,7 +35,7 @@ void importLine(CIMClient& client, const String& line, Publication& publication)
 
 }  // namespace
 
-Boolean importFruFile(CIMClient& client) {
+bool importFruFile(CIMClient& client) {
   std::ifstream file("fru.txt");
   if (!file.good()) {
     std::cout << "Could not open FRU data file." << std::endl;
@@ -51,6 +47,30 @@ Boolean importFruFile(CIMClient& client) {
   String line;
   while (readLine(file, line)) {
     importLine(client, line, publication);
+  }
+  return true;
+}
+
+// For compatibility the rules are uneven: three categories are matched against the machine, of two
+// the first entry that succeeds wins, and of the rest every line is published.
+bool isSelected(CIMClient& client, Category category, const String& line,
+                const Publication& publication) {
+  switch (category) {
+    case Category::processor:
+      return getProcessorSpeedQualifier(client, line);
+    case Category::memory:
+      return getMemorySizeQualifier(client, line);
+    case Category::keyboard:
+      return getLanguageQualifier(line);
+    case Category::planar:
+      return !publication.planarPublished;
+    case Category::cdrom:
+      return !publication.cdromPublished;
+    case Category::floppy:
+    case Category::optionsp:
+    case Category::fan:
+    case Category::backplane:
+      break;
   }
   return true;
 }

@@ -1,7 +1,6 @@
 #include "import/publication.h"
 
-#include "cim/namespace.h"
-#include "import/entry.h"
+#include "cim/client.h"
 
 using Pegasus::Array;
 using Pegasus::CIMClient;
@@ -19,15 +18,13 @@ constexpr const char* numberPrefix = "KVAHalvoranFru";
 constexpr Uint32 numberPrefixLength = 14;
 
 bool isOurs(CIMClient& client, const CIMObjectPath& name) {
-  const CIMValue number = client.getProperty(cimNamespace, name, "IdentifyingNumber");
+  const CIMValue number = client.getProperty(cimNamespace, name, String("IdentifyingNumber"));
   return isOurNumber(number.toString());
 }
 
 void addText(CIMInstance& instance, const char* name, const String& text) {
-  const Uint32 arraySize = 0;
-  const bool propagated = false;
-  instance.addProperty(
-      CIMProperty(name, CIMValue(text), arraySize, String::EMPTY, String::EMPTY, propagated));
+  // Not with the defaults spelled out: later generations refuse an empty class name.
+  instance.addProperty(CIMProperty(String(name), CIMValue(text)));
 }
 
 String countedNumber(Uint32& counter) {
@@ -35,9 +32,9 @@ String countedNumber(Uint32& counter) {
   return String(numberPrefix) + CIMValue(counter).toString();
 }
 
-// Each counted category has numbers of its own from 1, and all others share the number 1. The
-// collisions stay for compatibility. Whether two entries with equal numbers are accepted is for the
-// server's class to say.
+// Each counted category has its own numbers from 1, and all others share the number 1. The
+// collisions stay for compatibility. The server's class decides whether two entries with equal
+// numbers are accepted.
 String nextIdentifyingNumber(Category category, Publication& publication) {
   switch (category) {
     case Category::processor:
@@ -61,14 +58,15 @@ String nextIdentifyingNumber(Category category, Publication& publication) {
 }  // namespace
 
 bool isOurNumber(const String& identifyingNumber) {
-  return String::equalNoCase(identifyingNumber.subString(0, numberPrefixLength), numberPrefix);
+  return String::equalNoCase(cut(identifyingNumber, 0, numberPrefixLength), numberPrefix);
 }
 
 void deleteEarlierInstances(CIMClient& client) {
-  const Array<CIMObjectPath> names = client.enumerateInstanceNames(cimNamespace, "KVAXDT_FRU");
-  for (const CIMObjectPath& name : names) {
-    if (isOurs(client, name)) {
-      client.deleteInstance(cimNamespace, name);
+  const Array<CIMObjectPath> names =
+      client.enumerateInstanceNames(cimNamespace, String("KVAXDT_FRU"));
+  for (Uint32 i = 0; i < names.size(); i++) {
+    if (isOurs(client, names[i])) {
+      client.deleteInstance(cimNamespace, names[i]);
     }
   }
 }

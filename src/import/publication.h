@@ -3,7 +3,7 @@
 
 #include <Pegasus/Client/CIMClient.h>
 
-#include "import/categories.h"
+#include "import/fru_file.h"
 
 // What one import has published so far.
 struct Publication {

@@ -2,18 +2,17 @@
 
 #include <string>
 
-#include "cim/client_library.h"
-#include "cim/machine_type.h"
+#include "cim/client.h"
+#include "cim/machine.h"
 #include "retrieval/work_files.h"
 
-using Pegasus::Boolean;
 using Pegasus::CIMClient;
 using Pegasus::String;
 
 namespace {
 
 // A script that an interrupted run has left is not emptied first: the lines are appended to it.
-// For compatibility server and directory stand unquoted: the shell acts on blanks and special
+// For compatibility server and directory are not quoted: the shell acts on blanks and special
 // characters in them.
 void writeScript(const std::string& server, const std::string& directory,
                  const std::string& fileName) {
@@ -38,12 +37,12 @@ void runScript() {
 
 }  // namespace
 
-Boolean downloadFruFile(CIMClient& client, const char* server, const char* directory) {
+bool downloadFruFile(CIMClient& client, const char* server, const char* directory) {
   String machineType;
   if (getMachineType(client, machineType) != 1) {
     return false;
   }
-  const std::string fileName = std::string(toNarrowText(machineType).get()) + "wpk.txt";
+  const std::string fileName = toNarrowText(machineType) + "wpk.txt";
   writeScript(server, directory, fileName);
   runScript();
   if (!canBeRead(fileName)) {

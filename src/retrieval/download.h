@@ -3,13 +3,12 @@
 #include <Pegasus/Client/CIMClient.h>
 
 // Fetches the FRU data file of this machine's type by anonymous FTP and leaves it as "fru.txt" in
-// the current directory. True when there was a file to leave, false when there was none ("fru.txt"
-// is then as it was) or the machine type could not be had (nothing was touched or run then).
+// the current directory. True when there is such a file, false when there is none ("fru.txt" is
+// then unchanged) or the machine type is not known (then nothing has been touched or run).
 //
 // `server` and `directory` are zero-terminated texts that the shell splits and expands before they
 // reach the `ftp` client. What the client prints is appended to "fru.log"; its failures show in
-// nothing but the missing file. There is no time limit on it.
+// nothing but the missing file. It has no time limit.
 //
 // Throws when the machine type has characters that do not fit in 8 bits.
-Pegasus::Boolean downloadFruFile(Pegasus::CIMClient& client, const char* server,
-                                 const char* directory);
+bool downloadFruFile(Pegasus::CIMClient& client, const char* server, const char* directory);

@@ -8,7 +8,6 @@
 #include <sstream>
 
 using Pegasus::Char16;
-using Pegasus::PEG_NOT_FOUND;
 using Pegasus::String;
 using Pegasus::Uint32;
 

@@ -1,14 +1,13 @@
 // The fields of an entry line, well-formed and not.
-#include "import/entry.h"
 
 #include <gtest/gtest.h>
 
-#include "import/categories.h"
+#include "import/fru_file.h"
 #include "import/publication.h"
 
 using Pegasus::CIMInstance;
-using Pegasus::PEG_NOT_FOUND;
 using Pegasus::String;
+using Pegasus::Uint32;
 
 namespace {
 

@@ -1,5 +1,5 @@
 // How the machine type is had from the model.
-#include "cim/machine_type.h"
+#include "cim/machine.h"
 
 #include <gtest/gtest.h>
 

@@ -69,17 +69,4 @@ TEST_F(Main, RejectedCommandLineIsStatusOneAndNothingIsAsked) {
   EXPECT_THAT(fakeServer.calls, IsEmpty());
 }
 
-// Nobody catches what leaves this.
-void escape(const std::function<void()>& fail) noexcept {
-  fail();
-}
-
-TEST(MainDeathTest, WhereMemoryIsTooShortToThrowTheRunEndsLikeAnyThatFailed) {
-  EXPECT_EXIT(escape([] { throw std::bad_alloc(); }), testing::ExitedWithCode(0), "");
-}
-
-TEST(MainDeathTest, AnErrorOfTheProgramIsNotTakenForThat) {
-  EXPECT_EXIT(escape([] { throw 42; }), testing::KilledBySignal(SIGABRT), "");  // NOLINT
-}
-
 }  // namespace

@@ -20,8 +20,9 @@ using Real64 = double;
 // One UTF-16 code unit, not one character: characters past U+FFFF take two of them.
 using Char16 = char16_t;
 
-// What every search answers when it finds nothing, and the length that means "to the end".
-// All ones: adding n to it wraps to n - 1, which callers may rely on.
-constexpr Uint32 PEG_NOT_FOUND = 0xFFFFFFFFU;
-
 }  // namespace Pegasus
+
+// The result of every search that finds nothing, and the length that means "to the end". All ones:
+// adding n to it wraps to n - 1, which callers may rely on. A macro in every generation of the
+// interface, so Uint32 must be visible where it is used.
+#define PEG_NOT_FOUND Uint32(-1)  // NOLINT(cppcoreguidelines-macro-usage)
