@@ -36,6 +36,19 @@ void checkOverride(const Qualifiers& qualifiers, const String& name, bool isOver
   }
 }
 
+Embedded embeddedIn(const PropertyDeclaration& property) {
+  if (property.type != Pegasus::CIMTYPE_STRING) {
+    return Embedded::none;
+  }
+  const Qualifier* instance = findQualifier(property.qualifiers, "EmbeddedInstance");
+  if (instance != nullptr && !instance->value.isNull()) {
+    return Embedded::instance;
+  }
+  const Qualifier* object = findQualifier(property.qualifiers, "EmbeddedObject");
+  return object != nullptr && object->value == Pegasus::CIMValue(true) ? Embedded::object
+                                                                       : Embedded::none;
+}
+
 // Runs `add` for each; what is refused is refused with its position.
 template <typename Declarations, typename Add>
 void addEach(const Declarations& declarations, RefusedFeature::Kind kind, Add add) {
@@ -152,7 +165,8 @@ void Class::addProperty(const PropertyDeclaration& declaration) {
     refuse("class " + name_ + " has more properties than clients read");
   }
   positions_.emplace(fold(declaration.name), properties_.size());
-  properties_.push_back(std::make_shared<const Property>(Property{declaration, this, this}));
+  properties_.push_back(
+      std::make_shared<const Property>(Property{declaration, this, this, embeddedIn(declaration)}));
 }
 
 void Class::overrideProperty(std::size_t position, const PropertyDeclaration& declaration) {
@@ -166,6 +180,7 @@ void Class::overrideProperty(std::size_t position, const PropertyDeclaration& de
   }
   Property property{declaration, this, inherited.originClass};
   inheritQualifiers(property.qualifiers, inherited.qualifiers, where);
+  property.embedded = embeddedIn(property);
   // A key stays one in every subclass: otherwise instances of the two could not be told apart.
   property.isKey = property.isKey || inherited.isKey;
   properties_[position] = std::make_shared<const Property>(std::move(property));

@@ -6,9 +6,9 @@
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/String.h>
 
+#include <map>
 #include <memory>
 #include <optional>
-#include <unordered_map>
 #include <vector>
 
 #include "model/names.h"
@@ -136,12 +136,17 @@ class RefusedFeature : public Pegasus::CIMException {
 
 class Class;
 
+// What a string property holds by its qualifiers EmbeddedInstance and EmbeddedObject: an object in
+// the protocol's own notation.
+enum class Embedded { none, instance, object };
+
 // A property of a class, its own or inherited.
 struct Property : PropertyDeclaration {
   // The class with the declaration in force, and the one that introduced the property first. Both
   // live as long as the schema.
   const Class* declaringClass = nullptr;
   const Class* originClass = nullptr;
+  Embedded embedded = Embedded::none;
 };
 
 // A method of a class, its own or inherited.
@@ -200,7 +205,7 @@ class Class {
   bool isAbstract_;
   // Shared with the subclasses: in a large schema most properties are inherited ones.
   std::vector<std::shared_ptr<const Property>> properties_;
-  std::unordered_map<FoldedName, std::size_t> positions_;
+  std::map<FoldedName, std::size_t> positions_;
   std::vector<std::size_t> keys_;
   std::vector<std::shared_ptr<const Method>> methods_;
   Qualifiers qualifiers_;

@@ -5,22 +5,42 @@
 #include <algorithm>
 #include <utility>
 
+#include "model/instance_values.h"
+
 namespace cimd {
 
-// What has grown step by step has spare room, half of it or more. It stays for long and there may
-// be many, so copies are kept, which have none.
-StoredInstance::StoredInstance(const Pegasus::CIMInstance& given, bool published)
+// A string that grew step by step has up to half of its room to spare. These stay for long and
+// there may be many, so they give it back.
+StoredInstance::StoredInstance(const Class& cls, const Pegasus::CIMInstance& given, bool published)
     : instance(given), isPublished(published) {
   Pegasus::xml::appendInstanceName(nameXml, instance.getPath());
   nameXml.shrink_to_fit();
-  Pegasus::xml::appendInstance(instanceXml, instance);
+  instanceXml += "<INSTANCE";
+  Pegasus::xml::appendAttribute(instanceXml, "CLASSNAME", instance.getClassName());
+  instanceXml += '>';
+  for (std::size_t i = 0; i < cls.propertyCount(); ++i) {
+    const auto& property = instance.getProperty(static_cast<Pegasus::Uint32>(i));
+    Pegasus::xml::appendQualifiedProperty(instanceXml, property, {},
+                                          embeddedObject(cls.property(i), property.getValue()));
+  }
+  instanceXml += "</INSTANCE>";
   instanceXml.shrink_to_fit();
 }
 
-void InstanceStore::add(const Class& cls, InstanceKey key, StoredInstance instance) {
-  Entries& entries = byClass_[&cls];
-  entries.push_back(Entry{nextSequence_++, std::move(instance)});
-  byKey_.emplace(std::move(key), Place{&entries, std::prev(entries.end())});
+InstanceStore::Addition InstanceStore::prepare(const Class& cls, InstanceKey key,
+                                               StoredInstance instance) {
+  Addition addition;
+  addition.entry_.push_back(Entry{nextSequence_, std::move(instance)});
+  addition.index_.emplace(std::move(key), Place{&byClass_[&cls], addition.entry_.begin()});
+  return addition;
+}
+
+// Nodes of lists and maps move from one to the other without a copy, and iterators stay valid.
+void InstanceStore::add(Addition addition) noexcept {
+  const Place& place = addition.index_.begin()->second;
+  place.entry->sequence = nextSequence_++;
+  place.entries->splice(place.entries->end(), addition.entry_);
+  byKey_.merge(addition.index_);
 }
 
 void InstanceStore::replace(const InstanceKey& key, StoredInstance instance) {

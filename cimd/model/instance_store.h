@@ -4,8 +4,8 @@
 #include <Pegasus/Common/CIMInstance.h>
 
 #include <list>
+#include <map>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "model/class.h"
@@ -16,10 +16,10 @@ namespace cimd {
 // An instance with the CIM-XML in which it is sent. It is written once and read often, so it is
 // encoded when it is written.
 struct StoredInstance {
+  // `given` has every property of its class `cls`, in the class's order, and its name as path.
   // Throws InvalidValueException for what CIM-XML cannot carry.
-  StoredInstance(const Pegasus::CIMInstance& given, bool isPublished);
+  StoredInstance(const Class& cls, const Pegasus::CIMInstance& given, bool isPublished);
 
-  // With every property of its class, and with its name as path.
   Pegasus::CIMInstance instance;
   // INSTANCENAME and INSTANCE.
   std::string nameXml;
@@ -28,12 +28,39 @@ struct StoredInstance {
   bool isPublished;
 };
 
-// Adding, finding and removing one instance takes the same time however many there are; listing
-// takes time in proportion to what is listed.
+// Clients choose the keys, so the index is an ordered one, which has no bad keys. Listing takes
+// time in proportion to what is listed.
 class InstanceStore {
+ private:
+  struct Entry {
+    // Increases with each instance added: gives the order across classes.
+    Pegasus::Uint64 sequence;
+    StoredInstance stored;
+  };
+  using Entries = std::list<Entry>;
+  struct Place {
+    Entries* entries;
+    Entries::iterator entry;
+  };
+  using Index = std::map<InstanceKey, Place>;
+
  public:
-  // There must be none with this key. The class must outlive the store.
-  void add(const Class& cls, InstanceKey key, StoredInstance instance);
+  // An instance with all the memory that adding it takes.
+  class Addition {
+   public:
+    const InstanceKey& key() const { return index_.begin()->first; }
+    const StoredInstance& stored() const { return entry_.front().stored; }
+
+   private:
+    friend class InstanceStore;
+    Entries entry_;
+    Index index_;
+  };
+
+  // The class must outlive the store.
+  Addition prepare(const Class& cls, InstanceKey key, StoredInstance instance);
+  // Of this store, which must have no instance with this key.
+  void add(Addition addition) noexcept;
   // The key must be there; the instance keeps its place in lists.
   void replace(const InstanceKey& key, StoredInstance instance);
   // The key must be there.
@@ -46,19 +73,8 @@ class InstanceStore {
   std::vector<const StoredInstance*> list(const std::vector<const Class*>& classes) const;
 
  private:
-  struct Entry {
-    // Rises with each instance added: tells the order across classes.
-    Pegasus::Uint64 sequence;
-    StoredInstance stored;
-  };
-  using Entries = std::list<Entry>;
-  struct Place {
-    Entries* entries;
-    Entries::iterator entry;
-  };
-
-  std::unordered_map<const Class*, Entries> byClass_;
-  std::unordered_map<InstanceKey, Place> byKey_;
+  std::map<const Class*, Entries> byClass_;
+  Index byKey_;
   Pegasus::Uint64 nextSequence_ = 0;
 };
 

@@ -1,5 +1,7 @@
 #include "model/instance_values.h"
 
+#include "xml/xml_document.h"
+
 #include <variant>
 
 #include "model/errors.h"
@@ -18,7 +20,7 @@ std::string typeName(Pegasus::CIMType type, bool isArray) {
   return std::string(Pegasus::cimTypeToString(type)) + (isArray ? "[]" : "");
 }
 
-// Of an array.
+// 1 for what is not an array.
 std::size_t elementCount(const CIMValue& value) {
   return std::visit(
       [](const auto& data) -> std::size_t {
@@ -100,6 +102,16 @@ std::vector<const CIMValue*> listedValues(const Class& cls,
   return listed;
 }
 
+bool isObject(const String& text, Embedded embedded) {
+  try {
+    const Pegasus::xml::XmlDocument document(text.toUtf8());
+    const std::string_view element = document.root().name();
+    return element == "INSTANCE" || (embedded == Embedded::object && element == "CLASS");
+  } catch (const Pegasus::Exception&) {
+    return false;
+  }
+}
+
 }  // namespace
 
 CIMInstance completeInstance(const Class& cls, const CIMInstance& given, const KeyScope& scope) {
@@ -139,6 +151,26 @@ CIMInstance changedInstance(const Class& cls, const CIMInstance& current, const 
     }
   }
   return changed;
+}
+
+std::string_view embeddedObject(const Property& property, const CIMValue& value) {
+  if (property.embedded == Embedded::none) {
+    return {};
+  }
+  Pegasus::Array<String> texts;
+  if (!value.isNull() && value.isArray()) {
+    value.get(texts);
+  } else if (!value.isNull()) {
+    String text;
+    value.get(text);
+    texts.append(text);
+  }
+  for (Pegasus::Uint32 i = 0; i < texts.size(); ++i) {
+    if (!value.isNullElement(i) && !isObject(texts[i], property.embedded)) {
+      return {};
+    }
+  }
+  return property.embedded == Embedded::instance ? "instance" : "object";
 }
 
 }  // namespace cimd

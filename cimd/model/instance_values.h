@@ -4,6 +4,8 @@
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMPropertyList.h>
 
+#include <string_view>
+
 #include "model/instance_key.h"
 
 namespace cimd {
@@ -25,5 +27,10 @@ Pegasus::CIMInstance completeInstance(const Class& cls, const Pegasus::CIMInstan
 Pegasus::CIMInstance changedInstance(const Class& cls, const Pegasus::CIMInstance& current,
                                      const Pegasus::CIMInstance& given,
                                      const Pegasus::CIMPropertyList& list, const KeyScope& scope);
+
+// What the attribute EmbeddedObject (DSP0201) says of this value of the property: "instance",
+// "object" or nothing. Clients decode what has the attribute, and refuse the whole answer when they
+// cannot, so a value that is not an object in CIM-XML goes as the plain string that it is.
+std::string_view embeddedObject(const Property& property, const Pegasus::CIMValue& value);
 
 }  // namespace cimd

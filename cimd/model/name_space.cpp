@@ -39,16 +39,18 @@ InstanceKey NameSpace::keyOf(const CIMObjectPath& path) const {
 
 CIMObjectPath NameSpace::createInstance(const CIMInstance& given, Origin origin) {
   const Class& cls = classNamed(given.getClassName());
-  StoredInstance created(completeInstance(cls, given, keyScope()), origin != Origin::declared);
+  StoredInstance created(cls, completeInstance(cls, given, keyScope()), origin != Origin::declared);
   CIMObjectPath path = created.instance.getPath();
   InstanceKey key = keyOf(path);
   if (instances_.find(key) != nullptr) {
     throwCimError(Pegasus::CIM_ERR_ALREADY_EXISTS, describePath(path));
   }
+  auto addition = instances_.prepare(cls, std::move(key), std::move(created));
   if (journal_ != nullptr && origin == Origin::published) {
-    journal_->put(name_, key, created.instance);
+    journal_->put(name_, addition.key(), addition.stored().instance);
   }
-  instances_.add(cls, std::move(key), std::move(created));
+  // Cannot fail, so the journal never has what is not here.
+  instances_.add(std::move(addition));
   return path;
 }
 
@@ -68,7 +70,7 @@ void NameSpace::modifyInstance(const CIMInstance& given, const CIMPropertyList& 
     throwNotFound(given.getPath());
   }
   const Class& cls = classNamed(stored->instance.getClassName());
-  StoredInstance changed(changedInstance(cls, stored->instance, given, list, keyScope()),
+  StoredInstance changed(cls, changedInstance(cls, stored->instance, given, list, keyScope()),
                          stored->isPublished);
   if (journal_ != nullptr && changed.isPublished) {
     journal_->put(name_, key, changed.instance);

@@ -13,12 +13,25 @@ Repository::Repository() {
   addNameSpace(defaultNameSpace);
 }
 
-NameSpace& Repository::nameSpace(const String& name) {
+NameSpace* Repository::find(const String& name) const {
   const auto found = nameSpaces_.find(fold(trimNameSpace(name)));
-  if (found == nameSpaces_.end()) {
+  return found == nameSpaces_.end() ? nullptr : found->second.get();
+}
+
+std::vector<String> Repository::names() const {
+  std::vector<String> names;
+  for (const auto& [folded, nameSpace] : nameSpaces_) {
+    names.push_back(nameSpace->name());
+  }
+  return names;
+}
+
+NameSpace& Repository::nameSpace(const String& name) {
+  NameSpace* found = find(name);
+  if (found == nullptr) {
     throwCimError(Pegasus::CIM_ERR_INVALID_NAMESPACE, name);
   }
-  return *found->second;
+  return *found;
 }
 
 NameSpace& Repository::addNameSpace(const String& name) {

@@ -3,9 +3,9 @@
 
 #include <Pegasus/Common/String.h>
 
+#include <map>
 #include <memory>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "model/name_space.h"
@@ -24,6 +24,10 @@ class Repository {
   Repository(Repository&&) noexcept = default;
   Repository& operator=(Repository&&) noexcept = default;
 
+  // Null when there is none.
+  NameSpace* find(const Pegasus::String& name) const;
+  // As they are spelled, in alphabetical order.
+  std::vector<Pegasus::String> names() const;
   // Throws CIMException (INVALID_NAMESPACE) when there is none.
   NameSpace& nameSpace(const Pegasus::String& name);
   // Makes the namespace where it is missing. It lives as long as the repository.
@@ -45,7 +49,7 @@ class Repository {
   Counts counts() const;
 
  private:
-  std::unordered_map<FoldedName, std::unique_ptr<NameSpace>> nameSpaces_;
+  std::map<FoldedName, std::unique_ptr<NameSpace>> nameSpaces_;
 };
 
 }  // namespace cimd

@@ -3,8 +3,8 @@
 
 #include <Pegasus/Common/String.h>
 
+#include <map>
 #include <memory>
-#include <unordered_map>
 #include <vector>
 
 #include "model/class.h"
@@ -36,10 +36,10 @@ class Schema {
   static std::vector<const Class*> withSubclasses(const Class& top);
 
  private:
-  std::unordered_map<FoldedName, std::unique_ptr<Class>> classes_;
+  std::map<FoldedName, std::unique_ptr<Class>> classes_;
   std::vector<const Class*> topClasses_;
   std::vector<QualifierDeclaration> qualifiers_;
-  std::unordered_map<FoldedName, std::size_t> qualifierPositions_;
+  std::map<FoldedName, std::size_t> qualifierPositions_;
 };
 
 }  // namespace cimd

@@ -11,6 +11,7 @@
 
 #include "model/errors.h"
 #include "model/names.h"
+#include "operations/computed_name_space.h"
 #include "operations/instance_operations.h"
 #include "operations/schema_operations.h"
 
@@ -43,26 +44,29 @@ constexpr std::array<std::string_view, 3> modifyInstanceParameters{
 constexpr std::array<std::string_view, 1> instanceName{"InstanceName"};
 constexpr std::array<std::string_view, 1> qualifierName{"QualifierName"};
 
+enum class Effect { reads, changes };
+
 struct Operation {
   std::string_view name;
+  Effect effect;
   std::span<const std::string_view> parameters;
   std::string (*run)(NameSpace& nameSpace, const Request& request);
 };
 
 constexpr std::array<Operation, 13> operations{{
-    {"EnumerateInstances", enumerateParameters, enumerateInstances},
-    {"EnumerateInstanceNames", className, enumerateInstanceNames},
-    {"GetInstance", getInstanceParameters, getInstance},
-    {"GetProperty", getPropertyParameters, getProperty},
-    {"SetProperty", setPropertyParameters, setProperty},
-    {"CreateInstance", newInstance, createInstance},
-    {"ModifyInstance", modifyInstanceParameters, modifyInstance},
-    {"DeleteInstance", instanceName, deleteInstance},
-    {"GetClass", getClassParameters, getClass},
-    {"EnumerateClasses", enumerateClassesParameters, enumerateClasses},
-    {"EnumerateClassNames", enumerateClassNamesParameters, enumerateClassNames},
-    {"GetQualifier", qualifierName, getQualifier},
-    {"EnumerateQualifiers", {}, enumerateQualifiers},
+    {"EnumerateInstances", Effect::reads, enumerateParameters, enumerateInstances},
+    {"EnumerateInstanceNames", Effect::reads, className, enumerateInstanceNames},
+    {"GetInstance", Effect::reads, getInstanceParameters, getInstance},
+    {"GetProperty", Effect::reads, getPropertyParameters, getProperty},
+    {"SetProperty", Effect::changes, setPropertyParameters, setProperty},
+    {"CreateInstance", Effect::changes, newInstance, createInstance},
+    {"ModifyInstance", Effect::changes, modifyInstanceParameters, modifyInstance},
+    {"DeleteInstance", Effect::changes, instanceName, deleteInstance},
+    {"GetClass", Effect::reads, getClassParameters, getClass},
+    {"EnumerateClasses", Effect::reads, enumerateClassesParameters, enumerateClasses},
+    {"EnumerateClassNames", Effect::reads, enumerateClassNamesParameters, enumerateClassNames},
+    {"GetQualifier", Effect::reads, qualifierName, getQualifier},
+    {"EnumerateQualifiers", Effect::reads, {}, enumerateQualifiers},
 }};
 
 void checkParameters(const Request& request, const Operation& operation) {
@@ -91,7 +95,12 @@ std::string Dispatcher::run(const Request& request) {
   if (request.kind() != Pegasus::xml::CallKind::INTRINSIC || operation == operations.end()) {
     throwCimError(Pegasus::CIM_ERR_NOT_SUPPORTED, String(std::string_view(request.method())));
   }
-  NameSpace& nameSpace = repository_.nameSpace(request.nameSpace());
+  const String target = request.targetClass();
+  const auto computed = computedNameSpace(repository_, request.nameSpace(), target);
+  if (computed && operation->effect == Effect::changes) {
+    throwCimError(Pegasus::CIM_ERR_NOT_SUPPORTED, "class " + target + " is read-only");
+  }
+  NameSpace& nameSpace = computed ? *computed : repository_.nameSpace(request.nameSpace());
   checkParameters(request, *operation);
   return operation->run(nameSpace, request);
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "model/instance_values.h"
 #include "operations/parameters.h"
 #include "operations/schema_encoder.h"
 
@@ -67,7 +68,7 @@ class Selection {
         out,
         {property.getName(), property.getValue(), property.getArraySize(),
          property.getReferenceClassName(), origin, property.getPropagated()},
-        qualifiers);
+        qualifiers, embeddedObject(declared, property.getValue()));
   }
 
   bool isDeep_;

@@ -4,8 +4,8 @@
 #include "xml/request.h"
 
 #include <optional>
+#include <set>
 #include <string>
-#include <unordered_set>
 
 #include "model/errors.h"
 #include "model/names.h"
@@ -52,7 +52,7 @@ class PropertyFilter {
   }
 
  private:
-  std::optional<std::unordered_set<FoldedName>> wanted_;
+  std::optional<std::set<FoldedName>> wanted_;
 };
 
 }  // namespace cimd

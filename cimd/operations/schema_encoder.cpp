@@ -6,6 +6,8 @@
 #include <array>
 #include <utility>
 
+#include "model/instance_values.h"
+
 namespace cimd {
 
 namespace {
@@ -88,7 +90,8 @@ class ClassWriter {
       appendQualifiers(qualifiers, qualifiersIn(cls_, property.qualifiers, property.declaringClass),
                        content_.isLocalOnly);
     }
-    Pegasus::xml::appendQualifiedProperty(out_, described, qualifiers);
+    Pegasus::xml::appendQualifiedProperty(out_, described, qualifiers,
+                                          embeddedObject(property, property.defaultValue));
   }
 
   void writeMethod(const Method& method) {

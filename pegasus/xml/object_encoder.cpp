@@ -175,10 +175,13 @@ void appendProperty(std::string& out, const CIMProperty& property) {
 }
 
 void appendQualifiedProperty(std::string& out, const CIMProperty& property,
-                             std::string_view qualifiers) {
+                             std::string_view qualifiers, std::string_view embeddedObject) {
   const std::string_view element = propertyElement(property);
   out.append("<").append(element);
   appendPropertyAttributes(out, property);
+  if (!embeddedObject.empty()) {
+    out.append(" EmbeddedObject=\"").append(embeddedObject).append("\"");
+  }
   // A null value gets both tags, too: some clients do not understand an empty-element tag here.
   out += '>';
   out += qualifiers;

@@ -18,9 +18,10 @@ void appendValue(std::string& out, const CIMValue& value);
 // PROPERTY, PROPERTY.ARRAY or PROPERTY.REFERENCE; a null property is an element without value.
 // CLASSORIGIN and PROPAGATED are written where the property has them.
 void appendProperty(std::string& out, const CIMProperty& property);
-// The same with the XML of its QUALIFIER elements.
+// The same with the XML of its QUALIFIER elements, and with the attribute EmbeddedObject where that
+// is not empty: "instance" or "object".
 void appendQualifiedProperty(std::string& out, const CIMProperty& property,
-                             std::string_view qualifiers);
+                             std::string_view qualifiers, std::string_view embeddedObject = {});
 // LOCALNAMESPACEPATH of a namespace such as "root/kvasd".
 void appendLocalNameSpacePath(std::string& out, const String& nameSpace);
 // CLASSNAME.

@@ -179,6 +179,21 @@ std::vector<std::string> Request::parameterNames() const {
   return names;
 }
 
+String Request::targetClass() const {
+  for (const Element given : parameters_) {
+    Element value = given.firstChild();
+    if (value && value.name() == "VALUE.NAMEDINSTANCE") {
+      value = value.firstChild();
+    }
+    const auto name =
+        value ? value.attribute(value.name() == "CLASSNAME" ? "NAME" : "CLASSNAME") : std::nullopt;
+    if (name) {
+      return String(*name);
+    }
+  }
+  return String();
+}
+
 std::optional<String> Request::className(std::string_view parameter) const {
   const Element value = parameterValue(parameter);
   if (!value) {
@@ -250,6 +265,13 @@ CIMPropertyList Request::propertyList(std::string_view parameter) const {
     return CIMPropertyList();
   }
   requireParameter(value, "VALUE.ARRAY", parameter);
+  Uint32 count = 0;
+  for (Element name = value.firstChild(); name; name = name.next()) {
+    if (++count > maxProperties) {
+      refuse("parameter " + excerpt(parameter) + ": more than " + std::to_string(maxProperties) +
+             " names");
+    }
+  }
   Array<String> texts;
   decodeArray(CIMTYPE_STRING, value).get(texts);
   Array<String> names;

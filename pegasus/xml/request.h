@@ -62,6 +62,9 @@ class Request {
   const String& nameSpace() const { return nameSpace_; }
   // Names of all parameters, as sent. Of one that is there twice the getters see the first.
   std::vector<std::string> parameterNames() const;
+  // The class that the call is about, as the first parameter with a class, an instance name or an
+  // instance has it; empty when there is none. Nothing else of that parameter is read.
+  String targetClass() const;
 
   std::optional<String> className(std::string_view parameter) const;
   std::optional<CIMObjectPath> instanceName(std::string_view parameter) const;
@@ -73,6 +76,7 @@ class Request {
   // A value of this type; null when missing.
   CIMValue value(std::string_view parameter, CIMType type, bool isArray) const;
   std::optional<Boolean> boolean(std::string_view parameter) const;
+  // At most maxProperties names; more are refused.
   CIMPropertyList propertyList(std::string_view parameter) const;
 
  private:

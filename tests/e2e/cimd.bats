@@ -130,6 +130,29 @@ failsWith() { # NAME OPERATION [ARG...]
     failsWith CIM_ERR_NOT_SUPPORTED ain "$fruPath"
 }
 
+@test "the namespaces, as an independent client looks for them" {
+    startMachine
+    wbem ei -nl http://127.0.0.1:5988/interop:CIM_Namespace
+    equal '-Name="interop"
+-Name="root/kvasd"
+-Name="root/PG_InterOp"' "$(grep '^-Name=' <<<"$output" | LC_ALL=C sort -f)" 'the namespaces'
+    wbem ein http://127.0.0.1:5988/root:__Namespace
+    equal '127.0.0.1:5988/root:__Namespace.Name="kvasd"
+127.0.0.1:5988/root:__Namespace.Name="PG_InterOp"' "$output" 'what is in root'
+}
+
+@test "cimcli ns finds the namespaces" {
+    [[ -n ${MORVIK_WITH_CIM_SERVER-} ]] || skip 'no OpenPegasus client: MORVIK_WITH_CIM_SERVER is not set'
+    local prefix
+    prefix=$("$MORVIK_WITH_CIM_SERVER" --prefix)
+    startMachine
+    run env LD_LIBRARY_PATH="$prefix/lib" "$prefix/bin/cimcli" ns -l 127.0.0.1:5988
+    equal 0 "$status" status
+    equal 'interop
+root/kvasd
+root/PG_InterOp' "$(LC_ALL=C sort -f <<<"$output")" 'the namespaces'
+}
+
 @test "what is created is lost at the end; what the files describe is not" {
     startMachine
     createFan

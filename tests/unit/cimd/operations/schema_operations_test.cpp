@@ -227,6 +227,40 @@ TEST_F(SchemaOperations, ErrorsTellWhatIsNotThere) {
             "3: CIM_ERR_INVALID_NAMESPACE: root/x ");
 }
 
+TEST(EmbeddedObjects, PropertiesCarryTheAttributeInClassesAndInstances) {
+  test::Server server(R"(
+    class In { [Key] string Id; };
+    class Out { [Key] string Id; [EmbeddedInstance("In")] string One; [EmbeddedObject] string Any_;
+                [EmbeddedInstance("In")] string Many[]; [EmbeddedObject(false)] string Plain; };
+    class Below : Out { [Override("One")] string One; };
+    instance of Below { Id = "null"; };
+    instance of Below { Id = "xml"; One = "<INSTANCE CLASSNAME=\"In\"/>";
+                        Any_ = "<CLASS NAME=\"In\"/>"; Many = {"<INSTANCE CLASSNAME=\"In\"/>"}; };
+    instance of Below { Id = "text"; One = "<CLASS NAME=\"In\"/>"; Any_ = "no object";
+                        Many = {"<INSTANCE CLASSNAME=\"In\"/>", ""}; };
+  )");
+  const auto embedded = [](const std::string& xml) {
+    return attributes(xml, "PROPERTY", "EmbeddedObject") +
+           attributes(xml, "PROPERTY.ARRAY", "EmbeddedObject");
+  };
+  const auto get = [&](const char* id, const Parameters& more = {}) {
+    Parameters parameters{{"InstanceName", test::instanceName("Below", "Id", id)}};
+    parameters.insert(parameters.end(), more.begin(), more.end());
+    return server.ask("GetInstance", parameters);
+  };
+  const Parameters all{{"ClassName", className("Below")}, {"LocalOnly", value("false")}};
+  EXPECT_EQ(embedded(server.ask("GetClass", all)), "instance object instance ");
+  EXPECT_EQ(embedded(get("null")), "instance object instance ");
+  EXPECT_EQ(embedded(get("xml")), "instance object instance ");
+  EXPECT_EQ(embedded(get("xml", {{"IncludeClassOrigin", value("true")}})),
+            "instance object instance ");
+  EXPECT_EQ(elementNamed(get("xml"), "PROPERTY", "One"),
+            "<PROPERTY NAME=\"One\" TYPE=\"string\" EmbeddedObject=\"instance\">"
+            "<VALUE>&lt;INSTANCE CLASSNAME=&quot;In&quot;/&gt;</VALUE></PROPERTY>");
+  // What a client could not decode is not announced as an object.
+  EXPECT_EQ(embedded(get("text")), "");
+}
+
 TEST_F(SchemaOperations, InstancesCarryTheQualifiersOfTheirClassIfAsked) {
   server_.ask("CreateInstance", {{"NewInstance",
                                   "<INSTANCE CLASSNAME=\"Leaf\"><PROPERTY NAME=\"Id\" "

@@ -1,5 +1,6 @@
 #include "operations/dispatcher.h"
 #include <gtest/gtest.h>
+#include "xml/object_decoder.h"
 #include "xml/response.h"
 
 #include "support.h"
@@ -83,6 +84,18 @@ TEST_F(DispatcherTest, PropertyListSelectsAndUnknownNamesAreIgnored) {
             "Text,Number, Text, ");
   EXPECT_EQ(enumerated(false, CIMPropertyList({"Number", "Text"})), "Text, Text, ");
   EXPECT_EQ(enumerated(true, CIMPropertyList(Pegasus::Array<String>())), "  ");
+}
+
+TEST_F(DispatcherTest, APropertyListHasAtMostAsManyNamesAsAClass) {
+  Pegasus::Array<String> names;
+  for (Uint32 i = 0; i < Pegasus::xml::maxProperties; ++i) {
+    names.append("Text");
+  }
+  EXPECT_EQ(enumerated(true, CIMPropertyList(names)), "Text, Text, ");
+  names.append("Text");
+  RequestWriter writer = request("EnumerateInstances");
+  writer.className("ClassName", "Base").propertyList("PropertyList", CIMPropertyList(names));
+  EXPECT_EQ(status(writer, "EnumerateInstances"), Pegasus::CIM_ERR_INVALID_PARAMETER);
 }
 
 TEST_F(DispatcherTest, ClassOriginIsTheClassThatIntroducedTheProperty) {
