@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <string>
 #include <tuple>
 #include <utility>
 
@@ -151,6 +152,16 @@ std::vector<Entry> readEntries(CIMClient& client) {
   std::stable_sort(entries.begin(), entries.end(),
                    [](const Entry& a, const Entry& b) { return orderOf(a) < orderOf(b); });
   return entries;
+}
+
+bool isCategory(const String& name) {
+  std::u16string units(name.view());
+  for (char16_t& unit : units) {
+    if (unit >= u'a' && unit <= u'z') {
+      unit = static_cast<char16_t>(unit - u'a' + u'A');
+    }
+  }
+  return findCategory(String(units)).has_value();
 }
 
 bool isAmong(const std::optional<String>& category, const std::vector<std::string>& names) {

@@ -1,4 +1,4 @@
-// The published FRUs, as the CIM server tells them.
+// The published FRUs, as the CIM server has them.
 #pragma once
 
 #include <Pegasus/Client/CIMClient.h>
@@ -29,6 +29,9 @@ struct Entry {
 // read, each is asked for by its name. Throws Exception if the names cannot be read either, and
 // what the client throws if the server refuses, and if there is no connection or no answer in time.
 std::vector<Entry> readEntries(Pegasus::CIMClient& client);
+
+// Whether morvik has a category of this name, in any letter case.
+bool isCategory(const Pegasus::String& name);
 
 // Whether `category` is one of the names, letter case ignored. Without names, every category is.
 bool isAmong(const std::optional<Pegasus::String>& category, const std::vector<std::string>& names);

@@ -1,14 +1,15 @@
 #include "explainer.h"
 
-#include "xml/object_encoder.h"
-
 #include <algorithm>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
+#include "cim/selection.h"
+#include "entries.h"
 #include "import/import.h"
 
 using Pegasus::CIMInstance;
-using Pegasus::InvalidValueException;
 using Pegasus::String;
 using Pegasus::Uint32;
 
@@ -16,34 +17,26 @@ namespace show {
 
 namespace {
 
+// A machine with a hundred processors must not fill the screen with them.
+constexpr std::size_t mostValues = 8;
+
 bool isBlank(const String& line) {
   const auto units = line.view();
   return std::all_of(units.begin(), units.end(),
                      [](char16_t unit) { return unit == u' ' || unit == u'\t' || unit == u'\r'; });
 }
 
-String toCapitals(const String& text) {
-  std::u16string units(text.view());
-  for (char16_t& unit : units) {
-    if (unit >= u'a' && unit <= u'z') {
-      unit = static_cast<char16_t>(unit - u'a' + u'A');
-    }
-  }
-  return String(units);
-}
-
-// Whether the first two fields are there as they should be. It tells a misspelt category from a
-// heading; morvik itself does not look.
+// Whether the line has two fields in quotes, which tells a misspelt category from a heading; morvik
+// itself does not look.
 bool hasTwoFields(const String& line) {
   const Uint32 comma = line.find(',');
   return comma != PEG_NOT_FOUND && comma > 0 && line[comma - 1] == '"' &&
          line.find(comma + 1, '"') == comma + 1;
 }
 
-Reason explainToken(const String& token) {
+Reason unknownCategory(const String& token) {
   const String words = String("unknown category \"") + token + "\"";
-  return {"unknown-category",
-          findCategory(toCapitals(token)) ? words + ": capital letters are needed" : words};
+  return {"unknown-category", isCategory(token) ? words + ": must be in capital letters" : words};
 }
 
 String lineWords(std::uint64_t line) {
@@ -54,95 +47,188 @@ String valueOf(const CIMInstance& instance, const char* property) {
   return instance.getProperty(instance.findProperty(property)).getValue().toString();
 }
 
-}  // namespace
-
-Judgement Explainer::judge(LineRead read, const String& line) {
-  Judgement judgement;
-  judgement.line = ++lines_;
-  if (read == LineRead::tooLong) {
-    judgement.reason = {"too-long", "over-long line: more than 255 bytes"};
-  } else if (read == LineRead::unfinished) {
-    judgement.reason = {"unfinished", "last line without a newline: not read"};
-  } else {
-    judgeText(line, judgement);
-  }
-  return judgement;
+// Whether XML 1.0 has all characters of the text, which the client library insists on. A text from
+// a file has no unpaired surrogates.
+bool isXmlText(const String& text) {
+  const auto units = text.view();
+  return std::all_of(units.begin(), units.end(), [](char16_t unit) {
+    return (unit >= u' ' && unit < 0xFFFE) || unit == u'\t' || unit == u'\n' || unit == u'\r';
+  });
 }
 
-void Explainer::judgeText(const String& line, Judgement& judgement) {
+// --- why a line does not fit this machine; whether it fits is not decided here ---
+
+bool isPlain(const String& value) {
+  const auto units = value.view();
+  return !units.empty() && std::all_of(units.begin(), units.end(), [](char16_t unit) {
+    return (unit >= u'0' && unit <= u'9') || (unit >= u'a' && unit <= u'z') ||
+           (unit >= u'A' && unit <= u'Z') || unit == u'_';
+  });
+}
+
+// In quotes if blanks, or an empty value, could be overlooked.
+String quoted(const String& value) {
+  return isPlain(value) ? value : String("\"") + value + "\"";
+}
+
+// Each value once: "1800 and 2000".
+String listWords(const Answers& answers) {
+  std::vector<String> words;
+  for (const auto& value : answers.values) {
+    const String word = value ? quoted(*value) : String("one without a value");
+    if (std::find(words.begin(), words.end(), word) == words.end()) {
+      words.push_back(word);
+    }
+  }
+  if (words.size() > mostValues) {
+    const std::string rest = std::to_string(words.size() - mostValues + 1);
+    words.resize(mostValues - 1);
+    words.emplace_back(rest + " others");
+  }
+  String list;
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    list += i == 0 ? "" : (i + 1 < words.size() ? ", " : " and ");
+    list += words[i];
+  }
+  return list;
+}
+
+Reason difference(const char* code, const String& asked, const Answers& answers, const char* what,
+                  const char* instances) {
+  if (answers.refusal) {
+    return {"unknown-here",
+            String("the CIM server does not show its ") + instances + ": " + *answers.refusal};
+  }
+  if (answers.values.empty()) {
+    return {"unknown-here", String("the CIM server has no ") + instances};
+  }
+  if (answers.has(asked)) {
+    throw std::runtime_error("the CIM server failed, or changed while it was read");
+  }
+  return {answers.isBroken() ? "unknown-here" : code,
+          String(what) + " differs: " + quoted(asked) + " asked, " + listWords(answers) + " here"};
+}
+
+// A line without its token is compared all the same, by the text at a certain place.
+void addMissing(const QualifierText& qualifier, const char* token, Reason& reason) {
+  if (!qualifier.isGiven) {
+    reason.words += String("; the line has no ") + token;
+  }
+}
+
+// The line is one of PROCESSOR, MEMORY or KEYBOARD.
+Reason whyItDiffers(Category category, const String& line, const Machine& machine) {
+  if (category == Category::processor) {
+    const QualifierText speed = cutSpeed(line);
+    return speed.isGiven
+               ? difference("clock-differs", speed.value, machine.clocks, "clock", "processors")
+               : Reason{"no-speed", "the line has no SPEED="};
+  }
+  if (category == Category::memory) {
+    const QualifierText size = cutSize(line);
+    Reason reason =
+        difference("size-differs", size.value, machine.memorySizes, "size", "memory modules");
+    addMissing(size, "SIZE=", reason);
+    return reason;
+  }
+  const QualifierText language = cutLanguage(line);
+  const String& here = machine.languageCode;
+  Reason reason = {"language-differs", String("language differs: ") + quoted(language.value) +
+                                           " asked, " + (here.size() > 0 ? quoted(here) : "none") +
+                                           " here"};
+  addMissing(language, "LANGUAGE=", reason);
+  return reason;
+}
+
+}  // namespace
+
+Explanation Explainer::explain(LineRead read, const String& line) {
+  Explanation explanation;
+  explanation.line = ++lines_;
+  if (read == LineRead::tooLong) {
+    explanation.reason = {"too-long", "too long: more than 255 bytes"};
+  } else if (read == LineRead::unfinished) {
+    explanation.reason = {"unfinished", "last line without a newline: not read"};
+  } else {
+    explainText(line, explanation);
+  }
+  return explanation;
+}
+
+void Explainer::explainText(const String& line, Explanation& explanation) {
   if (isComment(line)) {
-    judgement.reason = {"comment", "comment: there is a # in it"};
+    explanation.reason = {"comment", "comment: the line has a #"};
     return;
   }
   if (isBlank(line)) {
-    judgement.reason = {"blank", "blank line"};
+    explanation.reason = {"blank", "blank line"};
     return;
   }
   const String token = cutCategoryToken(line);
   if (const auto category = findCategory(token)) {
-    judgement.category = token;
-    judgeEntry(*category, line, judgement);
+    explanation.category = token;
+    explainEntry(*category, line, explanation);
   } else if (hasTwoFields(line)) {
-    judgement.category = token;
-    judgement.reason = explainToken(token);
+    explanation.category = token;
+    explanation.reason = unknownCategory(token);
   } else {
-    judgement.reason = {"no-entry", "no entry: does not begin like \"number\",\"CATEGORY\""};
+    explanation.reason = {"no-entry", "not an entry: does not begin like \"number\",\"CATEGORY\""};
   }
 }
 
-void Explainer::judgeEntry(Category category, const String& line, Judgement& judgement) {
-  judgement.verdict = Verdict::leftOut;
-  judgement.fields = cutEntryFields(line);
+void Explainer::explainEntry(Category category, const String& line, Explanation& explanation) {
+  explanation.result = Result::leftOut;
+  explanation.fields = cutEntryFields(line);
   if (!isSelected(client_, category, line, publication_)) {
-    judgement.reason = whyNotSelected(category, line);
+    explanation.reason = whyNotSelected(category, line);
     return;
   }
   CIMInstance instance(String("KVAXDT_FRU"));
   fillInstance(category, line, instance, publication_);
-  judgement.identifyingNumber = valueOf(instance, "IdentifyingNumber");
-  if (const auto reason = whyNotCreated(instance, judgement)) {
-    judgement.reason = *reason;
+  explanation.identifyingNumber = valueOf(instance, "IdentifyingNumber");
+  if (const auto reason = whyNotCreated(instance, explanation)) {
+    explanation.reason = *reason;
     return;
   }
   notePublished(category, publication_);
-  notePublishedLine(category, judgement);
-  judgement.verdict = Verdict::published;
-  judgement.reason = {"published", String("as ") + *judgement.identifyingNumber};
+  notePublishedLine(category, explanation);
+  explanation.result = Result::published;
+  explanation.reason = {"published", String("as ") + *explanation.identifyingNumber};
 }
 
 Reason Explainer::whyNotSelected(Category category, const String& line) const {
   if (category == Category::planar) {
-    return {"not-first", String("second PLANAR: the one of ") + lineWords(planarLine_) + " counts"};
+    return {"not-first", String("second PLANAR: ") + lineWords(planarLine_) + " comes first"};
   }
   if (category == Category::cdrom) {
-    return {"not-first", String("second CDROM: the one of ") + lineWords(cdromLine_) + " counts"};
+    return {"not-first", String("second CDROM: ") + lineWords(cdromLine_) + " comes first"};
   }
-  return explainMismatch(category, line, machine_);
+  return whyItDiffers(category, line, machine_);
 }
 
 std::optional<Reason> Explainer::whyNotCreated(const CIMInstance& instance,
-                                               const Judgement& judgement) const {
-  try {
-    std::string xml;
-    Pegasus::xml::appendInstance(xml, instance);
-  } catch (const InvalidValueException& error) {
-    return Reason{"not-sendable", String("cannot be sent: ") + error.getMessage()};
+                                               const Explanation& explanation) const {
+  for (Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
+    if (!isXmlText(instance.getProperty(i).getValue().toString())) {
+      return Reason{"not-sendable", "cannot be sent: it has a control character"};
+    }
   }
-  const auto same = published_.find({judgement.fields->fruNumber, *judgement.identifyingNumber});
+  const auto same =
+      published_.find({explanation.fields->fruNumber, *explanation.identifyingNumber});
   if (same != published_.end()) {
-    return Reason{"same-key", String("refused: FRU number and identifying number ") +
-                                  *judgement.identifyingNumber + " are those of " +
+    return Reason{"same-key", String("refused: same FRU number and identifying number ") +
+                                  *explanation.identifyingNumber + " as " +
                                   lineWords(same->second)};
   }
   return std::nullopt;
 }
 
-void Explainer::notePublishedLine(Category category, const Judgement& judgement) {
-  published_[{judgement.fields->fruNumber, *judgement.identifyingNumber}] = judgement.line;
+void Explainer::notePublishedLine(Category category, const Explanation& explanation) {
+  published_[{explanation.fields->fruNumber, *explanation.identifyingNumber}] = explanation.line;
   if (category == Category::planar) {
-    planarLine_ = judgement.line;
+    planarLine_ = explanation.line;
   } else if (category == Category::cdrom) {
-    cdromLine_ = judgement.line;
+    cdromLine_ = explanation.line;
   }
 }
 

@@ -11,51 +11,58 @@
 #include "import/fru_file.h"
 #include "import/publication.h"
 #include "machine.h"
-#include "mismatch.h"
 
 namespace show {
 
-enum class Verdict {
+enum class Result {
   published,
-  // An entry that is not for this machine, or not accepted by the server.
+  // An entry that is not for this machine, or that the server would refuse.
   leftOut,
-  // No entry at all.
+  // Not an entry.
   ignored,
 };
 
-struct Judgement {
+struct Reason {
+  // For programs; the manual page lists them all.
+  const char* code = "";
+  Pegasus::String words;
+};
+
+// What becomes of one line.
+struct Explanation {
   // From 1.
   std::uint64_t line = 0;
-  Verdict verdict = Verdict::ignored;
+  Result result = Result::ignored;
   Reason reason;
-  // As the line has it; nothing where it names none.
+  // As the line has it; absent if it names none.
   std::optional<Pegasus::String> category;
-  // Of published entries and those left out.
+  // Of entries, published or left out.
   std::optional<EntryFields> fields;
   // Of entries that morvik would try to publish.
   std::optional<Pegasus::String> identifyingNumber;
 };
 
 // Goes through the lines as an import does, with the import's own functions, but creates nothing: a
-// creation succeeds if the instance can be sent and no earlier one has the same FRU number and
-// IdentifyingNumber, the keys of the class.
+// creation is taken to succeed if the instance can be sent and no earlier one has the same FRU
+// number and IdentifyingNumber, the keys of the class.
 class Explainer {
  public:
-  // Both must outlive this. The client is asked anew for each line of a processor or memory module.
+  // Both must outlive this. The client is asked again for each line of a processor or memory
+  // module.
   Explainer(Pegasus::CIMClient& client, const Machine& machine)
       : client_(client), machine_(machine) {}
   // The lines must come in order, each with how it was read, which is not `end`. Throws
-  // AnswersChanged.
-  Judgement judge(LineRead read, const Pegasus::String& line);
+  // std::runtime_error if the server fails, or now answers otherwise than `machine` has it.
+  Explanation explain(LineRead read, const Pegasus::String& line);
 
  private:
-  void judgeText(const Pegasus::String& line, Judgement& judgement);
-  void judgeEntry(Category category, const Pegasus::String& line, Judgement& judgement);
+  void explainText(const Pegasus::String& line, Explanation& explanation);
+  void explainEntry(Category category, const Pegasus::String& line, Explanation& explanation);
   Reason whyNotSelected(Category category, const Pegasus::String& line) const;
-  // Nothing when the creation succeeds.
+  // Nothing if the creation succeeds.
   std::optional<Reason> whyNotCreated(const Pegasus::CIMInstance& instance,
-                                      const Judgement& judgement) const;
-  void notePublishedLine(Category category, const Judgement& judgement);
+                                      const Explanation& explanation) const;
+  void notePublishedLine(Category category, const Explanation& explanation);
 
   Pegasus::CIMClient& client_;
   const Machine& machine_;

@@ -25,27 +25,27 @@ std::optional<String> valueOf(const CIMInstance& instance,
   }
 }
 
-Told ask(const std::function<Array<CIMInstance>()>& read,
-         const std::function<String(const CIMInstance&)>& text) {
-  Told told;
+Answers ask(const std::function<Array<CIMInstance>()>& read,
+            const std::function<String(const CIMInstance&)>& text) {
+  Answers answers;
   try {
     for (const CIMInstance& instance : read()) {
-      told.values.push_back(valueOf(instance, text));
+      answers.values.push_back(valueOf(instance, text));
     }
   } catch (const CIMException& refusal) {
-    told.refusal = refusal.getMessage();
+    answers.refusal = refusal.getMessage();
   }
-  return told;
+  return answers;
 }
 
 }  // namespace
 
-bool Told::has(const String& value) const {
+bool Answers::has(const String& value) const {
   const auto end = std::find(values.begin(), values.end(), std::nullopt);
   return std::find(values.begin(), end, value) != end;
 }
 
-bool Told::isBroken() const {
+bool Answers::isBroken() const {
   return std::find(values.begin(), values.end(), std::nullopt) != values.end();
 }
 

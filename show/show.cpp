@@ -8,17 +8,15 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <string>
 #include <system_error>
 
 #include "cim/client.h"
 #include "entries.h"
-#include "entry_report.h"
 #include "explainer.h"
-#include "explanation.h"
 #include "import/fru_file.h"
 #include "machine.h"
-#include "machine_report.h"
-#include "terminal.h"
+#include "output.h"
 #include "text.h"
 
 using Pegasus::CIMClient;
@@ -28,10 +26,6 @@ namespace show {
 
 namespace {
 
-void complain(const String& words) {
-  std::cerr << "morvik-show: " << harmless(words, lookAt(STDERR_FILENO)) << std::endl;
-}
-
 ExitStatus list(CIMClient& client, const Options& options, const Terminal& terminal) {
   std::vector<Entry> entries = readEntries(client);
   std::erase_if(entries, [&](const Entry& entry) {
@@ -39,7 +33,7 @@ ExitStatus list(CIMClient& client, const Options& options, const Terminal& termi
            !(entry.problem || isAmong(entry.category, options.categories));
   });
   if (options.isJson) {
-    writeJson(std::cout, terminal, entries);
+    writeJson(std::cout, entries);
   } else if (options.isCsv) {
     writeCsv(std::cout, terminal, entries);
   } else if (entries.empty()) {
@@ -52,41 +46,38 @@ ExitStatus list(CIMClient& client, const Options& options, const Terminal& termi
   if (unreadable > 0) {
     const std::string count = std::to_string(unreadable);
     complain(String(count + (unreadable == 1 ? " entry" : " entries") + " cannot be read"));
-    return EXIT_TROUBLE;
+    return ExitStatus::trouble;
   }
-  return entries.empty() ? EXIT_NONE : EXIT_SOME;
+  return entries.empty() ? ExitStatus::noEntries : ExitStatus::entries;
 }
 
 ExitStatus showMachine(CIMClient& client, const Options& options, const Terminal& terminal) {
   const Machine machine = readMachine(client);
   if (options.isJson) {
-    JsonWriter json(std::cout, terminal.hasOnlyAscii);
-    json.openObject().key("format").value(std::uint64_t{1}).key("machine");
-    writeMachine(json, machine);
-    json.closeObject();
+    writeMachineJson(std::cout, machine);
   } else {
     writeMachine(std::cout, terminal, machine);
   }
   bool isRefused = false;
   bool isEmpty = true;
-  for (const Told* told : {&machine.models, &machine.clocks, &machine.memorySizes}) {
-    isEmpty = isEmpty && told->values.empty();
-    if (told->refusal) {
+  for (const Answers* answers : {&machine.models, &machine.clocks, &machine.memorySizes}) {
+    isEmpty = isEmpty && answers->values.empty();
+    if (answers->refusal) {
       isRefused = true;
-      complain(*told->refusal);
+      complain(*answers->refusal);
     }
   }
   if (isRefused) {
-    return EXIT_TROUBLE;
+    return ExitStatus::trouble;
   }
-  return isEmpty ? EXIT_NONE : EXIT_SOME;
+  return isEmpty ? ExitStatus::noEntries : ExitStatus::entries;
 }
 
 [[noreturn]] void failToRead(const std::string& file, int error) {
   throw std::system_error(error, std::generic_category(), "cannot read " + file);
 }
 
-// Devices are left alone: some of them never end.
+// Devices are not read: some of them never end.
 std::ifstream open(const std::string& name) {
   std::error_code error;
   const auto status = std::filesystem::status(name, error);
@@ -107,43 +98,45 @@ ExitStatus explain(CIMClient& client, const Options& options, std::istream& file
   // An import reads these first, and ends there if it cannot.
   client.enumerateInstanceNames(cimNamespace, "KVAXDT_FRU");
   const Machine machine = readMachine(client);
-  std::unique_ptr<Explanation> explanation;
-  if (options.isJson) {
-    explanation = std::make_unique<JsonExplanation>(std::cout, terminal, machine);
-  } else {
-    explanation = std::make_unique<TextExplanation>(std::cout, terminal);
-  }
   Explainer explainer(client, machine);
-  Counts counts;
   String line;
-  for (LineRead read = readAnyLine(file, line); read != LineRead::end;
-       read = readAnyLine(file, line)) {
-    const Judgement judgement = explainer.judge(read, line);
-    if (isAmong(judgement.category, options.categories)) {
-      explanation->add(judgement);
-      counts.add(judgement.verdict);
+  const auto next = [&]() -> std::optional<Explanation> {
+    for (LineRead read = readAnyLine(file, line); read != LineRead::end;
+         read = readAnyLine(file, line)) {
+      Explanation explanation = explainer.explain(read, line);
+      if (isAmong(explanation.category, options.categories)) {
+        return explanation;
+      }
     }
-  }
-  if (file.bad()) {
-    failToRead(*options.explained, EIO);
-  }
-  explanation->finish(counts);
-  return counts.published > 0 ? EXIT_SOME : EXIT_NONE;
+    if (file.bad()) {
+      failToRead(*options.explained, EIO);
+    }
+    return std::nullopt;
+  };
+  const Summary summary = options.isJson ? writeExplanationsJson(std::cout, machine, next)
+                                         : writeExplanations(std::cout, terminal, next);
+  return summary.published > 0 ? ExitStatus::entries : ExitStatus::noEntries;
+}
+
+// The port of plain CIM-XML, where none is given.
+String addressOf(const std::string& server) {
+  const std::size_t port = server.find(':', server.rfind(']') + 1);
+  return String(port == std::string::npos ? server + ":5988" : server);
 }
 
 }  // namespace
 
 ExitStatus run(const Options& options) {
-  const Terminal terminal = lookAt(STDOUT_FILENO);
-  // A file that is not there is told even where no server is.
+  const Terminal terminal = terminalOf(STDOUT_FILENO);
+  // Opened first: a missing file is reported even if there is no server.
   std::ifstream file;
   if (options.explained) {
     file = open(*options.explained);
   }
   const std::unique_ptr<CIMClient> owner = makeClient();
   CIMClient& client = *owner;
-  client.connect(String(options.server), String::EMPTY, String::EMPTY);
-  ExitStatus status = EXIT_SOME;
+  client.connect(addressOf(options.server), String::EMPTY, String::EMPTY);
+  ExitStatus status = ExitStatus::entries;
   if (options.explained) {
     status = explain(client, options, file, terminal);
   } else if (options.isMachine) {
@@ -156,6 +149,10 @@ ExitStatus run(const Options& options) {
     throw std::runtime_error("cannot write to standard output");
   }
   return status;
+}
+
+void complain(const String& message) {
+  std::cerr << "morvik-show: " << sanitized(message, terminalOf(STDERR_FILENO)) << std::endl;
 }
 
 }  // namespace show

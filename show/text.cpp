@@ -1,10 +1,19 @@
 #include "text.h"
 
+#include <langinfo.h>
 #include <locale.h>  // NOLINT(modernize-deprecated-headers): <clocale> has no newlocale
+#include <sys/ioctl.h>
+#include <unistd.h>
 #include <utf8.h>
 #include <wchar.h>  // NOLINT(modernize-deprecated-headers): <cwchar> has no wcwidth
 
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
 #include <iterator>
+#include <numeric>
+#include <string_view>
+#include <utility>
 
 using Pegasus::String;
 
@@ -12,8 +21,28 @@ namespace show {
 
 namespace {
 
-// wcwidth() knows nothing past ASCII in the locales of jobs. So it is asked in one that is always
-// there, whatever the user's own is.
+constexpr std::size_t usualColumns = 80;
+
+std::string_view environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? "" : value;
+}
+
+std::size_t terminalColumns(int descriptor) {
+  const std::string_view wanted = environment("COLUMNS");
+  const char* end = wanted.data() + wanted.size();
+  std::size_t columns = 0;
+  const auto parsed = std::from_chars(wanted.data(), end, columns);
+  if (parsed.ec == std::errc() && parsed.ptr == end && columns > 0) {
+    return columns;
+  }
+  winsize size = {};
+  const bool isKnown = ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return isKnown ? size.ws_col : usualColumns;
+}
+
+// wcwidth() knows nothing past ASCII in the locales of jobs, so it is asked in one that always
+// exists, whatever the user's own is.
 class Utf8Locale {
  public:
   Utf8Locale() : before_(uselocale(utf8())) {}
@@ -43,7 +72,7 @@ int widthOf(char32_t c) {
   return wcwidth(static_cast<wchar_t>(c));
 }
 
-// They have no width of their own, but make the line around them read otherwise than it is.
+// These have no width of their own, but change the order in which the line around them reads.
 bool turnsDirection(char32_t c) {
   return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) ||
          (c >= 0x2066 && c <= 0x2069);
@@ -65,13 +94,31 @@ const char* sequenceOf(Style style) {
   return "";
 }
 
-}  // namespace
-
+// Whether the character must not reach a terminal.
 bool isHarmful(char32_t c) {
   return turnsDirection(c) || widthOf(c) < 0;
 }
 
-std::string harmless(const String& text, const Terminal& terminal) {
+constexpr std::size_t gap = 2;
+// A narrower column would be of no use; the terminal wraps the lines instead.
+constexpr std::size_t narrowest = 8;
+
+}  // namespace
+
+Terminal terminalOf(int descriptor) {
+  Terminal terminal;
+  terminal.isTerminal = isatty(descriptor) == 1;
+  if (!terminal.isTerminal) {
+    return terminal;
+  }
+  const std::string_view kind = environment("TERM");
+  terminal.hasColours = environment("NO_COLOR").empty() && !kind.empty() && kind != "dumb";
+  terminal.hasOnlyAscii = std::string_view(nl_langinfo(CODESET)) != "UTF-8";
+  terminal.columns = terminalColumns(descriptor);
+  return terminal;
+}
+
+std::string sanitized(const String& text, const Terminal& terminal) {
   const std::string bytes = text.toUtf8();
   std::string result;
   for (auto position = bytes.begin(); position != bytes.end();) {
@@ -85,45 +132,90 @@ std::string harmless(const String& text, const Terminal& terminal) {
   return result;
 }
 
-std::size_t columnsOf(const std::string& harmlessText) {
+std::size_t columnsOf(const std::string& text) {
   std::size_t columns = 0;
-  for (auto position = harmlessText.begin(); position != harmlessText.end();) {
-    const int width = widthOf(utf8::next(position, harmlessText.end()));
+  for (auto position = text.begin(); position != text.end();) {
+    const int width = widthOf(utf8::next(position, text.end()));
     columns += width > 0 ? static_cast<std::size_t>(width) : 0;
   }
   return columns;
 }
 
-std::string cutTo(std::size_t columns, const std::string& harmlessText, const Terminal& terminal) {
-  if (columns == 0 || columnsOf(harmlessText) <= columns) {
-    return harmlessText;
+std::string cutTo(std::size_t columns, const std::string& text, const Terminal& terminal) {
+  if (columns == 0 || columnsOf(text) <= columns) {
+    return text;
   }
   const char* ellipsis = terminal.hasOnlyAscii ? "~" : "\u2026";
   std::size_t taken = 0;
-  auto end = harmlessText.begin();
-  for (auto position = end; position != harmlessText.end(); end = position) {
-    const int width = widthOf(utf8::next(position, harmlessText.end()));
+  auto end = text.begin();
+  for (auto position = end; position != text.end(); end = position) {
+    const int width = widthOf(utf8::next(position, text.end()));
     taken += width > 0 ? static_cast<std::size_t>(width) : 0;
     if (taken > columns - 1) {
       break;
     }
   }
-  return std::string(harmlessText.begin(), end) + ellipsis;
+  return std::string(text.begin(), end) + ellipsis;
 }
 
-std::string padTo(std::size_t columns, std::string harmlessText) {
-  const std::size_t width = columnsOf(harmlessText);
+std::string padTo(std::size_t columns, std::string text) {
+  const std::size_t width = columnsOf(text);
   if (width < columns) {
-    harmlessText.append(columns - width, ' ');
+    text.append(columns - width, ' ');
   }
-  return harmlessText;
+  return text;
 }
 
-std::string styled(Style style, const std::string& harmlessText, const Terminal& terminal) {
+std::string styled(Style style, const std::string& text, const Terminal& terminal) {
   if (!terminal.hasColours || style == Style::plain) {
-    return harmlessText;
+    return text;
   }
-  return sequenceOf(style) + harmlessText + "\x1b[0m";
+  return sequenceOf(style) + text + "\x1b[0m";
+}
+
+Table::Table(std::vector<std::string> headings) {
+  add(std::move(headings), Style::bold);
+}
+
+void Table::add(std::vector<std::string> cells, Style style) {
+  rows_.push_back({std::move(cells), style});
+}
+
+std::vector<std::size_t> Table::widths(std::size_t columns) const {
+  std::vector<std::size_t> widths(rows_.front().cells.size(), 0);
+  for (const Row& row : rows_) {
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+      widths[i] = std::max(widths[i], columnsOf(row.cells[i]));
+    }
+  }
+  if (columns == 0) {
+    return widths;
+  }
+  for (std::size_t& width : widths) {
+    width = std::min(width, std::max(columns, narrowest));
+  }
+  const std::size_t gaps = gap * (widths.size() - 1);
+  while (std::accumulate(widths.begin(), widths.end(), gaps) > columns) {
+    std::size_t& widest = *std::max_element(widths.begin(), widths.end());
+    if (widest <= narrowest) {
+      break;
+    }
+    --widest;
+  }
+  return widths;
+}
+
+void Table::write(std::ostream& out, const Terminal& terminal) const {
+  const std::vector<std::size_t> widths = this->widths(terminal.columns);
+  for (const Row& row : rows_) {
+    std::string line;
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+      const std::string cell =
+          terminal.columns == 0 ? row.cells[i] : cutTo(widths[i], row.cells[i], terminal);
+      line += i + 1 < widths.size() ? padTo(widths[i] + gap, cell) : cell;
+    }
+    out << styled(row.style, line, terminal) << '\n';
+  }
 }
 
 }  // namespace show

@@ -1,38 +1,71 @@
-// Text from a server or a file, made fit for people. Such text may hold anything: sequences that a
-// terminal obeys, marks that turn the direction of writing, characters two columns wide or none.
+// Text from a server or a file, made fit for people, and tables of it. Such text may hold anything:
+// sequences that a terminal obeys, marks that turn the direction of writing, characters two columns
+// wide or none.
 #pragma once
 
 #include <Pegasus/Common/String.h>
 
 #include <cstddef>
+#include <ostream>
 #include <string>
-
-#include "terminal.h"
+#include <vector>
 
 namespace show {
 
-// True for characters that are not to reach a terminal: control characters, line separators, marks
-// that turn the direction of writing, and what the system does not know as printable.
-bool isHarmful(char32_t c);
+// Where the output goes. As constructed: a file or a pipe, which gets every character as it is.
+struct Terminal {
+  bool isTerminal = false;
+  bool hasColours = false;
+  // It would not understand UTF-8.
+  bool hasOnlyAscii = false;
+  // 0 if there is no limit.
+  std::size_t columns = 0;
+};
 
-// The text as UTF-8 with U+FFFD for each harmful character; on a terminal for ASCII only, with '?'
-// for these and for each character past ASCII.
-std::string harmless(const Pegasus::String& text, const Terminal& terminal);
+// What the descriptor is, and what the environment says of it: COLUMNS for the width, NO_COLOR and
+// TERM for colours, the locale for the characters. setlocale() must have been called.
+Terminal terminalOf(int descriptor);
 
-// The columns that a harmless text takes: 2 for each wide character of East Asia, none for
+// The text as UTF-8 with U+FFFD for each character that must not reach a terminal: control
+// characters, line separators, marks that turn the direction of writing, and whatever the system
+// does not know as printable. On a terminal for ASCII only, '?' for these and for each character
+// past ASCII.
+std::string sanitized(const Pegasus::String& text, const Terminal& terminal);
+
+// The columns that a sanitized text takes: 2 for each wide character of East Asia, none for
 // combining marks.
-std::size_t columnsOf(const std::string& harmlessText);
+std::size_t columnsOf(const std::string& text);
 
-// As much of a harmless text as fits, with an ellipsis at the end if something is missing; with
+// As much of a sanitized text as fits, with an ellipsis at the end if something is missing; with
 // `columns` 0, all of it.
-std::string cutTo(std::size_t columns, const std::string& harmlessText, const Terminal& terminal);
+std::string cutTo(std::size_t columns, const std::string& text, const Terminal& terminal);
 
-// The text and blanks up to that width.
-std::string padTo(std::size_t columns, std::string harmlessText);
+// The sanitized text, filled with blanks up to that width.
+std::string padTo(std::size_t columns, std::string text);
 
 enum class Style { plain, bold, faint, green, yellow };
 
-// The text with the sequences for that style around it, where the terminal has colours.
-std::string styled(Style style, const std::string& harmlessText, const Terminal& terminal);
+// The text with the sequences for that style around it, if the terminal has colours.
+std::string styled(Style style, const std::string& text, const Terminal& terminal);
+
+// A table for people.
+class Table {
+ public:
+  explicit Table(std::vector<std::string> headings);
+  // The cells are sanitized texts, as many as there are headings.
+  void add(std::vector<std::string> cells, Style style = Style::plain);
+  // The columns are as wide as their texts. If that is more than the terminal has, the widest ones
+  // are cut.
+  void write(std::ostream& out, const Terminal& terminal) const;
+
+ private:
+  struct Row {
+    std::vector<std::string> cells;
+    Style style;
+  };
+  std::vector<std::size_t> widths(std::size_t columns) const;
+
+  std::vector<Row> rows_;
+};
 
 }  // namespace show

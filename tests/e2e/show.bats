@@ -229,7 +229,7 @@ Language code   de (LANG is de_DE.UTF-8)' "$(cat all)" 'the machines'
     ends 0
     wrote 'Model           1234
 Machine type    none: morvik takes no type from this model
-Processors      2400 MHz, not told: morvik gives up, no value
+Processors      2400 MHz, missing: morvik stops here, no value
 Memory modules  none
 Language code   none (LANG is not set)'
     runShow --machine --json
@@ -239,7 +239,7 @@ Language code   none (LANG is not set)'
         "KVAXDT_Processor": [], "KVAXDT_PhysicalMemory": []}'
     runShow --machine
     ends 0
-    equal 'Model           unknown: the CIM server tells none
+    equal 'Model           unknown: the CIM server gives none
 Machine type    unknown: morvik fetches nothing' "$(head -n 2 "$out")" 'a system without model'
 }
 
@@ -281,6 +281,10 @@ morvik-show: CIM_ERR_INVALID_CLASS: no class KVAXDT_PhysicalMemory'
     startCimd --listen 127.0.0.1:15988 "$schema/kvaxdt.mof" machine.mof
     runShow --server localhost:15988 --machine
     ends 0
+    runShow --server localhost --machine
+    ends 2 'cannot connect to localhost:5988: Connection refused'
+    runShow --server '[::1]' --machine
+    ends 2 'cannot connect to [::1]:5988: Connection refused'
     runShow --server 127.0.0.1:15989 --machine
     ends 2 'cannot connect to 127.0.0.1:15989: Connection refused'
 }
@@ -331,14 +335,12 @@ extra
 --category
 --category FAN PLANAR
 --server
---server 127.0.0.1
---server :5988
---server 127.0.0.1:
---server 127.0.0.1:0
---server 127.0.0.1:65536
---server 127.0.0.1:5988x
---server ::1:5988
 END
+    local address
+    for address in :5988 127.0.0.1: 127.0.0.1:0 127.0.0.1:5988x ::1; do
+        runShow --server "$address"
+        ends 2 "cannot connect to $address: the address is not host:port"
+    done
     equal 0 "$(wc -l <"$accepted")" 'the number of connections'
 }
 

@@ -132,7 +132,7 @@ a heading
 "F18","FAN","","x"
 END
     ends 0
-    lineSays 1 'comment: there is a # in it'
+    lineSays 1 'comment: the line has a #'
     lineSays 2 'blank line'
     lineSays 3 'published  FAN        F1          as KVAHalvoranFru1'
     lineSays 4 'left out   PROCESSOR  F2          clock differs: 2400 asked, 1800 and 2000 here'
@@ -142,21 +142,21 @@ END
     lineSays 8 'size differs: "," asked, 256 and 512 here; the line has no SIZE='
     lineSays 9 'language differs: EN asked, en here'
     lineSays 10 'language differs: YBOARD asked, en here; the line has no LANGUAGE='
-    lineSays 12 'left out   PLANAR     F10         second PLANAR: the one of line 11 counts'
+    lineSays 12 'left out   PLANAR     F10         second PLANAR: line 11 comes first'
     lineSays 13 'as KVAHalvoranFru1'
-    lineSays 14 'second CDROM: the one of line 13 counts'
-    lineSays 15 'second CDROM: the one of line 13 counts'
+    lineSays 14 'second CDROM: line 13 comes first'
+    lineSays 15 'second CDROM: line 13 comes first'
     lineSays 16 'ignored    -          -           unknown category "FANS"'
-    lineSays 17 'unknown category "fan": capital letters are needed'
-    lineSays 18 'no entry: does not begin like "number","CATEGORY"'
-    lineSays 19 'no entry: does not begin like "number","CATEGORY"'
-    lineSays 20 'comment: there is a # in it'
-    lineSays 22 'refused: FRU number and identifying number KVAHalvoranFru1 are those of line 21'
+    lineSays 17 'unknown category "fan": must be in capital letters'
+    lineSays 18 'not an entry: does not begin like "number","CATEGORY"'
+    lineSays 19 'not an entry: does not begin like "number","CATEGORY"'
+    lineSays 20 'comment: the line has a #'
+    lineSays 22 'refused: same FRU number and identifying number KVAHalvoranFru1 as line 21'
     lineSays 23 'as KVAHalvoranFru2'
     equal '23 lines: 5 published, 11 left out, 7 ignored' "$(tail -n 1 "$out")" 'the summary'
 }
 
-@test "lines outside the format: over-long, unfinished, and with a character that cannot be sent" {
+@test "lines outside the format: too long, unfinished, and with a character that cannot be sent" {
     startMachine
     explainLines < <(
         printf '"%s","FAN","","x"\n' "$(printf '%0240d' 0)" # 255 bytes
@@ -165,7 +165,7 @@ END
     )
     ends 0
     grep -qE '^   1  published' "$out"
-    lineSays 2 'over-long line: more than 255 bytes'
+    lineSays 2 'too long: more than 255 bytes'
     grep -qE '^   3  left out .*cannot be sent: ' "$out"
     lineSays 4 'as KVAHalvoranFru3'
     lineSays 5 'last line without a newline: not read'
@@ -182,14 +182,14 @@ END
 END
     ends 0
     lineSays 1 'as KVAHalvoranFru1'
-    lineSays 2 'clock differs: 2400 asked, 1800, one that does not tell and 2400 here'
+    lineSays 2 'clock differs: 2400 asked, 1800, one without a value and 2400 here'
     lineSays 3 'the CIM server has no memory modules'
     lineSays 4 'language differs: en asked, none here'
     stopServers
     startDescribed '{"KVAXDT_FRU": []}'
     explainLines <<<'"F1","PROCESSOR","SPEED=1800","x"'
     ends 1
-    lineSays 1 'the CIM server does not tell the processors: CIM_ERR_INVALID_CLASS: no class KVAXDT_Processor'
+    lineSays 1 'the CIM server does not show its processors: CIM_ERR_INVALID_CLASS: no class KVAXDT_Processor'
 }
 
 @test "--json: the same for programs" {
@@ -221,7 +221,7 @@ Try 'morvik-show --help'."
 END
     ends 0
     equal '2 lines: 1 published, 1 left out, 0 ignored' "$(tail -n 1 "$out")" 'the summary'
-    lineSays 4 'second PLANAR: the one of line 3 counts'
+    lineSays 4 'second PLANAR: line 3 comes first'
     explainLines --category CDROM <<<'"F1","FAN","","x"'
     ends 1
 }
@@ -267,7 +267,7 @@ END
 "F3","PROCESSOR","SPEED=2400","x"
 END
         equal 2 "$status" "the status after $fault"
-        grep -q 'the CIM server failed or changed while it was asked' "$err"
+        grep -q 'the CIM server failed, or changed while it was read' "$err"
     done
 }
 

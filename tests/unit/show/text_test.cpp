@@ -1,9 +1,10 @@
-// Text of others on a terminal: what is let through, how wide it is, where it is cut.
+// Text on a terminal: what is let through, how wide it is, where it is cut; the columns of tables.
 #include "text.h"
 
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <sstream>
 #include <string>
 
 using Pegasus::String;
@@ -14,38 +15,38 @@ namespace {
 const Terminal file;
 const Terminal asciiTerminal = {.isTerminal = true, .hasOnlyAscii = true};
 
-TEST(Text, PrintableCharactersOfAllKindsStay) {
+TEST(Text, PrintableCharactersAreKept) {
   for (const char* text : {"", "a b~", "é", "e\u0301", "日本語", "한국어", "\U0001F600", "€ £"}) {
-    EXPECT_EQ(harmless(text, file), text);
+    EXPECT_EQ(sanitized(text, file), text);
   }
 }
 
-TEST(Text, WhatATerminalObeysIsReplaced) {
+TEST(Text, ControlCharactersAreReplaced) {
   for (const char* bad : {"\x1b", "\x07", "\t", "\n", "\r", "\x7f", "\u0080", "\u009b", "\u0085"}) {
-    EXPECT_EQ(harmless(String("a") + bad + "b", file), "a\uFFFDb") << bad;
+    EXPECT_EQ(sanitized(String("a") + bad + "b", file), "a\uFFFDb") << bad;
   }
-  EXPECT_EQ(harmless(String(std::string_view("a\0b", 3)), file), "a\uFFFDb");
+  EXPECT_EQ(sanitized(String(std::string_view("a\0b", 3)), file), "a\uFFFDb");
 }
 
-TEST(Text, WhatTurnsTheDirectionIsReplaced) {
+TEST(Text, MarksThatTurnTheDirectionAreReplaced) {
   for (const char* bad :
        {"\u061c", "\u200e", "\u200f", "\u202a", "\u202e", "\u2066", "\u2069", "\u2028", "\u2029"}) {
-    EXPECT_EQ(harmless(bad, file), "\uFFFD");
+    EXPECT_EQ(sanitized(bad, file), "\uFFFD");
   }
 }
 
-TEST(Text, BytesThatAreNoUtf8AreTakenAsLatin1) {
-  EXPECT_EQ(harmless("L\xfc"
-                     "fter\x9b",
-                     file),
+TEST(Text, BytesThatAreNotUtf8AreReadAsLatin1) {
+  EXPECT_EQ(sanitized("L\xfc"
+                      "fter\x9b",
+                      file),
             "Lüfter\uFFFD");
 }
 
-TEST(Text, ATerminalForAsciiGetsNothingElse) {
-  EXPECT_EQ(harmless("aé日\x1b\u202e~", asciiTerminal), "a????~");
+TEST(Text, AsciiTerminalGetsOnlyAscii) {
+  EXPECT_EQ(sanitized("aé日\x1b\u202e~", asciiTerminal), "a????~");
 }
 
-TEST(Text, WidthCountsColumnsNotBytes) {
+TEST(Text, WidthIsCountedInColumns) {
   EXPECT_EQ(columnsOf(""), 0U);
   EXPECT_EQ(columnsOf("abc"), 3U);
   EXPECT_EQ(columnsOf("für"), 3U);
@@ -55,7 +56,7 @@ TEST(Text, WidthCountsColumnsNotBytes) {
   EXPECT_EQ(columnsOf("\uFFFD"), 1U);
 }
 
-TEST(Text, TheWidthDoesNotDependOnTheLocale) {
+TEST(Text, WidthDoesNotDependOnTheLocale) {
   ASSERT_STREQ(setlocale(LC_CTYPE, nullptr), "C");
   EXPECT_EQ(columnsOf("日"), 2U);
 }
@@ -68,7 +69,7 @@ TEST(Text, CutTextEndsWithAnEllipsisAndFits) {
   EXPECT_EQ(cutTo(4, "abcde", asciiTerminal), "abc~");
 }
 
-TEST(Text, AWideCharacterIsNotCutInTwo) {
+TEST(Text, WideCharacterIsNotCutInTwo) {
   EXPECT_EQ(cutTo(6, "日本語", file), "日本語");
   EXPECT_EQ(cutTo(5, "日本語", file), "日本…");
   EXPECT_EQ(cutTo(4, "日本語", file), "日…");
@@ -88,6 +89,42 @@ TEST(Text, OnlyATerminalWithColoursGetsThem) {
   const Terminal coloured = {.isTerminal = true, .hasColours = true};
   EXPECT_EQ(styled(Style::bold, "a", coloured), "\x1b[1ma\x1b[0m");
   EXPECT_EQ(styled(Style::plain, "a", coloured), "a");
+}
+
+std::string written(const Table& table, std::size_t columns) {
+  std::ostringstream out;
+  table.write(out, {.columns = columns});
+  return out.str();
+}
+
+TEST(Table, ColumnsAreAsWideAsTheirTexts) {
+  Table table({"A", "LONG", "C"});
+  table.add({"日本", "x", "last"});
+  EXPECT_EQ(written(table, 0), "A     LONG  C\n日本  x     last\n");
+}
+
+TEST(Table, WidestColumnIsCutFirst) {
+  Table table({"A", "B"});
+  table.add({"123456789", std::string(50, 'x')});
+  EXPECT_EQ(written(table, 30), "A          B\n123456789  " + std::string(18, 'x') + "…\n");
+}
+
+TEST(Table, ColumnsOfTheSameWidthAreCutAlike) {
+  Table table({"A", "B"});
+  table.add({std::string(50, 'x'), std::string(50, 'y')});
+  EXPECT_EQ(written(table, 22), "A           B\nxxxxxxxxx…  yyyyyyyyy…\n");
+}
+
+TEST(Table, NoColumnBecomesTooNarrowToRead) {
+  Table table({"A", "B"});
+  table.add({std::string(50, 'x'), "12345678"});
+  EXPECT_EQ(written(table, 3), "A         B\nxxxxxxx…  12345678\n");
+}
+
+TEST(Table, HugeTextIsCutQuickly) {
+  Table table({"A"});
+  table.add({std::string(5000000, 'x')});
+  EXPECT_EQ(written(table, 10), "A\nxxxxxxxxx…\n");
 }
 
 }  // namespace
