@@ -8,11 +8,12 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
-#include "client/http_message.h"
+#include "client/http_exchange.h"
+#include "text/ascii.h"
+#include "text/host_port.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <limits>
 #include <memory>
 #include <system_error>
@@ -25,29 +26,28 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 [[noreturn]] void throwCannotConnect(const std::string& where, const std::string& why) {
-  const std::string message = "cannot connect to " + where + ": " + why;
-  throw CannotConnectException(String(std::string_view(message)));
+  throw CannotConnectException(String("cannot connect to " + where + ": " + why));
 }
 
 [[noreturn]] void throwBroken(int error) {
-  const std::string message = "the connection broke: " + std::generic_category().message(error);
-  throw CIMClientMalformedHTTPException(String(std::string_view(message)));
+  throw CIMClientMalformedHTTPException(
+      String("the connection broke: " + std::generic_category().message(error)));
 }
 
 // The longest wait for a server that may be about to close the connection after its first answer.
 constexpr milliseconds maxCloseTime{20};
 
-// How late a time-out may come, against how often a waiting client wakes up.
+// How late a time-out may be noticed: a waiting client wakes up this often.
 constexpr milliseconds deadlinePause{50};
 
-// Whether a call failed only because nothing happened for a while, or a signal came.
+// Whether a call failed only because nothing happened for a while, or because of a signal.
 bool isTransient(int error) {
   return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
 }
 
 using Addresses = std::unique_ptr<addrinfo, decltype(&freeaddrinfo)>;
 
-// A numeric address is taken as it is, without the files and libraries of the name service.
+// A numeric address is tried first, which needs no files and libraries of the name service.
 Addresses lookUp(const std::string& host, const std::string& port) {
   addrinfo hints{};
   hints.ai_socktype = SOCK_STREAM;
@@ -72,43 +72,29 @@ int millisecondsUntil(Deadline deadline) {
   return static_cast<int>(std::clamp<std::int64_t>(left, 0, std::numeric_limits<int>::max()));
 }
 
-// Checked here, because getaddrinfo() takes a number past 65535 for another port.
-bool isPort(std::string_view text) {
-  unsigned port = 0;
-  const char* end = text.data() + text.size();
-  return std::from_chars(text.data(), end, port).ptr == end && port > 0 && port <= 65535;
-}
-
-bool consistsOf(std::string_view text, std::string_view others) {
-  return std::all_of(text.begin(), text.end(), [others](char c) {
-    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-           others.find(c) != std::string_view::npos;
+bool consistsOf(std::string_view host, std::string_view others) {
+  return std::all_of(host.begin(), host.end(), [others](char c) {
+    return text::isDigit(c) || text::isLetter(c) || others.find(c) != std::string_view::npos;
   });
 }
 
-bool isHostName(std::string_view text) {
-  return !text.empty() && consistsOf(text, ".-_");
-}
-
-// An IPv6 address, which may have a zone: fe80::1%eth0.
-bool isBracketed(std::string_view text) {
-  return text.size() > 2 && text.front() == '[' && text.back() == ']' &&
-         text.find(':') != std::string_view::npos &&
-         consistsOf(text.substr(1, text.size() - 2), ":.%-_");
+// A name, an IPv4 address, or in brackets an IPv6 address, which may have a zone: fe80::1%eth0.
+// Nothing else can get into the Host header.
+bool isHost(const text::HostPort& address) {
+  return address.isBracketed
+             ? address.host.find(':') != std::string_view::npos && consistsOf(address.host, ":.%-_")
+             : consistsOf(address.host, ".-_");
 }
 
 }  // namespace
 
 HttpConnection::HttpConnection(const String& address) : hostHeader_(address.toUtf8()) {
-  const std::size_t colon = hostHeader_.rfind(':');
-  host_ = hostHeader_.substr(0, colon);
-  port_ = colon == std::string::npos ? "" : hostHeader_.substr(colon + 1);
-  if (!isPort(port_) || (!isHostName(host_) && !isBracketed(host_))) {
+  const auto parts = text::splitHostPort(hostHeader_);
+  if (!parts || text::parsePort(parts->port.value_or("")).value_or(0) == 0 || !isHost(*parts)) {
     throwCannotConnect(hostHeader_, "the address is not host:port");
   }
-  if (host_.front() == '[') {
-    host_ = host_.substr(1, host_.size() - 2);
-  }
+  host_ = parts->host;
+  port_ = *parts->port;
 }
 
 HttpConnection::~HttpConnection() {
@@ -157,8 +143,8 @@ int HttpConnection::tryConnect(const addrinfo& address, Deadline deadline) {
   }
   const int on = 1;
   setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-  // From here on the socket waits by itself, so that an answer takes no call more than to receive
-  // it. It comes back now and then for a look at the deadline.
+  // From here on the socket blocks, so that an answer costs no other call than the one that
+  // receives it. Each call returns now and then to check the deadline.
   fcntl(socket_, F_SETFL, 0);
   const timeval pause{0, std::chrono::microseconds(deadlinePause).count()};
   setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &pause, sizeof pause);

@@ -16,11 +16,11 @@ class HttpAnswer;
 
 using Deadline = std::chrono::steady_clock::time_point;
 
-// Opens the connection when it is needed, keeps it between exchanges, and drops it after everything
-// that leaves its state in doubt.
+// Opens the connection when it is needed, keeps it between exchanges, and closes it after
+// everything that leaves its state in doubt.
 class HttpConnection {
  public:
-  // `address` is host, colon and port. Throws CannotConnectException when it has another form.
+  // `address` is host, colon and port. Throws CannotConnectException if it has another form.
   explicit HttpConnection(const String& address);
   ~HttpConnection();
   HttpConnection(const HttpConnection&) = delete;
@@ -28,14 +28,14 @@ class HttpConnection {
   HttpConnection(HttpConnection&&) = delete;
   HttpConnection& operator=(HttpConnection&&) = delete;
 
-  // Throws CannotConnectException when no address of the host takes the connection before the
+  // Throws CannotConnectException if no address of the host accepts the connection before the
   // deadline. The deadline does not hold for looking up a host name.
   void open(Deadline deadline);
   void close();
 
-  // Sends one request and returns the body of the answer. A connection that the server has closed
-  // meanwhile is opened anew before anything is sent; what has been sent is never sent again.
-  // Throws CannotConnectException, ConnectionTimeoutException, CIMClientMalformedHTTPException,
+  // Sends one request and returns the body of the response. If the server has closed the connection
+  // meanwhile, another is opened before anything is sent; nothing is ever sent twice. Throws
+  // CannotConnectException, ConnectionTimeoutException, CIMClientMalformedHTTPException,
   // CIMClientHTTPErrorException, CIMException.
   std::string exchange(std::string_view method, const String& nameSpace, std::string_view body,
                        Deadline deadline);

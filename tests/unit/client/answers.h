@@ -1,4 +1,4 @@
-// What the scripted servers of these tests answer, and what the tests ask.
+// Answers for the scripted servers of these tests, and the questions to them.
 #pragma once
 
 #include <Pegasus/Client/CIMClient.h>
@@ -10,7 +10,7 @@
 std::string recordedAnswer(const std::string& name);
 std::string recordedRequest(const std::string& name);
 
-// What stands behind the header of an HTTP message.
+// What follows the header of an HTTP message.
 std::string bodyOf(const std::string& message);
 
 // A complete HTTP answer with Content-Length; `fields` are further header lines, each with its end.

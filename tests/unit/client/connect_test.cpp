@@ -25,7 +25,7 @@ const ScriptedServer::Script answerOnce = [](Peer& peer) {
   peer.awaitClose();
 };
 
-// What connect() says of an address; empty when it does not throw.
+// The message for an address; empty if connect() does not throw.
 std::string refusalOf(const std::string& address) {
   CIMClient client(20'000);
   try {
@@ -51,7 +51,7 @@ TEST(Connect, OpensTheConnectionAtOnce) {
   EXPECT_EQ(server.problems(), "");
 }
 
-TEST(Connect, AddressOfAnotherFormIsRefused) {
+TEST(Connect, AddressMustBeHostAndPort) {
   for (const std::string& address : {std::string(),
                                      std::string("127.0.0.1"),
                                      std::string("127.0.0.1:"),
@@ -78,16 +78,16 @@ TEST(Connect, AddressOfAnotherFormIsRefused) {
   }
 }
 
-TEST(Connect, NumberThatIsNoAddressIsRefused) {
+TEST(Connect, InvalidIpv6AddressIsRefused) {
   EXPECT_NE(refusalOf("[1:2]:5988"), "");
 }
 
-// The label is longer than a name may have it, so nobody on the network is asked.
+// The label is longer than any label of a name, so no name server is asked.
 TEST(Connect, UnknownNameIsRefused) {
   EXPECT_NE(refusalOf(std::string(64, 'a') + ":5988"), "");
 }
 
-TEST(Connect, NameIsLookedUpAndEachOfItsAddressesTried) {
+TEST(Connect, NameIsLookedUpAndEachAddressIsTried) {
   ScriptedServer server({answerOnce});
   CIMClient client(20'000);
   client.connect(String(("localhost:" + portOf(server)).c_str()), "", "");
@@ -97,7 +97,7 @@ TEST(Connect, NameIsLookedUpAndEachOfItsAddressesTried) {
               testing::HasSubstr("\r\nHost: localhost:" + portOf(server) + "\r\n"));
 }
 
-TEST(Connect, Ipv6AddressStandsInBrackets) {
+TEST(Connect, Ipv6AddressIsInBrackets) {
   std::optional<ScriptedServer> server;
   try {
     server.emplace(std::vector<ScriptedServer::Script>{answerOnce}, "::1");
@@ -111,8 +111,8 @@ TEST(Connect, Ipv6AddressStandsInBrackets) {
   EXPECT_THAT(server->requests()[0], testing::HasSubstr("\r\nHost: [::1]:" + portOf(*server)));
 }
 
-TEST(Connect, PortWhereNobodyListensIsRefused) {
-  // Bound, so that nobody else gets it meanwhile, but not listening.
+TEST(Connect, ClosedPortIsRefused) {
+  // Bound, so that no other process gets the port, but not listening.
   const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_in address{};
   address.sin_family = AF_INET;
@@ -125,8 +125,7 @@ TEST(Connect, PortWhereNobodyListensIsRefused) {
   close(socket);
 }
 
-// The socket's failure to become ready is a failure to connect, too, and no other error.
-TEST(Connect, FailureWhileWaitingForTheConnectionIsRefused) {
+TEST(Connect, FailureWhileWaitingIsAFailureToConnect) {
   ScriptedServer server({});
   systemCalls.pollError = ENOMEM;
   const std::string refusal = refusalOf(server.address());
@@ -143,7 +142,7 @@ TEST(Connect, CredentialsAreRefusedWithoutAConnection) {
   EXPECT_EQ(server.connections(), 0U);
 }
 
-TEST(Connect, TwiceIsAnError) {
+TEST(Connect, SecondCallIsAnError) {
   ScriptedServer server({answerOnce});
   CIMClient client(20'000);
   client.connect(server.address().c_str(), "", "");
@@ -152,7 +151,7 @@ TEST(Connect, TwiceIsAnError) {
   EXPECT_EQ(server.connections(), 1U);
 }
 
-TEST(Connect, CanBeTriedAgainAfterAFailure) {
+TEST(Connect, CanBeRepeatedAfterAFailure) {
   ScriptedServer server({answerOnce});
   CIMClient client(20'000);
   EXPECT_THROW(client.connect("127.0.0.1", "", ""), CannotConnectException);
@@ -160,7 +159,7 @@ TEST(Connect, CanBeTriedAgainAfterAFailure) {
   EXPECT_EQ(askProperty(client), "x");
 }
 
-TEST(Connect, OperationsBeforeItAndAfterDisconnectAreErrors) {
+TEST(Connect, IsNeededBeforeOperationsAndAgainAfterDisconnect) {
   ScriptedServer server({[](Peer& peer) { peer.awaitClose(); }, answerOnce});
   CIMClient client(20'000);
   client.disconnect();

@@ -51,7 +51,7 @@ TEST_F(KeptConnection, ServesAllOperations) {
   expectServed(1, 100);
 }
 
-TEST_F(KeptConnection, OutlastsRefusals) {
+TEST_F(KeptConnection, IsKeptAfterRefusals) {
   start({[](Peer& peer) {
     peer.answer(recordedAnswer("10-get-property-no-such-property"));
     peer.answer(httpAnswer("", "CIMOperation: MethodResponse\r\nCIMStatusCode: 6\r\n"));
@@ -63,10 +63,10 @@ TEST_F(KeptConnection, OutlastsRefusals) {
   expectServed(1, 3);
 }
 
-// The connection does not rely on its owner for that.
-TEST_F(KeptConnection, AfterAnAnswerThatIsNoneTheNextRequestOpensAnother) {
+// HttpConnection does this itself, without its owner.
+TEST_F(KeptConnection, IsOpenedAgainAfterSomethingOtherThanHttp) {
   server.emplace(std::vector<ScriptedServer::Script>{[](Peer& peer) {
-                                                       peer.answer("no HTTP\r\n\r\n");
+                                                       peer.answer("not HTTP\r\n\r\n");
                                                        peer.awaitClose();
                                                      },
                                                      answerOnce});
@@ -209,7 +209,7 @@ TEST_F(KeptConnection, ClosedRightAfterConnectIsOpenedAgain) {
   expectServed(2, 1);
 }
 
-TEST_F(KeptConnection, WithoutServerAnyMoreCannotBeOpenedAgain) {
+TEST_F(KeptConnection, CannotBeOpenedAgainWithoutAServer) {
   start({[](Peer&) {}});
   server->awaitClosed(1);
   server.reset();
@@ -219,14 +219,14 @@ TEST_F(KeptConnection, WithoutServerAnyMoreCannotBeOpenedAgain) {
   EXPECT_THROW(client.connect("127.0.0.1:5988", "", ""), AlreadyConnectedException);
 }
 
-TEST_F(KeptConnection, ClosedInsteadOfAnAnswerIsAnErrorAndTheRequestIsNotSentAgain) {
+TEST_F(KeptConnection, CloseInsteadOfAnAnswerIsAnErrorAndNothingIsSentAgain) {
   start({[](Peer& peer) { peer.readRequest(); }, answerOnce});
   EXPECT_THROW(client.createInstance("root/kvasd", CIMInstance{String("KVAXDT_FRU")}),
                CIMClientMalformedHTTPException);
   expectServed(1, 1);
 }
 
-TEST_F(KeptConnection, ResetInsteadOfAnAnswerIsAnErrorAndTheRequestIsNotSentAgain) {
+TEST_F(KeptConnection, ResetInsteadOfAnAnswerIsAnErrorAndNothingIsSentAgain) {
   start({[](Peer& peer) {
            peer.readRequest();
            peer.resetAtEnd();
@@ -236,9 +236,8 @@ TEST_F(KeptConnection, ResetInsteadOfAnAnswerIsAnErrorAndTheRequestIsNotSentAgai
   expectServed(1, 1);
 }
 
-// The end of the server's sending and the reset that follows would be a signal to a careless
-// sender.
-TEST_F(KeptConnection, BrokenWhileSendingIsAnErrorAndNoSignal) {
+// Without care, sending after the reset would raise a signal.
+TEST_F(KeptConnection, BreakWhileSendingIsAnErrorAndNotASignal) {
   start({[](Peer& peer) {
            peer.readBytes(1);
            peer.endSending();
@@ -276,7 +275,7 @@ TEST_F(KeptConnection, IsClosedWhenTheServerSaysSo) {
   expectServed(4, 4);
 }
 
-TEST_F(KeptConnection, BytesBehindAnAnswerAreNotTheNextAnswer) {
+TEST_F(KeptConnection, BytesAfterAnAnswerAreNotTheNextAnswer) {
   const std::string second = propertyAnswer("smuggled");
   start({[&](Peer& peer) {
            peer.answer(propertyAnswer("x") + second);
@@ -288,7 +287,7 @@ TEST_F(KeptConnection, BytesBehindAnAnswerAreNotTheNextAnswer) {
   expectServed(2, 2);
 }
 
-TEST_F(KeptConnection, UnaskedBytesAreNotTheNextAnswer) {
+TEST_F(KeptConnection, UnsolicitedBytesAreNotTheNextAnswer) {
   std::promise<void> answered;
   std::promise<void> sent;
   start({[&](Peer& peer) {
@@ -306,7 +305,20 @@ TEST_F(KeptConnection, UnaskedBytesAreNotTheNextAnswer) {
   expectServed(2, 2);
 }
 
-TEST_F(KeptConnection, IsDroppedAfterAnAnswerThatIsNone) {
+// Some servers keep the connection open after an error that announces no length.
+TEST_F(KeptConnection, HttpErrorIsThrownWithoutWaitingForABody) {
+  start({[](Peer& peer) {
+           peer.answer(recordedAnswer("16-request-not-well-formed"));
+           peer.awaitClose();
+         },
+         answerOnce});
+  EXPECT_THROW(askProperty(client), CIMClientHTTPErrorException);
+  server->awaitClosed(1);
+  EXPECT_EQ(askProperty(client), "x");
+  expectServed(2, 2);
+}
+
+TEST_F(KeptConnection, IsClosedAfterAnAnswerThatCannotBeUsed) {
   const std::vector<std::string> answers = {
       httpAnswer("<CIM"), httpAnswer("<html/>"),
       httpAnswer("<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\"/></CIM>"),

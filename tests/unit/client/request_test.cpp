@@ -1,4 +1,4 @@
-// What operations send that no recording shows.
+// What operations send that no recording shows, and how it leaves.
 #include <Pegasus/Client/CIMClient.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,6 +7,7 @@
 
 #include "answers.h"
 #include "scripted_server.h"
+#include "system_calls.h"
 
 namespace Pegasus {
 namespace {
@@ -15,8 +16,8 @@ using testing::HasSubstr;
 
 const String nameSpace = "root/kvasd";
 
-// Of GetInstance there is no recording.
-TEST(Request, GetInstance) {
+// There is no recording of GetInstance.
+TEST(Request, GetInstanceSendsNameAndFlags) {
   const std::string answer =
       "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"@ID@\" PROTOCOLVERSION=\"1.0\">"
       "<SIMPLERSP><IMETHODRESPONSE NAME=\"GetInstance\"><IRETURNVALUE>"
@@ -43,7 +44,7 @@ TEST(Request, GetInstance) {
   EXPECT_EQ(bodyOf(server.requests()[0]) + "\n", expected);
 }
 
-TEST(Request, EveryFlagOfAnEnumerationIsSent) {
+TEST(Request, EnumerationSendsEveryFlag) {
   ScriptedServer server(
       {[&](Peer& peer) { peer.answer(recordedAnswer("01-enumerate-instances")); }});
   CIMClient client(20'000);
@@ -60,25 +61,7 @@ TEST(Request, EveryFlagOfAnEnumerationIsSent) {
                         "<VALUE>Vendor</VALUE></VALUE.ARRAY></IPARAMVALUE></IMETHODCALL>"));
 }
 
-TEST(Request, RequestHeaderIsAsServersWantIt) {
-  ScriptedServer server({[](Peer& peer) { peer.answer(propertyAnswer("x")); }});
-  CIMClient client(20'000);
-  client.connect(server.address().c_str(), "", "");
-  client.getProperty("root/\xc3\xa9 1", fruName(), "Name");
-  ASSERT_EQ(server.requests().size(), 1U);
-  const std::string request = server.requests()[0];
-  const std::string body = bodyOf(request);
-  EXPECT_EQ(request, "POST /cimom HTTP/1.1\r\nHost: " + server.address() +
-                         "\r\nContent-Type: application/xml; charset=\"utf-8\"\r\n"
-                         "Content-Length: " +
-                         std::to_string(body.size()) +
-                         "\r\nAccept: application/xml, text/xml\r\nCIMOperation: MethodCall\r\n"
-                         "CIMProtocolVersion: 1.0\r\nCIMMethod: GetProperty\r\n"
-                         "CIMObject: root%2F%C3%A9%201\r\n\r\n" +
-                         body);
-}
-
-TEST(Request, HasAMessageIdOfItsOwn) {
+TEST(Request, EachHasItsOwnMessageId) {
   const auto answerThree = [](Peer& peer) {
     for (int i = 0; i < 3; i++) {
       peer.answer(propertyAnswer("x"));
@@ -98,7 +81,7 @@ TEST(Request, HasAMessageIdOfItsOwn) {
   EXPECT_EQ(ids.size(), 3U);
 }
 
-TEST(Request, CharacterThatXmlCannotCarryIsNotSent) {
+TEST(Request, WithACharacterThatXmlLacksIsNotSent) {
   ScriptedServer server({[](Peer& peer) {
     peer.answer(propertyAnswer("x"));
     peer.awaitClose();
@@ -114,6 +97,52 @@ TEST(Request, CharacterThatXmlCannotCarryIsNotSent) {
   EXPECT_EQ(server.requests().size(), 1U);
   EXPECT_EQ(server.connections(), 1U);
   EXPECT_EQ(server.problems(), "");
+}
+
+// What else can be wrong with a body is tested with the decoder.
+TEST(Request, AnswerToAnotherRequestIsAnError) {
+  std::string answer = propertyBody("x");
+  answer.replace(answer.find("@ID@"), 4, "1000");
+  ScriptedServer server({[&](Peer& peer) { peer.answer(httpAnswer(answer)); }});
+  CIMClient client(20'000);
+  client.connect(server.address().c_str(), "", "");
+  EXPECT_THROW(askProperty(client), CIMClientResponseException);
+  EXPECT_EQ(server.problems(), "");
+}
+
+// A header that is sent alone can delay the body until its acknowledgement.
+TEST(Request, LeavesInOneSegment) {
+  std::vector<std::size_t> segments;
+  ScriptedServer server({[&](Peer& peer) {
+    for (int i = 0; i < 3; i++) {
+      peer.readRequest();
+      segments.push_back(peer.segments());
+      peer.send(propertyAnswer("x"));
+    }
+  }});
+  CIMClient client(20'000);
+  client.connect(server.address().c_str(), "", "");
+  for (int i = 0; i < 3; i++) {
+    EXPECT_EQ(askProperty(client), "x");
+  }
+  EXPECT_EQ(server.problems(), "");
+  EXPECT_EQ(segments, (std::vector<std::size_t>{1, 2, 3}));
+}
+
+// There is always room for the next bytes, and the answer arrives before the whole request is sent.
+TEST(Request, TimesOutThoughTheServerKeepsTakingALittle) {
+  ScriptedServer server({[](Peer& peer) {
+    peer.readBytes(1);
+    peer.send("HTTP/1.1 503 Service Unavailable\r\nContent-Length: 0\r\n\r\n");
+    peer.readRequest();
+  }});
+  CIMClient client(300);
+  client.connect(server.address().c_str(), "", "");
+  const std::string large(1U << 20, 'x');
+  const CIMObjectPath name = fruName(large.c_str());
+  systemCalls.slowSendSize = 1024;
+  EXPECT_THROW(client.deleteInstance("root/kvasd", name), ConnectionTimeoutException);
+  systemCalls.slowSendSize = 0;
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
-#include "client/http_message.h"
+#include "client/http_exchange.h"
 
 #include <Pegasus/Common/Exception.h>
 
-// GCC takes boost::optional for uninitialized in code that it inlines from there.
+// GCC warns of an uninitialized boost::optional in code that it inlines from there.
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
@@ -15,6 +15,9 @@
 #pragma GCC diagnostic pop
 #endif
 
+#include "text/ascii.h"
+#include "text/percent.h"
+
 #include <charconv>
 #include <stdexcept>
 
@@ -26,75 +29,35 @@ namespace {
 
 constexpr std::size_t readSize = 64U << 10;
 
-bool equalNoCase(std::string_view a, std::string_view b) {
-  return String::equalNoCase(String(a), String(b));
-}
-
-// RFC 3986, whatever the locale says about bytes past ASCII.
-bool isUnreserved(char c) {
-  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-         std::string_view("-._~").find(c) != std::string_view::npos;
-}
-
-// Everything but unreserved characters is encoded, the slash of a namespace included.
-std::string percentEncoded(std::string_view text) {
-  static constexpr std::string_view digits = "0123456789ABCDEF";
-  std::string encoded;
-  for (const char c : text) {
-    if (isUnreserved(c)) {
-      encoded += c;
-    } else {
-      const auto byte = static_cast<unsigned char>(c);
-      encoded += '%';
-      encoded += digits[byte >> 4U];
-      encoded += digits[byte & 15U];
-    }
-  }
-  return encoded;
-}
-
-String percentDecoded(std::string_view text) {
-  std::string decoded;
-  for (std::size_t i = 0; i < text.size(); i++) {
-    unsigned byte = 0;
-    const char* digits = text.data() + i + 1;
-    if (text[i] == '%' && i + 2 < text.size() &&
-        std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2) {
-      decoded += static_cast<char>(byte);
-      i += 2;
-    } else {
-      decoded += text[i];
-    }
-  }
-  return String(std::string_view(decoded));
+String decodedField(std::string_view value) {
+  return String(text::percentDecoded(value));
 }
 
 [[noreturn]] void throwMalformed(const std::string& what) {
-  throw CIMClientMalformedHTTPException(String(std::string_view(what)));
+  throw CIMClientMalformedHTTPException(String(what));
 }
 
 Uint32 parseStatusCode(std::string_view text) {
   Uint32 code = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), code);
   if (error != std::errc() || end != text.data() + text.size()) {
-    throwMalformed("CIMStatusCode is no number");
+    throwMalformed("CIMStatusCode is not a number");
   }
   return code;
 }
 
 std::string_view mediaType(std::string_view contentType) {
-  const std::string_view type = contentType.substr(0, contentType.find(';'));
-  return type.substr(0, type.find_last_not_of(" \t") + 1);
+  return text::trimmed(contentType.substr(0, contentType.find(';')));
 }
 
 [[noreturn]] void throwUnparsable(const boost::system::error_code& error) {
   if (error == http::error::header_limit) {
-    throwMalformed("the header of the answer is larger than 64 KiB");
+    throwMalformed("the header of the response is larger than 64 KiB");
   }
   if (error == http::error::body_limit) {
-    throwMalformed("the answer is larger than 64 MiB");
+    throwMalformed("the response is larger than 64 MiB");
   }
-  throwMalformed("the answer is no HTTP: " + error.message());
+  throwMalformed("not an HTTP response: " + error.message());
 }
 
 }  // namespace
@@ -108,9 +71,9 @@ std::string makeHttpRequest(std::string_view host, std::string_view method, cons
   request.append(std::to_string(body.size()));
   request.append("\r\nAccept: application/xml, text/xml");
   request.append("\r\nCIMOperation: MethodCall\r\nCIMProtocolVersion: 1.0\r\nCIMMethod: ");
-  request.append(percentEncoded(method))
+  request.append(text::percentEncoded(method))
       .append("\r\nCIMObject: ")
-      .append(percentEncoded(nameSpace.toUtf8()));
+      .append(text::percentEncoded(nameSpace.toUtf8()));
   request.append("\r\n\r\n").append(body);
   return request;
 }
@@ -124,8 +87,8 @@ struct HttpAnswer::Parser {
     message->body_limit(maxBodySize);
   }
 
-  // Takes what it can from `unparsed`, at most to the end of the header or of a chunk. False when
-  // that was nothing, because the rest is yet to come.
+  // Takes what it can from `unparsed`, at most to the end of the header or of a chunk. False if
+  // that was nothing, because the rest has not arrived yet.
   bool step() {
     boost::system::error_code error;
     const bool isHeader = !message->is_header_done();
@@ -149,7 +112,7 @@ struct HttpAnswer::Parser {
     return {value.data(), value.size()};
   }
 
-  // A server may answer an error with 200 and tell it in these fields only, most often in a
+  // A server may report an error in these fields of a response with status 200, most often in a
   // trailer.
   void checkStatusCodes() const {
     const auto codes = message->get().equal_range("CIMStatusCode");
@@ -158,19 +121,20 @@ struct HttpAnswer::Parser {
       const Uint32 code = parseStatusCode({text.data(), text.size()});
       if (code != CIM_ERR_SUCCESS) {
         throw CIMException(static_cast<CIMStatusCode>(code),
-                           percentDecoded(this->field("CIMStatusCodeDescription")));
+                           decodedField(this->field("CIMStatusCodeDescription")));
       }
     }
   }
 
-  // Interim answers announce the final one; 101 would be another protocol, for which nobody asked.
+  // Interim responses announce the final one. 101 would switch to another protocol, which was not
+  // requested.
   bool isInterim() const { return status() / 100 == 1 && status() != 101; }
   bool isError() const { return status() != 200 && !isInterim(); }
   unsigned status() const { return message->get().result_int(); }
 
   boost::optional<http::response_parser<GrowingBody>> message;
   boost::beast::flat_buffer unparsed;
-  // Of interim answers and the final one together.
+  // Of interim responses and the final one together.
   std::size_t headerSize = 0;
 };
 
@@ -202,7 +166,7 @@ void HttpAnswer::end() {
     parser_->message->put_eof(error);
   }
   if (error || !parser_->message->is_done()) {
-    throwMalformed("the connection ended before the answer did");
+    throwMalformed("the connection ended before the response did");
   }
 }
 
@@ -219,21 +183,21 @@ void HttpAnswer::check() const {
   const auto& message = parser_->message->get();
   if (parser_->isError()) {
     const auto reason = message.reason();
-    throw CIMClientHTTPErrorException(message.result_int(),
-                                      String(std::string_view(reason.data(), reason.size())),
-                                      percentDecoded(parser_->field("CIMError")),
-                                      percentDecoded(parser_->field("PGErrorDetail")));
+    throw CIMClientHTTPErrorException(message.result_int(), String(std::string(reason)),
+                                      decodedField(parser_->field("CIMError")),
+                                      decodedField(parser_->field("PGErrorDetail")));
   }
-  if (!equalNoCase(parser_->field("CIMOperation"), "MethodResponse")) {
-    throwMalformed("the answer is no CIM answer: CIMOperation is not MethodResponse");
+  if (!text::equalNoCase(parser_->field("CIMOperation"), "MethodResponse")) {
+    throwMalformed("not a CIM response: CIMOperation is not MethodResponse");
   }
   const std::string_view type = mediaType(parser_->field("Content-Type"));
-  if (!type.empty() && !equalNoCase(type, "application/xml") && !equalNoCase(type, "text/xml")) {
-    throwMalformed("the answer is of another type than XML: " + std::string(type));
+  if (!type.empty() && !text::equalNoCase(type, "application/xml") &&
+      !text::equalNoCase(type, "text/xml")) {
+    throwMalformed("not an XML response: its type is " + std::string(type));
   }
   const std::string_view coding = parser_->field("Content-Encoding");
-  if (!coding.empty() && !equalNoCase(coding, "identity")) {
-    throwMalformed("the answer is encoded, which was not asked for: " + std::string(coding));
+  if (!coding.empty() && !text::equalNoCase(coding, "identity")) {
+    throwMalformed("the response has an encoding that was not requested: " + std::string(coding));
   }
   parser_->checkStatusCodes();
 }
