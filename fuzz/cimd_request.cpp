@@ -1,7 +1,7 @@
 // The bytes of one connection through the server: HTTP, checks, operations.
 //
-// The first byte of the input tells how many bytes behind it are sizes of the pieces in which the
-// rest arrives.
+// The first byte of the input is the number of bytes after it that are the sizes of the pieces in
+// which the rest arrives.
 #include <sys/socket.h>
 #include <unistd.h>
 #include "http/cim_handler.h"
@@ -30,7 +30,7 @@ namespace asio = boost::asio;
 namespace http = boost::beast::http;
 using fuzz::require;
 
-// Tells whether a client has changed something.
+// Knows whether a client has changed something.
 class Witness : public cimd::Journal {
  public:
   void put(const Pegasus::String& /*nameSpace*/, const cimd::InstanceKey& /*key*/,

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 
-#include "model/loopback_host.h"
 #include "model/names.h"
 
 namespace cimd {

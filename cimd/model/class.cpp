@@ -16,8 +16,8 @@ using Pegasus::String;
   throwCimError(Pegasus::CIM_ERR_INVALID_PARAMETER, text);
 }
 
-// The qualifier names what the element overrides, perhaps with its class: "CIM_Base.Name". In CIM 2
-// that has the name of the element itself.
+// The qualifier names the overridden element, perhaps with its class: "CIM_Base.Name". In CIM 2 an
+// element can only override one of its own name.
 void checkOverride(const Qualifiers& qualifiers, const String& name, bool isOverriding,
                    const String& where) {
   const Qualifier* found = findQualifier(qualifiers, "Override");
@@ -49,7 +49,7 @@ Embedded embeddedIn(const PropertyDeclaration& property) {
                                                                        : Embedded::none;
 }
 
-// Runs `add` for each; what is refused is refused with its position.
+// Runs `add` for each declaration and adds its position to what that throws.
 template <typename Declarations, typename Add>
 void addEach(const Declarations& declarations, RefusedFeature::Kind kind, Add add) {
   for (std::size_t position = 0; position < declarations.size(); ++position) {
@@ -99,6 +99,9 @@ void inheritQualifiers(Qualifiers& own, const Qualifiers& inherited, const Strin
   }
 }
 
+// A class is resolved once, when it is defined: it starts with the features of its superclass,
+// which is resolved already, and its own declarations are added or take the place of those with the
+// same name. Lookups then never walk up the hierarchy.
 Class::Class(const ClassDeclaration& declaration, Class* superclass)
     : name_(declaration.name),
       superclass_(superclass),
@@ -112,7 +115,7 @@ Class::Class(const ClassDeclaration& declaration, Class* superclass)
   addEach(declaration.methods, RefusedFeature::method,
           [this](const MethodDeclaration& method) { addMethod(method); });
   collectKeys();
-  // Last, for a class that is refused must not stay there.
+  // Last, because a class that is refused must not become a subclass.
   if (superclass != nullptr) {
     superclass->subclasses_.push_back(this);
   }

@@ -19,12 +19,12 @@ namespace cimd {
 struct Flavors {
   // False: a subclass may repeat the value but not change it.
   bool isOverridable = true;
-  // False: holds for the element that it stands at only (flavor Restricted).
+  // False: holds only for the element that has it (flavor Restricted).
   bool isForSubclasses = true;
   bool isTranslatable = false;
 };
 
-// Where a qualifier may stand. Bits, to be combined.
+// The elements that a qualifier may be applied to. Bits, to be combined.
 enum QualifierScope : unsigned {
   scopeClass = 1,
   scopeAssociation = 2,
@@ -40,9 +40,9 @@ struct QualifierDeclaration {
   Pegasus::String name;
   // Its type is that of all values of the qualifier. Null without default.
   Pegasus::CIMValue defaultValue;
-  // Elements of a fixed-size array, 0 for any number of them.
+  // The elements of a fixed-size array, 0 for any number of them.
   Pegasus::Uint32 arraySize = 0;
-  // Of QualifierScope.
+  // Bits of QualifierScope.
   unsigned scopes = scopeAny;
   Flavors flavors;
 };
@@ -53,8 +53,8 @@ struct Qualifier {
   Flavors flavors;
 };
 
-// A qualifier at one element. Values of a large schema are many and long, so those that a subclass
-// has from its superclass are shared.
+// A qualifier of one element. A large schema has many qualifiers with long values, so a subclass
+// shares those that it inherits.
 struct AppliedQualifier {
   std::shared_ptr<const Qualifier> qualifier;
   // True when it comes from the superclass.
@@ -63,7 +63,7 @@ struct AppliedQualifier {
 
 using Qualifiers = std::vector<AppliedQualifier>;
 
-// Null when it is not there. Letter case is ignored.
+// Null when there is none of this name, letter case ignored.
 const Qualifier* findQualifier(const Qualifiers& qualifiers, const Pegasus::String& name);
 
 // Adds to `own` what an element passes on to the one that overrides it. Throws CIMException
@@ -97,8 +97,8 @@ struct MethodParameter {
   Qualifiers qualifiers;
 };
 
-// One method as a class declares it. No method can be called here; clients that look at the schema
-// see them.
+// One method as a class declares it. No method can be called; clients that read the schema see
+// them.
 struct MethodDeclaration {
   Pegasus::String name;
   Pegasus::CIMType returnType = Pegasus::CIMTYPE_STRING;
@@ -106,7 +106,7 @@ struct MethodDeclaration {
   Qualifiers qualifiers;
 };
 
-// What a class declares itself, without what it inherits.
+// A class without the features that it inherits.
 struct ClassDeclaration {
   Pegasus::String name;
   // Empty for a class without superclass.
@@ -117,7 +117,7 @@ struct ClassDeclaration {
   Qualifiers qualifiers = {};
 };
 
-// Why a class is refused, with the one of its declared properties or methods that is the reason.
+// The reason why a class is refused, with the declared property or method that is at fault.
 class RefusedFeature : public Pegasus::CIMException {
  public:
   enum Kind { property, method };
@@ -136,14 +136,14 @@ class RefusedFeature : public Pegasus::CIMException {
 
 class Class;
 
-// What a string property holds by its qualifiers EmbeddedInstance and EmbeddedObject: an object in
-// the protocol's own notation.
+// The kind of object that a string property holds in CIM-XML, by its qualifiers EmbeddedInstance
+// and EmbeddedObject.
 enum class Embedded { none, instance, object };
 
 // A property of a class, its own or inherited.
 struct Property : PropertyDeclaration {
-  // The class with the declaration in force, and the one that introduced the property first. Both
-  // live as long as the schema.
+  // The class whose declaration is in force, and the one that introduced the property. Both live as
+  // long as the schema.
   const Class* declaringClass = nullptr;
   const Class* originClass = nullptr;
   Embedded embedded = Embedded::none;
@@ -156,7 +156,7 @@ struct Method : MethodDeclaration {
   const Class* originClass = nullptr;
 };
 
-// Immutable but for the list of subclasses, which the schema extends.
+// Immutable except for the list of subclasses, which grows when the schema defines one.
 class Class {
  public:
   // `superclass` may be null and must outlive this class. Throws CIMException (INVALID_PARAMETER)
@@ -172,7 +172,8 @@ class Class {
   const Class* superclass() const { return superclass_; }
   bool isAbstract() const { return isAbstract_; }
 
-  // Those of the superclass first, in its order; one that is overridden stays at its place there.
+  // The superclass's properties come first and in its order; one that is overridden keeps its
+  // place. So an instance begins with the properties of each of its superclasses.
   std::size_t propertyCount() const { return properties_.size(); }
   const Property& property(std::size_t position) const { return *properties_[position]; }
   // Positions of the keys, ascending.
@@ -180,12 +181,12 @@ class Class {
   // Letter case ignored.
   std::optional<std::size_t> findProperty(const Pegasus::String& name) const;
 
-  // True when instances of this class have the property from a superclass, unchanged.
+  // True when this class inherits the property unchanged.
   bool isPropagated(const Property& property) const { return property.declaringClass != this; }
-  // Those of its superclasses; not the class itself.
+  // True for its superclasses at every level, false for the class itself.
   bool isBelow(const Class& other) const;
 
-  // Those of the superclass first, as for properties.
+  // In the same order as properties.
   const std::vector<std::shared_ptr<const Method>>& methods() const { return methods_; }
   const Qualifiers& qualifiers() const { return qualifiers_; }
 

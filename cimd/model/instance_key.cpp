@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "model/errors.h"
-#include "model/loopback_host.h"
 
 namespace cimd {
 
@@ -18,11 +17,12 @@ using Pegasus::CIMType;
 using Pegasus::CIMValue;
 using Pegasus::String;
 
-// Keys of references hold keys of references: a few lines of MOF can nest them so that the whole
-// would not fit in memory. Real names stay far below.
+// The key of a reference contains the keys of its target, so a few lines of MOF can nest references
+// into a key that no memory holds. Real names are far shorter.
 constexpr std::size_t maxKeySize = 65536;
 
-// With its length before it, so that no two lists of parts give the same key.
+// Each part is preceded by its length, so that different lists of parts give different keys. A
+// separator would not do: values can contain any character.
 void appendPart(InstanceKey& key, std::u16string_view part) {
   for (const char digit : std::to_string(part.size())) {
     key += static_cast<char16_t>(digit);
@@ -34,6 +34,8 @@ void appendPart(InstanceKey& key, std::u16string_view part) {
   }
 }
 
+// One spelling for all that mean the same value: "0x10", "+16" and "16" are "16". Nothing for text
+// that is not a value of the type.
 std::optional<String> canonical(CIMType type, const String& text) {
   if (type == Pegasus::CIMTYPE_STRING) {
     return text;
@@ -45,7 +47,7 @@ std::optional<String> canonical(CIMType type, const String& text) {
   }
 }
 
-// Of a key whose class is not looked up: the numeric types are tried from the exact to the inexact.
+// The type is unknown, so the exact types are tried before the inexact one.
 String canonicalNumber(const String& text) {
   for (const CIMType type :
        {Pegasus::CIMTYPE_UINT64, Pegasus::CIMTYPE_SINT64, Pegasus::CIMTYPE_REAL64}) {
@@ -56,7 +58,7 @@ String canonicalNumber(const String& text) {
   return text;
 }
 
-// The host of the path, empty for this one.
+// Empty for this host, whether the path names it or not.
 String foreignHost(const CIMObjectPath& path) {
   return isLoopbackHost(path.getHost().toUtf8()) ? String::EMPTY : path.getHost();
 }
@@ -68,7 +70,7 @@ String targetNameSpace(const CIMObjectPath& path, const String& from) {
 
 InstanceKey writtenKey(const CIMObjectPath& path, const String& nameSpace);
 
-// Of a key whose class is unknown here.
+// The value of a key whose class is not known here.
 InstanceKey writtenValue(const CIMKeyBinding& binding, const String& nameSpace) {
   switch (binding.getType()) {
     case CIMKeyBinding::REFERENCE:
@@ -83,8 +85,8 @@ InstanceKey writtenValue(const CIMKeyBinding& binding, const String& nameSpace) 
   return InstanceKey(binding.getValue().view());
 }
 
-// References may point to other hosts, namespaces and classes, which are not here to ask, so their
-// keys are taken as the path marks them.
+// A reference may point to another host, namespace or unknown class. There is no declaration to
+// read its keys by, so they are taken as the path marks them, in alphabetical order.
 InstanceKey writtenKey(const CIMObjectPath& path, const String& nameSpace) {
   const String target = targetNameSpace(path, nameSpace);
   std::vector<InstanceKey> parts;

@@ -1,4 +1,4 @@
-// What makes two instance names the same: class and keys, however they are written.
+// The identity of an instance: its class and keys, however a name spells them.
 #pragma once
 
 #include <Pegasus/Common/CIMInstance.h>
@@ -18,20 +18,20 @@ using InstanceKey = std::u16string;
 
 // The namespace in which names are compared.
 struct KeyScope {
-  // A reference that does not tell its namespace points here.
+  // A reference without a namespace points here.
   const Pegasus::String& nameSpace;
   const Schema& schema;
 };
 
-// The class of the instance that the path names, when that is one of this host and namespace, and
-// the class exists; otherwise null.
+// The class of the instance that the path names, if the instance is in this namespace of this host
+// and the class exists; otherwise null.
 const Class* localClass(const Pegasus::CIMObjectPath& path, const KeyScope& scope);
 
-// Nothing when the path cannot name an instance of the class: a key is missing, unknown or no value
-// of its property's type. Each value is read as the class has it, not as the path marks it: clients
-// send numbers as strings. So are the keys of references to instances of this namespace; those of
-// others are compared as the path marks them. A single key may be without a name. Throws
-// CIMException (INVALID_PARAMETER) for a name of more than 65536 characters.
+// Nothing when the path cannot name an instance of the class: a key is missing or unknown, or its
+// value does not fit its type. Each value is read as the class declares it, not as the path marks
+// it, because clients send numbers as strings. The same holds for keys of references to instances
+// of this namespace; keys of other references are compared as the path marks them. A single key may
+// have no name. Throws CIMException (INVALID_PARAMETER) for a name of more than 65536 characters.
 std::optional<InstanceKey> instanceKey(const Class& cls, const Pegasus::CIMObjectPath& path,
                                        const KeyScope& scope);
 

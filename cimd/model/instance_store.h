@@ -13,8 +13,8 @@
 
 namespace cimd {
 
-// An instance with the CIM-XML in which it is sent. It is written once and read often, so it is
-// encoded when it is written.
+// An instance with the CIM-XML that is sent for it. Instances are written once and read often, so
+// they are encoded when they are written.
 struct StoredInstance {
   // `given` has every property of its class `cls`, in the class's order, and its name as path.
   // Throws InvalidValueException for what CIM-XML cannot carry.
@@ -24,7 +24,7 @@ struct StoredInstance {
   // INSTANCENAME and INSTANCE.
   std::string nameXml;
   std::string instanceXml;
-  // By a client, not declared by the server's configuration.
+  // By a client; false for an instance that the server's configuration declares.
   bool isPublished;
 };
 
@@ -61,15 +61,15 @@ class InstanceStore {
   Addition prepare(const Class& cls, InstanceKey key, StoredInstance instance);
   // Of this store, which must have no instance with this key.
   void add(Addition addition) noexcept;
-  // The key must be there; the instance keeps its place in lists.
+  // There must be an instance with this key; its successor keeps its place in lists.
   void replace(const InstanceKey& key, StoredInstance instance);
-  // The key must be there.
+  // There must be an instance with this key.
   void remove(const InstanceKey& key);
 
   std::size_t size() const { return byKey_.size(); }
   // Null when there is none. Pointers live until the instance is replaced or removed.
   const StoredInstance* find(const InstanceKey& key) const;
-  // Those of the given classes themselves, in the order in which they were added.
+  // The instances of exactly these classes, in the order in which they were added.
   std::vector<const StoredInstance*> list(const std::vector<const Class*>& classes) const;
 
  private:

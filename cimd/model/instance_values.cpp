@@ -33,7 +33,7 @@ std::size_t elementCount(const CIMValue& value) {
       value.data());
 }
 
-// A reference to another host or namespace may be of any class: nobody here knows those.
+// A reference to another host or namespace may be of any class, as those are not known here.
 void checkReference(const Property& property, const CIMValue& value, const KeyScope& scope) {
   Pegasus::CIMObjectPath path;
   value.get(path);
@@ -84,8 +84,8 @@ std::vector<const CIMValue*> placeValues(const Class& cls, const CIMInstance& gi
   return values;
 }
 
-// Of the values those that the list names, and defaults for what is named without a value. A key
-// without value stays what it is.
+// The values of the properties in the list, with the default for a property that was not given. A
+// key that was not given keeps its value.
 std::vector<const CIMValue*> listedValues(const Class& cls,
                                           const std::vector<const CIMValue*>& values,
                                           const Pegasus::CIMPropertyList& list) {

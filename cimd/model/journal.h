@@ -1,4 +1,4 @@
-// What the model tells of each change to its instances before it makes the change itself.
+// The receiver of each change to the instances, before the change is made in memory.
 #pragma once
 
 #include <Pegasus/Common/CIMInstance.h>

@@ -40,27 +40,31 @@ InstanceKey NameSpace::keyOf(const CIMObjectPath& path) const {
 CIMObjectPath NameSpace::createInstance(const CIMInstance& given, Origin origin) {
   const Class& cls = classNamed(given.getClassName());
   StoredInstance created(cls, completeInstance(cls, given, keyScope()), origin != Origin::declared);
-  CIMObjectPath path = created.instance.getPath();
-  InstanceKey key = keyOf(path);
-  if (instances_.find(key) != nullptr) {
-    throwCimError(Pegasus::CIM_ERR_ALREADY_EXISTS, describePath(path));
-  }
-  auto addition = instances_.prepare(cls, std::move(key), std::move(created));
-  if (journal_ != nullptr && origin == Origin::published) {
-    journal_->put(name_, addition.key(), addition.stored().instance);
-  }
-  // Cannot fail, so the journal never has what is not here.
-  instances_.add(std::move(addition));
-  return path;
+  return add(cls, std::move(created), origin);
 }
 
 void NameSpace::restoreInstance(const CIMInstance& given, const InstanceKey& key) {
   const Class& cls = classNamed(given.getClassName());
-  const CIMObjectPath path = completeInstance(cls, given, keyScope()).getPath();
-  if (keyOf(path) != key) {
+  StoredInstance restored(cls, completeInstance(cls, given, keyScope()), true);
+  if (keyOf(restored.instance.getPath()) != key) {
     throwCimError(Pegasus::CIM_ERR_FAILED, "its class has other keys by now");
   }
-  createInstance(given, Origin::restored);
+  add(cls, std::move(restored), Origin::restored);
+}
+
+CIMObjectPath NameSpace::add(const Class& cls, StoredInstance stored, Origin origin) {
+  CIMObjectPath path = stored.instance.getPath();
+  InstanceKey key = keyOf(path);
+  if (instances_.find(key) != nullptr) {
+    throwCimError(Pegasus::CIM_ERR_ALREADY_EXISTS, describePath(path));
+  }
+  // Whatever can fail comes before the journal, which must not have what is not here.
+  auto addition = instances_.prepare(cls, std::move(key), std::move(stored));
+  if (journal_ != nullptr && origin == Origin::published) {
+    journal_->put(name_, addition.key(), addition.stored().instance);
+  }
+  instances_.add(std::move(addition));
+  return path;
 }
 
 void NameSpace::modifyInstance(const CIMInstance& given, const CIMPropertyList& list) {
@@ -84,8 +88,8 @@ void NameSpace::deleteInstance(const CIMObjectPath& path) {
   if (stored == nullptr) {
     throwNotFound(path);
   }
-  // Of a declared instance, too: a published one of the same name may stand behind it, and must not
-  // come back when the declaration is gone.
+  // Also for a declared instance: the journal may have a published one of the same name, which must
+  // not come back when the declaration is gone.
   if (journal_ != nullptr) {
     journal_->remove(name_, key);
   }
@@ -101,16 +105,11 @@ const StoredInstance& NameSpace::instance(const CIMObjectPath& path) const {
 }
 
 std::vector<const StoredInstance*> NameSpace::instances(const Class& cls) const {
-  return instances_.list(Schema::withSubclasses(cls));
+  return instances_.list(Schema::withSubclasses({&cls}));
 }
 
 std::vector<const StoredInstance*> NameSpace::published() const {
-  std::vector<const Class*> classes;
-  for (const Class* top : schema_.topClasses()) {
-    const auto below = Schema::withSubclasses(*top);
-    classes.insert(classes.end(), below.begin(), below.end());
-  }
-  auto all = instances_.list(classes);
+  auto all = instances_.list(Schema::withSubclasses(schema_.topClasses()));
   std::erase_if(all, [](const StoredInstance* stored) { return !stored->isPublished; });
   return all;
 }

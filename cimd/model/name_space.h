@@ -13,14 +13,14 @@
 
 namespace cimd {
 
-// Where an instance comes from.
 enum class Origin {
-  // The server's configuration: MOF files, the host's own inventory. Changes that clients make to
+  // By the server's configuration: MOF files, the host's own inventory. Changes that clients make
+  // to
   // it last until the configuration is read again.
   declared,
-  // A client, now: it is written to the journal first.
+  // By a client, now: it is written to the journal first.
   published,
-  // A client, earlier: the journal knows it.
+  // By a client, earlier: it is in the journal.
   restored
 };
 
@@ -28,7 +28,7 @@ class NameSpace {
  public:
   explicit NameSpace(Pegasus::String name) : name_(std::move(name)) {}
 
-  // As it was spelled first, without slashes at the ends.
+  // In its first spelling, without slashes at the ends.
   const Pegasus::String& name() const { return name_; }
   Schema& schema() { return schema_; }
   const Schema& schema() const { return schema_; }
@@ -36,19 +36,19 @@ class NameSpace {
   // Throws CIMException (INVALID_CLASS) when there is none.
   const Class& classNamed(const Pegasus::String& name) const;
 
-  // From here on changes by clients go to the journal, which must outlive the namespace. Null ends
-  // that.
+  // From now on changes by clients go to the journal, which must outlive the namespace, or nowhere
+  // if it is null.
   void setJournal(Journal* journal) { journal_ = journal; }
 
   // Stores the instance, completed by completeInstance(), and returns its name. Throws
   // CIMException: INVALID_CLASS, ALREADY_EXISTS, what completeInstance() throws, and what the
   // journal throws.
   Pegasus::CIMObjectPath createInstance(const Pegasus::CIMInstance& given, Origin origin);
-  // The same for an instance that the journal has under this key. Throws CIMException (FAILED) as
-  // well when the class gives it another key by now.
+  // The same for an instance that the journal has under this key. Also throws CIMException (FAILED)
+  // when its class gives it another key by now.
   void restoreInstance(const Pegasus::CIMInstance& given, const InstanceKey& key);
-  // Changes the instance that the path of `given` names: of the properties in `given`, or of those
-  // in the list if it is not null; one that is in the list only gets the default of the class.
+  // Changes the instance that the path of `given` names: the properties in `given`, or those in the
+  // list if it is not null. A property that is only in the list gets the default of the class.
   // Throws CIMException: INVALID_CLASS, NOT_FOUND, NO_SUCH_PROPERTY, INVALID_PARAMETER (a key would
   // change, a value is of another type), and what the journal throws.
   void modifyInstance(const Pegasus::CIMInstance& given, const Pegasus::CIMPropertyList& list);
@@ -57,14 +57,15 @@ class NameSpace {
   // Throws CIMException: INVALID_CLASS, NOT_FOUND. The reference lives until the instance is
   // changed or deleted.
   const StoredInstance& instance(const Pegasus::CIMObjectPath& path) const;
-  // Those of the class and of its subclasses, in order of creation.
+  // The instances of the class and its subclasses, in order of creation.
   std::vector<const StoredInstance*> instances(const Class& cls) const;
-  // All that clients published, in order of creation.
+  // All instances that clients published, in order of creation.
   std::vector<const StoredInstance*> published() const;
   std::size_t instanceCount() const { return instances_.size(); }
 
  private:
   InstanceKey keyOf(const Pegasus::CIMObjectPath& path) const;
+  Pegasus::CIMObjectPath add(const Class& cls, StoredInstance stored, Origin origin);
 
   Pegasus::String name_;
   Schema schema_;

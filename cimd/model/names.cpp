@@ -1,6 +1,10 @@
 #include "model/names.h"
 
+#include "text/ascii.h"
+#include "text/host_port.h"
+
 #include <algorithm>
+#include <boost/asio/ip/address.hpp>
 
 namespace cimd {
 
@@ -8,12 +12,12 @@ namespace {
 
 using Pegasus::String;
 
-bool isLetter(char16_t c) {
-  return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || c == u'_' || c >= 0x80;
+bool isNameStart(char16_t c) {
+  return Pegasus::text::isLetter(c) || c == u'_' || c >= 0x80;
 }
 
-bool isDigit(char16_t c) {
-  return c >= u'0' && c <= u'9';
+bool isNameCharacter(char16_t c) {
+  return isNameStart(c) || Pegasus::text::isDigit(c);
 }
 
 }  // namespace
@@ -21,9 +25,7 @@ bool isDigit(char16_t c) {
 FoldedName fold(const String& name) {
   FoldedName folded(name.view());
   for (char16_t& c : folded) {
-    if (c >= u'A' && c <= u'Z') {
-      c = static_cast<char16_t>(c - u'A' + u'a');
-    }
+    c = Pegasus::text::lowered(c);
   }
   return folded;
 }
@@ -41,22 +43,34 @@ String trimNameSpace(const String& name) {
 
 bool isIdentifier(const String& name) {
   const std::u16string_view text = name.view();
-  return !text.empty() && isLetter(text.front()) &&
-         std::all_of(text.begin(), text.end(),
-                     [](char16_t c) { return isLetter(c) || isDigit(c); });
+  return !text.empty() && isNameStart(text.front()) &&
+         std::all_of(text.begin(), text.end(), isNameCharacter);
 }
 
 bool isNameSpaceName(const String& name) {
   const std::u16string_view text = name.view();
   char16_t previous = u'/';
   for (const char16_t c : text) {
-    const bool isPart = isLetter(c) || isDigit(c) || c == u'-' || c == u'.';
+    const bool isPart = isNameCharacter(c) || c == u'-' || c == u'.';
     if (!isPart && (c != u'/' || previous == u'/')) {
       return false;
     }
     previous = c;
   }
   return previous != u'/';
+}
+
+bool isLoopbackHost(std::string_view host) {
+  const auto given = Pegasus::text::splitHostPort(host);
+  if (!given) {
+    return false;
+  }
+  if (Pegasus::text::equalNoCase(given->host, "localhost")) {
+    return !given->isBracketed;
+  }
+  boost::system::error_code error;
+  const auto address = boost::asio::ip::make_address(std::string(given->host), error);
+  return !error && address.is_v6() == given->isBracketed && address.is_loopback();
 }
 
 }  // namespace cimd

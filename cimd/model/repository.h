@@ -12,10 +12,10 @@
 
 namespace cimd {
 
-// Where classes and instances go when nothing names another namespace.
+// For classes and instances for which no namespace is named.
 extern const char* const defaultNameSpace;
 
-// Names of namespaces are taken without regard to letter case and to slashes at their ends.
+// Namespaces are found without regard to letter case and to slashes at the ends of their names.
 class Repository {
  public:
   // With the default namespace, empty.
@@ -30,13 +30,13 @@ class Repository {
   std::vector<Pegasus::String> names() const;
   // Throws CIMException (INVALID_NAMESPACE) when there is none.
   NameSpace& nameSpace(const Pegasus::String& name);
-  // Makes the namespace where it is missing. It lives as long as the repository.
+  // Makes the namespace if there is none of this name. It lives as long as the repository.
   NameSpace& addNameSpace(const Pegasus::String& name);
 
-  // See NameSpace::setJournal(), for all namespaces that are there.
+  // NameSpace::setJournal() for all namespaces that there are now.
   void setJournal(Journal* journal);
-  // Takes over what clients published in the other repository. Returns a line for each instance
-  // that has no place here any more.
+  // Copies what clients published in the other repository. Returns a line for each instance that
+  // does not fit the classes here.
   std::vector<std::string> adoptPublished(const Repository& other);
 
   struct Counts {

@@ -46,8 +46,7 @@ const QualifierDeclaration* Schema::findQualifier(const String& name) const {
   return found == qualifierPositions_.end() ? nullptr : &qualifiers_[found->second];
 }
 
-std::vector<const Class*> Schema::withSubclasses(const Class& top) {
-  std::vector<const Class*> classes{&top};
+std::vector<const Class*> Schema::withSubclasses(std::vector<const Class*> classes) {
   for (std::size_t next = 0; next < classes.size(); ++next) {
     const auto& below = classes[next]->subclasses();
     classes.insert(classes.end(), below.begin(), below.end());

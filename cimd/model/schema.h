@@ -20,20 +20,20 @@ class Schema {
   // Null when there is none of this name, letter case ignored. Classes live as long as the schema.
   const Class* find(const Pegasus::String& name) const;
 
-  // Of the classes.
+  // The number of classes.
   std::size_t size() const { return classes_.size(); }
-  // Those without superclass, in the order of their definition.
+  // The classes without superclass, in the order of their definition.
   const std::vector<const Class*>& topClasses() const { return topClasses_; }
 
-  // Takes the place of an earlier one of this name, letter case ignored.
+  // Replaces an earlier declaration of this name, letter case ignored.
   void declareQualifier(QualifierDeclaration declaration);
   // Null when there is none of this name, letter case ignored.
   const QualifierDeclaration* findQualifier(const Pegasus::String& name) const;
   // All, in the order of their first declaration.
   const std::vector<QualifierDeclaration>& qualifiers() const { return qualifiers_; }
 
-  // The class and all below it.
-  static std::vector<const Class*> withSubclasses(const Class& top);
+  // The classes and all below them, level by level.
+  static std::vector<const Class*> withSubclasses(std::vector<const Class*> classes);
 
  private:
   std::map<FoldedName, std::unique_ptr<Class>> classes_;

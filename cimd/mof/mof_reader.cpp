@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <system_error>
 
-#include "model/loopback_host.h"
 #include "model/names.h"
 #include "mof/mof_parser.h"
 

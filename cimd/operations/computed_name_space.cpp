@@ -25,7 +25,7 @@ bool isInterop(const FoldedName& name) {
                      [&](const char* interop) { return fold(interop) == name; });
 }
 
-// What a client can name, by folded name.
+// All namespaces, declared and computed, by folded name.
 std::map<FoldedName, String> allNames(const Repository& repository) {
   std::map<FoldedName, String> names;
   for (const String& name : repository.names()) {

@@ -81,7 +81,7 @@ void checkParameters(const Request& request, const Operation& operation) {
     }
     if (!seen.insert(fold(String(std::string_view(given)))).second) {
       throwCimError(Pegasus::CIM_ERR_INVALID_PARAMETER,
-                    "parameter " + String(std::string_view(given)) + " is there twice");
+                    "duplicate parameter " + String(std::string_view(given)));
     }
   }
 }
@@ -105,7 +105,8 @@ std::string Dispatcher::run(const Request& request) {
   return operation->run(nameSpace, request);
 }
 
-// Failures are the server's own trouble, a full disk perhaps; the rest is the client's.
+// CIM_ERR_FAILED is the server's own trouble, such as a full disk, so the administrator sees it.
+// All other errors are the client's.
 std::string Dispatcher::refuse(const Request& request, Pegasus::CIMStatusCode code,
                                const String& description) const {
   const LogLevel level = code == Pegasus::CIM_ERR_FAILED ? LogLevel::ERROR : LogLevel::DEBUG;
@@ -131,7 +132,7 @@ std::string Dispatcher::answer(const Request& request) {
   } catch (const Pegasus::CIMException& error) {
     return refuse(request, error.getCode(), error.getDescription());
   } catch (const Pegasus::XmlValidationError& error) {
-    // Something in a parameter is not what CIM-XML has there.
+    // A parameter is not what CIM-XML has there.
     return refuse(request, Pegasus::CIM_ERR_INVALID_PARAMETER,
                   describeCimError(Pegasus::CIM_ERR_INVALID_PARAMETER, error.getMessage()));
   } catch (const Pegasus::Exception& error) {

@@ -15,7 +15,7 @@ class Dispatcher {
   // Both must outlive the dispatcher.
   Dispatcher(Repository& repository, const Log& log) : repository_(repository), log_(log) {}
 
-  // The answer as an XML document. Whatever goes wrong is an answer with a CIM error, checked in
+  // The answer as an XML document. Every failure is an answer with a CIM error. They are checked in
   // the order of DSP0200: operation not served, namespace, parameters, class, instance, property.
   // Throws nothing but std::bad_alloc.
   std::string answer(const Pegasus::xml::Request& request);

@@ -6,7 +6,7 @@
 
 #include "model/instance_values.h"
 #include "operations/parameters.h"
-#include "operations/schema_encoder.h"
+#include "operations/schema_operations.h"
 
 namespace cimd {
 
@@ -18,7 +18,7 @@ using Pegasus::String;
 using Pegasus::Uint32;
 using Pegasus::xml::Request;
 
-// What of an instance is to be returned.
+// The parts of an instance that a request wants.
 class Selection {
  public:
   explicit Selection(const Request& request)
@@ -26,7 +26,7 @@ class Selection {
         hasQualifiers_(request.boolean("IncludeQualifiers").value_or(false)),
         hasOrigin_(request.boolean("IncludeClassOrigin").value_or(false)),
         properties_(request) {
-    // Checked like the others, though nothing depends on it.
+    // Has no effect, but must be a boolean.
     static_cast<void>(request.boolean("LocalOnly"));
   }
 
@@ -77,8 +77,8 @@ class Selection {
   PropertyFilter properties_;
 };
 
-// What an answer with these instances takes at most, unless more is asked for than they hold; with
-// room for what is put around it. An answer that grows step by step is copied with each step.
+// Upper bound for the answer when no qualifiers or class origin are requested, with room for the
+// message around it. Without it a long answer would be copied each time that it grows.
 std::size_t expectedSize(const std::vector<const StoredInstance*>& instances) {
   constexpr std::size_t around = 512;
   constexpr std::size_t aroundEach = 64;

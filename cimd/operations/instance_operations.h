@@ -1,6 +1,6 @@
 // The operations on instances (DMTF DSP0200). Each takes the namespace that the request names and
-// the request, and returns the content of IRETURNVALUE in CIM-XML. Each throws CIMException for
-// what the standard has a code for, and XmlValidationError for a parameter of the wrong kind.
+// the request, and returns the content of IRETURNVALUE in CIM-XML. Each throws CIMException with
+// the standard's code for the failure, and XmlValidationError for a parameter of the wrong kind.
 #pragma once
 
 #include "xml/request.h"
@@ -11,8 +11,8 @@
 
 namespace cimd {
 
-// LocalOnly is taken and changes nothing: the standard deprecates it for instances, and servers
-// that obey it leave out what clients need. Qualifiers of instances are those of their class.
+// LocalOnly is accepted and has no effect: the standard deprecates it for instances, and servers
+// that follow it leave out what clients need. Qualifiers of instances are those of their class.
 std::string enumerateInstances(NameSpace& nameSpace, const Pegasus::xml::Request& request);
 std::string enumerateInstanceNames(NameSpace& nameSpace, const Pegasus::xml::Request& request);
 std::string getInstance(NameSpace& nameSpace, const Pegasus::xml::Request& request);

@@ -1,4 +1,4 @@
-// What operations share: reading their parameters, and the bound on their answers.
+// Reading the parameters of operations, and the limit on answers.
 #pragma once
 
 #include "xml/request.h"
@@ -22,7 +22,7 @@ T required(std::optional<T> value, const char* parameter) {
   return *std::move(value);
 }
 
-// More than any client of this server can make use of; keeps one request from taking all memory.
+// More than any client of this server can use. Keeps one request from taking all memory.
 constexpr std::size_t maxAnswer = std::size_t{256} << 20U;
 
 // Throws CIMException (SERVER_LIMITS_EXCEEDED).
@@ -33,7 +33,7 @@ inline void checkAnswerSize(const std::string& answer) {
 }
 
 // The properties that a request wants: all of them, or those in its PropertyList. Names in the list
-// that the class does not have are passed over, as DSP0200 says.
+// that the class does not have are ignored, as DSP0200 says.
 class PropertyFilter {
  public:
   explicit PropertyFilter(const Pegasus::xml::Request& request) {

@@ -1,40 +1,235 @@
 #include "operations/schema_operations.h"
 
+#include <Pegasus/Common/CIMProperty.h>
 #include "xml/object_encoder.h"
 
+#include <array>
+#include <utility>
+
+#include "model/instance_values.h"
 #include "operations/parameters.h"
-#include "operations/schema_encoder.h"
 
 namespace cimd {
 
 namespace {
 
 using Pegasus::String;
+using Pegasus::xml::appendAttribute;
 using Pegasus::xml::Request;
 
-// The parameters that GetClass and EnumerateClasses share, with the standard's defaults.
+void appendFlag(std::string& out, const char* name, bool value) {
+  out.append(" ").append(name).append(value ? "=\"true\"" : "=\"false\"");
+}
+
+void appendType(std::string& out, Pegasus::CIMType type) {
+  out.append(" TYPE=\"").append(Pegasus::cimTypeToString(type)).append("\"");
+}
+
+void appendArraySize(std::string& out, Pegasus::Uint32 size) {
+  if (size != 0) {
+    out.append(" ARRAYSIZE=\"").append(std::to_string(size)).append("\"");
+  }
+}
+
+// Only flavors that differ from the defaults of the standard.
+void appendFlavors(std::string& out, const Flavors& flavors) {
+  if (!flavors.isOverridable) {
+    appendFlag(out, "OVERRIDABLE", false);
+  }
+  if (!flavors.isForSubclasses) {
+    appendFlag(out, "TOSUBCLASS", false);
+  }
+  if (flavors.isTranslatable) {
+    appendFlag(out, "TRANSLATABLE", true);
+  }
+}
+
+// The parameters that GetClass and EnumerateClasses share. It refers to the filter, which must
+// outlive it.
+struct ClassContent {
+  // Only what the class declares or overrides itself.
+  bool isLocalOnly;
+  bool hasQualifiers;
+  bool hasClassOrigin;
+  const PropertyFilter& properties;
+};
+
+// A CLASS element.
+class ClassWriter {
+ public:
+  ClassWriter(std::string& out, const Class& cls, const ClassContent& content)
+      : out_(out), cls_(cls), content_(content) {}
+
+  void write() {
+    out_ += "<CLASS";
+    appendAttribute(out_, "NAME", cls_.name());
+    if (cls_.superclass() != nullptr) {
+      appendAttribute(out_, "SUPERCLASS", cls_.superclass()->name());
+    }
+    out_ += '>';
+    writeQualifiers(cls_.qualifiers());
+    for (std::size_t i = 0; i < cls_.propertyCount(); ++i) {
+      const Property& property = cls_.property(i);
+      if (isWanted(property.declaringClass) && content_.properties.passes(property.name)) {
+        writeProperty(property);
+      }
+    }
+    for (const auto& method : cls_.methods()) {
+      if (isWanted(method->declaringClass)) {
+        writeMethod(*method);
+      }
+    }
+    out_ += "</CLASS>";
+  }
+
+ private:
+  bool isWanted(const Class* declaringClass) const {
+    return !content_.isLocalOnly || declaringClass == &cls_;
+  }
+
+  void writeQualifiers(const Qualifiers& qualifiers) {
+    if (content_.hasQualifiers) {
+      appendQualifiers(out_, qualifiers, content_.isLocalOnly);
+    }
+  }
+
+  void writeProperty(const Property& property) {
+    const Pegasus::CIMProperty described(
+        property.name, property.defaultValue, property.arraySize, property.referenceClass,
+        content_.hasClassOrigin ? property.originClass->name() : String::EMPTY,
+        cls_.isPropagated(property));
+    std::string qualifiers;
+    if (content_.hasQualifiers) {
+      appendQualifiers(qualifiers, qualifiersIn(cls_, property.qualifiers, property.declaringClass),
+                       content_.isLocalOnly);
+    }
+    Pegasus::xml::appendQualifiedProperty(out_, described, qualifiers,
+                                          embeddedObject(property, property.defaultValue));
+  }
+
+  void writeMethod(const Method& method) {
+    out_ += "<METHOD";
+    appendAttribute(out_, "NAME", method.name);
+    appendType(out_, method.returnType);
+    if (content_.hasClassOrigin) {
+      appendAttribute(out_, "CLASSORIGIN", method.originClass->name());
+    }
+    if (method.declaringClass != &cls_) {
+      appendFlag(out_, "PROPAGATED", true);
+    }
+    out_ += '>';
+    writeQualifiers(qualifiersIn(cls_, method.qualifiers, method.declaringClass));
+    for (const MethodParameter& parameter : method.parameters) {
+      writeParameter(parameter, method.declaringClass);
+    }
+    out_ += "</METHOD>";
+  }
+
+  void writeParameter(const MethodParameter& parameter, const Class* declaringClass) {
+    const bool isReference = parameter.type == Pegasus::CIMTYPE_REFERENCE;
+    const char* const element =
+        isReference ? (parameter.isArray ? "PARAMETER.REFARRAY" : "PARAMETER.REFERENCE")
+                    : (parameter.isArray ? "PARAMETER.ARRAY" : "PARAMETER");
+    out_.append("<").append(element);
+    appendAttribute(out_, "NAME", parameter.name);
+    if (isReference) {
+      appendAttribute(out_, "REFERENCECLASS", parameter.referenceClass);
+    } else {
+      appendType(out_, parameter.type);
+    }
+    appendArraySize(out_, parameter.arraySize);
+    out_ += '>';
+    writeQualifiers(qualifiersIn(cls_, parameter.qualifiers, declaringClass));
+    out_.append("</").append(element).append(">");
+  }
+
+  std::string& out_;
+  const Class& cls_;
+  const ClassContent& content_;
+};
+
+void appendScope(std::string& out, unsigned scopes) {
+  static constexpr std::array<std::pair<unsigned, const char*>, 7> names{{
+      {scopeClass, "CLASS"},
+      {scopeAssociation, "ASSOCIATION"},
+      {scopeReference, "REFERENCE"},
+      {scopeProperty, "PROPERTY"},
+      {scopeMethod, "METHOD"},
+      {scopeParameter, "PARAMETER"},
+      {scopeIndication, "INDICATION"},
+  }};
+  out += "<SCOPE";
+  for (const auto& [bit, name] : names) {
+    if ((scopes & bit) != 0) {
+      appendFlag(out, name, true);
+    }
+  }
+  out += "/>";
+}
+
+// With the defaults of the standard.
 ClassContent classContent(const Request& request, const PropertyFilter& filter) {
   return {request.boolean("LocalOnly").value_or(true),
           request.boolean("IncludeQualifiers").value_or(true),
           request.boolean("IncludeClassOrigin").value_or(false), filter};
 }
 
-// What is below the class that the request names, or the classes without superclass and what is
-// below them where it names none.
+// The classes below the one that the request names, or all classes if it names none: the first
+// level of them, or every level.
 std::vector<const Class*> enumerated(const NameSpace& nameSpace, const Request& request) {
   const auto name = request.className("ClassName");
   const bool isDeep = request.boolean("DeepInheritance").value_or(false);
   const auto& top =
       name ? nameSpace.classNamed(*name).subclasses() : nameSpace.schema().topClasses();
-  std::vector<const Class*> classes(top.begin(), top.end());
-  for (std::size_t next = 0; isDeep && next < classes.size(); ++next) {
-    const auto& below = classes[next]->subclasses();
-    classes.insert(classes.end(), below.begin(), below.end());
-  }
-  return classes;
+  return isDeep ? Schema::withSubclasses(top) : top;
 }
 
 }  // namespace
+
+void appendQualifiers(std::string& out, const Qualifiers& qualifiers, bool isLocalOnly) {
+  for (const auto& [qualifier, isPropagated] : qualifiers) {
+    if (isLocalOnly && isPropagated) {
+      continue;
+    }
+    out += "<QUALIFIER";
+    appendAttribute(out, "NAME", qualifier->name);
+    appendType(out, qualifier->value.getType());
+    if (isPropagated) {
+      appendFlag(out, "PROPAGATED", true);
+    }
+    appendFlavors(out, qualifier->flavors);
+    out += '>';
+    Pegasus::xml::appendValue(out, qualifier->value);
+    out += "</QUALIFIER>";
+  }
+}
+
+Qualifiers qualifiersIn(const Class& cls, const Qualifiers& qualifiers,
+                        const Class* declaringClass) {
+  Qualifiers own = qualifiers;
+  if (declaringClass != &cls) {
+    std::erase_if(own, [](const AppliedQualifier& applied) {
+      return !applied.qualifier->flavors.isForSubclasses;
+    });
+    for (AppliedQualifier& applied : own) {
+      applied.isPropagated = true;
+    }
+  }
+  return own;
+}
+
+void appendQualifierDeclaration(std::string& out, const QualifierDeclaration& declaration) {
+  out += "<QUALIFIER.DECLARATION";
+  appendAttribute(out, "NAME", declaration.name);
+  appendType(out, declaration.defaultValue.getType());
+  appendFlag(out, "ISARRAY", declaration.defaultValue.isArray());
+  appendArraySize(out, declaration.arraySize);
+  appendFlavors(out, declaration.flavors);
+  out += '>';
+  appendScope(out, declaration.scopes);
+  Pegasus::xml::appendValue(out, declaration.defaultValue);
+  out += "</QUALIFIER.DECLARATION>";
+}
 
 std::string getClass(NameSpace& nameSpace, const Request& request) {
   const String name = required(request.className("ClassName"), "ClassName");
@@ -45,7 +240,7 @@ std::string getClass(NameSpace& nameSpace, const Request& request) {
     throwCimError(Pegasus::CIM_ERR_NOT_FOUND, name);
   }
   std::string out;
-  appendClass(out, *cls, content);
+  ClassWriter(out, *cls, content).write();
   return out;
 }
 
@@ -54,7 +249,7 @@ std::string enumerateClasses(NameSpace& nameSpace, const Request& request) {
   const ClassContent content = classContent(request, everything);
   std::string out;
   for (const Class* cls : enumerated(nameSpace, request)) {
-    appendClass(out, *cls, content);
+    ClassWriter(out, *cls, content).write();
     checkAnswerSize(out);
   }
   return out;

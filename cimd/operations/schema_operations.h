@@ -1,11 +1,13 @@
 // The operations on classes and qualifier declarations (DMTF DSP0200), which only read: the schema
-// comes from the server's files. Contract as in instance_operations.h.
+// comes from the server's files. Their contract is that of instance_operations.h. And qualifiers in
+// CIM-XML, which instances have too.
 #pragma once
 
 #include "xml/request.h"
 
 #include <string>
 
+#include "model/class.h"
 #include "model/name_space.h"
 
 namespace cimd {
@@ -15,5 +17,14 @@ std::string enumerateClasses(NameSpace& nameSpace, const Pegasus::xml::Request& 
 std::string enumerateClassNames(NameSpace& nameSpace, const Pegasus::xml::Request& request);
 std::string getQualifier(NameSpace& nameSpace, const Pegasus::xml::Request& request);
 std::string enumerateQualifiers(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+
+// Appends a QUALIFIER.DECLARATION.
+void appendQualifierDeclaration(std::string& out, const QualifierDeclaration& declaration);
+// Appends a QUALIFIER for each, without the inherited ones if only local ones are wanted.
+void appendQualifiers(std::string& out, const Qualifiers& qualifiers, bool isLocalOnly);
+// The qualifiers of a property or method of `declaringClass` as `cls` has them. In a subclass they
+// are inherited, and those that are for the declaring class only are missing.
+Qualifiers qualifiersIn(const Class& cls, const Qualifiers& qualifiers,
+                        const Class* declaringClass);
 
 }  // namespace cimd

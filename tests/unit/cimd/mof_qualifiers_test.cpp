@@ -1,6 +1,6 @@
 // Qualifiers from MOF: how they are declared, used, and passed on to subclasses.
 #include <gtest/gtest.h>
-#include "operations/schema_encoder.h"
+#include "operations/schema_operations.h"
 
 #include "support.h"
 

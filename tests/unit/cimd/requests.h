@@ -26,7 +26,7 @@ class Server {
  public:
   explicit Server(const std::string& mof) { loadText(repository, mof); }
 
-  // What IRETURNVALUE holds, nothing when it is missing; for an error "code: description".
+  // The content of IRETURNVALUE, empty when it is missing; for an error "code: description".
   std::string ask(const std::string& method, const Parameters& parameters,
                   const std::string& nameSpace = "root/kvasd");
   // The code of the error that this ends with, 0 for none.
@@ -42,8 +42,8 @@ class Server {
   Log log_{LogLevel::ERROR};
 };
 
-// The values of the attribute in all elements of this name, in their order, each with a blank
-// behind.
+// The values of the attribute in all elements of this name, in their order, each followed by a
+// blank.
 std::string attributes(const std::string& xml, const std::string& element,
                        const std::string& attribute);
 // The first element of this name whose NAME is `name`, whole; empty when there is none.

@@ -1,4 +1,4 @@
-// What the tests of the server share: repositories from MOF text, and requests without a socket.
+// Shared by the tests of the server: repositories from MOF text, and instances and names.
 #pragma once
 
 #include <Pegasus/Common/CIMInstance.h>

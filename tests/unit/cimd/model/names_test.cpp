@@ -6,7 +6,7 @@ namespace {
 
 using Pegasus::String;
 
-TEST(Names, FoldTakesAsciiLettersOnly) {
+TEST(Names, FoldLowersAsciiLettersOnly) {
   EXPECT_EQ(fold("AbZ_9"), u"abz_9");
   EXPECT_NE(fold("\xC3\x89"), fold("\xC3\xA9"));
 }
@@ -16,7 +16,7 @@ TEST(Names, NamespaceEndsAreTrimmed) {
   EXPECT_EQ(trimNameSpace("/"), String());
 }
 
-TEST(Names, Identifiers) {
+TEST(Names, IdentifiersHaveLettersDigitsAndUnderscores) {
   for (const char* good : {"a", "_", "CIM_Fan2",
                            "Stra\xC3\x9F"
                            "e"}) {
@@ -27,7 +27,7 @@ TEST(Names, Identifiers) {
   }
 }
 
-TEST(Names, NamespaceNames) {
+TEST(Names, NamespaceNamesArePartsBetweenSingleSlashes) {
   for (const char* good : {"root", "root/kvasd", "root/PG_Internal", "interop", "a/b-c/d.e"}) {
     EXPECT_TRUE(isNameSpaceName(good)) << good;
   }

@@ -137,7 +137,7 @@ TEST_F(RepositoryTest, StringKeysDifferInLetterCaseAndBlanks) {
   }
 }
 
-TEST_F(RepositoryTest, WhatIsNotThereIsNotFound) {
+TEST_F(RepositoryTest, UnknownNamesAreNotFound) {
   create("Base", "1");
   for (const CIMObjectPath& wrong :
        {path("Base", {{"Id", "2"}}), path("Derived", {{"Id", "1"}}), path("Base", {}),
@@ -185,7 +185,7 @@ class KeyForms : public RepositoryTest {
   const CIMKeyBinding r_{"r", path("Base", {{"Id", "1"}})};
 };
 
-TEST_F(KeyForms, AnyOrderAndLetterCaseOfNames) {
+TEST_F(KeyForms, OrderAndLetterCaseOfNamesDoNotMatter) {
   EXPECT_TRUE(finds({n_, s_, b_, r_}));
   EXPECT_TRUE(finds({r_, b_, s_, n_}));
   EXPECT_TRUE(finds({{"N", "16", CIMKeyBinding::NUMERIC},
@@ -194,7 +194,7 @@ TEST_F(KeyForms, AnyOrderAndLetterCaseOfNames) {
                      {"R", path("BASE", {{"ID", "1"}})}}));
 }
 
-TEST_F(KeyForms, EveryFormOfANumber) {
+TEST_F(KeyForms, NumbersAreComparedByValue) {
   for (const char* form : {"16", "+16", "0x10", "0X10", "10000b", " 16 "}) {
     EXPECT_TRUE(finds({{"n", form, CIMKeyBinding::NUMERIC}, s_, b_, r_})) << form;
   }
@@ -204,6 +204,27 @@ TEST_F(KeyForms, EveryFormOfANumber) {
   for (const char* form : {"17", "-16", "65552", "sixteen", ""}) {
     EXPECT_FALSE(finds({{"n", form, CIMKeyBinding::NUMERIC}, s_, b_, r_})) << form;
   }
+}
+
+TEST_F(RepositoryTest, RealSignedAndCharacterKeysAreComparedByValue) {
+  test::loadText(repository_, "class Values { [Key] real32 r; [Key] sint64 s; [Key] char16 c; };");
+  CIMInstance created("Values");
+  created.addProperty(CIMProperty("r", CIMValue(Pegasus::Real32{1.5F})));
+  created.addProperty(CIMProperty("s", CIMValue(Pegasus::Sint64{-5})));
+  created.addProperty(CIMProperty("c", CIMValue(Pegasus::Char16(u'x'))));
+  nameSpace().createInstance(created, Origin::published);
+  const auto finds = [&](const char* r, const char* s, const char* c) {
+    const CIMObjectPath name("", "", "Values",
+                             {CIMKeyBinding("r", r, CIMKeyBinding::NUMERIC),
+                              CIMKeyBinding("s", s, CIMKeyBinding::NUMERIC),
+                              CIMKeyBinding("c", c, CIMKeyBinding::STRING)});
+    return statusOf([&] { nameSpace().instance(name); }) == Pegasus::CIM_ERR_SUCCESS;
+  };
+  EXPECT_TRUE(finds("15.0E-1", "-5", "x"));
+  EXPECT_TRUE(finds("1.5e0", "-05", "x"));
+  EXPECT_FALSE(finds("1.5", "5", "x"));
+  EXPECT_FALSE(finds("1.6", "-5", "x"));
+  EXPECT_FALSE(finds("1.5", "-5", "X"));
 }
 
 TEST_F(KeyForms, ReferencesAreComparedAsPaths) {
@@ -283,7 +304,7 @@ TEST_F(RepositoryTest, AClassWithoutKeysHasOneInstance) {
   EXPECT_EQ(statusOf([&] { nameSpace().instance(path("Single", {})); }), Pegasus::CIM_ERR_SUCCESS);
 }
 
-TEST_F(RepositoryTest, NamesOfAnUnreasonableLengthAreRefused) {
+TEST_F(RepositoryTest, NamesOfMoreThan65536CharactersAreRefused) {
   const std::string longId(70000, 'x');
   EXPECT_EQ(creating(test::instance("Base", {{"Id", longId.c_str()}})),
             Pegasus::CIM_ERR_INVALID_PARAMETER);
@@ -295,7 +316,7 @@ TEST_F(RepositoryTest, NamesOfAnUnreasonableLengthAreRefused) {
             Pegasus::CIM_ERR_SUCCESS);
 }
 
-TEST_F(RepositoryTest, WhatHasOtherKeysByNowIsNotRestored) {
+TEST_F(RepositoryTest, AnInstanceWithOtherKeysByNowIsNotRestored) {
   const CIMInstance instance = test::instance("Base", {{"Id", "1"}});
   EXPECT_EQ(statusOf([&] { nameSpace().restoreInstance(instance, u"other"); }),
             Pegasus::CIM_ERR_FAILED);

@@ -72,7 +72,7 @@ TEST_F(ComputedNameSpace, ChildrenAreTheNamesOfTheNextLevel) {
             Pegasus::CIM_ERR_NOT_FOUND);
 }
 
-TEST_F(ComputedNameSpace, NothingElseIsThere) {
+TEST_F(ComputedNameSpace, OtherClassesAndLevelsHaveTheirErrors) {
   EXPECT_EQ(enumerating("A", "interop"), Pegasus::CIM_ERR_INVALID_CLASS);
   EXPECT_EQ(server_.ask("EnumerateClassNames", {}, "interop"),
             className("CIM_ObjectManager") + className("CIM_Namespace"));
@@ -85,7 +85,7 @@ TEST_F(ComputedNameSpace, NothingElseIsThere) {
   EXPECT_EQ(server_.ask("EnumerateClassNames", {}), className("A"));
 }
 
-TEST_F(ComputedNameSpace, NoChangeIsServed) {
+TEST_F(ComputedNameSpace, ChangesAreNotSupported) {
   const std::string name = instanceName("__Namespace", "Name", "kvasd");
   const std::string created =
       "<INSTANCE CLASSNAME=\"__Namespace\"><PROPERTY NAME=\"Name\" TYPE=\"string\">"
@@ -107,7 +107,7 @@ TEST_F(ComputedNameSpace, NoChangeIsServed) {
   EXPECT_EQ(names("__Namespace", "root"), "Cimv2 kvasd PG_InterOp ");
 }
 
-TEST_F(ComputedNameSpace, WhatTheFilesDeclareComesFirst) {
+TEST_F(ComputedNameSpace, DeclaredClassesAndNamespacesComeFirst) {
   test::loadText(server_.repository, R"(
     #pragma namespace("Interop")
     class C { [Key] string Name; };

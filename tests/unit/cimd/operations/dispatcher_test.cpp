@@ -75,7 +75,7 @@ TEST_F(DispatcherTest, EnumerateInstancesReturnsSubclassInstancesWithAllProperti
   EXPECT_EQ(instances[0].getProperty(0).getClassOrigin(), String());
 }
 
-TEST_F(DispatcherTest, WithoutDeepInheritanceOnlyPropertiesOfTheClassAskedFor) {
+TEST_F(DispatcherTest, WithoutDeepInheritancePropertiesOfSubclassesAreLeftOut) {
   EXPECT_EQ(enumerated(false, CIMPropertyList()), "Id,Text, Id,Text, ");
 }
 
@@ -107,7 +107,7 @@ TEST_F(DispatcherTest, ClassOriginIsTheClassThatIntroducedTheProperty) {
   EXPECT_EQ(instance.getProperty(2).getClassOrigin(), String("Derived"));
 }
 
-TEST_F(DispatcherTest, NamesPropertiesCreationAndDeletion) {
+TEST_F(DispatcherTest, AnInstanceCanBeCreatedListedReadAndDeleted) {
   RequestWriter create = request("CreateInstance");
   create.instance("NewInstance", test::instance("base", {{"ID", "n"}, {"Text", "new"}}));
   EXPECT_EQ(answer(create, "CreateInstance").instanceName().toString(), String("Base.Id=\"n\""));
@@ -130,7 +130,7 @@ TEST_F(DispatcherTest, NamesPropertiesCreationAndDeletion) {
   EXPECT_EQ(status(again, "GetInstance"), Pegasus::CIM_ERR_NOT_FOUND);
 }
 
-TEST_F(DispatcherTest, OtherOperationsAreNotSupportedWhateverTheNamespace) {
+TEST_F(DispatcherTest, OtherOperationsAreNotSupportedInAnyNamespace) {
   for (const char* method :
        {"CreateClass", "ModifyClass", "DeleteClass", "Associators", "AssociatorNames", "References",
         "ReferenceNames", "ExecQuery", "SetQualifier", "DeleteQualifier", "OpenEnumerateInstances",
@@ -212,7 +212,7 @@ TEST_F(DispatcherTest, MethodCallsAreNotSupported) {
             std::string::npos);
 }
 
-TEST_F(DispatcherTest, AParameterThatIsThereTwiceIsInvalid) {
+TEST_F(DispatcherTest, DuplicateParametersAreInvalid) {
   RequestWriter writer = request("EnumerateInstanceNames");
   writer.className("ClassName", "Base").className("CLASSNAME", "Base");
   EXPECT_EQ(status(writer, "EnumerateInstanceNames"), Pegasus::CIM_ERR_INVALID_PARAMETER);

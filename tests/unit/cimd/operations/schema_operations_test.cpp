@@ -166,7 +166,7 @@ TEST_F(SchemaOperations, EnumerateClassesAnswersAsGetClassDoes) {
   EXPECT_EQ(server_.ask("EnumerateClasses", with("Leaf", {})), "");
 }
 
-TEST_F(SchemaOperations, Qualifiers) {
+TEST_F(SchemaOperations, QualifierDeclarationsAreReturnedOneByOneOrAll) {
   EXPECT_EQ(server_.ask("GetQualifier", {{"QualifierName", value("KEY")}}),
             "<QUALIFIER.DECLARATION NAME=\"Key\" TYPE=\"boolean\" ISARRAY=\"false\" "
             "OVERRIDABLE=\"false\"><SCOPE REFERENCE=\"true\" PROPERTY=\"true\"/>"
@@ -221,7 +221,7 @@ TEST_F(SchemaOperations, EachFaultHasItsError) {
   }
 }
 
-TEST_F(SchemaOperations, ErrorsTellWhatIsNotThere) {
+TEST_F(SchemaOperations, ErrorsNameWhatIsMissing) {
   EXPECT_EQ(getClass("NoSuchClass"), "6: CIM_ERR_NOT_FOUND: NoSuchClass ");
   EXPECT_EQ(server_.ask("EnumerateClassNames", {}, "root/x"),
             "3: CIM_ERR_INVALID_NAMESPACE: root/x ");
@@ -257,7 +257,7 @@ TEST(EmbeddedObjects, PropertiesCarryTheAttributeInClassesAndInstances) {
   EXPECT_EQ(elementNamed(get("xml"), "PROPERTY", "One"),
             "<PROPERTY NAME=\"One\" TYPE=\"string\" EmbeddedObject=\"instance\">"
             "<VALUE>&lt;INSTANCE CLASSNAME=&quot;In&quot;/&gt;</VALUE></PROPERTY>");
-  // What a client could not decode is not announced as an object.
+  // A value that a client could not decode is an ordinary string.
   EXPECT_EQ(embedded(get("text")), "");
 }
 
