@@ -188,7 +188,7 @@ String Request::targetClass() const {
     const auto name =
         value ? value.attribute(value.name() == "CLASSNAME" ? "NAME" : "CLASSNAME") : std::nullopt;
     if (name) {
-      return String(*name);
+      return String(text::trimmed(*name));
     }
   }
   return String();

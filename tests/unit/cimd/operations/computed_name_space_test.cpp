@@ -62,6 +62,7 @@ TEST_F(ComputedNameSpace, NamesHaveTheKeysOfTheStandardClasses) {
 TEST_F(ComputedNameSpace, ChildrenAreTheNamesOfTheNextLevel) {
   EXPECT_EQ(names("__Namespace", "root"), "Cimv2 kvasd PG_InterOp ");
   EXPECT_EQ(names("__Namespace", "ROOT/cimv2"), "test ");
+  EXPECT_EQ(names(" __namespace\n", "ROOT/cimv2"), "test ");
   EXPECT_EQ(names("__Namespace", "root/kvasd"), "");
   EXPECT_EQ(names("__Namespace", "interop"), "");
   const std::string kvasd = instanceName("__Namespace", "Name", "kvasd");
