@@ -76,3 +76,19 @@ FAN        A5          Lüfter       KVAHalvoranFru1'
     equal "('Server 123 -[1234ABX]-', '1234', ['2400'], ['512'])" \
         "$(jsonOf 'tuple(it["machine"][k] for k in ("model", "machineType", "processorClocks", "memorySizes"))')" json
 }
+
+@test "blanks at the ends of texts and control characters are shown as they are, and harmlessly" {
+    writeMachine --dmtf >machine.mof
+    cat >>machine.mof <<'END'
+instance of KVAXDT_FRU { FRUNumber = " K "; IdentifyingNumber = "KVAHalvoranFru1"; Vendor = "KVA";
+    Name = "FAN"; Description = " a\x0001\x001Bb  "; };
+END
+    startPegasus "$schema/kvaxdt-dmtf.mof" "$PWD/machine.mof"
+    runShow --json
+    ends 0
+    equal "[(' K ', ' a\x01\x1bb  ')]" \
+        "$(jsonOf '[(e["fruNumber"], e["description"]) for e in it["entries"]]')" 'the entry'
+    runShow
+    ends 0
+    equal 'FAN        K           a��b        KVAHalvoranFru1' "$(tail -n 1 "$out")" 'the line'
+}
