@@ -98,6 +98,7 @@ TEST(Response, ErrorsCarryCodeAndDescription) {
             "CIM_ERR_X: caf\u00e9 <");
   EXPECT_EQ(error("CODE=\" 11 \"").getCode(), CIM_ERR_ALREADY_EXISTS);
   EXPECT_EQ(static_cast<Uint32>(error("CODE=\"4000000000\"").getCode()), 4000000000U);
+  EXPECT_THROW(read(answer("<IRETURNVALUE/><ERROR CODE=\"1\"/>")), CIMException);
 }
 
 TEST(Response, ErrorsWithoutANumberAreRefused) {
