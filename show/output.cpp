@@ -4,6 +4,7 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
 
 using Pegasus::String;
 
@@ -51,7 +52,12 @@ Json beginning() {
 
 std::string csvField(const std::optional<String>& value, const Terminal& terminal) {
   const String text = value.value_or(String());
-  const std::string bytes = terminal.isTerminal ? sanitized(text, terminal) : text.toUtf8();
+  std::string bytes = terminal.isTerminal ? sanitized(text, terminal) : text.toUtf8();
+  // Spreadsheets take a text that begins like this for a formula, and run it.
+  if (!bytes.empty() &&
+      std::string_view("=+-@\t\r").find(bytes.front()) != std::string_view::npos) {
+    bytes.insert(0, 1, '\'');
+  }
   if (bytes.find_first_of("\",\r\n") == std::string::npos) {
     return bytes;
   }

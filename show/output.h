@@ -19,7 +19,7 @@ namespace show {
 void writeTable(std::ostream& out, const Terminal& terminal, const std::vector<Entry>& entries,
                 bool withVendor);
 // RFC 4180, with a line of headings. A file or pipe gets all texts as they are, a terminal
-// sanitized ones.
+// sanitized ones, but a text that a spreadsheet would take for a formula begins with an apostrophe.
 void writeCsv(std::ostream& out, const Terminal& terminal, const std::vector<Entry>& entries);
 void writeJson(std::ostream& out, const std::vector<Entry>& entries);
 

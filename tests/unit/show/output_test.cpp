@@ -1,4 +1,5 @@
-// The shape of JSON: what it has on each line, in which order, and in which characters.
+// The bytes of CSV, and the shape of JSON: what it has on each line, in which order, and in which
+// characters.
 #include "output.h"
 
 #include <gtest/gtest.h>
@@ -6,9 +7,28 @@
 #include <cstdlib>
 #include <sstream>
 #include <utility>
+#include <vector>
 
 namespace show {
 namespace {
+
+TEST(Csv, NoFieldIsAFormula) {
+  std::vector<Entry> entries;
+  for (const char* text : {"=1", "+1", "-1", "@x", "\tx", "\rx", "=\"a\",b", "1=1", "'x"}) {
+    entries.emplace_back();
+    entries.back().description = text;
+  }
+  std::ostringstream out;
+  writeCsv(out, Terminal(), entries);
+  std::string expected =
+      "category,fruNumber,description,identifyingNumber,vendor,revisionLevel,publishedByMorvik,"
+      "problem\r\n";
+  for (const char* field :
+       {"'=1", "'+1", "'-1", "'@x", "'\tx", "\"'\rx\"", "\"'=\"\"a\"\",b\"", "1=1", "'x"}) {
+    expected += std::string(",,") + field + ",,,,false,\r\n";
+  }
+  EXPECT_EQ(out.str(), expected);
+}
 
 TEST(Json, EachEntryIsOnALineOfItsOwn) {
   Entry entry;
