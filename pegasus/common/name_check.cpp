@@ -6,8 +6,12 @@
 namespace Pegasus {
 
 const String* findRepeated(std::vector<const String*> names) {
-  std::sort(names.begin(), names.end(),
-            [](const String* a, const String* b) { return String::compareNoCase(*a, *b) < 0; });
+  // By length first, which tells most names apart.
+  std::sort(names.begin(), names.end(), [](const String* a, const String* b) {
+    const std::size_t sizeOfA = a->view().size();
+    const std::size_t sizeOfB = b->view().size();
+    return sizeOfA != sizeOfB ? sizeOfA < sizeOfB : String::compareNoCase(*a, *b) < 0;
+  });
   const auto repeated = std::adjacent_find(
       names.begin(), names.end(),
       [](const String* a, const String* b) { return String::equalNoCase(*a, *b); });

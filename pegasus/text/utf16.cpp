@@ -17,10 +17,8 @@ bool isAscii(std::string_view bytes) {
 }
 
 std::u16string widened(std::string_view bytes) {
-  std::u16string units(bytes.size(), u'\0');
-  std::transform(bytes.begin(), bytes.end(), units.begin(),
-                 [](char byte) { return static_cast<char16_t>(static_cast<unsigned char>(byte)); });
-  return units;
+  const auto* const begin = reinterpret_cast<const unsigned char*>(bytes.data());
+  return {begin, begin + bytes.size()};
 }
 
 }  // namespace

@@ -45,8 +45,17 @@ Element valueChild(Element property) {
   return child;
 }
 
-String optionalName(Element element, const char* attribute) {
-  return String(text::trimmed(element.attribute(attribute).value_or(std::string_view())));
+String optionalName(std::optional<std::string_view> attribute) {
+  return attribute ? String(text::trimmed(*attribute)) : String();
+}
+
+std::string_view requireName(Element element, const char* attribute,
+                             std::optional<std::string_view> value) {
+  const std::string_view name = text::trimmed(value.value_or(std::string_view()));
+  if (name.empty()) {
+    refuse(excerpt(element.name()) + " without " + attribute);
+  }
+  return name;
 }
 
 CIMKeyBinding::Type keyType(Element keyValue) {
@@ -149,6 +158,7 @@ void appendNameSpaceParts(String& path, const String& name) {
 
 std::vector<CIMProperty> decodeProperties(Element instance) {
   std::vector<CIMProperty> properties;
+  properties.reserve(std::min<std::size_t>(instance.childCount(), maxProperties));
   for (Element child = instance.firstChild(); child; child = child.next()) {
     if (child.name() == "QUALIFIER") {
       continue;
@@ -182,11 +192,7 @@ std::string_view requireAttribute(Element element, const char* name) {
 }
 
 std::string_view requireName(Element element, const char* attribute) {
-  const std::string_view name = text::trimmed(requireAttribute(element, attribute));
-  if (name.empty()) {
-    refuse(excerpt(element.name()) + " without " + attribute);
-  }
-  return name;
+  return requireName(element, attribute, element.attribute(attribute));
 }
 
 Element optionalChild(Element element) {
@@ -209,21 +215,26 @@ CIMObjectPath decodeReference(Element element) {
 }
 
 CIMProperty decodeProperty(Element element) {
-  const bool isArray = element.name() == "PROPERTY.ARRAY";
-  const bool isReference = element.name() == "PROPERTY.REFERENCE";
-  requireElement(element, isArray || isReference ? element.name() : "PROPERTY");
-  const CIMType type = isReference ? CIMTYPE_REFERENCE : parseType(requireName(element, "TYPE"));
+  const std::string_view kind = element.name();
+  const bool isArray = kind == "PROPERTY.ARRAY";
+  const bool isReference = kind == "PROPERTY.REFERENCE";
+  requireElement(element, isArray || isReference ? kind : "PROPERTY");
+  const auto [name, typeName, propagated, classOrigin, arraySize, referenceClass] =
+      element.attributes(
+          {"NAME", "TYPE", "PROPAGATED", "CLASSORIGIN", "ARRAYSIZE", "REFERENCECLASS"});
+  const CIMType type =
+      isReference ? CIMTYPE_REFERENCE : parseType(requireName(element, "TYPE", typeName));
   if (isArray && type == CIMTYPE_REFERENCE) {
     refuse("an array of references, which no property can be");
   }
-  Uint32 arraySize = 0;
-  if (const std::optional<std::string_view> size = element.attribute("ARRAYSIZE")) {
-    parseScalar(CIMTYPE_UINT32, *size).get(arraySize);
+  Uint32 size = 0;
+  if (arraySize) {
+    parseScalar(CIMTYPE_UINT32, *arraySize).get(size);
   }
-  return CIMProperty(
-      String(requireName(element, "NAME")), decodeTypedValue(type, isArray, valueChild(element)),
-      arraySize, optionalName(element, "REFERENCECLASS"), optionalName(element, "CLASSORIGIN"),
-      text::equalNoCase(text::trimmed(element.attribute("PROPAGATED").value_or("")), "true"));
+  return CIMProperty(String(requireName(element, "NAME", name)),
+                     decodeTypedValue(type, isArray, valueChild(element)), size,
+                     optionalName(referenceClass), optionalName(classOrigin),
+                     propagated && text::equalNoCase(text::trimmed(*propagated), "true"));
 }
 
 CIMValue decodeTypedValue(CIMType type, bool isArray, Element element) {

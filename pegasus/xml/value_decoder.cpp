@@ -124,6 +124,15 @@ T parseAs(std::string_view text) {
   }
 }
 
+// By their CIMType.
+const std::array<std::string_view, CIMTYPE_REFERENCE + 1> typeNames = [] {
+  std::array<std::string_view, CIMTYPE_REFERENCE + 1> names;
+  for (int i = CIMTYPE_BOOLEAN; i <= CIMTYPE_REFERENCE; ++i) {
+    names[static_cast<std::size_t>(i)] = cimTypeToString(static_cast<CIMType>(i));
+  }
+  return names;
+}();
+
 // The elements of an array, each read by `decode`; an empty one where VALUE.NULL stands.
 template <typename T, typename Decode>
 CIMValue decodeElements(Element element, Decode decode) {
@@ -147,17 +156,21 @@ CIMValue decodeElements(Element element, Decode decode) {
 }  // namespace
 
 CIMType parseType(std::string_view name) {
-  // What most properties are need not be looked for.
-  if (name == "string") {
-    return CIMTYPE_STRING;
+  // As it is usually written, and then in any letter case.
+  const auto exact =
+      std::find_if(typeNames.begin(), typeNames.end(), [name](std::string_view type) {
+        return name.size() == type.size() && name[0] == type[0] && name == type;
+      });
+  if (exact != typeNames.end()) {
+    return static_cast<CIMType>(exact - typeNames.begin());
   }
-  for (int i = CIMTYPE_BOOLEAN; i <= CIMTYPE_REFERENCE; ++i) {
-    const auto type = static_cast<CIMType>(i);
-    if (equalNoCase(name, cimTypeToString(type))) {
-      return type;
-    }
+  const auto same = std::find_if(typeNames.begin(), typeNames.end(), [name](std::string_view type) {
+    return text::equalNoCase(name, type);
+  });
+  if (same == typeNames.end()) {
+    refuseText("a CIM type", name);
   }
-  refuseText("a CIM type", name);
+  return static_cast<CIMType>(same - typeNames.begin());
 }
 
 CIMValue parseScalar(CIMType type, std::string_view text) {

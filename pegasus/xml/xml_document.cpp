@@ -2,40 +2,49 @@
 
 #include "text/ascii.h"
 
-#include <algorithm>
+#include <bit>
+#include <cstring>
 #include <pugixml.hpp>
 
 namespace Pegasus::xml {
 
 namespace {
 
-// White space is kept, since a value may consist of it; the first text of an element is kept in the
-// element itself, which saves a node for each value. Comments and processing instructions are
-// dropped. What else could be asked of the parser has been checked before it runs.
+// The first text of an element is kept in the element itself, which saves a node for each value.
+// Comments and processing instructions are dropped. What else could be asked of the parser has been
+// checked before it runs.
 constexpr unsigned parseFlags = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
-                                pugi::parse_wconv_attribute | pugi::parse_ws_pcdata |
-                                pugi::parse_embed_pcdata;
+                                pugi::parse_wconv_attribute | pugi::parse_embed_pcdata;
 
-pugi::xml_node asNode(void* node) {
-  return pugi::xml_node(static_cast<pugi::xml_node_struct*>(node));
+// White space is kept, since a value may consist of it, but no node is made for it between two
+// elements. Where text is in pieces, the parser cannot tell these from one another.
+unsigned whiteSpaceFlag(bool mayHaveTextInPieces) {
+  return mayHaveTextInPieces ? pugi::parse_ws_pcdata : pugi::parse_ws_pcdata_single;
 }
 
-pugi::xml_node elementFrom(pugi::xml_node node) {
-  while (node && node.type() != pugi::node_element) {
+// The parser's handles are nothing but a pointer, and to make or to ask one is a call into the
+// library.
+pugi::xml_node asNode(void* node) {
+  return std::bit_cast<pugi::xml_node>(node);
+}
+template <typename Handle>
+void* asPointer(Handle handle) {
+  return std::bit_cast<void*>(handle);
+}
+
+// This node or the first after it that is an element, or null.
+void* elementFrom(pugi::xml_node node) {
+  while (asPointer(node) != nullptr && node.type() != pugi::node_element) {
     node = node.next_sibling();
   }
-  return node;
+  return asPointer(node);
 }
 
-// Calls `use` with each piece of the element's own text in order.
-template <typename Use>
-void forEachText(pugi::xml_node element, Use use) {
-  use(std::string_view(element.value()));
-  for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
-    if (child.type() != pugi::node_element) {
-      use(std::string_view(child.value()));
-    }
+bool isMoreThanSpace(const char* text) {
+  while (text::isSpace(*text)) {
+    ++text;
   }
+  return *text != '\0';
 }
 
 }  // namespace
@@ -53,33 +62,66 @@ std::optional<std::string_view> Element::attribute(const char* name) const {
   return attribute ? std::optional<std::string_view>(attribute.value()) : std::nullopt;
 }
 
+void Element::findAttributes(std::span<const char* const> names,
+                             std::span<std::optional<std::string_view>> values) const {
+  for (pugi::xml_attribute each = asNode(node_).first_attribute(); asPointer(each) != nullptr;
+       each = each.next_attribute()) {
+    const char* const name = each.name();
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      if (names[i][0] == name[0] && std::strcmp(names[i], name) == 0) {
+        values[i] = each.value();
+        break;
+      }
+    }
+  }
+}
+
+std::size_t Element::childCount() const {
+  std::size_t count = 0;
+  for (pugi::xml_node child = asNode(node_).first_child(); asPointer(child) != nullptr;
+       child = child.next_sibling()) {
+    ++count;
+  }
+  return count;
+}
+
 Element Element::firstChild() const {
-  return Element(elementFrom(asNode(node_).first_child()).internal_object());
+  return Element(elementFrom(asNode(node_).first_child()));
 }
 
 Element Element::next() const {
-  return Element(elementFrom(asNode(node_).next_sibling()).internal_object());
+  return Element(elementFrom(asNode(node_).next_sibling()));
 }
 
 std::string Element::text() const {
-  std::string text;
-  forEachText(asNode(node_), [&text](std::string_view piece) { text += piece; });
+  const pugi::xml_node element = asNode(node_);
+  std::string text = element.value();
+  for (pugi::xml_node child = element.first_child(); asPointer(child) != nullptr;
+       child = child.next_sibling()) {
+    if (child.type() != pugi::node_element) {
+      text += child.value();
+    }
+  }
   return text;
 }
 
 bool Element::hasText() const {
-  bool found = false;
-  forEachText(asNode(node_), [&found](std::string_view piece) {
-    found = found || !std::all_of(piece.begin(), piece.end(), text::isSpace<char>);
-  });
+  const pugi::xml_node element = asNode(node_);
+  bool found = isMoreThanSpace(element.value());
+  for (pugi::xml_node child = element.first_child(); asPointer(child) != nullptr && !found;
+       child = child.next_sibling()) {
+    found = child.type() != pugi::node_element && isMoreThanSpace(child.value());
+  }
   return found;
 }
 
 XmlDocument::XmlDocument(std::string text, ControlReferences controlReferences)
     : text_(std::move(text)), tree_(std::make_unique<Tree>()) {
-  checkWellFormed(text_, {maxDepth, maxAttributes, maxNodes}, controlReferences);
+  const bool mayHaveTextInPieces =
+      checkWellFormed(text_, {maxDepth, maxAttributes, maxNodes}, controlReferences);
   const pugi::xml_parse_result result = tree_->document.load_buffer_inplace(
-      text_.data(), text_.size(), parseFlags, pugi::encoding_utf8);
+      text_.data(), text_.size(), parseFlags | whiteSpaceFlag(mayHaveTextInPieces),
+      pugi::encoding_utf8);
   if (!result) {
     throw XmlException(String("XML error: ") + String(result.description()));
   }

@@ -5,8 +5,11 @@
 #include <Pegasus/Common/Exception.h>
 #include "xml/xml_scanner.h"
 
+#include <array>
+#include <cstddef>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -22,6 +25,16 @@ class Element {
   std::string_view name() const;
   // The attribute's value with references resolved, or nothing.
   std::optional<std::string_view> attribute(const char* name) const;
+  // The values of these attributes in the order of their names, found in one pass.
+  template <std::size_t count>
+  std::array<std::optional<std::string_view>, count> attributes(
+      const char* const (&names)[count]) const {
+    std::array<std::optional<std::string_view>, count> values;
+    findAttributes(names, values);
+    return values;
+  }
+  // Elements and pieces of text in this element.
+  std::size_t childCount() const;
   // The first child element, and the next sibling element.
   Element firstChild() const;
   Element next() const;
@@ -34,6 +47,8 @@ class Element {
  private:
   friend class XmlDocument;
   explicit Element(void* node) : node_(node) {}
+  void findAttributes(std::span<const char* const> names,
+                      std::span<std::optional<std::string_view>> values) const;
   void* node_ = nullptr;
 };
 

@@ -43,16 +43,30 @@ constexpr std::array<bool, 256> listNameCharacters() {
   return isIn;
 }
 
-// By the character's value: names are a third of a message.
+constexpr std::array<bool, 256> listValueCharacters() {
+  std::array<bool, 256> isIn{};
+  for (unsigned i = 0; i < isIn.size(); ++i) {
+    isIn[i] = i != 0 && i != '"' && i != '\'' && i != '<' && i != '&';
+  }
+  return isIn;
+}
+
+// By the character's value: names and attributes are most of a message.
 constexpr std::array<bool, 256> nameCharacters = listNameCharacters();
+constexpr std::array<bool, 256> valueCharacters = listValueCharacters();
 
 bool isNameCharacter(char c) {
   return nameCharacters[static_cast<unsigned char>(c)];
 }
 
+// A character that means nothing else in the value of an attribute.
+bool isValueCharacter(char c) {
+  return valueCharacters[static_cast<unsigned char>(c)];
+}
+
 class Scanner {
  public:
-  Scanner(std::string_view text, const XmlLimits& limits, ControlReferences controlReferences)
+  Scanner(const std::string& text, const XmlLimits& limits, ControlReferences controlReferences)
       : text_(text), limits_(limits), controlReferences_(controlReferences) {}
 
   void scanDocument() {
@@ -77,6 +91,8 @@ class Scanner {
     }
   }
 
+  bool mayHaveTextInPieces() const { return mayHaveTextInPieces_; }
+
  private:
   [[noreturn]] void fail(const std::string& what) const { failAt(position_, what); }
   [[noreturn]] static void failAt(std::size_t position, const std::string& what) {
@@ -84,8 +100,7 @@ class Scanner {
         String(std::string_view("XML error at byte " + std::to_string(position) + ": " + what)));
   }
 
-  // All characters at once, so that the scan behind this needs no eye for them. Most of them are
-  // ASCII, which is checked eight at a time.
+  // All characters at once, so that the scan after this need not look for bad ones.
   void checkCharacters() const {
     const char* const end = text_.data() + text_.size();
     for (const char* place = text_.data();;) {
@@ -104,18 +119,14 @@ class Scanner {
 
   static bool isAscii(char c) { return static_cast<unsigned char>(c) < 0x80; }
 
-  // To the first character that is not ASCII or a control character other than white space.
+  // To the first character that is not ASCII or a control character other than white space. Eight
+  // at a time: one line end among them need not spoil the next eight.
   static const char* skipPlain(const char* place, const char* end) {
-    while (place != end) {
-      if (end - place >= 8 && arePlain(place)) {
-        place += 8;
-      } else if (isAscii(*place) && (*place >= ' ' || text::isSpace(*place))) {
-        ++place;
-      } else {
-        break;
-      }
+    const auto isPlain = [](char c) { return isAscii(c) && (c >= ' ' || text::isSpace(c)); };
+    while (end - place >= 8 && (arePlain(place) || std::all_of(place, place + 8, isPlain))) {
+      place += 8;
     }
-    return place;
+    return std::find_if_not(place, end, isPlain);
   }
 
   // Characters past ASCII that stand in a row.
@@ -136,6 +147,18 @@ class Scanner {
     return static_cast<std::size_t>(place - text_.data());
   }
 
+  // The next character, or NUL at the end of the text, where no other NUL is.
+  char next() const { return text_.data()[position_]; }
+  bool skip(char c) {
+    const bool found = next() == c;
+    position_ += found ? 1 : 0;
+    return found;
+  }
+  void expect(char c) {
+    if (!skip(c)) {
+      fail(std::string("'") + c + "' expected");
+    }
+  }
   bool startsWith(std::string_view prefix) const {
     return text_.substr(position_).starts_with(prefix);
   }
@@ -151,7 +174,7 @@ class Scanner {
   }
   bool skipSpace() {
     const std::size_t start = position_;
-    while (position_ < text_.size() && text::isSpace(text_[position_])) {
+    while (text::isSpace(next())) {
       ++position_;
     }
     return position_ > start;
@@ -174,16 +197,29 @@ class Scanner {
 
   std::string_view scanName() {
     const std::size_t start = position_;
-    if (start >= text_.size() || !isNameStart(text_[start])) {
+    if (!isNameStart(next())) {
       fail("a name expected");
     }
-    while (position_ < text_.size() && isNameCharacter(text_[position_])) {
+    while (isNameCharacter(next())) {
       ++position_;
     }
     return text_.substr(start, position_ - start);
   }
 
   void scanMarkup() {
+    const char kind = text_.data()[position_ + 1];
+    if (isNameStart(kind)) {
+      scanStartTag();
+    } else if (kind == '/') {
+      position_ += 2;
+      scanEndTag();
+    } else {
+      mayHaveTextInPieces_ = true;
+      scanOtherMarkup();
+    }
+  }
+
+  void scanOtherMarkup() {
     if (skip("<!--")) {
       scanComment();
     } else if (skip("<?")) {
@@ -194,10 +230,9 @@ class Scanner {
       throw XmlValidationError("a document type, which CIM-XML messages do not have");
     } else if (startsWith("<!")) {
       fail("a declaration, which CIM-XML messages do not have");
-    } else if (skip("</")) {
-      scanEndTag();
     } else {
-      scanStartTag();
+      ++position_;
+      fail("a name expected");
     }
   }
 
@@ -210,7 +245,8 @@ class Scanner {
 
   void scanInstruction() {
     const std::string_view target = scanName();
-    if (text::equalNoCase(target, "xml")) {
+    if (target.size() == 3 && (target[0] | 0x20) == 'x' && (target[1] | 0x20) == 'm' &&
+        (target[2] | 0x20) == 'l') {
       fail("an XML declaration that is not at the start");
     }
     if (!startsWith("?>") && !skipSpace()) {
@@ -234,8 +270,8 @@ class Scanner {
     if (!scanDeclared("version").value_or("").starts_with("1.")) {
       fail("XML version 1.0 expected");
     }
-    const std::string_view encoding = scanDeclared("encoding").value_or("utf-8");
-    if (!text::equalNoCase(encoding, "utf-8") && !text::equalNoCase(encoding, "us-ascii")) {
+    const String encoding(scanDeclared("encoding").value_or("utf-8"));
+    if (!String::equalNoCase(encoding, "utf-8") && !String::equalNoCase(encoding, "us-ascii")) {
       fail("an encoding other than UTF-8");
     }
     scanDeclared("standalone");
@@ -264,25 +300,32 @@ class Scanner {
     ++position_;
     const std::string_view name = scanName();
     scanAttributes();
-    if (!skip("/>")) {
-      expect(">");
-      open_.push_back(name);
+    if (skip('/')) {
+      expect('>');
+      return;
     }
+    expect('>');
+    open_.push_back(name);
   }
 
   void scanEndTag() {
-    const std::string_view name = scanName();
-    if (open_.empty() || open_.back() != name) {
-      fail("an end tag without its start tag: " + excerpt(name));
+    if (open_.empty() || !skip(open_.back()) || isNameCharacter(next())) {
+      refuseEndTag();
     }
     open_.pop_back();
     skipSpace();
-    expect(">");
+    expect('>');
+  }
+
+  [[noreturn]] void refuseEndTag() {
+    position_ = text_.rfind('/', position_) + 1;
+    const std::string_view name = scanName();
+    fail("an end tag without its start tag: " + excerpt(name));
   }
 
   void scanAttributes() {
     attributes_.clear();
-    while (skipSpace() && position_ < text_.size() && isNameStart(text_[position_])) {
+    while (skipSpace() && isNameStart(next())) {
       const std::string_view name = scanName();
       if (std::find(attributes_.begin(), attributes_.end(), name) != attributes_.end()) {
         fail("a second attribute " + excerpt(name));
@@ -299,21 +342,30 @@ class Scanner {
   // From the equal sign on; the value between the quotes as it stands.
   std::string_view scanAttributeValue() {
     skipSpace();
-    expect("=");
+    expect('=');
     skipSpace();
-    const char quote = position_ < text_.size() ? text_[position_] : '\0';
+    const char quote = next();
     if (quote != '"' && quote != '\'') {
       fail("a quoted attribute value expected");
     }
     const std::size_t start = ++position_;
-    const std::string_view value = textBefore(quote);
-    if (value.find('<') != std::string_view::npos) {
-      position_ += value.find('<');
-      fail("'<' in an attribute value");
+    for (;;) {
+      while (isValueCharacter(next())) {
+        ++position_;
+      }
+      if (next() == quote) {
+        return text_.substr(start, position_++ - start);
+      }
+      if (next() == '&') {
+        scanReference();
+      } else if (next() == '<') {
+        fail("'<' in an attribute value");
+      } else if (position_ == text_.size()) {
+        expect(quote);
+      } else {
+        ++position_;  // the other quote
+      }
     }
-    scanReferences(value);
-    expect(std::string_view(&quote, 1));
-    return text_.substr(start, position_ - 1 - start);
   }
 
   void scanText() {
@@ -324,6 +376,11 @@ class Scanner {
       return;
     }
     countNode();
+    // Most text is the white space between two elements.
+    skipSpace();
+    if (next() == '<') {
+      return;
+    }
     const std::string_view text = textBefore('<');
     if (text.find("]]>") != std::string_view::npos) {
       position_ += text.find("]]>");
@@ -383,21 +440,25 @@ class Scanner {
     }
   }
 
+  // Ends in a NUL, which is not part of it.
   std::string_view text_;
   const XmlLimits& limits_;
   ControlReferences controlReferences_;
   std::size_t position_ = 0;
   std::size_t nodes_ = 0;
   bool hasRoot_ = false;
+  bool mayHaveTextInPieces_ = false;
   std::vector<std::string_view> open_;
   std::vector<std::string_view> attributes_;
 };
 
 }  // namespace
 
-void checkWellFormed(std::string_view text, const XmlLimits& limits,
+bool checkWellFormed(const std::string& text, const XmlLimits& limits,
                      ControlReferences controlReferences) {
-  Scanner(text, limits, controlReferences).scanDocument();
+  Scanner scanner(text, limits, controlReferences);
+  scanner.scanDocument();
+  return scanner.mayHaveTextInPieces();
 }
 
 }  // namespace Pegasus::xml

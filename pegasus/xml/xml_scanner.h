@@ -1,8 +1,12 @@
 // Checks that a text is well-formed XML before a tree is built from it.
+//
+// Why not a parser that checks all this itself? Expat in place of this scanner and pugixml was
+// tried: 176 lines instead of 519, and strict, but it took 877,000 instructions for a message of
+// 11.8 KB where scanner and pugixml took 357,000, and 66 microseconds instead of 24.
 #pragma once
 
 #include <cstddef>
-#include <string_view>
+#include <string>
 
 namespace Pegasus::xml {
 
@@ -26,8 +30,10 @@ enum class ControlReferences { refused, allowed };
 // which only such a declaration could bring, an XML declaration that names an encoding other than
 // UTF-8 or US-ASCII, names of elements and attributes with characters beyond ASCII, which CIM-XML
 // does not have. Control characters are refused where they are not written as references, whatever
-// `controlReferences` says. Takes linear time, and memory for the names of the open elements only.
-void checkWellFormed(std::string_view text, const XmlLimits& limits,
+// `controlReferences` says. Returns whether the text of an element may be in pieces: with comments,
+// processing instructions or CDATA sections among it. Takes linear time, and memory for the names
+// of the open elements only.
+bool checkWellFormed(const std::string& text, const XmlLimits& limits,
                      ControlReferences controlReferences = ControlReferences::refused);
 
 }  // namespace Pegasus::xml
