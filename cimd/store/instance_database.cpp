@@ -79,20 +79,23 @@ InstanceDatabase::InstanceDatabase(const std::filesystem::path& file) try
 
 std::vector<std::string> InstanceDatabase::load(const Reader& reader) {
   std::vector<std::string> warnings;
-  unserved_.clear();
+  // Taken over at the end only: after a failed reload the rows that were not served are still those
+  // of the load before.
+  std::unordered_set<std::int64_t> unserved;
   try {
     sqlite::Statement row(database_, loadText);
     while (row.step()) {
       try {
         readRow(reader, row);
       } catch (const Pegasus::Exception& error) {
-        unserved_.insert(row.integer(ID));
+        unserved.insert(row.integer(ID));
         warnings.push_back(describeRow(row) + " is kept but not served: " + toUtf8(error));
       }
     }
   } catch (const sqlite::Error& error) {
     throw StoreError(file_, std::string("cannot read: ") + error.what());
   }
+  unserved_ = std::move(unserved);
   return warnings;
 }
 

@@ -35,8 +35,9 @@ class InstanceDatabase final : public Journal {
 
   // Calls the reader for every instance, in order of creation. Returns a line of text for each that
   // is not served, because it is damaged or the reader refused it; such an instance stays in the
-  // file. Throws StoreError when the file cannot be read to its end; some instances may have been
-  // handed out then, and the database should not be used on.
+  // file. Throws StoreError when the file cannot be read to its end, and lets through what else the
+  // reader throws; some instances may have been handed out then, but the database is as it was
+  // before the call.
   std::vector<std::string> load(const Reader& reader);
 
   // As Journal says. An instance that was not served and has the same key is not overwritten or

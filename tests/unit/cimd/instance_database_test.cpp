@@ -352,6 +352,21 @@ TEST_F(UnservedRowTest, whatIsServedAtTheNextLoadIsNotSetAside) {
   EXPECT_EQ(count("set_aside"), "0");
 }
 
+// As after a reload that failed, when the server goes on with what it had loaded before.
+TEST_F(UnservedRowTest, AFailedLoadDoesNotForgetWhatMustBeSetAside) {
+  test::runSql(file(), "UPDATE instance SET class = 'D' WHERE key = 'b'");
+  {
+    InstanceDatabase database(file());
+    expectLeftOut(database, "checksum");
+    EXPECT_THROW(database.load([](const String&, const InstanceKey&, const CIMInstance&) {
+      throw std::bad_alloc();
+    }),
+                 std::bad_alloc);
+    put(database, u"b", "new");
+  }
+  EXPECT_EQ(count("set_aside"), "1");
+}
+
 TEST_F(UnservedRowTest, bytesInPlaceOfTextAreDamage) {
   test::runSql(file(), "UPDATE instance SET class = CAST(class AS BLOB) WHERE key = 'b'");
   InstanceDatabase database(file());
