@@ -1,8 +1,9 @@
 // The receiver of each change to the instances, before the change is made in memory.
 #pragma once
 
-#include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/String.h>
+
+#include <string_view>
 
 #include "model/instance_key.h"
 
@@ -15,9 +16,10 @@ class Journal {
   virtual ~Journal() = default;
 
   // The instance has been created under this key, or replaces the one that was there. A replacement
-  // keeps the place of the first in the order of creation.
+  // keeps the place of the first in the order of creation. `instanceXml` is its INSTANCE element
+  // (DMTF DSP0201), in UTF-8.
   virtual void put(const Pegasus::String& nameSpace, const InstanceKey& key,
-                   const Pegasus::CIMInstance& instance) = 0;
+                   const Pegasus::String& className, std::string_view instanceXml) = 0;
   // The instance is gone. One that is not in the journal is no error.
   virtual void remove(const Pegasus::String& nameSpace, const InstanceKey& key) = 0;
 };

@@ -2,6 +2,8 @@
 
 #include "model/errors.h"
 #include "model/instance_values.h"
+#include "xml/object_decoder.h"
+#include "xml/xml_document.h"
 
 namespace cimd {
 
@@ -43,7 +45,9 @@ CIMObjectPath NameSpace::createInstance(const CIMInstance& given, Origin origin)
   return add(cls, std::move(created), origin);
 }
 
-void NameSpace::restoreInstance(const CIMInstance& given, const InstanceKey& key) {
+void NameSpace::restoreInstance(std::string_view instanceXml, const InstanceKey& key) {
+  const Pegasus::xml::XmlDocument document{std::string(instanceXml)};
+  const CIMInstance given = Pegasus::xml::decodeInstance(document.root());
   const Class& cls = classNamed(given.getClassName());
   StoredInstance restored(cls, completeInstance(cls, given, keyScope()), true);
   if (keyOf(restored.instance.getPath()) != key) {
@@ -61,7 +65,7 @@ CIMObjectPath NameSpace::add(const Class& cls, StoredInstance stored, Origin ori
   // Whatever can fail comes before the journal, which must not have what is not here.
   auto addition = instances_.prepare(cls, std::move(key), std::move(stored));
   if (journal_ != nullptr && origin == Origin::published) {
-    journal_->put(name_, addition.key(), addition.stored().instance);
+    journal_->put(name_, addition.key(), cls.name(), addition.stored().instanceXml);
   }
   instances_.add(std::move(addition));
   return path;
@@ -77,7 +81,7 @@ void NameSpace::modifyInstance(const CIMInstance& given, const CIMPropertyList& 
   StoredInstance changed(cls, changedInstance(cls, stored->instance, given, list, keyScope()),
                          stored->isPublished);
   if (journal_ != nullptr && changed.isPublished) {
-    journal_->put(name_, key, changed.instance);
+    journal_->put(name_, key, cls.name(), changed.instanceXml);
   }
   instances_.replace(key, std::move(changed));
 }

@@ -5,6 +5,7 @@
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/CIMPropertyList.h>
 
+#include <string_view>
 #include <vector>
 
 #include "model/instance_store.h"
@@ -44,9 +45,9 @@ class NameSpace {
   // CIMException: INVALID_CLASS, ALREADY_EXISTS, what completeInstance() throws, and what the
   // journal throws.
   Pegasus::CIMObjectPath createInstance(const Pegasus::CIMInstance& given, Origin origin);
-  // The same for an instance that the journal has under this key. Also throws CIMException (FAILED)
-  // when its class gives it another key by now.
-  void restoreInstance(const Pegasus::CIMInstance& given, const InstanceKey& key);
+  // The same for an instance as it was given to Journal::put(). Also throws CIMException (FAILED)
+  // when its class gives it another key by now, and XmlException when the text is not an instance.
+  void restoreInstance(std::string_view instanceXml, const InstanceKey& key);
   // Changes the instance that the path of `given` names: the properties in `given`, or those in the
   // list if it is not null. A property that is only in the list gets the default of the class.
   // Throws CIMException: INVALID_CLASS, NOT_FOUND, NO_SUCH_PROPERTY, INVALID_PARAMETER (a key would

@@ -25,7 +25,7 @@
 #include "service/notification.h"
 #include "service/privileges.h"
 #include "store/instance_database.h"
-#include "store/store_error.h"
+#include "store/store_file.h"
 
 namespace cimd {
 
@@ -139,10 +139,10 @@ class Publications {
   // null. From here on changes go to the store.
   void restore(Repository& repository, const Repository* earlier) {
     if (database_) {
-      warn(database_->load([&](const Pegasus::String& name, const InstanceKey& key,
-                               const Pegasus::CIMInstance& instance) {
-        repository.nameSpace(name).restoreInstance(instance, key);
-      }));
+      warn(database_->load(
+          [&](const Pegasus::String& name, const InstanceKey& key, std::string_view instanceXml) {
+            repository.nameSpace(name).restoreInstance(instanceXml, key);
+          }));
       repository.setJournal(database_.get());
     } else if (earlier != nullptr) {
       warn(repository.adoptPublished(*earlier));

@@ -1,24 +1,25 @@
 #include "store/instance_database.h"
 
 #include <Pegasus/Common/Exception.h>
+#include <utf8.h>
 
+#include <initializer_list>
+#include <iterator>
 #include <optional>
+#include <utility>
 
 #include "model/errors.h"
 #include "model/names.h"
-#include "store/instance_text.h"
-#include "store/store_error.h"
 #include "store/store_file.h"
 
 namespace cimd {
 
 namespace {
 
-using Pegasus::CIMInstance;
 using Pegasus::String;
 using std::string_view;
 
-// The row keeps its id, and with it its place in the order of creation.
+// An instance that is put again keeps its id, and with it its place in the order of creation.
 constexpr const char* putText =
     "INSERT INTO instance (namespace, key, class, instance, checksum) VALUES (?, ?, ?, ?, ?) "
     "ON CONFLICT (namespace, key) DO UPDATE SET namespace = excluded.namespace, "
@@ -30,11 +31,37 @@ constexpr const char* setAsideText =
     "SELECT datetime('now'), namespace, key, class, instance, checksum FROM instance WHERE id = ?";
 constexpr const char* loadText =
     "SELECT id, namespace, key, class, instance, checksum FROM instance ORDER BY id";
-// Columns of the last one.
-enum Column { ID, NAME_SPACE, KEY, CLASS, INSTANCE, CHECKSUM };
+// The columns of loadText.
+enum Column { idColumn, nameSpaceColumn, keyColumn, classColumn, instanceColumn, checksumColumn };
 
 std::string toUtf8(const Pegasus::Exception& error) {
   return error.getMessage().toUtf8();
+}
+
+// UTF-8 has exactly one form for each text, so that keys can be compared as bytes.
+std::string encodeText(std::u16string_view text) {
+  std::string bytes;
+  try {
+    utf8::utf16to8(text.begin(), text.end(), std::back_inserter(bytes));
+  } catch (const utf8::exception&) {
+    throw Pegasus::InvalidValueException("a surrogate without its partner");
+  }
+  return bytes;
+}
+
+// FNV-1a over the texts in this order: a change of any one byte changes the result. SQLite's own
+// check covers the structure of the file, not the bytes of a text. The byte after each text does
+// not occur in UTF-8, so that moving a letter from one text to the next is a change, too.
+std::int64_t checksum(std::initializer_list<string_view> texts) {
+  constexpr std::uint64_t prime = 0x100000001B3;
+  std::uint64_t sum = 0xCBF29CE484222325;
+  for (const string_view text : texts) {
+    for (const char byte : text) {
+      sum = (sum ^ static_cast<unsigned char>(byte)) * prime;
+    }
+    sum = (sum ^ 0xFF) * prime;
+  }
+  return static_cast<std::int64_t>(sum);
 }
 
 // A damaged key may be long and may hold anything.
@@ -50,23 +77,30 @@ std::string printable(string_view text) {
 }
 
 std::string describeRow(const sqlite::Statement& row) {
-  return "stored instance " + std::to_string(row.integer(ID)) + " (" +
-         printable(row.text(NAME_SPACE)) + ", " + printable(row.text(KEY)) + ")";
+  return "stored instance " + std::to_string(row.integer(idColumn)) + " (" +
+         printable(row.text(nameSpaceColumn)) + ", " + printable(row.text(keyColumn)) + ")";
 }
 
 bool isIntact(const sqlite::Statement& row) {
-  for (const int column : {NAME_SPACE, KEY, CLASS, INSTANCE}) {
+  for (const int column : {nameSpaceColumn, keyColumn, classColumn, instanceColumn}) {
     if (!row.isText(column)) {
       return false;
     }
   }
-  return row.integer(CHECKSUM) ==
-         checksum({row.text(NAME_SPACE), row.text(KEY), row.text(CLASS), row.text(INSTANCE)});
+  return row.integer(checksumColumn) == checksum({row.text(nameSpaceColumn), row.text(keyColumn),
+                                                  row.text(classColumn), row.text(instanceColumn)});
+}
+
+void readRow(const InstanceDatabase::Reader& reader, const sqlite::Statement& row) {
+  if (!isIntact(row)) {
+    throw Pegasus::Exception("damaged: its checksum is wrong");
+  }
+  reader(String(row.text(nameSpaceColumn)), InstanceKey(String(row.text(keyColumn)).view()),
+         row.text(instanceColumn));
 }
 
 }  // namespace
 
-// What cannot be prepared on tables that were found right is a fault of SQLite's.
 InstanceDatabase::InstanceDatabase(const std::filesystem::path& file) try
     : file_(file),
       database_(openStoreFile(file)),
@@ -88,7 +122,7 @@ std::vector<std::string> InstanceDatabase::load(const Reader& reader) {
       try {
         readRow(reader, row);
       } catch (const Pegasus::Exception& error) {
-        unserved.insert(row.integer(ID));
+        unserved.insert(row.integer(idColumn));
         warnings.push_back(describeRow(row) + " is kept but not served: " + toUtf8(error));
       }
     }
@@ -99,21 +133,12 @@ std::vector<std::string> InstanceDatabase::load(const Reader& reader) {
   return warnings;
 }
 
-void InstanceDatabase::readRow(const Reader& reader, const sqlite::Statement& row) const {
-  if (!isIntact(row)) {
-    throw Pegasus::Exception("damaged: its checksum is wrong");
-  }
-  const CIMInstance instance = decodeInstance(row.text(INSTANCE));
-  reader(String(row.text(NAME_SPACE)), InstanceKey(String(row.text(KEY)).view()), instance);
-}
-
-void InstanceDatabase::put(const String& nameSpace, const InstanceKey& key,
-                           const CIMInstance& instance) {
+void InstanceDatabase::put(const String& nameSpace, const InstanceKey& key, const String& className,
+                           string_view instanceXml) {
   change("store", nameSpace, key, [&](string_view space, string_view keyText) {
-    const std::string className = encodeText(instance.getClassName().view());
-    const std::string text = encodeInstance(instance);
-    put_.bind(1, space).bind(2, keyText).bind(3, className).bind(4, text);
-    put_.bind(5, checksum({space, keyText, className, text})).run();
+    const std::string classText = encodeText(className.view());
+    put_.bind(1, space).bind(2, keyText).bind(3, classText).bind(4, instanceXml);
+    put_.bind(5, checksum({space, keyText, classText, instanceXml})).run();
   });
 }
 
@@ -123,7 +148,7 @@ void InstanceDatabase::remove(const String& nameSpace, const InstanceKey& key) {
   });
 }
 
-// Either all of it is on the disk at the end, or nothing has changed and it throws.
+// Makes the change durable as a whole, or changes nothing and throws.
 template <typename Action>
 void InstanceDatabase::change(const char* what, const String& nameSpace, const InstanceKey& key,
                               Action action) {
@@ -152,8 +177,9 @@ void InstanceDatabase::change(const char* what, const String& nameSpace, const I
   throwCimError(Pegasus::CIM_ERR_FAILED, String(string_view(detail)));
 }
 
-// Moves a row that load() could not serve out of the way of the instance with the same key. Returns
-// its id.
+// Moves a row that load() could not serve out of the way of the instance with the same key, and
+// returns its id. The caller forgets the id only after the commit: a rollback brings the row back,
+// and a later row may get the same id.
 std::optional<std::int64_t> InstanceDatabase::setAside(string_view nameSpace, string_view key) {
   if (unserved_.empty() || !find_.bind(1, nameSpace).bind(2, key).step()) {
     return std::nullopt;

@@ -1,10 +1,9 @@
-// Published instances on the disk, in one SQLite file: what a client was told is created, changed
-// or deleted is so after a crash of the server or of the machine.
+// Published instances on disk, in one SQLite file: whatever a client was told is created, changed
+// or deleted is still so after a crash of the server or of the machine.
 //
 // The file is read once, at the start, and written with each change; the model answers from memory.
 #pragma once
 
-#include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/String.h>
 
 #include <cstdint>
@@ -23,31 +22,30 @@ namespace cimd {
 
 class InstanceDatabase final : public Journal {
  public:
-  // Takes the file for this process alone, making it where it is missing: see openStoreFile().
+  // Opens the file for this process alone, and creates it if it is missing: see openStoreFile().
   // Throws StoreError.
   explicit InstanceDatabase(const std::filesystem::path& file);
 
-  // Takes one instance as it was put, its path having the class name only, and the key that it was
-  // put under. May throw Pegasus::Exception to say that the model has no place for it: its class is
-  // gone, or it has another key by now. Must not change the database.
+  // Takes one instance as it was given to put(). May throw Pegasus::Exception to say that the model
+  // has no place for it: its class is gone, or now gives it another key. Must not change the
+  // database. The text is valid during the call only.
   using Reader = std::function<void(const Pegasus::String& nameSpace, const InstanceKey& key,
-                                    const Pegasus::CIMInstance& instance)>;
+                                    std::string_view instanceXml)>;
 
-  // Calls the reader for every instance, in order of creation. Returns a line of text for each that
-  // is not served, because it is damaged or the reader refused it; such an instance stays in the
-  // file. Throws StoreError when the file cannot be read to its end, and lets through what else the
-  // reader throws; some instances may have been handed out then, but the database is as it was
-  // before the call.
+  // Calls the reader for every instance, in order of creation. Returns a line of text for each
+  // instance that is not served because it is damaged or the reader refused it; such an instance
+  // stays in the file. Throws StoreError when the file cannot be read to its end, and lets through
+  // anything else that the reader throws; some instances may have been handed out by then, but the
+  // database is as it was before the call.
   std::vector<std::string> load(const Reader& reader);
 
-  // As Journal says. An instance that was not served and has the same key is not overwritten or
+  // As in Journal. An instance that was not served and has the same key is not overwritten or
   // deleted but moved to another table of the file.
   void put(const Pegasus::String& nameSpace, const InstanceKey& key,
-           const Pegasus::CIMInstance& instance) override;
+           const Pegasus::String& className, std::string_view instanceXml) override;
   void remove(const Pegasus::String& nameSpace, const InstanceKey& key) override;
 
  private:
-  void readRow(const Reader& reader, const sqlite::Statement& row) const;
   template <typename Action>
   void change(const char* what, const Pegasus::String& nameSpace, const InstanceKey& key,
               Action action);
@@ -58,7 +56,7 @@ class InstanceDatabase final : public Journal {
   sqlite::Statement put_;
   sqlite::Statement remove_;
   sqlite::Statement find_;
-  // Ids of the rows that load() had to leave aside.
+  // The ids of the rows that the last load() did not serve.
   std::unordered_set<std::int64_t> unserved_;
 };
 

@@ -7,8 +7,6 @@
 #include <string>
 #include <system_error>
 
-#include "store/store_error.h"
-
 namespace cimd {
 
 namespace {

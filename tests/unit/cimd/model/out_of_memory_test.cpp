@@ -39,7 +39,7 @@ namespace {
 class CountingJournal : public Journal {
  public:
   void put(const Pegasus::String& /*nameSpace*/, const InstanceKey& /*key*/,
-           const Pegasus::CIMInstance& /*instance*/) override {
+           const Pegasus::String& /*className*/, std::string_view /*instanceXml*/) override {
     ++entries;
   }
   void remove(const Pegasus::String& /*nameSpace*/, const InstanceKey& /*key*/) override {}

@@ -317,7 +317,9 @@ TEST_F(RepositoryTest, NamesOfMoreThan65536CharactersAreRefused) {
 }
 
 TEST_F(RepositoryTest, AnInstanceWithOtherKeysByNowIsNotRestored) {
-  const CIMInstance instance = test::instance("Base", {{"Id", "1"}});
+  const std::string instance =
+      "<INSTANCE CLASSNAME=\"Base\"><PROPERTY NAME=\"Id\" TYPE=\"string\"><VALUE>1</VALUE>"
+      "</PROPERTY></INSTANCE>";
   EXPECT_EQ(statusOf([&] { nameSpace().restoreInstance(instance, u"other"); }),
             Pegasus::CIM_ERR_FAILED);
   EXPECT_EQ(listed("Base"), "");
@@ -325,6 +327,12 @@ TEST_F(RepositoryTest, AnInstanceWithOtherKeysByNowIsNotRestored) {
                                nameSpace().keyScope());
   nameSpace().restoreInstance(instance, key.value());
   EXPECT_EQ(listed("Base"), "1 ");
+}
+
+TEST_F(RepositoryTest, TextThatIsNotAnInstanceIsNotRestored) {
+  for (const char* text : {"", "<INSTANCE", "<CLASS NAME=\"Base\"/>", "plain"}) {
+    EXPECT_THROW(nameSpace().restoreInstance(text, u"1"), Pegasus::XmlException) << text;
+  }
 }
 
 // The order of keys means nothing, also where the class is not known here.

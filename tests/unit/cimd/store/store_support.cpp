@@ -5,7 +5,6 @@
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include "store/instance_text.h"
 #include "store/sqlite.h"
 
 #include <iostream>
@@ -17,11 +16,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string describe(const std::string& nameSpace, const InstanceKey& key,
-                     const Pegasus::CIMInstance& instance) {
-  return nameSpace + " " + encodeText(key) + " " + encodeInstance(instance);
-}
-
 constexpr int largeEnough = 1 << 30;
 
 }  // namespace
@@ -29,8 +23,8 @@ constexpr int largeEnough = 1 << 30;
 Rows load(InstanceDatabase& database, std::vector<std::string>* warnings) {
   Rows rows;
   const auto found = database.load([&rows](const Pegasus::String& nameSpace, const InstanceKey& key,
-                                           const Pegasus::CIMInstance& instance) {
-    rows.push_back(describe(nameSpace.toUtf8(), key, instance));
+                                           std::string_view instanceXml) {
+    rows.push_back(row(key, std::string(instanceXml), nameSpace.toUtf8()));
   });
   if (warnings != nullptr) {
     *warnings = found;
@@ -46,15 +40,11 @@ Rows loadFile(const fs::path& file, std::vector<std::string>* warnings) {
 }
 
 std::string row(const InstanceKey& key, const std::string& text, const std::string& nameSpace) {
-  return describe(nameSpace, key, textInstance(text));
-}
-
-Pegasus::CIMInstance textInstance(const std::string& text) {
-  return instance("KVAXDT_FRU", {{"Name", text.c_str()}});
+  return nameSpace + " " + Pegasus::String(std::u16string(key)).toUtf8() + " " + text;
 }
 
 void put(Journal& journal, const InstanceKey& key, const std::string& text, const char* nameSpace) {
-  journal.put(nameSpace, key, textInstance(text));
+  journal.put(nameSpace, key, "KVAXDT_FRU", text);
 }
 
 void remove(Journal& journal, const InstanceKey& key, const char* nameSpace) {

@@ -1,10 +1,9 @@
 // What the tests of the stored instances share.
 #pragma once
 
-#include <Pegasus/Common/CIMInstance.h>
 #include "model/instance_key.h"
 #include "store/instance_database.h"
-#include "store/store_error.h"
+#include "store/store_file.h"
 
 #include <filesystem>
 #include <functional>
@@ -17,7 +16,7 @@ namespace cimd::test {
 
 constexpr const char* storeNameSpace = "root/kvasd";
 
-// One instance as load() hands it out: "namespace key <INSTANCE ...>".
+// One instance as load() hands it out: "namespace key text". To the store the text may be any.
 using Rows = std::vector<std::string>;
 
 Rows load(InstanceDatabase& database, std::vector<std::string>* warnings = nullptr);
@@ -27,8 +26,6 @@ Rows loadFile(const std::filesystem::path& file, std::vector<std::string>* warni
 std::string row(const InstanceKey& key, const std::string& text,
                 const std::string& nameSpace = storeNameSpace);
 
-// An instance with one property, and a call to store it.
-Pegasus::CIMInstance textInstance(const std::string& text);
 void put(Journal& journal, const InstanceKey& key, const std::string& text,
          const char* nameSpace = storeNameSpace);
 void remove(Journal& journal, const InstanceKey& key, const char* nameSpace = storeNameSpace);
