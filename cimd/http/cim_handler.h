@@ -1,5 +1,9 @@
 // CIM operations over HTTP (DMTF DSP0200): checks the HTTP side, has the operation carried out,
 // wraps the answer.
+//
+// Only a request that addresses this host by a loopback name or address is served, and none that a
+// web page sent: a page that a browser on this host shows must not reach the server, neither
+// through a name of its own that leads here nor through a request that the browser makes for it.
 #pragma once
 
 #include "http/request_handler.h"
@@ -12,8 +16,8 @@ class CimHandler : public RequestHandler {
   // Both must outlive the handler.
   CimHandler(Repository& repository, const Log& log) : dispatcher_(repository, log) {}
 
-  std::optional<HttpAnswer> refuseEarly(const HttpRequest& request) override;
-  HttpAnswer answer(const HttpRequest& request) override;
+  std::variant<CimRequest, HttpAnswer> check(const RequestHeader& header) override;
+  HttpAnswer answer(const CimRequest& request, std::string body) override;
 
  private:
   Dispatcher dispatcher_;

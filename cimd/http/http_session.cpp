@@ -1,15 +1,14 @@
 #include "http/http_session.h"
 
-#include "xml/object_decoder.h"
-
 #include <algorithm>
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/http/error.hpp>
 #include <boost/beast/http/read.hpp>
 #include <boost/beast/http/write.hpp>
-#include <exception>
 #include <string_view>
+#include <utility>
+#include <variant>
 
 namespace cimd {
 
@@ -88,31 +87,26 @@ void HttpSession::readHeader() {
 }
 
 void HttpSession::headerRead() {
-  readHeaders();
-  if (auto refused = handler_.refuseEarly(request_)) {
-    refused->closes = true;
-    send(*std::move(refused));
-  } else if (awaitsContinue()) {
-    sendContinue();
-  } else {
-    readBody();
+  std::variant<CimRequest, HttpAnswer> checked;
+  try {
+    checked = handler_.check(parser_->get());
+  } catch (...) {
+    refuse(http::status::internal_server_error);
+    return;
   }
+  if (auto* refused = std::get_if<HttpAnswer>(&checked)) {
+    send(std::move(*refused), true);
+    return;
+  }
+  request_ = std::get<CimRequest>(std::move(checked));
+  awaitsContinue() ? sendContinue() : readBody();
 }
 
 // A client of HTTP/1.0 would take the interim answer for the answer (RFC 9110, section 10.1.1).
 bool HttpSession::awaitsContinue() const {
-  return request_.header("Expect") != nullptr && request_.version >= 11 && buffer_.size() == 0 &&
+  const auto& header = parser_->get();
+  return header.count(http::field::expect) != 0 && header.version() >= 11 && buffer_.size() == 0 &&
          !parser_->is_done();
-}
-
-void HttpSession::readHeaders() {
-  const auto& message = parser_->get();
-  request_ = HttpRequest();
-  request_.method = std::string(message.method_string());
-  request_.version = message.version();
-  for (const auto& field : message) {
-    request_.headers.emplace_back(field.name_string(), field.value());
-  }
 }
 
 void HttpSession::sendContinue() {
@@ -127,7 +121,7 @@ void HttpSession::sendContinue() {
 
 void HttpSession::readBody() {
   if (!share_.resize(parser_->get().body().size())) {
-    refuseForMemory();
+    refuse(http::status::service_unavailable);
   } else if (parser_->is_done()) {
     bodyRead();
   } else {
@@ -138,59 +132,45 @@ void HttpSession::readBody() {
   }
 }
 
-void HttpSession::refuseForMemory() {
-  HttpAnswer answer = refusal(503);
-  answer.closes = true;
-  send(std::move(answer));
-}
-
 void HttpSession::bodyRead() {
-  request_.body = std::move(parser_->get().body());
   HttpAnswer answer;
   try {
-    answer = handler_.answer(request_);
-  } catch (const std::exception&) {
+    answer = handler_.answer(request_, std::move(parser_->get().body()));
+  } catch (...) {
     // Out of memory, most likely. The next request may be smaller.
-    answer = refusal(500);
+    answer = HttpAnswer(http::status::internal_server_error, 11);
   }
-  request_ = HttpRequest();
-  if (!share_.resize(answer.body.size())) {
-    refuseForMemory();
-    return;
+  if (share_.resize(answer.body().size())) {
+    send(std::move(answer), !parser_->keep_alive());
+  } else {
+    refuse(http::status::service_unavailable);
   }
-  answer.closes = answer.closes || !parser_->keep_alive();
-  send(std::move(answer));
 }
 
-// Only bytes that are no HTTP are worth an answer; a connection that ended or timed out has nobody
-// to read it.
+// Only bytes that are not HTTP are worth an answer; after the end of a connection or a time-out
+// there is nobody to read it.
 void HttpSession::refuseUnreadable(Error error) {
   if (error.category() != make_error_code(http::error::bad_method).category() ||
       error == http::error::end_of_stream || error == http::error::partial_message) {
     return;
   }
-  unsigned status = 400;
   if (error == http::error::body_limit) {
-    status = 413;
+    refuse(http::status::payload_too_large);
   } else if (error == http::error::header_limit || error == http::error::buffer_overflow) {
-    status = 431;
+    refuse(http::status::request_header_fields_too_large);
+  } else {
+    refuse(http::status::bad_request);
   }
-  HttpAnswer answer = refusal(status);
-  answer.closes = true;
-  send(std::move(answer));
 }
 
-void HttpSession::send(HttpAnswer answer) {
-  const unsigned version = parser_->get().version() == 10 ? 10 : 11;
-  response_ = {};
-  response_.version(version);
-  response_.result(answer.status);
-  response_.reason(answer.reason);
-  for (const auto& [name, value] : answer.headers) {
-    response_.insert(name, value);
-  }
-  response_.body() = std::move(answer.body);
-  response_.keep_alive(!answer.closes);
+void HttpSession::refuse(http::status status) {
+  send(HttpAnswer(status, 11), true);
+}
+
+void HttpSession::send(HttpAnswer answer, bool closes) {
+  response_ = std::move(answer);
+  response_.version(parser_->get().version() == 10 ? 10 : 11);
+  response_.keep_alive(!closes);
   response_.prepare_payload();
   stream_.expires_after(limits_.exchange);
   http::async_write(stream_, response_,

@@ -8,7 +8,6 @@
 #include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/http/parser.hpp>
-#include <boost/beast/http/string_body.hpp>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -50,13 +49,12 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
   void sendContinue();
   void readBody();
   void bodyRead();
-  void refuseForMemory();
   void skipEmptyLines();
   void refuseUnreadable(Error error);
-  void send(HttpAnswer answer);
+  void send(HttpAnswer answer, bool closes);
+  void refuse(boost::beast::http::status status);
   void sent(Error error);
   void drain();
-  void readHeaders();
 
   boost::beast::tcp_stream stream_;
   RequestHandler& handler_;
@@ -66,8 +64,8 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
   boost::beast::flat_buffer buffer_;
   // A parser reads one message only.
   std::optional<Parser> parser_;
-  HttpRequest request_;
-  boost::beast::http::response<boost::beast::http::string_body> response_;
+  CimRequest request_;
+  HttpAnswer response_;
 };
 
 }  // namespace cimd

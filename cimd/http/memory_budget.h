@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <utility>
 
 namespace cimd {
 
@@ -17,16 +18,24 @@ class MemoryBudget {
   std::size_t free_;
 };
 
-// What one connection has of it; given back at its end.
+// What one connection has of the budget; given back at its end.
 class MemoryShare {
  public:
   explicit MemoryShare(std::shared_ptr<MemoryBudget> budget) : budget_(std::move(budget)) {}
-  ~MemoryShare();
+  ~MemoryShare() { resize(0); }
   MemoryShare(const MemoryShare&) = delete;
   MemoryShare& operator=(const MemoryShare&) = delete;
 
   // Makes the share this large. False, and nothing has changed, when that is more than is left.
-  bool resize(std::size_t bytes);
+  bool resize(std::size_t bytes) {
+    const std::size_t available = budget_->free_ + bytes_;
+    if (bytes > available) {
+      return false;
+    }
+    budget_->free_ = available - bytes;
+    bytes_ = bytes;
+    return true;
+  }
 
  private:
   std::shared_ptr<MemoryBudget> budget_;

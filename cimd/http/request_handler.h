@@ -1,12 +1,30 @@
 // What the HTTP transport asks of the rest of the server.
 #pragma once
 
-#include <optional>
-
-#include "http/http_message.h"
+#include <boost/beast/http/message.hpp>
+#include <boost/beast/http/string_body.hpp>
+#include <string>
+#include <variant>
 
 namespace cimd {
 
+// Method, target, version and header fields.
+using RequestHeader = boost::beast::http::request_header<>;
+
+// The transport adds Content-Length and Connection, and sets the version.
+using HttpAnswer = boost::beast::http::response<boost::beast::http::string_body>;
+
+// What the header of an accepted request says about its CIM operation (DMTF DSP0200).
+struct CimRequest {
+  // "73-" when the request is an M-POST with "ns=73" in its Man field (RFC 2774): the names of CIM
+  // fields begin with it, in the answer too. Empty for POST.
+  std::string prefix;
+  // CIMMethod and CIMObject, decoded.
+  std::string method;
+  std::string object;
+};
+
+// When either function throws, whatever it is, the client gets a 500.
 class RequestHandler {
  public:
   RequestHandler() = default;
@@ -14,10 +32,10 @@ class RequestHandler {
   RequestHandler& operator=(const RequestHandler&) = delete;
   virtual ~RequestHandler() = default;
 
-  // Asked when the headers are there and the body is not: a refusal spares reading it.
-  virtual std::optional<HttpAnswer> refuseEarly(const HttpRequest& request) = 0;
-  // The answer to a request that was not refused. May throw; the client then gets a 500.
-  virtual HttpAnswer answer(const HttpRequest& request) = 0;
+  // Asked once for each request, before its body is read: a refusal spares reading it.
+  virtual std::variant<CimRequest, HttpAnswer> check(const RequestHeader& header) = 0;
+  // The answer to a request that was accepted.
+  virtual HttpAnswer answer(const CimRequest& request, std::string body) = 0;
 };
 
 }  // namespace cimd

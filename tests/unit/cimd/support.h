@@ -3,7 +3,7 @@
 
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObjectPath.h>
-#include "http/http_message.h"
+#include "http/request_handler.h"
 #include "model/repository.h"
 
 #include <filesystem>
@@ -52,6 +52,10 @@ Pegasus::CIMStatusCode statusOf(Action action) {
   }
   return Pegasus::CIM_ERR_SUCCESS;
 }
+
+using HttpRequest = boost::beast::http::request<boost::beast::http::string_body>;
+// The answer to the request: a refusal by its header, or that of its body.
+HttpAnswer ask(RequestHandler& handler, const HttpRequest& request);
 
 std::string readFile(const std::filesystem::path& path);
 

@@ -1,5 +1,6 @@
 // The HTTP transport over real connections, with a handler that only reports what it got.
 #include "http/http_server.h"
+#include <Pegasus/Common/Exception.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
@@ -15,23 +16,42 @@ namespace cimd {
 namespace {
 
 namespace asio = boost::asio;
+namespace http = boost::beast::http;
 using asio::ip::tcp;
 using std::chrono::milliseconds;
 
 class EchoHandler : public RequestHandler {
  public:
-  std::optional<HttpAnswer> refuseEarly(const HttpRequest& request) override {
-    return request.method == "GET" ? std::optional(refusal(501, "early")) : std::nullopt;
+  std::variant<CimRequest, HttpAnswer> check(const RequestHeader& header) override {
+    if (header.method_string() == "GET") {
+      HttpAnswer refused(http::status::not_implemented, 11);
+      refused.set("CIMError", "early");
+      return refused;
+    }
+    CimRequest request;
+    request.object = std::string(header["x"]);
+    throwIfAsked(request.object);
+    return request;
   }
-  HttpAnswer answer(const HttpRequest& request) override {
-    if (request.body == "throw") {
+  HttpAnswer answer(const CimRequest& request, std::string body) override {
+    throwIfAsked(body);
+    HttpAnswer answer;
+    answer.set("Seen-X", request.object);
+    answer.body() = body == "large" ? std::string(std::size_t{32} << 20U, 'l') : "[" + body + "]";
+    return answer;
+  }
+
+ private:
+  static void throwIfAsked(const std::string& text) {
+    if (text == "throw std::exception") {
       throw std::runtime_error("failed");
     }
-    HttpAnswer answer;
-    answer.headers.emplace_back("Seen-X", request.header("x") ? *request.header("x") : "none");
-    answer.body = request.body == "large" ? std::string(std::size_t{32} << 20U, 'l')
-                                          : "[" + request.body + "]";
-    return answer;
+    if (text == "throw Pegasus::Exception") {
+      throw Pegasus::Exception("failed");
+    }
+    if (text == "throw something else") {
+      throw 7;  // NOLINT
+    }
   }
 };
 
@@ -170,7 +190,7 @@ TEST(HttpServer, RequestsMayComeByteByByte) {
   EXPECT_EQ(bodyOf(client.receive()), "[one]");
 }
 
-TEST(HttpServer, ChunkedRequests) {
+TEST(HttpServer, RequestsMayBeChunked) {
   const Server server;
   Client client(server);
   const std::string head =
@@ -223,7 +243,7 @@ TEST(HttpServer, RefusedHeadersEndTheConnectionWithoutTheBody) {
   EXPECT_TRUE(client.isClosed());
 }
 
-TEST(HttpServer, WhatIsNoHttpGets400) {
+TEST(HttpServer, BytesThatAreNotHttpGet400) {
   const Server server;
   for (const char* text :
        {"hello\r\n\r\n", "POST\r\n\r\n", "POST / HTTP/9.9\r\n\r\n", "POST / HTTP/1.1\r\nx\r\n\r\n",
@@ -237,7 +257,7 @@ TEST(HttpServer, WhatIsNoHttpGets400) {
   }
 }
 
-TEST(HttpServer, TooMuchIsRefused) {
+TEST(HttpServer, AHeaderOrBodyPastItsLimitIsRefused) {
   HttpLimits limits;
   limits.headerBytes = 1000;
   limits.bodyBytes = 1000;
@@ -295,7 +315,7 @@ TEST(HttpServer, ABodyCountsWhileItComesAndNoMoreWhenItsConnectionEnds) {
   EXPECT_EQ(statusOf(unfinished.ask(begin + std::string(1001, 'x'))), "HTTP/1.1 503");
 }
 
-TEST(HttpServer, EmptyLinesBeforeARequestArePassedOver) {
+TEST(HttpServer, EmptyLinesBeforeARequestAreSkipped) {
   const Server server;
   Client client(server);
   EXPECT_EQ(bodyOf(client.ask("\r\n" + post("one") + "\r\n\r\n")), "[one]");
@@ -310,11 +330,17 @@ TEST(HttpServer, RefusalReachesAClientThatStillSends) {
   EXPECT_EQ(statusOf(client.ask(post(std::string(std::size_t{17} << 20U, 'x')))), "HTTP/1.1 413");
 }
 
-TEST(HttpServer, HandlerThatFailsGivesA500AndTheNextRequestIsServed) {
+TEST(HttpServer, WhateverTheHandlerThrowsGivesA500AndTheNextRequestIsServed) {
   const Server server;
   Client client(server);
-  EXPECT_EQ(statusOf(client.ask(post("throw"))), "HTTP/1.1 500");
-  EXPECT_EQ(bodyOf(client.ask(post("next"))), "[next]");
+  for (const std::string what :
+       {"throw std::exception", "throw Pegasus::Exception", "throw something else"}) {
+    EXPECT_EQ(statusOf(client.ask(post(what))), "HTTP/1.1 500") << what;
+    EXPECT_EQ(bodyOf(client.ask(post("next"))), "[next]");
+    Client other(server);
+    EXPECT_EQ(statusOf(other.ask(post("", "X: " + what + "\r\n"))), "HTTP/1.1 500") << what;
+    EXPECT_TRUE(other.isClosed());
+  }
 }
 
 TEST(HttpServer, StuckClientsDoNotHinderOthersAndAreDropped) {
