@@ -6,10 +6,10 @@
 
 namespace cimd {
 
-enum class LogLevel { ERROR, WARNING, INFO, DEBUG };
+enum class LogLevel { error, warning, info, debug };
 
-// Where standard error goes to the journal of systemd, each line begins with its priority, such as
-// "<4>", which the journal takes off (sd-daemon(3)).
+// When standard error is the systemd journal, each line starts with its priority, such as "<4>",
+// which the journal takes off (sd-daemon(3)).
 class Log {
  public:
   // What is less important than `most` is left out.
@@ -17,14 +17,14 @@ class Log {
 
   bool isOn(LogLevel level) const { return level <= most_; }
 
-  void error(std::string_view text) const { write(LogLevel::ERROR, text); }
-  void warning(std::string_view text) const { write(LogLevel::WARNING, text); }
-  void info(std::string_view text) const { write(LogLevel::INFO, text); }
-  void debug(std::string_view text) const { write(LogLevel::DEBUG, text); }
+  void error(std::string_view text) const { write(LogLevel::error, text); }
+  void warning(std::string_view text) const { write(LogLevel::warning, text); }
+  void info(std::string_view text) const { write(LogLevel::info, text); }
+  void debug(std::string_view text) const { write(LogLevel::debug, text); }
   // About a file of the user. The text begins with file, line and column, and so does the line, for
   // editors to find.
-  void fileError(std::string_view text) const { writeOfFile(LogLevel::ERROR, text); }
-  void fileWarning(std::string_view text) const { writeOfFile(LogLevel::WARNING, text); }
+  void fileError(std::string_view text) const { writeOfFile(LogLevel::error, text); }
+  void fileWarning(std::string_view text) const { writeOfFile(LogLevel::warning, text); }
   // Control characters become '?', so that a line stays one whatever it quotes.
   void write(LogLevel level, std::string_view text) const;
 

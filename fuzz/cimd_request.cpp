@@ -53,7 +53,7 @@ class Witness : public cimd::Journal {
 // A server without a port, with the machine of the recorded exchanges and some classes more.
 class Fixture {
  public:
-  Fixture() : log_(cimd::LogLevel::ERROR) { reset(); }
+  Fixture() : log_(cimd::LogLevel::error) { reset(); }
 
   // Every input begins with the same instances.
   void reset() {

@@ -1,5 +1,8 @@
 #include "http/http_server.h"
 
+#include <sys/resource.h>
+
+#include <algorithm>
 #include <boost/asio/socket_base.hpp>
 #include <new>
 
@@ -14,7 +17,27 @@ namespace asio = boost::asio;
 // Between two attempts to accept while the system has no descriptors left.
 constexpr std::chrono::milliseconds acceptPause{100};
 
+// Each connection takes a descriptor; everything else that the server has open takes a dozen.
+constexpr rlim_t otherDescriptors = 16;
+
 }  // namespace
+
+HttpLimits limitsOfProcess() {
+  HttpLimits limits;
+  const rlim_t wanted = limits.connections + otherDescriptors;
+  rlimit descriptors{};
+  if (getrlimit(RLIMIT_NOFILE, &descriptors) != 0) {
+    return limits;
+  }
+  if (descriptors.rlim_cur < wanted) {
+    descriptors.rlim_cur = std::min(descriptors.rlim_max, wanted);
+    static_cast<void>(setrlimit(RLIMIT_NOFILE, &descriptors));
+  }
+  const rlim_t left =
+      std::max<rlim_t>(descriptors.rlim_cur, otherDescriptors + 1) - otherDescriptors;
+  limits.connections = std::min<std::size_t>(limits.connections, left);
+  return limits;
+}
 
 HttpServer::HttpServer(asio::io_context& io, const asio::ip::tcp::endpoint& endpoint,
                        RequestHandler& handler, HttpLimits limits)

@@ -32,6 +32,10 @@ struct HttpLimits {
   std::chrono::milliseconds exchange{30'000};
 };
 
+// The default limits, with no more connections than this process can have descriptors for. Raises
+// the process's own limit where it must and may.
+HttpLimits limitsOfProcess();
+
 class HttpServer {
  public:
   // Listens from here on; throws boost::system::system_error when it cannot. `io` and `handler`

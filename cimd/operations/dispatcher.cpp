@@ -109,7 +109,7 @@ std::string Dispatcher::run(const Request& request) {
 // All other errors are the client's.
 std::string Dispatcher::refuse(const Request& request, Pegasus::CIMStatusCode code,
                                const String& description) const {
-  const LogLevel level = code == Pegasus::CIM_ERR_FAILED ? LogLevel::ERROR : LogLevel::DEBUG;
+  const LogLevel level = code == Pegasus::CIM_ERR_FAILED ? LogLevel::error : LogLevel::debug;
   if (log_.isOn(level)) {
     log_.write(level, request.method() + " in " + request.nameSpace().toUtf8() + ": " +
                           description.toUtf8());
@@ -125,7 +125,7 @@ std::string Dispatcher::answer(const Request& request) {
   };
   try {
     std::string result = run(request);
-    if (log_.isOn(LogLevel::DEBUG)) {
+    if (log_.isOn(LogLevel::debug)) {
       log_.debug(request.method() + " in " + request.nameSpace().toUtf8());
     }
     return Pegasus::xml::encodeResponse(request.messageId(), request.method(), std::move(result));

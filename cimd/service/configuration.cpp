@@ -30,6 +30,19 @@ void addSystemKeys(CIMInstance& instance, const Class& cls, const String& hostNa
 
 }  // namespace
 
+std::optional<host::HostBytes> readHost(const Options& options) {
+  if (!options.isHost) {
+    return std::nullopt;
+  }
+  if (!options.recordedTables) {
+    return host::readHostBytes(host::HostSources());
+  }
+  if (!std::filesystem::is_directory(*options.recordedTables)) {
+    throw ConfigurationError(options.recordedTables->string() + " is not a directory");
+  }
+  return host::readHostBytes(host::recordedHost(*options.recordedTables));
+}
+
 Repository Configuration::load() const {
   Repository repository;
   for (const std::string& warning : mof::loadMof(files_, repository, includeDirectories_)) {

@@ -1,4 +1,4 @@
-// What the server serves from its start: the contents of MOF files and the inventory of the host.
+// What the server declares: the contents of MOF files and the inventory of the host.
 #pragma once
 
 #include <filesystem>
@@ -10,18 +10,23 @@
 #include "host/host_files.h"
 #include "log.h"
 #include "model/repository.h"
+#include "service/options.h"
 
 namespace cimd {
 
-// What is wrong in other places than a MOF file. One line for people.
+// Something other than the contents of a MOF file is wrong. what() is one line for people.
 class ConfigurationError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
+// The bytes of the inventory that the options ask for: of this host, or recorded. Nothing when they
+// ask for none. Throws ConfigurationError.
+std::optional<host::HostBytes> readHost(const Options& options);
+
 class Configuration {
  public:
-  // `hostBytes` is absent where the host's inventory is not asked for. The log must outlive this.
+  // Without `hostBytes` no inventory is declared. The log must outlive this.
   Configuration(std::vector<std::filesystem::path> files,
                 std::vector<std::filesystem::path> includeDirectories,
                 std::optional<host::HostBytes> hostBytes, const Log& log)

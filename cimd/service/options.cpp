@@ -2,8 +2,9 @@
 
 #include <CLI/CLI.hpp>
 #include <boost/asio/ip/address.hpp>
-#include <charconv>
 #include <iostream>
+#include <string_view>
+#include "text/host_port.h"
 
 namespace cimd {
 
@@ -16,28 +17,48 @@ constexpr const char* description =
 constexpr const char* footer =
     "\nExit status: 0 normal end, 1 run-time error, 2 wrong usage, 3 wrong configuration.";
 
-std::string checkListen(const std::string& text) {
+struct ListenAddress {
   std::string address;
-  Pegasus::Uint16 port = 0;
-  return parseListenAddress(text, address, port)
+  Pegasus::Uint16 port;
+};
+
+// "127.0.0.1:5988" or "[::1]:5988"; nothing when it is of another form or the address is not one of
+// the loopback interface.
+std::optional<ListenAddress> parseListenAddress(std::string_view text) {
+  const auto parts = Pegasus::text::splitHostPort(text);
+  const auto port = parts ? Pegasus::text::parsePort(parts->port.value_or("")) : std::nullopt;
+  if (!port) {
+    return std::nullopt;
+  }
+  const std::string host(parts->host);
+  boost::system::error_code error;
+  const auto address = boost::asio::ip::make_address(host, error);
+  if (error || address.is_v6() != parts->isBracketed || !address.is_loopback()) {
+    return std::nullopt;
+  }
+  return ListenAddress{host, *port};
+}
+
+std::string checkListen(const std::string& text) {
+  return parseListenAddress(text)
              ? std::string()
              : "'" + text + "' is not a loopback address with port, such as 127.0.0.1:5988";
 }
 
-// Of a variable that a script left unset, most likely. Taken for "not given", it would make a
-// server that keeps nothing.
+// An empty value comes from a variable that a script left unset, most likely. Taken for "not
+// given", it would make a server that keeps nothing.
 std::string checkNotEmpty(const std::string& text) {
   return text.empty() ? "must not be empty" : std::string();
 }
 
 LogLevel parseLevel(const std::string& name) {
   if (name == "error") {
-    return LogLevel::ERROR;
+    return LogLevel::error;
   }
   if (name == "warning") {
-    return LogLevel::WARNING;
+    return LogLevel::warning;
   }
-  return name == "debug" ? LogLevel::DEBUG : LogLevel::INFO;
+  return name == "debug" ? LogLevel::debug : LogLevel::info;
 }
 
 template <typename T>
@@ -49,33 +70,8 @@ void setIfGiven(std::optional<T>& option, const std::string& text) {
 
 }  // namespace
 
-bool parseListenAddress(const std::string& text, std::string& address, Pegasus::Uint16& port) {
-  const std::size_t colon = text.rfind(':');
-  if (colon == std::string::npos) {
-    return false;
-  }
-  std::string host = text.substr(0, colon);
-  const bool isBracketed = host.size() > 2 && host.front() == '[' && host.back() == ']';
-  if (isBracketed) {
-    host = host.substr(1, host.size() - 2);
-  }
-  boost::system::error_code error;
-  const auto parsed = boost::asio::ip::make_address(host, error);
-  if (error || parsed.is_v6() != isBracketed || !parsed.is_loopback()) {
-    return false;
-  }
-  const char* end = text.data() + text.size();
-  Pegasus::Uint16 number = 0;
-  const auto result = std::from_chars(text.data() + colon + 1, end, number);
-  if (result.ec != std::errc() || result.ptr != end) {
-    return false;
-  }
-  address = host;
-  port = number;
-  return true;
-}
-
-std::optional<ExitStatus> readOptions(int argc, const char* const* argv, Options& options) {
+std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv) {
+  Options options;
   CLI::App app{description, "morvik-cimd"};
   app.footer(footer);
   app.set_version_flag("--version", "morvik-cimd " MORVIK_VERSION);
@@ -88,7 +84,7 @@ std::optional<ExitStatus> readOptions(int argc, const char* const* argv, Options
   app.add_flag("--host", options.isHost, "Serve this host's own inventory, from its SMBIOS tables");
   std::string recorded;
   app.add_option("--smbios", recorded,
-                 "Serve an inventory from the recorded tables in this folder instead")
+                 "Serve an inventory from recorded SMBIOS tables in this directory instead")
       ->type_name("DIRECTORY")
       ->check(CLI::Validator(checkNotEmpty, ""));
   std::vector<std::string> directories;
@@ -103,13 +99,13 @@ std::optional<ExitStatus> readOptions(int argc, const char* const* argv, Options
       ->check(CLI::Validator(checkNotEmpty, ""));
   std::string user;
   app.add_option("--user", user,
-                 "Account to run as, when started as root (default: the owner of the folder of "
-                 "the store, or nobody)")
+                 "Account to run as when started as root (default: the owner of the directory "
+                 "of the store, or nobody)")
       ->type_name("NAME")
       ->check(CLI::Validator(checkNotEmpty, ""));
   app.add_flag("--check", options.isCheck, "Load everything, report, and exit");
   std::string level = "info";
-  app.add_option("--log-level", level, "How much to tell: error, warning, info or debug")
+  app.add_option("--log-level", level, "Log verbosity: error, warning, info or debug")
       ->type_name("LEVEL")
       ->check(CLI::IsMember({"error", "warning", "info", "debug"}));
   std::vector<std::string> files;
@@ -119,13 +115,14 @@ std::optional<ExitStatus> readOptions(int argc, const char* const* argv, Options
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) {  // help and version come this way too
       app.exit(error);
-      return EXIT_OK;
+      return ExitStatus::ok;
     }
     std::cerr << "morvik-cimd: " << error.what() << "\nTry 'morvik-cimd --help'." << std::endl;
-    return EXIT_USAGE;
+    return ExitStatus::usage;
   }
-  if (!listen.empty()) {
-    parseListenAddress(listen, options.address, options.port);
+  if (const auto given = parseListenAddress(listen)) {
+    options.address = given->address;
+    options.port = given->port;
   }
   options.files.assign(files.begin(), files.end());
   options.includeDirectories.assign(directories.begin(), directories.end());
@@ -134,7 +131,7 @@ std::optional<ExitStatus> readOptions(int argc, const char* const* argv, Options
   setIfGiven(options.user, user);
   options.isHost = options.isHost || options.recordedTables;
   options.logLevel = parseLevel(level);
-  return std::nullopt;
+  return options;
 }
 
 }  // namespace cimd

@@ -6,17 +6,31 @@
 #include <pwd.h>
 #include <sys/fsuid.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
 #include <system_error>
 #include <vector>
+
+#include "service/configuration.h"
 
 namespace cimd {
 
 namespace {
+
+struct Account {
+  uid_t user;
+  gid_t group;
+};
+
+constexpr Account root{0, 0};
 
 void check(long result, const char* what) {
   if (result != 0) {
@@ -32,8 +46,7 @@ void dropCapabilities() {
   check(syscall(SYS_capset, &header, none.data()), "capset");
 }
 
-}  // namespace
-
+// Nothing when the system knows no account of this name.
 std::optional<Account> accountNamed(const std::string& name) {
   std::vector<char> buffer(16384);
   passwd entry{};
@@ -45,9 +58,11 @@ std::optional<Account> accountNamed(const std::string& name) {
   return Account{entry.pw_uid, entry.pw_gid};
 }
 
+// Whether the permissions of the file or of a directory above it keep this account from reading it.
+// False for a missing file. For a process that runs as root, before it becomes the account.
 bool isClosedTo(const Account& account, const std::filesystem::path& file) {
-  // Of the whole process, only its access to files changes. A user other than root takes the
-  // capabilities for files away as well.
+  // This changes nothing but the access of this process to files; with a user other than root the
+  // capabilities for files are gone as well.
   setfsgid(account.group);
   setfsuid(account.user);
   const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
@@ -61,15 +76,70 @@ bool isClosedTo(const Account& account, const std::filesystem::path& file) {
 }
 
 void becomeAccount(const Account& account) {
-  if (geteuid() != 0) {
-    return;
-  }
-  if (account.user != 0) {
+  if (account.user != root.user) {
     check(setgroups(0, nullptr), "setgroups");
     check(setresgid(account.group, account.group, account.group), "setresgid");
     check(setresuid(account.user, account.user, account.user), "setresuid");
   }
   dropCapabilities();
+}
+
+// The directory of the file itself, where the name is a link.
+std::filesystem::path directoryOf(const std::filesystem::path& file) {
+  return std::filesystem::weakly_canonical(std::filesystem::absolute(file)).parent_path();
+}
+
+constexpr const char* stillRoot = "running as root, though without its capabilities: ";
+
+// Without --user: the owner of the store's directory, who can write it; without a store, nobody.
+Account chooseAccount(const Options& options, const Log& log) {
+  struct stat directory {};
+  if (options.store && stat(directoryOf(*options.store).c_str(), &directory) == 0) {
+    if (directory.st_uid == root.user) {
+      log.warning(std::string(stillRoot) + "the directory of the store belongs to root");
+    }
+    return {directory.st_uid, directory.st_gid};
+  }
+  const Account nobody = accountNamed("nobody").value_or(Account{65534, 65534});
+  for (const auto& file : options.files) {
+    if (isClosedTo(nobody, file)) {
+      log.warning(stillRoot + file.string() + " is closed to the account nobody");
+      return root;
+    }
+  }
+  return nobody;
+}
+
+void becomeGivenAccount(const std::string& name) {
+  const auto account = accountNamed(name);
+  if (!account) {
+    throw ConfigurationError("there is no account " + name);
+  }
+  try {
+    becomeAccount(*account);
+  } catch (const std::system_error& error) {
+    throw std::runtime_error("cannot run as " + name + ": " + error.what());
+  }
+}
+
+}  // namespace
+
+void giveUpRoot(const Options& options, const Log& log) {
+  if (geteuid() != root.user) {
+    if (options.user) {
+      log.warning("not started as root: --user ignored");
+    }
+  } else if (options.user) {
+    becomeGivenAccount(*options.user);
+  } else {
+    try {
+      becomeAccount(chooseAccount(options, log));
+    } catch (const std::system_error& error) {
+      // For example in a container that has no other accounts.
+      log.warning(std::string(stillRoot) + error.what());
+      becomeAccount(root);
+    }
+  }
 }
 
 }  // namespace cimd

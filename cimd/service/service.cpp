@@ -1,19 +1,14 @@
 #include "service/service.h"
 
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <algorithm>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/address.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <boost/system/system_error.hpp>
 #include <csignal>
-#include <functional>
+#include <filesystem>
 #include <iostream>
-#include <memory>
 #include <new>
+#include <optional>
 #include <sstream>
 
 #include "host/host_files.h"
@@ -24,7 +19,7 @@
 #include "service/configuration.h"
 #include "service/notification.h"
 #include "service/privileges.h"
-#include "store/instance_database.h"
+#include "service/published_instances.h"
 #include "store/store_file.h"
 
 namespace cimd {
@@ -34,132 +29,6 @@ namespace {
 namespace asio = boost::asio;
 using asio::ip::tcp;
 
-// Each connection takes a descriptor; what else the server has open are a dozen.
-constexpr rlim_t otherDescriptors = 16;
-
-HttpLimits limitsWithin(rlim_t descriptors) {
-  HttpLimits limits;
-  const rlim_t left = descriptors > otherDescriptors ? descriptors - otherDescriptors : 1;
-  limits.connections = std::min<std::size_t>(limits.connections, left);
-  return limits;
-}
-
-// Of this process, raised where it must be and may be.
-HttpLimits readLimits() {
-  const rlim_t wanted = HttpLimits().connections + otherDescriptors;
-  rlimit limit{};
-  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) {
-    return {};
-  }
-  if (limit.rlim_cur < wanted) {
-    limit.rlim_cur = std::min(limit.rlim_max, wanted);
-    static_cast<void>(setrlimit(RLIMIT_NOFILE, &limit));
-  }
-  return limitsWithin(limit.rlim_cur);
-}
-
-std::optional<host::HostBytes> readHost(const Options& options) {
-  if (!options.isHost) {
-    return std::nullopt;
-  }
-  if (!options.recordedTables) {
-    return host::readHostBytes(host::HostSources());
-  }
-  if (!std::filesystem::is_directory(*options.recordedTables)) {
-    throw ConfigurationError(options.recordedTables->string() + " is no folder with tables");
-  }
-  return host::readHostBytes(host::recordedHost(*options.recordedTables));
-}
-
-constexpr Account root{0, 0};
-
-// Of the file itself, where the name is a link.
-std::filesystem::path folderOf(const std::filesystem::path& file) {
-  return std::filesystem::weakly_canonical(std::filesystem::absolute(file)).parent_path();
-}
-
-// Whom the store belongs to can write it; what needs no file needs no account of weight.
-Account accountFor(const Options& options, const Log& log) {
-  if (options.user) {
-    const auto account = accountNamed(*options.user);
-    if (!account) {
-      throw ConfigurationError("there is no account " + *options.user);
-    }
-    return *account;
-  }
-  const std::string kept = "running as root, though without its capabilities: ";
-  struct stat folder {};
-  if (options.store && stat(folderOf(*options.store).c_str(), &folder) == 0) {
-    if (folder.st_uid == root.user) {
-      log.warning(kept + "the folder of the store belongs to root");
-    }
-    return {folder.st_uid, folder.st_gid};
-  }
-  const Account nobody = accountNamed("nobody").value_or(Account{65534, 65534});
-  for (const auto& file : options.files) {
-    if (isClosedTo(nobody, file)) {
-      log.warning(kept + file.string() + " is closed to the account nobody");
-      return root;
-    }
-  }
-  return nobody;
-}
-
-void giveUpRoot(const Options& options, const Log& log) {
-  if (geteuid() != root.user) {
-    if (options.user) {
-      log.warning("not started as root, so --user is passed over");
-    }
-    return;
-  }
-  const Account account = accountFor(options, log);
-  try {
-    becomeAccount(account);
-  } catch (const std::system_error& error) {
-    if (options.user) {
-      throw std::runtime_error("cannot run as " + *options.user + ": " + error.what());
-    }
-    // In a container that has no other accounts, say.
-    log.warning(std::string("running as root, though without its capabilities: ") + error.what());
-    becomeAccount(root);
-  }
-}
-
-// The published instances: on disk where there is a store, otherwise in memory only.
-class Publications {
- public:
-  Publications(const Options& options, const Log& log) : log_(log) {
-    // A check must not make the file.
-    if (options.store && (!options.isCheck || std::filesystem::exists(*options.store))) {
-      database_ = std::make_unique<InstanceDatabase>(*options.store);
-    }
-  }
-
-  // Puts them into a freshly loaded repository; `earlier` is the one that was served until now, or
-  // null. From here on changes go to the store.
-  void restore(Repository& repository, const Repository* earlier) {
-    if (database_) {
-      warn(database_->load(
-          [&](const Pegasus::String& name, const InstanceKey& key, std::string_view instanceXml) {
-            repository.nameSpace(name).restoreInstance(instanceXml, key);
-          }));
-      repository.setJournal(database_.get());
-    } else if (earlier != nullptr) {
-      warn(repository.adoptPublished(*earlier));
-    }
-  }
-
- private:
-  void warn(const std::vector<std::string>& messages) {
-    for (const std::string& message : messages) {
-      log_.warning(message);
-    }
-  }
-
-  const Log& log_;
-  std::unique_ptr<InstanceDatabase> database_;
-};
-
 std::string describe(const Repository& repository) {
   const Repository::Counts counts = repository.counts();
   return std::to_string(counts.nameSpaces) + " namespaces, " + std::to_string(counts.classes) +
@@ -167,13 +36,20 @@ std::string describe(const Repository& repository) {
          std::to_string(counts.published) + " published";
 }
 
-// The end is on its way: a second signal must not make it look like a failure.
+// The server is ending: a second signal must not make that look like a failure.
 void blockEndSignals() {
   sigset_t signals;
   sigemptyset(&signals);
   sigaddset(&signals, SIGTERM);
   sigaddset(&signals, SIGINT);
   sigprocmask(SIG_BLOCK, &signals, nullptr);
+}
+
+// A check must not create the file.
+std::optional<std::filesystem::path> storeToOpen(const Options& options) {
+  const bool isLeftOut =
+      options.isCheck && options.store && !std::filesystem::exists(*options.store);
+  return isLeftOut ? std::nullopt : options.store;
 }
 
 class Service {
@@ -183,8 +59,8 @@ class Service {
         log_(log),
         configuration_(options.files, options.includeDirectories, std::move(hostBytes), log),
         repository_(configuration_.load()),
-        publications_(options, log) {
-    publications_.restore(repository_, nullptr);
+        published_(storeToOpen(options), log) {
+    published_.restore(repository_, nullptr);
     log_.debug("serving " + describe(repository_));
   }
 
@@ -197,7 +73,7 @@ class Service {
   void run() {
     const tcp::endpoint endpoint(asio::ip::make_address(options_.address), options_.port);
     CimHandler handler(repository_, log_);
-    HttpServer server(io_, endpoint, handler, readLimits());
+    HttpServer server(io_, endpoint, handler, limitsOfProcess());
     ends_.async_wait([&](boost::system::error_code, int) {
       blockEndSignals();
       notifySystemd("STOPPING=1");
@@ -212,7 +88,7 @@ class Service {
   }
 
  private:
-  // A connection for which there is no memory ends with what was thrown. The others go on.
+  // A connection for which there is no memory ends by the exception; the others go on.
   void serveUntilTheEnd() {
     for (;;) {
       try {
@@ -237,7 +113,7 @@ class Service {
   void reload() {
     try {
       Repository fresh = configuration_.load();
-      publications_.restore(fresh, &repository_);
+      published_.restore(fresh, &repository_);
       repository_ = std::move(fresh);
       log_.info("reloaded: " + describe(repository_));
     } catch (const std::exception& error) {
@@ -248,12 +124,12 @@ class Service {
   const Options& options_;
   const Log& log_;
   asio::io_context io_{1};
-  // Before the rest: a signal that comes while that is loaded waits for its turn.
+  // First, so that a signal that comes while the rest is loaded is not lost.
   asio::signal_set ends_{io_, SIGTERM, SIGINT};
   asio::signal_set reload_{io_, SIGHUP};
   Configuration configuration_;
   Repository repository_;
-  Publications publications_;
+  PublishedInstances published_;
 };
 
 }  // namespace
@@ -261,7 +137,7 @@ class Service {
 ExitStatus serve(const Options& options) {
   const Log log(options.logLevel);
   try {
-    // The tables of the host are the one thing that takes root.
+    // Only reading the tables of the host takes root.
     auto hostBytes = readHost(options);
     giveUpRoot(options, log);
     Service service(options, std::move(hostBytes), log);
@@ -270,20 +146,20 @@ ExitStatus serve(const Options& options) {
     } else {
       service.run();
     }
-    return EXIT_OK;
+    return ExitStatus::ok;
   } catch (const mof::MofError& error) {
     log.fileError(error.what());
-    return EXIT_CONFIGURATION;
+    return ExitStatus::configuration;
   } catch (const ConfigurationError& error) {
     log.error(error.what());
-    return EXIT_CONFIGURATION;
+    return ExitStatus::configuration;
   } catch (const StoreError& error) {
     log.error(error.what());
-    return EXIT_RUN_TIME;
+    return ExitStatus::runTimeError;
   } catch (const boost::system::system_error& error) {
     log.error("cannot listen on " + options.address + ":" + std::to_string(options.port) + ": " +
               error.code().message());
-    return EXIT_RUN_TIME;
+    return ExitStatus::runTimeError;
   }
 }
 

@@ -5,8 +5,7 @@
 
 namespace cimd {
 
-// Blocks until SIGTERM or SIGINT. Messages go to standard error. Throws what it is not prepared
-// for.
+// Blocks until SIGTERM or SIGINT. Messages go to standard error. Unexpected exceptions leave it.
 ExitStatus serve(const Options& options);
 
 }  // namespace cimd

@@ -128,7 +128,7 @@ serialNumber=' "$(valuesOf KVAXDT_ComputerSystemDetails model serialNumber)" sys
     local folder
     for folder in missing "$mof"; do
         endsWith 3 --smbios "$folder" "$mof"
-        complains "morvik-cimd: error: $folder is no folder with tables"
+        complains "morvik-cimd: error: $folder is not a directory"
     done
 }
 

@@ -106,19 +106,19 @@ hasNoCapabilities() {
     runsAs "$(id -u daemon)" "$(id -g daemon)"
 }
 
-@test "--user that may not write the folder of the store: status 1, and no file of root's is left" {
+@test "--user that may not write the directory of the store: status 1, and no file of root's is left" {
     needsUsers
     mkdir "$files/state"
     endsWith 1 --user daemon --store "$files/state/fru.db" "$mof"
     complains "morvik-cimd: error: $files/state/fru.db: cannot create: Permission denied"
-    equal '' "$(ls -A "$files/state")" 'the folder of the store'
+    equal '' "$(ls -A "$files/state")" 'the directory of the store'
 }
 
 @test "a folder of the store that is root's: root, but without capabilities, and it says so" {
     startWithStore
     runsAs 0 "$(id -g)"
     hasNoCapabilities
-    logHas 'warning: running as root, though without its capabilities: the folder of the store belongs to root'
+    logHas 'warning: running as root, though without its capabilities: the directory of the store belongs to root'
     change create F1 fan
 }
 
@@ -174,10 +174,10 @@ hasNoCapabilities() {
     logHas 'reloaded: 1 namespaces, 4 classes, 3 instances declared'
 }
 
-@test "not started as root: it stays who it is, and says that --user is passed over" {
+@test "not started as root: it stays who it is, and says that --user is ignored" {
     needsUsers
     startServer cimd 'listening on' setpriv --reuid=daemon --regid=daemon --clear-groups \
         "$cimd" --user nobody "$mof"
     runsAs "$(id -u daemon)" "$(id -g daemon)"
-    logHas 'warning: not started as root, so --user is passed over'
+    logHas 'warning: not started as root: --user ignored'
 }

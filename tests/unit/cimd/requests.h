@@ -39,7 +39,7 @@ class Server {
   std::string send(const std::string& method, const Parameters& parameters,
                    const std::string& nameSpace);
 
-  Log log_{LogLevel::ERROR};
+  Log log_{LogLevel::error};
 };
 
 // The values of the attribute in all elements of this name, in their order, each followed by a

@@ -45,7 +45,7 @@ HttpRequest withBody(const std::string& from, const std::string& to) {
 HttpAnswer answerTo(const HttpRequest& request) {
   Repository repository;
   test::loadText(repository, "class A { [Key] string k; };");
-  const Log log(LogLevel::WARNING);
+  const Log log(LogLevel::warning);
   CimHandler handler(repository, log);
   return test::ask(handler, request);
 }
@@ -101,7 +101,7 @@ TEST(CimHandler, CimHeadersAreChecked) {
 
 TEST(CimHandler, AWrongHeaderIsRefusedBeforeTheBodyIsRead) {
   Repository repository;
-  const Log log(LogLevel::WARNING);
+  const Log log(LogLevel::warning);
   CimHandler handler(repository, log);
   const auto isRefused = [&](const HttpRequest& request) {
     return std::holds_alternative<HttpAnswer>(handler.check(request));

@@ -58,7 +58,7 @@ class DispatcherTest : public testing::Test {
   }
 
   Repository repository_;
-  Log log_{LogLevel::WARNING};
+  Log log_{LogLevel::warning};
   Dispatcher dispatcher_{repository_, log_};
 };
 

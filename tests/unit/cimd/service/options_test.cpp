@@ -1,0 +1,83 @@
+#include "service/options.h"
+#include <gtest/gtest.h>
+
+namespace cimd {
+namespace {
+
+std::variant<Options, ExitStatus> read(std::vector<const char*> arguments) {
+  arguments.insert(arguments.begin(), "morvik-cimd");
+  testing::internal::CaptureStderr();
+  testing::internal::CaptureStdout();
+  auto result = readOptions(static_cast<int>(arguments.size()), arguments.data());
+  const std::string errors = testing::internal::GetCapturedStderr();
+  const std::string output = testing::internal::GetCapturedStdout();
+  // Messages about wrong usage go to standard error, what was asked for to standard output.
+  const auto* status = std::get_if<ExitStatus>(&result);
+  EXPECT_EQ(!errors.empty(), status != nullptr && *status == ExitStatus::usage);
+  EXPECT_EQ(!output.empty(), status != nullptr && *status == ExitStatus::ok);
+  return result;
+}
+
+Options good(std::vector<const char*> arguments) {
+  auto result = read(std::move(arguments));
+  EXPECT_TRUE(std::holds_alternative<Options>(result));
+  return std::holds_alternative<Options>(result) ? std::get<Options>(result) : Options();
+}
+
+void expectStatus(ExitStatus expected, std::vector<const char*> arguments) {
+  const std::string last = arguments.empty() ? "" : arguments.back();
+  const auto result = read(std::move(arguments));
+  ASSERT_TRUE(std::holds_alternative<ExitStatus>(result)) << last;
+  EXPECT_EQ(std::get<ExitStatus>(result), expected) << last;
+}
+
+TEST(Options, DefaultsAndFilesInOrder) {
+  const Options options = good({"b.mof", "a.mof"});
+  EXPECT_EQ(options.address, "127.0.0.1");
+  EXPECT_EQ(options.port, 5988);
+  EXPECT_EQ(options.files, (std::vector<std::filesystem::path>{"b.mof", "a.mof"}));
+}
+
+TEST(Options, IncludeTakesOneDirectoryEachTime) {
+  const Options options = good({"--include", "one", "a.mof", "--include", "two", "b.mof"});
+  EXPECT_EQ(options.includeDirectories, (std::vector<std::filesystem::path>{"one", "two"}));
+  EXPECT_EQ(options.files, (std::vector<std::filesystem::path>{"a.mof", "b.mof"}));
+  expectStatus(ExitStatus::usage, {"--include", "", "a.mof"});
+  expectStatus(ExitStatus::usage, {"a.mof", "--include"});
+}
+
+TEST(Options, ListenTakesAnyLoopbackAddress) {
+  struct Case {
+    const char* text;
+    const char* address;
+    int port;
+  };
+  for (const Case& c : {Case{"127.0.0.1:80", "127.0.0.1", 80},
+                        {"127.255.0.9:65535", "127.255.0.9", 65535},
+                        {"[::1]:5988", "::1", 5988},
+                        {"127.0.0.1:0", "127.0.0.1", 0}}) {
+    const Options options = good({"--listen", c.text, "a.mof"});
+    EXPECT_EQ(options.address, c.address);
+    EXPECT_EQ(options.port, c.port);
+  }
+}
+
+TEST(Options, OtherAddressesAndUnknownOptionsAreWrongUsage) {
+  for (const char* text :
+       {"", "127.0.0.1", "127.0.0.1:", "127.0.0.1:x", "127.0.0.1:5x", "127.0.0.1:65536",
+        "127.0.0.1:-1", "localhost:5988", "0.0.0.0:5988", "10.0.0.1:5988", "[::]:5988",
+        "[::2]:5988", "::1:5988", "[127.0.0.1]:5988", ":5988", "[]:5988"}) {
+    expectStatus(ExitStatus::usage, {"a.mof", "--listen", text});
+  }
+  expectStatus(ExitStatus::usage, {});
+  expectStatus(ExitStatus::usage, {"--listen", "127.0.0.1:1"});
+  expectStatus(ExitStatus::usage, {"--no-such-option", "a.mof"});
+}
+
+TEST(Options, HelpAndVersionEndWellAndPrint) {
+  expectStatus(ExitStatus::ok, {"--help"});
+  expectStatus(ExitStatus::ok, {"--version"});
+}
+
+}  // namespace
+}  // namespace cimd
