@@ -2,8 +2,8 @@
 //
 // The first byte of the input has flags, the second the length of the entry point, which stands
 // behind it; then comes the table, and behind a separator cpuinfo.
-#include "host/host_instances.h"
-#include "host/smbios_tables.h"
+#include "host/smbios.h"
+#include "host/inventory.h"
 #include "model/repository.h"
 #include "mof/mof_loader.h"
 
@@ -83,7 +83,6 @@ void checkStructures(const HostBytes& host) {
   const StructureTable result = cimd::host::readStructures(table, *entryPoint);
   require(result.structures.size() * 6 <= table.size() + 2, "a structure takes six bytes or more");
   for (const Structure& structure : result.structures) {
-    static_cast<void>(structure.handle());
     for (std::size_t offset = 0; offset < 0x40; ++offset) {
       const auto text = structure.textAt(offset);
       require(!text || isInside(*text, table), "a text lies inside the table");

@@ -44,7 +44,7 @@ std::string systemError() {
   return std::generic_category().message(errno);
 }
 
-// To the end or until `limit` is passed: the files of the kernel do not tell their sizes. False,
+// To the end or until `limit` is passed: the kernel's files do not have a size. False,
 // with errno set, when reading fails.
 bool readAll(int descriptor, std::size_t limit, std::string& bytes) {
   std::array<char, 65536> buffer{};
@@ -78,7 +78,7 @@ Outcome readFile(const fs::path& path, std::size_t limit, std::optional<std::str
   struct stat status {};
   std::string content;
   if (fstat(file.number(), &status) == 0 && !S_ISREG(status.st_mode)) {
-    messages.push_back(path.string() + " is no regular file");
+    messages.push_back(path.string() + " is not a regular file");
   } else if (!readAll(file.number(), limit, content)) {
     messages.push_back("cannot read " + path.string() + ": " + systemError());
   } else if (content.size() > limit) {

@@ -18,24 +18,22 @@ struct HostSources {
 // processors of this host say nothing about another one.
 HostSources recordedHost(const std::filesystem::path& directory);
 
-// All that is needed to tell the inventory, so that whoever holds this needs no privileges any
-// more.
+// Everything that the inventory is made from, so that root can be dropped before it is interpreted.
 struct HostBytes {
   // The name of this host, also beside recorded tables; never empty.
   std::string hostName;
-  // Of tables and cpuinfo, what is missing where the file does not exist or could not be read.
+  // Nothing for a file that does not exist or could not be read.
   std::optional<std::string> entryPoint;
   std::optional<std::string> table;
   std::optional<std::string> cpuinfo;
-  // There are SMBIOS tables which this process may not or cannot read (only root may read those of
-  // the kernel). They are not the same as no tables: what they would say is not to be replaced.
+  // There are SMBIOS tables that this process cannot read (only root may read those of the kernel).
+  // That differs from no tables: what they would say must not be replaced.
   bool areTablesUnreadable = false;
-  // What could not be read and why, for the log, one sentence each. A file that does not exist is
-  // no fault.
+  // What could not be read and why, for the log, one sentence each. A missing file is not an error.
   std::vector<std::string> messages;
 };
 
-// Takes regular files of limited size only: neither a pipe nor an endless file can hold it up.
+// Reads only regular files of limited size: neither a pipe nor an endless file can hold it up.
 // Throws nothing but std::bad_alloc.
 HostBytes readHostBytes(const HostSources& sources);
 

@@ -1,21 +1,86 @@
 #include "host/inventory.h"
 
+#include "text/ascii.h"
+#include "xml/xml_text.h"
+
 #include <algorithm>
 #include <array>
+#include <charconv>
+#include <cmath>
+#include <map>
+#include <unordered_map>
+#include <unordered_set>
 
-#include "host/cpu_info.h"
-#include "host/host_text.h"
-#include "host/smbios_tables.h"
+#include "host/smbios.h"
 
 namespace cimd::host {
 
 namespace {
 
+using Pegasus::Char16;
+using Pegasus::CIMInstance;
+using Pegasus::CIMProperty;
+using Pegasus::CIMType;
+using Pegasus::CIMValue;
 using Pegasus::String;
 using Pegasus::Uint16;
 using Pegasus::Uint32;
 using Pegasus::Uint64;
 using Pegasus::Uint8;
+using Pegasus::text::trimmed;
+
+// --- texts
+
+// UTF-8 if the bytes are that, otherwise ISO 8859-1. DSP0134 asks for UTF-8 since version 3 and for
+// ASCII before; firmware keeps to neither. What XML 1.0 cannot carry becomes '?'.
+String toText(std::string_view bytes) {
+  std::u16string units(String(bytes).view());
+  // Surrogates come in pairs here, as String made them.
+  const auto isForbidden = [](Char16 unit) {
+    return (unit < 0xD800 || unit > 0xDFFF) && !Pegasus::xml::isXmlCharacter(unit);
+  };
+  std::replace_if(units.begin(), units.end(), isForbidden, u'?');
+  return String(std::move(units));
+}
+
+// At most `maxLength` UTF-16 units from the beginning, without cutting a character in two.
+String cut(const String& text, std::size_t maxLength) {
+  std::u16string_view units = text.view();
+  if (units.size() <= maxLength) {
+    return text;
+  }
+  const bool isInPair = maxLength > 0 && units[maxLength] >= 0xDC00 && units[maxLength] <= 0xDFFF;
+  return String(std::u16string(units.substr(0, isInPair ? maxLength - 1 : maxLength)));
+}
+
+// Makes keys of names that may repeat: the first one keeps the name as it is, the next ones get
+// " #2", " #3" and so on. The same names in the same order give the same keys.
+class UniqueNames {
+ public:
+  // No key is longer than `maxLength` UTF-16 units. Names are cut to leave room for a number of up
+  // to five digits.
+  explicit UniqueNames(std::size_t maxLength) : maxLength_(maxLength) {}
+
+  String next(const String& name) {
+    // Cut to the same length with and without a number: names that are the same up to there share
+    // one count, which keeps the search for a free number short.
+    const String base = cut(name, maxLength_ - std::string_view(" #65537").size());
+    std::size_t& number = numbers_.try_emplace(std::u16string(base.view()), 1).first->second;
+    String key = base;
+    while (!given_.emplace(key.view()).second) {
+      key = base + String((" #" + std::to_string(++number)).c_str());
+    }
+    return key;
+  }
+
+ private:
+  std::size_t maxLength_;
+  std::unordered_set<std::u16string> given_;
+  // The last number tried after each name that was repeated.
+  std::unordered_map<std::u16string, std::size_t> numbers_;
+};
+
+// --- SMBIOS
 
 // Structure types of DSP0134.
 constexpr Uint8 systemInformation = 1;
@@ -37,8 +102,8 @@ std::optional<String> designation(const std::optional<std::string_view>& bytes) 
   return text.empty() ? std::nullopt : std::optional(toText(text));
 }
 
-// What stands in place of a serial number where a board's maker never entered one. Shown as data,
-// such a text would make all these machines the same one.
+// Left in place of a serial number that the maker of a board never entered. Shown as data, such a
+// text would make all these machines the same one.
 bool isPlaceholder(std::string_view serialNumber) {
   static constexpr std::array placeholders = {
       "default string",
@@ -158,7 +223,7 @@ void takeProcessorsFromCpuinfo(const HostBytes& bytes, const std::string& reason
                                Inventory& inventory) {
   inventory.processors = readCpuinfo(bytes.cpuinfo.value_or(""));
   inventory.messages.push_back(reason + (inventory.processors.empty()
-                                             ? ", and no cpuinfo that tells of processors"
+                                             ? ", and cpuinfo lists no processors"
                                              : ": processors and their clocks are from cpuinfo"));
 }
 
@@ -170,7 +235,7 @@ void readTables(const HostBytes& bytes, const EntryPoint& entryPoint, Inventory&
   }
   if (!table.damage.empty()) {
     inventory.messages.push_back("the SMBIOS table is damaged: " + table.damage +
-                                 "; what stands before is used");
+                                 "; the part before the damage is used");
   }
   if (!inventory.system) {
     inventory.messages.emplace_back("the SMBIOS table does not describe the system");
@@ -180,6 +245,100 @@ void readTables(const HostBytes& bytes, const EntryPoint& entryPoint, Inventory&
   }
 }
 
+// --- cpuinfo
+
+// More than Linux can start; a limit for files that are not the kernel's.
+constexpr std::size_t maxPackages = 8192;
+
+template <typename Number>
+std::optional<Number> parse(std::string_view text) {
+  Number number{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end != text.data() + text.size()) {
+    return std::nullopt;
+  }
+  return number;
+}
+
+std::optional<Uint32> toMegahertz(std::string_view text) {
+  const auto megahertz = parse<double>(text);
+  constexpr double limit = 4294967295.0;
+  if (!megahertz || !(*megahertz >= 0.5 && *megahertz < limit)) {
+    return std::nullopt;
+  }
+  return static_cast<Uint32>(std::llround(*megahertz));
+}
+
+struct LogicalProcessor {
+  Uint32 package = 0;
+  std::string_view name;
+  std::string_view megahertz;
+};
+
+// Lines of the form "cpu MHz\t\t: 2499.986"; "processor" begins the next one. Lines before the
+// first, and those that describe the machine, are ignored.
+std::vector<LogicalProcessor> readLogicalProcessors(std::string_view text) {
+  std::vector<LogicalProcessor> processors;
+  while (!text.empty()) {
+    const std::string_view line = text.substr(0, text.find('\n'));
+    text.remove_prefix(std::min(line.size() + 1, text.size()));
+    const std::size_t colon = line.find(':');
+    if (colon == std::string_view::npos) {
+      continue;
+    }
+    const std::string_view key = trimmed(line.substr(0, colon));
+    const std::string_view value = trimmed(line.substr(colon + 1));
+    if (key == "processor") {
+      processors.emplace_back();
+    } else if (processors.empty()) {
+      continue;
+    } else if (key == "physical id") {
+      processors.back().package = parse<Uint32>(value).value_or(0);
+    } else if (key == "model name") {
+      processors.back().name = value;
+    } else if (key == "cpu MHz") {
+      processors.back().megahertz = value;
+    }
+  }
+  return processors;
+}
+
+// --- instances
+
+// MaxLen of the property in the class.
+constexpr std::size_t maxSystemName = 256;
+
+// Null, of the given type, where there is no value.
+template <typename Value>
+CIMProperty property(const char* name, const std::optional<Value>& value, CIMType type) {
+  return {name, value ? CIMValue(*value) : CIMValue(type, false)};
+}
+
+CIMInstance systemInstance(const SystemFacts& facts, const std::string& hostName) {
+  CIMInstance instance("KVAXDT_ComputerSystemDetails");
+  instance.addProperty({"name", CIMValue(cut(toText(hostName), maxSystemName))});
+  instance.addProperty(property("model", facts.model, Pegasus::CIMTYPE_STRING));
+  instance.addProperty(property("serialNumber", facts.serialNumber, Pegasus::CIMTYPE_STRING));
+  return instance;
+}
+
+CIMInstance processorInstance(const ProcessorFacts& facts) {
+  CIMInstance instance("KVAXDT_Processor");
+  instance.addProperty({"DeviceID", CIMValue(facts.deviceId)});
+  instance.addProperty(property("Name", facts.name, Pegasus::CIMTYPE_STRING));
+  instance.addProperty(
+      property("CurrentClockSpeed", facts.clockMegahertz, Pegasus::CIMTYPE_UINT32));
+  return instance;
+}
+
+CIMInstance memoryInstance(const MemoryFacts& facts) {
+  CIMInstance instance("KVAXDT_PhysicalMemory");
+  instance.addProperty({"Tag", CIMValue(facts.tag)});
+  instance.addProperty(property("BankLabel", facts.bankLabel, Pegasus::CIMTYPE_STRING));
+  instance.addProperty(property("Capacity", facts.capacityBytes, Pegasus::CIMTYPE_UINT64));
+  return instance;
+}
+
 }  // namespace
 
 Inventory takeInventory(const HostBytes& bytes) {
@@ -187,7 +346,7 @@ Inventory takeInventory(const HostBytes& bytes) {
   inventory.messages = bytes.messages;
   if (bytes.areTablesUnreadable) {
     inventory.messages.emplace_back(
-        "the SMBIOS tables cannot be read: the host's inventory stays empty");
+        "the SMBIOS tables cannot be read: the inventory of the host stays empty");
     return inventory;
   }
   const auto entryPoint = readEntryPoint(bytes.entryPoint.value_or(""));
@@ -200,6 +359,45 @@ Inventory takeInventory(const HostBytes& bytes) {
       bytes, isBroken ? "the SMBIOS entry point is damaged" : "the host has no SMBIOS tables",
       inventory);
   return inventory;
+}
+
+std::vector<ProcessorFacts> readCpuinfo(std::string_view text) {
+  std::map<Uint32, LogicalProcessor> packages;
+  for (const LogicalProcessor& processor : readLogicalProcessors(text)) {
+    if (packages.size() < maxPackages) {
+      packages.emplace(processor.package, processor);
+    }
+  }
+  std::vector<ProcessorFacts> result;
+  for (const auto& [number, processor] : packages) {
+    ProcessorFacts facts;
+    facts.deviceId = String(("CPU " + std::to_string(number)).c_str());
+    if (!processor.name.empty()) {
+      facts.name = toText(processor.name);
+    }
+    facts.clockMegahertz = toMegahertz(processor.megahertz);
+    result.push_back(std::move(facts));
+  }
+  return result;
+}
+
+std::vector<CIMInstance> makeInstances(const Inventory& inventory, const std::string& hostName) {
+  std::vector<CIMInstance> instances;
+  if (inventory.system) {
+    instances.push_back(systemInstance(*inventory.system, hostName));
+  }
+  for (const ProcessorFacts& processor : inventory.processors) {
+    instances.push_back(processorInstance(processor));
+  }
+  for (const MemoryFacts& memory : inventory.memory) {
+    instances.push_back(memoryInstance(memory));
+  }
+  return instances;
+}
+
+HostInventory describeHost(const HostBytes& bytes) {
+  Inventory inventory = takeInventory(bytes);
+  return {makeInstances(inventory, bytes.hostName), std::move(inventory.messages)};
 }
 
 }  // namespace cimd::host

@@ -1,11 +1,14 @@
-// What a host is made of, as far as KVAXDT asks.
+// The inventory of a host: what its firmware and its kernel say about system, processors and
+// memory, and that as instances of the KVAXDT classes. Needs no privileges and opens nothing.
 #pragma once
 
+#include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/Config.h>
 #include <Pegasus/Common/String.h>
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/host_files.h"
@@ -15,13 +18,13 @@ namespace cimd::host {
 struct SystemFacts {
   // The product name, every character as the firmware has it: it holds the machine type.
   std::optional<Pegasus::String> model;
-  // Missing also where firmware has nothing but the text that its maker left for a number.
+  // Missing also when the firmware has only a placeholder that its maker left.
   std::optional<Pegasus::String> serialNumber;
 };
 
 // One populated socket.
 struct ProcessorFacts {
-  // At most 64 characters, unlike those of all others, the same in every run.
+  // At most 64 characters, unique, the same in every run.
   Pegasus::String deviceId;
   std::optional<Pegasus::String> name;
   std::optional<Pegasus::Uint32> clockMegahertz;
@@ -29,7 +32,7 @@ struct ProcessorFacts {
 
 // One populated slot.
 struct MemoryFacts {
-  // At most 256 characters, unlike those of all others, the same in every run.
+  // At most 256 characters, unique, the same in every run.
   Pegasus::String tag;
   std::optional<Pegasus::String> bankLabel;
   std::optional<Pegasus::Uint64> capacityBytes;
@@ -43,10 +46,30 @@ struct Inventory {
   std::vector<std::string> messages;
 };
 
-// From the SMBIOS tables, processors from cpuinfo where there are no tables or where they do not
-// mention processors. Nothing from cpuinfo stands beside what the tables say, so a clock speed that
-// the firmware does not know is missing. Messages of `bytes` come first. Never fails: what cannot
-// be understood is missing in the result.
+// From the SMBIOS tables; processors from cpuinfo when there are no tables or they do not mention
+// processors. The two are never mixed, so a clock speed that the firmware does not know is missing.
+// Messages of `bytes` come first. Never fails: what cannot be understood is missing in the result.
 Inventory takeInventory(const HostBytes& bytes);
+
+// One processor for each physical package in the text of /proc/cpuinfo, by rising number. The file
+// lists logical processors; those without the number of their package (kernels for one package, and
+// most architectures but x86) count as parts of a single package. The clock is that of the first
+// logical processor of the package, rounded to whole megahertz.
+std::vector<ProcessorFacts> readCpuinfo(std::string_view text);
+
+// One KVAXDT_ComputerSystemDetails at most, then KVAXDT_Processor, then KVAXDT_PhysicalMemory; the
+// latter two in the order of the firmware. Names of properties, their order and their types are
+// those of kvaxdt.mof; each instance has all of them, null for what is not known. They have no path
+// yet. `hostName` names the system.
+std::vector<Pegasus::CIMInstance> makeInstances(const Inventory& inventory,
+                                                const std::string& hostName);
+
+struct HostInventory {
+  std::vector<Pegasus::CIMInstance> instances;
+  // For the log, one sentence each.
+  std::vector<std::string> messages;
+};
+
+HostInventory describeHost(const HostBytes& bytes);
 
 }  // namespace cimd::host

@@ -1,6 +1,6 @@
 #include "service/configuration.h"
 
-#include "host/host_instances.h"
+#include "host/inventory.h"
 #include "mof/mof_loader.h"
 
 namespace cimd {

@@ -117,7 +117,7 @@ serialNumber=' "$(valuesOf KVAXDT_ComputerSystemDetails model serialNumber)" sys
 @test "an empty folder: it says so and serves the rest" {
     mkdir empty
     startCimd --smbios empty "$mof"
-    logHas 'warning: the host has no SMBIOS tables, and no cpuinfo that tells of processors'
+    logHas 'warning: the host has no SMBIOS tables, and cpuinfo lists no processors'
     equal '' "$(valuesOf KVAXDT_ComputerSystemDetails model)" system
     equal '' "$(valuesOf KVAXDT_Processor DeviceID)" processors
     change create F1 fan

@@ -72,14 +72,6 @@ Pegasus::CIMInstance instance(
   return made;
 }
 
-HttpAnswer ask(RequestHandler& handler, const HttpRequest& request) {
-  auto checked = handler.check(request);
-  if (auto* refused = std::get_if<HttpAnswer>(&checked)) {
-    return std::move(*refused);
-  }
-  return handler.answer(std::get<CimRequest>(checked), request.body());
-}
-
 std::string readFile(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
   if (!file) {

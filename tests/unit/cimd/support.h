@@ -3,7 +3,6 @@
 
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObjectPath.h>
-#include "http/request_handler.h"
 #include "model/repository.h"
 
 #include <filesystem>
@@ -52,10 +51,6 @@ Pegasus::CIMStatusCode statusOf(Action action) {
   }
   return Pegasus::CIM_ERR_SUCCESS;
 }
-
-using HttpRequest = boost::beast::http::request<boost::beast::http::string_body>;
-// The answer to the request: a refusal by its header, or that of its body.
-HttpAnswer ask(RequestHandler& handler, const HttpRequest& request);
 
 std::string readFile(const std::filesystem::path& path);
 

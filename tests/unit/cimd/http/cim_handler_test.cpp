@@ -1,6 +1,7 @@
 #include "http/cim_handler.h"
 #include <gtest/gtest.h>
 
+#include "http/ask.h"
 #include "support.h"
 
 namespace cimd {

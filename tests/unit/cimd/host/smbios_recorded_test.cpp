@@ -3,8 +3,8 @@
 #include <Pegasus/Common/CIMInstance.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include "host/host_instances.h"
-#include "host/smbios_tables.h"
+#include "host/inventory.h"
+#include "host/smbios.h"
 #include "xml/object_encoder.h"
 
 #include <boost/property_tree/json_parser.hpp>

@@ -1,7 +1,7 @@
 // The structure table in which firmware describes a machine (DMTF DSP0134, SMBIOS), taken apart.
-// What a field of a structure means is the affair of those who ask for it.
+// The meaning of the fields is left to the caller.
 //
-// Everything here reads bytes that firmware or a file made up, and looks at no byte outside them.
+// The bytes come from firmware or from a file and may be anything: no byte outside them is read.
 #pragma once
 
 #include <Pegasus/Common/Config.h>
@@ -14,8 +14,8 @@
 
 namespace cimd::host {
 
-// What the entry point says about the table. Where in memory the table was is of no use: the kernel
-// hands it out as a file.
+// What the entry point says about the table, but for its place in memory: the kernel offers it as a
+// file.
 struct EntryPoint {
   // In bytes; exact in the 32-bit form, an upper limit in the 64-bit form.
   std::size_t tableLength = 0;
@@ -24,7 +24,7 @@ struct EntryPoint {
 };
 
 // Nothing when the bytes do not begin with an entry point of either form ("_SM_", "_SM3_") with
-// the length and the checksums that DSP0134 asks for. Bytes after it are passed over.
+// the length and the checksums that DSP0134 asks for. Bytes after it are ignored.
 std::optional<EntryPoint> readEntryPoint(std::string_view bytes);
 
 // One structure. A view: it lives as long as the bytes of the table.
@@ -36,7 +36,6 @@ class Structure {
       : formatted_(formatted), strings_(strings) {}
 
   Pegasus::Uint8 type() const { return *byteAt(0); }
-  Pegasus::Uint16 handle() const { return *wordAt(2); }
 
   // The field at an offset from the header's first byte; nothing where the structure, of an older
   // SMBIOS version, is too short to have it.

@@ -65,7 +65,7 @@ TEST(HostFiles, APipeIsRefusedWithoutWaiting) {
   const HostBytes host = readHostBytes(recordedHost(folder.path()));
   EXPECT_FALSE(host.table);
   EXPECT_TRUE(host.areTablesUnreadable);
-  EXPECT_THAT(host.messages, ElementsAre(pipe.string() + " is no regular file"));
+  EXPECT_THAT(host.messages, ElementsAre(pipe.string() + " is not a regular file"));
 }
 
 TEST(HostFiles, ADeviceWithoutEndIsRefused) {
@@ -75,7 +75,7 @@ TEST(HostFiles, ADeviceWithoutEndIsRefused) {
   const HostBytes host = readHostBytes(sources);
   EXPECT_FALSE(host.cpuinfo);
   EXPECT_FALSE(host.areTablesUnreadable) << "cpuinfo is no table";
-  EXPECT_THAT(host.messages, ElementsAre("/dev/zero is no regular file"));
+  EXPECT_THAT(host.messages, ElementsAre("/dev/zero is not a regular file"));
 }
 
 TEST(HostFiles, ADirectoryIsRefused) {

@@ -1,8 +1,7 @@
 // Hosts without SMBIOS tables: processors as the kernel sees them.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include "host/cpu_info.h"
-#include "host/host_instances.h"
+#include "host/inventory.h"
 
 #include "smbios_support.h"
 
@@ -101,9 +100,8 @@ TEST(HostWithoutSmbios, OneFileOfTheTwoIsNotEnough) {
 TEST(HostWithoutSmbios, WithoutCpuinfoNothingIsLeft) {
   const Inventory inventory = takeInventory(HostBytes{});
   EXPECT_THAT(inventory.processors, IsEmpty());
-  EXPECT_THAT(
-      inventory.messages,
-      ElementsAre("the host has no SMBIOS tables, and no cpuinfo that tells of processors"));
+  EXPECT_THAT(inventory.messages,
+              ElementsAre("the host has no SMBIOS tables, and cpuinfo lists no processors"));
 }
 
 TEST(HostWithoutSmbios, ADamagedEntryPointIsNone) {
@@ -135,9 +133,10 @@ TEST(HostWithoutSmbios, TablesThatCannotBeReadAreNotReplaced) {
   bytes.messages = {"cannot open DMI: Permission denied"};
   const HostInventory host = describeHost(bytes);
   EXPECT_THAT(host.instances, IsEmpty());
-  EXPECT_THAT(host.messages,
-              ElementsAre("cannot open DMI: Permission denied",
-                          "the SMBIOS tables cannot be read: the host's inventory stays empty"));
+  EXPECT_THAT(
+      host.messages,
+      ElementsAre("cannot open DMI: Permission denied",
+                  "the SMBIOS tables cannot be read: the inventory of the host stays empty"));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "host/smbios_tables.h"
+#include "host/smbios.h"
 
 #include <algorithm>
 #include <numeric>
@@ -43,7 +43,7 @@ bool isEntryPoint(std::string_view bytes, std::string_view anchor, std::size_t l
 }
 
 // DSP0134, 32-bit entry point. Its length is 1Fh, but version 2.1 of the standard said 1Eh and
-// firmware of that time followed it, with the last byte behind what counts as the entry point. A
+// firmware of that time followed it, with the last byte after what counts as the entry point. A
 // second part at 10h has an anchor and a checksum of its own.
 std::optional<EntryPoint> read32BitEntryPoint(std::string_view bytes) {
   if (!isEntryPoint(bytes, "_SM_", 0x05, 0x1E)) {
@@ -129,7 +129,7 @@ StructureTable readStructures(std::string_view table, const EntryPoint& entryPoi
     const std::size_t length = static_cast<Uint8>(rest[1]);
     if (length < headerLength || length > rest.size()) {
       result.damage = "the structure" + atByte(position) + " gives a length of " +
-                      std::to_string(length) + " bytes that cannot be";
+                      std::to_string(length) + " bytes, which is invalid";
       return result;
     }
     const auto stringsLength = stringSetLength(rest.substr(length));

@@ -1,0 +1,21 @@
+// HTTP requests to a handler, without a connection.
+#pragma once
+
+#include "http/request_handler.h"
+
+#include <utility>
+
+namespace cimd::test {
+
+using HttpRequest = boost::beast::http::request<boost::beast::http::string_body>;
+
+// The answer to the request: a refusal by its header, or that of its body.
+inline HttpAnswer ask(RequestHandler& handler, const HttpRequest& request) {
+  auto checked = handler.check(request);
+  if (auto* refused = std::get_if<HttpAnswer>(&checked)) {
+    return std::move(*refused);
+  }
+  return handler.answer(std::get<CimRequest>(checked), request.body());
+}
+
+}  // namespace cimd::test
