@@ -1,11 +1,11 @@
-// Whole HTTP answers through the client, from a socket pair and in pieces of any size.
+// Whole HTTP responses through the client, from a socket pair and in pieces of any size.
 //
-// The first byte of the input chooses the operation, the second tells how many bytes behind it are
-// sizes of pieces; the rest is the answer, or behind separators the answers to one operation after
-// the other. The connection ends behind the last.
+// The first byte of the input chooses the operation, and the second is the number of the bytes after
+// it that are sizes of pieces. The rest is the response, or several of them, with separators, to one
+// operation after the other. The connection ends after the last.
 //
-// The linker puts the functions below in place of those that the client calls. So the sizes of
-// pieces are exact and no time is spent on waiting.
+// The linker puts the functions below in place of those that the client calls, so that the sizes of
+// pieces are exact and no time is spent waiting.
 #include <Pegasus/Client/CIMClient.h>
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -58,7 +58,7 @@ class Server {
     return 0;
   }
 
-  // The whole answer to a request that has arrived, which is small enough for the socket.
+  // Sends the whole response to a request that has arrived; it is small enough for the socket.
   void answer() {
     char request[65536];
     while (__real_recv(socket_, request, sizeof request, MSG_DONTWAIT) > 0) {
@@ -160,7 +160,7 @@ std::string perform(CIMClient& client, unsigned operation) {
   }
 }
 
-// What comes of each operation, as text.
+// The outcome of each operation, as text.
 std::string outcomes(unsigned operation, std::string_view answers, std::string_view pieces) {
   Server current(answers, pieces);
   server = &current;
@@ -176,10 +176,10 @@ std::string outcomes(unsigned operation, std::string_view answers, std::string_v
     try {
       all += "result " + perform(client, operation++) + '\n';
     } catch (const Pegasus::ConnectionTimeoutException&) {
-      require(false, "no time-out where the connection ends");
+      require(false, "a connection that ends is not a time-out");
     } catch (const Pegasus::CIMClientMalformedHTTPException&) {
-      // Bytes that are no HTTP may be seen as such at once, or only at the end of the header.
-      all += "no HTTP\n";
+      // Bytes that are not HTTP may be recognised at once, or only at the end of the header.
+      all += "not HTTP\n";
     } catch (const Pegasus::Exception& error) {
       all += "error " + error.getMessage().toUtf8() + '\n';
     }
@@ -195,13 +195,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t count = std::min<std::size_t>(fuzz::takeByte(input), input.size());
   const std::string_view pieces = input.substr(0, count);
   input.remove_prefix(count);
-  // The client makes room for 64 KiB before each piece, whatever comes.
+  // The client makes room for 64 KiB before each piece, however small it is.
   const fuzz::ResourceLimit limit(std::size_t{2} << 20U, 256, size);
   const std::string inPieces = outcomes(operation, input, pieces);
   const std::string atOnce = outcomes(operation, input, {});
   if (inPieces != atOnce) {
     std::fprintf(stderr, "in pieces: %sat once: %s", inPieces.c_str(), atOnce.c_str());
   }
-  require(inPieces == atOnce, "the pieces in which an answer comes make no difference");
+  require(inPieces == atOnce, "the pieces in which a response arrives make no difference");
   return 0;
 }

@@ -11,8 +11,9 @@ namespace show {
 namespace {
 
 constexpr const char* description =
-    "Lists the FRUs that morvik has published on a CIM server, shows what morvik reads\n"
-    "of the machine, and explains which lines of a FRU data file it would publish.";
+    "Lists the FRUs that morvik has published on a CIM server, shows what morvik\n"
+    "reads of the machine, and explains which lines of a FRU data file it would\n"
+    "publish.";
 constexpr const char* footer =
     "\nExit status: 0 with entries, 1 without, 2 if something went wrong.";
 
@@ -27,6 +28,16 @@ void checkTogether(const CLI::App& app) {
       throw CLI::ExcludesError(first, second);
     }
   }
+}
+
+// CLI11 names the unknown arguments, but not what is wrong with them.
+std::string messageOf(const CLI::ParseError& error, const CLI::App& app) {
+  const std::vector<std::string> unknown = app.remaining();
+  if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::ExtrasError) || unknown.empty()) {
+    return error.what();
+  }
+  const bool isOption = unknown.front().starts_with('-');
+  return (isOption ? "unknown option: " : "unexpected argument: ") + unknown.front();
 }
 
 // A misspelt name must not look as if nothing were published. Other publishers have categories of
@@ -45,19 +56,18 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
   Options options;
   CLI::App app{description, "morvik-show"};
   app.footer(footer);
-  app.set_version_flag("--version", "morvik-show " MORVIK_VERSION);
-  app.set_help_flag("--help", "Print this help and exit");
-  app.add_option("--server", options.server, "CIM server to ask (default: 127.0.0.1:5988)")
-      ->type_name("HOST:PORT");
-  app.add_flag("--json", options.isJson, "Write JSON");
+  app.set_version_flag("-V,--version", "morvik-show " MORVIK_VERSION, "Print the version and exit");
+  app.set_help_flag("-h,--help", "Print this help and exit");
+  app.add_option("--server", options.server, "CIM server (default: 127.0.0.1:5988)")
+      ->type_name("HOST[:PORT]");
+  app.add_flag("-j,--json", options.isJson, "Write JSON");
   app.add_flag("--csv", options.isCsv, "Write CSV");
   app.add_option("--category", options.categories, "Only this category; may be repeated")
       ->type_name("NAME")
       ->allow_extra_args(false);
   app.add_flag("--all", options.isAll, "Show the entries of other publishers, too");
   app.add_flag("--machine", options.isMachine, "Show what morvik reads of this machine");
-  app.add_option("--explain", options.explained,
-                 "Explain which lines of a FRU data file morvik would publish")
+  app.add_option("--explain", options.explained, "Explain what morvik would publish of a data file")
       ->type_name("FILE");
   try {
     app.parse(argc, argv);
@@ -68,7 +78,8 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
       app.exit(error);
       return ExitStatus::entries;
     }
-    std::cerr << "morvik-show: " << error.what() << "\nTry 'morvik-show --help'." << std::endl;
+    std::cerr << "morvik-show: " << messageOf(error, app) << "\nTry 'morvik-show --help'."
+              << std::endl;
     return ExitStatus::trouble;
   }
   return options;

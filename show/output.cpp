@@ -1,5 +1,6 @@
 #include "output.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <iterator>
 #include <nlohmann/json.hpp>
@@ -147,6 +148,7 @@ Json toJson(const Machine& machine) {
 // its line.
 constexpr std::size_t lineColumns = 4;
 constexpr std::size_t widths[] = {11, 11, 12};
+constexpr std::size_t narrowestReason = 8;
 
 // How a result is written, and where it is counted.
 struct ResultForm {
@@ -176,7 +178,18 @@ void writeLine(std::ostream& out, const Terminal& terminal, Style style,
     // At least one blank after a text that is too long.
     line += padTo(widths[i], cells[i + 1] + ' ');
   }
-  out << styled(style, cutTo(terminal.columns, line + cells.back(), terminal), terminal) << '\n';
+  if (terminal.columns == 0) {
+    out << line << cells.back() << '\n';
+    return;
+  }
+  // The reason is never cut: it goes on in the next lines, below itself.
+  line = cutTo(std::max(terminal.columns, 2 * narrowestReason) - narrowestReason, line, terminal);
+  const std::size_t indent = columnsOf(line);
+  const std::size_t room = std::max(terminal.columns, indent + narrowestReason) - indent;
+  for (const std::string& part : wrapTo(room, cells.back())) {
+    out << styled(style, line + part, terminal) << '\n';
+    line.assign(indent, ' ');
+  }
 }
 
 Json toJson(const Explanation& explanation) {

@@ -158,6 +158,38 @@ std::string cutTo(std::size_t columns, const std::string& text, const Terminal& 
   return std::string(text.begin(), end) + ellipsis;
 }
 
+std::vector<std::string> wrapTo(std::size_t columns, const std::string& text) {
+  std::vector<std::string> lines(1);
+  std::size_t width = 0;
+  std::size_t blank = std::string::npos;  // the last one in the current line
+  for (auto position = text.begin(); position != text.end();) {
+    const auto begin = position;
+    const int own = widthOf(utf8::next(position, text.end()));
+    width += own > 0 ? static_cast<std::size_t>(own) : 0;
+    if (width > columns && *begin == ' ') {
+      lines.emplace_back();
+      width = 0;
+      blank = std::string::npos;
+      continue;
+    }
+    if (width > columns && !lines.back().empty()) {
+      std::string rest;
+      if (blank != std::string::npos) {
+        rest = lines.back().substr(blank + 1);
+        lines.back().resize(blank);
+      }
+      lines.push_back(rest);
+      width = columnsOf(rest) + (own > 0 ? static_cast<std::size_t>(own) : 0);
+      blank = std::string::npos;
+    }
+    if (*begin == ' ') {
+      blank = lines.back().size();
+    }
+    lines.back().append(begin, position);
+  }
+  return lines;
+}
+
 std::string padTo(std::size_t columns, std::string text) {
   const std::size_t width = columnsOf(text);
   if (width < columns) {

@@ -40,6 +40,9 @@ std::size_t columnsOf(const std::string& text);
 // `columns` 0, all of it.
 std::string cutTo(std::size_t columns, const std::string& text, const Terminal& terminal);
 
+// The sanitized text in lines of at most that many columns, broken at blanks where possible.
+std::vector<std::string> wrapTo(std::size_t columns, const std::string& text);
+
 // The sanitized text, filled with blanks up to that width.
 std::string padTo(std::size_t columns, std::string text);
 

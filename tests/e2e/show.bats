@@ -32,7 +32,7 @@ PLANAR     A4          Board für 日本  KVAHalvoranFru1
 FAN        A5          Fan,            KVAHalvoranFru1'
 }
 
-@test "numbers are in the order of numbers: 10 stands behind 9" {
+@test "entries are in numerical order: 10 comes after 9" {
     startMachine
     seq -f '"F%g","FAN","","x"' 12 | importLines
     runShow
@@ -95,7 +95,7 @@ for row in list(csv.reader(open(sys.argv[1], newline=""), strict=True))[1:]: pri
     ends 1 'no entries'
 }
 
-@test "--category: a name that is no category is a slip, not an empty list" {
+@test "--category: an unknown name is an error, not an empty list" {
     publishSome
     runShow --category FANS
     ends 2 "--category: morvik has no category 'FANS'
@@ -104,7 +104,7 @@ Try 'morvik-show --help'."
     ends 1 'no entries'
 }
 
-@test "--all: entries of other publishers too, told apart as morvik tells them" {
+@test "--all: entries of other publishers too, distinguished as morvik does it" {
     startMachine
     createAs KVA B1 KVAHalvoranFr
     createAs KVA B2 XKVAHalvoranFru1
@@ -220,7 +220,7 @@ Language code   de (LANG is de_DE.UTF-8)' "$(cat all)" 'the machines'
     equal "('', None)" "$(jsonOf '(it["machine"]["languageCode"], it["machine"]["lang"])')" 'an unset LANG'
 }
 
-@test "--machine: what morvik cannot use is told" {
+@test "--machine: what morvik cannot use is marked" {
     startDescribed '{"KVAXDT_ComputerSystemDetails": [[["model", "string", "1234"]]],
         "KVAXDT_Processor": [[["CurrentClockSpeed", "uint32", "2400"]], [["Other", "uint32", "1"]],
             [["CurrentClockSpeed", "uint32", null]]],
@@ -243,7 +243,7 @@ Language code   none (LANG is not set)'
 Machine type    unknown: morvik fetches nothing' "$(head -n 2 "$out")" 'a system without model'
 }
 
-@test "--machine: status 1 where the server knows nothing, 2 where it refuses to tell" {
+@test "--machine: status 1 if the server has no data, 2 if it refuses" {
     startCimd "$schema/kvaxdt.mof"
     runShow --machine
     ends 1
@@ -289,14 +289,14 @@ morvik-show: CIM_ERR_INVALID_CLASS: no class KVAXDT_PhysicalMemory'
     ends 2 'cannot connect to 127.0.0.1:15989: Connection refused'
 }
 
-@test "a server that refuses: its words, status 2" {
+@test "a server that refuses: its message, status 2" {
     startDescribed '{}'
     runShow
     ends 2 'CIM_ERR_INVALID_CLASS: no class KVAXDT_FRU'
     wrote ''
 }
 
-@test "an answer that is none: status 2, one message, nothing on standard output" {
+@test "an unusable answer: status 2, one message, nothing on standard output" {
     publishSomeBehindPeer
     local fault
     for fault in close reset not-xml bad-utf8 huge 'status 401'; do
@@ -313,7 +313,7 @@ publishSomeBehindPeer() {
     importLines <<<'"A5","FAN","","x"'
 }
 
-@test "wrong usage: status 2, and nobody is asked" {
+@test "wrong usage: status 2, and no server is contacted" {
     startDescribed '{}'
     local arguments
     while read -ra arguments; do
@@ -344,14 +344,17 @@ END
     equal 0 "$(wc -l <"$accepted")" 'the number of connections'
 }
 
-@test "--help and --version ask nobody" {
+@test "--help and --version contact no server" {
     runShow --help
     ends 0
     local option
-    for option in --server --json --csv --category --all --machine --explain --version --help; do
+    for option in --server -j,--json --csv --category --all --machine --explain -V,--version -h,--help; do
         grep -q -e "^  $option" "$out"
     done
-    runShow --version
+    (($(wc -L <"$out") <= 80))
+    runShow -h
+    ends 0
+    runShow -V
     ends 0
     grep -qxE 'morvik-show [0-9]+\.[0-9]+\.[0-9]+' "$out"
 }

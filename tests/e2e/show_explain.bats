@@ -1,6 +1,5 @@
 #!/usr/bin/env bats
-# morvik-show --explain: what it says would be published is what a run of morvik publishes, and why
-# the rest is not.
+# morvik-show --explain: it predicts exactly what a run of morvik publishes, and explains the rest.
 
 # shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
 source "$BATS_TEST_DIRNAME/../support/e2e.bash"
@@ -61,20 +60,20 @@ brokenFiles() { # TYPE
     rm broken.txt
 }
 
-@test "all sample machines, all sample files, three languages: said to be published is published" {
+@test "all sample machines, all sample files, three languages: the prediction is right" {
     total=0
     onEachMachine everySampleFile
     # Each of the 48 runs publishes at least the parts that every machine has.
     ((total > 48 * 6))
 }
 
-@test "files full of broken lines: said to be published is published" {
+@test "files full of broken lines: the prediction is right" {
     total=0
     onEachMachine brokenFiles
     ((total > 12 * 20))
 }
 
-@test "machines that no real server describes: said to be published is published" {
+@test "machines that no real server describes: the prediction is right" {
     startFtp
     local machine
     while IFS='|' read -r speeds capacities; do
@@ -171,7 +170,7 @@ END
     lineSays 5 'last line without a newline: not read'
 }
 
-@test "a machine that does not tell: the server's words, and what morvik makes of them" {
+@test "a machine without some of its data: the reasons say what is missing" {
     startDescribed '{"KVAXDT_FRU": [], "KVAXDT_PhysicalMemory": [], "KVAXDT_Processor":
         [[["CurrentClockSpeed", "uint32", "1800"]], [["Other", "uint32", "1"]], [["CurrentClockSpeed", "uint32", "2400"]]]}'
     explainLines <<'END'
@@ -192,7 +191,7 @@ END
     lineSays 1 'the CIM server does not show its processors: CIM_ERR_INVALID_CLASS: no class KVAXDT_Processor'
 }
 
-@test "--json: the same for programs" {
+@test "--json has the same for programs" {
     startMachine
     LANG=en_US explainLines --json <<'END'
 "F1","FAN","x","y, z"
@@ -208,7 +207,7 @@ END
         "$(jsonOf '(it["format"], it["machine"]["machineType"], it["summary"])')" 'the rest'
 }
 
-@test "--category: only its lines are shown, but all are judged" {
+@test "--category: only its lines are shown, but all are processed" {
     startMachine
     explainLines --category planar --category THING <<<'' || true
     ends 2 "--category: morvik has no category 'THING'
@@ -247,7 +246,7 @@ END
     equal '0 lines: 0 published, 0 left out, 0 ignored' "$(tail -n 1 "$out")" 'the summary'
 }
 
-@test "an import that would end before its first line: status 2" {
+@test "a server on which an import would end before its first line: status 2" {
     startRecordedMachine
     printf 'EnumerateInstanceNames * error 3\n' >"$faults"
     explainLines <<<'"F2","FAN","","x"'
@@ -255,7 +254,7 @@ END
     wrote ''
 }
 
-@test "a server that fails on the way: status 2, not a wrong reason" {
+@test "a server that fails during the explanation: status 2, not a wrong reason" {
     startRecordedMachine
     local fault
     for fault in close error; do
@@ -271,7 +270,7 @@ END
     done
 }
 
-@test "a file that cannot be read: status 2, and nobody is asked" {
+@test "a file that cannot be read: status 2, and no server is contacted" {
     startDescribed '{}'
     runShow --explain missing.txt
     ends 2 'cannot read missing.txt: No such file or directory'
@@ -288,7 +287,7 @@ END
     equal 0 "$(wc -l <"$accepted")" 'the number of connections'
 }
 
-@test "a file that fails on the way: what was read so far, then the message, status 2" {
+@test "a file that fails while it is read: the lines so far, then the message, status 2" {
     startMachine
     status=0
     "$show" --explain /proc/self/mem >both 2>&1 || status=$?
@@ -297,7 +296,7 @@ END
 morvik-show: cannot read /proc/self/mem: Input/output error' "$(cat both)" 'what was written'
 }
 
-@test "a pipe is as good as a file" {
+@test "a pipe can be read, too" {
     startMachine
     status=0
     printf '"F1","FAN","","x"\n' | "$show" --explain /dev/stdin >"$BATS_TEST_TMPDIR/piped" || status=$?

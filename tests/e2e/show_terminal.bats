@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# morvik-show on a terminal: width, colours, and nothing that the terminal would obey.
+# morvik-show on a terminal: width, colours, and no commands to the terminal.
 
 # shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
 source "$BATS_TEST_DIRNAME/../support/e2e.bash"
@@ -35,7 +35,7 @@ publishLongOnes() {
 END
 }
 
-# Entries with everything that a terminal would obey, and with what makes a line read otherwise.
+# Entries with commands to terminals, and with marks that change the order of a line.
 startHostile() {
     startDescribed '{"KVAXDT_FRU": [[["Name", "string", "F\u009b31mAN"], ["FRUNumber", "string", "A\t\n\r1"],
         ["Description", "string", "a\u0085b\u202egnp.exe\u2066c\u2028d\u007fe"],
@@ -54,7 +54,7 @@ bad = [ascii(c) for c in text if unicodedata.category(c) in ("Cc", "Zl", "Zp")
 sys.exit(f"harmful: {bad}" if bad else 0)' "$out"
 }
 
-@test "the table is as wide as the terminal, and says where it was cut" {
+@test "the table is as wide as the terminal, and cut texts are marked" {
     publishLongOnes
     local columns
     for columns in 60 70 79; do
@@ -92,7 +92,7 @@ sys.exit(f"harmful: {bad}" if bad else 0)' "$out"
     equal 1 "$(sort -u widths | wc -l)" 'the number of different beginnings'
 }
 
-@test "a terminal too narrow for anything breaks the lines, no more" {
+@test "on a terminal that is too narrow, the terminal wraps the lines" {
     publishLongOnes
     onTerminal 5
     equal 0 "$status" status
@@ -131,7 +131,7 @@ sys.exit(f"harmful: {bad}" if bad else 0)' "$out"
     run ! grep -q "$escape" "$out"
 }
 
-@test "nothing from the server hurts the terminal" {
+@test "text from the server is harmless on the terminal" {
     startHostile
     export NO_COLOR=1
     local option
@@ -144,7 +144,7 @@ sys.exit(f"harmful: {bad}" if bad else 0)' "$out"
     done
 }
 
-@test "nothing of it hurts the terminal on which a file is read later, either; CSV apart" {
+@test "a file that is shown on a terminal later is harmless too, except CSV" {
     startHostile
     runShow
     ends 0
@@ -168,7 +168,7 @@ sys.exit(f"harmful: {bad}" if bad else 0)' "$out"
 print(ascii(list(csv.reader(open(sys.argv[1], encoding="utf-8", newline="")))[1]))' "$out")" 'in CSV'
 }
 
-@test "what a hostile server says of an error does not hurt the terminal" {
+@test "the error message of a hostile server is harmless on the terminal" {
     startServer hostile ready "$python" -u -c 'import http.server
 class Handler(http.server.BaseHTTPRequestHandler):
     def do_POST(self):
@@ -209,6 +209,7 @@ server.serve_forever()'
     equal 0 "$status" status
     grep -q "$escape\[32m" "$out"
     (($(widest) <= 50))
+    run ! grep -q … "$out"
     NO_COLOR=1 onTerminal 200 --explain fru.txt
     isHarmless
     NO_COLOR=1 onTerminal 200 --machine

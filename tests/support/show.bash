@@ -9,7 +9,7 @@ runShow() { # [ARG...]
     runInstead "$show" "$@"
 }
 
-# The run ended with this status. Trouble says one thing on standard error; everything else, nothing.
+# The run ended with this status, and with this message or none on standard error.
 ends() { # STATUS [MESSAGE]
     if ! equal "$1" "$status" 'the exit status'; then
         cat "$out" "$err" >&2

@@ -79,6 +79,17 @@ TEST(Text, CombiningMarksStayWithTheirLetter) {
   EXPECT_EQ(cutTo(2, "e\u0301e\u0301e\u0301", file), "e\u0301…");
 }
 
+TEST(Text, LongTextIsWrappedAtBlanksWherePossible) {
+  using Lines = std::vector<std::string>;
+  EXPECT_EQ(wrapTo(5, ""), Lines{""});
+  EXPECT_EQ(wrapTo(5, "ab cd"), Lines{"ab cd"});
+  EXPECT_EQ(wrapTo(5, "ab cd ef"), (Lines{"ab cd", "ef"}));
+  EXPECT_EQ(wrapTo(5, "ab cdef g"), (Lines{"ab", "cdef", "g"}));
+  EXPECT_EQ(wrapTo(3, "abcdefgh"), (Lines{"abc", "def", "gh"}));
+  EXPECT_EQ(wrapTo(5, "日本語x"), (Lines{"日本", "語x"}));
+  EXPECT_EQ(wrapTo(1, "日本"), (Lines{"日", "本"}));
+}
+
 TEST(Text, PaddingFillsColumns) {
   EXPECT_EQ(padTo(4, "日"), "日  ");
   EXPECT_EQ(padTo(2, "abc"), "abc");
