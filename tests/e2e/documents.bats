@@ -172,7 +172,7 @@ $(block install.md look | grep morvik-show)" "$(block README.md install | sed 's
     equal "$(block data-files.md explain | tail -n +2)" \
         "$(eval "$(block data-files.md explain | sed -n '1s/^\$ //p')")" 'the explanation'
     follow data-files.md status
-    grep -q '"format": 1' verdict.json
+    grep -Eq '"format": ?1,' verdict.json
 }
 
 @test "docs/parts-server.md: a temporary server" {
