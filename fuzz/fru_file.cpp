@@ -52,7 +52,7 @@ std::vector<String> readLines(std::string_view text) {
   return lines;
 }
 
-// The four texts of a line that is as it should be: "a","b","c","d" and anything behind.
+// The four texts of a well-formed line: "a","b","c","d" and anything after them.
 std::optional<std::array<std::u16string_view, 4>> fieldsOf(std::u16string_view line) {
   constexpr std::array<std::u16string_view, 4> ends{u"\",\"", u"\",\"", u"\",\"", u"\""};
   std::array<std::u16string_view, 4> fields;

@@ -7,7 +7,7 @@
 // Puts the machine type, at most four characters, into `machineType`: the model
 // "Server 123 -[1234ABX]-" has the type "1234".
 // Returns 1 when the question ran to its end, with `machineType` unchanged if the server had
-// nothing to report; 0 when anything failed, with `machineType` of no use; no other number. Never
+// nothing to report; 0 when anything failed, with `machineType` not usable; no other number. Never
 // throws, prints nothing.
 int getMachineType(Pegasus::CIMClient& client, Pegasus::String& machineType);
 

@@ -49,7 +49,7 @@ runsWith() { # FAULT-LINE
 
 @test "padded lengths, lower-case names, text/xml, extra headers" { runsWith '* * unusual-headers'; }
 
-@test "interim answers are passed over" { runsWith '* * interim'; }
+@test "interim answers are ignored" { runsWith '* * interim'; }
 
 # --- XML ---
 

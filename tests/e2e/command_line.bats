@@ -34,39 +34,6 @@ setupRejection() {
     rejects ''
 }
 
-@test "rejected: an unknown option letter, help among them" {
-    setupRejection
-    rejects -h
-    rejects '-?'
-    rejects -x
-    rejects -xs
-    rejects --help
-    rejects --version
-    rejects -1
-    rejects ' -s' host
-}
-
-@test "rejected: a lone dash, and dashes alone" {
-    setupRejection
-    rejects -
-    rejects --
-    rejects -----
-}
-
-@test "rejected: an unknown option after a good one" {
-    setupRejection
-    rejects -s host -x
-    rejects -s host -d dir -
-    rejects -d dir --h
-    rejects -s host -x -d dir
-}
-
-@test "rejected: the words behind an unknown option are not looked at" {
-    setupRejection
-    rejects -x -s host
-    rejects - -d dir
-}
-
 @test "rejected: nothing is connected even when no server is there" {
     runMorvik -h
     equal 1 "$status" 'status'
@@ -102,63 +69,10 @@ defaultServer() {
     takes host dir -d dir -s host
 }
 
-@test "letters match in either case" {
-    startMachine
-    takes host dir -S host -D dir
-}
-
-@test "only the first letter after the dash counts" {
-    startMachine
-    takes host dir -server host -directory dir
-    takes host dir -source host -DESTINATION dir
-}
-
-@test "each extra leading dash is passed over" {
-    startMachine
-    takes '' dir --d dir
-    takes host '' ---server host
-    takes host dir --s host ----d dir
-}
-
-@test "a value is never examined" {
-    startMachine
-    takes -d '' -s -d
-    takes '' -s -d -s
-    takes -x dir -s -x -d dir
-    takes '' - -d -
-}
-
-@test "the last value wins" {
-    startMachine
-    takes b '' -s a -s b
-    takes c b -s a -d b -S c
-}
-
-@test "a word without a dash ends the parse: what follows is ignored" {
-    startMachine
-    takes host '' -s host extra -d dir
-    takes host '' -s host extra -x
-    takes host '' -s host '' -d dir
-}
-
-@test "an option that is the last argument is accepted: its location has no value" {
-    startMachine
-    takes '' '' -s
-    takes '' '' -d
-    takes host '' -s host -d
-    takes '' '' -s a -s
-}
-
 @test "a location whose option is absent is not defaulted" {
     startMachine
     takes '' dir -d dir
     takes host '' -s host
-}
-
-@test "an empty value is an empty text" {
-    startMachine
-    takes '' '' -s '' -d ''
-    takes '' dir -s '' -d dir
 }
 
 @test "values of 200 and of 5000 characters are taken whole" {

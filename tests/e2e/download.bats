@@ -36,7 +36,7 @@ download() { # [ARG...]; by default from the FTP server of the room
     startFtp
     fanFile | putOnParts 1234wpk.txt
     download
-    # The client adds questions of its own (FEAT, EPSV, SIZE, ...); these are the script's.
+    # The client adds its own commands (FEAT, EPSV, SIZE, ...); these are the script's.
     equal "USER anonymous
 PASS anonymous
 TYPE I

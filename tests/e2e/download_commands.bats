@@ -146,7 +146,7 @@ rm -f  fru.log' "$(tail -n 2 "$commands")" 'the last commands'
     scriptIs 'open host 2121\nuser anonymous anonymous\nbin\ncd a b\nget 1234wpk.txt\nbye\n'
 }
 
-@test "a semicolon: what follows is a command of its own, and only its output reaches the script" {
+@test "a semicolon: the rest is a separate command, and only its output reaches the script" {
     startMachine
     keepScript
     runMorvik -s 'host; echo close' -d 'dir; pwd >where; echo ls'

@@ -72,7 +72,7 @@ fanFile() {
     publishedNumbersAre F1
 }
 
-@test "the machine type cannot be had as bytes: the fixed message, no ftp run, fru.txt stays" {
+@test "the machine type cannot be converted to bytes: the fixed message, no ftp run, fru.txt stays" {
     # Its three bytes of text past ASCII, read once more, are UTF-8 for one that no byte can hold.
     startMachine --model $'x[\xc3\xa2\xc2\x82\xc2\xac1]'
     fanFile >fru.txt

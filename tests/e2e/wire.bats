@@ -176,7 +176,7 @@ runRaw() {
     done
 }
 
-@test "every request has a message ID of its own" {
+@test "every request has a different message ID" {
     runRaw
     local ids
     ids=$(grep -ho 'MESSAGE ID="[^"]*"' "$raw"/*.http)

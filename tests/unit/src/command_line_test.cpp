@@ -43,7 +43,7 @@ TEST(CommandLine, NoArgumentsGiveBothDefaults) {
   expectLocations({}, MORVIK_DEFAULT_PARTS_SERVER, "/pc/dolmex/bp_server");
 }
 
-TEST(CommandLine, NotEvenAProgramNameGivesBothDefaults) {
+TEST(CommandLine, AnEmptyArgumentListGivesBothDefaults) {
   char* arguments[] = {nullptr};
   const char* server = untouched;
   const char* directory = untouched;
@@ -73,13 +73,13 @@ TEST(CommandLine, AnUnknownLetterDoesNotTakeTheNextArgument) {
   EXPECT_EQ(parsed.server, untouched);
 }
 
-TEST(CommandLine, BothOptionsInEitherOrderAndCase) {
+TEST(CommandLine, BothOptionsAreTakenInEitherOrderAndCase) {
   expectLocations({"-s", "host", "-d", "dir"}, "host", "dir");
   expectLocations({"-d", "dir", "-s", "host"}, "host", "dir");
   expectLocations({"-S", "host", "-D", "dir"}, "host", "dir");
 }
 
-TEST(CommandLine, OnlyTheFirstLetterBehindTheDashCounts) {
+TEST(CommandLine, OnlyTheFirstLetterAfterTheDashCounts) {
   expectLocations({"-server", "host", "-directory", "dir"}, "host", "dir");
 }
 

@@ -16,7 +16,7 @@ class FlushedOutput : public std::stringbuf {
   FlushedOutput(FlushedOutput&&) = delete;
   FlushedOutput& operator=(FlushedOutput&&) = delete;
 
-  // What has arrived: one text for each flush. What was written behind the last one is not there.
+  // One text for each flush. Text that was written after the last flush is not included.
   const std::vector<std::string>& arrived() const { return arrived_; }
 
  protected:

@@ -57,7 +57,8 @@ class Hardware : public testing::Test {
 TEST_F(Hardware, ClockMustBeTheSameDigits) {
   haveProcessors({processor(CIMValue(Uint32{2400}))});
   EXPECT_TRUE(speed("2400"));
-  for (const char* other : {"02400", "2400MHz", " 2400", "2400 ", "+2400", "240", "24000", ""}) {
+  for (const char* other :
+       {"02400", "2400MHz", " 2400", "2400 ", "+2400", "240", "24000", "2400.0", "0x960", ""}) {
     EXPECT_FALSE(speed(other)) << other;
   }
 }
@@ -79,7 +80,7 @@ TEST_F(Hardware, NoProcessorMatchesNothing) {
   EXPECT_FALSE(speed("2400"));
 }
 
-TEST_F(Hardware, ALineWithoutSpeedIsRefused) {
+TEST_F(Hardware, ALineWithoutSpeedIsNotSelected) {
   haveProcessors({processor(CIMValue(Uint32{2400}))});
   EXPECT_FALSE(speedFits(R"("1","PROCESSOR","","x")"));
   EXPECT_FALSE(speedFits(R"("1","PROCESSOR","speed=2400","x")"));
@@ -89,6 +90,7 @@ TEST_F(Hardware, ALineWithoutSpeedIsRefused) {
 TEST_F(Hardware, SpeedIsSearchedAnywhereAndTheFirstCounts) {
   haveProcessors({processor(CIMValue(Uint32{2400}))});
   EXPECT_TRUE(speedFits("x SPEED=2400\""));
+  EXPECT_TRUE(speedFits(R"("1","PROCESSOR","CLOCKSPEED=2400","x")"));
   EXPECT_TRUE(speedFits("SPEED=2400")) << "no closing quote: to the end of the line";
   EXPECT_FALSE(speedFits("SPEED=1800\"SPEED=2400\""));
 }
@@ -134,7 +136,15 @@ TEST_F(Hardware, EveryQuestionIsAFreshEnumeration) {
                 "enumerateInstances root/kvasd KVAXDT_PhysicalMemory true true false false null"}));
 }
 
-TEST_F(Hardware, SizeIsThatOfOneModuleNeverTheSum) {
+TEST_F(Hardware, OnlyTheExactDigitsOfASizeMatch) {
+  haveMemory({module(bytes(536870912))});
+  EXPECT_TRUE(size("512"));
+  for (const char* other : {"0512", "512MB", " 512", "512 ", "51", "5120", "536870912", ""}) {
+    EXPECT_FALSE(size(other)) << other;
+  }
+}
+
+TEST_F(Hardware, SizeIsThatOfOneModuleAndNeverTheSum) {
   haveMemory({module(bytes(268435456)), module(bytes(536870912))});
   EXPECT_TRUE(size("256"));
   EXPECT_TRUE(size("512"));
@@ -207,7 +217,7 @@ TEST_F(Hardware, ANullCapacityIsZero) {
   EXPECT_FALSE(size(""));
 }
 
-TEST_F(Hardware, NothingFitsOnAnyException) {
+TEST_F(Hardware, NoEntryFitsOnAnyException) {
   haveProcessors({processor(CIMValue(Uint32{2400}))});
   haveMemory({module(bytes(536870912))});
   fakeServer.beforeAnswer = [](const std::string& call) {
@@ -219,7 +229,7 @@ TEST_F(Hardware, NothingFitsOnAnyException) {
   EXPECT_FALSE(size("512"));
 }
 
-TEST_F(Hardware, NothingFitsWhenTheServerRefuses) {
+TEST_F(Hardware, NoEntryFitsWhenTheServerRefuses) {
   EXPECT_FALSE(speed("2400"));
   EXPECT_FALSE(size("512"));
 }

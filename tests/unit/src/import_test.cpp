@@ -106,6 +106,19 @@ TEST_F(Import, GivesAllOtherCategoriesTheNumberOne) {
   EXPECT_THAT(fakeServer.identifyingNumbers(), testing::Each(prefix + "1"));
 }
 
+TEST_F(Import, WritesNumbersWithoutFillCharacters) {
+  std::string lines;
+  for (int i = 1; i <= 101; i++) {
+    lines += line(std::to_string(i), "FAN");
+  }
+  importLines(lines);
+  const auto numbers = fakeServer.identifyingNumbers();
+  ASSERT_THAT(numbers, testing::SizeIs(101));
+  EXPECT_EQ(numbers[8], prefix + "9");
+  EXPECT_EQ(numbers[9], prefix + "10");
+  EXPECT_EQ(numbers[100], prefix + "101");
+}
+
 TEST_F(Import, CountsOnlyWhatPassedSelection) {
   importLines(line("1", "PROCESSOR", "SPEED=1800") + line("2", "PROCESSOR", "SPEED=2400"));
   EXPECT_THAT(fakeServer.identifyingNumbers(), ElementsAre(prefix + "1"));
@@ -172,7 +185,7 @@ TEST_F(Import, ReadsTheNumberOfEachInstanceAndDeletesBeforeTheNext) {
                           "getProperty root/kvasd KVAXDT_FRU.Id=\"1\" IdentifyingNumber"));
 }
 
-TEST_F(Import, ASecondRunReplacesTheFirst) {
+TEST_F(Import, ReplacesWhatTheFirstRunPublished) {
   const std::string lines = line("1", "FAN") + line("2", "FAN") + line("3", "PLANAR");
   importLines(lines);
   const auto numbers = fakeServer.identifyingNumbers();
@@ -180,7 +193,7 @@ TEST_F(Import, ASecondRunReplacesTheFirst) {
   EXPECT_EQ(fakeServer.identifyingNumbers(), numbers);
 }
 
-TEST_F(Import, AFailureToDeleteEndsItAndReachesTheCaller) {
+TEST_F(Import, EndsAtAFailureToDeleteWhichReachesTheCaller) {
   for (const char* operation : {"enumerateInstanceNames", "getProperty", "deleteInstance"}) {
     fakeServer.published.clear();
     fakeServer.publish("KVAHalvoranFru1");
@@ -196,7 +209,7 @@ TEST_F(Import, AFailureToDeleteEndsItAndReachesTheCaller) {
   }
 }
 
-TEST_F(Import, AMissingFileIsSaidAndNothingIsAsked) {
+TEST_F(Import, ReportsAMissingFileAndAsksTheServerNothing) {
   CIMClient client(1);
   fakeServer.calls.clear();
   testing::internal::CaptureStdout();

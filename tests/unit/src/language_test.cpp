@@ -46,7 +46,7 @@ TEST(Language, IsComparedAsAWhole) {
   EXPECT_FALSE(acceptsValue("en_US", "de"));
 }
 
-TEST(Language, OfAnyOtherLangIsEmpty) {
+TEST(Language, IsEmptyForAnyOtherLang) {
   for (const char* lang : {"", "e", "C", "POSIX", "es_ES", "zh_CN", "zh_TW", "ZH_TW.Big5", "zh"}) {
     EXPECT_TRUE(acceptsValue(lang, "")) << lang;
     EXPECT_FALSE(acceptsValue(lang, "en")) << lang;
@@ -57,9 +57,21 @@ TEST(Language, OfAnyOtherLangIsEmpty) {
   }
 }
 
-TEST(Language, OfAnUnsetLangIsEmpty) {
+TEST(Language, IsEmptyForAnUnsetLang) {
   EXPECT_TRUE(acceptsValue(nullptr, ""));
   EXPECT_FALSE(acceptsValue(nullptr, "en"));
+}
+
+TEST(Language, OnlyTheFirstTwoLettersOfLangCount) {
+  EXPECT_TRUE(acceptsValue("english", "en"));
+  EXPECT_TRUE(acceptsValue("it:", "it"));
+  EXPECT_TRUE(acceptsValue("xx_en", ""));
+}
+
+TEST(Language, BytesPastAsciiAreNoCode) {
+  EXPECT_TRUE(acceptsValue("\xFF\xFE", ""));
+  EXPECT_TRUE(acceptsValue("d\xC3\xA9", ""));
+  EXPECT_TRUE(acceptsValue("de\xFF", "de"));
 }
 
 TEST(Language, IsReadAnewAtEveryCall) {
@@ -82,6 +94,7 @@ TEST(Language, WithoutTokenTheTextFromPositionEightIsJudged) {
 
 TEST(Language, TheFirstTokenCounts) {
   EXPECT_TRUE(accepts("en_US", "LANGUAGE=en\"LANGUAGE=de\""));
+  EXPECT_TRUE(accepts("en_US", R"("1","KEYBOARD","","as LANGUAGE=en")"));
   EXPECT_FALSE(accepts("de_DE", "LANGUAGE=en\"LANGUAGE=de\""));
 }
 

@@ -1,4 +1,4 @@
-// How the machine type is had from the model.
+// How the machine type is taken from the model.
 #include "cim/machine.h"
 
 #include <gtest/gtest.h>
@@ -43,38 +43,41 @@ class MachineType : public testing::Test {
   }
 };
 
-TEST_F(MachineType, StandsBetweenTheBracketsOfTheModel) {
+TEST_F(MachineType, IsTheTextBetweenTheBracketsOfTheModel) {
   expectType("Server 123 -[1234ABX]-", "1234");
   expectType("[1234]", "1234");
   expectType("[12]", "12");
 }
 
-TEST_F(MachineType, OfEmptyBracketsIsEmpty) {
+TEST_F(MachineType, IsEmptyForEmptyBrackets) {
   expectType("x[]y", "");
 }
 
-TEST_F(MachineType, WithoutBracketsIsTheBeginningOfTheModel) {
+TEST_F(MachineType, IsTheBeginningOfAModelWithoutBrackets) {
   expectType("1234ABX", "1234");
   expectType("12", "12");
   expectType("", "");
 }
 
-TEST_F(MachineType, WithOneBracketOnlyIsTheBeginningOfTheModel) {
+TEST_F(MachineType, IsTheBeginningOfAModelWithOneBracket) {
   expectType("ab[1234", "ab[1");
   expectType("ab1234]", "ab12");
   expectType("ab]1234", "ab]1");
 }
 
-TEST_F(MachineType, WithTheFirstCloseBeforeTheFirstOpenIsEverythingBehindTheOpen) {
+TEST_F(MachineType, IsEverythingAfterTheOpenWhenTheFirstCloseIsBeforeIt) {
   expectType("x]y[1234ABX]", "1234");
   expectType("x]y[1234ABX", "1234");
   expectType("][12", "12");
   expectType("][", "");
+  expectType("x]y[12]", "12]");
 }
 
 TEST_F(MachineType, EndsAtTheFirstClose) {
   expectType("[12]34]", "12");
   expectType("[12[34]", "12[3");
+  expectType("[12][3456]", "12");
+  expectType("[[12]]", "[12");
 }
 
 TEST_F(MachineType, KeepsBlanks) {
@@ -89,6 +92,8 @@ TEST_F(MachineType, KeepsCharactersOfEightBits) {
 TEST_F(MachineType, FailsForWiderCharacters) {
   fakeServer.classes[className] = {system(CIMValue("[12\u4E2D4]"))};
   EXPECT_EQ(ask().result, 0);
+  fakeServer.classes[className] = {system(CIMValue("[1234\u0100]"))};
+  EXPECT_EQ(ask().result, 0) << "the conversion precedes the cut to four characters";
 }
 
 TEST_F(MachineType, WiderCharactersOutsideTheBracketsDoNoHarm) {
@@ -120,12 +125,12 @@ TEST_F(MachineType, FailsWithoutModel) {
   EXPECT_EQ(ask().result, 0);
 }
 
-TEST_F(MachineType, OfTheFirstInstanceOnlyEvenIfALaterOneHasAModel) {
+TEST_F(MachineType, FailsWithoutModelInTheFirstInstanceEvenIfALaterOneHasOne) {
   fakeServer.classes[className] = {instanceWith(className, {}), system(CIMValue("[2222]"))};
   EXPECT_EQ(ask().result, 0);
 }
 
-TEST_F(MachineType, OfANullModelIsEmpty) {
+TEST_F(MachineType, IsEmptyForANullModel) {
   fakeServer.classes[className] = {system(CIMValue(Pegasus::CIMTYPE_STRING, false))};
   const Answer answer = ask();
   EXPECT_EQ(answer.result, 1);

@@ -1,4 +1,4 @@
-// What the program itself adds to a run: nothing leaves it but a message and a status.
+// The program around a run: whatever a run throws becomes one message and status 0.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -60,7 +60,7 @@ TEST_F(Main, CatchesExceptionsOfAnyOtherType) {
   expectCaught([] { throw 42; });  // NOLINT: no exception is too odd
 }
 
-TEST_F(Main, RejectedCommandLineIsStatusOneAndNothingIsAsked) {
+TEST_F(Main, ARejectedCommandLineEndsWithOneAndAsksTheServerNothing) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(callMain({"morvik", "host"}), 1);
   EXPECT_THAT(testing::internal::GetCapturedStderr(),

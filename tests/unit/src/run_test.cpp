@@ -1,4 +1,4 @@
-// The run as a whole: what is asked of the server, in which order, and what happens to fru.log.
+// The run as a whole: the requests to the server, their order, and the fate of the work files.
 #include "driver/run.h"
 
 #include <gmock/gmock.h>
