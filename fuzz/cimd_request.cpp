@@ -8,7 +8,7 @@
 #include "http/http_server.h"
 #include "http/http_session.h"
 #include "model/journal.h"
-#include "mof/mof_loader.h"
+#include "mof/loader.h"
 #include "xml/object_decoder.h"
 #include "xml/object_encoder.h"
 #include "xml/response.h"

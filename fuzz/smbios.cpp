@@ -5,7 +5,7 @@
 #include "host/smbios.h"
 #include "host/inventory.h"
 #include "model/repository.h"
-#include "mof/mof_loader.h"
+#include "mof/loader.h"
 
 #include <algorithm>
 #include <string>

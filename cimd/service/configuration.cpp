@@ -1,7 +1,7 @@
 #include "service/configuration.h"
 
 #include "host/inventory.h"
-#include "mof/mof_loader.h"
+#include "mof/loader.h"
 
 namespace cimd {
 

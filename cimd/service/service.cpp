@@ -15,7 +15,7 @@
 #include "http/cim_handler.h"
 #include "http/http_server.h"
 #include "log.h"
-#include "mof/mof_error.h"
+#include "mof/error.h"
 #include "service/configuration.h"
 #include "service/notification.h"
 #include "service/privileges.h"

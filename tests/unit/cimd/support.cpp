@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include "mof/mof_loader.h"
+#include "mof/loader.h"
 
 #include <fstream>
 #include <iterator>

@@ -1,9 +1,10 @@
-#include "mof/mof_parser.h"
-
-#include "text/ascii.h"
-#include "xml/object_decoder.h"
+#include "mof/parser.h"
 
 #include <utility>
+
+#include "common/cim_types.h"
+#include "text/ascii.h"
+#include "xml/object_decoder.h"
 
 namespace cimd::mof {
 
@@ -11,9 +12,6 @@ namespace {
 
 using Pegasus::String;
 using Pegasus::text::equalNoCase;
-
-// Far more than any schema has; bounds what a wrong file can make the server keep.
-constexpr Pegasus::Uint64 largestArraySize = 0xFFFFFFFF;
 
 std::optional<Pegasus::CIMType> intrinsicType(std::string_view name) {
   if (equalNoCase(name, "reference")) {
@@ -28,26 +26,26 @@ std::optional<Pegasus::CIMType> intrinsicType(std::string_view name) {
 
 }  // namespace
 
-MofParser::MofParser(std::shared_ptr<const std::string> file, std::string_view text)
+Parser::Parser(std::shared_ptr<const std::string> file, std::string_view text)
     : lexer_(std::move(file), text), token_(lexer_.next()) {}
 
-void MofParser::fail(const std::string& expected) const {
+void Parser::fail(const std::string& expected) const {
   throw MofError(token_.position, "expected " + expected + ", found " + describe(token_));
 }
 
-Token MofParser::take() {
+Token Parser::take() {
   return std::exchange(token_, lexer_.next());
 }
 
-bool MofParser::atPunctuation(char c) const {
-  return token_.kind == TokenKind::PUNCTUATION && token_.text.front() == c;
+bool Parser::atPunctuation(char c) const {
+  return token_.kind == TokenKind::punctuation && token_.text.front() == c;
 }
 
-bool MofParser::atKeyword(std::string_view keyword) const {
-  return token_.kind == TokenKind::IDENTIFIER && equalNoCase(token_.text, keyword);
+bool Parser::atKeyword(std::string_view keyword) const {
+  return token_.kind == TokenKind::identifier && equalNoCase(token_.text, keyword);
 }
 
-bool MofParser::acceptPunctuation(char c) {
+bool Parser::acceptPunctuation(char c) {
   if (!atPunctuation(c)) {
     return false;
   }
@@ -55,7 +53,7 @@ bool MofParser::acceptPunctuation(char c) {
   return true;
 }
 
-bool MofParser::acceptKeyword(std::string_view keyword) {
+bool Parser::acceptKeyword(std::string_view keyword) {
   if (!atKeyword(keyword)) {
     return false;
   }
@@ -63,46 +61,43 @@ bool MofParser::acceptKeyword(std::string_view keyword) {
   return true;
 }
 
-void MofParser::expectPunctuation(char c) {
+void Parser::expectPunctuation(char c) {
   if (!acceptPunctuation(c)) {
     fail(std::string("'") + c + "'");
   }
 }
 
-void MofParser::expectKeyword(std::string_view keyword) {
+void Parser::expectKeyword(std::string_view keyword) {
   if (!acceptKeyword(keyword)) {
     fail("'" + std::string(keyword) + "'");
   }
 }
 
-Token MofParser::expectName(std::string_view what) {
-  if (token_.kind != TokenKind::IDENTIFIER) {
+Token Parser::expectName(std::string_view what) {
+  if (token_.kind != TokenKind::identifier) {
     fail(std::string(what));
   }
   return take();
 }
 
-String MofParser::expectAlias() {
-  if (token_.kind != TokenKind::ALIAS) {
+String Parser::expectAlias() {
+  if (token_.kind != TokenKind::alias) {
     fail("an alias such as $name");
   }
   return String(take().text);
 }
 
-std::optional<Production> MofParser::next() {
-  if (token_.kind == TokenKind::END) {
+std::optional<Production> Parser::next() {
+  if (token_.kind == TokenKind::end) {
     return std::nullopt;
   }
-  if (token_.kind == TokenKind::PRAGMA) {
+  if (token_.kind == TokenKind::pragma) {
     return pragma();
   }
   if (atKeyword("qualifier")) {
-    return qualifierType();
+    return qualifierDeclaration();
   }
-  std::vector<Qualifier> qualifiers;
-  if (atPunctuation('[')) {
-    qualifiers = qualifierList();
-  }
+  QualifierList qualifiers = qualifierList();
   if (atKeyword("class")) {
     return classDeclaration(std::move(qualifiers));
   }
@@ -112,12 +107,11 @@ std::optional<Production> MofParser::next() {
   fail("a class, an instance, a qualifier or #pragma");
 }
 
-Pragma MofParser::pragma() {
+PragmaSyntax Parser::pragma() {
   take();
   const Token name = expectName("the name of a pragma");
-  Pragma pragma{String(name.text), name.position, String()};
-  // Before the parenthesis is taken, for that reads the string after it. When the last piece of the
-  // string has been taken, the parenthesis after it has been read, and what follows has not.
+  PragmaSyntax pragma{String(name.text), name.position, String()};
+  // The lexer is one token ahead: taking a parenthesis lexes what follows it.
   lexer_.setStringForm(equalNoCase(name.text, "include") ? StringForm::verbatim
                                                          : StringForm::escaped);
   expectPunctuation('(');
@@ -127,10 +121,10 @@ Pragma MofParser::pragma() {
   return pragma;
 }
 
-QualifierType MofParser::qualifierType() {
+QualifierDeclarationSyntax Parser::qualifierDeclaration() {
   take();
   const Token name = expectName("the name of a qualifier");
-  QualifierType qualifier;
+  QualifierDeclarationSyntax qualifier;
   qualifier.name = String(name.text);
   qualifier.position = name.position;
   expectPunctuation(':');
@@ -148,7 +142,7 @@ QualifierType MofParser::qualifierType() {
   return qualifier;
 }
 
-std::vector<String> MofParser::nameList() {
+std::vector<String> Parser::nameList() {
   std::vector<String> names;
   expectPunctuation('(');
   do {
@@ -158,9 +152,11 @@ std::vector<String> MofParser::nameList() {
   return names;
 }
 
-std::vector<Qualifier> MofParser::qualifierList() {
-  std::vector<Qualifier> qualifiers;
-  expectPunctuation('[');
+QualifierList Parser::qualifierList() {
+  QualifierList qualifiers;
+  if (!acceptPunctuation('[')) {
+    return qualifiers;
+  }
   do {
     qualifiers.push_back(qualifier());
   } while (acceptPunctuation(','));
@@ -168,9 +164,9 @@ std::vector<Qualifier> MofParser::qualifierList() {
   return qualifiers;
 }
 
-Qualifier MofParser::qualifier() {
+QualifierSyntax Parser::qualifier() {
   const Token name = expectName("the name of a qualifier");
-  Qualifier qualifier{String(name.text), name.position, std::nullopt, {}};
+  QualifierSyntax qualifier{String(name.text), name.position, std::nullopt, {}};
   if (acceptPunctuation('(')) {
     qualifier.value = value();
     expectPunctuation(')');
@@ -180,15 +176,15 @@ Qualifier MofParser::qualifier() {
   if (acceptPunctuation(':')) {
     do {
       qualifier.flavors.emplace_back(expectName("a flavor").text);
-    } while (token_.kind == TokenKind::IDENTIFIER);
+    } while (token_.kind == TokenKind::identifier);
   }
   return qualifier;
 }
 
-Class MofParser::classDeclaration(std::vector<Qualifier> qualifiers) {
+ClassSyntax Parser::classDeclaration(QualifierList qualifiers) {
   take();
   const Token name = expectName("the name of a class");
-  Class cls;
+  ClassSyntax cls;
   cls.qualifiers = std::move(qualifiers);
   cls.name = String(name.text);
   cls.position = name.position;
@@ -207,11 +203,8 @@ Class MofParser::classDeclaration(std::vector<Qualifier> qualifiers) {
   return cls;
 }
 
-void MofParser::classFeature(Class& cls) {
-  std::vector<Qualifier> qualifiers;
-  if (atPunctuation('[')) {
-    qualifiers = qualifierList();
-  }
+void Parser::classFeature(ClassSyntax& cls) {
+  QualifierList qualifiers = qualifierList();
   DataType type = dataType();
   const Token name = expectName("the name of a property or method");
   if (atPunctuation('(')) {
@@ -219,17 +212,18 @@ void MofParser::classFeature(Class& cls) {
     return;
   }
   arraySuffix(type);
-  Property property{std::move(qualifiers), type, String(name.text), name.position, defaultValue()};
+  PropertySyntax property{std::move(qualifiers), type, String(name.text), name.position,
+                          defaultValue()};
   expectPunctuation(';');
   cls.properties.push_back(std::move(property));
 }
 
-Method MofParser::method(std::vector<Qualifier> qualifiers, DataType returnType,
-                         const Token& name) {
+MethodSyntax Parser::method(QualifierList qualifiers, DataType returnType, const Token& name) {
   if (returnType.type == Pegasus::CIMTYPE_REFERENCE) {
     throw MofError(name.position, "a method cannot return a reference");
   }
-  Method method{std::move(qualifiers), std::move(returnType), String(name.text), name.position, {}};
+  MethodSyntax method{
+      std::move(qualifiers), std::move(returnType), String(name.text), name.position, {}};
   expectPunctuation('(');
   if (!atPunctuation(')')) {
     do {
@@ -241,11 +235,9 @@ Method MofParser::method(std::vector<Qualifier> qualifiers, DataType returnType,
   return method;
 }
 
-Parameter MofParser::parameter() {
-  Parameter parameter;
-  if (atPunctuation('[')) {
-    parameter.qualifiers = qualifierList();
-  }
+ParameterSyntax Parser::parameter() {
+  ParameterSyntax parameter;
+  parameter.qualifiers = qualifierList();
   parameter.type = dataType();
   const Token name = expectName("the name of a parameter");
   parameter.name = String(name.text);
@@ -254,7 +246,7 @@ Parameter MofParser::parameter() {
   return parameter;
 }
 
-DataType MofParser::dataType() {
+DataType Parser::dataType() {
   const Token name = expectName("a type");
   const auto type = intrinsicType(name.text);
   if (type) {
@@ -266,35 +258,38 @@ DataType MofParser::dataType() {
   return {Pegasus::CIMTYPE_REFERENCE, String(name.text), false, 0};
 }
 
-void MofParser::arraySuffix(DataType& type) {
+void Parser::arraySuffix(DataType& type) {
   if (!acceptPunctuation('[')) {
     return;
   }
   type.isArray = true;
-  if (token_.kind == TokenKind::INTEGER) {
-    if (token_.isNegative || token_.magnitude == 0 || token_.magnitude > largestArraySize) {
+  if (token_.kind == TokenKind::integer) {
+    const auto size =
+        Pegasus::toInteger<Pegasus::Uint32>(token_.integer.isNegative, token_.integer.magnitude);
+    if (!size || *size == 0) {
       fail("the size of an array");
     }
-    type.arraySize = static_cast<Pegasus::Uint32>(take().magnitude);
+    type.arraySize = *size;
+    take();
   }
   expectPunctuation(']');
 }
 
-std::optional<Value> MofParser::defaultValue() {
+std::optional<ValueSyntax> Parser::defaultValue() {
   return acceptPunctuation('=') ? std::optional(value()) : std::nullopt;
 }
 
-Value MofParser::value() {
+ValueSyntax Parser::value() {
   if (atPunctuation('{')) {
     return arrayValue();
   }
-  Value value{.position = token_.position};
+  ValueSyntax value{.position = token_.position};
   value.literals.push_back(literal());
   return value;
 }
 
-Value MofParser::arrayValue() {
-  Value value{.isArray = true, .position = token_.position};
+ValueSyntax Parser::arrayValue() {
+  ValueSyntax value{.isArray = true, .position = token_.position};
   expectPunctuation('{');
   if (acceptPunctuation('}')) {
     return value;
@@ -306,31 +301,30 @@ Value MofParser::arrayValue() {
   return value;
 }
 
-Literal MofParser::literal() {
+Literal Parser::literal() {
   Literal literal{.position = token_.position};
   switch (token_.kind) {
-    case TokenKind::STRING:
+    case TokenKind::string:
       return stringLiteral();
-    case TokenKind::CHAR:
-      literal.kind = Literal::CHAR;
+    case TokenKind::character:
+      literal.kind = Literal::Kind::character;
       literal.text = token_.string;
       break;
-    case TokenKind::ALIAS:
-      literal.kind = Literal::ALIAS;
+    case TokenKind::alias:
+      literal.kind = Literal::Kind::alias;
       literal.text = String(token_.text);
       break;
-    case TokenKind::INTEGER:
-      literal.kind = Literal::INTEGER;
-      literal.isNegative = token_.isNegative;
-      literal.magnitude = token_.magnitude;
+    case TokenKind::integer:
+      literal.kind = Literal::Kind::integer;
+      literal.integer = token_.integer;
       break;
-    case TokenKind::REAL:
-      literal.kind = Literal::REAL;
+    case TokenKind::real:
+      literal.kind = Literal::Kind::real;
       literal.real = token_.real;
       break;
     default:
       literal.boolean = atKeyword("true");
-      literal.kind = atKeyword("null") ? Literal::NULL_VALUE : Literal::BOOLEAN;
+      literal.kind = atKeyword("null") ? Literal::Kind::null : Literal::Kind::boolean;
       if (!atKeyword("true") && !atKeyword("false") && !atKeyword("null")) {
         fail("a value");
       }
@@ -339,22 +333,22 @@ Literal MofParser::literal() {
   return literal;
 }
 
-Literal MofParser::stringLiteral() {
-  if (token_.kind != TokenKind::STRING) {
+Literal Parser::stringLiteral() {
+  if (token_.kind != TokenKind::string) {
     fail("a string");
   }
-  Literal literal{.kind = Literal::STRING, .position = token_.position};
-  while (token_.kind == TokenKind::STRING) {
+  Literal literal{.kind = Literal::Kind::string, .position = token_.position};
+  while (token_.kind == TokenKind::string) {
     literal.text += take().string;
   }
   return literal;
 }
 
-Instance MofParser::instance() {
+InstanceSyntax Parser::instance() {
   take();
   expectKeyword("of");
   const Token className = expectName("the name of a class");
-  Instance instance;
+  InstanceSyntax instance;
   instance.className = String(className.text);
   instance.position = className.position;
   if (acceptKeyword("as")) {
@@ -362,9 +356,7 @@ Instance MofParser::instance() {
   }
   expectPunctuation('{');
   while (!acceptPunctuation('}')) {
-    if (atPunctuation('[')) {
-      qualifierList();
-    }
+    qualifierList();
     const Token name = expectName("the name of a property");
     expectPunctuation('=');
     instance.assignments.push_back({String(name.text), name.position, value()});

@@ -1,4 +1,4 @@
-#include "mof/mof_lexer.h"
+#include "mof/lexer.h"
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -9,9 +9,9 @@ namespace {
 using Pegasus::String;
 
 std::vector<Token> tokens(std::string_view text) {
-  MofLexer lexer(std::make_shared<const std::string>("f"), text);
+  Lexer lexer(std::make_shared<const std::string>("f"), text);
   std::vector<Token> all;
-  for (Token token = lexer.next(); token.kind != TokenKind::END; token = lexer.next()) {
+  for (Token token = lexer.next(); token.kind != TokenKind::end; token = lexer.next()) {
     all.push_back(token);
   }
   return all;
@@ -33,7 +33,7 @@ std::string error(std::string_view text) {
   return "";
 }
 
-TEST(MofLexer, IntegersOfEveryForm) {
+TEST(MofLexer, IntegersHaveASignAndOneOfFourBases) {
   struct Case {
     const char* text;
     bool isNegative;
@@ -56,13 +56,13 @@ TEST(MofLexer, IntegersOfEveryForm) {
                         {"18446744073709551615", false, 0xFFFFFFFFFFFFFFFF},
                         {"0xFFFFFFFFFFFFFFFF", false, 0xFFFFFFFFFFFFFFFF}}) {
     const Token token = only(c.text);
-    EXPECT_EQ(token.kind, TokenKind::INTEGER) << c.text;
-    EXPECT_EQ(token.isNegative, c.isNegative) << c.text;
-    EXPECT_EQ(token.magnitude, c.magnitude) << c.text;
+    EXPECT_EQ(token.kind, TokenKind::integer) << c.text;
+    EXPECT_EQ(token.integer.isNegative, c.isNegative) << c.text;
+    EXPECT_EQ(token.integer.magnitude, c.magnitude) << c.text;
   }
 }
 
-TEST(MofLexer, RealsHaveAPointWithADigitBehindIt) {
+TEST(MofLexer, RealsHaveAPointWithADigitAfterIt) {
   struct Case {
     const char* text;
     double value;
@@ -74,12 +74,12 @@ TEST(MofLexer, RealsHaveAPointWithADigitBehindIt) {
                         {"1.0E-3", 1e-3},
                         {"1.0e+3", 1e3}}) {
     const Token token = only(c.text);
-    EXPECT_EQ(token.kind, TokenKind::REAL) << c.text;
+    EXPECT_EQ(token.kind, TokenKind::real) << c.text;
     EXPECT_EQ(token.real, c.value) << c.text;
   }
 }
 
-TEST(MofLexer, WrongNumbersAreRefusedWhole) {
+TEST(MofLexer, MalformedNumbersAreRefusedWhole) {
   for (const char* text : {"12abc", "08", "019", "102b", "0x", "0xG", "1.", "1.e5", ".", "-", "+",
                            "1e5", "1.2.3", "1.0e", "--1", "0x-1", "1.0e999", "b1b+"}) {
     EXPECT_NE(error(text), "") << text;
@@ -89,7 +89,7 @@ TEST(MofLexer, WrongNumbersAreRefusedWhole) {
             "f:1:1: error: the number 18446744073709551616 is too large");
 }
 
-TEST(MofLexer, EscapesInStrings) {
+TEST(MofLexer, StringsHaveTheEscapesOfTheStandard) {
   EXPECT_EQ(only(R"("a\b\t\n\f\r\"\'\\z")").string, String("a\b\t\n\f\r\"'\\z"));
   EXPECT_EQ(only(R"("\x41\X0042\xe9g")").string, String("AB\xC3\xA9g"));
   // Four digits at most; two escapes make a character past U+FFFF.
@@ -99,7 +99,16 @@ TEST(MofLexer, EscapesInStrings) {
   EXPECT_EQ(only(R"("")").string, String());
 }
 
-TEST(MofLexer, WrongStringsAreRefused) {
+TEST(MofLexer, VerbatimStringsHaveNoEscapes) {
+  Lexer lexer(std::make_shared<const std::string>("f"), R"("a\tb\\c\"x"\t")");
+  lexer.setStringForm(StringForm::verbatim);
+  EXPECT_EQ(lexer.next().string, String(R"(a\tb\\c\)"));
+  EXPECT_EQ(lexer.next().text, "x");
+  lexer.setStringForm(StringForm::escaped);
+  EXPECT_EQ(lexer.next().string, String("\t"));
+}
+
+TEST(MofLexer, MalformedStringsAreRefused) {
   EXPECT_EQ(error("\"abc"), "f:1:5: error: expected \" before the end of the file");
   EXPECT_EQ(error("\"abc\ndef\""), "f:1:5: error: expected \" before the end of the line");
   EXPECT_EQ(error("\"a\\q\""), "f:1:3: error: unknown escape \\q");
@@ -112,7 +121,7 @@ TEST(MofLexer, WrongStringsAreRefused) {
             "f:1:3: error: unexpected control character 0x00");
 }
 
-TEST(MofLexer, Characters) {
+TEST(MofLexer, CharactersAreOneCodeUnit) {
   EXPECT_EQ(only("'a'").string, String("a"));
   EXPECT_EQ(only("'\"'").string, String("\""));
   EXPECT_EQ(only("'\\''").string, String("'"));
@@ -123,7 +132,7 @@ TEST(MofLexer, Characters) {
   }
 }
 
-TEST(MofLexer, CommentsAreBlanks) {
+TEST(MofLexer, CommentsSeparateTokens) {
   const auto all = tokens("a // x \" y\nb /* \" ** / \n // */c/**/d//");
   std::string names;
   for (const Token& token : all) {
@@ -150,14 +159,14 @@ TEST(MofLexer, PositionsCountLinesAndCharacters) {
   EXPECT_EQ(all[4].position.line, 4U);
 }
 
-TEST(MofLexer, AliasesPragmasAndNames) {
-  EXPECT_EQ(only("$Fan_1").kind, TokenKind::ALIAS);
+TEST(MofLexer, AliasesPragmasAndNamesAreTokens) {
+  EXPECT_EQ(only("$Fan_1").kind, TokenKind::alias);
   EXPECT_EQ(only("$Fan_1").text, "Fan_1");
-  EXPECT_EQ(only("#PRAGMA").kind, TokenKind::PRAGMA);
+  EXPECT_EQ(only("#PRAGMA").kind, TokenKind::pragma);
   EXPECT_EQ(only("Stra\xC3\x9F"
                  "e")
                 .kind,
-            TokenKind::IDENTIFIER);
+            TokenKind::identifier);
   for (const char* text : {"$", "$1", "#", "#define", "?", "\x01", "a.b"}) {
     EXPECT_NE(error(text), "") << text;
   }
@@ -165,7 +174,7 @@ TEST(MofLexer, AliasesPragmasAndNames) {
 
 // Such a class would make every enumeration of classes fail.
 TEST(MofLexer, NamesThatCannotBeSentAreRefused) {
-  EXPECT_EQ(only("A\xEF\xBF\xBD").kind, TokenKind::IDENTIFIER);
+  EXPECT_EQ(only("A\xEF\xBF\xBD").kind, TokenKind::identifier);
   for (const char* name : {"A\xEF\xBF\xBE", "\xEF\xBF\xBFz", "$A\xEF\xBF\xBE"}) {
     EXPECT_NE(error(name).find("cannot be sent"), std::string::npos) << name;
   }

@@ -1,27 +1,24 @@
-#include "mof/mof_lexer.h"
+#include "mof/lexer.h"
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 
-#include "mof/mof_number.h"
+#include "text/ascii.h"
 
 namespace cimd::mof {
 
 namespace {
 
 using Pegasus::String;
+using Pegasus::text::isDigit;
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 // U+FFFE and U+FFFF, the only characters of a name that XML does not have.
 constexpr std::array<std::string_view, 2> nonCharacters{"\xEF\xBF\xBE", "\xEF\xBF\xBF"};
 
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
 bool isNameStart(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' ||
-         static_cast<unsigned char>(c) >= 0x80;
+  return Pegasus::text::isLetter(c) || c == '_' || static_cast<unsigned char>(c) >= 0x80;
 }
 
 bool isNamePart(char c) {
@@ -29,7 +26,11 @@ bool isNamePart(char c) {
 }
 
 bool isBlank(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v';
+  return Pegasus::text::isSpace(c) || c == '\f' || c == '\v';
+}
+
+bool isControl(char c) {
+  return static_cast<unsigned char>(c) < 0x20;
 }
 
 // False for the second and later bytes of a UTF-8 character.
@@ -41,12 +42,12 @@ int hexDigit(char c) {
   if (isDigit(c)) {
     return c - '0';
   }
-  const char lower = static_cast<char>(c | 0x20);
+  const char lower = Pegasus::text::lowered(c);
   return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
 std::string quoted(char c) {
-  if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+  if (isControl(c) || c == 0x7F) {
     constexpr const char* digits = "0123456789ABCDEF";
     const auto byte = static_cast<unsigned char>(c);
     return std::string("control character 0x") + digits[byte >> 4U] + digits[byte & 15U];
@@ -54,40 +55,56 @@ std::string quoted(char c) {
   return std::string("'") + c + "'";
 }
 
+// A real always has a point with a digit after it. Errors as of std::from_chars.
+std::errc readReal(std::string_view text, Pegasus::Real64& value) {
+  const bool isNegative = text.starts_with('-');
+  const std::string_view digits = isNegative || text.starts_with('+') ? text.substr(1) : text;
+  const std::size_t point = digits.find('.');
+  // "inf" and "nan" have no point.
+  if (point == std::string_view::npos || point + 1 >= digits.size() ||
+      !isDigit(digits[point + 1])) {
+    return std::errc::invalid_argument;
+  }
+  const char* const end = digits.data() + digits.size();
+  const auto [stop, error] = std::from_chars(digits.data(), end, value);
+  value = isNegative ? -value : value;
+  return stop != end ? std::errc::invalid_argument : error;
+}
+
 }  // namespace
 
 std::string describe(const Token& token) {
   constexpr std::size_t longest = 40;
   switch (token.kind) {
-    case TokenKind::END:
+    case TokenKind::end:
       return "end of file";
-    case TokenKind::STRING:
+    case TokenKind::string:
       return "a string";
-    case TokenKind::PRAGMA:
+    case TokenKind::pragma:
       return "'#" + std::string(token.text) + "'";
-    case TokenKind::ALIAS:
+    case TokenKind::alias:
       return "'$" + std::string(token.text.substr(0, longest)) + "'";
     default:
       return "'" + std::string(token.text.substr(0, longest)) + "'";
   }
 }
 
-MofLexer::MofLexer(std::shared_ptr<const std::string> file, std::string_view text)
+Lexer::Lexer(std::shared_ptr<const std::string> file, std::string_view text)
     : file_(std::move(file)), text_(text) {
   if (text_.starts_with(byteOrderMark)) {
     offset_ = byteOrderMark.size();
   }
 }
 
-Position MofLexer::here() const {
+Position Lexer::here() const {
   return {file_, line_, column_};
 }
 
-char MofLexer::peek(std::size_t ahead) const {
+char Lexer::peek(std::size_t ahead) const {
   return offset_ + ahead < text_.size() ? text_[offset_ + ahead] : '\0';
 }
 
-void MofLexer::advance(std::size_t bytes) {
+void Lexer::advance(std::size_t bytes) {
   for (; bytes > 0 && !atEnd(); --bytes, ++offset_) {
     if (text_[offset_] == '\n') {
       ++line_;
@@ -98,7 +115,7 @@ void MofLexer::advance(std::size_t bytes) {
   }
 }
 
-void MofLexer::skipBlanks() {
+void Lexer::skipBlanks() {
   while (!atEnd()) {
     if (isBlank(peek())) {
       advance();
@@ -112,7 +129,7 @@ void MofLexer::skipBlanks() {
   }
 }
 
-void MofLexer::skipBlockComment() {
+void Lexer::skipBlockComment() {
   constexpr std::size_t markLength = 2;
   const std::size_t end = text_.find("*/", offset_ + markLength);
   if (end == std::string_view::npos) {
@@ -121,7 +138,7 @@ void MofLexer::skipBlockComment() {
   advance(end + markLength - offset_);
 }
 
-Token MofLexer::next() {
+Token Lexer::next() {
   skipBlanks();
   if (atEnd()) {
     Token end;
@@ -150,12 +167,12 @@ Token MofLexer::next() {
   if (c == '\0' || std::string_view("{}[](),;:=").find(c) == std::string_view::npos) {
     throw MofError(here(), "unexpected " + quoted(c));
   }
-  Token token{.kind = TokenKind::PUNCTUATION, .position = here(), .text = text_.substr(offset_, 1)};
+  Token token{.kind = TokenKind::punctuation, .position = here(), .text = text_.substr(offset_, 1)};
   advance();
   return token;
 }
 
-std::string_view MofLexer::takeWord() {
+std::string_view Lexer::takeWord() {
   const std::size_t start = offset_;
   std::size_t end = start;
   while (end < text_.size() && isNamePart(text_[end])) {
@@ -171,14 +188,14 @@ std::string_view MofLexer::takeWord() {
   return word;
 }
 
-Token MofLexer::identifier() {
-  Token token{.kind = TokenKind::IDENTIFIER, .position = here()};
+Token Lexer::identifier() {
+  Token token{.kind = TokenKind::identifier, .position = here()};
   token.text = takeWord();
   return token;
 }
 
-Token MofLexer::directive() {
-  Token token{.kind = TokenKind::PRAGMA, .position = here()};
+Token Lexer::directive() {
+  Token token{.kind = TokenKind::pragma, .position = here()};
   advance();
   token.text = takeWord();
   if (!String::equalNoCase(String(token.text), "pragma")) {
@@ -187,8 +204,8 @@ Token MofLexer::directive() {
   return token;
 }
 
-Token MofLexer::alias() {
-  Token token{.kind = TokenKind::ALIAS, .position = here()};
+Token Lexer::alias() {
+  Token token{.kind = TokenKind::alias, .position = here()};
   advance();
   if (!isNameStart(peek())) {
     throw MofError(token.position, "expected a name after '$'");
@@ -197,26 +214,26 @@ Token MofLexer::alias() {
   return token;
 }
 
-Token MofLexer::string() {
-  Token token{.kind = TokenKind::STRING, .position = here()};
+Token Lexer::string() {
+  Token token{.kind = TokenKind::string, .position = here()};
   const std::size_t start = offset_;
   advance();
   while (peek() != '"') {
-    takeCharacter('"', token.string);
+    takeCharacters('"', token.string);
   }
   advance();
   token.text = text_.substr(start, offset_ - start);
   return token;
 }
 
-Token MofLexer::character() {
-  Token token{.kind = TokenKind::CHAR, .position = here()};
+Token Lexer::character() {
+  Token token{.kind = TokenKind::character, .position = here()};
   const std::size_t start = offset_;
   advance();
   if (peek() == '\'' && !atEnd()) {
     throw MofError(here(), "expected a character, found \"'\"");
   }
-  takeCharacter('\'', token.string);
+  takeCharacters('\'', token.string);
   if (peek() != '\'' || token.string.size() != 1) {
     throw MofError(token.position, "expected one 16-bit character between single quotes");
   }
@@ -225,7 +242,7 @@ Token MofLexer::character() {
   return token;
 }
 
-void MofLexer::takeCharacter(char quote, String& out) {
+void Lexer::takeCharacters(char quote, String& out) {
   if (atEnd() || peek() == '\n' || peek() == '\r') {
     throw MofError(here(), std::string("expected ") + quote + " before the end of the " +
                                (atEnd() ? "file" : "line"));
@@ -235,23 +252,24 @@ void MofLexer::takeCharacter(char quote, String& out) {
     out += takeEscape();
     return;
   }
-  if (static_cast<unsigned char>(peek()) < 0x20 && peek() != '\t') {
+  if (isControl(peek()) && peek() != '\t') {
     throw MofError(here(), "unexpected " + quoted(peek()));
   }
-  // A string is taken in long pieces, so that whether it is UTF-8 is asked of the piece as a whole;
-  // a character constant is taken one character at a time.
+  // A string is taken in long pieces, because a piece is UTF-8 or not as a whole; a character
+  // constant is taken one character at a time.
+  const auto endsPiece = [&](char c) {
+    return quote == '"' ? isControl(c) || c == '"' || (hasEscapes && c == '\\')
+                        : startsCharacter(c);
+  };
   std::size_t end = offset_ + 1;
-  while (end < text_.size() &&
-         (quote == '"' ? static_cast<unsigned char>(text_[end]) >= 0x20 && text_[end] != '"' &&
-                             !(hasEscapes && text_[end] == '\\')
-                       : !startsCharacter(text_[end]))) {
+  while (end < text_.size() && !endsPiece(text_[end])) {
     ++end;
   }
   out += String(text_.substr(offset_, end - offset_));
   advance(end - offset_);
 }
 
-char16_t MofLexer::takeEscape() {
+char16_t Lexer::takeEscape() {
   constexpr std::string_view names = "btnfr\"'\\";
   constexpr std::u16string_view meanings = u"\b\t\n\f\r\"'\\";
   const char c = peek(1);
@@ -266,7 +284,7 @@ char16_t MofLexer::takeEscape() {
   return meanings[found];
 }
 
-char16_t MofLexer::takeHexEscape() {
+char16_t Lexer::takeHexEscape() {
   constexpr int mostDigits = 4;
   const Position position = here();
   advance(2);
@@ -282,9 +300,9 @@ char16_t MofLexer::takeHexEscape() {
   return static_cast<char16_t>(value);
 }
 
-// Everything up to the next character that no number can hold, so that "12abc" is one wrong number
-// and not two tokens.
-std::string_view MofLexer::takeNumber() const {
+// Everything up to the next character that cannot be part of a number, so that "12abc" is one
+// malformed number and not two tokens.
+std::string_view Lexer::peekNumber() const {
   std::size_t end = offset_ + 1;
   while (end < text_.size() &&
          (isNamePart(text_[end]) || text_[end] == '.' ||
@@ -294,21 +312,21 @@ std::string_view MofLexer::takeNumber() const {
   return text_.substr(offset_, end - offset_);
 }
 
-Token MofLexer::number() {
-  Token token{.kind = TokenKind::INTEGER, .position = here()};
-  token.text = takeNumber();
-  NumberCheck check = readInteger(token.text, token.isNegative, token.magnitude);
-  if (check == NumberCheck::MALFORMED) {
-    token.kind = TokenKind::REAL;
-    check = readReal(token.text, token.real);
+Token Lexer::number() {
+  Token token{.kind = TokenKind::integer, .position = here()};
+  token.text = peekNumber();
+  std::errc error = Pegasus::readInteger(token.text, token.integer);
+  if (error == std::errc::invalid_argument) {
+    token.kind = TokenKind::real;
+    error = readReal(token.text, token.real);
   }
-  if (check == NumberCheck::TOO_LARGE) {
-    throw MofError(token.position, "the number " + std::string(token.text) +
-                                       (token.kind == TokenKind::REAL ? " is too large or too small"
-                                                                      : " is too large"));
-  }
-  if (check == NumberCheck::MALFORMED) {
+  if (error == std::errc::invalid_argument) {
     throw MofError(token.position, "expected a number, found " + describe(token));
+  }
+  if (error != std::errc()) {
+    const bool isReal = token.kind == TokenKind::real;
+    throw MofError(token.position, "the number " + std::string(token.text) +
+                                       (isReal ? " is too large or too small" : " is too large"));
   }
   advance(token.text.size());
   return token;

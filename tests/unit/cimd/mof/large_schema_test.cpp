@@ -1,6 +1,6 @@
-// Schemas as large as the DMTF's load in reasonable time and answer right.
+// Schemas as large as the DMTF's load in reasonable time, and deep inheritance is complete.
 #include <gtest/gtest.h>
-#include "mof/mof_loader.h"
+#include "mof/loader.h"
 
 #include <chrono>
 #include <cstdlib>
@@ -81,9 +81,7 @@ std::string largeSchema() {
          "Qualifier Out : boolean = false, Scope(parameter), Flavor(DisableOverride);\n"
          "Qualifier ValueMap : string[], Scope(property, method, parameter);\n"
          "Qualifier Values : string[], Scope(property, method), Flavor(Translatable);\n"
-         "Qualifier Association : boolean = false, Scope(association), Flavor(DisableOverride);\n"
-         "instance of My_Chain7_39 { InstanceID = \"deep\"; TextC39 = \"t\"; };\n"
-         "instance of My_Leaf3 { InstanceID = \"wide\"; };\n";
+         "Qualifier Association : boolean = false, Scope(association), Flavor(DisableOverride);\n";
 }
 
 std::size_t words(const std::string& text) {
@@ -127,7 +125,7 @@ TEST_F(LargeSchema, HasEveryClass) {
   EXPECT_EQ(words(attributes(all, "CLASSNAME", "NAME")), std::size_t{classCount});
 }
 
-TEST_F(LargeSchema, TheDeepestClassHasWhatAllAboveItDeclare) {
+TEST_F(LargeSchema, TheDeepestClassInheritsEveryFeatureAboveIt) {
   const std::string name = "My_Chain7_39";
   const std::string cls = server->ask("GetClass", {{"ClassName", className(name)},
                                                    {"LocalOnly", value("false")},
@@ -141,34 +139,6 @@ TEST_F(LargeSchema, TheDeepestClassHasWhatAllAboveItDeclare) {
   EXPECT_EQ(attributes(local, "PROPERTY", "NAME"), "TextC39 ");
   EXPECT_EQ(attributes(local, "METHOD", "NAME"), "ChangeC39 ");
   EXPECT_EQ(attributes(local, "CLASS", "SUPERCLASS"), "My_Chain7_38 ");
-}
-
-TEST_F(LargeSchema, DescriptionsComeWhole) {
-  const std::string cls = server->ask("GetClass", {{"ClassName", className("My_Leaf3")}});
-  std::string text;
-  for (int line = 0; line < 12; ++line) {
-    text += "The class My_Leaf3 is part of a model that was made up for this purpose. &#10;";
-  }
-  text += "&#9;It's &quot;large&quot;.";
-  const std::string found = test::elementNamed(cls, "QUALIFIER", "Description");
-  EXPECT_NE(found.find("<VALUE>" + text + "</VALUE>"), std::string::npos) << found;
-}
-
-TEST_F(LargeSchema, InstancesAnswerForEveryClassAbove) {
-  for (const char* above : {"My_Root", "My_Chain7_0", "My_Chain7_20", "My_Chain7_39"}) {
-    const std::string names =
-        server->ask("EnumerateInstanceNames", {{"ClassName", className(above)}});
-    EXPECT_TRUE(attributes(names, "INSTANCENAME", "CLASSNAME").starts_with("My_Chain7_39 "))
-        << above;
-  }
-  EXPECT_EQ(server->ask("EnumerateInstanceNames", {{"ClassName", className("My_Chain8_0")}}), "");
-  const std::string deep =
-      server->ask("EnumerateInstances", {{"ClassName", className("My_Chain7_3")}});
-  EXPECT_EQ(words(attributes(deep, "PROPERTY", "NAME")), std::size_t{chainLength} + 1);
-  const std::string shallow =
-      server->ask("EnumerateInstances",
-                  {{"ClassName", className("My_Chain7_3")}, {"DeepInheritance", value("false")}});
-  EXPECT_EQ(attributes(shallow, "PROPERTY", "NAME"), "InstanceID TextC0 TextC1 TextC2 TextC3 ");
 }
 
 TEST_F(LargeSchema, EveryClassWithEverythingIsOneAnswer) {

@@ -1,4 +1,4 @@
-#include "mof/mof_parser.h"
+#include "mof/parser.h"
 #include <gtest/gtest.h>
 
 namespace cimd::mof {
@@ -7,7 +7,7 @@ namespace {
 using Pegasus::String;
 
 std::vector<Production> parse(std::string_view text) {
-  MofParser parser(std::make_shared<const std::string>("f"), text);
+  Parser parser(std::make_shared<const std::string>("f"), text);
   std::vector<Production> all;
   while (auto production = parser.next()) {
     all.push_back(std::move(*production));
@@ -31,18 +31,27 @@ std::string error(std::string_view text) {
   return "";
 }
 
-TEST(MofParser, NothingButBlanksAndComments) {
+TEST(MofParser, ATextOfBlanksAndCommentsIsEmpty) {
   EXPECT_TRUE(parse(" \n// x\n/* y */").empty());
 }
 
-TEST(MofParser, Pragmas) {
-  const auto pragma = only<Pragma>("#pragma Include (\"a/\" \"b.mof\")");
+TEST(MofParser, APragmaHasANameAndAParameter) {
+  const auto pragma = only<PragmaSyntax>("#pragma Include (\"a/\" \"b.mof\")");
   EXPECT_EQ(pragma.name, String("Include"));
   EXPECT_EQ(pragma.parameter, String("a/b.mof"));
+  EXPECT_EQ(only<PragmaSyntax>(R"(#PRAGMA INCLUDE ("new\a" "\b.mof"))").parameter,
+            String(R"(new\a\b.mof)"));
+  EXPECT_EQ(only<PragmaSyntax>(R"(#pragma source ("a\tb"))").parameter, String("a\tb"));
+  EXPECT_EQ(std::get<InstanceSyntax>(
+                parse("#pragma include (\"a\\b\")\ninstance of A { k = \"\\t\"; };").at(1))
+                .assignments.at(0)
+                .value.literals.at(0)
+                .text,
+            String("\t"));
 }
 
-TEST(MofParser, QualifierDeclarations) {
-  const auto qualifier = only<QualifierType>(
+TEST(MofParser, AQualifierDeclarationHasTypeDefaultScopesAndFlavors) {
+  const auto qualifier = only<QualifierDeclarationSyntax>(
       "QUALIFIER ArrayType : string = \"Bag\", Scope(property, PARAMETER), "
       "Flavor(DisableOverride, ToSubclass);");
   EXPECT_EQ(qualifier.name, String("ArrayType"));
@@ -50,14 +59,14 @@ TEST(MofParser, QualifierDeclarations) {
   EXPECT_EQ(qualifier.defaultValue->literals.at(0).text, String("Bag"));
   EXPECT_EQ(qualifier.scopes, (std::vector<String>{"property", "PARAMETER"}));
   EXPECT_EQ(qualifier.flavors, (std::vector<String>{"DisableOverride", "ToSubclass"}));
-  const auto array = only<QualifierType>("Qualifier Values : string[], Scope(any);");
+  const auto array = only<QualifierDeclarationSyntax>("Qualifier Values : string[], Scope(any);");
   EXPECT_TRUE(array.type.isArray);
   EXPECT_FALSE(array.defaultValue);
   EXPECT_TRUE(array.flavors.empty());
 }
 
-TEST(MofParser, ClassWithEveryKindOfFeature) {
-  const auto cls = only<Class>(R"(
+TEST(MofParser, AClassHasEveryKindOfFeature) {
+  const auto cls = only<ClassSyntax>(R"(
     [Association, Version ( "2.6.0" ) : Restricted ToSubclass, Values{"a", "b"}, Max(3)]
     class My_Class as $alias : My_Base {
         [Key] string Name;
@@ -78,7 +87,7 @@ TEST(MofParser, ClassWithEveryKindOfFeature) {
   ASSERT_EQ(cls.properties.size(), 5U);
   EXPECT_EQ(cls.properties[0].qualifiers.size(), 1U);
   EXPECT_EQ(cls.properties[1].name, String("Class"));
-  EXPECT_EQ(cls.properties[1].defaultValue->literals.at(0).magnitude, 16U);
+  EXPECT_EQ(cls.properties[1].defaultValue->literals.at(0).integer.magnitude, 16U);
   EXPECT_TRUE(cls.properties[2].type.isArray);
   EXPECT_TRUE(cls.properties[2].defaultValue->isArray);
   EXPECT_EQ(cls.properties[3].type.arraySize, 4U);
@@ -91,8 +100,8 @@ TEST(MofParser, ClassWithEveryKindOfFeature) {
   EXPECT_TRUE(cls.methods[1].parameters.empty());
 }
 
-TEST(MofParser, InstanceWithEveryKindOfValue) {
-  const auto instance = only<Instance>(R"(
+TEST(MofParser, AnInstanceHasEveryKindOfValue) {
+  const auto instance = only<InstanceSyntax>(R"(
     [Description("ignored")] INSTANCE OF My_Class AS $me {
         A = "one" /* joined */ " two"; B = -5; C = 1.5; D = 'x'; E = True; F = nUll;
         G = $other; H = { "a", NULL }; [Key] I = {};
@@ -102,18 +111,18 @@ TEST(MofParser, InstanceWithEveryKindOfValue) {
   ASSERT_EQ(instance.assignments.size(), 9U);
   const auto literal = [&](std::size_t i) { return instance.assignments[i].value.literals.at(0); };
   EXPECT_EQ(literal(0).text, String("one two"));
-  EXPECT_TRUE(literal(1).isNegative);
+  EXPECT_TRUE(literal(1).integer.isNegative);
   EXPECT_EQ(literal(2).real, 1.5);
-  EXPECT_EQ(literal(3).kind, Literal::CHAR);
+  EXPECT_EQ(literal(3).kind, Literal::Kind::character);
   EXPECT_TRUE(literal(4).boolean);
-  EXPECT_EQ(literal(5).kind, Literal::NULL_VALUE);
-  EXPECT_EQ(literal(6).kind, Literal::ALIAS);
+  EXPECT_EQ(literal(5).kind, Literal::Kind::null);
+  EXPECT_EQ(literal(6).kind, Literal::Kind::alias);
   EXPECT_EQ(literal(6).text, String("other"));
   EXPECT_EQ(instance.assignments[7].value.literals.size(), 2U);
   EXPECT_TRUE(instance.assignments[8].value.literals.empty());
 }
 
-TEST(MofParser, ErrorsTellThePlaceAndWhatWasExpected) {
+TEST(MofParser, ErrorsNameThePositionAndWhatWasExpected) {
   struct Case {
     const char* text;
     const char* message;
@@ -157,6 +166,17 @@ TEST(MofParser, ErrorsTellThePlaceAndWhatWasExpected) {
            {"qualifier Q : string;", "f:1:21: error: expected ',', found ';'"},
            {"qualifier Q : string, flavor(x);", "f:1:23: error: expected 'scope', found 'flavor'"},
            {"qualifier Q : string, scope();", "f:1:29: error: expected a name, found ')'"},
+           {"[Key] Qualifier Q : string, Scope(any);",
+            "f:1:7: error: expected a class, an instance, a qualifier or #pragma, found "
+            "'Qualifier'"},
+           {"class A { string x[-1]; };",
+            "f:1:20: error: expected the size of an array, found '-1'"},
+           {"class A { string x[4294967296]; };",
+            "f:1:20: error: expected the size of an array, found '4294967296'"},
+           {"class A { uint8 f[](); };", "f:1:20: error: expected ';', found '('"},
+           {"class A { A ref f(); };", "f:1:17: error: a method cannot return a reference"},
+           {"#pragma locale(\"en\"", "f:1:20: error: expected ')', found end of file"},
+           {"#include(\"x\")", "f:1:1: error: expected '#pragma', found '#include'"},
            {"#pragma (\"x\")", "f:1:9: error: expected the name of a pragma, found '('"},
            {"#pragma include \"x\"", "f:1:17: error: expected '(', found a string"},
            {"#pragma include (x)", "f:1:18: error: expected a string, found 'x'"},

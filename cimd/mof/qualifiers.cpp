@@ -1,20 +1,23 @@
-#include "mof/mof_qualifiers.h"
+#include "mof/qualifiers.h"
 
 #include <algorithm>
 #include <array>
-#include <utility>
+#include <iterator>
+#include <memory>
+#include <optional>
 
-#include "mof/mof_values.h"
+#include "mof/values.h"
 
 namespace cimd::mof {
 
 namespace {
 
+using Kind = Literal::Kind;
 using Pegasus::CIMType;
 using Pegasus::CIMValue;
 using Pegasus::String;
 
-// The last two are scopes of declarations that no file can hold qualifiers for.
+// The last two are scopes that no element of a file has.
 constexpr std::array<std::pair<const char*, unsigned>, 10> scopes{{
     {"class", scopeClass},
     {"association", scopeAssociation},
@@ -28,7 +31,7 @@ constexpr std::array<std::pair<const char*, unsigned>, 10> scopes{{
     {"schema", 0},
 }};
 
-unsigned scopeBits(const QualifierType& given) {
+unsigned scopeBits(const QualifierDeclarationSyntax& given) {
   unsigned bits = 0;
   for (const String& name : given.scopes) {
     const auto* const known = std::find_if(scopes.begin(), scopes.end(), [&](const auto& scope) {
@@ -42,7 +45,7 @@ unsigned scopeBits(const QualifierType& given) {
   return bits;
 }
 
-// What names of flavors say, on top of what holds without them.
+// Changes flavors by the names that a declaration or use gives.
 class FlavorReader {
  public:
   FlavorReader(const Position& position, Flavors flavors)
@@ -67,7 +70,7 @@ class FlavorReader {
       set(flavors_.isForSubclasses, subclass_, false, name);
     } else if (String::equalNoCase(name, "Translatable")) {
       flavors_.isTranslatable = true;
-    } else if (!String::equalNoCase(name, "ToInstance")) {  // old files have it; it means nothing
+    } else if (!String::equalNoCase(name, "ToInstance")) {  // in old files; without meaning
       throw MofError(position_, "expected a flavor such as ToSubclass, found " + name.toUtf8());
     }
   }
@@ -86,20 +89,12 @@ class FlavorReader {
   bool subclass_ = false;
 };
 
-// A qualifier is a constant of the schema: no instance can stand in it.
-CIMValue qualifierValue(const Value& value, CIMType type, bool isArray, Pegasus::Uint32 arraySize) {
-  return typedValue(
-      value, type, isArray, arraySize, [](const Literal& alias) -> Pegasus::CIMObjectPath {
-        throw MofError(alias.position,
-                       "a qualifier cannot refer to the instance $" + alias.text.toUtf8());
-      });
-}
-
 QualifierDeclaration implied(const char* name, CIMType type, unsigned scope, Flavors flavors) {
   return {name, CIMValue(type, false), 0, scope, flavors};
 }
 
-// Those that change what the server does, as DSP0004 declares them, for schemas that do not.
+// The qualifiers that change what the server does, as DSP0004 declares them, for schemas that do
+// not.
 const QualifierDeclaration* findImplied(const String& name) {
   constexpr Flavors fixed{.isOverridable = false};
   constexpr Flavors restricted{.isForSubclasses = false};
@@ -122,51 +117,54 @@ const QualifierDeclaration* findImplied(const String& name) {
 
 CIMType literalType(const Literal& literal) {
   switch (literal.kind) {
-    case Literal::BOOLEAN:
+    case Kind::boolean:
       return Pegasus::CIMTYPE_BOOLEAN;
-    case Literal::INTEGER:
-      return literal.isNegative ? Pegasus::CIMTYPE_SINT64 : Pegasus::CIMTYPE_UINT64;
-    case Literal::REAL:
+    case Kind::integer:
+      return literal.integer.isNegative ? Pegasus::CIMTYPE_SINT64 : Pegasus::CIMTYPE_UINT64;
+    case Kind::real:
       return Pegasus::CIMTYPE_REAL64;
-    case Literal::CHAR:
+    case Kind::character:
       return Pegasus::CIMTYPE_CHAR16;
     default:
       return Pegasus::CIMTYPE_STRING;
   }
 }
 
-// Of what is in braces the first value that tells a type, but numbers are signed if one of them is.
+// The type of the first value that is not NULL, but integers are signed if one of them is negative.
 CIMType impliedType(const std::vector<Literal>& literals) {
   std::optional<CIMType> type;
   for (const Literal& literal : literals) {
     const CIMType own = literalType(literal);
     const bool isSignedAfterAll = type == Pegasus::CIMTYPE_UINT64 && own == Pegasus::CIMTYPE_SINT64;
-    if (literal.kind != Literal::NULL_VALUE && (!type || isSignedAfterAll)) {
+    if (literal.kind != Kind::null && (!type || isSignedAfterAll)) {
       type = own;
     }
   }
   return type.value_or(Pegasus::CIMTYPE_STRING);
 }
 
-CIMValue undeclaredValue(const std::optional<Value>& value) {
+CIMValue undeclaredValue(const std::optional<ValueSyntax>& value) {
   if (!value) {
     return CIMValue(true);
   }
-  return qualifierValue(*value, impliedType(value->literals), value->isArray, 0);
+  return constantValue(*value, impliedType(value->literals), value->isArray, 0);
 }
 
 // A boolean without value is true; others have the value of their declaration.
-CIMValue declaredValue(const std::optional<Value>& value, const QualifierDeclaration& declaration) {
+CIMValue declaredValue(const std::optional<ValueSyntax>& value,
+                       const QualifierDeclaration& declaration) {
   const CIMValue& standard = declaration.defaultValue;
   if (value) {
-    return qualifierValue(*value, standard.getType(), standard.isArray(), declaration.arraySize);
+    return constantValue(*value, standard.getType(), standard.isArray(), declaration.arraySize);
   }
   const bool isFlag = standard.getType() == Pegasus::CIMTYPE_BOOLEAN && !standard.isArray();
   return isFlag ? CIMValue(true) : standard;
 }
 
-cimd::Qualifier resolve(const Qualifier& given, unsigned scope,
-                        const QualifierDeclaration* declaration) {
+// A qualifier that is declared must be used as declared. One that is not declared has the type of
+// its value: files of other servers lack the declarations that those servers have built in.
+Qualifier resolveOne(const QualifierSyntax& given, unsigned scope,
+                     const QualifierDeclaration* declaration) {
   if (declaration == nullptr) {
     declaration = findImplied(given.name);
   }
@@ -175,7 +173,7 @@ cimd::Qualifier resolve(const Qualifier& given, unsigned scope,
             FlavorReader(given.position, Flavors()).read(given.flavors)};
   }
   if ((declaration->scopes & scope) == 0) {
-    throw MofError(given.position, "qualifier " + given.name.toUtf8() + " cannot stand here");
+    throw MofError(given.position, "qualifier " + given.name.toUtf8() + " is not allowed here");
   }
   return {declaration->name, declaredValue(given.value, *declaration),
           FlavorReader(given.position, declaration->flavors).read(given.flavors)};
@@ -183,15 +181,15 @@ cimd::Qualifier resolve(const Qualifier& given, unsigned scope,
 
 }  // namespace
 
-QualifierDeclaration qualifierDeclaration(const QualifierType& given) {
-  QualifierDeclaration declaration;
+QualifierDeclaration qualifierDeclaration(const QualifierDeclarationSyntax& given) {
   const DataType& type = given.type;
   if (type.type == Pegasus::CIMTYPE_REFERENCE) {
     throw MofError(given.position, "a qualifier cannot be a reference");
   }
+  QualifierDeclaration declaration;
   declaration.name = given.name;
-  declaration.defaultValue = given.defaultValue ? qualifierValue(*given.defaultValue, type.type,
-                                                                 type.isArray, type.arraySize)
+  declaration.defaultValue = given.defaultValue ? constantValue(*given.defaultValue, type.type,
+                                                                type.isArray, type.arraySize)
                                                 : CIMValue(type.type, type.isArray);
   declaration.arraySize = type.arraySize;
   declaration.scopes = scopeBits(given);
@@ -204,34 +202,35 @@ void DeclaredQualifiers::add(std::size_t place, QualifierDeclaration declaration
   declarations.emplace_back(place, std::move(declaration));
 }
 
+// The last declaration before `place`. Files may declare a qualifier after they use it, so where
+// there is none before, it is the first one after it. Null when the name is not declared.
 const QualifierDeclaration* DeclaredQualifiers::find(const String& name, std::size_t place) const {
   const auto found = byName_.find(fold(name));
   if (found == byName_.end()) {
     return nullptr;
   }
   const auto& declarations = found->second;
-  const auto after = std::partition_point(declarations.begin(), declarations.end(),
-                                          [&](const auto& entry) { return entry.first < place; });
-  return after == declarations.begin() ? &after->second : &std::prev(after)->second;
+  const auto next = std::partition_point(declarations.begin(), declarations.end(),
+                                         [&](const auto& entry) { return entry.first < place; });
+  return next == declarations.begin() ? &next->second : &std::prev(next)->second;
 }
 
-Qualifiers resolveQualifiers(const std::vector<Qualifier>& given, unsigned scope,
-                             const DeclaredQualifiers& declared, std::size_t place) {
+Qualifiers DeclaredQualifiers::resolve(const QualifierList& given, unsigned scope,
+                                       std::size_t place) const {
   Qualifiers resolved;
-  for (const Qualifier& qualifier : given) {
+  for (const QualifierSyntax& qualifier : given) {
     if (findQualifier(resolved, qualifier.name) != nullptr) {
-      throw MofError(qualifier.position,
-                     "qualifier " + qualifier.name.toUtf8() + " is there already");
+      throw MofError(qualifier.position, "duplicate qualifier " + qualifier.name.toUtf8());
     }
-    const QualifierDeclaration* declaration = declared.find(qualifier.name, place);
+    const QualifierDeclaration* declaration = find(qualifier.name, place);
     resolved.push_back(
-        {std::make_shared<const cimd::Qualifier>(resolve(qualifier, scope, declaration)), false});
+        {std::make_shared<const Qualifier>(resolveOne(qualifier, scope, declaration)), false});
   }
   return resolved;
 }
 
 bool isSet(const Qualifiers& qualifiers, const char* name) {
-  const cimd::Qualifier* found = findQualifier(qualifiers, name);
+  const Qualifier* found = findQualifier(qualifiers, name);
   bool value = false;
   if (found != nullptr && found->value.getType() == Pegasus::CIMTYPE_BOOLEAN &&
       !found->value.isArray() && !found->value.isNull()) {

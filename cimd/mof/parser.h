@@ -4,36 +4,37 @@
 #include <optional>
 #include <string_view>
 
-#include "mof/mof_lexer.h"
-#include "mof/mof_tree.h"
+#include "mof/lexer.h"
+#include "mof/syntax.h"
 
 namespace cimd::mof {
 
-class MofParser {
+class Parser {
  public:
   // `text` must outlive the parser; `file` is its name for messages.
-  MofParser(std::shared_ptr<const std::string> file, std::string_view text);
+  Parser(std::shared_ptr<const std::string> file, std::string_view text);
 
-  // Nothing at the end of the file. Throws MofError at the first thing that is no MOF; the parser
-  // is of no use after that.
+  // Nothing at the end of the file. Throws MofError where the text is not MOF; the parser is of no
+  // use after that.
   std::optional<Production> next();
 
  private:
-  Pragma pragma();
-  QualifierType qualifierType();
-  Class classDeclaration(std::vector<Qualifier> qualifiers);
-  void classFeature(Class& cls);
-  Method method(std::vector<Qualifier> qualifiers, DataType returnType, const Token& name);
-  Parameter parameter();
-  Instance instance();
+  PragmaSyntax pragma();
+  QualifierDeclarationSyntax qualifierDeclaration();
+  ClassSyntax classDeclaration(QualifierList qualifiers);
+  void classFeature(ClassSyntax& cls);
+  MethodSyntax method(QualifierList qualifiers, DataType returnType, const Token& name);
+  ParameterSyntax parameter();
+  InstanceSyntax instance();
 
-  std::vector<Qualifier> qualifierList();
-  Qualifier qualifier();
+  // Empty where there is none.
+  QualifierList qualifierList();
+  QualifierSyntax qualifier();
   DataType dataType();
   void arraySuffix(DataType& type);
-  std::optional<Value> defaultValue();
-  Value value();
-  Value arrayValue();
+  std::optional<ValueSyntax> defaultValue();
+  ValueSyntax value();
+  ValueSyntax arrayValue();
   Literal literal();
   Literal stringLiteral();
   // Identifiers in parentheses.
@@ -51,7 +52,7 @@ class MofParser {
   Token take();
   [[noreturn]] void fail(const std::string& expected) const;
 
-  MofLexer lexer_;
+  Lexer lexer_;
   Token token_;
 };
 

@@ -1,31 +1,25 @@
-// Object paths as texts: //host/namespace:Class.key="text",other=5
-#include "common/name_check.h"
-#include "xml/object_decoder.h"
+#include "common/object_path.h"
+
+#include <Pegasus/Common/Exception.h>
 
 #include <algorithm>
+#include <charconv>
 
-#include "model/names.h"
-#include "mof/mof_number.h"
-#include "mof/mof_values.h"
+#include "common/name_check.h"
 
-namespace cimd::mof {
+namespace Pegasus {
 
 namespace {
 
-using Pegasus::CIMKeyBinding;
-using Pegasus::CIMObjectPath;
-using Pegasus::String;
-
 class PathReader {
  public:
-  PathReader(std::u16string_view text, const Position& position)
-      : rest_(text), position_(position) {}
+  explicit PathReader(std::u16string_view text) : rest_(text) {}
 
   CIMObjectPath read() {
     CIMObjectPath path;
     readNameSpace(path);
     path.setClassName(takeName(u".="));
-    Pegasus::Array<CIMKeyBinding> keys;
+    Array<CIMKeyBinding> keys;
     if (rest_ == u"=@") {  // the only instance of a class without keys
       return path;
     }
@@ -39,14 +33,16 @@ class PathReader {
     if (!rest_.empty()) {
       fail();
     }
-    checkKeys(keys);
+    if (findRepeated(keys) != nullptr) {
+      throw InvalidValueException("duplicate key in the object path");
+    }
     path.setKeyBindings(keys);
     return path;
   }
 
  private:
-  [[noreturn]] void fail() const {
-    throw MofError(position_, "expected an object path such as Class.key=\"text\"");
+  [[noreturn]] static void fail() {
+    throw InvalidValueException("expected an object path such as Class.key=\"text\"");
   }
 
   void readNameSpace(CIMObjectPath& path) {
@@ -73,18 +69,11 @@ class PathReader {
   }
 
   // Clients drop the blanks around a host.
-  void checkHost(const String& host) const {
+  static void checkHost(const String& host) {
     const std::u16string_view text = host.view();
     if (text.empty() ||
         std::any_of(text.begin(), text.end(), [](char16_t c) { return c <= u' '; })) {
       fail();
-    }
-  }
-
-  // What clients refuse.
-  void checkKeys(const Pegasus::Array<CIMKeyBinding>& keys) const {
-    if (keys.size() > Pegasus::xml::maxKeyBindings || Pegasus::findRepeated(keys) != nullptr) {
-      throw MofError(position_, "the object path has a key twice, or too many keys");
     }
   }
 
@@ -130,13 +119,11 @@ class PathReader {
     if (String::equalNoCase(text, "true") || String::equalNoCase(text, "false")) {
       return {name, text, CIMKeyBinding::BOOLEAN};
     }
-    bool isNegative = false;
-    Pegasus::Uint64 magnitude = 0;
-    const std::string bytes = text.toUtf8();
-    if (bytes.empty() || readInteger(bytes, isNegative, magnitude) != NumberCheck::GOOD) {
+    Integer number;
+    if (readInteger(text.toUtf8(), number) != std::errc()) {
       fail();
     }
-    const std::string decimal = (isNegative ? "-" : "") + std::to_string(magnitude);
+    const std::string decimal = (number.isNegative ? "-" : "") + std::to_string(number.magnitude);
     return {name, String(std::string_view(decimal)), CIMKeyBinding::NUMERIC};
   }
 
@@ -150,13 +137,41 @@ class PathReader {
   }
 
   std::u16string_view rest_;
-  const Position& position_;
 };
 
 }  // namespace
 
-CIMObjectPath parseObjectPath(const String& text, const Position& position) {
-  return PathReader(text.view(), position).read();
+CIMObjectPath parseObjectPath(const String& text) {
+  return PathReader(text.view()).read();
 }
 
-}  // namespace cimd::mof
+std::errc readInteger(std::string_view text, Integer& integer) {
+  const bool isNegative = text.starts_with('-');
+  std::string_view digits = text;
+  if (isNegative || text.starts_with('+')) {
+    digits.remove_prefix(1);
+  }
+  int base = 10;
+  if (digits.starts_with("0x") || digits.starts_with("0X")) {
+    digits.remove_prefix(2);
+    base = 16;
+  } else if (digits.ends_with('b') || digits.ends_with('B')) {
+    digits.remove_suffix(1);
+    base = 2;
+  } else if (digits.size() > 1 && digits.front() == '0') {
+    digits.remove_prefix(1);
+    base = 8;
+  }
+  Uint64 magnitude = 0;
+  const char* const end = digits.data() + digits.size();
+  const auto [stop, error] = std::from_chars(digits.data(), end, magnitude, base);
+  if (stop != end) {
+    return std::errc::invalid_argument;
+  }
+  if (error == std::errc()) {
+    integer = {isNegative && magnitude != 0, magnitude};
+  }
+  return error;
+}
+
+}  // namespace Pegasus

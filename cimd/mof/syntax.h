@@ -1,4 +1,4 @@
-// What a MOF file says, as it says it: names are not looked up, values have no types yet.
+// The syntax tree of a MOF file: names are not looked up yet, and values have no types.
 #pragma once
 
 #include <Pegasus/Common/CIMType.h>
@@ -8,114 +8,117 @@
 #include <variant>
 #include <vector>
 
-#include "mof/mof_error.h"
+#include "common/object_path.h"
+#include "mof/error.h"
 
 namespace cimd::mof {
 
 // One constant.
 struct Literal {
-  enum Kind { NULL_VALUE, BOOLEAN, INTEGER, REAL, CHAR, STRING, ALIAS };
+  enum class Kind { null, boolean, integer, real, character, string, alias };
 
-  Kind kind = NULL_VALUE;
+  Kind kind = Kind::null;
   Position position;
   bool boolean = false;
-  // INTEGER: sign and absolute value.
-  bool isNegative = false;
-  Pegasus::Uint64 magnitude = 0;
+  Pegasus::Integer integer = {};
   Pegasus::Real64 real = 0;
-  // STRING: the pieces joined. CHAR: one code unit. ALIAS: the name without "$".
+  // Of a string: its pieces joined. Of a character: one code unit. Of an alias: its name without
+  // "$".
   Pegasus::String text = {};
 };
 
 // A constant, or constants in braces.
-struct Value {
+struct ValueSyntax {
   bool isArray = false;
   Position position;
   // One unless isArray.
   std::vector<Literal> literals = {};
 };
 
-struct Qualifier {
+struct QualifierSyntax {
   Pegasus::String name;
   Position position;
   // Without value it has that of its declaration; for booleans TRUE.
-  std::optional<Value> value;
+  std::optional<ValueSyntax> value;
   std::vector<Pegasus::String> flavors;
 };
+
+using QualifierList = std::vector<QualifierSyntax>;
 
 // The type of a property, parameter or method.
 struct DataType {
   Pegasus::CIMType type = Pegasus::CIMTYPE_STRING;
-  // For references.
+  // Of a reference: the class that it points to.
   Pegasus::String className;
   bool isArray = false;
   // 0 for any number of elements.
   Pegasus::Uint32 arraySize = 0;
 };
 
-struct QualifierType {
+struct QualifierDeclarationSyntax {
   Pegasus::String name;
   Position position;
   DataType type;
-  std::optional<Value> defaultValue;
+  std::optional<ValueSyntax> defaultValue;
   std::vector<Pegasus::String> scopes;
   std::vector<Pegasus::String> flavors;
 };
 
-struct Property {
-  std::vector<Qualifier> qualifiers;
+struct PropertySyntax {
+  QualifierList qualifiers;
   DataType type;
   Pegasus::String name;
   Position position;
-  std::optional<Value> defaultValue;
+  std::optional<ValueSyntax> defaultValue;
 };
 
-struct Parameter {
-  std::vector<Qualifier> qualifiers;
+struct ParameterSyntax {
+  QualifierList qualifiers;
   DataType type;
   Pegasus::String name;
   Position position;
 };
 
-struct Method {
-  std::vector<Qualifier> qualifiers;
+struct MethodSyntax {
+  QualifierList qualifiers;
   DataType returnType;
   Pegasus::String name;
   Position position;
-  std::vector<Parameter> parameters;
+  std::vector<ParameterSyntax> parameters;
 };
 
-struct Class {
-  std::vector<Qualifier> qualifiers;
+struct ClassSyntax {
+  QualifierList qualifiers;
   Pegasus::String name;
   Position position;
   // Empty without superclass.
   Pegasus::String superclass;
-  std::vector<Property> properties;
-  std::vector<Method> methods;
+  std::vector<PropertySyntax> properties;
+  std::vector<MethodSyntax> methods;
 };
 
-struct Assignment {
+struct AssignmentSyntax {
   Pegasus::String name;
   Position position;
-  Value value;
+  ValueSyntax value;
+};
+
+struct InstanceSyntax {
+  Pegasus::String className;
+  Position position;
+  // Empty without alias.
+  Pegasus::String alias;
+  std::vector<AssignmentSyntax> assignments;
 };
 
 // #pragma name ("parameter")
-struct Pragma {
+struct PragmaSyntax {
   Pegasus::String name;
   Position position;
   Pegasus::String parameter;
 };
 
-struct Instance {
-  Pegasus::String className;
-  Position position;
-  // Empty without alias.
-  Pegasus::String alias;
-  std::vector<Assignment> assignments;
-};
-
-using Production = std::variant<Pragma, QualifierType, Class, Instance>;
+using Production =
+    std::variant<PragmaSyntax, QualifierDeclarationSyntax, ClassSyntax, InstanceSyntax>;
 
 }  // namespace cimd::mof

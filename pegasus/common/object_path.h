@@ -1,0 +1,30 @@
+// Object paths as text, the other way round than CIMObjectPath::toString(), and the integers in
+// them, which MOF writes in the same way (DMTF DSP0004).
+#pragma once
+
+#include <Pegasus/Common/CIMObjectPath.h>
+#include <Pegasus/Common/Config.h>
+
+#include <string_view>
+#include <system_error>
+
+namespace Pegasus {
+
+// [[//host/]namespace:]Class.key="text",other=5 . Key values are texts in double quotes, numbers,
+// TRUE, FALSE, or (in quotes as well) the path of another instance, which only the class can tell
+// from a text. Numbers become decimal. Throws InvalidValueException for text of another form and
+// for a duplicate key.
+CIMObjectPath parseObjectPath(const String& text);
+
+struct Integer {
+  // -0 is 0.
+  bool isNegative = false;
+  Uint64 magnitude = 0;
+};
+
+// Reads an integer with or without sign: 101b (binary), 017 (octal), 15 (decimal), 0xF
+// (hexadecimal). Errors as of std::from_chars: invalid_argument, or result_out_of_range when the
+// absolute value does not fit in 64 bits; then `integer` is not set.
+std::errc readInteger(std::string_view text, Integer& integer);
+
+}  // namespace Pegasus
