@@ -115,6 +115,17 @@ Check checkMethod(const RequestHeader& header, CimRequest& cim) {
   return {};
 }
 
+// Host and port of a request target that is an absolute URI; nothing for a path.
+std::optional<std::string_view> targetHost(const RequestHeader& header) {
+  std::string_view target(header.target().data(), header.target().size());
+  if (target.starts_with('/') || target == "*") {
+    return std::nullopt;
+  }
+  const std::size_t scheme = target.find("://");
+  target.remove_prefix(scheme == std::string_view::npos ? 0 : scheme + 3);
+  return target.substr(0, target.find_first_of("/?#"));
+}
+
 Check checkOrigin(const RequestHeader& header, CimRequest& /*cim*/) {
   if (header.count("Origin") != 0) {
     return Refusal{status::forbidden, {}, "requests of web pages are not served"};
@@ -123,7 +134,12 @@ Check checkOrigin(const RequestHeader& header, CimRequest& /*cim*/) {
   if (hosts > 1 || (hosts == 0 && header.version() >= 11)) {
     return Refusal{status::bad_request, {}, "one Host header is needed"};
   }
-  if (hosts == 1 && !isLoopbackHost(*field(header, "Host"))) {
+  // A target with an address of its own counts in place of Host (RFC 9112, section 3.2.2).
+  const auto target = targetHost(header);
+  if (target && !isLoopbackHost(*target)) {
+    return Refusal{status::forbidden, {}, "the request target is not a loopback address"};
+  }
+  if (!target && hosts == 1 && !isLoopbackHost(*field(header, "Host"))) {
     return Refusal{status::forbidden, {}, "Host is not a loopback address"};
   }
   return {};
@@ -136,6 +152,10 @@ Check checkTransfer(const RequestHeader& header, CimRequest& /*cim*/) {
   };
   if (isOtherThan("Expect", "100-continue")) {
     return Refusal{status::expectation_failed};
+  }
+  // A server of HTTP/1.0 in between would not know where the body ends (RFC 9112, section 6.1).
+  if (header.count("Transfer-Encoding") != 0 && header.version() < 11) {
+    return Refusal{status::bad_request, {}, "HTTP/1.0 has no Transfer-Encoding"};
   }
   if (isOtherThan("Transfer-Encoding", "chunked") || header.count("Transfer-Encoding") > 1) {
     return Refusal{status::not_implemented, {}, "the only transfer coding is chunked"};

@@ -81,12 +81,14 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
                  "Loopback address and port to listen on (default: 127.0.0.1:5988)")
       ->type_name("ADDRESS:PORT")
       ->check(CLI::Validator(checkListen, ""));
-  app.add_flag("--host", options.isHost, "Serve this host's own inventory, from its SMBIOS tables");
+  auto* const host = app.add_flag("--host", options.isHost,
+                                  "Serve this host's own inventory, from its SMBIOS tables");
   std::string recorded;
   app.add_option("--smbios", recorded,
                  "Serve an inventory from recorded SMBIOS tables in this directory instead")
       ->type_name("DIRECTORY")
-      ->check(CLI::Validator(checkNotEmpty, ""));
+      ->check(CLI::Validator(checkNotEmpty, ""))
+      ->excludes(host);
   std::vector<std::string> directories;
   app.add_option("--include", directories,
                  "Look for included files in this directory too; may be repeated")
@@ -109,9 +111,13 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
       ->type_name("LEVEL")
       ->check(CLI::IsMember({"error", "warning", "info", "debug"}));
   std::vector<std::string> files;
-  app.add_option("FILE", files, "MOF files to load, in this order")->type_name("")->required();
+  app.add_option("FILE", files, "MOF files to load, in this order")->type_name("");
   try {
     app.parse(argc, argv);
+    // Not left to the parser, which would miss it before it saw an option that does not exist.
+    if (files.empty()) {
+      throw CLI::RequiredError("FILE");
+    }
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) {  // help and version come this way too
       app.exit(error);

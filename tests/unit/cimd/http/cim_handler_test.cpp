@@ -13,6 +13,7 @@ using test::HttpRequest;
 HttpRequest good() {
   HttpRequest request;
   request.method_string("POST");
+  request.target("/cimom");
   request.set("Host", "localhost:5988");
   request.set("CIMOperation", "MethodCall");
   request.set("CIMProtocolVersion", "1.0");
@@ -131,6 +132,22 @@ TEST(CimHandler, OnlyThisHostIsServed) {
   EXPECT_EQ(outcome(twice), "400");
 }
 
+TEST(CimHandler, AnAbsoluteTargetIsJudgedInPlaceOfHost) {
+  const auto outcomeOf = [](const char* target, const char* host) {
+    HttpRequest request = with("Host", host);
+    request.target(target);
+    return outcome(request);
+  };
+  for (const char* target : {"/cimom", "*", "http://localhost:5988/cimom", "HTTP://[::1]?x"}) {
+    EXPECT_EQ(outcomeOf(target, "localhost"), "200") << target;
+  }
+  EXPECT_EQ(outcomeOf("http://127.0.0.1/cimom", "example.com"), "200");
+  for (const char* target : {"http://example.com/cimom", "http://localhost@example.com/",
+                             "http://localhost.example.com", "example.com:5988", "http:///cimom"}) {
+    EXPECT_EQ(outcomeOf(target, "localhost"), "403") << target;
+  }
+}
+
 TEST(CimHandler, RequestsOfWebPagesAreRefused) {
   EXPECT_EQ(outcome(with("Origin", "http://localhost:5988")), "403");
   EXPECT_EQ(outcome(with("Origin", "null")), "403");
@@ -142,6 +159,9 @@ TEST(CimHandler, OtherCodingsOfABodyAreRefused) {
   HttpRequest twice = with("Transfer-Encoding", "chunked");
   twice.insert("Transfer-Encoding", "chunked");
   EXPECT_EQ(outcome(twice), "501");
+  HttpRequest old = with("Transfer-Encoding", "chunked");
+  old.version(10);
+  EXPECT_EQ(outcome(old), "400");
   EXPECT_EQ(outcome(with("Content-Encoding", "identity")), "200");
   EXPECT_EQ(outcome(with("Content-Encoding", "gzip")), "415");
   EXPECT_EQ(outcome(with("Expect", "100-Continue")), "200");

@@ -74,6 +74,21 @@ TEST(Options, OtherAddressesAndUnknownOptionsAreWrongUsage) {
   expectStatus(ExitStatus::usage, {"--no-such-option", "a.mof"});
 }
 
+TEST(Options, AnUnknownOptionIsNamedEvenWithoutFiles) {
+  testing::internal::CaptureStderr();
+  const char* const arguments[] = {"morvik-cimd", "--bogus"};
+  readOptions(2, arguments);
+  EXPECT_NE(testing::internal::GetCapturedStderr().find("--bogus"), std::string::npos);
+}
+
+TEST(Options, HostAndSmbiosExcludeEachOther) {
+  expectStatus(ExitStatus::usage, {"--host", "--smbios", "tables", "a.mof"});
+  EXPECT_TRUE(good({"--host", "a.mof"}).isHost);
+  const Options recorded = good({"--smbios", "tables", "a.mof"});
+  EXPECT_TRUE(recorded.isHost);
+  EXPECT_EQ(recorded.recordedTables, "tables");
+}
+
 TEST(Options, HelpAndVersionEndWellAndPrint) {
   expectStatus(ExitStatus::ok, {"--help"});
   expectStatus(ExitStatus::ok, {"--version"});
