@@ -113,6 +113,13 @@ TEST(Lines, AnInputErrorAfterAsManyBytesAsFitIsNotALongLine) {
   EXPECT_EQ(readAnyLine(file, line), LineRead::end);
 }
 
+TEST(Lines, ALastLineWithoutNewlineIsReportedAsUnfinished) {
+  std::istringstream file("a");
+  String line;
+  EXPECT_EQ(readAnyLine(file, line), LineRead::unfinished);
+  EXPECT_EQ(line, "a");
+}
+
 TEST(Lines, NoUnfinishedLineFollowsTheLastNewline) {
   std::istringstream file("a\n");
   String line;
