@@ -94,8 +94,6 @@ void inChild(const std::function<void()>& body) {
       body();
     } catch (const std::exception& error) {
       ADD_FAILURE() << error.what();
-    } catch (const Pegasus::Exception& error) {
-      ADD_FAILURE() << error.getMessage();
     }
     std::cout.flush();
     _exit(testing::Test::HasFailure() ? 1 : 0);
