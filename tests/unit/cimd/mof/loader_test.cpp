@@ -2,6 +2,8 @@
 #include "mof/loader.h"
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "requests.h"
 
 namespace cimd {
@@ -90,15 +92,26 @@ TEST(MofLoader, DuplicateAndCircularAliasesAreRefused) {
 }
 
 // Two keys that refer to the same instance, level upon level: names of twice the length each time.
+// The first one that is too long is refused, before any longer one is made.
 TEST(MofLoader, KeysThatGrowWithoutBoundAreRefused) {
-  std::string mof = "class A { [Key] A ref x; [Key] A ref y; };\n";
-  mof += "instance of A as $a0 { x = \"A.x=1\"; y = \"A.x=2\"; };\n";
-  for (int i = 1; i < 30; ++i) {
-    const std::string before = std::to_string(i - 1);
-    mof += "instance of A as $a" + std::to_string(i) + " { x = $a" + before + "; y = $a" + before +
-           "; };\n";
+  std::vector<std::string> levels{"instance of A as $a0 { x = \"A.x=1\"; y = \"A.x=2\"; };\n"};
+  for (int i = 1; i < 15; ++i) {
+    const std::string below = "$a" + std::to_string(i - 1);
+    levels.push_back("instance of A as $a" + std::to_string(i) + " { x = " + below +
+                     "; y = " + below + "; };\n");
   }
-  EXPECT_NE(loadError(mof).find("the name of the instance is too long"), std::string::npos);
+  const auto errorOf = [&] {
+    std::string mof = "class A { [Key] A ref x; [Key] A ref y; };\n";
+    for (const std::string& level : levels) {
+      mof += level;
+    }
+    return loadError(mof);
+  };
+  const std::string tooLong =
+      ":13: error: CIM_ERR_INVALID_PARAMETER: the name of the instance is too long";
+  EXPECT_EQ(errorOf(), "test.mof:12" + tooLong);
+  std::reverse(levels.begin(), levels.end());
+  EXPECT_EQ(errorOf(), "test.mof:6" + tooLong);
 }
 
 TEST(MofLoader, OtherPragmasAreIgnored) {

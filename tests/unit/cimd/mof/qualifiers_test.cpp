@@ -88,17 +88,17 @@ TEST(MofQualifiers, MalformedDeclarationsAreRefused) {
 }
 
 TEST(MofQualifiers, ADeclarationHoldsFromThereOnAndTheFirstOneBeforeItToo) {
-  const std::string first = "Qualifier q : boolean, Scope(class);\n";
-  const std::string second = "Qualifier Q : uint8, Scope(class), Flavor(Restricted);\n";
-  EXPECT_EQ(used("[Q] class A {};\n" + first + second), "boolean TRUE");
-  EXPECT_EQ(used(first + "[Q] class A {};\n" + second), "boolean TRUE");
-  EXPECT_EQ(used(first + second + "[Q(5)] class A {};\n"), "uint8 5 Restricted");
-  EXPECT_EQ(loadError(first + "[Q(5)] class A {};\n" + second),
-            "test.mof:2:4: error: expected a value of type boolean, found an integer");
-  // Of another namespace.
+  const std::string first = "Qualifier q : uint8 = 3, Scope(class);\n";
+  const std::string second = "Qualifier Q : string, Scope(class), Flavor(Restricted);\n";
+  EXPECT_EQ(used("[Q] class A {};\n" + first + second), "uint8 3");
+  EXPECT_EQ(used(first + "[Q] class A {};\n" + second), "uint8 3");
+  EXPECT_EQ(used(first + second + "[Q(\"x\")] class A {};\n"), "string x Restricted");
+  EXPECT_EQ(loadError(first + "[Q(\"x\")] class A {};\n" + second),
+            "test.mof:2:4: error: expected a value of type uint8, found a string");
+  // Another namespace has its own.
   EXPECT_EQ(used(first + "#pragma namespace(\"root/x\")\n" + second +
                  "#pragma namespace(\"root/kvasd\")\n[Q] class A {};\n"),
-            "boolean TRUE");
+            "uint8 3");
 }
 
 TEST(MofQualifiers, ClientsSeeTheLastDeclaration) {
