@@ -1,8 +1,8 @@
 // Whole HTTP responses through the client, from a socket pair and in pieces of any size.
 //
-// The first byte of the input chooses the operation, and the second is the number of the bytes after
-// it that are sizes of pieces. The rest is the response, or several of them, with separators, to one
-// operation after the other. The connection ends after the last.
+// The first byte of the input chooses the operation, and the second is the number of the bytes
+// after it that are sizes of pieces. The rest is the response, or several of them, with separators,
+// to one operation after the other. The connection ends after the last.
 //
 // The linker puts the functions below in place of those that the client calls, so that the sizes of
 // pieces are exact and no time is spent waiting.
