@@ -159,7 +159,8 @@ CIMType parseType(std::string_view name) {
   // As it is usually written, and then in any letter case.
   const auto exact =
       std::find_if(typeNames.begin(), typeNames.end(), [name](std::string_view type) {
-        return name.size() == type.size() && name[0] == type[0] && name == type;
+        return name.size() == type.size() && name.front() == type.front() &&
+               name.back() == type.back() && name == type;
       });
   if (exact != typeNames.end()) {
     return static_cast<CIMType>(exact - typeNames.begin());

@@ -20,14 +20,17 @@ namespace {
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
-// True when all eight bytes are ASCII and no control characters: so for each the highest bit is
-// clear, and still clear after a blank has been subtracted.
+// True when each of the eight bytes is ASCII and, line feeds apart, no control character. The
+// highest bit of each byte tells: it is clear in ASCII, and the sums below carry into it but not
+// into the next byte.
 bool arePlain(const char* eight) {
-  constexpr std::uint64_t highBits = 0x8080808080808080;
-  constexpr std::uint64_t blanks = 0x2020202020202020;
+  constexpr std::uint64_t eachByte = 0x0101010101010101;
+  constexpr std::uint64_t highBits = 0x80 * eachByte;
   std::uint64_t bytes = 0;
   std::memcpy(&bytes, eight, sizeof bytes);
-  return ((bytes | (bytes - blanks)) & highBits) == 0;
+  const std::uint64_t fromBlankOn = bytes + (0x80 - ' ') * eachByte;
+  const std::uint64_t noLineFeed = (bytes ^ ('\n' * eachByte)) + 0x7F * eachByte;
+  return (bytes & highBits) == 0 && ((fromBlankOn | ~noLineFeed) & highBits) == highBits;
 }
 
 constexpr bool isNameStart(char c) {
@@ -51,17 +54,13 @@ constexpr std::array<bool, 256> listValueCharacters() {
   return isIn;
 }
 
-// By the character's value: names and attributes are most of a message.
+// By the character's value: names and attributes are most of a message. The second has those that
+// mean nothing else in the value of an attribute.
 constexpr std::array<bool, 256> nameCharacters = listNameCharacters();
 constexpr std::array<bool, 256> valueCharacters = listValueCharacters();
 
 bool isNameCharacter(char c) {
   return nameCharacters[static_cast<unsigned char>(c)];
-}
-
-// A character that means nothing else in the value of an attribute.
-bool isValueCharacter(char c) {
-  return valueCharacters[static_cast<unsigned char>(c)];
 }
 
 class Scanner {
@@ -120,7 +119,7 @@ class Scanner {
   static bool isAscii(char c) { return static_cast<unsigned char>(c) < 0x80; }
 
   // To the first character that is not ASCII or a control character other than white space. Eight
-  // at a time: one line end among them need not spoil the next eight.
+  // at a time: one tab among them need not spoil the next eight.
   static const char* skipPlain(const char* place, const char* end) {
     const auto isPlain = [](char c) { return isAscii(c) && (c >= ' ' || text::isSpace(c)); };
     while (end - place >= 8 && (arePlain(place) || std::all_of(place, place + 8, isPlain))) {
@@ -179,6 +178,14 @@ class Scanner {
     }
     return position_ > start;
   }
+  // Past the characters in this table, which does not have NUL.
+  void skipWhile(const std::array<bool, 256>& characters) {
+    const char* place = text_.data() + position_;
+    while (characters[static_cast<unsigned char>(*place)]) {
+      ++place;
+    }
+    position_ = offset(place);
+  }
   // To the end marker and past it; what stands before it.
   std::string_view skipPast(std::string_view end, const char* what) {
     const std::size_t found = text_.find(end, position_);
@@ -200,9 +207,7 @@ class Scanner {
     if (!isNameStart(next())) {
       fail("a name expected");
     }
-    while (isNameCharacter(next())) {
-      ++position_;
-    }
+    skipWhile(nameCharacters);
     return text_.substr(start, position_ - start);
   }
 
@@ -350,9 +355,7 @@ class Scanner {
     }
     const std::size_t start = ++position_;
     for (;;) {
-      while (isValueCharacter(next())) {
-        ++position_;
-      }
+      skipWhile(valueCharacters);
       if (next() == quote) {
         return text_.substr(start, position_++ - start);
       }
