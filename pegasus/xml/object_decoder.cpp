@@ -45,6 +45,12 @@ Element valueChild(Element property) {
   return child;
 }
 
+void requireNoText(Element element) {
+  if (element.hasText()) {
+    refuse("text inside " + excerpt(element.name()));
+  }
+}
+
 String optionalName(std::optional<std::string_view> attribute) {
   return attribute ? String(text::trimmed(*attribute)) : String();
 }
@@ -156,17 +162,46 @@ void appendNameSpaceParts(String& path, const String& name) {
   }
 }
 
+// An element of this name as a property, made in its place at the end of the list. An embedded
+// object is the string that it is sent as.
+void decodePropertyInto(std::vector<CIMProperty>& properties, Element element,
+                        std::string_view kind) {
+  const bool isArray = kind == "PROPERTY.ARRAY";
+  const bool isReference = kind == "PROPERTY.REFERENCE";
+  if (!isArray && !isReference && kind != "PROPERTY") {
+    refuse("element PROPERTY expected, not " + excerpt(kind));
+  }
+  requireNoText(element);
+  const auto [name, typeName, propagated, classOrigin, arraySize, referenceClass] =
+      element.attributes(
+          {"NAME", "TYPE", "PROPAGATED", "CLASSORIGIN", "ARRAYSIZE", "REFERENCECLASS"});
+  const CIMType type =
+      isReference ? CIMTYPE_REFERENCE : parseType(requireName(element, "TYPE", typeName));
+  if (isArray && type == CIMTYPE_REFERENCE) {
+    refuse("an array of references, which no property can be");
+  }
+  Uint32 size = 0;
+  if (arraySize) {
+    parseScalar(CIMTYPE_UINT32, *arraySize).get(size);
+  }
+  properties.emplace_back(String(requireName(element, "NAME", name)),
+                          decodeTypedValue(type, isArray, valueChild(element)), size,
+                          optionalName(referenceClass), optionalName(classOrigin),
+                          propagated && text::equalNoCase(text::trimmed(*propagated), "true"));
+}
+
 std::vector<CIMProperty> decodeProperties(Element instance) {
   std::vector<CIMProperty> properties;
   properties.reserve(std::min<std::size_t>(instance.childCount(), maxProperties));
   for (Element child = instance.firstChild(); child; child = child.next()) {
-    if (child.name() == "QUALIFIER") {
+    const std::string_view kind = child.name();
+    if (kind == "QUALIFIER") {
       continue;
     }
     if (properties.size() >= maxProperties) {
       refuse("an instance with more than " + std::to_string(maxProperties) + " properties");
     }
-    properties.push_back(decodeProperty(child));
+    decodePropertyInto(properties, child, kind);
   }
   return properties;
 }
@@ -178,9 +213,7 @@ void requireElement(Element element, std::string_view name) {
     refuse("element " + std::string(name) + " expected" +
            (element ? ", not " + excerpt(element.name()) : std::string()));
   }
-  if (element.hasText()) {
-    refuse("text inside " + std::string(name));
-  }
+  requireNoText(element);
 }
 
 std::string_view requireAttribute(Element element, const char* name) {
@@ -212,29 +245,6 @@ std::string textOnly(Element element) {
 CIMObjectPath decodeReference(Element element) {
   requireElement(element, "VALUE.REFERENCE");
   return decodeObjectPath(optionalChild(element));
-}
-
-CIMProperty decodeProperty(Element element) {
-  const std::string_view kind = element.name();
-  const bool isArray = kind == "PROPERTY.ARRAY";
-  const bool isReference = kind == "PROPERTY.REFERENCE";
-  requireElement(element, isArray || isReference ? kind : "PROPERTY");
-  const auto [name, typeName, propagated, classOrigin, arraySize, referenceClass] =
-      element.attributes(
-          {"NAME", "TYPE", "PROPAGATED", "CLASSORIGIN", "ARRAYSIZE", "REFERENCECLASS"});
-  const CIMType type =
-      isReference ? CIMTYPE_REFERENCE : parseType(requireName(element, "TYPE", typeName));
-  if (isArray && type == CIMTYPE_REFERENCE) {
-    refuse("an array of references, which no property can be");
-  }
-  Uint32 size = 0;
-  if (arraySize) {
-    parseScalar(CIMTYPE_UINT32, *arraySize).get(size);
-  }
-  return CIMProperty(String(requireName(element, "NAME", name)),
-                     decodeTypedValue(type, isArray, valueChild(element)), size,
-                     optionalName(referenceClass), optionalName(classOrigin),
-                     propagated && text::equalNoCase(text::trimmed(*propagated), "true"));
 }
 
 CIMValue decodeTypedValue(CIMType type, bool isArray, Element element) {

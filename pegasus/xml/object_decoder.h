@@ -33,9 +33,6 @@ CIMValue parseScalar(CIMType type, std::string_view text);
 // element.
 CIMValue decodeArray(CIMType type, Element element);
 
-// The value in a PROPERTY, PROPERTY.ARRAY or PROPERTY.REFERENCE element and what stands around it.
-// An embedded object is the string that it is sent as.
-CIMProperty decodeProperty(Element element);
 // VALUE, VALUE.ARRAY, VALUE.REFERENCE or VALUE.REFARRAY as a value of this type; a missing element
 // (Element()) gives null, and so does an empty VALUE of a type that has no empty text.
 CIMValue decodeTypedValue(CIMType type, bool isArray, Element element);

@@ -11,9 +11,6 @@ auto decoded(const std::string& xml, Decode decode) {
   return decode(document.root());
 }
 
-CIMProperty property(const std::string& xml) {
-  return decoded(xml, decodeProperty);
-}
 CIMValue untyped(const std::string& xml) {
   return decoded(xml, decodeUntypedValue);
 }
@@ -22,6 +19,12 @@ CIMObjectPath objectPath(const std::string& xml) {
 }
 CIMInstance instance(const std::string& xml) {
   return decoded(xml, decodeInstance);
+}
+// The only property of an instance.
+CIMProperty property(const std::string& xml) {
+  const CIMInstance holder = instance("<INSTANCE CLASSNAME='C'>" + xml + "</INSTANCE>");
+  EXPECT_EQ(holder.getPropertyCount(), 1U) << xml;
+  return holder.getProperty(0);
 }
 CIMInstance named(const std::string& xml) {
   return decoded(xml, decodeNamedInstance);

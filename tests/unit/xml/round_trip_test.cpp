@@ -65,10 +65,12 @@ std::vector<CIMValue> sampleValues() {
 
 TEST(RoundTrip, PropertiesOfEveryType) {
   for (const CIMValue& value : sampleValues()) {
-    std::string xml;
+    std::string xml = "<INSTANCE CLASSNAME=\"C\">";
     appendProperty(xml, CIMProperty("p", value, 0, "R", "O", true));
-    const XmlDocument document(xml);
-    const CIMProperty property = decodeProperty(document.root());
+    const XmlDocument document(xml + "</INSTANCE>");
+    const CIMInstance instance = decodeInstance(document.root());
+    ASSERT_EQ(instance.getPropertyCount(), 1U) << xml;
+    const CIMProperty& property = instance.getProperty(0);
     EXPECT_EQ(property.getType(), value.getType()) << xml;
     EXPECT_EQ(property.isArray(), value.isArray()) << xml;
     EXPECT_TRUE(property.getValue() == value) << xml;

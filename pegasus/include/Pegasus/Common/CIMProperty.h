@@ -4,6 +4,8 @@
 #include <Pegasus/Common/CIMValue.h>
 #include <Pegasus/Common/String.h>
 
+#include <utility>
+
 namespace Pegasus {
 
 class CIMProperty {
@@ -14,7 +16,13 @@ class CIMProperty {
   // has it from a superclass unchanged. Both are the server's to fill.
   CIMProperty(String name, CIMValue value, Uint32 arraySize = 0,
               String referenceClassName = String::EMPTY, String classOrigin = String::EMPTY,
-              Boolean propagated = false);
+              Boolean propagated = false)
+      : name_(std::move(name)),
+        value_(std::move(value)),
+        arraySize_(arraySize),
+        referenceClassName_(std::move(referenceClassName)),
+        classOrigin_(std::move(classOrigin)),
+        propagated_(propagated) {}
 
   const String& getName() const { return name_; }
   const CIMValue& getValue() const { return value_; }
