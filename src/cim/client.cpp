@@ -29,7 +29,7 @@ std::string toNarrowText(const String& text) {
 }
 
 Uint32 findFrom(const String& text, Uint32 position, char character) {
-  return text.find(position, character);
+  return text.find(position, static_cast<Pegasus::Char16>(character));
 }
 
 String cut(const String& text, Uint32 start, Uint32 length) {
