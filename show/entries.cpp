@@ -55,9 +55,9 @@ Entry toEntry(const CIMInstance& instance) {
 
 std::optional<String> keyOf(const CIMObjectPath& name, const char* key) {
   const auto& keys = name.getKeyBindings();
-  for (Uint32 i = 0; i < keys.size(); ++i) {
-    if (String::equalNoCase(keys[i].getName(), key)) {
-      return keys[i].getValue();
+  for (const auto& binding : keys) {
+    if (String::equalNoCase(binding.getName(), key)) {
+      return binding.getValue();
     }
   }
   return std::nullopt;
@@ -77,8 +77,8 @@ std::vector<Entry> readAtOnce(CIMClient& client) {
   std::vector<Entry> entries;
   const auto instances =
       client.enumerateInstances(cimNamespace, className, deepInheritance, localOnly);
-  for (Uint32 i = 0; i < instances.size(); ++i) {
-    entries.push_back(toEntry(instances[i]));
+  for (const CIMInstance& instance : instances) {
+    entries.push_back(toEntry(instance));
   }
   return entries;
 }
@@ -109,8 +109,8 @@ std::optional<Entry> readOne(CIMClient& client, const CIMObjectPath& name) {
 std::vector<Entry> readOneByOne(CIMClient& client) {
   std::vector<Entry> entries;
   const auto names = client.enumerateInstanceNames(cimNamespace, className);
-  for (Uint32 i = 0; i < names.size(); ++i) {
-    if (auto entry = readOne(client, names[i])) {
+  for (const CIMObjectPath& name : names) {
+    if (auto entry = readOne(client, name)) {
       entries.push_back(std::move(*entry));
     }
   }

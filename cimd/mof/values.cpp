@@ -73,7 +73,7 @@ bool isPossible(const Pegasus::CIMDateTime& value) {
 
 Pegasus::CIMDateTime dateTime(const Literal& literal) {
   try {
-    const Pegasus::CIMDateTime value(literal.text);
+    Pegasus::CIMDateTime value(literal.text);
     if (isPossible(value)) {
       return value;
     }
