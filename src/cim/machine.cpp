@@ -110,8 +110,8 @@ String memorySizeText(const CIMInstance& module) {
 String languageCode() {
   const char* variable = std::getenv("LANG");
   const std::string_view language = variable == nullptr ? "" : variable;
-  const String firstTwo = toText(language.substr(0, 2));
-  const String firstFour = toText(language.substr(0, 4));
+  String firstTwo = toText(language.substr(0, 2));
+  String firstFour = toText(language.substr(0, 4));
   for (const char* code : {"EN", "DE", "FR", "IT", "JA", "KO"}) {
     if (String::equalNoCase(firstTwo, code)) {
       return firstTwo;

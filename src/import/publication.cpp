@@ -64,6 +64,8 @@ bool isOurNumber(const String& identifyingNumber) {
 void deleteEarlierInstances(CIMClient& client) {
   const Array<CIMObjectPath> names =
       client.enumerateInstanceNames(cimNamespace, String("KVAXDT_FRU"));
+  // By index: Array has no iterators in every generation of the interface.
+  // NOLINTNEXTLINE(modernize-loop-convert)
   for (Uint32 i = 0; i < names.size(); i++) {
     if (isOurs(client, names[i])) {
       client.deleteInstance(cimNamespace, names[i]);
