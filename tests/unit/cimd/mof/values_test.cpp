@@ -7,7 +7,6 @@
 namespace cimd::mof {
 namespace {
 
-using Pegasus::CIMType;
 using Pegasus::CIMValue;
 
 // The value that the text is for a property of this type, which "uint8[]" or "uint8[2]" can be.

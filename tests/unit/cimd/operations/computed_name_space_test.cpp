@@ -9,7 +9,6 @@ namespace {
 
 using test::attributes;
 using test::className;
-using test::elementNamed;
 using test::instanceName;
 using test::value;
 
