@@ -167,6 +167,7 @@ TEST_F(LookingClient, OpensAnotherConnectionAfterACloseDuringTheWait) {
   constexpr std::size_t rounds = 5;
   std::vector<std::promise<void>> waiting(rounds);
   std::vector<ScriptedServer::Script> scripts;
+  scripts.reserve(rounds + 1);
   for (std::promise<void>& clientWaits : waiting) {
     scripts.emplace_back([&](Peer& peer) {
       peer.readRequest();

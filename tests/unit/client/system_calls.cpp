@@ -1,3 +1,6 @@
+// Fortified headers define poll() and ppoll() inline, which leaves no room for the ones below.
+#undef _FORTIFY_SOURCE
+
 #include "system_calls.h"
 
 #include <poll.h>
