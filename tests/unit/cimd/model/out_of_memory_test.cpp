@@ -25,7 +25,16 @@ void* operator new(std::size_t size) {
   throw std::bad_alloc();
 }
 
+// Sorting takes its buffer so, and gives it back by the operator below.
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+  return std::malloc(size);
+}
+
 void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+
+void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept {
   std::free(memory);
 }
 
