@@ -13,8 +13,8 @@ long allocationsLeft = -1;
 
 }  // namespace
 
-// Replaces the one of the whole test program.
-void* operator new(std::size_t size) {
+// These replace the ones of the whole test program. Inlined, they would show GCC a new beside a free().
+[[gnu::noinline]] void* operator new(std::size_t size) {
   if (allocationsLeft == 0) {
     throw std::bad_alloc();
   }
@@ -26,19 +26,19 @@ void* operator new(std::size_t size) {
 }
 
 // Sorting takes its buffer so, and gives it back by the operator below.
-void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
   return std::malloc(size);
 }
 
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
   std::free(memory);
 }
 
-void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept {
   std::free(memory);
 }
 
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
   std::free(memory);
 }
 
