@@ -52,7 +52,7 @@ void requireNoText(Element element) {
 }
 
 String optionalName(std::optional<std::string_view> attribute) {
-  return attribute ? String(text::trimmed(*attribute)) : String();
+  return String(text::trimmed(attribute.value_or(std::string_view())));
 }
 
 std::string_view requireName(Element element, const char* attribute,
