@@ -46,7 +46,7 @@ std::string readFile(const fs::path& path, std::size_t limit, FileKind kind) {
   if (file.number() < 0) {
     throwSystemError("open", path);
   }
-  struct stat status {};
+  struct stat status = {};
   if (isRegularOnly && fstat(file.number(), &status) == 0 && !S_ISREG(status.st_mode)) {
     throw FileError(path.string() + " is not a regular file", false);
   }

@@ -28,7 +28,7 @@ constexpr std::array<LevelTexts, 4> texts{{
 // service has started have it too, whatever their standard error is.
 bool isJournal(int descriptor) {
   const char* stream = std::getenv("JOURNAL_STREAM");
-  struct stat status {};
+  struct stat status = {};
   return stream != nullptr && fstat(descriptor, &status) == 0 &&
          std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino) == stream;
 }

@@ -150,11 +150,14 @@ constexpr std::size_t lineColumns = 4;
 constexpr std::size_t widths[] = {11, 11, 12};
 constexpr std::size_t narrowestReason = 8;
 
+using Count = std::uint64_t Summary::*;
+using Field = String EntryFields::*;
+
 // How a result is written, and where it is counted.
 struct ResultForm {
   const char* words;
   Style style;
-  std::uint64_t Summary::*count;
+  Count count;
 };
 
 const ResultForm& formOf(Result result) {
@@ -193,7 +196,7 @@ void writeLine(std::ostream& out, const Terminal& terminal, Style style,
 }
 
 Json toJson(const Explanation& explanation) {
-  const auto field = [&](String EntryFields::*member) {
+  const auto field = [&](Field member) {
     return explanation.fields ? toJson((*explanation.fields).*member) : Json();
   };
   return {{"line", explanation.line},

@@ -93,7 +93,7 @@ constexpr const char* stillRoot = "running as root, though without its capabilit
 
 // Without --user: the owner of the store's directory, who can write it; without a store, nobody.
 Account chooseAccount(const Options& options, const Log& log) {
-  struct stat directory {};
+  struct stat directory = {};
   if (options.store && stat(directoryOf(*options.store).c_str(), &directory) == 0) {
     if (directory.st_uid == root.user) {
       log.warning(std::string(stillRoot) + "the directory of the store belongs to root");

@@ -50,7 +50,10 @@ void getAs(const CIMValue& from, T& value) {
   }
 }
 
-template <typename Number>
+template <typename T>
+concept Arithmetic = std::is_arithmetic_v<T>;
+
+template <Arithmetic Number>
 String digits(Number number) {
   char buffer[32];  // the longest number, a real64 in its shortest form, takes 24
   const auto [end, error] = std::to_chars(buffer, buffer + sizeof buffer, number);
@@ -76,8 +79,8 @@ String textOf(const CIMDateTime& value) {
 String textOf(const CIMObjectPath& value) {
   return value.toString();
 }
-template <typename Number>
-requires std::is_arithmetic_v<Number> String textOf(Number value) {
+template <Arithmetic Number>
+String textOf(Number value) {
   return digits(value);
 }
 

@@ -179,7 +179,7 @@ TEST(Connect, IsNeededBeforeOperationsAndAgainAfterDisconnect) {
 // Commands that the program starts must not hold the connection open.
 TEST(Connect, SocketIsNotInheritedAndSendsAtOnce) {
   const auto isSocket = [](int descriptor) {
-    struct stat status {};
+    struct stat status = {};
     return fstat(descriptor, &status) == 0 && S_ISSOCK(status.st_mode);
   };
   const auto openSockets = [&] {

@@ -137,7 +137,7 @@ TEST(TimeOut, StartsAgainWithEachOperation) {
 }
 
 TEST(TimeOut, IsNotDisturbedBySignals) {
-  struct sigaction interrupt {};
+  struct sigaction interrupt = {};
   interrupt.sa_handler = [](int) {};
   ASSERT_EQ(sigaction(SIGALRM, &interrupt, nullptr), 0);
   const itimerval everyMillisecond{{0, 1000}, {0, 1000}};

@@ -13,7 +13,8 @@ long allocationsLeft = -1;
 
 }  // namespace
 
-// These replace the ones of the whole test program. Inlined, they would show GCC a new beside a free().
+// These replace the ones of the whole test program. Inlined, they would show GCC a new beside a
+// free().
 [[gnu::noinline]] void* operator new(std::size_t size) {
   if (allocationsLeft == 0) {
     throw std::bad_alloc();

@@ -292,10 +292,8 @@ TEST_F(KeyForms, OtherValuesAreOtherInstances) {
 
 TEST_F(RepositoryTest, ASingleKeyMayBeWithoutName) {
   create("Base", "1");
-  EXPECT_EQ(statusOf([&] {
-              nameSpace().instance(path("Base", {{"", "1"}}));
-            }),
-            Pegasus::CIM_ERR_SUCCESS);
+  const auto withoutName = path("Base", {{"", "1"}});
+  EXPECT_EQ(statusOf([&] { nameSpace().instance(withoutName); }), Pegasus::CIM_ERR_SUCCESS);
 }
 
 TEST_F(RepositoryTest, AClassWithoutKeysHasOneInstance) {
@@ -308,10 +306,8 @@ TEST_F(RepositoryTest, NamesOfMoreThan65536CharactersAreRefused) {
   const std::string longId(70000, 'x');
   EXPECT_EQ(creating(test::instance("Base", {{"Id", longId.c_str()}})),
             Pegasus::CIM_ERR_INVALID_PARAMETER);
-  EXPECT_EQ(statusOf([&] {
-              nameSpace().instance(path("Base", {{"Id", longId.c_str()}}));
-            }),
-            Pegasus::CIM_ERR_INVALID_PARAMETER);
+  const auto longPath = path("Base", {{"Id", longId.c_str()}});
+  EXPECT_EQ(statusOf([&] { nameSpace().instance(longPath); }), Pegasus::CIM_ERR_INVALID_PARAMETER);
   EXPECT_EQ(creating(test::instance("Base", {{"Id", "1"}, {"Text", longId.c_str()}})),
             Pegasus::CIM_ERR_SUCCESS);
 }

@@ -115,11 +115,13 @@ TEST_F(StoreFailureTest, nothingIsAcknowledgedBeforeItIsOnTheDisk) {
   }
 }
 
+using Failing = int Disk::*;
+
 // Lets every single write, and then every single sync, of a change fail.
 class FailingCallTest : public StoreFailureTest, public testing::WithParamInterface<int> {};
 
 TEST_P(FailingCallTest, aFailedChangeLeavesNothingAndTheNextOneWorks) {
-  for (int Disk::*const failing : {&Disk::failingWrite, &Disk::failingSync}) {
+  for (const Failing failing : {&Disk::failingWrite, &Disk::failingSync}) {
     fs::remove(file());
     InstanceDatabase database(file());
     put(database, u"a", "one");
@@ -166,7 +168,7 @@ TEST_F(StoreFailureTest, theErrorNamesFileAndCause) {
 }
 
 TEST_F(StoreFailureTest, anyFailureWhileTheFileIsMadeIsAnErrorAndTheNextTryWorks) {
-  for (int Disk::*const failing : {&Disk::failingWrite, &Disk::failingSync}) {
+  for (const Failing failing : {&Disk::failingWrite, &Disk::failingSync}) {
     int failures = 0;
     for (int call = 1;; ++call) {
       fs::remove(file());

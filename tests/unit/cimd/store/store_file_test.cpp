@@ -61,7 +61,7 @@ TEST_F(StoreFileTest, aMissingFileIsMadeForItsOwnerOnly) {
   put(database, u"b", "two");
   umask(before);
   for (const char* name : {"instances.db", "instances.db-wal"}) {
-    struct stat status {};
+    struct stat status = {};
     ASSERT_EQ(stat((folder_.path() / name).c_str(), &status), 0) << name;
     EXPECT_EQ(status.st_mode & 07777U, 0600U) << name;
   }
@@ -218,7 +218,7 @@ TEST_F(StoreFileTest, aFileThatMayNotBeReadIsRefused) {
 TEST_F(StoreFileTest, aReadOnlyFolderIsRefusedWithAndWithoutTheFile) {
   const fs::path folder = folder_.path() / "folder";
   fs::create_directory(folder);
-  { const InstanceDatabase made(folder / "there.db"); }
+  static_cast<void>(InstanceDatabase(folder / "there.db"));
   ASSERT_EQ(chmod(folder.c_str(), 0500), 0);
   EXPECT_EQ(openError(folder / "missing.db"), "missing.db: cannot create: Permission denied");
   EXPECT_THAT(openError(folder / "there.db"), HasSubstr("there.db: "));
