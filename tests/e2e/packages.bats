@@ -43,12 +43,16 @@ lib/systemd/system/morvik.timer
 libexec/morvik/no-ftp/ftp
 libexec/morvik/run
 sbin/morvik
+sbin/morvik-run
 share/bash-completion/completions/morvik
+share/bash-completion/completions/morvik-run
 share/bash-completion/completions/morvik-show
+share/fish/vendor_completions.d/morvik-run.fish
 share/fish/vendor_completions.d/morvik-show.fish
 share/fish/vendor_completions.d/morvik.fish
 share/man/man1/morvik-show.1
 share/man/man5/fru.txt.5
+share/man/man8/morvik-run.8
 share/man/man8/morvik.8
 share/morvik/schema/kvaxdt-dmtf.mof
 share/morvik/schema/kvaxdt.mof
@@ -62,6 +66,7 @@ share/morvik/schema/samples/server-1234.mof
 share/morvik/schema/samples/server-2345.mof
 share/morvik/schema/samples/workstation-3456.mof
 share/zsh/site-functions/_morvik
+share/zsh/site-functions/_morvik-run
 share/zsh/site-functions/_morvik-show
 END
     documents
@@ -250,7 +255,7 @@ optionsIn() { # FILE
 
 @test "the completions have all options of the programs, all categories, and nothing else" {
     local program options completions=$project/packaging/completions shell
-    for program in morvik-cimd morvik-show; do
+    for program in morvik-cimd morvik-run morvik-show; do
         options=$("$MORVIK_BIN_DIR/$program" --help | optionsIn /dev/stdin)
         equal "$options" "$(optionsIn "$completions/$program.bash")" "bash, $program"
         equal "$options" "$(optionsIn "$completions/$program.zsh")" "zsh, $program"

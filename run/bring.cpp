@@ -1,0 +1,480 @@
+#include "bring.h"
+
+#include <curl/curl.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <filesystem>
+#include <random>
+#include <system_error>
+#include <thread>
+
+namespace run {
+
+namespace {
+
+// The largest data files in use have a few hundred lines of less than 256 bytes.
+constexpr std::size_t mostBytes = 1048576;
+// A server in the same country answers within a second, a busy one within some.
+constexpr long connectSeconds = 15;
+// 1 MiB at 140 kbit/s.
+constexpr long transferSeconds = 60;
+constexpr int mostTries = 3;
+constexpr int pauseGrowth = 4;
+// The longest that a server may ask to wait.
+constexpr std::chrono::seconds longestPause{60};
+constexpr long mostRedirects = 5;
+
+[[noreturn]] void failToRead(int error) {
+  throw std::system_error(error, std::generic_category());
+}
+
+class Descriptor {
+ public:
+  explicit Descriptor(const std::string& path)
+      : number_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {}
+  ~Descriptor() {
+    if (number_ >= 0) {
+      close(number_);
+    }
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  Descriptor(Descriptor&&) = delete;
+  Descriptor& operator=(Descriptor&&) = delete;
+  int number() const { return number_; }
+
+ private:
+  int number_;
+};
+
+// A URL in parts.
+class Url {
+ public:
+  Url() : handle_(curl_url(), curl_url_cleanup) {}
+  bool set(CURLUPart part, const std::string& text, unsigned flags = 0) {
+    return curl_url_set(handle_.get(), part, text.empty() ? nullptr : text.c_str(), flags) ==
+           CURLUE_OK;
+  }
+  std::string get(CURLUPart part, unsigned flags = 0) const {
+    char* text = nullptr;
+    if (curl_url_get(handle_.get(), part, &text, flags) != CURLUE_OK) {
+      return "";
+    }
+    const std::unique_ptr<char, decltype(&curl_free)> owner(text, curl_free);
+    return text;
+  }
+  // The path, then the name.
+  void append(const std::string& name) {
+    std::string path = get(CURLUPART_PATH);
+    path += path.ends_with('/') ? "" : "/";
+    set(CURLUPART_PATH, path + name);
+  }
+
+ private:
+  std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> handle_;
+};
+
+[[noreturn]] void refuseSetting(const char* name, const std::string& value, const char* rule) {
+  throw Failure(Status::badUse, std::string(name) + ": '" + harmless(value) + "' " + rule);
+}
+
+// The FTP server of the settings, as a URL. A path that begins with a slash begins with two in a
+// URL: without it, it would be below the directory of the login.
+Url urlOfFtpServer(const Settings& settings) {
+  const std::string& server = settings.ftpServer;
+  const std::size_t blank = server.find(' ');
+  const std::string host = server.substr(0, blank);
+  const std::string port = blank == std::string::npos ? "" : server.substr(blank + 1);
+  const bool isHost = host.find_first_not_of(
+                          "0123456789abcdefghijklmnopqrstuvwxyz"
+                          "ABCDEFGHIJKLMNOPQRSTUVWXYZ.-_:[]%") == std::string::npos;
+  const bool isPort = port.size() <= 5 && port.find_first_not_of("0123456789") == std::string::npos;
+  Url url;
+  if (host.empty() || !isHost || !isPort || !url.set(CURLUPART_URL, "ftp://" + host + "/") ||
+      (!port.empty() && !url.set(CURLUPART_PORT, port))) {
+    refuseSetting("MORVIK_SERVER", server, "is not a host name, perhaps with a blank and a port");
+  }
+  if (!url.set(CURLUPART_PATH, "/" + settings.ftpDirectory, CURLU_URLENCODE)) {
+    refuseSetting("MORVIK_DIRECTORY", settings.ftpDirectory, "is not a directory");
+  }
+  return url;
+}
+
+Url urlOf(const Settings& settings) {
+  if (settings.url.empty()) {
+    return urlOfFtpServer(settings);
+  }
+  constexpr std::array<const char*, 5> schemes{"https", "http", "ftps", "ftp", "file"};
+  Url url;
+  // The value may hold a password, and is not shown.
+  if (!url.set(CURLUPART_URL, settings.url)) {
+    throw Failure(Status::badUse, "MORVIK_URL is not a URL, such as https://parts.example.com/fru");
+  }
+  const std::string scheme = url.get(CURLUPART_SCHEME);
+  if (std::find(schemes.begin(), schemes.end(), scheme) == schemes.end()) {
+    refuseSetting("MORVIK_URL", scheme, "is not one of https, http, ftps, ftp and file");
+  }
+  url.set(CURLUPART_FRAGMENT, "");
+  return url;
+}
+
+bool isRetriable(CURLcode code) {
+  switch (code) {
+    case CURLE_COULDNT_RESOLVE_PROXY:
+    case CURLE_COULDNT_RESOLVE_HOST:
+    case CURLE_COULDNT_CONNECT:
+    case CURLE_OPERATION_TIMEDOUT:
+    case CURLE_PARTIAL_FILE:
+    case CURLE_GOT_NOTHING:
+    case CURLE_SEND_ERROR:
+    case CURLE_RECV_ERROR:
+    case CURLE_FTP_ACCEPT_TIMEOUT:
+    case CURLE_FTP_CANT_GET_HOST:
+    case CURLE_HTTP2:
+    case CURLE_HTTP2_STREAM:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// From half to one and a half times the pause, so that many machines do not come back at once.
+std::chrono::milliseconds withJitter(std::chrono::milliseconds pause) {
+  static std::minstd_rand random{std::random_device()()};
+  return std::chrono::milliseconds(std::uniform_int_distribution<std::int64_t>(
+      pause.count() / 2, pause.count() * 3 / 2)(random));
+}
+
+}  // namespace
+
+std::string readWholeFile(const std::string& path, std::size_t limit) {
+  const Descriptor file(path);
+  struct stat status = {};
+  if (file.number() < 0 || fstat(file.number(), &status) != 0) {
+    failToRead(errno);
+  }
+  if (!S_ISREG(status.st_mode)) {
+    failToRead(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+  }
+  std::string text;
+  std::array<char, 16384> buffer{};
+  for (;;) {
+    const ssize_t got = read(file.number(), buffer.data(), buffer.size());
+    if (got == 0) {
+      return text;
+    }
+    if (got < 0 && errno != EINTR) {
+      failToRead(errno);
+    }
+    text.append(buffer.data(), got < 0 ? 0 : static_cast<std::size_t>(got));
+    if (text.size() > limit) {
+      failToRead(EFBIG);
+    }
+  }
+}
+
+// --- servers ---
+
+// One connection to a server, and what one try of one file gave.
+class Bringer::Transfer {
+ public:
+  Transfer(const Settings& settings, Url url);
+
+  std::string addressOf(const std::string& name) const;
+  Brought bring(const std::string& name, const std::optional<Version>& known,
+                const Deadline& deadline);
+
+ private:
+  enum class Result { there, unchanged, missing, failed, failedForNow, tooLarge };
+
+  Result attempt(const std::string& address, const std::optional<Version>& known,
+                 std::chrono::milliseconds limit);
+  Result judgeReply(CURLcode code);
+  void takeLine(std::string line);
+  std::string words() const;
+  long getInfo(CURLINFO info) const;
+  template <typename Value>
+  void set(CURLoption option, Value value) {
+    if (curl_easy_setopt(handle_.get(), option, value) != CURLE_OK) {
+      throw Failure(Status::badUse, "the installed libcurl lacks a feature that is needed");
+    }
+  }
+  static std::size_t takeText(char* bytes, std::size_t one, std::size_t count, void* self);
+  static std::size_t takeHeader(char* bytes, std::size_t one, std::size_t count, void* self);
+
+  Url url_;
+  bool isHttp_;
+  std::chrono::milliseconds retryPause_;
+  std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> handle_;
+  // Of the last try.
+  CURLcode code_ = CURLE_OK;
+  std::array<char, CURL_ERROR_SIZE> error_{};
+  Brought brought_;
+  bool isTooLarge_ = false;
+  // The status line of HTTP, or the last line of FTP that reports a failure.
+  std::string serverWords_;
+};
+
+Bringer::Transfer::Transfer(const Settings& settings, Url url)
+    : url_(std::move(url)),
+      isHttp_(url_.get(CURLUPART_SCHEME).starts_with("http")),
+      retryPause_(settings.retryPause),
+      handle_(curl_easy_init(), curl_easy_cleanup) {
+  if (handle_ == nullptr) {
+    throw Failure(Status::badUse, "libcurl cannot be used");
+  }
+  const bool isSecure = url_.get(CURLUPART_SCHEME) == "https";
+  set(CURLOPT_NOSIGNAL, 1L);
+  set(CURLOPT_USERAGENT, "morvik-run/" MORVIK_VERSION);
+  set(CURLOPT_ERRORBUFFER, error_.data());
+  set(CURLOPT_CONNECTTIMEOUT, connectSeconds);
+  set(CURLOPT_MAXFILESIZE, static_cast<long>(mostBytes));
+  set(CURLOPT_PROTOCOLS_STR, "https,http,ftps,ftp");
+  // Never from a protected connection to one that is not.
+  set(CURLOPT_REDIR_PROTOCOLS_STR, isSecure ? "https" : "https,http");
+  set(CURLOPT_FOLLOWLOCATION, 1L);
+  set(CURLOPT_MAXREDIRS, mostRedirects);
+  set(CURLOPT_SSL_VERIFYPEER, 1L);
+  set(CURLOPT_SSL_VERIFYHOST, 2L);
+  if (!settings.certificates.empty()) {
+    set(CURLOPT_CAINFO, settings.certificates.c_str());
+  }
+  // One CWD with the whole directory, as an FTP client does it.
+  set(CURLOPT_FTP_FILEMETHOD, static_cast<long>(CURLFTPMETHOD_SINGLECWD));
+  set(CURLOPT_FTP_RESPONSE_TIMEOUT, connectSeconds);
+  if (!isHttp_ && url_.get(CURLUPART_USER).empty()) {
+    set(CURLOPT_USERPWD, "anonymous:anonymous");
+  }
+  set(CURLOPT_WRITEFUNCTION, &takeText);
+  set(CURLOPT_WRITEDATA, static_cast<void*>(this));
+  set(CURLOPT_HEADERFUNCTION, &takeHeader);
+  set(CURLOPT_HEADERDATA, static_cast<void*>(this));
+}
+
+std::size_t Bringer::Transfer::takeText(char* bytes, std::size_t one, std::size_t count,
+                                        void* self) {
+  auto& transfer = *static_cast<Transfer*>(self);
+  std::string& text = transfer.brought_.text;
+  transfer.isTooLarge_ = text.size() + one * count > mostBytes;
+  if (transfer.isTooLarge_) {
+    return 0;  // ends the transfer
+  }
+  text.append(bytes, one * count);
+  return one * count;
+}
+
+std::size_t Bringer::Transfer::takeHeader(char* bytes, std::size_t one, std::size_t count,
+                                          void* self) {
+  static_cast<Transfer*>(self)->takeLine(std::string(bytes, one * count));
+  return one * count;
+}
+
+void Bringer::Transfer::takeLine(std::string line) {
+  while (line.ends_with('\n') || line.ends_with('\r')) {
+    line.pop_back();
+  }
+  if (!isHttp_) {
+    // 4 and 5 are failures; 421 may come at any time.
+    if (line.starts_with('4') || line.starts_with('5')) {
+      serverWords_ = line;
+    }
+    return;
+  }
+  if (line.starts_with("HTTP/")) {  // of each answer in a row of redirections
+    serverWords_ = line;
+    brought_.version = {};
+    return;
+  }
+  const std::size_t colon = std::min(line.find(':'), line.size());
+  const std::size_t begin = line.find_first_not_of(": \t", colon);
+  const std::string value = begin == std::string::npos ? "" : line.substr(begin);
+  const auto isHeader = [&](const char* name) {
+    return curl_strequal(line.substr(0, colon).c_str(), name) != 0;
+  };
+  // What is remembered must be small.
+  constexpr std::size_t longest = 200;
+  if (isHeader("etag") && value.size() <= longest) {
+    brought_.version.etag = value;
+  } else if (isHeader("last-modified") && value.size() <= longest) {
+    brought_.version.lastModified = value;
+  }
+}
+
+long Bringer::Transfer::getInfo(CURLINFO info) const {
+  long value = 0;
+  curl_easy_getinfo(handle_.get(), info, &value);
+  return value;
+}
+
+Bringer::Transfer::Result Bringer::Transfer::judgeReply(CURLcode code) {
+  const long reply = getInfo(CURLINFO_RESPONSE_CODE);
+  if (isHttp_ && reply >= 400) {
+    const bool isBusy = reply == 408 || reply == 425 || reply == 429 || reply >= 500;
+    return reply == 404 || reply == 410 ? Result::missing
+           : isBusy                     ? Result::failedForNow
+                                        : Result::failed;
+  }
+  if (isTooLarge_ || code == CURLE_FILESIZE_EXCEEDED) {
+    return Result::tooLarge;
+  }
+  if (code == CURLE_REMOTE_FILE_NOT_FOUND) {
+    return Result::missing;
+  }
+  if (code != CURLE_OK) {
+    const bool isFtpBusy = !isHttp_ && serverWords_.starts_with('4');
+    return isFtpBusy || isRetriable(code) ? Result::failedForNow : Result::failed;
+  }
+  if (isHttp_ && reply == 304) {
+    return Result::unchanged;
+  }
+  return !isHttp_ || reply == 200 ? Result::there : Result::failed;
+}
+
+Bringer::Transfer::Result Bringer::Transfer::attempt(const std::string& address,
+                                                     const std::optional<Version>& known,
+                                                     std::chrono::milliseconds limit) {
+  brought_ = {};
+  isTooLarge_ = false;
+  serverWords_.clear();
+  error_.fill('\0');
+  std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers(nullptr, curl_slist_free_all);
+  const auto addHeader = [&](const char* name, const std::string& value) {
+    if (!value.empty()) {
+      headers.reset(curl_slist_append(headers.release(), (name + value).c_str()));
+    }
+  };
+  if (isHttp_ && known) {
+    addHeader("If-None-Match: ", known->etag);
+    addHeader("If-Modified-Since: ", known->lastModified);
+  }
+  set(CURLOPT_HTTPHEADER, headers.get());
+  set(CURLOPT_URL, address.c_str());
+  set(CURLOPT_TIMEOUT_MS, static_cast<long>(limit.count()));
+  code_ = curl_easy_perform(handle_.get());
+  set(CURLOPT_HTTPHEADER, static_cast<curl_slist*>(nullptr));
+  const Result result = judgeReply(code_);
+  // An answer to a question that was not asked.
+  return result == Result::unchanged && headers == nullptr ? Result::failed : result;
+}
+
+// Both what libcurl says and what the server says, because either may be the better one.
+std::string Bringer::Transfer::words() const {
+  const std::string own =
+      code_ == CURLE_OK ? "" : (error_[0] == '\0' ? curl_easy_strerror(code_) : error_.data());
+  const std::string server = serverWords_.empty() ? "" : "the server answered: " + serverWords_;
+  return harmless(own) + (own.empty() || server.empty() ? "" : "; ") + harmless(server);
+}
+
+std::string Bringer::Transfer::addressOf(const std::string& name) const {
+  Url url;
+  url.set(CURLUPART_URL, url_.get(CURLUPART_URL));
+  url.append(name);
+  // A user name is no secret, a password is, and so may be a query.
+  url.set(CURLUPART_PASSWORD, "");
+  url.set(CURLUPART_QUERY, "");
+  return harmless(url.get(CURLUPART_URL));
+}
+
+Brought Bringer::Transfer::bring(const std::string& name, const std::optional<Version>& known,
+                                 const Deadline& deadline) {
+  Url url;
+  url.set(CURLUPART_URL, url_.get(CURLUPART_URL));
+  url.append(name);
+  const std::string address = url.get(CURLUPART_URL);
+  std::chrono::milliseconds pause = retryPause_;
+  for (int tries = 1;; ++tries) {
+    const auto limit =
+        std::min<std::chrono::milliseconds>(deadline.left(), std::chrono::seconds(transferSeconds));
+    const Result result = attempt(address, known, std::max(limit, std::chrono::milliseconds(1)));
+    if (result == Result::there || result == Result::unchanged) {
+      brought_.isUnchanged = result == Result::unchanged;
+      return brought_;
+    }
+    if (result == Result::missing) {
+      throw Failure(Status::noFile, addressOf(name) + " does not exist: " + words());
+    }
+    if (result == Result::tooLarge) {
+      throw Failure(Status::refused, addressOf(name) + " has more than 1 MiB");
+    }
+    curl_off_t asked = 0;
+    curl_easy_getinfo(handle_.get(), CURLINFO_RETRY_AFTER, &asked);
+    const std::chrono::seconds after(std::clamp<curl_off_t>(asked, 0, longestPause.count()));
+    const auto wait = std::max<std::chrono::milliseconds>(withJitter(pause), after);
+    if (result == Result::failed || tries == mostTries || deadline.left() <= wait) {
+      throw Failure(Status::notReached,
+                    "cannot fetch " + addressOf(name) + ": " + words() +
+                        (tries > 1 ? " (" + std::to_string(tries) + " tries)" : ""));
+    }
+    std::this_thread::sleep_for(wait);
+    pause *= pauseGrowth;
+  }
+}
+
+// --- any place ---
+
+Bringer::Bringer(const Settings& settings, const Deadline& deadline)
+    : settings_(settings), deadline_(deadline) {
+  if (!settings.file.empty()) {
+    directory_ = std::filesystem::path(settings.file).parent_path();
+    return;
+  }
+  if (!settings.files.empty()) {
+    directory_ = settings.files;
+    return;
+  }
+  Url url = urlOf(settings);
+  if (url.get(CURLUPART_SCHEME) == "file") {
+    directory_ = url.get(CURLUPART_PATH, CURLU_URLDECODE);
+    return;
+  }
+  curl_global_init(CURL_GLOBAL_DEFAULT);
+  transfer_ = std::make_unique<Transfer>(settings, std::move(url));
+}
+
+Bringer::~Bringer() = default;
+
+bool Bringer::isByType() const {
+  return settings_.file.empty();
+}
+
+std::string Bringer::nameFor(const std::string& machineType) const {
+  return isByType() ? machineType + "wpk.txt"
+                    : std::filesystem::path(settings_.file).filename().string();
+}
+
+std::string Bringer::addressOf(const std::string& name) const {
+  return transfer_ ? transfer_->addressOf(name)
+                   : harmless((std::filesystem::path(directory_) / name).string());
+}
+
+Brought Bringer::bring(const std::string& name, const std::optional<Version>& known) {
+  return transfer_ ? transfer_->bring(name, known, deadline_)
+                   : readHere(std::filesystem::path(directory_) / name);
+}
+
+Brought Bringer::readHere(const std::string& path) const {
+  try {
+    Brought brought;
+    brought.text = readWholeFile(path, mostBytes);
+    return brought;
+  } catch (const std::system_error& error) {
+    const int number = error.code().value();
+    if (number == EFBIG) {
+      throw Failure(Status::refused, harmless(path) + " has more than 1 MiB");
+    }
+    std::error_code ignored;
+    const bool isMissing =
+        number == ENOENT && isByType() && std::filesystem::is_directory(directory_, ignored);
+    throw Failure(isMissing ? Status::noFile : Status::notReached,
+                  isMissing ? harmless(path) + " does not exist"
+                            : "cannot read " + harmless(path) + ": " +
+                                  (number == EINVAL ? "not a file" : error.code().message()));
+  }
+}
+
+}  // namespace run

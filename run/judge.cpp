@@ -1,0 +1,117 @@
+#include "judge.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <optional>
+#include <sstream>
+#include <string_view>
+
+#include "explainer.h"
+#include "import/fru_file.h"
+
+using Pegasus::String;
+
+namespace run {
+
+namespace {
+
+std::string textOf(const std::optional<String>& value) {
+  return value ? value->toUtf8() : "";
+}
+
+// What the import gives every entry, besides what the line has.
+Item toItem(const show::Explanation& explanation) {
+  const EntryFields& fields = *explanation.fields;
+  return {fields.name.toUtf8(),
+          fields.fruNumber.toUtf8(),
+          fields.description.toUtf8(),
+          textOf(explanation.identifyingNumber),
+          "KVA",
+          "1.0"};
+}
+
+[[noreturn]] void refuse(const std::string& words) {
+  throw Failure(Status::refused, words);
+}
+
+}  // namespace
+
+Items ownItems(const std::vector<show::Entry>& entries) {
+  Items items;
+  for (const show::Entry& entry : entries) {
+    if (entry.isOurs) {
+      items.push_back({textOf(entry.category), textOf(entry.fruNumber), textOf(entry.description),
+                       textOf(entry.identifyingNumber), textOf(entry.vendor),
+                       textOf(entry.revisionLevel)});
+    }
+  }
+  std::sort(items.begin(), items.end());
+  return items;
+}
+
+Items missingFrom(const Items& b, const Items& a) {
+  Items items;
+  std::set_difference(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(items));
+  return items;
+}
+
+void checkForm(const std::string& text) {
+  if (text.empty()) {
+    refuse("it is empty");
+  }
+  if (text.find('\0') != std::string::npos) {
+    refuse("it has zero bytes, so it is damaged or not a text");
+  }
+  const std::string_view mark = "\xEF\xBB\xBF";  // of UTF-8, which a server may put before HTML
+  const std::size_t begin =
+      text.find_first_not_of(" \t\r\n", text.starts_with(mark) ? mark.size() : 0);
+  if (begin == std::string::npos) {
+    refuse("it has only blank lines");
+  }
+  if (text[begin] == '<') {
+    refuse("it is HTML or XML, not a FRU data file");
+  }
+  if (text.back() != '\n') {
+    refuse("its last line has no newline, so it is probably cut short");
+  }
+}
+
+Items predict(const std::string& text, Pegasus::CIMClient& client, const show::Machine& machine,
+              const Deadline& deadline) {
+  std::istringstream file(text);
+  show::Explainer explainer(client, machine);
+  Items items;
+  String line;
+  try {
+    for (LineRead read = readAnyLine(file, line); read != LineRead::end;
+         read = readAnyLine(file, line)) {
+      if (deadline.left().count() == 0) {
+        throw Failure(Status::cimServer, "the CIM server is too slow: the time for a run is up");
+      }
+      const show::Explanation explanation = explainer.explain(read, line);
+      if (explanation.result == show::Result::published) {
+        items.push_back(toItem(explanation));
+      }
+    }
+  } catch (const Failure&) {
+    throw;
+  } catch (const std::exception& error) {
+    throw Failure(Status::cimServer, harmless(error.what()));
+  }
+  std::sort(items.begin(), items.end());
+  return items;
+}
+
+void checkShare(std::size_t predicted, std::size_t before, double minShare) {
+  if (predicted == 0) {
+    refuse("no entry of it would be published on this machine");
+  }
+  if (static_cast<double>(predicted) < minShare * static_cast<double>(before)) {
+    refuse("it has " + std::to_string(predicted) + " entries for this machine, but " +
+           std::to_string(before) +
+           " are expected from the last run; use --force if that is right");
+  }
+}
+
+}  // namespace run

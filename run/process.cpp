@@ -1,0 +1,199 @@
+#include "process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>  // NOLINT(modernize-deprecated-headers): <csignal> has no sigprocmask
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+#include <string_view>
+#include <system_error>
+
+#include "outcome.h"
+
+namespace run {
+
+namespace {
+
+constexpr std::size_t mostOutput = 65536;
+
+[[noreturn]] void fail(const std::string& what, int error) {
+  throw std::system_error(error, std::generic_category(), what);
+}
+
+// Both ends are closed at exec.
+class Pipe {
+ public:
+  Pipe() {
+    if (pipe2(ends_.data(), O_CLOEXEC) != 0) {
+      fail("pipe", errno);
+    }
+  }
+  ~Pipe() {
+    closeReading();
+    closeWriting();
+  }
+  Pipe(const Pipe&) = delete;
+  Pipe& operator=(const Pipe&) = delete;
+  Pipe(Pipe&&) = delete;
+  Pipe& operator=(Pipe&&) = delete;
+
+  int reading() const { return ends_[0]; }
+  int writing() const { return ends_[1]; }
+  void closeReading() { close(ends_[0]); }
+  void closeWriting() { close(ends_[1]); }
+
+ private:
+  static void close(int& end) {
+    if (end >= 0) {
+      ::close(end);
+    }
+    end = -1;
+  }
+  std::array<int, 2> ends_{-1, -1};
+};
+
+std::vector<std::string> environmentFor(const Command& command) {
+  std::vector<std::string> variables;
+  std::string path = "PATH=";
+  for (char** variable = environ; *variable != nullptr; ++variable) {
+    const std::string_view text = *variable;
+    if (text.starts_with("PATH=")) {
+      path = text;
+    } else if (!text.starts_with("MORVIK_")) {
+      variables.emplace_back(text);
+    }
+  }
+  if (path == "PATH=") {  // as in an empty environment; morvik needs rm and mv
+    path = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
+  }
+  if (!command.programs.empty()) {
+    path.insert(std::string_view("PATH=").size(), command.programs + ":");
+  }
+  variables.push_back(path);
+  return variables;
+}
+
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (std::string& text : texts) {
+    pointers.push_back(text.data());
+  }
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+// In the new process: only functions that are safe between fork and exec, and no way back. The
+// error goes to the parent through `failed`.
+[[noreturn]] void become(const Command& command, char** words, char** variables, int input,
+                         int output, int errors, int failed) {
+  setpgid(0, 0);
+  // Counts on after exec, when nobody else may be left to end the program.
+  alarm(static_cast<unsigned>(command.limit.count() / 1000 + 1));
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+  signal(SIGALRM, SIG_DFL);
+  signal(SIGPIPE, SIG_DFL);
+  if (dup2(input, STDIN_FILENO) >= 0 && dup2(output, STDOUT_FILENO) >= 0 &&
+      dup2(errors, STDERR_FILENO) >= 0 && chdir(command.directory.c_str()) == 0) {
+    if (command.inherited >= 0) {
+      fcntl(command.inherited, F_SETFD, 0);
+    }
+    execvpe(words[0], words, variables);
+  }
+  const int error = errno;
+  [[maybe_unused]] const ssize_t written = write(failed, &error, sizeof error);
+  _exit(127);
+}
+
+// Reads what is there; closes the pipe at its end.
+void readSome(Pipe& pipe, std::string& text) {
+  std::array<char, 4096> buffer{};
+  const ssize_t got = read(pipe.reading(), buffer.data(), buffer.size());
+  if (got > 0) {
+    const auto room = mostOutput - text.size();
+    text.append(buffer.data(), std::min(static_cast<std::size_t>(got), room));
+  } else if (got == 0 || (errno != EINTR && errno != EAGAIN)) {
+    pipe.closeReading();
+  }
+}
+
+// Until both pipes have ended: false if the time is up before.
+bool readAll(Pipe& output, Pipe& errors, const Deadline& deadline, Ended& ended) {
+  while (output.reading() >= 0 || errors.reading() >= 0) {
+    const auto left = deadline.left().count();
+    if (left == 0) {
+      return false;
+    }
+    // poll() leaves out descriptors below zero.
+    std::array<pollfd, 2> waited{{{output.reading(), POLLIN, 0}, {errors.reading(), POLLIN, 0}}};
+    if (poll(waited.data(), waited.size(), static_cast<int>(left)) <= 0) {
+      continue;
+    }
+    if (waited[0].revents != 0) {
+      readSome(output, ended.output);
+    }
+    if (waited[1].revents != 0) {
+      readSome(errors, ended.errors);
+    }
+  }
+  return true;
+}
+
+int waitFor(pid_t process) {
+  int status = 0;
+  while (waitpid(process, &status, 0) < 0) {
+    if (errno != EINTR) {
+      fail("waitpid", errno);
+    }
+  }
+  return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+}  // namespace
+
+Ended runProgram(const Command& command) {
+  std::vector<std::string> words = command.words;
+  std::vector<std::string> variables = environmentFor(command);
+  std::vector<char*> wordPointers = pointersTo(words);
+  std::vector<char*> variablePointers = pointersTo(variables);
+  Pipe input;
+  Pipe output;
+  Pipe errors;
+  Pipe failed;
+  input.closeWriting();
+  const Deadline deadline(command.limit);
+  const pid_t process = fork();
+  if (process < 0) {
+    fail("fork", errno);
+  }
+  if (process == 0) {
+    become(command, wordPointers.data(), variablePointers.data(), input.reading(), output.writing(),
+           errors.writing(), failed.writing());
+  }
+  setpgid(process, process);
+  output.closeWriting();
+  errors.closeWriting();
+  failed.closeWriting();
+  int error = 0;
+  // Waits for exec, which closes the other end.
+  if (read(failed.reading(), &error, sizeof error) == static_cast<ssize_t>(sizeof error)) {
+    waitFor(process);
+    fail("cannot start " + words[0], error);
+  }
+  Ended ended;
+  ended.isTimeUp = !readAll(output, errors, deadline, ended);
+  if (ended.isTimeUp) {
+    kill(-process, SIGKILL);
+  }
+  ended.status = waitFor(process);
+  return ended;
+}
+
+}  // namespace run

@@ -1,0 +1,175 @@
+#include "publish.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <sstream>
+#include <system_error>
+
+#include "cim/client.h"
+#include "import/publication.h"
+#include "process.h"
+
+using Pegasus::Array;
+using Pegasus::CIMClient;
+using Pegasus::CIMException;
+using Pegasus::CIMInstance;
+using Pegasus::CIMObjectPath;
+using Pegasus::CIMProperty;
+using Pegasus::CIMValue;
+using Pegasus::String;
+using Pegasus::Uint32;
+
+namespace run {
+
+namespace {
+
+constexpr const char* className = "KVAXDT_FRU";
+std::optional<std::string> numberIn(const CIMObjectPath& name) {
+  for (const auto& key : name.getKeyBindings()) {
+    if (String::equalNoCase(key.getName(), "IdentifyingNumber")) {
+      return key.getValue().toUtf8();
+    }
+  }
+  return std::nullopt;
+}
+
+bool hasOurNumber(const CIMObjectPath& name) {
+  return isOurNumber(String(numberIn(name).value_or("")));
+}
+
+CIMInstance rehearsalOf(const Item& item) {
+  CIMInstance instance{String(className)};
+  const auto add = [&](const char* name, const std::string& value) {
+    instance.addProperty(CIMProperty(String(name), CIMValue(String(value))));
+  };
+  add("FRUNumber", item.fruNumber);
+  add("Name", item.category);
+  add("Description", item.description);
+  add("IdentifyingNumber", rehearsalNumber);
+  add("Vendor", item.vendor);
+  add("RevisionLevel", item.revisionLevel);
+  return instance;
+}
+
+// The entry is there for a moment only, so that a run that is killed leaves at most one.
+void rehearseOne(CIMClient& client, const Item& item) {
+  const CIMObjectPath name = client.createInstance(cimNamespace, rehearsalOf(item));
+  if (name.getClassName().size() > 0) {
+    client.deleteInstance(cimNamespace, name);
+  } else {
+    deleteRehearsals(client);
+  }
+}
+
+// Whether the server has no GetProperty for these instances. The words are those of the
+// small-footprint broker's own provider, which has no code for it.
+bool lacksGetProperty(CIMClient& client, const CIMObjectPath& name) {
+  try {
+    client.getProperty(cimNamespace, name, "IdentifyingNumber");
+    return false;
+  } catch (const CIMException& refusal) {
+    return refusal.getCode() == Pegasus::CIM_ERR_NOT_SUPPORTED ||
+           (refusal.getCode() == Pegasus::CIM_ERR_FAILED &&
+            refusal.getDescription().find("property operations") != PEG_NOT_FOUND);
+  }
+}
+
+void failWithoutDirectory(const std::string& what, int error) {
+  throw Failure(Status::badUse,
+                what + ": " + std::error_code(error, std::generic_category()).message());
+}
+
+}  // namespace
+
+void deleteRehearsals(CIMClient& client) {
+  for (const CIMObjectPath& name : client.enumerateInstanceNames(cimNamespace, className)) {
+    if (numberIn(name) == rehearsalNumber) {
+      client.deleteInstance(cimNamespace, name);
+    }
+  }
+}
+
+void rehearse(CIMClient& client, const Items& items, const Deadline& deadline) {
+  for (const Item& item : items) {
+    if (deadline.left().count() == 0) {
+      throw Failure(Status::cimServer,
+                    "the CIM server is too slow: the entries could not be replaced in time");
+    }
+    try {
+      rehearseOne(client, item);
+    } catch (const Pegasus::Exception& error) {
+      throw Failure(Status::cimServer,
+                    "the CIM server does not take the entry " + harmless(item.fruNumber) + " (" +
+                        harmless(item.category) + "): " + harmless(error.what()));
+    }
+  }
+}
+
+bool mustDeleteByName(CIMClient& client) {
+  const Array<CIMObjectPath> names = client.enumerateInstanceNames(cimNamespace, className);
+  if (names.size() == 0 || !lacksGetProperty(client, names[0])) {
+    return false;
+  }
+  if (!std::all_of(names.begin(), names.end(), hasOurNumber)) {
+    throw Failure(Status::cimServer,
+                  "the CIM server has no GetProperty for KVAXDT_FRU, and there are entries that "
+                  "are not those of morvik: morvik would fail");
+  }
+  return true;
+}
+
+std::size_t deleteByName(CIMClient& client) {
+  std::size_t count = 0;
+  for (const CIMObjectPath& name : client.enumerateInstanceNames(cimNamespace, className)) {
+    if (hasOurNumber(name)) {
+      client.deleteInstance(cimNamespace, name);
+      ++count;
+    }
+  }
+  return count;
+}
+
+std::string runMorvik(const Publication& publication, const Deadline& deadline) {
+  namespace fs = std::filesystem;
+  const fs::path directory = publication.directory;
+  std::error_code error;
+  // morvik runs the FTP client first. This one fetches nothing, so that the file there is taken.
+  fs::create_directory(directory / "bin", error);
+  fs::create_symlink("/bin/true", directory / "bin" / "ftp", error);
+  if (error) {
+    failWithoutDirectory("cannot make " + (directory / "bin" / "ftp").string(), error.value());
+  }
+  std::ofstream file(directory / "fru.txt", std::ios::binary);
+  file << publication.text;
+  file.close();
+  if (!file) {
+    failWithoutDirectory("cannot write " + (directory / "fru.txt").string(), errno);
+  }
+  try {
+    const Ended ended = runProgram({.words = {publication.morvik, "-s", "127.0.0.1", "-d", "/"},
+                                    .directory = publication.directory,
+                                    .programs = directory / "bin",
+                                    .limit = deadline.left(),
+                                    .inherited = publication.lock});
+    std::string words;
+    std::istringstream lines(ended.output + ended.errors);
+    for (std::string line; std::getline(lines, line);) {
+      // Not an error: it is the file that morvik is to publish.
+      if (!line.empty() && !line.starts_with("A local copy of fru.txt is detected")) {
+        words += (words.empty() ? "" : " ") + line;
+      }
+    }
+    if (ended.isTimeUp) {
+      words += " (its time was up)";
+    } else if (ended.status != 0) {
+      words += " (status " + std::to_string(ended.status) + ")";
+    }
+    return harmless(words);
+  } catch (const std::system_error& failure) {
+    throw Failure(Status::badUse, failure.what());
+  }
+}
+
+}  // namespace run

@@ -1,0 +1,78 @@
+#include "report.h"
+
+#include <ctime>
+
+namespace run {
+
+namespace {
+
+Json countOf(const std::optional<Items>& items) {
+  return items ? Json(items->size()) : Json();
+}
+
+Json textOrNull(const std::string& text) {
+  return text.empty() ? Json() : Json(text);
+}
+
+// What there is at the end, or would be.
+const std::optional<Items>& endOf(const Report& report) {
+  return report.isCheck ? report.predicted : report.published;
+}
+
+}  // namespace
+
+Items Report::added() const {
+  const auto& end = endOf(*this);
+  return before && end ? missingFrom(*before, *end) : Items();
+}
+
+Items Report::removed() const {
+  const auto& end = endOf(*this);
+  return before && end ? missingFrom(*end, *before) : Items();
+}
+
+std::string timeText(Time time) {
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+  std::tm parts = {};
+  gmtime_r(&seconds, &parts);
+  char text[32];
+  const std::size_t size = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
+  return {text, size};
+}
+
+Json toJson(const Items& items) {
+  Json list = Json::array();
+  for (const Item& item : items) {
+    list.push_back({{"category", item.category},
+                    {"fruNumber", item.fruNumber},
+                    {"description", item.description},
+                    {"identifyingNumber", item.identifyingNumber}});
+  }
+  return list;
+}
+
+Json toJson(const Report& report) {
+  return {{"format", 1},
+          {"status", static_cast<int>(report.status)},
+          {"result", rowOf(report.status).word},
+          {"message", report.message},
+          {"notes", report.notes},
+          {"started", timeText(report.started)},
+          {"finished", timeText(report.finished)},
+          {"machineType", textOrNull(report.machineType)},
+          {"source", textOrNull(report.source)},
+          {"check", report.isCheck},
+          {"restored", report.isRestored},
+          {"entries",
+           {{"before", countOf(report.before)},
+            {"predicted", countOf(report.predicted)},
+            {"published", countOf(report.published)}}},
+          {"added", toJson(report.added())},
+          {"removed", toJson(report.removed())}};
+}
+
+std::string dump(const Json& json) {
+  return json.dump(-1, ' ', true, Json::error_handler_t::replace);
+}
+
+}  // namespace run

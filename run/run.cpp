@@ -1,0 +1,480 @@
+#include "run.h"
+
+#include <signal.h>  // NOLINT(modernize-deprecated-headers): <csignal> has no sigprocmask
+
+#include <algorithm>
+#include <ctime>
+#include <memory>
+#include <thread>
+#include <utility>
+
+#include "bring.h"
+#include "cim/client.h"
+#include "cim/machine.h"
+#include "entries.h"
+#include "history.h"
+#include "judge.h"
+#include "machine.h"
+#include "metrics.h"
+#include "publish.h"
+#include "state.h"
+#include "verify.h"
+
+using Pegasus::CIMClient;
+using Pegasus::CIMInstance;
+using Pegasus::Uint32;
+
+namespace run {
+
+namespace {
+
+// morvik.service gives a run 15 minutes. A request to the CIM server may take 20 seconds more than
+// there were.
+constexpr std::chrono::minutes runLimit{10};
+// For all files. The rest is for the CIM server.
+constexpr std::chrono::minutes bringLimit{4};
+// morvik takes about twice as long as the rehearsal, and publishing may be needed a second time.
+constexpr int rehearsalPart = 8;
+// A CIM server that a service manager starts again is back by then.
+constexpr int mostLooks = 3;
+constexpr std::chrono::seconds pauseBetweenLooks{2};
+
+// Entries are being replaced: whoever wants to end the run waits until they are whole.
+class SignalsHeld {
+ public:
+  SignalsHeld() {
+    sigset_t held;
+    sigemptyset(&held);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+      sigaddset(&held, signal);
+    }
+    sigprocmask(SIG_BLOCK, &held, &before_);
+  }
+  ~SignalsHeld() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsHeld(const SignalsHeld&) = delete;
+  SignalsHeld& operator=(const SignalsHeld&) = delete;
+  SignalsHeld(SignalsHeld&&) = delete;
+  SignalsHeld& operator=(SignalsHeld&&) = delete;
+
+ private:
+  sigset_t before_{};
+};
+
+std::string countWords(std::size_t count, const char* rest) {
+  return std::to_string(count) + (count == 1 ? " entry" : " entries") + rest;
+}
+
+// Some of the items, by number and category.
+std::string listWords(const Items& items) {
+  constexpr std::size_t most = 5;
+  std::string words;
+  for (std::size_t i = 0; i < std::min(items.size(), most); ++i) {
+    words += (i == 0 ? "" : ", ") + harmless(items[i].fruNumber) + " (" +
+             harmless(items[i].category) + ")";
+  }
+  return words +
+         (items.size() > most ? " and " + std::to_string(items.size() - most) + " more" : "");
+}
+
+// A data file that may be published.
+struct Candidate {
+  std::string address;
+  std::string text;
+  Version version;
+  // 0 if it is not signed.
+  std::int64_t signatureTime = 0;
+};
+
+class Run {
+ public:
+  Run(const Settings& settings, Report& report, MachineNames& names)
+      : settings_(settings),
+        report_(report),
+        names_(names),
+        deadline_(runLimit),
+        state_(settings.state) {}
+
+  // Throws Failure, and what the client throws.
+  void go();
+  // At the end, good or not.
+  void remember();
+
+ private:
+  void askMachine();
+  Candidate bring();
+  Candidate bringOnce(Bringer& bringer, const std::string& name, bool isFirst);
+  void verify(Bringer& bringer, const std::string& name, Candidate& candidate);
+  void judge(const Candidate& candidate);
+  void publish(const Candidate& candidate);
+  // Afterwards report_.published is what is published, and absent if that is unknown.
+  std::string publishOnce(const std::string& text, Deadline limit);
+  void look();
+  void restore(const Candidate& candidate, const std::string& reason);
+  // If the last run was interrupted, what it left is replaced.
+  void mend();
+  Good goodOf(const Candidate& candidate) const;
+
+  const Settings& settings_;
+  Report& report_;
+  MachineNames& names_;
+  Deadline deadline_;
+  State state_;
+  std::unique_ptr<CIMClient> client_;
+  show::Machine machine_;
+  // Of a good run.
+  std::optional<Good> good_;
+  // From the start of morvik until all is remembered.
+  std::optional<SignalsHeld> held_;
+};
+
+// --- the machine ---
+
+std::string serialOf(const CIMInstance& system) {
+  const auto position = system.findProperty("serialNumber");
+  return position == PEG_NOT_FOUND ? ""
+                                   : system.getProperty(position).getValue().toString().toUtf8();
+}
+
+void Run::askMachine() {
+  client_ = makeClient();
+  connectToLocalServer(*client_);
+  machine_ = show::readMachine(*client_);
+  const std::vector<show::Entry> entries = show::readEntries(*client_);
+  report_.before = ownItems(entries);
+  report_.published = report_.before;
+  const bool hasRehearsal =
+      std::any_of(entries.begin(), entries.end(), [](const show::Entry& entry) {
+        return entry.identifyingNumber && *entry.identifyingNumber == rehearsalNumber;
+      });
+  if (hasRehearsal && !settings_.isCheck) {
+    deleteRehearsals(*client_);
+  }
+  if (machine_.machineType) {
+    report_.machineType = machine_.machineType->toUtf8();
+  }
+  names_.type = report_.machineType;
+  if (!machine_.models.values.empty() && machine_.models.values[0]) {
+    names_.model = machine_.models.values[0]->toUtf8();
+  }
+  if (!settings_.metrics.empty()) {
+    const auto systems = readSystems(*client_);
+    names_.serial = systems.size() == 0 ? "" : serialOf(systems[0]);
+  }
+}
+
+// It becomes part of a file name, or of a URL.
+void checkMachineType(const show::Machine& machine, const std::string& type) {
+  if (type.empty()) {
+    throw Failure(Status::cimServer,
+                  "the CIM server does not give the machine type" +
+                      (machine.models.refusal ? ": " + harmless(machine.models.refusal->toUtf8())
+                                              : "; see morvik-show --machine"));
+  }
+  const bool isSafe = type.find_first_not_of(
+                          "0123456789abcdefghijklmnopqrstuvwxyz"
+                          "ABCDEFGHIJKLMNOPQRSTUVWXYZ-_.") == std::string::npos;
+  if (!isSafe) {
+    throw Failure(Status::cimServer, "the machine type '" + harmless(type) +
+                                         "' has other characters than letters, digits, -, _ and .");
+  }
+}
+
+// --- the data file ---
+
+Candidate Run::bring() {
+  const Deadline limit(std::min<Clock::duration>(bringLimit, deadline_.left()));
+  Bringer bringer(settings_, limit);
+  if (bringer.isByType()) {
+    checkMachineType(machine_, report_.machineType);
+  }
+  const std::string name = bringer.nameFor(report_.machineType);
+  report_.source = bringer.addressOf(name);
+  try {
+    return bringOnce(bringer, name, true);
+  } catch (const Failure& failure) {
+    // A maker who replaces files at this moment may have replaced only some of them.
+    if (settings_.keyring.empty() || failure.status() != Status::refused ||
+        limit.left() <= settings_.retryPause) {
+      throw;
+    }
+  }
+  std::this_thread::sleep_for(settings_.retryPause);
+  return bringOnce(bringer, name, false);
+}
+
+Candidate Run::bringOnce(Bringer& bringer, const std::string& name, bool isFirst) {
+  Candidate candidate;
+  candidate.address = report_.source;
+  const auto& good = state_.good();
+  const bool isKnown = isFirst && good && good->source == candidate.address && !good->text.empty();
+  Brought brought = bringer.bring(name, isKnown ? std::optional(good->version) : std::nullopt);
+  candidate.text = brought.isUnchanged ? good->text : std::move(brought.text);
+  candidate.version = brought.isUnchanged ? good->version : brought.version;
+  if (!settings_.keyring.empty()) {
+    verify(bringer, name, candidate);
+  }
+  return candidate;
+}
+
+void Run::verify(Bringer& bringer, const std::string& name, Candidate& candidate) {
+  try {
+    const std::string sums = bringer.bring("SHA256SUMS").text;
+    const std::string signed_ = bringer.bring("SHA256SUMS.gpg").text;
+    const Signature signature =
+        checkSignature(sums, signed_, settings_.keyring, state_.emptyWorkDirectory(), deadline_);
+    checkSum(sums, name, candidate.text);
+    candidate.signatureTime = signature.time;
+    const std::int64_t last = state_.good() ? state_.good()->signatureTime : 0;
+    if (signature.time < last && !settings_.isForced) {
+      const auto timeOf = [](std::int64_t seconds) {
+        return timeText(std::chrono::system_clock::from_time_t(seconds));
+      };
+      throw Failure(Status::refused, "it was signed at " + timeOf(signature.time) +
+                                         ", but the last good one at " + timeOf(last) +
+                                         "; use --force if that is right");
+    }
+  } catch (const Failure& failure) {
+    // A file without a signature is not a missing file.
+    const Status status = failure.status() == Status::noFile ? Status::refused : failure.status();
+    throw Failure(status, candidate.address + " cannot be verified: " + failure.what());
+  }
+}
+
+void Run::judge(const Candidate& candidate) {
+  const auto& good = state_.good();
+  try {
+    checkForm(candidate.text);
+    report_.predicted = predict(candidate.text, *client_, machine_, deadline_);
+    const std::size_t before = good && good->entries > 0 ? good->entries : report_.before->size();
+    checkShare(report_.predicted->size(), before, settings_.isForced ? 0 : settings_.minShare);
+  } catch (const Failure& failure) {
+    if (failure.status() != Status::refused) {
+      throw;
+    }
+    throw Failure(Status::refused, candidate.address + " is refused: " + failure.what());
+  }
+}
+
+Good Run::goodOf(const Candidate& candidate) const {
+  Good good;
+  good.source = candidate.address;
+  good.text = candidate.text;
+  good.entries = report_.predicted->size();
+  good.version = candidate.version;
+  // An older one has been accepted by force, and is the measure from now on.
+  good.signatureTime = candidate.signatureTime != 0 ? candidate.signatureTime
+                       : state_.good()              ? state_.good()->signatureTime
+                                                    : 0;
+  return good;
+}
+
+// --- publishing ---
+
+std::string Run::publishOnce(const std::string& text, Deadline limit) {
+  const bool byName = mustDeleteByName(*client_);
+  report_.published.reset();
+  if (byName) {
+    report_.notes.push_back("deleted " + countWords(deleteByName(*client_), " ") +
+                            "by name, because the CIM server has no GetProperty for them");
+  }
+  std::string words = runMorvik({.morvik = settings_.morvik,
+                                 .directory = state_.emptyWorkDirectory(),
+                                 .text = text,
+                                 .lock = state_.lock()},
+                                limit);
+  look();
+  return words;
+}
+
+void Run::look() {
+  for (int looks = 1;; ++looks) {
+    try {
+      client_ = makeClient();
+      connectToLocalServer(*client_);
+      report_.published = ownItems(show::readEntries(*client_));
+      return;
+    } catch (const Pegasus::Exception& error) {
+      if (looks == mostLooks || deadline_.left() <= pauseBetweenLooks) {
+        throw Failure(Status::cimServer,
+                      std::string("cannot look at what is published: ") + harmless(error.what()));
+      }
+    }
+    std::this_thread::sleep_for(pauseBetweenLooks);
+  }
+}
+
+void Run::publish(const Candidate& candidate) {
+  rehearse(*client_, *report_.predicted, Deadline(deadline_.left() / rehearsalPart));
+  mustDeleteByName(*client_);
+  held_.emplace();
+  state_.beginPublishing();
+  const std::string words = publishOnce(candidate.text, Deadline(deadline_.left() / 2));
+  if (report_.published != report_.predicted) {
+    const Items missing = missingFrom(*report_.published, *report_.predicted);
+    const Items others = missingFrom(*report_.predicted, *report_.published);
+    std::string reason;
+    reason += missing.empty() ? "" : "not published: " + listWords(missing);
+    reason += missing.empty() || others.empty() ? "" : "; ";
+    reason += others.empty() ? "" : "published, but not predicted: " + listWords(others);
+    reason += words.empty() ? "" : "; morvik said: " + words;
+    restore(candidate, reason);
+  }
+  state_.endPublishing();
+}
+
+// The new file once more if there is no other: a CIM server that was started again meanwhile takes
+// it now.
+void Run::restore(const Candidate& candidate, const std::string& reason) {
+  const auto& good = state_.good();
+  const bool hasGood = good && !good->text.empty();
+  const std::string& text = hasGood ? good->text : candidate.text;
+  const Items expected = predict(text, *client_, machine_, deadline_);
+  if (*report_.published != expected) {
+    publishOnce(text, Deadline(deadline_.left()));
+  }
+  const bool isWhole = *report_.published == expected;
+  if (isWhole) {
+    state_.endPublishing();
+  }
+  if (report_.published == report_.predicted) {
+    report_.notes.push_back("published in a second try; in the first, " + reason);
+    return;
+  }
+  report_.isRestored = hasGood && isWhole;
+  throw Failure(Status::notAsPredicted,
+                report_.source + ": " + reason +
+                    (report_.isRestored ? "; the last good entries are published again"
+                                        : "; the last good entries could not be published again"));
+}
+
+void Run::mend() {
+  const auto& good = state_.good();
+  if (!state_.isInterrupted() || settings_.isCheck || !report_.published || !good ||
+      good->text.empty()) {
+    return;
+  }
+  try {
+    const Items expected = predict(good->text, *client_, machine_, deadline_);
+    held_.emplace();
+    if (*report_.published != expected) {
+      publishOnce(good->text, deadline_);
+      report_.isRestored = *report_.published == expected;
+    }
+    if (*report_.published == expected) {
+      state_.endPublishing();
+      report_.notes.emplace_back(
+          "an earlier run was interrupted: the last good entries are published again");
+    }
+  } catch (const std::exception& error) {
+    report_.notes.push_back(
+        std::string("an earlier run was interrupted, and its entries cannot be replaced: ") +
+        harmless(error.what()));
+  }
+}
+
+// --- the order ---
+
+std::string goodWords(const Report& report) {
+  const std::string what = countWords(report.predicted->size(), " of ") + report.source;
+  const std::string added = std::to_string(report.added().size());
+  const std::string removed = std::to_string(report.removed().size());
+  if (report.isCheck) {
+    return "would publish " + what + ": " + added + " to add, " + removed + " to remove";
+  }
+  return report.before == report.published
+             ? what + " are published, nothing has changed"
+             : "published " + what + ": " + added + " added, " + removed + " removed";
+}
+
+void Run::go() {
+  askMachine();
+  try {
+    const Candidate candidate = bring();
+    judge(candidate);
+    if (!settings_.isCheck) {
+      if (report_.before == report_.predicted) {
+        state_.endPublishing();
+      } else {
+        publish(candidate);
+      }
+      good_ = goodOf(candidate);
+    }
+    report_.message = goodWords(report_);
+  } catch (const Failure& failure) {
+    // After the rest, morvik has not run, and an earlier run may have been interrupted.
+    if (failure.status() != Status::notAsPredicted) {
+      mend();
+    }
+    if (failure.status() != Status::noFile) {
+      throw;
+    }
+    const std::string words =
+        "no data file for machine type " + report_.machineType + ": " + failure.what();
+    if (!settings_.isMissingGood) {
+      throw Failure(Status::noFile, words);
+    }
+    good_ = state_.good().value_or(Good());
+    report_.message = words;
+  }
+}
+
+void Run::remember() {
+  if (settings_.isCheck) {
+    return;
+  }
+  if (good_) {
+    good_->finished = timeText(report_.finished);
+  }
+  try {
+    state_.remember(report_, good_);
+  } catch (const Failure& failure) {
+    report_.notes.emplace_back(failure.what());
+    report_.status = report_.status == Status::good ? Status::badUse : report_.status;
+  }
+  if (!settings_.metrics.empty()) {
+    const auto lastSuccess =
+        state_.good() ? show::timeIn(state_.good()->finished) : std::optional<Time>();
+    try {
+      writeAtomically(settings_.metrics, metricsText(report_, names_, lastSuccess));
+    } catch (const Failure& failure) {
+      report_.notes.emplace_back(failure.what());
+    }
+  }
+}
+
+void fail(Report& report, Status status, const std::string& words) {
+  report.status = status;
+  report.message = words;
+  if (report.published && !report.published->empty() && status != Status::notAsPredicted) {
+    report.message +=
+        "; " + countWords(report.published->size(),
+                          report.published->size() == 1 ? " stays published" : " stay published");
+  }
+}
+
+}  // namespace
+
+Report run(const Settings& settings) {
+  Report report;
+  report.started = std::chrono::system_clock::now();
+  report.isCheck = settings.isCheck;
+  MachineNames names;
+  std::unique_ptr<Run> run;
+  try {
+    run = std::make_unique<Run>(settings, report, names);
+    run->go();
+  } catch (const Failure& failure) {
+    fail(report, failure.status(), failure.what());
+  } catch (const Pegasus::Exception& error) {
+    fail(report, Status::cimServer, harmless(error.what()));
+  } catch (const std::exception& error) {
+    fail(report, Status::badUse, harmless(error.what()));
+  }
+  report.finished = std::chrono::system_clock::now();
+  if (run) {
+    run->remember();
+  }
+  return report;
+}
+
+}  // namespace run

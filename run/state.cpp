@@ -1,0 +1,277 @@
+#include "state.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <deque>
+#include <filesystem>
+#include <sstream>
+#include <system_error>
+#include <utility>
+
+#include "history.h"
+#include "verify.h"
+
+namespace run {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* goodFile = "fru.good.txt";
+constexpr const char* markerFile = "publishing";
+// Two data files, status and history at their largest, and the scripts of morvik.
+constexpr off_t roomNeeded = 4194304;
+// Some years of a list that changes every other week.
+constexpr std::size_t mostHistoryLines = 200;
+constexpr std::size_t mostHistoryBytes = 1048576;
+// More than this program writes is not its own.
+constexpr std::size_t mostStatusBytes = 16777216;
+
+[[noreturn]] void fail(const std::string& what, int error) {
+  throw Failure(Status::badUse, what + ": " + std::generic_category().message(error));
+}
+
+// Closed at the end of its scope.
+class File {
+ public:
+  File(const std::string& path, int flags)
+      : number_(open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, 0644)), path_(path) {
+    if (number_ < 0) {
+      fail("cannot write " + path_, errno);
+    }
+  }
+  ~File() { close(number_); }
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+  File(File&&) = delete;
+  File& operator=(File&&) = delete;
+
+  int number() const { return number_; }
+
+  void write(const std::string& text) const {
+    for (std::size_t done = 0; done < text.size();) {
+      const ssize_t written = ::write(number_, text.data() + done, text.size() - done);
+      if (written < 0 && errno != EINTR) {
+        fail("cannot write " + path_, errno);
+      }
+      done += written < 0 ? 0 : static_cast<std::size_t>(written);
+    }
+  }
+
+  void makeDurable() const {
+    if (fsync(number_) != 0) {
+      fail("cannot write " + path_, errno);
+    }
+  }
+
+ private:
+  int number_;
+  std::string path_;
+};
+
+void makeDirectoryDurable(const fs::path& directory) {
+  const File file(directory, O_RDONLY | O_DIRECTORY);
+  file.makeDurable();
+}
+
+// Deletes the file again if it could not be written: what is left of it may be most of a full disk.
+class Temporary {
+ public:
+  explicit Temporary(std::string path) : path_(std::move(path)) {}
+  ~Temporary() { unlink(path_.c_str()); }
+  Temporary(const Temporary&) = delete;
+  Temporary& operator=(const Temporary&) = delete;
+  Temporary(Temporary&&) = delete;
+  Temporary& operator=(Temporary&&) = delete;
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+std::string textOf(const Json& object, const char* member) {
+  const auto found = object.find(member);
+  return found != object.end() && found->is_string() ? found->get<std::string>() : "";
+}
+
+std::int64_t numberOf(const Json& object, const char* member) {
+  const auto found = object.find(member);
+  return found != object.end() && found->is_number_integer() ? found->get<std::int64_t>() : 0;
+}
+
+Json toJson(const Good& good) {
+  return {{"finished", good.finished},
+          {"source", good.source},
+          {"entries", good.entries},
+          {"sha256", good.text.empty() ? "" : sha256(good.text)},
+          {"etag", good.version.etag},
+          {"lastModified", good.version.lastModified},
+          {"signatureTime", good.signatureTime}};
+}
+
+std::string readIfThere(const std::string& path) {
+  try {
+    return readWholeFile(path, mostStatusBytes);
+  } catch (const std::system_error&) {
+    return "";
+  }
+}
+
+}  // namespace
+
+void writeAtomically(const std::string& path, const std::string& text) {
+  const Temporary temporary(path + ".tmp");
+  {
+    const File file(temporary.path(), O_WRONLY | O_CREAT | O_TRUNC);
+    fchmod(file.number(), 0644);  // whatever the umask of the service is
+    file.write(text);
+    file.makeDurable();
+  }
+  if (rename(temporary.path().c_str(), path.c_str()) != 0) {
+    fail("cannot write " + path, errno);
+  }
+  makeDirectoryDurable(fs::path(path).parent_path());
+}
+
+State::State(std::string directory) : directory_(std::move(directory)) {
+  std::error_code error;
+  fs::create_directories(directory_, error);
+  struct stat status = {};
+  if (error || stat(directory_.c_str(), &status) != 0) {
+    fail("cannot use the state directory " + directory_, error ? error.value() : errno);
+  }
+  if ((status.st_mode & S_IWOTH) != 0) {
+    throw Failure(Status::badUse, "everybody can write to the state directory " + directory_);
+  }
+  lock_ = open(pathOf("lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+  if (lock_ < 0) {
+    fail("cannot use the state directory " + directory_, errno);
+  }
+  if (flock(lock_, LOCK_EX | LOCK_NB) != 0) {
+    const int reason = errno;
+    close(lock_);
+    if (reason != EWOULDBLOCK) {
+      fail("cannot lock the state directory " + directory_, reason);
+    }
+    throw Failure(Status::badUse, "another run is using the state directory " + directory_);
+  }
+  try {
+    readStatus();
+  } catch (...) {
+    close(lock_);
+    throw;
+  }
+}
+
+State::~State() {
+  close(lock_);
+}
+
+std::string State::emptyWorkDirectory() const {
+  const std::string work = pathOf("work");
+  std::error_code error;
+  fs::remove_all(work, error);
+  if (!error) {
+    fs::create_directory(work, error);
+  }
+  if (error) {
+    fail("cannot use " + work, error.value());
+  }
+  return work;
+}
+
+void State::readStatus() {
+  const Json status = Json::parse(readIfThere(pathOf(show::statusFile)), nullptr, false);
+  const auto found = status.is_object() ? status.find("good") : status.end();
+  if (!status.is_object() || found == status.end() || !found->is_object()) {
+    return;
+  }
+  good_.emplace();
+  good_->finished = textOf(*found, "finished");
+  good_->signatureTime = numberOf(*found, "signatureTime");
+  good_->text = readIfThere(pathOf(goodFile));
+  // Another one is there if a run has ended between the two files: good, but unknown otherwise.
+  if (good_->text.empty() || sha256(good_->text) != textOf(*found, "sha256")) {
+    return;
+  }
+  good_->source = textOf(*found, "source");
+  good_->entries = static_cast<std::size_t>(std::max<std::int64_t>(numberOf(*found, "entries"), 0));
+  good_->version = {textOf(*found, "etag"), textOf(*found, "lastModified")};
+}
+
+bool State::isInterrupted() const {
+  std::error_code error;
+  return fs::exists(pathOf(markerFile), error);
+}
+
+void State::beginPublishing() const {
+  {
+    const Temporary reserve(pathOf("reserve.tmp"));
+    const File file(reserve.path(), O_WRONLY | O_CREAT | O_TRUNC);
+    const int error = posix_fallocate(file.number(), 0, roomNeeded);
+    if (error != 0 && error != EOPNOTSUPP && error != EINVAL) {
+      fail("no room in the state directory " + directory_, error);
+    }
+  }
+  writeAtomically(pathOf(markerFile), "");
+}
+
+void State::endPublishing() const {
+  std::error_code error;
+  if (!fs::exists(pathOf(markerFile), error)) {
+    return;
+  }
+  fs::remove(pathOf(markerFile), error);
+  if (error) {
+    fail("cannot remove " + pathOf(markerFile), error.value());
+  }
+  makeDirectoryDurable(directory_);
+}
+
+void State::addHistory(const Report& report) const {
+  std::istringstream old(readIfThere(pathOf(show::historyFile)));
+  std::deque<std::string> lines;
+  for (std::string line; std::getline(old, line);) {
+    lines.push_back(line);
+  }
+  lines.push_back(dump(Json{{"format", 1},
+                            {"time", timeText(report.finished)},
+                            {"source", report.source},
+                            {"added", toJson(report.added())},
+                            {"removed", toJson(report.removed())}}));
+  std::size_t bytes = 0;
+  for (const std::string& line : lines) {
+    bytes += line.size() + 1;
+  }
+  while (lines.size() > mostHistoryLines || (bytes > mostHistoryBytes && lines.size() > 1)) {
+    bytes -= lines.front().size() + 1;
+    lines.pop_front();
+  }
+  std::string text;
+  for (const std::string& line : lines) {
+    text += line + "\n";
+  }
+  writeAtomically(pathOf(show::historyFile), text);
+}
+
+void State::remember(const Report& report, const std::optional<Good>& good) {
+  if (good) {
+    if (!good->text.empty() && (!good_ || good_->text != good->text)) {
+      writeAtomically(pathOf(goodFile), good->text);
+    }
+    good_ = good;
+  }
+  if (!report.added().empty() || !report.removed().empty()) {
+    addHistory(report);
+  }
+  writeAtomically(pathOf(show::statusFile), dump(Json{{"format", 1},
+                                                      {"last", run::toJson(report)},
+                                                      {"good", good_ ? toJson(*good_) : Json()}}) +
+                                                "\n");
+}
+
+}  // namespace run

@@ -1,0 +1,80 @@
+// The state directory: what is remembered from run to run, and where a run works.
+//
+//     lock           held during a run
+//     work/          emptied by each run
+//     status.json    the last run, and the last good one
+//     fru.good.txt   the data file of the last good run
+//     history.jsonl  one line for each change of the published entries, the newest last
+//     publishing     exists from before morvik starts until what it has published has been looked
+//     at
+//
+// A file is either as it was or as it is to be: it is written under another name, made durable, and
+// renamed.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "bring.h"
+#include "report.h"
+
+namespace run {
+
+// The last good run.
+struct Good {
+  // As in timeText().
+  std::string finished;
+  // The rest is about the data file. Empty if there was none.
+  std::string source;
+  std::string text;
+  std::size_t entries = 0;
+  Version version;
+  // The newest that was seen; 0 for none. Kept while files are not signed.
+  std::int64_t signatureTime = 0;
+};
+
+class State {
+ public:
+  // Makes the directory if it is missing, and locks it until the end of this or of a program that
+  // has inherited lock(). Throws Failure(badUse) if it cannot be used, or is locked.
+  explicit State(std::string directory);
+  ~State();
+  State(const State&) = delete;
+  State& operator=(const State&) = delete;
+  State(State&&) = delete;
+  State& operator=(State&&) = delete;
+
+  int lock() const { return lock_; }
+  // An empty directory. Throws Failure(badUse).
+  std::string emptyWorkDirectory() const;
+
+  // Absent before the first good run, and if the files are damaged.
+  const std::optional<Good>& good() const { return good_; }
+  // Whether a run has ended between the start of morvik and the look at the outcome.
+  bool isInterrupted() const;
+
+  // Before morvik starts, and after what is published is known to be whole. The first also makes
+  // sure that there is room for what remember() will write. Both throw Failure(badUse).
+  void beginPublishing() const;
+  void endPublishing() const;
+
+  // Writes status.json, and after a good run fru.good.txt; history.jsonl if the entries have
+  // changed. `good` is absent unless the run was good. Throws Failure(badUse).
+  void remember(const Report& report, const std::optional<Good>& good);
+
+ private:
+  std::string directory_;
+  int lock_ = -1;
+  std::optional<Good> good_;
+
+  std::string pathOf(const char* name) const { return directory_ + "/" + name; }
+  void readStatus();
+  void addHistory(const Report& report) const;
+};
+
+// Replaces the file at once, and makes it durable. Readable by everybody. The name with ".tmp" is
+// used meanwhile. Throws Failure(badUse).
+void writeAtomically(const std::string& path, const std::string& text);
+
+}  // namespace run

@@ -1,0 +1,185 @@
+#include "verify.h"
+
+#include <openssl/evp.h>
+
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <sstream>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "bring.h"
+#include "process.h"
+
+namespace run {
+
+namespace {
+
+// gpgv takes a fraction of a second.
+constexpr std::chrono::seconds gpgvLimit{30};
+constexpr std::size_t sumDigits = 64;
+
+[[noreturn]] void refuse(const std::string& words) {
+  throw Failure(Status::refused, words);
+}
+
+std::vector<std::string> wordsIn(const std::string& line) {
+  std::istringstream text(line);
+  std::vector<std::string> words;
+  for (std::string word; text >> word;) {
+    words.push_back(word);
+  }
+  return words;
+}
+
+// "SUM  NAME", or "SUM *NAME" for what sha256sum calls binary; a name may begin with "./".
+std::optional<std::string> sumIn(const std::string& line, const std::string& name) {
+  if (line.size() < sumDigits + 3 || line[sumDigits] != ' ' ||
+      (line[sumDigits + 1] != ' ' && line[sumDigits + 1] != '*')) {
+    return std::nullopt;
+  }
+  std::string_view own = std::string_view(line).substr(sumDigits + 2);
+  own.remove_prefix(own.starts_with("./") ? 2 : 0);
+  own.remove_suffix(own.ends_with('\r') ? 1 : 0);
+  return own == name ? std::optional(line.substr(0, sumDigits)) : std::nullopt;
+}
+
+void write(const std::filesystem::path& path, const std::string& text) {
+  std::ofstream file(path, std::ios::binary);
+  file << text;
+  file.close();
+  if (!file) {
+    throw Failure(Status::badUse, "cannot write " + path.string() + ": " +
+                                      std::error_code(errno, std::generic_category()).message());
+  }
+}
+
+void checkKeyring(const std::string& keyring) {
+  constexpr std::size_t mostBytes = 16777216;
+  try {
+    if (readWholeFile(keyring, mostBytes).starts_with("-----BEGIN")) {
+      throw Failure(Status::badUse, "MORVIK_KEYRING: " + harmless(keyring) +
+                                        " is armored; convert it with gpg --dearmor");
+    }
+  } catch (const std::system_error& error) {
+    throw Failure(Status::badUse, "MORVIK_KEYRING: cannot read " + harmless(keyring) + ": " +
+                                      error.code().message());
+  }
+}
+
+// What is wrong with a signature, by the keyword of its status line.
+const char* faultOf(const std::string& keyword) {
+  constexpr std::array<std::array<const char*, 2>, 7> faults{
+      {{"BADSIG", "the signature does not fit the list"},
+       {"EXPKEYSIG", "the key that signed has expired"},
+       {"EXPSIG", "the signature has expired"},
+       {"REVKEYSIG", "the key that signed is revoked"},
+       {"NO_PUBKEY", "the key that signed is not in the keyring"},
+       {"ERRSIG", "the signature cannot be checked"},
+       {"NODATA", "there is no signature in SHA256SUMS.gpg"}}};
+  for (const auto& [word, fault] : faults) {
+    if (keyword == word) {
+      return fault;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+std::string sha256(const std::string& text) {
+  std::array<unsigned char, EVP_MAX_MD_SIZE> sum{};
+  unsigned size = 0;
+  if (EVP_Digest(text.data(), text.size(), sum.data(), &size, EVP_sha256(), nullptr) != 1) {
+    throw std::runtime_error("cannot compute SHA-256");
+  }
+  std::string digits;
+  for (unsigned i = 0; i < size; ++i) {
+    constexpr std::string_view all = "0123456789abcdef";
+    digits += all[sum.at(i) >> 4U];
+    digits += all[sum.at(i) & 0xFU];
+  }
+  return digits;
+}
+
+void checkSum(const std::string& sums, const std::string& name, const std::string& text) {
+  std::istringstream lines(sums);
+  std::optional<std::string> wanted;
+  for (std::string line; std::getline(lines, line);) {
+    const auto sum = sumIn(line, name);
+    if (sum && wanted && *sum != *wanted) {
+      refuse("SHA256SUMS has two sums for " + harmless(name));
+    }
+    wanted = sum ? sum : wanted;
+  }
+  if (!wanted) {
+    refuse("SHA256SUMS has no sum for " + harmless(name));
+  }
+  if (sha256(text) != *wanted) {
+    refuse("the sum of " + harmless(name) + " is not that in SHA256SUMS");
+  }
+}
+
+Signature readStatus(const std::string& statusLines) {
+  std::istringstream lines(statusLines);
+  bool isGood = false;  // the signature that the lines are about
+  std::optional<Signature> signature;
+  const char* fault = nullptr;
+  for (std::string line; std::getline(lines, line);) {
+    const std::vector<std::string> words = wordsIn(line);
+    if (words.size() < 2 || words[0] != "[GNUPG:]") {
+      continue;
+    }
+    if (words[1] == "NEWSIG") {
+      isGood = false;
+    } else if (words[1] == "GOODSIG") {
+      isGood = true;
+    } else if (words[1] == "VALIDSIG" && isGood && words.size() > 4) {
+      // Fingerprint, date, time.
+      Signature found{0, words[2]};
+      const std::string& time = words[4];
+      const auto parsed = std::from_chars(time.data(), time.data() + time.size(), found.time);
+      if (parsed.ec == std::errc() && (!signature || signature->time < found.time)) {
+        signature = found;
+      }
+    } else if (const char* own = faultOf(words[1])) {
+      if (words[1] == "BADSIG") {
+        refuse(own);
+      }
+      // The first names the cause; ERRSIG follows with NO_PUBKEY.
+      fault = fault == nullptr || words[1] == "NO_PUBKEY" ? own : fault;
+    }
+  }
+  if (!signature) {
+    refuse(fault == nullptr ? "gpgv does not accept the signature" : fault);
+  }
+  return *signature;
+}
+
+Signature checkSignature(const std::string& sums, const std::string& signature,
+                         const std::string& keyring, const std::string& directory,
+                         const Deadline& deadline) {
+  checkKeyring(keyring);
+  const std::filesystem::path place = directory;
+  write(place / "SHA256SUMS", sums);
+  write(place / "SHA256SUMS.gpg", signature);
+  Ended ended;
+  try {
+    ended =
+        runProgram({.words = {"gpgv", "--homedir", directory, "--status-fd", "1", "--weak-digest",
+                              "SHA1", "--keyring", keyring, "SHA256SUMS.gpg", "SHA256SUMS"},
+                    .directory = directory,
+                    .programs = "",
+                    .limit = std::min<std::chrono::milliseconds>(deadline.left(), gpgvLimit)});
+  } catch (const std::system_error& error) {
+    throw Failure(Status::badUse, std::string(error.what()) + " (is the package gpgv installed?)");
+  }
+  return readStatus(ended.output);
+}
+
+}  // namespace run

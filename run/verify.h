@@ -1,0 +1,35 @@
+// Whether a data file is one that the keys of a keyring have signed: by a list of SHA-256 sums,
+// SHA256SUMS, and its detached signature, SHA256SUMS.gpg.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "outcome.h"
+
+namespace run {
+
+// Of these bytes: 64 lower-case hexadecimal digits.
+std::string sha256(const std::string& text);
+
+// Throws Failure(refused) if the list does not have this sum under this name.
+void checkSum(const std::string& sums, const std::string& name, const std::string& text);
+
+struct Signature {
+  // Both signed: the list itself, and when, in seconds since 1970.
+  std::int64_t time = 0;
+  // The fingerprint of the key.
+  std::string key;
+};
+
+// What the status lines of gpgv say. Throws Failure(refused) unless one signature is good, by a key
+// that is neither expired nor revoked, and none is bad.
+Signature readStatus(const std::string& statusLines);
+
+// Has gpgv check the signature against the keyring. Both files are written into the directory.
+// Throws Failure: refused, or badUse if gpgv or the keyring cannot be used.
+Signature checkSignature(const std::string& sums, const std::string& signature,
+                         const std::string& keyring, const std::string& directory,
+                         const Deadline& deadline);
+
+}  // namespace run

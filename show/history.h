@@ -1,0 +1,32 @@
+// What morvik-run has left in its state directory: how its last runs went, and what they changed.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <ostream>
+#include <string>
+
+#include "text.h"
+
+namespace show {
+
+// The names of the files there.
+inline constexpr const char* statusFile = "status.json";
+inline constexpr const char* historyFile = "history.jsonl";
+
+// Of a text such as "2026-11-22T02:00:00Z"; absent for any other.
+std::optional<std::chrono::system_clock::time_point> timeIn(const std::string& text);
+
+// What people should know about the last runs: that none was good for more than two days before
+// `now`. Nothing if there is no status file, or it cannot be read: morvik may be run by other
+// means.
+std::optional<std::string> noteAbout(const std::string& stateDirectory,
+                                     std::chrono::system_clock::time_point now);
+
+// Writes the changes, the newest last, and returns how many there are. As JSON, an object with the
+// list of them. Lines that cannot be read are left out. Throws std::runtime_error if there is no
+// history.
+std::size_t writeHistory(std::ostream& out, const Terminal& terminal,
+                         const std::string& stateDirectory, bool isJson);
+
+}  // namespace show
