@@ -105,6 +105,12 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
                  "of the store, or nobody)")
       ->type_name("NAME")
       ->check(CLI::Validator(checkNotEmpty, ""));
+  std::string recover;
+  app.add_option("--recover", recover,
+                 "Write what is readable of this damaged store to STORE.recovered, list what is "
+                 "not, and exit")
+      ->type_name("STORE")
+      ->check(CLI::Validator(checkNotEmpty, ""));
   app.add_flag("--check", options.isCheck, "Load everything, report, and exit");
   std::string level = "info";
   app.add_option("--log-level", level, "Log verbosity: error, warning, info or debug")
@@ -115,7 +121,7 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
   try {
     app.parse(argc, argv);
     // Not left to the parser, which would miss it before it saw an option that does not exist.
-    if (files.empty()) {
+    if (files.empty() && recover.empty()) {
       throw CLI::RequiredError("FILE");
     }
   } catch (const CLI::ParseError& error) {
@@ -134,6 +140,7 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
   options.includeDirectories.assign(directories.begin(), directories.end());
   setIfGiven(options.recordedTables, recorded);
   setIfGiven(options.store, store);
+  setIfGiven(options.recover, recover);
   setIfGiven(options.user, user);
   options.isHost = options.isHost || options.recordedTables;
   options.logLevel = parseLevel(level);

@@ -29,6 +29,8 @@ struct Options {
   std::optional<std::filesystem::path> store;
   // The account to run as, when started as root.
   std::optional<std::string> user;
+  // The damaged store to recover, instead of serving anything.
+  std::optional<std::filesystem::path> recover;
   // Load everything, report, and exit.
   bool isCheck = false;
   LogLevel logLevel = LogLevel::info;

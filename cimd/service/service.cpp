@@ -3,7 +3,9 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/address.hpp>
 #include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/system/system_error.hpp>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <iostream>
@@ -20,6 +22,7 @@
 #include "service/notification.h"
 #include "service/privileges.h"
 #include "service/published_instances.h"
+#include "store/recovery.h"
 #include "store/store_file.h"
 
 namespace cimd {
@@ -27,6 +30,7 @@ namespace cimd {
 namespace {
 
 namespace asio = boost::asio;
+namespace fs = std::filesystem;
 using asio::ip::tcp;
 
 std::string describe(const Repository& repository) {
@@ -59,7 +63,7 @@ class Service {
         log_(log),
         configuration_(options.files, options.includeDirectories, std::move(hostBytes), log),
         repository_(configuration_.load()),
-        published_(storeToOpen(options), log) {
+        published_(storeToOpen(options), log, [this] { returnSpaceLater(afterChange); }) {
     published_.restore(repository_, nullptr);
     log_.debug("serving " + describe(repository_));
   }
@@ -109,6 +113,21 @@ class Service {
     });
   }
 
+  // A while after a change, so that a run of many changes is not slowed down; then part by part.
+  void returnSpaceLater(std::chrono::milliseconds delay) {
+    if (isReturningSpace_) {
+      return;
+    }
+    isReturningSpace_ = true;
+    spaceTimer_.expires_after(delay);
+    spaceTimer_.async_wait([this](boost::system::error_code error) {
+      isReturningSpace_ = false;
+      if (!error && published_.returnSpace()) {
+        returnSpaceLater(betweenParts);
+      }
+    });
+  }
+
   // What is served stays as it is unless everything new is good.
   void reload() {
     try {
@@ -121,12 +140,17 @@ class Service {
     }
   }
 
+  static constexpr std::chrono::milliseconds afterChange{1000};
+  static constexpr std::chrono::milliseconds betweenParts{10};
+
   const Options& options_;
   const Log& log_;
   asio::io_context io_{1};
   // First, so that a signal that comes while the rest is loaded is not lost.
   asio::signal_set ends_{io_, SIGTERM, SIGINT};
   asio::signal_set reload_{io_, SIGHUP};
+  asio::steady_timer spaceTimer_{io_};
+  bool isReturningSpace_ = false;
   Configuration configuration_;
   Repository repository_;
   PublishedInstances published_;
@@ -134,9 +158,36 @@ class Service {
 
 }  // namespace
 
+namespace {
+
+void recover(const fs::path& store) {
+  fs::path target = store;
+  target += ".recovered";
+  const Recovery recovery = recoverStore(store, target);
+  std::cout << recovery.instances << " instances written to " << target.string() << '\n';
+  if (!recovery.unreadable.empty()) {
+    std::cout << "cannot be read:\n";
+  }
+  for (const std::string& line : recovery.unreadable) {
+    std::cout << "  " << line << '\n';
+  }
+  // SQLite would apply the journal of the damaged store to a file that is put in its place.
+  std::cout << "to use it, remove " << store.string() << " and " << store.string()
+            << "-journal, and rename it" << std::endl;
+}
+
+}  // namespace
+
 ExitStatus serve(const Options& options) {
   const Log log(options.logLevel);
   try {
+    if (options.recover) {
+      Options access = options;
+      access.store = options.recover;
+      giveUpRoot(access, log);
+      recover(*options.recover);
+      return ExitStatus::ok;
+    }
     // Only reading the tables of the host takes root.
     auto hostBytes = readHost(options);
     giveUpRoot(options, log);

@@ -3,14 +3,12 @@
 #include <Pegasus/Common/Exception.h>
 #include <utf8.h>
 
-#include <initializer_list>
 #include <iterator>
 #include <optional>
 #include <utility>
 
 #include "model/errors.h"
 #include "model/names.h"
-#include "store/store_file.h"
 
 namespace cimd {
 
@@ -25,7 +23,11 @@ constexpr const char* putText =
     "ON CONFLICT (namespace, key) DO UPDATE SET namespace = excluded.namespace, "
     "class = excluded.class, instance = excluded.instance, checksum = excluded.checksum";
 constexpr const char* removeText = "DELETE FROM instance WHERE namespace = ? AND key = ?";
-constexpr const char* findText = "SELECT id FROM instance WHERE namespace = ? AND key = ?";
+constexpr const char* findText =
+    "SELECT id, class, instance, checksum FROM instance WHERE namespace = ? AND key = ?";
+constexpr const char* putBackText =
+    "INSERT INTO instance (namespace, key, id, class, instance, checksum) "
+    "VALUES (?, ?, ?, ?, ?, ?)";
 constexpr const char* setAsideText =
     "INSERT INTO set_aside (at, namespace, key, class, instance, checksum) "
     "SELECT datetime('now'), namespace, key, class, instance, checksum FROM instance WHERE id = ?";
@@ -49,33 +51,6 @@ std::string encodeText(std::u16string_view text) {
   return bytes;
 }
 
-// FNV-1a over the texts in this order: a change of any one byte changes the result. SQLite's own
-// check covers the structure of the file, not the bytes of a text. The byte after each text does
-// not occur in UTF-8, so that moving a letter from one text to the next is a change, too.
-std::int64_t checksum(std::initializer_list<string_view> texts) {
-  constexpr std::uint64_t prime = 0x100000001B3;
-  std::uint64_t sum = 0xCBF29CE484222325;
-  for (const string_view text : texts) {
-    for (const char byte : text) {
-      sum = (sum ^ static_cast<unsigned char>(byte)) * prime;
-    }
-    sum = (sum ^ 0xFF) * prime;
-  }
-  return static_cast<std::int64_t>(sum);
-}
-
-// A damaged key may be long and may hold anything.
-std::string printable(string_view text) {
-  constexpr std::size_t shown = 200;
-  std::string line(text.substr(0, shown));
-  for (char& c : line) {
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
-      c = '?';
-    }
-  }
-  return text.size() > shown ? line + "..." : line;
-}
-
 std::string describeRow(const sqlite::Statement& row) {
   return "stored instance " + std::to_string(row.integer(idColumn)) + " (" +
          printable(row.text(nameSpaceColumn)) + ", " + printable(row.text(keyColumn)) + ")";
@@ -87,8 +62,9 @@ bool isIntact(const sqlite::Statement& row) {
       return false;
     }
   }
-  return row.integer(checksumColumn) == checksum({row.text(nameSpaceColumn), row.text(keyColumn),
-                                                  row.text(classColumn), row.text(instanceColumn)});
+  return row.integer(checksumColumn) == rowChecksum(row.text(nameSpaceColumn), row.text(keyColumn),
+                                                    row.text(classColumn),
+                                                    row.text(instanceColumn));
 }
 
 void readRow(const InstanceDatabase::Reader& reader, const sqlite::Statement& row) {
@@ -101,23 +77,37 @@ void readRow(const InstanceDatabase::Reader& reader, const sqlite::Statement& ro
 
 }  // namespace
 
+std::string printable(string_view text) {
+  constexpr std::size_t shown = 200;
+  std::string line(text.substr(0, shown));
+  for (char& c : line) {
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+      c = '?';
+    }
+  }
+  return text.size() > shown ? line + "..." : line;
+}
+
 InstanceDatabase::InstanceDatabase(const std::filesystem::path& file) try
     : file_(file),
-      database_(openStoreFile(file)),
-      put_(database_, putText),
-      remove_(database_, removeText),
-      find_(database_, findText) {
+      store_(StoreFile::open(file)),
+      put_(store_.database(), putText),
+      remove_(store_.database(), removeText),
+      find_(store_.database(), findText) {
 } catch (const sqlite::Error& error) {
   throw StoreError(file, error.what());
 }
 
 std::vector<std::string> InstanceDatabase::load(const Reader& reader) {
   std::vector<std::string> warnings;
+  if (!store_.warning().empty()) {
+    warnings.push_back(store_.warning());
+  }
   // Taken over at the end only: after a failed reload the rows that were not served are still those
   // of the load before.
   std::unordered_set<std::int64_t> unserved;
   try {
-    sqlite::Statement row(database_, loadText);
+    sqlite::Statement row(store_.database(), loadText);
     while (row.step()) {
       try {
         readRow(reader, row);
@@ -137,9 +127,25 @@ void InstanceDatabase::put(const String& nameSpace, const InstanceKey& key, cons
                            string_view instanceXml) {
   change("store", nameSpace, key, [&](string_view space, string_view keyText) {
     const std::string classText = encodeText(className.view());
-    put_.bind(1, space).bind(2, keyText).bind(3, classText).bind(4, instanceXml);
-    put_.bind(5, checksum({space, keyText, classText, instanceXml})).run();
+    putRow(space, keyText, classText, instanceXml);
   });
+}
+
+void InstanceDatabase::putRow(string_view nameSpace, string_view key, string_view className,
+                              string_view instanceXml) {
+  put_.bind(1, nameSpace).bind(2, key).bind(3, className).bind(4, instanceXml);
+  put_.bind(5, rowChecksum(nameSpace, key, className, instanceXml)).run();
+}
+
+void InstanceDatabase::addAll(const std::function<void(const RowWriter&)>& fill) {
+  try {
+    sqlite::Transaction transaction(store_.database());
+    fill([this](string_view nameSpace, string_view key, string_view className,
+                string_view instanceXml) { putRow(nameSpace, key, className, instanceXml); });
+    transaction.commit();
+  } catch (const sqlite::Error& error) {
+    throw StoreError(file_, error.what());
+  }
 }
 
 void InstanceDatabase::remove(const String& nameSpace, const InstanceKey& key) {
@@ -156,25 +162,61 @@ void InstanceDatabase::change(const char* what, const String& nameSpace, const I
   try {
     const std::string space = encodeText(trimNameSpace(nameSpace).view());
     const std::string keyText = encodeText(key);
-    sqlite::Transaction transaction(database_);
-    if (database_.isMoved()) {
-      throw sqlite::Error("the file was moved or removed");
-    }
+    store_.checkPlace();
+    undoFailedChange();
+    before_ = contentOf(space, keyText);
+    sqlite::Transaction transaction(store_.database());
     const std::optional<std::int64_t> aside = setAside(space, keyText);
     action(space, keyText);
     transaction.commit();
+    before_.reset();
     if (aside) {
       unserved_.erase(*aside);
     }
     return;
   } catch (const sqlite::Error& error) {
     cause = error.what();
+    try {
+      undoFailedChange();
+    } catch (const sqlite::Error&) {
+      // The next change tries again, before anything else.
+    }
   } catch (const Pegasus::Exception& error) {
     cause = toUtf8(error);
   }
   const std::string detail =
       std::string("cannot ") + what + " the instance in " + file_.string() + ": " + cause;
   throwCimError(Pegasus::CIM_ERR_FAILED, String(string_view(detail)));
+}
+
+InstanceDatabase::Content InstanceDatabase::contentOf(std::string nameSpace, std::string key) {
+  Content content{std::move(nameSpace), std::move(key), std::nullopt};
+  if (find_.bind(1, content.nameSpace).bind(2, content.key).step()) {
+    content.row = Row{find_.integer(0), std::string(find_.text(1)), std::string(find_.text(2)),
+                      find_.integer(3)};
+  }
+  find_.reset();
+  return content;
+}
+
+// SQLite undoes a change that fails, but not when its very last step does: making the journal's end
+// durable. Then the file has the change, though nobody was told so.
+void InstanceDatabase::undoFailedChange() {
+  if (!before_) {
+    return;
+  }
+  if (contentOf(before_->nameSpace, before_->key).row != before_->row) {
+    sqlite::Transaction transaction(store_.database());
+    remove_.bind(1, before_->nameSpace).bind(2, before_->key).run();
+    if (before_->row) {
+      sqlite::Statement putBack(store_.database(), putBackText);
+      putBack.bind(1, before_->nameSpace).bind(2, before_->key).bind(3, before_->row->id);
+      putBack.bind(4, before_->row->className).bind(5, before_->row->instanceXml);
+      putBack.bind(6, before_->row->checksum).run();
+    }
+    transaction.commit();
+  }
+  before_.reset();
 }
 
 // Moves a row that load() could not serve out of the way of the instance with the same key, and
@@ -189,8 +231,8 @@ std::optional<std::int64_t> InstanceDatabase::setAside(string_view nameSpace, st
   if (!unserved_.contains(id)) {
     return std::nullopt;
   }
-  sqlite::Statement(database_, setAsideText).bind(1, id).run();
-  sqlite::Statement(database_, "DELETE FROM instance WHERE id = ?").bind(1, id).run();
+  sqlite::Statement(store_.database(), setAsideText).bind(1, id).run();
+  sqlite::Statement(store_.database(), "DELETE FROM instance WHERE id = ?").bind(1, id).run();
   return id;
 }
 

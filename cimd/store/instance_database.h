@@ -17,12 +17,16 @@
 
 #include "model/journal.h"
 #include "store/sqlite.h"
+#include "store/store_file.h"
 
 namespace cimd {
 
+// A text that a damaged file holds, for messages: short, and without control characters.
+std::string printable(std::string_view text);
+
 class InstanceDatabase final : public Journal {
  public:
-  // Opens the file for this process alone, and creates it if it is missing: see openStoreFile().
+  // Opens the file for this process alone, and creates it if it is missing: see StoreFile::open().
   // Throws StoreError.
   explicit InstanceDatabase(const std::filesystem::path& file);
 
@@ -45,17 +49,46 @@ class InstanceDatabase final : public Journal {
            const Pegasus::String& className, std::string_view instanceXml) override;
   void remove(const Pegasus::String& nameSpace, const InstanceKey& key) override;
 
+  // Adds the instances that `fill` gives to its argument, all of them or none. Their names must not
+  // be there yet. Throws StoreError.
+  using RowWriter = std::function<void(std::string_view nameSpace, std::string_view key,
+                                       std::string_view className, std::string_view instanceXml)>;
+  void addAll(const std::function<void(const RowWriter&)>& fill);
+
+  // StoreFile::returnSpace().
+  bool returnSpace() { return store_.returnSpace(); }
+
  private:
+  void putRow(std::string_view nameSpace, std::string_view key, std::string_view className,
+              std::string_view instanceXml);
   template <typename Action>
   void change(const char* what, const Pegasus::String& nameSpace, const InstanceKey& key,
               Action action);
   std::optional<std::int64_t> setAside(std::string_view nameSpace, std::string_view key);
 
+  struct Row {
+    std::int64_t id;
+    std::string className;
+    std::string instanceXml;
+    std::int64_t checksum;
+    bool operator==(const Row&) const = default;
+  };
+  // What the file has under a name: a row, or nothing.
+  struct Content {
+    std::string nameSpace;
+    std::string key;
+    std::optional<Row> row;
+  };
+  Content contentOf(std::string nameSpace, std::string key);
+  void undoFailedChange();
+
   std::filesystem::path file_;
-  sqlite::Connection database_;
+  StoreFile store_;
   sqlite::Statement put_;
   sqlite::Statement remove_;
   sqlite::Statement find_;
+  // From before a change that failed, until it is certain that the file has it again.
+  std::optional<Content> before_;
   // The ids of the rows that the last load() did not serve.
   std::unordered_set<std::int64_t> unserved_;
 };

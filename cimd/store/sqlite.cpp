@@ -170,7 +170,7 @@ std::int64_t Statement::integer(int column) const {
 }
 
 Transaction::Transaction(const Connection& connection) : connection_(connection) {
-  execute(connection.database_.get(), "BEGIN IMMEDIATE");
+  execute(connection.database_.get(), "BEGIN EXCLUSIVE");
 }
 
 Transaction::~Transaction() {

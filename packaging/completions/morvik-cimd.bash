@@ -5,13 +5,13 @@ _morvik_cimd() {
     case $previous in
     --listen) COMPREPLY=() ;;
     --smbios | --include) mapfile -t COMPREPLY < <(compgen -d -- "$word") && compopt -o filenames ;;
-    --store) mapfile -t COMPREPLY < <(compgen -f -- "$word") && compopt -o filenames ;;
+    --store | --recover) mapfile -t COMPREPLY < <(compgen -f -- "$word") && compopt -o filenames ;;
     --user) mapfile -t COMPREPLY < <(compgen -u -- "$word") ;;
     --log-level) mapfile -t COMPREPLY < <(compgen -W 'error warning info debug' -- "$word") ;;
     *)
         if [[ $word == -* ]]; then
             mapfile -t COMPREPLY < <(compgen -W '--listen --host --smbios --include --store
-                --user --check --log-level --help --version' -- "$word")
+                --recover --user --check --log-level --help --version' -- "$word")
         else
             mapfile -t COMPREPLY < <(compgen -f -X '!*.mof' -- "$word" && compgen -d -- "$word")
             compopt -o filenames

@@ -6,6 +6,7 @@ _arguments \
     '(--host)--smbios[serve recorded tables]:folder:_files -/' \
     '*--include[look for included files here too]:directory:_files -/' \
     '--store[keep what clients publish]:file:_files' \
+    '--recover[recover a damaged store]:file:_files' \
     '--user[account to run as]:user:_users' \
     '--check[load everything, report and end]' \
     '--log-level[how much to tell]:level:(error warning info debug)' \

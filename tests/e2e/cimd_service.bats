@@ -15,7 +15,7 @@ teardown() { stopServers; }
     endsWith 0 --help
     fileIs "$err" ''
     local word
-    for word in --listen --host --smbios --include --store --user --check --log-level --help --version FILE \
+    for word in --listen --host --smbios --include --store --user --recover --check --log-level --help --version FILE \
         'Exit status: 0 normal end, 1 run-time error, 2 wrong usage, 3 wrong configuration'; do
         grep -qF -- "$word" "$out"
     done
@@ -44,7 +44,7 @@ teardown() { stopServers; }
     endsWith 0 --check --store fru.db "$mof"
     equal '1 namespaces, 4 classes, 0 instances declared, 2 published' "$(cat "$out")" report
     cmp before fru.db
-    filesAre before fru.db
+    filesAre before fru.db fru.db-journal
 }
 
 @test "--check: each kind of fault has the status that a start would have" {

@@ -42,11 +42,11 @@ database.close()' "$1" "${2-fru.db}"
     listIs 'F2=a & <b> F3=disk'
 }
 
-@test "a clean end keeps the same, and leaves one file" {
+@test "a clean end keeps the same, and leaves the store and its journal" {
     startWithStore
     change create F1 fan create F2 fan delete F1
     stopServers
-    filesAre fru.db
+    filesAre fru.db fru.db-journal
     startWithStore
     listIs 'F2=fan'
 }
@@ -170,6 +170,78 @@ F2||NULL|1|Acme|NULL'
     equal "$(stat -c %s before)" "$(stat -c %s fru.db)" size
 }
 
+@test "--recover: what is readable goes into a new store, and the rest is listed" {
+    startWithStore
+    change create F1 fan create F2 'a second fan' create F3 disk
+    killServer
+    # The page with the description of the tables, and one letter of an instance.
+    dd if=/dev/zero of=fru.db bs=4096 count=1 conv=notrunc status=none
+    local letter
+    letter=$(grep -abo 'a second fan' fru.db | head -n 1 | cut -d : -f 1)
+    printf X | dd of=fru.db bs=1 seek="$letter" conv=notrunc status=none
+    endsWith 1 --store fru.db "$mof"
+    complains "morvik-cimd: error: fru.db: not an SQLite database; 'morvik-cimd --recover fru.db' writes what is readable into a new store"
+    endsWith 0 --recover fru.db
+    sed 's/(root.*)/(NAME)/' "$out" >lines
+    fileIs lines '2 instances written to fru.db.recovered
+cannot be read:
+  instance 2 (NAME)
+  page 1 of the file
+to use it, remove fru.db and fru.db-journal, and rename it
+'
+    endsWith 1 --recover fru.db
+    complains 'morvik-cimd: error: fru.db.recovered: exists already'
+    rm fru.db fru.db-journal lines
+    mv fru.db.recovered fru.db
+    filesAre fru.db
+    startWithStore
+    listIs 'F1=fan F3=disk'
+    endsWith 1 --recover fru.db
+    complains 'morvik-cimd: error: fru.db: in use by another process'
+}
+
+@test "a store that is gone although its journal is there: refused" {
+    makeStore
+    rm fru.db
+    endsWith 1 --store fru.db "$mof"
+    complains "morvik-cimd: error: fru.db: missing or empty, but $PWD/fru.db-journal is there; restore the file, or remove that one to start anew"
+}
+
+@test "a journal that is removed while it is in use: CIM_ERR_FAILED until a restart" {
+    startWithStore
+    change create F1 fan
+    rm fru.db-journal
+    run -1 change create F2 fan
+    [[ $output == *'CIM error 1: '*'fru.db-journal was moved or removed; restart the server'* ]]
+    stopServers
+    startWithStore
+    change create F2 fan
+    listIs 'F1=fan F2=fan'
+}
+
+@test "the space of deleted instances is returned" {
+    startWithStore
+    change create F1 fan
+    local before end number changes=()
+    before=$(stat -c %s fru.db)
+    for number in {1..40}; do
+        changes+=(create "D$number" "$(printf '%050000d' 0)")
+    done
+    change "${changes[@]}"
+    (($(stat -c %s fru.db) > before + 1500000))
+    changes=()
+    for number in {1..40}; do
+        changes+=(delete "D$number")
+    done
+    change "${changes[@]}"
+    end=$((SECONDS + 60))
+    until (($(stat -c %s fru.db) == before)); do
+        ((SECONDS < end))
+        sleep 0.1
+    done
+    listIs 'F1=fan'
+}
+
 @test "a store cut to half: refused" {
     makeStore
     truncate -s "$(($(stat -c %s fru.db) / 2))" fru.db
@@ -204,7 +276,7 @@ F2||NULL|1|Acme|NULL'
     printf 'These are my notes, and they are dear to me.\n' >notes
     cp notes before
     endsWith 1 --store notes "$mof"
-    complains 'morvik-cimd: error: notes: not an SQLite database'
+    complains "morvik-cimd: error: notes: not an SQLite database; 'morvik-cimd --recover notes' writes what is readable into a new store"
     cmp before notes
 }
 

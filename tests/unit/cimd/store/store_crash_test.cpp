@@ -122,8 +122,7 @@ TEST(StoreCrashTest, everyAcknowledgedChangeIsThereAfterKill) {
   const int rounds = test::roundsFromEnvironment("MORVIK_KILL_ROUNDS", 25);
   for (int round = 0; round < rounds && !testing::Test::HasFailure(); ++round) {
     if (round % 5 == 0) {  // killed while it makes the file, too
-      fs::remove(file);
-      fs::remove(file.string() + "-wal");
+      test::removeStore(file);
       rows.clear();
     }
     std::mt19937 replay = random;
@@ -169,8 +168,7 @@ class DamagedFileTest : public testing::Test {
   // Either the file is refused; or what is served is as it was and in its order, and every instance
   // that is missing was reported.
   void expectNothingWrong(const std::string& content) {
-    fs::remove(file().string() + "-wal");
-    fs::remove(file().string() + "-journal");
+    test::removeStore(file());
     folder_.write("instances.db", content);
     Rows found;
     std::vector<std::string> warnings;

@@ -60,7 +60,7 @@ TEST_F(StoreFileTest, aMissingFileIsMadeForItsOwnerOnly) {
   InstanceDatabase database(file());
   put(database, u"b", "two");
   umask(before);
-  for (const char* name : {"instances.db", "instances.db-wal"}) {
+  for (const char* name : {"instances.db", "instances.db-journal"}) {
     struct stat status = {};
     ASSERT_EQ(stat((folder_.path() / name).c_str(), &status), 0) << name;
     EXPECT_EQ(status.st_mode & 07777U, 0600U) << name;
@@ -71,16 +71,26 @@ TEST_F(StoreFileTest, anEmptyFileAndAnEmptyDatabaseAreTakenAsNew) {
   folder_.write("instances.db", "");
   fill();
   expectFilled();
-  fs::remove(file());
+  test::removeStore(file());
   folder_.write("instances.db", "");
   test::runSql(file(), "CREATE TABLE t (x); DROP TABLE t; VACUUM");
   ASSERT_GT(fs::file_size(file()), 0U);
   EXPECT_THAT(loadFile(file()), IsEmpty());
 }
 
-TEST_F(StoreFileTest, afterACleanEndThereIsOneFileOnly) {
+TEST_F(StoreFileTest, AJournalOfAtLeast256KiBIsKept) {
+  const fs::path journal = file().string() + "-journal";
   fill();
-  EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), fs::directory_iterator()), 1);
+  EXPECT_EQ(fs::file_size(journal), 256U << 10);
+  {
+    InstanceDatabase database(file());
+    put(database, u"b", std::string(1 << 20, 'x'));
+    put(database, u"b", std::string(1 << 20, 'y'));
+    EXPECT_EQ(fs::file_size(journal), 256U << 10);
+  }
+  fs::remove(journal);
+  EXPECT_EQ(loadFile(file()).size(), 2U);
+  EXPECT_EQ(fs::file_size(journal), 256U << 10);
 }
 
 TEST_F(StoreFileTest, aSecondServerIsRefused) {
@@ -113,7 +123,8 @@ TEST_F(StoreFileTest, whatIsNoDatabaseIsRefusedAndLeftAsItIs) {
        {std::string("x"), std::string(5000, 'x'), std::string(8192, '\0'),
         std::string("SQLite format 3"), std::string("class C { [Key] string s; };\n")}) {
     folder_.write("instances.db", content);
-    EXPECT_EQ(openError(file()), "instances.db: not an SQLite database");
+    EXPECT_EQ(openError(file()),
+              "instances.db: not an SQLite database" + test::wayOut("instances.db"));
     EXPECT_TRUE(test::readFile(file()) == content) << content.size();
   }
 }
@@ -142,7 +153,7 @@ TEST_F(StoreFileTest, aNewerFormatIsRefusedAndLeftAsItIs) {
 
 TEST_F(StoreFileTest, aFormatThatNeverWasIsRefused) {
   for (const char* sql : {"PRAGMA user_version = 0", "PRAGMA user_version = -5"}) {
-    fs::remove(file());
+    test::removeStore(file());
     fill();
     test::runSql(file(), sql);
     EXPECT_THAT(openError(file()), HasSubstr("instances.db: damaged: format ")) << sql;
@@ -158,10 +169,11 @@ TEST_F(StoreFileTest, changedTablesAreRefused) {
         "ALTER TABLE set_aside RENAME TO aside",
         "CREATE TRIGGER t AFTER INSERT ON instance BEGIN DELETE FROM instance; END",
         "CREATE INDEX i ON instance (class)", withoutConstraints}) {
-    fs::remove(file());
+    test::removeStore(file());
     fill();
     test::runSql(file(), sql);
-    EXPECT_EQ(openError(file()), "instances.db: damaged: the tables are not those of format 1")
+    EXPECT_EQ(openError(file()), "instances.db: damaged: the tables are not those of format 1" +
+                                     test::wayOut("instances.db"))
         << sql;
   }
 }
@@ -184,22 +196,48 @@ TEST_F(StoreFileTest, anIndexThatMissesARowIsRefused) {
               AllOf(HasSubstr("instances.db: damaged: "), HasSubstr("missing from index")));
 }
 
-TEST_F(StoreFileTest, aLogWithoutItsFileIsRefusedAndKept) {
+TEST_F(StoreFileTest, AJournalOrLogWithoutItsFileIsRefusedAndKept) {
   fill();
-  const fs::path copy = folder_.path() / "copy.db-wal";
+  const std::string sound = test::readFile(file());
+  for (const char* suffix : {"-journal", "-wal"}) {
+    const fs::path log = file().string() + suffix;
+    for (const bool isEmpty : {false, true}) {
+      fs::remove(file());
+      if (isEmpty) {
+        folder_.write("instances.db", "");
+      }
+      folder_.write(log.filename().string(), std::string(1000, '\0'));
+      EXPECT_EQ(openError(file()), "instances.db: missing or empty, but instances.db" +
+                                       std::string(suffix) +
+                                       " is there; restore the file, or remove that one to start "
+                                       "anew");
+      EXPECT_EQ(fs::file_size(log), 1000U);
+    }
+    folder_.write("instances.db", sound);
+    expectFilled();
+  }
+}
+
+// As versions before left it after a crash: without auto_vacuum, and with a write-ahead log.
+TEST_F(StoreFileTest, AFileWithAWriteAheadLogIsTakenOver) {
   {
     InstanceDatabase database(file());
+    put(database, u"a", "one");
     put(database, u"b", "two");
-    fs::copy_file(file().string() + "-wal", copy);
   }
-  for (const bool isEmpty : {false, true}) {
-    const fs::path lost = folder_.path() / "copy.db";
-    if (isEmpty) {
-      folder_.write("copy.db", "");
-    }
-    EXPECT_THAT(openError(lost), HasSubstr("copy.db: empty, but "));
-    EXPECT_GT(fs::file_size(copy), 0U);
-  }
+  test::runSql(file(), "PRAGMA journal_mode = DELETE; PRAGMA auto_vacuum = NONE; VACUUM");
+  test::inChild([this] {
+    sqlite::Connection database(file().string(), 1 << 20);
+    database.execute("PRAGMA journal_mode = WAL");
+    database.execute("DELETE FROM instance WHERE key = 'b'");
+    _exit(testing::Test::HasFailure() ? 1 : 0);  // without closing
+  });
+  const fs::path log = file().string() + "-wal";
+  ASSERT_GT(fs::file_size(log), 0U);
+  expectFilled();
+  EXPECT_FALSE(fs::exists(log));
+  EXPECT_EQ(test::queryText(file(), "PRAGMA journal_mode"), "delete");
+  EXPECT_EQ(test::queryText(file(), "PRAGMA auto_vacuum"), "2");
 }
 
 TEST_F(StoreFileTest, aReadOnlyFileIsRefused) {
@@ -221,7 +259,11 @@ TEST_F(StoreFileTest, aReadOnlyFolderIsRefusedWithAndWithoutTheFile) {
   static_cast<void>(InstanceDatabase(folder / "there.db"));
   ASSERT_EQ(chmod(folder.c_str(), 0500), 0);
   EXPECT_EQ(openError(folder / "missing.db"), "missing.db: cannot create: Permission denied");
-  EXPECT_THAT(openError(folder / "there.db"), HasSubstr("there.db: "));
+  EXPECT_EQ(openError(folder / "there.db"), "");
+  fs::permissions(folder, fs::perms::owner_all);
+  fs::remove(folder / "there.db-journal");
+  fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec);
+  EXPECT_EQ(openError(folder / "there.db"), "there.db-journal: cannot open: Permission denied");
   ASSERT_EQ(chmod(folder.c_str(), 0700), 0);
   EXPECT_EQ(openError(folder / "there.db"), "");
 }
@@ -246,8 +288,8 @@ TEST_F(StoreFileTest, aSymbolicLinkIsFollowed) {
   fs::create_symlink(file(), link);
   {
     InstanceDatabase database(link);
-    EXPECT_TRUE(fs::exists(file().string() + "-wal"));
-    EXPECT_FALSE(fs::exists(link.string() + "-wal"));
+    EXPECT_TRUE(fs::exists(file().string() + "-journal"));
+    EXPECT_FALSE(fs::exists(link.string() + "-journal"));
   }
   EXPECT_THAT(loadFile(link), ElementsAre(row(u"a", "one")));
 }

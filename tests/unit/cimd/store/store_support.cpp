@@ -60,11 +60,25 @@ std::string openError(const fs::path& file) {
   try {
     const InstanceDatabase database(file);
   } catch (const StoreError& error) {
-    const std::string message = error.what();
+    std::string message = error.what();
     const std::string prefix = file.parent_path().string() + "/";
-    return message.starts_with(prefix) ? message.substr(prefix.size()) : message;
+    for (auto place = message.find(prefix); place != std::string::npos;
+         place = message.find(prefix)) {
+      message.erase(place, prefix.size());
+    }
+    return message;
   }
   return "";
+}
+
+std::string wayOut(const std::string& name) {
+  return "; 'morvik-cimd --recover " + name + "' writes what is readable into a new store";
+}
+
+void removeStore(const fs::path& file) {
+  for (const char* suffix : {"", "-journal", "-wal", "-shm"}) {
+    fs::remove(file.string() + suffix);
+  }
 }
 
 std::string putError(Journal& journal, const InstanceKey& key, const std::string& text) {

@@ -33,6 +33,10 @@ InstanceKey numberedKey(int number);
 
 // What the file is refused with, without its folder; empty when it is not.
 std::string openError(const std::filesystem::path& file);
+// What the message of a damaged file ends with.
+std::string wayOut(const std::string& name);
+// With what SQLite keeps beside it.
+void removeStore(const std::filesystem::path& file);
 // What storing an instance fails with; empty when it does not.
 std::string putError(Journal& journal, const InstanceKey& key, const std::string& text);
 

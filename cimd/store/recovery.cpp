@@ -1,0 +1,454 @@
+#include "store/recovery.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "file.h"
+#include "store/instance_database.h"
+#include "store/store_file.h"
+
+namespace cimd {
+
+namespace {
+
+namespace fs = std::filesystem;
+using std::string_view;
+
+constexpr std::size_t largestFile = std::size_t{4} << 30U;
+
+// --- the pages of an SQLite file ("Database File Format" of its documentation)
+
+using PageNumber = std::uint32_t;
+
+enum PageType : unsigned char {
+  indexInterior = 0x02,
+  tableInterior = 0x05,
+  indexLeaf = 0x0A,
+  tableLeaf = 0x0D
+};
+
+// Something does not fit, so it is damaged.
+struct Unreadable {};
+
+std::uint64_t bigEndian(string_view bytes, std::size_t position, std::size_t size) {
+  if (position > bytes.size() || size > bytes.size() - position) {
+    throw Unreadable();
+  }
+  std::uint64_t number = 0;
+  for (const char byte : bytes.substr(position, size)) {
+    number = number << 8U | static_cast<unsigned char>(byte);
+  }
+  return number;
+}
+
+// Seven bits in each byte, the ninth byte has eight. Moves the position to the next byte.
+std::uint64_t variable(string_view bytes, std::size_t& position) {
+  std::uint64_t number = 0;
+  for (int count = 1;; ++count) {
+    const std::uint64_t byte = bigEndian(bytes, position++, 1);
+    if (count == 9) {
+      return number << 8U | byte;
+    }
+    number = number << 7U | (byte & 0x7FU);
+    if ((byte & 0x80U) == 0) {
+      return number;
+    }
+  }
+}
+
+// A column of a record. What is not a text or an integer is neither.
+struct Column {
+  std::optional<std::string> text;
+  std::optional<std::int64_t> integer;
+};
+
+std::vector<Column> readRecord(string_view record) {
+  std::size_t type = 0;
+  const std::size_t end = variable(record, type);
+  std::size_t content = end;
+  std::vector<Column> columns;
+  while (type < end) {
+    const std::uint64_t code = variable(record, type);
+    std::size_t size = 0;
+    Column column;
+    if (code >= 12) {
+      size = (code - 12) / 2;
+      static_cast<void>(bigEndian(record, content, 0));
+      if (size > record.size() - content) {
+        throw Unreadable();
+      }
+      if (code % 2 == 1) {
+        column.text = std::string(record.substr(content, size));
+      }
+    } else if (code >= 1 && code <= 6) {
+      size = code < 5 ? code : code == 5 ? 6 : 8;
+      const std::uint64_t bits = bigEndian(record, content, size);
+      const auto unused = static_cast<unsigned>(64 - 8 * size);
+      column.integer = static_cast<std::int64_t>(bits << unused) >> unused;
+    } else if (code == 8 || code == 9) {
+      column.integer = static_cast<std::int64_t>(code - 8);
+    } else if (code == 7) {
+      size = 8;
+    }
+    content += size;
+    columns.push_back(std::move(column));
+  }
+  return columns;
+}
+
+class Pages {
+ public:
+  explicit Pages(std::string bytes) : bytes_(std::move(bytes)) {
+    const std::uint64_t given = bytes_.size() < 100 ? 0 : bigEndian(bytes_, 16, 2);
+    const bool isPossible = given >= 512 && given <= 32768 && (given & (given - 1)) == 0;
+    // The one that this program's files have.
+    size_ = isPossible ? given : given == 1 ? 65536 : 4096;
+  }
+
+  std::size_t count() const { return (bytes_.size() + size_ - 1) / size_; }
+  std::uint64_t header(std::size_t position) const {
+    return bytes_.size() < 100 ? 0 : bigEndian(bytes_, position, 4);
+  }
+  // Counted from 1.
+  string_view page(std::uint64_t number) const {
+    if (number == 0 || number > count()) {
+      throw Unreadable();
+    }
+    return string_view(bytes_).substr((number - 1) * size_, size_);
+  }
+  std::size_t size() const { return size_; }
+
+  // The pages in the list of free ones, as far as it can be read.
+  std::set<PageNumber> freePages() const {
+    std::set<PageNumber> pages;
+    try {
+      for (std::uint64_t trunk = header(32); trunk != 0;) {
+        const string_view content = page(trunk);
+        if (!pages.insert(static_cast<PageNumber>(trunk)).second) {
+          break;
+        }
+        const std::uint64_t leaves = bigEndian(content, 4, 4);
+        for (std::uint64_t i = 0; i < leaves; ++i) {
+          pages.insert(static_cast<PageNumber>(bigEndian(content, 8 + 4 * i, 4)));
+        }
+        trunk = bigEndian(content, 0, 4);
+      }
+    } catch (const Unreadable&) {
+    }
+    return pages;
+  }
+
+  // The content of a cell that is on the page from `position` on, and then in the pages of a chain,
+  // which are added to `chain`.
+  std::string payload(string_view page, std::size_t position, std::uint64_t size, bool isIndex,
+                      std::set<PageNumber>& chain) const {
+    const std::size_t most = isIndex ? (size_ - 12) * 64 / 255 - 23 : size_ - 35;
+    const std::size_t least = (size_ - 12) * 32 / 255 - 23;
+    if (size > bytes_.size()) {
+      throw Unreadable();
+    }
+    std::size_t here = size;
+    if (size > most) {
+      here = least + (size - least) % (size_ - 4);
+      here = here > most ? least : here;
+    }
+    static_cast<void>(bigEndian(page, position, 0));
+    if (here > page.size() - position) {
+      throw Unreadable();
+    }
+    std::string content(page.substr(position, here));
+    std::uint64_t next = size > here ? bigEndian(page, position + here, 4) : 0;
+    while (content.size() < size) {
+      const string_view more = this->page(next);
+      if (!chain.insert(static_cast<PageNumber>(next)).second) {
+        throw Unreadable();
+      }
+      const std::size_t part = std::min<std::size_t>(size - content.size(), size_ - 4);
+      if (more.size() < 4 + part) {
+        throw Unreadable();
+      }
+      content += more.substr(4, part);
+      next = bigEndian(more, 0, 4);
+    }
+    return content;
+  }
+
+ private:
+  std::string bytes_;
+  std::size_t size_ = 0;
+};
+
+// --- what the pages hold
+
+using Name = std::pair<std::string, std::string>;  // namespace and key
+
+struct Row {
+  std::string nameSpace;
+  std::string key;
+  std::string className;
+  std::string instanceXml;
+  std::int64_t checksum;
+};
+
+class Salvage {
+ public:
+  explicit Salvage(std::string bytes) : pages_(std::move(bytes)), free_(pages_.freePages()) {
+    for (PageNumber number = 1; number <= pages_.count(); ++number) {
+      readPage(number);
+    }
+    // A free page may still hold what was deleted.
+    for (auto& [id, row] : freeRows_) {
+      if (names_.contains(id)) {
+        rows_.try_emplace(id, std::move(row));
+      }
+    }
+  }
+
+  // By their ids, in order of creation.
+  const std::map<std::int64_t, Row>& rows() const { return rows_; }
+  // Whether it is a file of this program, or was one.
+  bool isStore() const {
+    return !rows_.empty() || !names_.empty() || pages_.header(68) == 0x6D766B64;
+  }
+
+  std::vector<std::string> unreadable() const {
+    std::vector<std::string> lines;
+    for (const auto& [id, name] : names_) {
+      if (!rows_.contains(id)) {
+        lines.push_back("instance " + std::to_string(id) + " (" + printable(name.first) + ", " +
+                        printable(name.second) + ")");
+      }
+    }
+    for (const std::int64_t id : damagedRows_) {
+      if (!rows_.contains(id) && !names_.contains(id)) {
+        lines.push_back("instance " + std::to_string(id) + ", whose name cannot be read");
+      }
+    }
+    for (const PageNumber number : damagedPages_) {
+      if (!chained_.contains(number)) {
+        lines.push_back("page " + std::to_string(number) + " of the file");
+      }
+    }
+    const std::uint64_t expected = pages_.header(28);
+    if (expected > pages_.count() && expected < largestFile / 512) {
+      lines.push_back(std::to_string(expected - pages_.count()) +
+                      " pages that are missing at the end of the file");
+    }
+    return lines;
+  }
+
+ private:
+  void readPage(PageNumber number) {
+    const string_view page = pages_.page(number);
+    const std::size_t start = number == 1 ? 100 : 0;
+    try {
+      const auto type = static_cast<unsigned char>(bigEndian(page, start, 1));
+      switch (type) {
+        case tableLeaf:
+        case indexLeaf:
+        case indexInterior:
+          readCells(number, page, start, type);
+          return;
+        case tableInterior:
+          return;
+        default:
+          if (!free_.contains(number) && !isMap(number)) {
+            damagedPages_.insert(number);
+          }
+      }
+    } catch (const Unreadable&) {
+      damagedPages_.insert(number);
+    }
+  }
+
+  // With auto_vacuum, page 2 and others hold for each page which one points to it.
+  bool isMap(PageNumber number) const { return (number - 2) % (pages_.size() / 5 + 1) == 0; }
+
+  void readCells(PageNumber number, string_view page, std::size_t start, unsigned char type) {
+    const std::size_t pointers = start + (type == indexInterior ? 12 : 8);
+    const std::uint64_t count = bigEndian(page, start + 3, 2);
+    for (std::uint64_t i = 0; i < count; ++i) {
+      try {
+        const std::size_t cell = bigEndian(page, pointers + 2 * i, 2);
+        type == tableLeaf ? readRow(number, page, cell)
+                          : readName(page, cell + (type == indexInterior ? 4 : 0));
+      } catch (const Unreadable&) {
+        if (!free_.contains(number)) {
+          damagedPages_.insert(number);
+        }
+      }
+    }
+  }
+
+  // The columns of table instance; the id is not among them.
+  void readRow(PageNumber number, string_view page, std::size_t position) {
+    const std::uint64_t size = variable(page, position);
+    const auto id = static_cast<std::int64_t>(variable(page, position));
+    const bool isFree = free_.contains(number);
+    try {
+      std::vector<Column> columns =
+          readRecord(pages_.payload(page, position, size, false, chained_));
+      if (columns.size() != 6) {
+        return;  // of another table
+      }
+      for (const std::size_t text : {1, 2, 3, 4}) {
+        if (!columns[text].text) {
+          throw Unreadable();
+        }
+      }
+      Row row{*std::move(columns[1].text), *std::move(columns[2].text), *std::move(columns[3].text),
+              *std::move(columns[4].text), columns[5].integer.value_or(0)};
+      if (!columns[5].integer ||
+          row.checksum != rowChecksum(row.nameSpace, row.key, row.className, row.instanceXml)) {
+        throw Unreadable();
+      }
+      (isFree ? freeRows_ : rows_).insert_or_assign(id, std::move(row));
+    } catch (const Unreadable&) {
+      if (!isFree && number != 1) {
+        damagedRows_.insert(id);
+      }
+    }
+  }
+
+  void readName(string_view page, std::size_t position) {
+    const std::uint64_t size = variable(page, position);
+    std::vector<Column> columns = readRecord(pages_.payload(page, position, size, true, chained_));
+    if (columns.size() != 3 || !columns[0].text || !columns[1].text || !columns[2].integer) {
+      throw Unreadable();
+    }
+    names_[*columns[2].integer] = {*std::move(columns[0].text), *std::move(columns[1].text)};
+  }
+
+  Pages pages_;
+  std::set<PageNumber> free_;
+  std::set<PageNumber> chained_;
+  std::set<PageNumber> damagedPages_;
+  std::set<std::int64_t> damagedRows_;
+  // In the index.
+  std::map<std::int64_t, Name> names_;
+  std::map<std::int64_t, Row> rows_;
+  std::map<std::int64_t, Row> freeRows_;
+};
+
+// --- files
+
+fs::path besides(const fs::path& file, const char* suffix) {
+  fs::path name = file;
+  name += suffix;
+  return name;
+}
+
+void writeNew(const fs::path& file, string_view bytes) {
+  const int descriptor = open(file.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600);
+  if (descriptor < 0) {
+    throw StoreError(file, "cannot create: " + std::system_category().message(errno));
+  }
+  while (!bytes.empty()) {
+    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
+    if (written <= 0) {
+      const std::string cause = std::system_category().message(errno);
+      close(descriptor);
+      throw StoreError(file, "cannot write: " + cause);
+    }
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  close(descriptor);
+}
+
+// By the bytes of the file that SQLite locks.
+bool isInUse(const fs::path& file) {
+  const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+  if (descriptor < 0) {
+    return false;
+  }
+  struct flock lock = {};
+  lock.l_type = F_RDLCK;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = 0x40000000;
+  lock.l_len = 512;
+  const bool isLocked = fcntl(descriptor, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+  close(descriptor);
+  return isLocked;
+}
+
+// A copy of the store, to undo in it what its journal says.
+class Copy {
+ public:
+  Copy(const fs::path& store, const fs::path& target) : file_(besides(target, ".copy")) {
+    try {
+      for (const char* suffix : {"", "-journal", "-wal"}) {
+        if (suffix[0] == '\0' || fs::exists(besides(store, suffix))) {
+          writeNew(besides(file_, suffix),
+                   readFile(besides(store, suffix), largestFile, FileKind::regular));
+        }
+      }
+    } catch (const FileError& error) {
+      remove();
+      throw StoreError(store, error.what());
+    } catch (...) {
+      remove();
+      throw;
+    }
+  }
+  ~Copy() { remove(); }
+  Copy(const Copy&) = delete;
+  Copy& operator=(const Copy&) = delete;
+
+  std::string settledBytes() const {
+    try {
+      sqlite::Connection database(file_.string(), 1 << 30);
+      database.execute("PRAGMA journal_mode = DELETE");
+      static_cast<void>(database.integer("SELECT count(*) FROM sqlite_schema"));
+    } catch (const sqlite::Error&) {
+      // Too damaged for SQLite: its pages are read as they are.
+    }
+    return readFile(file_, largestFile, FileKind::regular);
+  }
+
+ private:
+  void remove() const {
+    std::error_code ignored;
+    for (const char* suffix : {"", "-journal", "-wal", "-shm"}) {
+      fs::remove(besides(file_, suffix), ignored);
+    }
+  }
+
+  fs::path file_;
+};
+
+}  // namespace
+
+Recovery recoverStore(const fs::path& store, const fs::path& target) {
+  if (fs::exists(target)) {
+    throw StoreError(target, "exists already");
+  }
+  if (isInUse(store)) {
+    throw StoreError(store, "in use by another process");
+  }
+  const Salvage salvage(Copy(store, target).settledBytes());
+  if (!salvage.isStore()) {
+    throw StoreError(store, "holds no instances of this program");
+  }
+  {
+    InstanceDatabase database(target);
+    database.addAll([&](const InstanceDatabase::RowWriter& add) {
+      for (const auto& [id, row] : salvage.rows()) {
+        add(row.nameSpace, row.key, row.className, row.instanceXml);
+      }
+    });
+  }
+  std::error_code ignored;
+  fs::remove(besides(target, "-journal"), ignored);
+  return {salvage.rows().size(), salvage.unreadable()};
+}
+
+}  // namespace cimd
