@@ -43,3 +43,11 @@ hasRow() { # COUNT WORDS
     hasRow 1 encodeCreation
     hasRow 1 recogniseAndCut
 }
+
+@test "the nights of many machines" {
+    python3 "$project/bench/nights.py" 100 1 >"$table"
+    local night
+    for night in 'every file anew' 'every file anew, signed' changed 'changed, signed' 'changed, signed, TLS'; do
+        hasRow 7 "$night"
+    done
+}
