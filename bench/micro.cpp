@@ -1,7 +1,7 @@
 // What single steps of a run cost: encoding, decoding, text, lines and their fields.
 #include <benchmark/benchmark.h>
 #include "import/fru_file.h"
-#include "xml/object_encoder.h"
+#include "xml/encoder.h"
 #include "xml/request.h"
 #include "xml/response.h"
 
@@ -32,12 +32,13 @@ std::string enumeration(std::size_t size) {
                                           {{"FRUNumber", "A1", Pegasus::CIMKeyBinding::STRING}}));
   for (int i = 0; i < 10; ++i) {
     instance.addProperty(CIMProperty(String("Property") + std::to_string(i).c_str(),
-                                     String(std::string_view(std::string(size / 10, 'x')))));
+                                     String(std::string(size / 10, 'x'))));
   }
-  std::string instances;
-  Pegasus::xml::appendNamedInstance(instances, instance);
-  Pegasus::xml::appendNamedInstance(instances, instance);
-  return Pegasus::xml::encodeResponse("1", "EnumerateInstances", instances);
+  std::string named = "<VALUE.NAMEDINSTANCE>";
+  Pegasus::xml::appendInstanceName(named, instance.getPath());
+  Pegasus::xml::appendInstance(named, instance);
+  named += "</VALUE.NAMEDINSTANCE>";
+  return Pegasus::xml::encodeResponse("1", "EnumerateInstances", named + named);
 }
 
 void encodeCreation(benchmark::State& state) {

@@ -9,10 +9,10 @@
 #include "http/http_session.h"
 #include "model/journal.h"
 #include "mof/loader.h"
-#include "xml/object_decoder.h"
-#include "xml/object_encoder.h"
+#include "xml/decoder.h"
+#include "xml/document.h"
+#include "xml/encoder.h"
 #include "xml/response.h"
-#include "xml/xml_document.h"
 
 #include <algorithm>
 #include <boost/asio/buffer.hpp>

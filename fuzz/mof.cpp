@@ -5,8 +5,8 @@
 #include "model/repository.h"
 #include "mof/loader.h"
 #include "operations/schema_operations.h"
+#include "xml/document.h"
 #include "xml/request.h"
-#include "xml/xml_document.h"
 
 #include <algorithm>
 #include <cerrno>

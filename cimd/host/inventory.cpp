@@ -1,7 +1,7 @@
 #include "host/inventory.h"
 
 #include "text/ascii.h"
-#include "xml/xml_text.h"
+#include "xml/text.h"
 
 #include <algorithm>
 #include <array>

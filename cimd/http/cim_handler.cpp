@@ -225,7 +225,7 @@ Check checkMessage(const CimRequest& cim, const Pegasus::xml::Request& message) 
   }
   // For a call of a method of an object, CIMObject names the object, which is not looked at.
   const String object(std::string_view(cim.object));
-  if (message.kind() == Pegasus::xml::CallKind::INTRINSIC &&
+  if (message.kind() == Pegasus::xml::CallKind::intrinsic &&
       fold(trimNameSpace(object)) != fold(trimNameSpace(message.nameSpace()))) {
     return Refusal{status::bad_request, "header-mismatch",
                    "CIMObject is not the namespace of the message"};

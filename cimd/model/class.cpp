@@ -1,6 +1,6 @@
 #include "model/class.h"
 
-#include "xml/object_decoder.h"
+#include "xml/decoder.h"
 
 #include <algorithm>
 

@@ -1,8 +1,10 @@
 #include "model/instance_key.h"
 
-#include "xml/object_decoder.h"
+#include "xml/values.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <vector>
 
 #include "model/errors.h"
@@ -34,6 +36,22 @@ void appendPart(InstanceKey& key, std::u16string_view part) {
   }
 }
 
+// The text of a scalar; a real in the shortest form that is read back as the same number, because
+// keys are stored in that form.
+String textOf(const CIMValue& value) {
+  return std::visit(
+      [&value]<typename T>(const T& number) {
+        if constexpr (std::is_floating_point_v<T>) {
+          std::array<char, 32> buffer;
+          const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number);
+          return String(std::string(buffer.data(), result.ptr));
+        } else {
+          return value.toString();
+        }
+      },
+      value.data());
+}
+
 // One spelling for all that mean the same value: "0x10", "+16" and "16" are "16". Nothing for text
 // that is not a value of the type.
 std::optional<String> canonical(CIMType type, const String& text) {
@@ -41,7 +59,7 @@ std::optional<String> canonical(CIMType type, const String& text) {
     return text;
   }
   try {
-    return Pegasus::xml::parseScalar(type, text.toUtf8()).toString();
+    return textOf(Pegasus::xml::parseScalar(type, text.toUtf8()));
   } catch (const Pegasus::Exception&) {
     return std::nullopt;
   }
@@ -153,7 +171,7 @@ CIMKeyBinding keyBinding(const String& name, const CIMValue& value) {
       return {name, target};
     }
     default:
-      return {name, value.toString(), CIMKeyBinding::NUMERIC};
+      return {name, textOf(value), CIMKeyBinding::NUMERIC};
   }
 }
 

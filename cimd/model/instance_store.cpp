@@ -1,6 +1,6 @@
 #include "model/instance_store.h"
 
-#include "xml/object_encoder.h"
+#include "xml/encoder.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,8 +1,6 @@
 #include "model/instance_values.h"
 
-#include "xml/xml_document.h"
-
-#include <variant>
+#include "xml/document.h"
 
 #include "model/errors.h"
 #include "model/instance_key.h"
@@ -18,19 +16,6 @@ using Pegasus::String;
 
 std::string typeName(Pegasus::CIMType type, bool isArray) {
   return std::string(Pegasus::cimTypeToString(type)) + (isArray ? "[]" : "");
-}
-
-// 1 for what is not an array.
-std::size_t elementCount(const CIMValue& value) {
-  return std::visit(
-      [](const auto& data) -> std::size_t {
-        if constexpr (requires { data.size(); }) {
-          return data.size();
-        } else {
-          return 1;
-        }
-      },
-      value.data());
 }
 
 // A reference to another host or namespace may be of any class, as those are not known here.
@@ -52,9 +37,9 @@ void checkValue(const Property& property, const CIMValue& value, const KeyScope&
   if (value.getType() != property.type || value.isArray() != property.isArray) {
     const std::string types = " is " + typeName(value.getType(), value.isArray()) + " instead of " +
                               typeName(property.type, property.isArray);
-    throwCimError(CIM_ERR_INVALID_PARAMETER, name + String(std::string_view(types)));
+    throwCimError(CIM_ERR_INVALID_PARAMETER, name + types);
   }
-  if (property.arraySize != 0 && !value.isNull() && elementCount(value) > property.arraySize) {
+  if (property.arraySize != 0 && value.getArraySize() > property.arraySize) {
     throwCimError(CIM_ERR_INVALID_PARAMETER, name + " has more elements than its fixed size");
   }
   if (property.type == Pegasus::CIMTYPE_REFERENCE && !value.isNull()) {

@@ -2,8 +2,8 @@
 
 #include "model/errors.h"
 #include "model/instance_values.h"
-#include "xml/object_decoder.h"
-#include "xml/xml_document.h"
+#include "xml/decoder.h"
+#include "xml/document.h"
 
 namespace cimd {
 

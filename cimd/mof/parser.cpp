@@ -4,7 +4,7 @@
 
 #include "common/cim_types.h"
 #include "text/ascii.h"
-#include "xml/object_decoder.h"
+#include "xml/values.h"
 
 namespace cimd::mof {
 

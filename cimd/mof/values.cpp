@@ -5,8 +5,8 @@
 
 #include "common/cim_types.h"
 #include "text/utf16.h"
-#include "xml/object_decoder.h"
-#include "xml/xml_text.h"
+#include "xml/decoder.h"
+#include "xml/text.h"
 
 namespace cimd::mof {
 

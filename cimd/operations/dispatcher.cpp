@@ -76,12 +76,10 @@ void checkParameters(const Request& request, const Operation& operation) {
         std::any_of(operation.parameters.begin(), operation.parameters.end(),
                     [&](std::string_view known) { return equalNoCase(known, given); });
     if (!isKnown) {
-      throwCimError(Pegasus::CIM_ERR_INVALID_PARAMETER,
-                    "unknown parameter " + String(std::string_view(given)));
+      throwCimError(Pegasus::CIM_ERR_INVALID_PARAMETER, "unknown parameter " + given);
     }
-    if (!seen.insert(fold(String(std::string_view(given)))).second) {
-      throwCimError(Pegasus::CIM_ERR_INVALID_PARAMETER,
-                    "duplicate parameter " + String(std::string_view(given)));
+    if (!seen.insert(fold(given)).second) {
+      throwCimError(Pegasus::CIM_ERR_INVALID_PARAMETER, "duplicate parameter " + given);
     }
   }
 }
@@ -92,8 +90,8 @@ std::string Dispatcher::run(const Request& request) {
   const auto operation = std::find_if(
       operations.begin(), operations.end(),
       [&](const Operation& known) { return equalNoCase(known.name, request.method()); });
-  if (request.kind() != Pegasus::xml::CallKind::INTRINSIC || operation == operations.end()) {
-    throwCimError(Pegasus::CIM_ERR_NOT_SUPPORTED, String(std::string_view(request.method())));
+  if (request.kind() != Pegasus::xml::CallKind::intrinsic || operation == operations.end()) {
+    throwCimError(Pegasus::CIM_ERR_NOT_SUPPORTED, request.method());
   }
   const String target = request.targetClass();
   const auto computed = computedNameSpace(repository_, request.nameSpace(), target);
@@ -140,7 +138,7 @@ std::string Dispatcher::answer(const Request& request) {
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& error) {
-    return fail(String(std::string_view(error.what())));
+    return fail(error.what());
   }
 }
 

@@ -1,6 +1,6 @@
 #include "operations/instance_operations.h"
 
-#include "xml/object_encoder.h"
+#include "xml/encoder.h"
 
 #include <algorithm>
 

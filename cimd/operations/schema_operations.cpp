@@ -1,7 +1,7 @@
 #include "operations/schema_operations.h"
 
 #include <Pegasus/Common/CIMProperty.h>
-#include "xml/object_encoder.h"
+#include "xml/encoder.h"
 
 #include <array>
 #include <utility>

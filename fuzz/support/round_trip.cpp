@@ -1,7 +1,8 @@
 #include "support/round_trip.h"
 
-#include "xml/object_decoder.h"
-#include "xml/object_encoder.h"
+#include "xml/decoder.h"
+#include "xml/encoder.h"
+#include "xml/values.h"
 
 #include "support/check.h"
 
@@ -36,9 +37,10 @@ void requireSame(const CIMProperty& a, const CIMProperty& b) {
 }  // namespace
 
 std::string encoded(const CIMInstance& instance) {
-  std::string xml;
-  Pegasus::xml::appendNamedInstance(xml, instance);
-  return xml;
+  std::string xml = "<VALUE.NAMEDINSTANCE>";
+  Pegasus::xml::appendInstanceName(xml, instance.getPath());
+  Pegasus::xml::appendInstance(xml, instance);
+  return xml + "</VALUE.NAMEDINSTANCE>";
 }
 
 std::string encoded(const CIMObjectPath& path) {

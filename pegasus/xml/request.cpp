@@ -1,9 +1,10 @@
 #include "xml/request.h"
 
 #include "text/ascii.h"
-#include "xml/object_decoder.h"
-#include "xml/object_encoder.h"
-#include "xml/xml_text.h"
+#include "xml/decoder.h"
+#include "xml/encoder.h"
+#include "xml/text.h"
+#include "xml/values.h"
 
 namespace Pegasus::xml {
 
@@ -13,7 +14,7 @@ namespace {
 constexpr std::size_t maxParameters = 64;
 
 [[noreturn]] void refuse(const std::string& what) {
-  throw XmlValidationError(String(std::string_view(what)));
+  throw XmlValidationError(what);
 }
 
 void requireParameter(Element element, std::string_view name, std::string_view parameter) {
@@ -22,15 +23,14 @@ void requireParameter(Element element, std::string_view name, std::string_view p
   }
 }
 
-// The first child that is no correlator: those only tell the sender's own log what belongs
-// together.
+// The only child besides correlators, which mean something to the sender's own log only.
 Element callIn(Element request) {
   Element call = request.firstChild();
   while (call && call.name() == "CORRELATOR") {
     call = call.next();
   }
   if (!call || call.next()) {
-    refuse(excerpt(request.name()) + " without a single call");
+    refuse("SIMPLEREQ without a single call");
   }
   return call;
 }
@@ -125,18 +125,14 @@ Request::Request(std::string body) : document_(std::make_unique<XmlDocument>(std
 
 void Request::readMessage(Element message) {
   const Element request = optionalChild(message);
-  if (request && (request.name() == "MULTIREQ" || request.name() == "MULTIEXPREQ")) {
+  if (request && request.name() == "MULTIREQ") {
     isBatch_ = true;
     return;
   }
-  const bool isExport = request && request.name() == "SIMPLEEXPREQ";
-  requireElement(request, isExport ? request.name() : "SIMPLEREQ");
+  requireElement(request, "SIMPLEREQ");
   call_ = callIn(request);
-  if (isExport) {
-    requireElement(call_, "EXPMETHODCALL");
-    kind_ = CallKind::EXPORT;
-  } else if (call_.name() == "METHODCALL") {
-    kind_ = CallKind::METHOD;
+  if (call_.name() == "METHODCALL") {
+    kind_ = CallKind::extrinsic;
   } else {
     readIntrinsicCall();
   }
@@ -158,17 +154,13 @@ void Request::readIntrinsicCall() {
   }
 }
 
-Element Request::parameter(std::string_view name) const {
-  for (const Element value : parameters_) {
-    if (text::equalNoCase(requireName(value, "NAME"), name)) {
-      return value;
+Element Request::parameterValue(std::string_view name) const {
+  for (const Element parameter : parameters_) {
+    if (text::equalNoCase(requireName(parameter, "NAME"), name)) {
+      return parameter.firstChild();
     }
   }
   return Element();
-}
-
-Element Request::parameterValue(std::string_view name) const {
-  return parameter(name).firstChild();
 }
 
 std::vector<std::string> Request::parameterNames() const {

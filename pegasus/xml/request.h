@@ -1,12 +1,11 @@
-// A CIM operation request as a message (DMTF DSP0200 intrinsic methods, DSP0201 IMETHODCALL): the
-// client writes it, the server reads it.
+// Requests for CIM operations (DMTF DSP0200 intrinsic methods, DSP0201 IMETHODCALL): the client
+// writes them, the server reads them.
 #pragma once
 
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/CIMPropertyList.h>
-#include "xml/call_kind.h"
-#include "xml/xml_document.h"
+#include "xml/document.h"
 
 #include <memory>
 #include <optional>
@@ -16,20 +15,20 @@
 
 namespace Pegasus::xml {
 
-// Builds the XML of one IMETHODCALL request: name the parameters in the order in which they are to
-// stand, then take the text. Throws InvalidValueException for a character that XML cannot carry.
+// Builds the XML of one IMETHODCALL request: the parameters are written in the order of the calls,
+// and finish() returns the text. Throws InvalidValueException for a character that XML forbids.
 class RequestWriter {
  public:
-  // `messageId` comes back in the answer.
+  // `messageId` is repeated in the answer.
   RequestWriter(std::string_view messageId, std::string_view method, const String& nameSpace);
   RequestWriter& className(std::string_view parameter, const String& className);
   RequestWriter& instanceName(std::string_view parameter, const CIMObjectPath& path);
   RequestWriter& instance(std::string_view parameter, const CIMInstance& instance);
   RequestWriter& text(std::string_view parameter, const String& value);
   RequestWriter& boolean(std::string_view parameter, Boolean value);
-  // Leaves the parameter out when the list is null.
+  // Leaves out the parameter if the list is null.
   RequestWriter& propertyList(std::string_view parameter, const CIMPropertyList& list);
-  // The whole document; the writer is used up.
+  // The whole document; the writer cannot be used afterwards.
   std::string finish();
 
  private:
@@ -39,14 +38,16 @@ class RequestWriter {
   std::string out_;
 };
 
-// One parsed request. Parameter names are matched without regard to letter case; a getter answers
-// nothing when the parameter is missing or null, and throws XmlValidationError when it holds
-// something else than what is asked for.
+// Operations of the server (IMETHODCALL) or methods of a class (METHODCALL). Each is answered in an
+// element of its own (DSP0201).
+enum class CallKind { intrinsic, extrinsic };
+
+// One parsed request. Letter case does not matter in parameter names. A getter returns nothing when
+// the parameter is missing or null, and throws XmlValidationError when it holds something else.
 class Request {
  public:
-  // Throws XmlException, XmlValidationError when the body is no CIM-XML request for a single
-  // operation. Extrinsic calls (METHODCALL) and
-  // exports (EXPMETHODCALL) are read as far as their name.
+  // Throws XmlException or XmlValidationError when the body is not a CIM-XML request for a single
+  // operation. Of extrinsic calls only the name is read.
   explicit Request(std::string body);
 
   const std::string& messageId() const { return messageId_; }
@@ -54,24 +55,23 @@ class Request {
   const std::string& cimVersion() const { return cimVersion_; }
   const std::string& dtdVersion() const { return dtdVersion_; }
   const std::string& protocolVersion() const { return protocolVersion_; }
-  // True for MULTIREQ and MULTIEXPREQ: a batch, which DSP0200 lets a server refuse; nothing else is
-  // then read.
+  // True for MULTIREQ, a batch, which DSP0200 lets a server refuse; nothing else is then read.
   bool isBatch() const { return isBatch_; }
   CallKind kind() const { return kind_; }
   const std::string& method() const { return method_; }
   const String& nameSpace() const { return nameSpace_; }
-  // Names of all parameters, as sent. Of one that is there twice the getters see the first.
+  // Names of all parameters, as sent. Of duplicates, the getters see the first.
   std::vector<std::string> parameterNames() const;
-  // The class that the call is about, as the first parameter with a class, an instance name or an
-  // instance has it; empty when there is none. Nothing else of that parameter is read.
+  // The class that the call is about: that of the first parameter with a class name, an instance
+  // name or an instance; empty when there is none. Nothing else of that parameter is read.
   String targetClass() const;
 
   std::optional<String> className(std::string_view parameter) const;
   std::optional<CIMObjectPath> instanceName(std::string_view parameter) const;
   std::optional<CIMInstance> instance(std::string_view parameter) const;
-  // A name that is sent as a text, such as that of a property.
+  // A name that is sent as a VALUE, such as that of a property.
   std::optional<String> name(std::string_view parameter) const;
-  // A VALUE.NAMEDINSTANCE, with its name as path, which must be of the same class.
+  // A VALUE.NAMEDINSTANCE with its name as path. Both must be of the same class.
   std::optional<CIMInstance> namedInstance(std::string_view parameter) const;
   // A value of this type; null when missing.
   CIMValue value(std::string_view parameter, CIMType type, bool isArray) const;
@@ -82,9 +82,7 @@ class Request {
  private:
   void readMessage(Element message);
   void readIntrinsicCall();
-  // The IPARAMVALUE, or none.
-  Element parameter(std::string_view name) const;
-  // What is in it, or none.
+  // The content of the parameter, or none.
   Element parameterValue(std::string_view name) const;
 
   std::unique_ptr<XmlDocument> document_;
@@ -93,7 +91,7 @@ class Request {
   std::string messageId_, cimVersion_, dtdVersion_, protocolVersion_, method_;
   String nameSpace_;
   bool isBatch_ = false;
-  CallKind kind_ = CallKind::INTRINSIC;
+  CallKind kind_ = CallKind::intrinsic;
 };
 
 }  // namespace Pegasus::xml

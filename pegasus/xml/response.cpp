@@ -1,50 +1,37 @@
 #include "xml/response.h"
 
 #include "text/ascii.h"
-#include "xml/object_decoder.h"
-#include "xml/xml_text.h"
+#include "xml/decoder.h"
+#include "xml/text.h"
+#include "xml/values.h"
 
 namespace Pegasus::xml {
 
 namespace {
 
-// What stands around the result.
-struct Wrapping {
-  std::string_view begin;
-  std::string_view end;
-};
-
-Wrapping wrappingOf(CallKind kind) {
-  switch (kind) {
-    case CallKind::METHOD:
-      return {"<SIMPLERSP><METHODRESPONSE", "</METHODRESPONSE></SIMPLERSP>"};
-    case CallKind::EXPORT:
-      return {"<SIMPLEEXPRSP><EXPMETHODRESPONSE", "</EXPMETHODRESPONSE></SIMPLEEXPRSP>"};
-    case CallKind::INTRINSIC:
-      break;
-  }
-  return {"<SIMPLERSP><IMETHODRESPONSE", "</IMETHODRESPONSE></SIMPLERSP>"};
+std::string_view elementOf(CallKind kind) {
+  return kind == CallKind::extrinsic ? "METHODRESPONSE" : "IMETHODRESPONSE";
 }
 
-// Up to the result. IDs and names come from a parsed request, and hold nothing that XML cannot
-// carry; if they did, the answer would still be well-formed.
+// Everything before the result. The ID and the method come from a parsed request and so hold
+// nothing that XML forbids; if they did, the answer would still be well-formed.
 std::string beginResponse(std::string_view messageId, std::string_view method,
-                          const Wrapping& wrapping) {
+                          std::string_view element) {
   std::string out =
       "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n"
       "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"";
   appendAttributeTextOrReplaced(out, String(messageId));
-  out.append("\" PROTOCOLVERSION=\"1.0\">").append(wrapping.begin).append(" NAME=\"");
+  out.append("\" PROTOCOLVERSION=\"1.0\"><SIMPLERSP><").append(element).append(" NAME=\"");
   appendAttributeTextOrReplaced(out, String(method));
   out += "\">";
   return out;
 }
 
-void endResponse(std::string& out, const Wrapping& wrapping) {
-  out.append(wrapping.end).append("</MESSAGE></CIM>");
+void endResponse(std::string& out, std::string_view element) {
+  out.append("</").append(element).append("></SIMPLERSP></MESSAGE></CIM>");
 }
 
-// The only child element, which must have this name; what is missing is a missing answer.
+// The only child element, which must have this name.
 Element answerPart(Element parent, std::string_view name) {
   const Element part = optionalChild(parent);
   if (!part) {
@@ -57,9 +44,8 @@ Element answerPart(Element parent, std::string_view name) {
 void checkExpected(const char* what, std::string_view expected, std::string_view actual,
                    bool isEqual) {
   if (!isEqual) {
-    const std::string message = "the answer has " + std::string(what) + " '" + excerpt(actual) +
-                                "' instead of '" + excerpt(expected) + "'";
-    throw CIMClientResponseException(String(std::string_view(message)));
+    throw CIMClientResponseException("the answer has " + std::string(what) + " '" +
+                                     excerpt(actual) + "' instead of '" + excerpt(expected) + "'");
   }
 }
 
@@ -74,8 +60,8 @@ void checkExpected(const char* what, std::string_view expected, std::string_view
   throw CIMException(static_cast<CIMStatusCode>(code), String(description));
 }
 
-// ERROR, or IRETURNVALUE and output parameters. The operations of this library have no output
-// parameters; a server may send them all the same.
+// The IRETURNVALUE, or none. Throws for an ERROR. The operations of this library have no output
+// parameters; if a server sends them, they are ignored.
 Element findReturnValue(Element response) {
   Element returnValue;
   for (Element child = response.firstChild(); child; child = child.next()) {
@@ -87,7 +73,7 @@ Element findReturnValue(Element response) {
     }
     requireElement(child, "IRETURNVALUE");
     if (returnValue) {
-      throw XmlValidationError("IRETURNVALUE is there twice");
+      throw XmlValidationError("duplicate IRETURNVALUE");
     }
     returnValue = child;
   }
@@ -98,29 +84,29 @@ Element findReturnValue(Element response) {
 
 std::string encodeResponse(std::string_view messageId, std::string_view method,
                            std::string returnValue) {
-  const Wrapping wrapping = wrappingOf(CallKind::INTRINSIC);
-  std::string begin = beginResponse(messageId, method, wrapping);
+  const std::string_view element = elementOf(CallKind::intrinsic);
+  std::string begin = beginResponse(messageId, method, element);
   if (returnValue.empty()) {
-    endResponse(begin, wrapping);
+    endResponse(begin, element);
     return begin;
   }
   begin += "<IRETURNVALUE>";
-  // The value may be large: it is moved up inside its own memory rather than copied.
+  // The value may be large: it is moved within its own memory rather than copied.
   returnValue.reserve(returnValue.size() + begin.size() + 128);
   returnValue.insert(0, begin);
   returnValue += "</IRETURNVALUE>";
-  endResponse(returnValue, wrapping);
+  endResponse(returnValue, element);
   return returnValue;
 }
 
 std::string encodeErrorResponse(std::string_view messageId, std::string_view method,
                                 CIMStatusCode code, const String& description, CallKind kind) {
-  const Wrapping wrapping = wrappingOf(kind);
-  std::string out = beginResponse(messageId, method, wrapping);
+  const std::string_view element = elementOf(kind);
+  std::string out = beginResponse(messageId, method, element);
   out.append("<ERROR CODE=\"").append(std::to_string(code)).append("\" DESCRIPTION=\"");
   appendAttributeTextOrReplaced(out, description);
   out += "\"/>";
-  endResponse(out, wrapping);
+  endResponse(out, element);
   return out;
 }
 

@@ -29,7 +29,7 @@ const ScriptedServer::Script answerOnce = [](Peer& peer) {
 std::string refusalOf(const std::string& address) {
   CIMClient client(20'000);
   try {
-    client.connect(String(std::string_view(address)), "", "");
+    client.connect(address, "", "");
   } catch (const CannotConnectException& refusal) {
     return refusal.getMessage().toUtf8();
   }

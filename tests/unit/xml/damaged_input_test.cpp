@@ -3,7 +3,7 @@
 #include "traffic.h"
 
 #include <gtest/gtest.h>
-#include "xml/object_encoder.h"
+#include "xml/encoder.h"
 #include "xml/request.h"
 #include "xml/response.h"
 

@@ -1,6 +1,6 @@
 #include "xml/response.h"
 #include <gtest/gtest.h>
-#include "xml/object_encoder.h"
+#include "xml/encoder.h"
 
 namespace Pegasus::xml {
 namespace {

@@ -1,8 +1,9 @@
 // What is written is read back as the same. Both halves are ours, so a misunderstanding could
 // cancel out here: the recorded traffic is the check against that.
 #include <gtest/gtest.h>
-#include "xml/object_decoder.h"
-#include "xml/object_encoder.h"
+#include "xml/decoder.h"
+#include "xml/encoder.h"
+#include "xml/values.h"
 
 #include <limits>
 #include <locale>
@@ -156,9 +157,11 @@ TEST(RoundTrip, NamedInstances) {
   CIMObjectPath path = samplePath();
   path.setNameSpace("");
   instance.setPath(path);
-  std::string xml;
-  appendNamedInstance(xml, instance);
-  const CIMInstance back = decodeNamedInstance(XmlDocument(xml).root());
+  std::string xml = "<VALUE.NAMEDINSTANCE>";
+  appendInstanceName(xml, instance.getPath());
+  appendInstance(xml, instance);
+  const XmlDocument document(xml + "</VALUE.NAMEDINSTANCE>");
+  const CIMInstance back = decodeNamedInstance(document.root());
   EXPECT_EQ(back.getPath(), path);
   ASSERT_EQ(back.getPropertyCount(), instance.getPropertyCount());
   for (Uint32 i = 0; i < back.getPropertyCount(); ++i) {

@@ -126,7 +126,7 @@ TEST(RecordedRequests, HaveTheSameMessageFrame) {
     EXPECT_EQ(request.cimVersion(), "2.0");
     EXPECT_EQ(request.dtdVersion(), "2.0");
     EXPECT_EQ(request.protocolVersion(), "1.0");
-    EXPECT_EQ(request.kind(), CallKind::INTRINSIC);
+    EXPECT_EQ(request.kind(), CallKind::intrinsic);
     EXPECT_FALSE(request.isBatch());
     EXPECT_EQ(request.nameSpace(), name == "14-unknown-namespace" ? "root/nowhere" : "root/kvasd");
   }

@@ -27,8 +27,7 @@ class CIMValue {
   // A null value of the given type.
   CIMValue(CIMType type, Boolean isArray) : type_(type), isArray_(isArray) {}
 
-  // From each type that it can hold. Implicit, so that a value can stand where a CIMValue is asked
-  // for.
+  // From each type that it can hold; implicit, so that a plain value can be passed as a CIMValue.
   CIMValue(Boolean value);
   CIMValue(Uint8 value);
   CIMValue(Sint8 value);
@@ -64,6 +63,8 @@ class CIMValue {
   CIMType getType() const { return type_; }
   Boolean isArray() const { return isArray_; }
   Boolean isNull() const { return std::holds_alternative<std::monostate>(data_); }
+  // The number of elements; 0 for a null value and for one that is not an array.
+  Uint32 getArraySize() const;
 
   // Copies the value out. Another type, or an array where a scalar is asked (and the reverse),
   // throws TypeMismatchException, null or not. A null value of the right type leaves the argument
@@ -102,12 +103,12 @@ class CIMValue {
   // An element of an array can be null while the array is not (DSP0201 VALUE.NULL); for get(),
   // toString() and data() it is the type's zero or empty value. Positions count from 0.
   Boolean isNullElement(Uint32 position) const;
-  // Throws IndexOutOfBoundsException where the array has no such element; so for what is no array.
+  // Throws IndexOutOfBoundsException unless this is an array with such an element.
   void setNullElement(Uint32 position);
 
   // Null gives the empty text; strings and datetimes as they are, without quotes; integers in plain
-  // decimal digits; reals in the shortest form that reads back as the same number; booleans TRUE or
-  // FALSE; references as object paths; arrays as their elements in braces: {1, 2}.
+  // decimal digits; reals as 1.5000000000000000e+00, inf or nan; booleans TRUE or FALSE; references
+  // as object paths; arrays as their elements with a blank after each: "1 2 ".
   // Throws InvalidValueException for an object path of more than 1 Mi code units and an array of
   // more than 16 Mi.
   String toString() const;

@@ -26,7 +26,10 @@ class String {
   String(const char* text, Uint32 n);
   // UTF-16 code units, taken as they are.
   explicit String(std::u16string units);
-  explicit String(std::string_view bytes);  // NUL bytes are ordinary characters here
+  // 8-bit text in which NUL is an ordinary character.
+  String(
+      const std::string& bytes);  // NOLINT: composed messages are passed where a String is wanted
+  explicit String(std::string_view bytes);
 
   String& assign(const String& text);
   String& assign(const char* text);

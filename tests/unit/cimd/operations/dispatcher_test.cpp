@@ -1,6 +1,6 @@
 #include "operations/dispatcher.h"
 #include <gtest/gtest.h>
-#include "xml/object_decoder.h"
+#include "xml/decoder.h"
 #include "xml/response.h"
 
 #include "support.h"
@@ -71,7 +71,7 @@ TEST_F(DispatcherTest, EnumerateInstancesReturnsSubclassInstancesWithAllProperti
   EXPECT_EQ(properties(instances), "Id,Text,Number,Many, Id,Text, ");
   EXPECT_TRUE(instances[0].getProperty(0).getPropagated());
   EXPECT_FALSE(instances[0].getProperty(2).getPropagated());
-  EXPECT_EQ(instances[0].getProperty(3).getValue().toString(), String("{a, b}"));
+  EXPECT_EQ(instances[0].getProperty(3).getValue().toString(), String("a b "));
   EXPECT_EQ(instances[0].getProperty(0).getClassOrigin(), String());
 }
 
@@ -203,12 +203,6 @@ TEST_F(DispatcherTest, MethodCallsAreNotSupported) {
       "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">"
       "<SIMPLEREQ><METHODCALL NAME=\"GetClass\"/></SIMPLEREQ></MESSAGE></CIM>"));
   EXPECT_NE(namesake.find("<METHODRESPONSE NAME=\"GetClass\"><ERROR CODE=\"7\""),
-            std::string::npos);
-  const std::string exported = dispatcher_.answer(Request(
-      "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">"
-      "<SIMPLEEXPREQ><EXPMETHODCALL NAME=\"ExportIndication\"/></SIMPLEEXPREQ></MESSAGE></CIM>"));
-  EXPECT_NE(exported.find("<SIMPLEEXPRSP><EXPMETHODRESPONSE NAME=\"ExportIndication\">"
-                          "<ERROR CODE=\"7\""),
             std::string::npos);
 }
 

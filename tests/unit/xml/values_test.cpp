@@ -1,6 +1,6 @@
 // Texts as typed values.
+#include "xml/values.h"
 #include <gtest/gtest.h>
-#include "xml/object_decoder.h"
 
 #include <cmath>
 #include <limits>

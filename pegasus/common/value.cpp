@@ -2,12 +2,40 @@
 #include <Pegasus/Common/Exception.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <string>
+
+#include "text/ascii.h"
 
 namespace Pegasus {
 
 namespace {
+
+// Of a CIMDateTime: yyyymmddhhmmss.mmmmmmsutc or ddddddddhhmmss.mmmmmm:000.
+constexpr std::size_t dateTimeSize = 25;
+constexpr std::size_t dotPosition = 14;
+constexpr std::size_t signPosition = 21;
+
+bool isDigitOrUnknown(Char16 unit) {
+  return text::isDigit(unit) || unit == u'*';
+}
+
+bool isDateTime(std::u16string_view text) {
+  if (text.size() != dateTimeSize || text[dotPosition] != u'.') {
+    return false;
+  }
+  const Char16 sign = text[signPosition];
+  const auto allDigits = [text](std::size_t from, std::size_t to) {
+    return std::all_of(text.begin() + static_cast<std::ptrdiff_t>(from),
+                       text.begin() + static_cast<std::ptrdiff_t>(to), isDigitOrUnknown);
+  };
+  if (!allDigits(0, dotPosition) || !allDigits(dotPosition + 1, signPosition) ||
+      !allDigits(signPosition + 1, dateTimeSize)) {
+    return false;
+  }
+  return sign == u'+' || sign == u'-' || (sign == u':' && text.substr(signPosition + 1) == u"000");
+}
 
 // The CIM type that each C++ type stands for.
 template <typename T>
@@ -53,11 +81,18 @@ void getAs(const CIMValue& from, T& value) {
 template <typename T>
 concept Arithmetic = std::is_arithmetic_v<T>;
 
+// A real with 17 digits, which are enough to read the same number back.
 template <Arithmetic Number>
 String digits(Number number) {
-  char buffer[32];  // the longest number, a real64 in its shortest form, takes 24
-  const auto [end, error] = std::to_chars(buffer, buffer + sizeof buffer, number);
-  return String(std::string_view(buffer, static_cast<std::size_t>(end - buffer)));
+  std::array<char, 32> buffer;  // the longest takes 24
+  std::to_chars_result result;
+  if constexpr (std::is_floating_point_v<Number>) {
+    result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), Real64{number},
+                           std::chars_format::scientific, 16);
+  } else {
+    result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number);
+  }
+  return String(std::string(buffer.data(), result.ptr));
 }
 
 // The text form of each type. The overload for Boolean is chosen by exact type.
@@ -89,30 +124,47 @@ constexpr Uint32 maxTextSize = Uint32{16} << 20U;
 
 template <typename T>
 String textOf(const Array<T>& values) {
-  String text("{");
-  for (Uint32 i = 0; i < values.size(); i++) {
-    if (i > 0) {
-      text += ", ";
-    }
-    text += textOf(values[i]);
+  String text;
+  for (const T& value : values) {
+    text += textOf(value);
+    text += u' ';
     if (text.size() > maxTextSize) {
       throw InvalidValueException("an array is too long for a text");
     }
   }
-  return text += "}";
+  return text;
 }
 
 template <typename T>
 Uint32 elementCount(const Array<T>& values) {
   return values.size();
 }
-// Of what is no array.
+// Not an array.
 template <typename T>
 Uint32 elementCount(const T&) {
   return 0;
 }
 
 }  // namespace
+
+const char* cimTypeToString(CIMType type) {
+  static constexpr std::array<const char*, CIMTYPE_REFERENCE + 1> names{
+      "boolean", "uint8",  "sint8",  "uint16", "sint16", "uint32",   "sint32",   "uint64",
+      "sint64",  "real32", "real64", "char16", "string", "datetime", "reference"};
+  return type <= CIMTYPE_REFERENCE ? names[type] : "unknown";
+}
+
+CIMDateTime::CIMDateTime() : text_("00000000000000.000000:000") {}
+
+CIMDateTime::CIMDateTime(const String& text) : text_(text) {
+  if (!isDateTime(text.view())) {
+    throw InvalidValueException(String("not a date and time: ") + text);
+  }
+}
+
+Boolean CIMDateTime::isInterval() const {
+  return text_[signPosition] == u':';
+}
 
 #define CONSTRUCT_AND_GET(cppType)           \
   CIMValue::CIMValue(cppType value)          \
@@ -145,12 +197,16 @@ CONSTRUCT_AND_GET_BOTH(CIMObjectPath)
 
 CIMValue::CIMValue(const char* value) : CIMValue(String(value)) {}
 
+Uint32 CIMValue::getArraySize() const {
+  return std::visit([](const auto& value) { return elementCount(value); }, data_);
+}
+
 Boolean CIMValue::isNullElement(Uint32 position) const {
   return std::binary_search(nullElements_.begin(), nullElements_.end(), position);
 }
 
 void CIMValue::setNullElement(Uint32 position) {
-  if (position >= std::visit([](const auto& value) { return elementCount(value); }, data_)) {
+  if (position >= getArraySize()) {
     throw IndexOutOfBoundsException();
   }
   const auto place = std::lower_bound(nullElements_.begin(), nullElements_.end(), position);

@@ -3,7 +3,7 @@
 #pragma once
 
 #include <Pegasus/Common/Exception.h>
-#include "xml/xml_scanner.h"
+#include "xml/scanner.h"
 
 #include <array>
 #include <cstddef>

@@ -1,8 +1,9 @@
-// The part of the decoder that turns texts into typed values. Nothing here depends on the locale.
+#include "xml/values.h"
+
 #include "common/cim_types.h"
 #include "text/ascii.h"
-#include "xml/object_decoder.h"
-#include "xml/xml_text.h"
+#include "xml/decoder.h"
+#include "xml/text.h"
 
 #include <algorithm>
 #include <array>
@@ -20,11 +21,10 @@ using text::trimmed;
 namespace {
 
 [[noreturn]] void refuseText(const char* expected, std::string_view text) {
-  throw XmlValidationError(String(expected) +
-                           " expected, not: " + String(std::string_view(excerpt(text))));
+  throw XmlValidationError(expected + (" expected, not: " + excerpt(text)));
 }
 
-// The sign in front of a number, which is taken off; true for minus.
+// Takes off the sign before a number; true for minus.
 bool takeSign(std::string_view& digits) {
   const bool signGiven = !digits.empty() && (digits.front() == '-' || digits.front() == '+');
   const bool isNegative = signGiven && digits.front() == '-';
@@ -32,7 +32,7 @@ bool takeSign(std::string_view& digits) {
   return isNegative;
 }
 
-// The base that a prefix or suffix tells, which is taken off.
+// Takes off the prefix or suffix that shows the base.
 int takeBase(std::string_view& digits) {
   if (digits.starts_with("0x") || digits.starts_with("0X")) {
     digits.remove_prefix(2);
@@ -124,7 +124,7 @@ T parseAs(std::string_view text) {
   }
 }
 
-// By their CIMType.
+// Indexed by CIMType.
 const std::array<std::string_view, CIMTYPE_REFERENCE + 1> typeNames = [] {
   std::array<std::string_view, CIMTYPE_REFERENCE + 1> names;
   for (int i = CIMTYPE_BOOLEAN; i <= CIMTYPE_REFERENCE; ++i) {
@@ -133,7 +133,7 @@ const std::array<std::string_view, CIMTYPE_REFERENCE + 1> typeNames = [] {
   return names;
 }();
 
-// The elements of an array, each read by `decode`; an empty one where VALUE.NULL stands.
+// The elements of an array, each read by `decode`; an empty one for VALUE.NULL.
 template <typename T, typename Decode>
 CIMValue decodeElements(Element element, Decode decode) {
   Array<T> array;

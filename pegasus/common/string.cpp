@@ -37,6 +37,8 @@ String::String(const char* text, Uint32 n) : units_(text::toUtf16(firstBytes(tex
 
 String::String(std::u16string units) : units_(std::move(units)) {}
 
+String::String(const std::string& bytes) : units_(text::toUtf16(bytes)) {}
+
 String::String(std::string_view bytes) : units_(text::toUtf16(bytes)) {}
 
 String& String::assign(const String& text) {

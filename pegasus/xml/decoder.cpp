@@ -1,8 +1,9 @@
-#include "xml/object_decoder.h"
+#include "xml/decoder.h"
 
 #include "common/name_check.h"
 #include "text/ascii.h"
-#include "xml/xml_text.h"
+#include "xml/text.h"
+#include "xml/values.h"
 
 #include <algorithm>
 #include <vector>
@@ -12,14 +13,14 @@ namespace Pegasus::xml {
 namespace {
 
 [[noreturn]] void refuse(const std::string& what) {
-  throw XmlValidationError(String(std::string_view(what)));
+  throw XmlValidationError(what);
 }
 
 [[noreturn]] void refuseChild(Element parent, Element child) {
   refuse(excerpt(child.name()) + " inside " + excerpt(parent.name()));
 }
 
-// The element that follows, which must have this name.
+// Returns the element, which must have this name.
 Element requireNext(Element element, Element parent, std::string_view name) {
   if (!element || element.name() != name) {
     refuse(excerpt(parent.name()) + " without " + std::string(name));
@@ -33,7 +34,7 @@ void requireNoMore(Element parent, Element rest) {
   }
 }
 
-// Qualifiers say nothing about the value and are skipped; behind them stands the value, or nothing.
+// Skips the qualifiers, which say nothing about the value. The value comes after them, or nothing.
 Element valueChild(Element property) {
   Element child = property.firstChild();
   while (child && child.name() == "QUALIFIER") {
@@ -96,7 +97,7 @@ CIMKeyBinding decodeKeyBinding(Element element) {
 
 void requireDifferentNames(const Array<CIMKeyBinding>& keys) {
   if (const String* repeated = findRepeated(keys)) {
-    refuse("key " + excerpt(repeated->toUtf8()) + " is there twice");
+    refuse("duplicate key " + excerpt(repeated->toUtf8()));
   }
 }
 
@@ -150,7 +151,7 @@ CIMObjectPath decodeInstancePath(Element element) {
   return path;
 }
 
-// A NAME may hold several parts. Those that are empty name nothing.
+// A NAME may hold several parts; empty ones are left out.
 void appendNameSpaceParts(String& path, const String& name) {
   for (Uint32 start = 0; start < name.size();) {
     const Uint32 slash = std::min(name.find(start, u'/'), name.size());
@@ -162,8 +163,8 @@ void appendNameSpaceParts(String& path, const String& name) {
   }
 }
 
-// An element of this name as a property, made in its place at the end of the list. An embedded
-// object is the string that it is sent as.
+// Decodes an element of this name into a property at the end of the list, which saves moving it
+// there. An embedded object is kept as the string that it is sent as.
 void decodePropertyInto(std::vector<CIMProperty>& properties, Element element,
                         std::string_view kind) {
   const bool isArray = kind == "PROPERTY.ARRAY";
@@ -178,7 +179,7 @@ void decodePropertyInto(std::vector<CIMProperty>& properties, Element element,
   const CIMType type =
       isReference ? CIMTYPE_REFERENCE : parseType(requireName(element, "TYPE", typeName));
   if (isArray && type == CIMTYPE_REFERENCE) {
-    refuse("an array of references, which no property can be");
+    refuse("a property cannot be an array of references");
   }
   Uint32 size = 0;
   if (arraySize) {
@@ -258,10 +259,10 @@ CIMValue decodeTypedValue(CIMType type, bool isArray, Element element) {
     return CIMValue(decodeReference(element));
   }
   if (element.name() != "VALUE") {
-    refuse("expected VALUE, found " + excerpt(element.name()));
+    refuse("VALUE expected, not " + excerpt(element.name()));
   }
   const std::string text = textOnly(element);
-  // Some servers send a null value of a type that has no empty text so.
+  // Some servers send a null value of a type without an empty text like this.
   const bool isText = type == CIMTYPE_STRING || type == CIMTYPE_CHAR16;
   if (!isText && text::trimmed(text).empty()) {
     return CIMValue(type, false);
@@ -274,7 +275,7 @@ CIMValue decodeUntypedValue(Element element) {
     return CIMValue();
   }
   if (element.name() == "VALUE") {
-    return CIMValue(String(std::string_view(textOnly(element))));
+    return CIMValue(textOnly(element));
   }
   if (element.name() == "VALUE.ARRAY") {
     return decodeArray(CIMTYPE_STRING, element);

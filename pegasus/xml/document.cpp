@@ -1,4 +1,4 @@
-#include "xml/xml_document.h"
+#include "xml/document.h"
 
 #include "text/ascii.h"
 

@@ -1,4 +1,4 @@
-#include "xml/xml_text.h"
+#include "xml/text.h"
 
 #include <Pegasus/Common/Exception.h>
 

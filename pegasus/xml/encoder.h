@@ -1,7 +1,7 @@
 // Values, names and instances as CIM-XML elements (DMTF DSP0201). Every function appends to `out`,
 // and throws InvalidValueException for what CIM-XML cannot carry: a character that XML forbids, a
-// property that is an array of references, a key without name beside others, an empty namespace.
-// `out` may then end in half an element.
+// property that is an array of references, a key without name among others, an empty namespace.
+// `out` may then end in an incomplete element.
 #pragma once
 
 #include <Pegasus/Common/CIMInstance.h>
@@ -18,8 +18,8 @@ void appendValue(std::string& out, const CIMValue& value);
 // PROPERTY, PROPERTY.ARRAY or PROPERTY.REFERENCE; a null property is an element without value.
 // CLASSORIGIN and PROPAGATED are written where the property has them.
 void appendProperty(std::string& out, const CIMProperty& property);
-// The same with the XML of its QUALIFIER elements, and with the attribute EmbeddedObject where that
-// is not empty: "instance" or "object".
+// The same with the XML of its QUALIFIER elements, and with the attribute EmbeddedObject
+// ("instance" or "object") unless that is empty.
 void appendQualifiedProperty(std::string& out, const CIMProperty& property,
                              std::string_view qualifiers, std::string_view embeddedObject = {});
 // LOCALNAMESPACEPATH of a namespace such as "root/kvasd".
@@ -28,15 +28,14 @@ void appendLocalNameSpacePath(std::string& out, const String& nameSpace);
 void appendClassName(std::string& out, const String& className);
 // INSTANCENAME: class and keys, without host and namespace.
 void appendInstanceName(std::string& out, const CIMObjectPath& path);
-// INSTANCEPATH, LOCALINSTANCEPATH or INSTANCENAME, by what the path carries: host and namespace,
-// only a namespace, neither. A host without namespace has no element and is left out.
+// INSTANCEPATH for a path with host and namespace, LOCALINSTANCEPATH for one with a namespace only,
+// else INSTANCENAME. A host without namespace has no element and is left out.
 void appendObjectPath(std::string& out, const CIMObjectPath& path);
 // INSTANCE, without its path.
 void appendInstance(std::string& out, const CIMInstance& instance);
-// VALUE.NAMEDINSTANCE: the instance's name (class and keys of its path) and the instance.
-void appendNamedInstance(std::string& out, const CIMInstance& instance);
 
-// For the messages around these elements: `NAME="value"` with a blank before it, the value escaped.
+// For the messages around these elements: ` NAME="value"` with a blank before it, the value
+// escaped.
 void appendAttribute(std::string& out, std::string_view name, const String& value);
 
 }  // namespace Pegasus::xml

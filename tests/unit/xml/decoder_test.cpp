@@ -1,6 +1,7 @@
-#include "xml/object_decoder.h"
+#include "xml/decoder.h"
 #include <gtest/gtest.h>
-#include "xml/object_encoder.h"
+#include "xml/encoder.h"
+#include "xml/values.h"
 
 namespace Pegasus::xml {
 namespace {

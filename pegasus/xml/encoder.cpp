@@ -1,6 +1,6 @@
-#include "xml/object_encoder.h"
+#include "xml/encoder.h"
 
-#include "xml/xml_text.h"
+#include "xml/text.h"
 
 #include <array>
 #include <charconv>
@@ -20,7 +20,7 @@ void appendInteger(std::string& out, T value) {
 }
 
 // The shortest digits that read back as the same number, with the decimal point that DSP0201
-// demands and its names for what is no number.
+// demands, and its names for infinity and NaN.
 template <typename T>
 void appendReal(std::string& out, T value) {
   if (!std::isfinite(value)) {
@@ -259,13 +259,6 @@ void appendInstance(std::string& out, const CIMInstance& instance) {
     appendProperty(out, instance.getProperty(i));
   }
   out += "</INSTANCE>";
-}
-
-void appendNamedInstance(std::string& out, const CIMInstance& instance) {
-  out += "<VALUE.NAMEDINSTANCE>";
-  appendInstanceName(out, instance.getPath());
-  appendInstance(out, instance);
-  out += "</VALUE.NAMEDINSTANCE>";
 }
 
 }  // namespace Pegasus::xml

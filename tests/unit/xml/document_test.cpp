@@ -1,6 +1,6 @@
-#include "xml/xml_document.h"
+#include "xml/document.h"
 #include <gtest/gtest.h>
-#include "xml/xml_scanner.h"
+#include "xml/scanner.h"
 
 #include <string>
 #include <vector>

@@ -1,9 +1,9 @@
-#include "xml/xml_scanner.h"
+#include "xml/scanner.h"
 
 #include <Pegasus/Common/Exception.h>
 #include <utf8.h>
 #include "text/ascii.h"
-#include "xml/xml_text.h"
+#include "xml/text.h"
 
 #include <algorithm>
 #include <array>
@@ -95,8 +95,7 @@ class Scanner {
  private:
   [[noreturn]] void fail(const std::string& what) const { failAt(position_, what); }
   [[noreturn]] static void failAt(std::size_t position, const std::string& what) {
-    throw XmlException(
-        String(std::string_view("XML error at byte " + std::to_string(position) + ": " + what)));
+    throw XmlException("XML error at byte " + std::to_string(position) + ": " + what);
   }
 
   // All characters at once, so that the scan after this need not look for bad ones.
