@@ -27,7 +27,7 @@ TEST(Array, KeepsElementsInOrder) {
   EXPECT_EQ(array.size(), 3U);
 }
 
-TEST(Array, APositionPastTheEndThrows) {
+TEST(Array, PositionPastTheEndThrows) {
   Array<Uint32> array{1};
   EXPECT_THROW(array[1] = 2, Pegasus::IndexOutOfBoundsException);
   EXPECT_THROW(static_cast<void>(array[Pegasus::PEG_NOT_FOUND]),
@@ -47,7 +47,7 @@ TEST(Array, CopiesAreIndependent) {
   EXPECT_EQ(original.size(), 2U);
 }
 
-TEST(Array, OfBooleansHandsOutReferences) {
+TEST(Array, BooleansAreAccessedByReference) {
   Array<Boolean> array{true, false};
   Boolean& second = array[1];
   second = true;
