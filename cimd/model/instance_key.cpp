@@ -40,8 +40,8 @@ void appendPart(InstanceKey& key, std::u16string_view part) {
 // keys are stored in that form.
 String textOf(const CIMValue& value) {
   return std::visit(
-      [&value]<typename T>(const T& number) {
-        if constexpr (std::is_floating_point_v<T>) {
+      [&value](const auto& number) {
+        if constexpr (std::is_floating_point_v<std::decay_t<decltype(number)>>) {
           std::array<char, 32> buffer;
           const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number);
           return String(std::string(buffer.data(), result.ptr));

@@ -148,10 +148,14 @@ Uint32 elementCount(const T&) {
 }  // namespace
 
 const char* cimTypeToString(CIMType type) {
-  static constexpr std::array<const char*, CIMTYPE_REFERENCE + 1> names{
+  static constexpr std::array<std::string_view, CIMTYPE_REFERENCE + 1> names{
       "boolean", "uint8",  "sint8",  "uint16", "sint16", "uint32",   "sint32",   "uint64",
       "sint64",  "real32", "real64", "char16", "string", "datetime", "reference"};
-  return type <= CIMTYPE_REFERENCE ? names[type] : "unknown";
+  const auto index = static_cast<std::size_t>(type);
+  if (index >= names.size()) {
+    return "unknown";
+  }
+  return names[index].data();
 }
 
 CIMDateTime::CIMDateTime() : text_("00000000000000.000000:000") {}

@@ -3,6 +3,8 @@
 #include <utf8.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <iterator>
 
 namespace Pegasus::text {
@@ -11,7 +13,17 @@ namespace {
 
 constexpr char32_t replacementCharacter = 0xFFFD;
 
+// Eight bytes at a time: the highest bit of each is clear in ASCII.
 bool isAscii(std::string_view bytes) {
+  constexpr std::uint64_t highBits = 0x8080808080808080;
+  std::uint64_t eight = 0;
+  while (bytes.size() >= sizeof eight) {
+    std::memcpy(&eight, bytes.data(), sizeof eight);
+    if ((eight & highBits) != 0) {
+      return false;
+    }
+    bytes.remove_prefix(sizeof eight);
+  }
   return std::all_of(bytes.begin(), bytes.end(),
                      [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
 }
@@ -43,6 +55,10 @@ std::string toUtf8(std::u16string_view units) {
 }
 
 std::u16string toUtf16(std::string_view bytes) {
+  // Most attributes of most elements are missing.
+  if (bytes.empty()) {
+    return {};
+  }
   if (isAscii(bytes) || !utf8::is_valid(bytes.begin(), bytes.end())) {
     return widened(bytes);
   }
