@@ -83,6 +83,8 @@ struct Candidate {
   Version version;
   // 0 if it is not signed.
   std::int64_t signatureTime = 0;
+  // The sum of the keyring; empty if it is not verified.
+  std::string keyring;
 };
 
 class Run {
@@ -211,7 +213,11 @@ Candidate Run::bringOnce(Bringer& bringer, const std::string& name, bool isFirst
   candidate.text = brought.isUnchanged ? good->text : std::move(brought.text);
   candidate.version = brought.isUnchanged ? good->version : brought.version;
   if (!settings_.keyring.empty()) {
-    verify(bringer, name, candidate);
+    candidate.keyring = keyringSum(settings_.keyring);
+    // A text that was verified with this keyring, and has not changed since, need not be again.
+    if (!brought.isUnchanged || good->keyring != candidate.keyring) {
+      verify(bringer, name, candidate);
+    }
   }
   return candidate;
 }
@@ -261,6 +267,7 @@ Good Run::goodOf(const Candidate& candidate) const {
   good.text = candidate.text;
   good.entries = report_.predicted->size();
   good.version = candidate.version;
+  good.keyring = candidate.keyring;
   // An older one has been accepted by force, and is the measure from now on.
   good.signatureTime = candidate.signatureTime != 0 ? candidate.signatureTime
                        : state_.good()              ? state_.good()->signatureTime

@@ -110,7 +110,8 @@ Json toJson(const Good& good) {
           {"sha256", good.text.empty() ? "" : sha256(good.text)},
           {"etag", good.version.etag},
           {"lastModified", good.version.lastModified},
-          {"signatureTime", good.signatureTime}};
+          {"signatureTime", good.signatureTime},
+          {"keyring", good.keyring}};
 }
 
 std::string readIfThere(const std::string& path) {
@@ -200,6 +201,7 @@ void State::readStatus() {
   }
   good_->source = textOf(*found, "source");
   good_->entries = static_cast<std::size_t>(std::max<std::int64_t>(numberOf(*found, "entries"), 0));
+  good_->keyring = textOf(*found, "keyring");
   good_->version = {textOf(*found, "etag"), textOf(*found, "lastModified")};
 }
 

@@ -32,6 +32,8 @@ struct Good {
   Version version;
   // The newest that was seen; 0 for none. Kept while files are not signed.
   std::int64_t signatureTime = 0;
+  // The sum of the keyring that the text was verified with; empty if it was not.
+  std::string keyring;
 };
 
 class State {

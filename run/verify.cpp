@@ -59,19 +59,6 @@ void write(const std::filesystem::path& path, const std::string& text) {
   }
 }
 
-void checkKeyring(const std::string& keyring) {
-  constexpr std::size_t mostBytes = 16777216;
-  try {
-    if (readWholeFile(keyring, mostBytes).starts_with("-----BEGIN")) {
-      throw Failure(Status::badUse, "MORVIK_KEYRING: " + harmless(keyring) +
-                                        " is armored; convert it with gpg --dearmor");
-    }
-  } catch (const std::system_error& error) {
-    throw Failure(Status::badUse, "MORVIK_KEYRING: cannot read " + harmless(keyring) + ": " +
-                                      error.code().message());
-  }
-}
-
 // What is wrong with a signature, by the keyword of its status line.
 const char* faultOf(const std::string& keyword) {
   constexpr std::array<std::array<const char*, 2>, 7> faults{
@@ -105,6 +92,21 @@ std::string sha256(const std::string& text) {
     digits += all[sum.at(i) & 0xFU];
   }
   return digits;
+}
+
+std::string keyringSum(const std::string& keyring) {
+  constexpr std::size_t mostBytes = 16777216;
+  try {
+    const std::string text = readWholeFile(keyring, mostBytes);
+    if (text.starts_with("-----BEGIN")) {
+      throw Failure(Status::badUse, "MORVIK_KEYRING: " + harmless(keyring) +
+                                        " is armored; convert it with gpg --dearmor");
+    }
+    return sha256(text);
+  } catch (const std::system_error& error) {
+    throw Failure(Status::badUse, "MORVIK_KEYRING: cannot read " + harmless(keyring) + ": " +
+                                      error.code().message());
+  }
 }
 
 void checkSum(const std::string& sums, const std::string& name, const std::string& text) {
@@ -164,7 +166,6 @@ Signature readStatus(const std::string& statusLines) {
 Signature checkSignature(const std::string& sums, const std::string& signature,
                          const std::string& keyring, const std::string& directory,
                          const Deadline& deadline) {
-  checkKeyring(keyring);
   const std::filesystem::path place = directory;
   write(place / "SHA256SUMS", sums);
   write(place / "SHA256SUMS.gpg", signature);
