@@ -19,7 +19,8 @@ set(tool_summary "publish the field-replaceable units of a server in CIM")
 set(tool_description
 "morvik asks the CIM server of the machine for its model, fetches the list of
 parts for that model by FTP, keeps the entries that fit this machine, and
-publishes them as CIM instances. A timer of systemd can do it every night.
+publishes them as CIM instances. morvik-run does so every night, by HTTPS too,
+checks list and outcome, and keeps the last good entries if a night is bad.
 
 This package has the tool, its manual pages, the KVAXDT classes as MOF files,
 and sample machines.")
@@ -45,8 +46,9 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_NAME morvik)
 set(CPACK_DEBIAN_SERVER_PACKAGE_NAME morvik-cimd)
 # tnftp, because the ftp of inetutils takes the option -V for "print the version and end". netbase has
 # /etc/services, without which tnftp does not know the port of FTP.
-set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "tnftp, netbase")
-set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS "morvik-cimd")
+# gpgv checks the signatures of data files.
+set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "tnftp, netbase, gpgv")
+set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS "morvik-cimd, ca-certificates")
 # The classes come with the tool. The users of a package are made by systemd-sysusers.
 set(CPACK_DEBIAN_SERVER_PACKAGE_DEPENDS
     "morvik (= ${version}), systemd | systemd-standalone-sysusers | systemd-sysusers")
@@ -79,11 +81,11 @@ set(CPACK_RPM_SPEC_MORE_DEFINE "%define clamp_mtime_to_source_date_epoch 1
 %define _build_id_links none")
 set(CPACK_RPM_TOOL_PACKAGE_NAME morvik)
 set(CPACK_RPM_SERVER_PACKAGE_NAME morvik-cimd)
-set(CPACK_RPM_TOOL_PACKAGE_REQUIRES "ftp")
+set(CPACK_RPM_TOOL_PACKAGE_REQUIRES "ftp, gnupg2")
 set(CPACK_RPM_SERVER_PACKAGE_REQUIRES "morvik = ${version}, systemd")
 # Folders that belong to other packages.
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
-    /etc/sysconfig /usr/lib/systemd /usr/lib/systemd/system /usr/lib/sysusers.d /usr/libexec
+    /etc/sysconfig /usr/lib/systemd /usr/lib/systemd/system /usr/lib/sysusers.d
     /usr/sbin /usr/share/doc /usr/share/man /usr/share/man/man1 /usr/share/man/man5
     /usr/share/man/man8 /usr/share/bash-completion /usr/share/bash-completion/completions
     /usr/share/zsh /usr/share/zsh/site-functions /usr/share/fish

@@ -395,6 +395,9 @@ Brought Bringer::Transfer::bring(const std::string& name, const std::optional<Ve
       brought_.isUnchanged = result == Result::unchanged;
       return brought_;
     }
+    if (code_ == CURLE_SSL_CACERT_BADFILE) {
+      throw Failure(Status::badUse, "MORVIK_CA: " + words());
+    }
     if (result == Result::missing) {
       throw Failure(Status::noFile, addressOf(name) + " does not exist: " + words());
     }

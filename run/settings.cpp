@@ -1,5 +1,7 @@
 #include "settings.h"
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
@@ -228,6 +230,9 @@ std::variant<Settings, int> readSettings(int argc, const char* const* argv) {
   chooseSource(app, settings);
   readValues(settings);
   findPlaces(settings);
+  if (access(settings.morvik.c_str(), X_OK) != 0) {
+    throw Failure(Status::badUse, "cannot run morvik: " + harmless(settings.morvik));
+  }
   return settings;
 }
 

@@ -1,7 +1,7 @@
 // The state directory: what is remembered from run to run, and where a run works.
 //
 //     lock           held during a run
-//     work/          emptied by each run
+//     work/          exists during a run
 //     status.json    the last run, and the last good one
 //     fru.good.txt   the data file of the last good run
 //     history.jsonl  one line for each change of the published entries, the newest last

@@ -166,6 +166,71 @@ $(block install.md look | grep morvik-show)" "$(block README.md install | sed 's
     endServer
 }
 
+@test "docs/parts-server.md: a maker signs, and a machine publishes what is signed" {
+    export GNUPGHOME=$BATS_TEST_TMPDIR/keys
+    mkdir -m 700 "$GNUPGHOME"
+    # shellcheck disable=SC2317 # the block calls it
+    gpg() { command gpg --batch --quiet --pinentry-mode loopback --passphrase '' "$@" 2>/dev/null 3>&-; }
+    cp "$schema/samples/parts/1234wpk.txt" .
+    follow parts-server.md sign
+    gpgconf --kill all
+    startCimd "$schema/kvaxdt.mof" "$schema/samples/server-1234.mof"
+    MORVIK_FILES=$PWD MORVIK_KEYRING=$PWD/parts-keyring.gpg morvik-run --state state
+    (($(published | wc -l) == 13))
+}
+
+@test "docs/many-machines.md: systemd accepts the drop-in file" {
+    command -v systemd-analyze >/dev/null || skip 'no systemd here'
+    DESTDIR=$PWD/tree cmake --install "$MORVIK_BIN_DIR/.." --component tool >/dev/null
+    mkdir -p units/morvik.service.d
+    find tree -name morvik.service -exec sed 's#^\(Exec[A-Za-z]*=-*\)/.*#\1/bin/true#' {} + >units/morvik.service
+    block many-machines.md 'on failure' >units/morvik.service.d/on-failure.conf
+    printf '[Service]\nExecStart=/bin/true\n' >units/mail-to-admin@.service
+    systemd-analyze verify --man=no units/morvik.service 2>findings || { cat findings >&2; return 1; }
+    equal '' "$(grep -F "$PWD/units" findings || true)" 'what systemd finds'
+}
+
+@test "docs/many-machines.md: metrics that Prometheus accepts, queries that answer, an alert that fires" {
+    # scripts/setup does not install Prometheus, because on Debian it would serve the network from then on.
+    command -v promtool >/dev/null || skip 'no promtool here'
+    # shellcheck disable=SC2317 # the block calls them
+    setfacl() { equal '-m u:morvik:rwx /var/lib/prometheus/node-exporter' "$*" 'what is allowed'; }
+    # shellcheck disable=SC2317
+    tee() { [[ $1 == -a && $2 == /etc/default/morvik ]] && cat >settings; }
+    follow many-machines.md metrics
+    sed -i "s#/var/lib/prometheus/node-exporter#$PWD#" settings
+    startCimd "$schema/kvaxdt.mof" "$schema/samples/server-1234.mof"
+    (set -a && source settings && morvik-run --state state --file "$schema/samples/parts/1234wpk.txt")
+    promtool check metrics <morvik.prom
+    grep -q '^morvik_fru_info{category="PROCESSOR",fru_number="A110003"' morvik.prom
+    block many-machines.md alerts >alerts.yml
+    promtool check rules alerts.yml
+    # A good run at the start, none for three days; the queries find the machine.
+    {
+        printf '%s\n' 'rule_files: [alerts.yml]' 'evaluation_interval: 1h' 'tests:' '- interval: 1h' '  input_series:'
+        grep -v '^#' morvik.prom | while read -r line; do
+            # Times count from the start of the test.
+            [[ $line != *timestamp* ]] || line="${line% *} 0"
+            value=${line##* } series=${line% *}
+            [[ $series == *\} ]] && series="${series%\}},instance=\"db1\"}" || series+='{instance="db1"}'
+            printf "  - series: '%s'\n    values: '%sx72'\n" "$series" "$value"
+        done
+        printf '%s\n' '  alert_rule_test:'
+        local alert
+        for alert in MorvikNoGoodRun MorvikNoRun; do
+            printf "  - eval_time: 47h\n    alertname: %s\n    exp_alerts: []\n" "$alert"
+        done
+        printf '%s\n' '  - eval_time: 50h' '    alertname: MorvikNoGoodRun' '    exp_alerts:' \
+            "    - exp_labels: {instance: db1}" \
+            "      exp_annotations: {summary: 'db1: no good run of morvik-run for two days'}"
+        printf '%s\n' '  promql_expr_test:'
+        block many-machines.md queries | while IFS= read -r line; do
+            printf "  - expr: 'count(%s)'\n    eval_time: 1h\n    exp_samples: [{labels: '{}', value: 1}]\n" "$line"
+        done
+    } >test.yml
+    promtool test rules test.yml
+}
+
 @test "docs/data-files.md: the example and its explanation" {
     startCimd "$schema/kvaxdt.mof" "$schema/samples/server-1234.mof"
     block data-files.md first >1234wpk.txt

@@ -40,8 +40,6 @@ bin/morvik-show
 etc/default/morvik
 lib/systemd/system/morvik.service
 lib/systemd/system/morvik.timer
-libexec/morvik/no-ftp/ftp
-libexec/morvik/run
 sbin/morvik
 sbin/morvik-run
 share/bash-completion/completions/morvik
@@ -99,7 +97,7 @@ END
     installTree
     local file names
     names=$(cd "$tree" && grep -rhoE "($prefix|$etc)/[A-Za-z0-9_./-]*[A-Za-z0-9_]" \
-        ".$prefix/lib" ".$prefix/libexec" ".$etc" ".$prefix/share/man" | sort -u)
+        ".$prefix/lib" ".$etc" ".$prefix/share/man" | sort -u)
     [[ $names == *"$prefix/sbin/morvik-cimd"* && $names == *"$etc/default/morvik"* ]]
     for file in $names; do
         [[ -e $tree$file || $file == /etc/redhat-release || $file == /etc/morvik/* ]] ||
@@ -131,119 +129,21 @@ END
 
 # --- the nightly run ---
 
-# The installed script, with a program in place of morvik that writes its arguments into a file, one a
-# line, and prints the file `answer`.
-installRun() {
+@test "the service runs the installed morvik-run, which finds the installed morvik" {
     installTree tool
-    cat >stub <<'END'
-#!/bin/sh
-for argument; do printf '<%s>\n' "$argument"; done >arguments
-ls >listing
-cat answer
-exit "$(cat stubstatus)"
-END
-    chmod +x stub
-    : >answer
-    echo 0 >stubstatus
-    sed "s#'$prefix/sbin/morvik'#'$PWD/stub'#" "$tree$prefix/libexec/morvik/run" >"$BATS_TEST_TMPDIR/run"
-    grep -qF "$PWD/stub" "$BATS_TEST_TMPDIR/run"
-    rm -rf "$tree"
-}
-
-useRealMorvik() {
-    sed -i "s#'$PWD/stub'#'$morvik'#" "$BATS_TEST_TMPDIR/run"
-}
-
-runNightly() { # [NAME=VALUE...]
-    runInstead env -u MORVIK_SERVER -u MORVIK_DIRECTORY -u MORVIK_FILE "$@" sh "$BATS_TEST_TMPDIR/run"
-}
-
-@test "the settings become arguments, each value exactly one" {
-    installRun
-    runNightly
-    equal 0 "$status" status
-    fileIs arguments ''
-    runNightly MORVIK_SERVER= MORVIK_DIRECTORY= MORVIK_FILE=
-    fileIs arguments ''
-    runNightly MORVIK_SERVER=ftp.example.com MORVIK_DIRECTORY=/parts
-    fileIs arguments '<-s>\n<ftp.example.com>\n<-d>\n</parts>\n'
-    runNightly MORVIK_SERVER='a "b'\'' 2121' MORVIK_DIRECTORY='-s $(touch x); `touch y` *'
-    fileIs arguments '<-s>\n<a "b'\'' 2121>\n<-d>\n<-s $(touch x); `touch y` *>\n'
-    [[ ! -e x && ! -e y ]]
-    # The other one is the built-in value, not empty.
-    runNightly MORVIK_SERVER=ftp.example.com
-    fileIs arguments '<-s>\n<ftp.example.com>\n<-d>\n</pc/dolmex/bp_server>\n'
-    runNightly MORVIK_DIRECTORY=/parts
-    fileIs arguments "<-s>\n<$(cached MORVIK_DEFAULT_PARTS_SERVER)>\n<-d>\n</parts>\n"
-}
-
-@test "the status is 1 after a failure that morvik printed, and otherwise that of morvik" {
-    installRun
-    # shellcheck disable=SC2059 # the text is a format on purpose
-    printf "$localCopy" >answer
-    runNightly
-    said "$localCopy"
-    # shellcheck disable=SC2059
-    printf "$localCopy$didNotComplete" >answer
-    runNightly
-    equal 1 "$status" 'the status after a failure'
-    fileIs "$out" "$localCopy$didNotComplete"
-    : >answer
-    echo 134 >stubstatus
-    runNightly
-    equal 134 "$status" 'the status after another failure'
-}
-
-@test "each message of morvik about a failure is recognised" {
-    installRun
-    useRealMorvik
-    runNightly
-    equal 1 "$status" 'the status without a CIM server'
-    fileIs "$out" "$didNotComplete"
+    equal "ExecStart=$prefix/sbin/morvik-run" "$(grep ^ExecStart= "$tree$prefix/lib/systemd/system/morvik.service")" \
+        'the command of the service'
     startMachine
-    runNightly MORVIK_SERVER='127.0.0.1 1'
-    equal 1 "$status" 'the status without an FTP server'
-    fileIs "$out" "$notAvailable"
-    startFtp
-    putOnParts 1234wpk.txt <<<'"A1","FAN","","fan"'
-    mkdir bin
-    printf '#!/bin/sh\n' >bin/mv # moves nothing
-    chmod +x bin/mv
-    runNightly MORVIK_SERVER=127.0.0.1 "PATH=$PWD/bin:$PATH"
-    equal 1 "$status" 'the status when the fetched file has vanished'
-    fileIs "$out" "$couldNotOpen"
-}
-
-@test "MORVIK_FILE is published without an FTP server, and copied only for the run" {
-    installRun
-    printf '"A1","FAN","","fan"\n' >"$BATS_TEST_TMPDIR/mine"
-    runNightly MORVIK_SERVER=ftp.example.com MORVIK_FILE="$BATS_TEST_TMPDIR/mine"
-    equal 0 "$status" status
-    grep -qx fru.txt listing
-    [[ ! -e fru.txt && -f $BATS_TEST_TMPDIR/mine ]]
-    fileIs arguments '<-s>\n<127.0.0.1 1>\n<-d>\n</>\n'
-    rm arguments
-    runNightly MORVIK_FILE=/nonexistent
-    ((status != 0))
-    [[ ! -e arguments ]]
-    grep -qF "MORVIK_FILE in $etc/default/morvik must name a file" "$err"
-    useRealMorvik
-    mkdir no-ftp
-    install -m 755 "$project/packaging/systemd/no-ftp.sh" no-ftp/ftp
-    sed -i "s#^    PATH=$prefix/libexec/morvik/no-ftp:#    PATH=$PWD/no-ftp:#" "$BATS_TEST_TMPDIR/run"
-    startMachine
-    runNightly MORVIK_FILE="$BATS_TEST_TMPDIR/mine"
-    usedLocalCopy
-    fileIs "$err" ''
+    printf '"A1","FAN","","Fan"\n' >mine
+    runInstead env -i STATE_DIRECTORY="$PWD/state" MORVIK_FILE="$PWD/mine" "$tree$prefix/sbin/morvik-run"
+    said "published 1 entry of $PWD/mine: 1 added, 0 removed\n"
     publishedNumbersAre A1
 }
 
-@test "files that an interrupted run left are removed, fru.txt stays" {
-    installRun
-    touch fruscript.scr fru.log 1234wpk.txt fru.txt
-    runNightly
-    equal 'answer fru.txt listing stub stubstatus' \
-        "$(grep -v arguments listing | paste -sd ' ')" 'the files that morvik finds'
+@test "the settings file names every variable that morvik-run reads, and no other" {
+    installTree tool
+    equal "$("$MORVIK_BIN_DIR/morvik-run" --help | grep -oE 'MORVIK_[A-Z_]+' | grep -v RETRY_PAUSE | sort)" \
+        "$(grep -oE '^#MORVIK_[A-Z_]+' "$tree$etc/default/morvik" | tr -d '#' | sort)" 'the variables'
 }
 
 # --- completions: scripts/test-packages tries them in each shell ---
@@ -285,6 +185,7 @@ completed() { # COMMAND TEXT
     equal '--log-level debug error info warning' "$(completed morvik-cimd '--log-level ')" levels
     equal 'files/a.mof' "$(completed morvik-cimd 'files/')" 'MOF files'
     equal '--store files/a.mof files/b.txt' "$(completed morvik-cimd '--store files/')" 'files of a store'
+    equal '--missing ok' "$(completed morvik-run '--missing o')" 'words of morvik-run'
     equal '--category FAN FLOPPY' "$(completed morvik-show '--category F')" categories
     equal '--explain files/a.mof files/b.txt' "$(completed morvik-show '--explain files/')" 'data files'
 }
@@ -296,6 +197,7 @@ completed() { # COMMAND TEXT
     version=$(sed -n 's/^project(morvik VERSION \([0-9.]*\).*/\1/p' "$project/CMakeLists.txt")
     [[ -n $version ]]
     equal "morvik-cimd $version" "$("$cimd" --version)" 'the version of morvik-cimd'
+    equal "morvik-run $version" "$("$MORVIK_BIN_DIR/morvik-run" --version)" 'the version of morvik-run'
     [[ ! -x $MORVIK_BIN_DIR/morvik-show ]] ||
         equal "morvik-show $version" "$("$MORVIK_BIN_DIR/morvik-show" --version)" 'the version of morvik-show'
     installTree

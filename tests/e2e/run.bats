@@ -235,3 +235,96 @@ while True:
     run ! grep -P '[\x00-\x08\x0b-\x1f]|\xc2\x9b' "$out" "$err" "$state/status.json"
     (($(wc -c <"$err") < 1000))
 }
+
+# --- what is reported ---
+
+@test "--check: says what would be changed, and changes and remembers nothing" {
+    startMachine
+    startGood
+    cp "$state/status.json" before
+    fans B 3 >"$files/1234wpk.txt"
+    runFiles --check
+    said "would publish 3 entries of $files/1234wpk.txt: 3 to add, 4 to remove\n"
+    goodStays
+    cmp before "$state/status.json"
+    : >"$files/1234wpk.txt"
+    runFiles --check
+    ended 4 'it is empty'
+}
+
+@test "--json: everything about the run, in one line of ASCII" {
+    startMachine
+    printf '"A1","FAN","","Fan caf\xc3\xa9"\n' >"$files/1234wpk.txt"
+    runFiles --json
+    ended 0
+    equal 1 "$(wc -l <"$out")" lines
+    run ! grep -P '[^\x20-\x7e]' "$out"
+    equal "[1,0,\"good\",\"1234\",\"$files/1234wpk.txt\",false,0,1,1]" \
+        "$(jq -c '[.format, .status, .result, .machineType, .source, .restored, .entries[]]' "$out")" 'the run'
+    equal '[{"category":"FAN","fruNumber":"A1","description":"Fan café","identifyingNumber":"KVAHalvoranFru1"}]' \
+        "$(jq -c .added "$out")" 'the added entries'
+    rm "$files/1234wpk.txt"
+    runFiles --json
+    ended 2
+    equal '[2,"no-file",null]' "$(jq -c '[.status, .result, .entries.predicted]' "$out")" 'the failed run'
+    [[ $(cat "$err") == 'morvik-run: no data file'* ]]
+}
+
+@test "--quiet: nothing but failures" {
+    startMachine
+    fans A 1 >"$files/1234wpk.txt"
+    runFiles --quiet
+    said "$nothing"
+    fileIs "$err" ''
+    : >"$files/1234wpk.txt"
+    runFiles --quiet
+    ended 4 'it is empty'
+}
+
+@test "wrong settings: status 1, and which one" {
+    wrong() { # WORDS [SETTING...]
+        runNight "${@:2}"
+        ended 1 "$1"
+        [[ ! -e $state ]]
+    }
+    wrong 'no parts server is set: set MORVIK_URL, MORVIK_FILES, MORVIK_FILE or MORVIK_SERVER'
+    wrong 'use only one of --file, --files, --url and --ftp-server' --file a --files b
+    wrong "MORVIK_MIN_SHARE: '2' is not a number from 0 to 1" MORVIK_FILES=. MORVIK_MIN_SHARE=2
+    wrong "MORVIK_MISSING: 'yes' is neither ok nor fail" MORVIK_FILES=. MORVIK_MISSING=yes
+    wrong "MORVIK_RETRY_PAUSE: '-1' is not a number" MORVIK_FILES=. MORVIK_RETRY_PAUSE=-1
+    wrong "MORVIK_METRICS: 'a.txt' does not end with .prom" MORVIK_FILES=. MORVIK_METRICS=a.txt
+    wrong 'unknown option: --server' --server 127.0.0.1:5988
+    wrong "cannot run morvik: $PWD/missing" MORVIK_FILES=. --morvik missing
+    startMachine
+    local value
+    for value in 'a b' 'a;b' 'ftp.example.com 123456' ' '; do
+        runNight MORVIK_SERVER="$value"
+        ended 1 "MORVIK_SERVER: '$value' is not a host name, perhaps with a blank and a port"
+    done
+    runNight MORVIK_URL=gopher://127.0.0.1/
+    ended 1 "MORVIK_URL: 'gopher' is not one of https, http, ftps, ftp and file"
+    runNight MORVIK_URL=//
+    ended 1 'MORVIK_URL is not a URL'
+}
+
+@test "metrics: of a good and of a failed run" {
+    startMachine
+    fans A 2 >"$files/1234wpk.txt"
+    runFiles --metrics morvik.prom
+    equal 644 "$(stat -c %a morvik.prom)" 'the permissions'
+    local good
+    good=$(sed -n 's/^morvik_last_success_timestamp_seconds //p' morvik.prom)
+    ((good > 0))
+    grep -qx 'morvik_run_status 0' morvik.prom
+    grep -qx 'morvik_entries{category="FAN"} 2' morvik.prom
+    grep -qx 'morvik_machine_info{type="1234",model="Server 123 -\[1234ABX\]-",serial=""} 1' morvik.prom
+    : >"$files/1234wpk.txt"
+    sleep 1
+    runFiles --metrics morvik.prom
+    grep -qx 'morvik_run_status 4' morvik.prom
+    grep -qx "morvik_last_success_timestamp_seconds $good" morvik.prom
+    grep -qx 'morvik_fru_info{category="FAN",fru_number="A2",description="Fan 2",identifying_number="KVAHalvoranFru2"} 1' morvik.prom
+    runFiles --metrics missing/morvik.prom
+    ended 4 'cannot write'
+    filesAre morvik.prom
+}
