@@ -45,11 +45,12 @@ std::string ownHostName() {
 }  // namespace
 
 HostSources recordedHost(const fs::path& directory) {
-  return {directory, directory / "cpuinfo"};
+  return {directory, directory / "cpuinfo", "the recorded tables in " + directory.string()};
 }
 
 HostBytes readHostBytes(const HostSources& sources) {
   HostBytes bytes;
+  bytes.source = sources.name;
   bytes.hostName = ownHostName();
   const Outcome entryPoint = readBytes(sources.tablesDirectory / "smbios_entry_point", maxTableSize,
                                        bytes.entryPoint, bytes.messages);

@@ -12,6 +12,8 @@ struct HostSources {
   // With the files smbios_entry_point and DMI.
   std::filesystem::path tablesDirectory = "/sys/firmware/dmi/tables";
   std::filesystem::path cpuinfo = "/proc/cpuinfo";
+  // For people.
+  std::string name = "the inventory of this machine (--host)";
 };
 
 // Tables that were recorded, with the file cpuinfo beside them where it was recorded too: the
@@ -20,6 +22,8 @@ HostSources recordedHost(const std::filesystem::path& directory);
 
 // Everything that the inventory is made from, so that root can be dropped before it is interpreted.
 struct HostBytes {
+  // HostSources::name.
+  std::string source = {};
   // The name of this host, also beside recorded tables; never empty.
   std::string hostName;
   // Nothing for a file that does not exist or could not be read.

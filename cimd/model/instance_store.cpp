@@ -11,8 +11,8 @@ namespace cimd {
 
 // A string that grew step by step has up to half of its room to spare. These stay for long and
 // there may be many, so they give it back.
-StoredInstance::StoredInstance(const Class& cls, const Pegasus::CIMInstance& given, bool published)
-    : instance(given), isPublished(published) {
+StoredInstance::StoredInstance(const Class& cls, const Pegasus::CIMInstance& given, Source source)
+    : instance(given), declaredBy(std::move(source)) {
   Pegasus::xml::appendInstanceName(nameXml, instance.getPath());
   nameXml.shrink_to_fit();
   instanceXml += "<INSTANCE";

@@ -5,6 +5,7 @@
 
 #include <list>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,19 +14,25 @@
 
 namespace cimd {
 
+// The file that declares an instance, or another name for people of what does. Null for an instance
+// that a client published.
+using Source = std::shared_ptr<const std::string>;
+
 // An instance with the CIM-XML that is sent for it. Instances are written once and read often, so
 // they are encoded when they are written.
 struct StoredInstance {
   // `given` has every property of its class `cls`, in the class's order, and its name as path.
   // Throws InvalidValueException for what CIM-XML cannot carry.
-  StoredInstance(const Class& cls, const Pegasus::CIMInstance& given, bool isPublished);
+  StoredInstance(const Class& cls, const Pegasus::CIMInstance& given, Source declaredBy);
 
   Pegasus::CIMInstance instance;
   // INSTANCENAME and INSTANCE.
   std::string nameXml;
   std::string instanceXml;
-  // By a client; false for an instance that the server's configuration declares.
-  bool isPublished;
+  Source declaredBy;
+
+  // By a client.
+  bool isPublished() const { return declaredBy == nullptr; }
 };
 
 // Clients choose the keys, so the index is an ordered one, which has no bad keys. Listing takes

@@ -41,22 +41,27 @@ InstanceKey NameSpace::keyOf(const CIMObjectPath& path) const {
 
 CIMObjectPath NameSpace::createInstance(const CIMInstance& given, Origin origin) {
   const Class& cls = classNamed(given.getClassName());
-  StoredInstance created(cls, completeInstance(cls, given, keyScope()), origin != Origin::declared);
-  return add(cls, std::move(created), origin);
+  StoredInstance created(cls, completeInstance(cls, given, keyScope()), nullptr);
+  return add(cls, std::move(created), origin == Origin::published);
+}
+
+void NameSpace::declareInstance(const CIMInstance& given, Source source) {
+  const Class& cls = classNamed(given.getClassName());
+  add(cls, StoredInstance(cls, completeInstance(cls, given, keyScope()), std::move(source)), false);
 }
 
 void NameSpace::restoreInstance(std::string_view instanceXml, const InstanceKey& key) {
   const Pegasus::xml::XmlDocument document{std::string(instanceXml)};
   const CIMInstance given = Pegasus::xml::decodeInstance(document.root());
   const Class& cls = classNamed(given.getClassName());
-  StoredInstance restored(cls, completeInstance(cls, given, keyScope()), true);
+  StoredInstance restored(cls, completeInstance(cls, given, keyScope()), nullptr);
   if (keyOf(restored.instance.getPath()) != key) {
     throwCimError(Pegasus::CIM_ERR_FAILED, "its class has other keys by now");
   }
-  add(cls, std::move(restored), Origin::restored);
+  add(cls, std::move(restored), false);
 }
 
-CIMObjectPath NameSpace::add(const Class& cls, StoredInstance stored, Origin origin) {
+CIMObjectPath NameSpace::add(const Class& cls, StoredInstance stored, bool isJournaled) {
   CIMObjectPath path = stored.instance.getPath();
   InstanceKey key = keyOf(path);
   if (instances_.find(key) != nullptr) {
@@ -64,23 +69,33 @@ CIMObjectPath NameSpace::add(const Class& cls, StoredInstance stored, Origin ori
   }
   // Whatever can fail comes before the journal, which must not have what is not here.
   auto addition = instances_.prepare(cls, std::move(key), std::move(stored));
-  if (journal_ != nullptr && origin == Origin::published) {
+  if (journal_ != nullptr && isJournaled) {
     journal_->put(name_, addition.key(), cls.name(), addition.stored().instanceXml);
   }
   instances_.add(std::move(addition));
   return path;
 }
 
-void NameSpace::modifyInstance(const CIMInstance& given, const CIMPropertyList& list) {
-  const InstanceKey key = keyOf(given.getPath());
+const StoredInstance& NameSpace::changeable(const InstanceKey& key,
+                                            const CIMObjectPath& path) const {
   const StoredInstance* stored = instances_.find(key);
   if (stored == nullptr) {
-    throwNotFound(given.getPath());
+    throwNotFound(path);
   }
-  const Class& cls = classNamed(stored->instance.getClassName());
-  StoredInstance changed(cls, changedInstance(cls, stored->instance, given, list, keyScope()),
-                         stored->isPublished);
-  if (journal_ != nullptr && changed.isPublished) {
+  if (!stored->isPublished()) {
+    throwCimError(Pegasus::CIM_ERR_ACCESS_DENIED,
+                  "declared by " + String(std::string_view(*stored->declaredBy)));
+  }
+  return *stored;
+}
+
+void NameSpace::modifyInstance(const CIMInstance& given, const CIMPropertyList& list) {
+  const InstanceKey key = keyOf(given.getPath());
+  const StoredInstance& stored = changeable(key, given.getPath());
+  const Class& cls = classNamed(stored.instance.getClassName());
+  StoredInstance changed(cls, changedInstance(cls, stored.instance, given, list, keyScope()),
+                         nullptr);
+  if (journal_ != nullptr) {
     journal_->put(name_, key, cls.name(), changed.instanceXml);
   }
   instances_.replace(key, std::move(changed));
@@ -88,12 +103,7 @@ void NameSpace::modifyInstance(const CIMInstance& given, const CIMPropertyList& 
 
 void NameSpace::deleteInstance(const CIMObjectPath& path) {
   const InstanceKey key = keyOf(path);
-  const StoredInstance* stored = instances_.find(key);
-  if (stored == nullptr) {
-    throwNotFound(path);
-  }
-  // Also for a declared instance: the journal may have a published one of the same name, which must
-  // not come back when the declaration is gone.
+  changeable(key, path);
   if (journal_ != nullptr) {
     journal_->remove(name_, key);
   }
@@ -114,7 +124,7 @@ std::vector<const StoredInstance*> NameSpace::instances(const Class& cls) const 
 
 std::vector<const StoredInstance*> NameSpace::published() const {
   auto all = instances_.list(Schema::withSubclasses(schema_.topClasses()));
-  std::erase_if(all, [](const StoredInstance* stored) { return !stored->isPublished; });
+  std::erase_if(all, [](const StoredInstance* stored) { return !stored->isPublished(); });
   return all;
 }
 

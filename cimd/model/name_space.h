@@ -14,14 +14,11 @@
 
 namespace cimd {
 
+// When a client published an instance.
 enum class Origin {
-  // By the server's configuration: MOF files, the host's own inventory. Changes that clients make
-  // to
-  // it last until the configuration is read again.
-  declared,
-  // By a client, now: it is written to the journal first.
+  // Now: it is written to the journal first.
   published,
-  // By a client, earlier: it is in the journal.
+  // Earlier: it is in the journal.
   restored
 };
 
@@ -45,15 +42,20 @@ class NameSpace {
   // CIMException: INVALID_CLASS, ALREADY_EXISTS, what completeInstance() throws, and what the
   // journal throws.
   Pegasus::CIMObjectPath createInstance(const Pegasus::CIMInstance& given, Origin origin);
+  // The same for an instance of the server's configuration. It cannot be changed until the
+  // configuration is read again. `source` must not be null.
+  void declareInstance(const Pegasus::CIMInstance& given, Source source);
   // The same for an instance as it was given to Journal::put(). Also throws CIMException (FAILED)
   // when its class gives it another key by now, and XmlException when the text is not an instance.
   void restoreInstance(std::string_view instanceXml, const InstanceKey& key);
   // Changes the instance that the path of `given` names: the properties in `given`, or those in the
   // list if it is not null. A property that is only in the list gets the default of the class.
-  // Throws CIMException: INVALID_CLASS, NOT_FOUND, NO_SUCH_PROPERTY, INVALID_PARAMETER (a key would
-  // change, a value is of another type), and what the journal throws.
+  // Throws CIMException: INVALID_CLASS, NOT_FOUND, ACCESS_DENIED (it is declared),
+  // NO_SUCH_PROPERTY, INVALID_PARAMETER (a key would change, a value is of another type), and what
+  // the journal throws.
   void modifyInstance(const Pegasus::CIMInstance& given, const Pegasus::CIMPropertyList& list);
-  // Throws CIMException: INVALID_CLASS, NOT_FOUND, and what the journal throws.
+  // Throws CIMException: INVALID_CLASS, NOT_FOUND, ACCESS_DENIED (it is declared), and what the
+  // journal throws.
   void deleteInstance(const Pegasus::CIMObjectPath& path);
   // Throws CIMException: INVALID_CLASS, NOT_FOUND. The reference lives until the instance is
   // changed or deleted.
@@ -66,7 +68,11 @@ class NameSpace {
 
  private:
   InstanceKey keyOf(const Pegasus::CIMObjectPath& path) const;
-  Pegasus::CIMObjectPath add(const Class& cls, StoredInstance stored, Origin origin);
+  // The instance with this key if a client may change it. Throws CIMException: NOT_FOUND,
+  // ACCESS_DENIED.
+  const StoredInstance& changeable(const InstanceKey& key,
+                                   const Pegasus::CIMObjectPath& path) const;
+  Pegasus::CIMObjectPath add(const Class& cls, StoredInstance stored, bool isJournaled);
 
   Pegasus::String name_;
   Schema schema_;

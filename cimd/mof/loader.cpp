@@ -174,7 +174,8 @@ class InstanceLoader {
     for (const PlacedInstance& instance : instances_) {
       const CIMInstance given = build(instance, false);
       withPosition(instance.declaration.position, [&] {
-        repository_.addNameSpace(instance.nameSpace).createInstance(given, Origin::declared);
+        repository_.addNameSpace(instance.nameSpace)
+            .declareInstance(given, instance.declaration.position.file);
       });
     }
   }

@@ -87,7 +87,7 @@ void declare(NameSpace& nameSpace, const char* className, const std::vector<Stri
   for (std::size_t i = 0; i < values.size(); ++i) {
     instance.addProperty({cls.property(i).name, values[i]});
   }
-  nameSpace.createInstance(instance, Origin::declared);
+  nameSpace.declareInstance(instance, std::make_shared<const std::string>("morvik-cimd"));
 }
 
 void declareChildren(NameSpace& nameSpace, const std::map<FoldedName, String>& names) {

@@ -61,10 +61,11 @@ void Configuration::declareHost(Repository& repository) const {
   }
   NameSpace& nameSpace = repository.nameSpace(defaultNameSpace);
   const String hostName(std::string_view(hostBytes_->hostName));
+  const auto source = std::make_shared<const std::string>(hostBytes_->source);
   for (CIMInstance instance : inventory.instances) {
     try {
       addSystemKeys(instance, nameSpace.classNamed(instance.getClassName()), hostName);
-      nameSpace.createInstance(instance, Origin::declared);
+      nameSpace.declareInstance(instance, source);
     } catch (const Pegasus::CIMException& error) {
       throw ConfigurationError("the inventory of the host does not fit the classes: " +
                                error.getDescription().toUtf8());

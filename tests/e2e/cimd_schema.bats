@@ -159,34 +159,54 @@ $here:Site_Box.Name=\"x\" Number=7" "$output" 'the instances'
     answers "$here:Site_Part.Id=5" ein "$url:Site_Kind"
 }
 
+publishFresh() {
+    answers "$here:Site_Box.Name=\"n\"" ci "$fresh" 'Name="n",Number=12,States=4,5,Labels="l1","l2"'
+}
+
 @test "mi: some properties change, the others stay" {
-    answers '' mi "$box" 'Text="changed",Number=13,States=7'
-    run wbemcli gi "$box" Text,Number,States,Labels
-    equal "$here:Site_Box.Name=\"x\" Text=\"changed\",Number=13,States=7,Labels=\"l1\",\"l2\"" \
+    publishFresh
+    answers '' mi "$fresh" 'Text="changed",Number=13,States=7'
+    run wbemcli gi "$fresh" Text,Number,States,Labels
+    equal "$here:Site_Box.Name=\"n\" Text=\"changed\",Number=13,States=7,Labels=\"l1\",\"l2\"" \
         "$output" 'the instance'
-    failsWith CIM_ERR_NOT_FOUND mi "$fresh" 'Text="x"'
-    failsWith CIM_ERR_INVALID_PARAMETER mi "$box" 'Name="other"'
+    failsWith CIM_ERR_NOT_FOUND mi "$url:Site_Box.Name=\"y\"" 'Text="x"'
+    failsWith CIM_ERR_INVALID_PARAMETER mi "$fresh" 'Name="other"'
 }
 
 @test "sp, gp: one property" {
-    answers '' sp "$box" 'Text="set and got"'
-    answers 'set and got' gp "$box" Text
-    answers '' sp "$box" Number=4294967295
-    answers 4294967295 gp "$box" Number
-    answers '' sp "$box" On=false
-    answers false gp "$box" On
+    publishFresh
+    answers '' sp "$fresh" 'Text="set and got"'
+    answers 'set and got' gp "$fresh" Text
+    answers '' sp "$fresh" Number=4294967295
+    answers 4294967295 gp "$fresh" Number
+    answers '' sp "$fresh" On=false
+    answers false gp "$fresh" On
     answers 'Site_Base.Name="b"' gp "$box" Parent
-    failsWith CIM_ERR_TYPE_MISMATCH sp "$box" 'Number="seven"'
-    failsWith CIM_ERR_TYPE_MISMATCH sp "$box" Number=4294967296
-    failsWith CIM_ERR_NO_SUCH_PROPERTY gp "$box" None
-    failsWith CIM_ERR_NOT_FOUND gp "$fresh" Text
-    answers 4294967295 gp "$box" Number
+    failsWith CIM_ERR_TYPE_MISMATCH sp "$fresh" 'Number="seven"'
+    failsWith CIM_ERR_TYPE_MISMATCH sp "$fresh" Number=4294967296
+    failsWith CIM_ERR_NO_SUCH_PROPERTY gp "$fresh" None
+    failsWith CIM_ERR_NOT_FOUND gp "$url:Site_Box.Name=\"y\"" Text
+    answers 4294967295 gp "$fresh" Number
 }
 
 @test "di: an instance and no other" {
-    answers '' di "$box"
-    failsWith CIM_ERR_NOT_FOUND di "$box"
-    answers "$here:Site_Base.Name=\"b\"" ein "$url:Site_Base"
+    publishFresh
+    answers '' di "$fresh"
+    failsWith CIM_ERR_NOT_FOUND di "$fresh"
+    answers "$here:Site_Base.Name=\"b\"
+$here:Site_Box.Name=\"x\"" ein "$url:Site_Base"
+}
+
+@test "mi, sp, di: what a file declares is changed in the file" {
+    local denied='CIM_ERR_ACCESS_DENIED: declared by site.mof'
+    failsWith "$denied" mi "$box" 'Text="changed"'
+    failsWith "$denied" sp "$box" 'Text="changed"'
+    failsWith "$denied" di "$box"
+    answers 'a & <b>' gp "$box" Text
+    sed -i 's/a & <b>/changed/' site.mof
+    kill -HUP "${servers[0]##*:}"
+    until grep -q reloaded "$BATS_TEST_TMPDIR/cimd.log"; do sleep 0.01; done
+    answers changed gp "$box" Text
 }
 
 @test "operations on the schema and along associations are not served" {

@@ -132,9 +132,10 @@ TEST(HostInstances, FitTheClassesOfTheSchema) {
     cimd::test::loadText(repository, cimd::test::readFile(std::string(MORVIK_TEST_DATA_DIR) +
                                                           "/../../schema/kvaxdt.mof"));
     auto& nameSpace = repository.nameSpace(defaultNameSpace);
+    const auto source = std::make_shared<const std::string>(machine);
     const HostInventory host = describeHost(test::recorded(machine));
     for (const CIMInstance& instance : host.instances) {
-      EXPECT_NO_THROW(nameSpace.createInstance(instance, Origin::declared)) << machine;
+      EXPECT_NO_THROW(nameSpace.declareInstance(instance, source)) << machine;
     }
     for (const char* name :
          {"KVAXDT_ComputerSystemDetails", "KVAXDT_Processor", "KVAXDT_PhysicalMemory"}) {

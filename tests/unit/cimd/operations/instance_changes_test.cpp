@@ -21,7 +21,6 @@ class Base { [Key] string Id; string Text = "dflt"; uint8 Number; string Many[];
 class Sub : Base { boolean Flag = true; };
 [Abstract] class Nothing { [Key] string Id; };
 class Numbers { [Key] uint16 n; };
-instance of Base { Id = "1"; Text = "one"; Number = 1; Many = {"a", "b"}; };
 )";
 
 std::string property(const std::string& name, const std::string& type, const std::string& content) {
@@ -38,6 +37,13 @@ std::string instance(const std::string& cls, const std::string& properties) {
 
 class InstanceChanges : public testing::Test {
  protected:
+  InstanceChanges() {
+    const std::string many = "<PROPERTY.ARRAY NAME=\"Many\" TYPE=\"string\">" +
+                             values({"a", "b"}) + "</PROPERTY.ARRAY>";
+    EXPECT_EQ(creating("Base", text("Id", "1") + text("Text", "one") +
+                                   property("Number", "uint8", value("1")) + many),
+              0);
+  }
   int creating(const std::string& cls, const std::string& properties) {
     return server_.errorOf("CreateInstance", {{"NewInstance", instance(cls, properties)}});
   }
@@ -308,14 +314,24 @@ TEST_F(JournaledChanges, ChangesOfPublishedInstancesAreWrittenFirst) {
   EXPECT_NE(journal_.lastXml.find(">newer<"), std::string::npos) << journal_.lastXml;
 }
 
-// A client may have published an instance of the same name, which must not come back some day.
-TEST_F(JournaledChanges, DeclaredInstancesAreNotWrittenUntilTheyAreDeleted) {
+TEST_F(JournaledChanges, DeclaredInstancesAreReadOnly) {
   journal_.entries.clear();
-  EXPECT_EQ(modifying(text("Text", "new")), 0);
+  server_.repository.nameSpace("root/kvasd")
+      .declareInstance(test::instance("Base", {{"Id", "d"}}),
+                       std::make_shared<const std::string>("a \x01<file>.mof"));
+  const std::string before = everything();
+  const std::string name = instanceName("Base", "Id", "d");
+  EXPECT_EQ(server_.ask("DeleteInstance", {{"InstanceName", name}}),
+            "2: CIM_ERR_ACCESS_DENIED: declared by a ?&lt;file>.mof ");
+  EXPECT_EQ(modifying(text("Text", "new"), {}, name), Pegasus::CIM_ERR_ACCESS_DENIED);
+  EXPECT_EQ(modifying("", {{"PropertyList", values({})}}, name), Pegasus::CIM_ERR_ACCESS_DENIED);
+  EXPECT_EQ(server_.errorOf("SetProperty", {{"InstanceName", name},
+                                            {"PropertyName", value("Text")},
+                                            {"NewValue", value("new")}}),
+            Pegasus::CIM_ERR_ACCESS_DENIED);
+  EXPECT_EQ(creating("Base", text("Id", "d")), Pegasus::CIM_ERR_ALREADY_EXISTS);
+  EXPECT_EQ(everything(), before);
   EXPECT_EQ(journal_.entries, "");
-  EXPECT_EQ(server_.errorOf("DeleteInstance", {{"InstanceName", instanceName("Base", "Id", "1")}}),
-            0);
-  EXPECT_NE(journal_.entries, "");
 }
 
 TEST_F(JournaledChanges, WrongRequestsAreNotWritten) {
