@@ -46,12 +46,12 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_NAME morvik)
 set(CPACK_DEBIAN_SERVER_PACKAGE_NAME morvik-cimd)
 # tnftp, because the ftp of inetutils takes the option -V for "print the version and end". netbase has
 # /etc/services, without which tnftp does not know the port of FTP.
-# gpgv checks the signatures of data files.
-set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "tnftp, netbase, gpgv")
+# gpgv checks the signatures of data files. systemd-sysusers makes the users of a package.
+set(sysusers "systemd | systemd-standalone-sysusers | systemd-sysusers")
+set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "tnftp, netbase, gpgv, ${sysusers}")
 set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS "morvik-cimd, ca-certificates")
-# The classes come with the tool. The users of a package are made by systemd-sysusers.
-set(CPACK_DEBIAN_SERVER_PACKAGE_DEPENDS
-    "morvik (= ${version}), systemd | systemd-standalone-sysusers | systemd-sysusers")
+# The classes come with the tool.
+set(CPACK_DEBIAN_SERVER_PACKAGE_DEPENDS "morvik (= ${version}), ${sysusers}")
 
 # The maintainer scripts, and the settings that an upgrade must not overwrite.
 foreach(component tool server)
@@ -81,7 +81,7 @@ set(CPACK_RPM_SPEC_MORE_DEFINE "%define clamp_mtime_to_source_date_epoch 1
 %define _build_id_links none")
 set(CPACK_RPM_TOOL_PACKAGE_NAME morvik)
 set(CPACK_RPM_SERVER_PACKAGE_NAME morvik-cimd)
-set(CPACK_RPM_TOOL_PACKAGE_REQUIRES "ftp, gnupg2")
+set(CPACK_RPM_TOOL_PACKAGE_REQUIRES "ftp, gnupg2, systemd")
 set(CPACK_RPM_SERVER_PACKAGE_REQUIRES "morvik = ${version}, systemd")
 # Folders that belong to other packages.
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION

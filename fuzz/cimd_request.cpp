@@ -50,6 +50,25 @@ class Witness : public cimd::Journal {
   bool hasSeenChange = false;
 };
 
+// The sockets here are none that the kernel has an account for.
+class AsRoot : public cimd::RequestHandler {
+ public:
+  explicit AsRoot(const std::unique_ptr<cimd::CimHandler>& handler) : handler_(handler) {}
+
+  std::variant<cimd::CimRequest, cimd::HttpAnswer> check(
+      const cimd::RequestHeader& header) override {
+    return handler_->check(header);
+  }
+  cimd::HttpAnswer answer(const cimd::CimRequest& request, std::string body,
+                          cimd::Caller& /*caller*/) override {
+    return handler_->answer(request, std::move(body), root_);
+  }
+
+ private:
+  const std::unique_ptr<cimd::CimHandler>& handler_;
+  cimd::Caller root_{[] { return uid_t{0}; }};
+};
+
 // A server without a port, with the machine of the recorded exchanges and some classes more.
 class Fixture {
  public:
@@ -63,18 +82,20 @@ class Fixture {
                         MORVIK_TEST_DATA_DIR "/fru/recorded.mof", MORVIK_FUZZ_DIR "/server.mof"},
                        *repository_);
     repository_->setJournal(&witness);
-    handler_ = std::make_unique<cimd::CimHandler>(*repository_, log_);
+    handler_ = std::make_unique<cimd::CimHandler>(*repository_, access_, log_);
     witness.hasSeenChange = false;
   }
 
-  cimd::RequestHandler& handler() { return *handler_; }
+  cimd::RequestHandler& handler() { return asRoot_; }
 
   Witness witness;
 
  private:
   cimd::Log log_;
+  cimd::Access access_{cimd::Writers(), log_};
   std::unique_ptr<cimd::Repository> repository_;
   std::unique_ptr<cimd::CimHandler> handler_;
+  AsRoot asRoot_{handler_};
 };
 
 // The client's side of a connection to a session that runs in this thread.

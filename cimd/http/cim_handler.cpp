@@ -245,7 +245,7 @@ std::variant<CimRequest, HttpAnswer> CimHandler::check(const RequestHeader& head
   return cim;
 }
 
-HttpAnswer CimHandler::answer(const CimRequest& cim, std::string body) {
+HttpAnswer CimHandler::answer(const CimRequest& cim, std::string body, Caller& caller) {
   const auto refuse = [&cim](const Refusal& refusal) { return answerTo(refusal, cim.prefix); };
   // The parser would find it, too, but has one error for all that is not well-formed.
   if (!utf8::is_valid(body.begin(), body.end())) {
@@ -259,7 +259,7 @@ HttpAnswer CimHandler::answer(const CimRequest& cim, std::string body) {
     HttpAnswer answer = answerWith(status::ok, cim.prefix);
     answer.set("Content-Type", "application/xml; charset=\"utf-8\"");
     answer.set(cim.prefix + "CIMOperation", "MethodResponse");
-    answer.body() = dispatcher_.answer(message);
+    answer.body() = dispatcher_.answer(message, caller);
     return answer;
   } catch (const Pegasus::XmlValidationError& error) {
     return refuse({status::bad_request, "request-not-valid", error.getMessage().toUtf8()});

@@ -13,11 +13,12 @@ namespace cimd {
 
 class CimHandler : public RequestHandler {
  public:
-  // Both must outlive the handler.
-  CimHandler(Repository& repository, const Log& log) : dispatcher_(repository, log) {}
+  // All must outlive the handler.
+  CimHandler(Repository& repository, Access& access, const Log& log)
+      : dispatcher_(repository, access, log) {}
 
   std::variant<CimRequest, HttpAnswer> check(const RequestHeader& header) override;
-  HttpAnswer answer(const CimRequest& request, std::string body) override;
+  HttpAnswer answer(const CimRequest& request, std::string body, Caller& caller) override;
 
  private:
   Dispatcher dispatcher_;

@@ -10,6 +10,8 @@
 #include <utility>
 #include <variant>
 
+#include "http/connection_owner.h"
+
 namespace cimd {
 
 namespace {
@@ -21,6 +23,14 @@ constexpr std::size_t readSize = 65536;
 // For what a client still sends after an answer that ends the connection.
 constexpr std::chrono::seconds drainTime{2};
 
+std::optional<uid_t> ownerOf(const asio::ip::tcp::socket& socket) {
+  boost::system::error_code peerError;
+  boost::system::error_code ownError;
+  const auto peer = socket.remote_endpoint(peerError);
+  const auto own = socket.local_endpoint(ownError);
+  return peerError || ownError ? std::nullopt : ownerOfConnection(peer, own);
+}
+
 }  // namespace
 
 HttpSession::HttpSession(asio::ip::tcp::socket socket, RequestHandler& handler,
@@ -31,6 +41,7 @@ HttpSession::HttpSession(asio::ip::tcp::socket socket, RequestHandler& handler,
       limits_(limits),
       share_(std::move(memory)),
       events_(std::move(events)),
+      caller_([this] { return ownerOf(stream_.socket()); }),
       buffer_(limits.headerBytes + readSize) {}
 
 HttpSession::~HttpSession() {
@@ -135,7 +146,7 @@ void HttpSession::readBody() {
 void HttpSession::bodyRead() {
   HttpAnswer answer;
   try {
-    answer = handler_.answer(request_, std::move(parser_->get().body()));
+    answer = handler_.answer(request_, std::move(parser_->get().body()), caller_);
   } catch (...) {
     // Out of memory, most likely. The next request may be smaller.
     answer = HttpAnswer(http::status::internal_server_error, 11);

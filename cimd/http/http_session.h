@@ -61,6 +61,7 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
   HttpLimits limits_;
   MemoryShare share_;
   Events events_;
+  Caller caller_;
   boost::beast::flat_buffer buffer_;
   // A parser reads one message only.
   std::optional<Parser> parser_;

@@ -6,6 +6,8 @@
 #include <string>
 #include <variant>
 
+#include "operations/access.h"
+
 namespace cimd {
 
 // Method, target, version and header fields.
@@ -34,8 +36,8 @@ class RequestHandler {
 
   // Asked once for each request, before its body is read: a refusal spares reading it.
   virtual std::variant<CimRequest, HttpAnswer> check(const RequestHeader& header) = 0;
-  // The answer to a request that was accepted.
-  virtual HttpAnswer answer(const CimRequest& request, std::string body) = 0;
+  // The answer to a request that was accepted. `caller` is the same for the whole connection.
+  virtual HttpAnswer answer(const CimRequest& request, std::string body, Caller& caller) = 0;
 };
 
 }  // namespace cimd

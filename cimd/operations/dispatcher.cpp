@@ -86,12 +86,15 @@ void checkParameters(const Request& request, const Operation& operation) {
 
 }  // namespace
 
-std::string Dispatcher::run(const Request& request) {
+std::string Dispatcher::run(const Request& request, Caller& caller) {
   const auto operation = std::find_if(
       operations.begin(), operations.end(),
       [&](const Operation& known) { return equalNoCase(known.name, request.method()); });
   if (request.kind() != Pegasus::xml::CallKind::intrinsic || operation == operations.end()) {
     throwCimError(Pegasus::CIM_ERR_NOT_SUPPORTED, request.method());
+  }
+  if (operation->effect == Effect::changes) {
+    access_.checkMayChange(caller, operation->name);
   }
   const String target = request.targetClass();
   const auto computed = computedNameSpace(repository_, request.nameSpace(), target);
@@ -116,13 +119,13 @@ std::string Dispatcher::refuse(const Request& request, Pegasus::CIMStatusCode co
                                            request.kind());
 }
 
-std::string Dispatcher::answer(const Request& request) {
+std::string Dispatcher::answer(const Request& request, Caller& caller) {
   const auto fail = [&](const String& text) {
     return refuse(request, Pegasus::CIM_ERR_FAILED,
                   describeCimError(Pegasus::CIM_ERR_FAILED, text));
   };
   try {
-    std::string result = run(request);
+    std::string result = run(request, caller);
     if (log_.isOn(LogLevel::debug)) {
       log_.debug(request.method() + " in " + request.nameSpace().toUtf8());
     }

@@ -7,26 +7,29 @@
 
 #include "log.h"
 #include "model/repository.h"
+#include "operations/access.h"
 
 namespace cimd {
 
 class Dispatcher {
  public:
-  // Both must outlive the dispatcher.
-  Dispatcher(Repository& repository, const Log& log) : repository_(repository), log_(log) {}
+  // All must outlive the dispatcher.
+  Dispatcher(Repository& repository, Access& access, const Log& log)
+      : repository_(repository), access_(access), log_(log) {}
 
   // The answer as an XML document. Every failure is an answer with a CIM error. They are checked in
-  // the order of DSP0200: operation not served, namespace, parameters, class, instance, property.
-  // Throws nothing but std::bad_alloc.
-  std::string answer(const Pegasus::xml::Request& request);
+  // the order of DSP0200: operation not served, access, namespace, parameters, class, instance,
+  // property. Throws nothing but std::bad_alloc.
+  std::string answer(const Pegasus::xml::Request& request, Caller& caller);
 
  private:
-  std::string run(const Pegasus::xml::Request& request);
+  std::string run(const Pegasus::xml::Request& request, Caller& caller);
 
   std::string refuse(const Pegasus::xml::Request& request, Pegasus::CIMStatusCode code,
                      const Pegasus::String& description) const;
 
   Repository& repository_;
+  Access& access_;
   const Log& log_;
 };
 

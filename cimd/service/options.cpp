@@ -1,6 +1,7 @@
 #include "service/options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <boost/asio/ip/address.hpp>
 #include <iostream>
 #include <string_view>
@@ -49,6 +50,26 @@ std::string checkListen(const std::string& text) {
 // given", it would make a server that keeps nothing.
 std::string checkNotEmpty(const std::string& text) {
   return text.empty() ? "must not be empty" : std::string();
+}
+
+// "alice,@operators"
+std::vector<std::string> splitAtCommas(const std::string& text) {
+  std::vector<std::string> parts;
+  for (std::size_t start = 0; start <= text.size();) {
+    const std::size_t end = std::min(text.find(',', start), text.size());
+    parts.push_back(text.substr(start, end - start));
+    start = end + 1;
+  }
+  return parts;
+}
+
+std::string checkWriters(const std::string& text) {
+  const auto parts = splitAtCommas(text);
+  const bool isGood = std::none_of(parts.begin(), parts.end(), [](const std::string& name) {
+    return name.empty() || name == "@";
+  });
+  return isGood ? std::string()
+                : "'" + text + "' is not a list of accounts and groups, such as alice,@operators";
 }
 
 LogLevel parseLevel(const std::string& name) {
@@ -111,6 +132,13 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
                  "not, and exit")
       ->type_name("STORE")
       ->check(CLI::Validator(checkNotEmpty, ""));
+  std::vector<std::string> writers;
+  app.add_option("--writers", writers,
+                 "Accounts, and groups as @GROUP, that may change instances (always: root and the "
+                 "account that the server runs as); may be repeated")
+      ->type_name("NAME,...")
+      ->allow_extra_args(false)
+      ->check(CLI::Validator(checkWriters, ""));
   app.add_flag("--check", options.isCheck, "Load everything, report, and exit");
   std::string level = "info";
   app.add_option("--log-level", level, "Log verbosity: error, warning, info or debug")
@@ -138,6 +166,10 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
   }
   options.files.assign(files.begin(), files.end());
   options.includeDirectories.assign(directories.begin(), directories.end());
+  for (const std::string& list : writers) {
+    const auto names = splitAtCommas(list);
+    options.writers.insert(options.writers.end(), names.begin(), names.end());
+  }
   setIfGiven(options.recordedTables, recorded);
   setIfGiven(options.store, store);
   setIfGiven(options.recover, recover);

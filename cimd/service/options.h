@@ -31,6 +31,9 @@ struct Options {
   std::optional<std::string> user;
   // The damaged store to recover, instead of serving anything.
   std::optional<std::filesystem::path> recover;
+  // Accounts, and groups as "@name", that may change instances beside root and the account that
+  // the server runs as. None is empty.
+  std::vector<std::string> writers;
   // Load everything, report, and exit.
   bool isCheck = false;
   LogLevel logLevel = LogLevel::info;

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <linux/capability.h>
-#include <pwd.h>
 #include <sys/fsuid.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -17,20 +16,15 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
-#include <vector>
 
+#include "accounts.h"
 #include "service/configuration.h"
 
 namespace cimd {
 
 namespace {
 
-struct Account {
-  uid_t user;
-  gid_t group;
-};
-
-constexpr Account root{0, 0};
+constexpr AccountIds root{0, 0};
 
 void check(long result, const char* what) {
   if (result != 0) {
@@ -46,21 +40,9 @@ void dropCapabilities() {
   check(syscall(SYS_capset, &header, none.data()), "capset");
 }
 
-// Nothing when the system knows no account of this name.
-std::optional<Account> accountNamed(const std::string& name) {
-  std::vector<char> buffer(16384);
-  passwd entry{};
-  passwd* found = nullptr;
-  if (getpwnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found) != 0 ||
-      found == nullptr) {
-    return std::nullopt;
-  }
-  return Account{entry.pw_uid, entry.pw_gid};
-}
-
 // Whether the permissions of the file or of a directory above it keep this account from reading it.
 // False for a missing file. For a process that runs as root, before it becomes the account.
-bool isClosedTo(const Account& account, const std::filesystem::path& file) {
+bool isClosedTo(const AccountIds& account, const std::filesystem::path& file) {
   // This changes nothing but the access of this process to files; with a user other than root the
   // capabilities for files are gone as well.
   setfsgid(account.group);
@@ -75,7 +57,7 @@ bool isClosedTo(const Account& account, const std::filesystem::path& file) {
   return isClosed;
 }
 
-void becomeAccount(const Account& account) {
+void becomeAccount(const AccountIds& account) {
   if (account.user != root.user) {
     check(setgroups(0, nullptr), "setgroups");
     check(setresgid(account.group, account.group, account.group), "setresgid");
@@ -91,8 +73,12 @@ std::filesystem::path directoryOf(const std::filesystem::path& file) {
 
 constexpr const char* stillRoot = "running as root, though without its capabilities: ";
 
+AccountIds accountNobody() {
+  return accountNamed("nobody").value_or(AccountIds{65534, 65534});
+}
+
 // Without --user: the owner of the store's directory, who can write it; without a store, nobody.
-Account chooseAccount(const Options& options, const Log& log) {
+AccountIds chooseAccount(const Options& options, const Log& log) {
   struct stat directory = {};
   if (options.store && stat(directoryOf(*options.store).c_str(), &directory) == 0) {
     if (directory.st_uid == root.user) {
@@ -100,7 +86,7 @@ Account chooseAccount(const Options& options, const Log& log) {
     }
     return {directory.st_uid, directory.st_gid};
   }
-  const Account nobody = accountNamed("nobody").value_or(Account{65534, 65534});
+  const AccountIds nobody = accountNobody();
   for (const auto& file : options.files) {
     if (isClosedTo(nobody, file)) {
       log.warning(stillRoot + file.string() + " is closed to the account nobody");
@@ -124,7 +110,7 @@ void becomeGivenAccount(const std::string& name) {
 
 }  // namespace
 
-void giveUpRoot(const Options& options, const Log& log) {
+std::optional<uid_t> giveUpRoot(const Options& options, const Log& log) {
   if (geteuid() != root.user) {
     if (options.user) {
       log.warning("not started as root: --user ignored");
@@ -139,7 +125,11 @@ void giveUpRoot(const Options& options, const Log& log) {
       log.warning(std::string(stillRoot) + error.what());
       becomeAccount(root);
     }
+    if (geteuid() == accountNobody().user && !options.store) {
+      return std::nullopt;
+    }
   }
+  return geteuid();
 }
 
 }  // namespace cimd

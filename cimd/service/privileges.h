@@ -1,6 +1,10 @@
 // Giving up what a root process has and this server does not need.
 #pragma once
 
+#include <sys/types.h>
+
+#include <optional>
+
 #include "log.h"
 #include "service/options.h"
 
@@ -12,8 +16,11 @@ namespace cimd {
 // then do what the permissions of files allow root, and nothing beyond, and the log says why. A
 // process that was not started as root is left as it is.
 //
+// Returns the account that the process has now; nothing when it is nobody for lack of another one:
+// an account that many others may be using as well is not the server's own.
+//
 // Throws ConfigurationError for an account that does not exist, and std::runtime_error when it
 // cannot run as the account of --user; the process may then have lost some of its privileges.
-void giveUpRoot(const Options& options, const Log& log);
+std::optional<uid_t> giveUpRoot(const Options& options, const Log& log);
 
 }  // namespace cimd

@@ -12,9 +12,12 @@
 #include <new>
 #include <optional>
 #include <sstream>
+#include <system_error>
 
+#include "accounts.h"
 #include "host/host_files.h"
 #include "http/cim_handler.h"
+#include "http/connection_owner.h"
 #include "http/http_server.h"
 #include "log.h"
 #include "mof/error.h"
@@ -56,11 +59,37 @@ std::optional<std::filesystem::path> storeToOpen(const Options& options) {
   return isLeftOut ? std::nullopt : options.store;
 }
 
+// The names are looked up anew each time.
+Writers findWriters(const Options& options, std::optional<uid_t> ownAccount) {
+  Writers writers;
+  if (ownAccount) {
+    writers.accounts.insert(*ownAccount);
+  }
+  for (const std::string& name : options.writers) {
+    const bool isGroup = name.starts_with('@');
+    const auto group = isGroup ? groupNamed(name.substr(1)) : std::nullopt;
+    const auto account = isGroup ? std::nullopt : accountNamed(name);
+    if (group) {
+      writers.groups.insert(*group);
+    } else if (account) {
+      writers.accounts.insert(account->user);
+    } else {
+      throw ConfigurationError(isGroup ? "there is no group " + name.substr(1)
+                                       : "there is no account " + name);
+    }
+  }
+  return writers;
+}
+
 class Service {
  public:
-  Service(const Options& options, std::optional<host::HostBytes> hostBytes, const Log& log)
+  // `ownAccount` is a writer, if there is one.
+  Service(const Options& options, std::optional<host::HostBytes> hostBytes,
+          std::optional<uid_t> ownAccount, const Log& log)
       : options_(options),
         log_(log),
+        ownAccount_(ownAccount),
+        access_(findWriters(options, ownAccount), log),
         configuration_(options.files, options.includeDirectories, std::move(hostBytes), log),
         repository_(configuration_.load()),
         published_(storeToOpen(options), log, [this] { returnSpaceLater(afterChange); }) {
@@ -76,7 +105,7 @@ class Service {
 
   void run() {
     const tcp::endpoint endpoint(asio::ip::make_address(options_.address), options_.port);
-    CimHandler handler(repository_, log_);
+    CimHandler handler(repository_, access_, log_);
     HttpServer server(io_, endpoint, handler, limitsOfProcess());
     ends_.async_wait([&](boost::system::error_code, int) {
       blockEndSignals();
@@ -84,6 +113,7 @@ class Service {
       io_.stop();
     });
     awaitReload();
+    checkOwners(server.localEndpoint());
     std::ostringstream where;
     where << server.localEndpoint();
     log_.info("listening on " + where.str());
@@ -92,6 +122,16 @@ class Service {
   }
 
  private:
+  void checkOwners(const tcp::endpoint& listening) const {
+    try {
+      checkOwnersAreKnown(listening);
+    } catch (const std::system_error& error) {
+      log_.error(std::string("the kernel does not know whose connections are: all changes will be "
+                             "refused: ") +
+                 error.what());
+    }
+  }
+
   // A connection for which there is no memory ends by the exception; the others go on.
   void serveUntilTheEnd() {
     for (;;) {
@@ -131,9 +171,11 @@ class Service {
   // What is served stays as it is unless everything new is good.
   void reload() {
     try {
+      Writers writers = findWriters(options_, ownAccount_);
       Repository fresh = configuration_.load();
       published_.restore(fresh, &repository_);
       repository_ = std::move(fresh);
+      access_.setWriters(std::move(writers));
       log_.info("reloaded: " + describe(repository_));
     } catch (const std::exception& error) {
       log_.error(std::string("not reloaded: ") + error.what());
@@ -145,6 +187,8 @@ class Service {
 
   const Options& options_;
   const Log& log_;
+  std::optional<uid_t> ownAccount_;
+  Access access_;
   asio::io_context io_{1};
   // First, so that a signal that comes while the rest is loaded is not lost.
   asio::signal_set ends_{io_, SIGTERM, SIGINT};
@@ -190,8 +234,8 @@ ExitStatus serve(const Options& options) {
     }
     // Only reading the tables of the host takes root.
     auto hostBytes = readHost(options);
-    giveUpRoot(options, log);
-    Service service(options, std::move(hostBytes), log);
+    const auto ownAccount = giveUpRoot(options, log);
+    Service service(options, std::move(hostBytes), ownAccount, log);
     if (options.isCheck) {
       service.report();
     } else {

@@ -6,12 +6,13 @@ _morvik_cimd() {
     --listen) COMPREPLY=() ;;
     --smbios | --include) mapfile -t COMPREPLY < <(compgen -d -- "$word") && compopt -o filenames ;;
     --store | --recover) mapfile -t COMPREPLY < <(compgen -f -- "$word") && compopt -o filenames ;;
+    --writers) mapfile -t COMPREPLY < <(compgen -u -- "$word" && compgen -g -P @ -- "${word#@}") ;;
     --user) mapfile -t COMPREPLY < <(compgen -u -- "$word") ;;
     --log-level) mapfile -t COMPREPLY < <(compgen -W 'error warning info debug' -- "$word") ;;
     *)
         if [[ $word == -* ]]; then
             mapfile -t COMPREPLY < <(compgen -W '--listen --host --smbios --include --store
-                --recover --user --check --log-level --help --version' -- "$word")
+                --recover --user --writers --check --log-level --help --version' -- "$word")
         else
             mapfile -t COMPREPLY < <(compgen -f -X '!*.mof' -- "$word" && compgen -d -- "$word")
             compopt -o filenames

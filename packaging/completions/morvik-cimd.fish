@@ -7,6 +7,7 @@ complete -c morvik-cimd -l include -x -a '(__fish_complete_directories)' -d 'Loo
 complete -c morvik-cimd -l store -r -F -d 'Keep what clients publish'
 complete -c morvik-cimd -l recover -r -F -d 'Recover a damaged store'
 complete -c morvik-cimd -l user -x -a '(__fish_complete_users)' -d 'Account to run as'
+complete -c morvik-cimd -l writers -x -a '(__fish_complete_users; string replace -r ^ @ (__fish_complete_groups))' -d 'Accounts and groups that may change instances'
 complete -c morvik-cimd -l check -d 'Load everything, report and end'
 complete -c morvik-cimd -l log-level -x -a 'error warning info debug' -d 'Log verbosity'
 complete -c morvik-cimd -l help -d 'Show the options'

@@ -8,6 +8,7 @@ _arguments \
     '--store[keep what clients publish]:file:_files' \
     '--recover[recover a damaged store]:file:_files' \
     '--user[account to run as]:user:_users' \
+    '*--writers[accounts and groups that may change instances]:accounts and @groups:_users' \
     '--check[load everything, report and end]' \
     '--log-level[how much to tell]:level:(error warning info debug)' \
     '(- *)--help[show the options]' \

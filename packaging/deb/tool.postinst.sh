@@ -1,6 +1,20 @@
 #!/bin/sh
 set -e
 
+if [ "$1" = configure ] || [ "$1" = abort-upgrade ] || [ "$1" = abort-deconfigure ] ||
+    [ "$1" = abort-remove ]; then
+    systemd-sysusers morvik.conf
+    # The directory belongs to that account. A link leads to one of an earlier version, which systemd moves
+    # here with the next run.
+    if [ ! -L /var/lib/morvik ]; then
+        if [ ! -e /var/lib/morvik ]; then
+            install -d -m 755 -o morvik -g morvik /var/lib/morvik
+        elif [ "$(stat -c %U /var/lib/morvik)" = root ]; then
+            chown -Rh morvik:morvik /var/lib/morvik
+        fi
+    fi
+fi
+
 # The timer is for the administrator to switch on, once there is an FTP server to ask.
 if [ "$1" = configure ] || [ "$1" = abort-upgrade ] || [ "$1" = abort-deconfigure ] ||
     [ "$1" = abort-remove ]; then

@@ -10,10 +10,12 @@ if [ "$1" = purge ]; then
         deb-systemd-helper purge morvik.timer >/dev/null || true
         deb-systemd-helper unmask morvik.timer >/dev/null || true
     fi
-    # The folder of the service, behind the link that systemd makes for a user of the moment, and
-    # when the timer was last due.
+    # The directory of the service, where earlier versions had it as well, and when the timer was last due.
     rm -rf /var/lib/morvik /var/lib/private/morvik
     rm -f /var/lib/systemd/timers/stamp-morvik.timer
+    if command -v userdel >/dev/null && getent passwd morvik >/dev/null; then
+        userdel morvik || true
+    fi
 fi
 
 if [ -d /run/systemd/system ]; then

@@ -1,5 +1,6 @@
 #!/usr/bin/env bats
-# What morvik-cimd gives up when root starts it. Needs a room with the users of the host: --users.
+# What morvik-cimd gives up when root starts it, and which accounts may change instances. Needs a room with
+# the users of the host: --users.
 
 # shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
 source "$BATS_TEST_DIRNAME/../support/e2e.bash"
@@ -180,4 +181,136 @@ hasNoCapabilities() {
         "$cimd" --user nobody "$mof"
     runsAs "$(id -u daemon)" "$(id -g daemon)"
     logHas 'warning: not started as root: --user ignored'
+}
+
+# --- who may change instances ---
+
+fru=http://127.0.0.1:5988/root/kvasd:KVAXDT_FRU
+one=$fru'.FRUNumber="F1",IdentifyingNumber="1",Vendor="Acme"'
+
+# wbemcli as another account, with its groups. Prints the answer.
+as() { # ACCOUNT ARG...
+    local account=$1
+    shift
+    setpriv --reuid="$account" --regid="$(id -g "$account")" --init-groups wbemcli "$@" 2>&1 || true
+}
+
+create() { # ACCOUNT
+    as "$1" ci "$one" 'FRUNumber="F1",IdentifyingNumber="1",Vendor="Acme"'
+}
+
+mayChange() { # ACCOUNT
+    equal "127.0.0.1:5988/root/kvasd:KVAXDT_FRU.FRUNumber=\"F1\",IdentifyingNumber=\"1\",Vendor=\"Acme\"" \
+        "$(create "$1")" "what $1 creates"
+    equal '' "$(as "$1" di "$one")" "what $1 deletes"
+}
+
+mayNotChange() { # ACCOUNT
+    [[ $(create "$1") == *"CIM_ERR_ACCESS_DENIED: account $1 may not change instances"* ]]
+}
+
+@test "root and the server's own account change instances, everybody reads, and refusals are logged once" {
+    needsUsers
+    startCimd --user daemon "$mof"
+    mayChange root
+    mayChange daemon
+    create root
+    local name
+    for name in fan disk fan; do
+        mayNotChange games
+        [[ $(as games mi "$one" "Name=\"$name\"") == *CIM_ERR_ACCESS_DENIED* ]]
+        [[ $(as games sp "$one" "Name=\"$name\"") == *CIM_ERR_ACCESS_DENIED* ]]
+        [[ $(as games di "$one") == *CIM_ERR_ACCESS_DENIED* ]]
+    done
+    mayNotChange mail
+    [[ $(as games ein "$fru") == *'FRUNumber="F1"'* ]]
+    equal 'CreateInstance refused: account games may not change instances
+CreateInstance refused: account mail may not change instances' \
+        "$(sed -n 's/^morvik-cimd: warning: //p' "$BATS_TEST_TMPDIR/cimd.log")" 'the log'
+}
+
+@test "nobody, when it is only for lack of another account, is not the server's own" {
+    needsUsers
+    startCimd "$mof"
+    runsAs "$(id -u nobody)" "$(id -g nobody)"
+    mayNotChange nobody
+    stopServers
+    startCimd --user nobody "$mof"
+    mayChange nobody
+}
+
+@test "--writers: accounts, and groups with all their members, as they are at the start and at a reload" {
+    needsUsers
+    # Covered for the server alone. The file is written anew, not replaced.
+    local group=$files/group
+    withOperators() { # LINE
+        { cat /etc/group && printf '%s\n' "$1"; } >"$group"
+    }
+    withOperators 'operators:x:4242:games,mail'
+    # shellcheck disable=SC2016 # expanded by the shell inside
+    startServer cimd 'listening on' unshare --mount bash -c 'mount --bind "$1" /etc/group && shift && exec "$@"' \
+        bash "$group" "$cimd" --writers games --writers 'sys,@operators' "$mof"
+    mayChange games
+    mayChange sys
+    mayChange mail
+    mayNotChange daemon
+    # Members are looked up for each connection, names at a reload.
+    withOperators 'operators:x:4242:daemon'
+    mayChange daemon
+    mayNotChange mail
+    withOperators 'others:x:4242:daemon'
+    reload
+    logHas 'error: not reloaded: there is no group operators'
+    mayChange daemon
+    withOperators 'operators:x:4343:daemon'
+    mayNotChange daemon
+    reload
+    logHas 'reloaded: 1 namespaces'
+    mayChange daemon
+}
+
+@test "--writers: an account or group that does not exist: status 3, also with --check" {
+    endsWith 3 --writers root,nonesuch "$mof"
+    complains 'morvik-cimd: error: there is no account nonesuch'
+    endsWith 3 --check --writers @nonesuch "$mof"
+    complains 'morvik-cimd: error: there is no group nonesuch'
+}
+
+@test "a kernel that does not know whose connections are: it says so, reads are served, changes refused" {
+    needsUsers
+    startServer cimd 'listening on' "$python" "$support/without_netlink.py" "$cimd" "$mof"
+    logHas 'error: the kernel does not know whose connections are: all changes will be refused: sock_diag: Address family not supported by protocol'
+    [[ $(create root) == *'CIM_ERR_ACCESS_DENIED: the account at the other end of the connection is unknown'* ]]
+    equal '' "$(as root ein "$fru")" 'the list of names'
+    logHas 'warning: CreateInstance refused: the account at the other end of the connection is unknown: sock_diag: '
+}
+
+@test "a client that closes its connection before it is served may change nothing" {
+    needsUsers
+    startCimd "$mof"
+    change create F1 fan
+    "$python" - "$support" "$(serverPid)" <<'END'
+import os, signal, socket, sys
+sys.path.insert(0, sys.argv[1])
+import cim_session, cim_xml
+def request(operation, parameters):
+    body = cim_xml.request_message(operation, "root/kvasd", parameters)
+    body = body if isinstance(body, bytes) else body.encode()
+    return (f"POST /cimom HTTP/1.1\r\nHost: localhost\r\nContent-Length: {len(body)}\r\nCIMOperation: MethodCall\r\n"
+            f"CIMMethod: {operation}\r\nCIMObject: root%2Fkvasd\r\n\r\n").encode() + body
+delete = request("DeleteInstance", [("InstanceName", cim_session.path("F1"))])
+server = int(sys.argv[2])
+os.kill(server, signal.SIGSTOP)
+with socket.create_connection(("127.0.0.1", 5988)) as client:
+    client.sendall(delete)
+os.kill(server, signal.SIGCONT)
+assert cim_session.Session().frus() == [("F1", "fan")]
+# One that only says that it sends no more still waits for the answer.
+with socket.create_connection(("127.0.0.1", 5988)) as client:
+    client.sendall(delete)
+    client.shutdown(socket.SHUT_WR)
+    assert b"ERROR" not in client.makefile("rb").read()
+assert cim_session.Session().frus() == []
+END
+    logHas 'warning: DeleteInstance refused: the account at the other end of the connection is unknown'
 }

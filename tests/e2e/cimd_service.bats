@@ -15,7 +15,7 @@ teardown() { stopServers; }
     endsWith 0 --help
     fileIs "$err" ''
     local word
-    for word in --listen --host --smbios --include --store --user --recover --check --log-level --help --version FILE \
+    for word in --listen --host --smbios --include --store --user --writers --recover --check --log-level --help --version FILE \
         'Exit status: 0 normal end, 1 run-time error, 2 wrong usage, 3 wrong configuration'; do
         grep -qF -- "$word" "$out"
     done
@@ -77,6 +77,11 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
     wrongUsage '--store: must not be empty' --store '' "$mof"
     wrongUsage '--user: must not be empty' --user '' "$mof"
     wrongUsage '--smbios: must not be empty' --smbios '' "$mof"
+    local list
+    for list in '' ',' 'a,' ',a' 'a,,b' @ 'a,@'; do
+        wrongUsage "--writers: '$list' is not a list of accounts and groups, such as alice,@operators" \
+            --writers "$list" "$mof"
+    done
     wrongUsage '--include: must not be empty' --include '' "$mof"
     local address
     for address in 0.0.0.0:5988 192.0.2.1:5988 '[::]:5988' '[2001:db8::1]:5988' ::1:5988 localhost:5988 \

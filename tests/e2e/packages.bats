@@ -40,6 +40,7 @@ bin/morvik-show
 etc/default/morvik
 lib/systemd/system/morvik.service
 lib/systemd/system/morvik.timer
+lib/sysusers.d/morvik.conf
 sbin/morvik
 sbin/morvik-run
 share/bash-completion/completions/morvik

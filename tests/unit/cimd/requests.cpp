@@ -52,8 +52,9 @@ std::string Server::send(const std::string& method, const Parameters& parameters
   for (const auto& [name, xml] : parameters) {
     body += "<IPARAMVALUE NAME=\"" + name + "\">" + xml + "</IPARAMVALUE>";
   }
-  return Dispatcher(repository, log_)
-      .answer(Pegasus::xml::Request(body + "</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>"));
+  Caller caller([&] { return user; });
+  return Dispatcher(repository, access_, log_)
+      .answer(Pegasus::xml::Request(body + "</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>"), caller);
 }
 
 std::string Server::ask(const std::string& method, const Parameters& parameters,

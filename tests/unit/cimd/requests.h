@@ -34,12 +34,15 @@ class Server {
               const std::string& nameSpace = "root/kvasd");
 
   Repository repository;
+  // Of the account that sends the requests.
+  uid_t user = 0;
 
  private:
   std::string send(const std::string& method, const Parameters& parameters,
                    const std::string& nameSpace);
 
   Log log_{LogLevel::error};
+  Access access_{{.accounts = {4711}, .groups = {}}, log_};
 };
 
 // The values of the attribute in all elements of this name, in their order, each followed by a

@@ -15,7 +15,8 @@ inline HttpAnswer ask(RequestHandler& handler, const HttpRequest& request) {
   if (auto* refused = std::get_if<HttpAnswer>(&checked)) {
     return std::move(*refused);
   }
-  return handler.answer(std::get<CimRequest>(checked), request.body());
+  Caller root([] { return uid_t{0}; });
+  return handler.answer(std::get<CimRequest>(checked), request.body(), root);
 }
 
 }  // namespace cimd::test

@@ -48,7 +48,8 @@ HttpAnswer answerTo(const HttpRequest& request) {
   Repository repository;
   test::loadText(repository, "class A { [Key] string k; };");
   const Log log(LogLevel::warning);
-  CimHandler handler(repository, log);
+  Access access(Writers(), log);
+  CimHandler handler(repository, access, log);
   return test::ask(handler, request);
 }
 
@@ -104,7 +105,8 @@ TEST(CimHandler, CimHeadersAreChecked) {
 TEST(CimHandler, AWrongHeaderIsRefusedBeforeTheBodyIsRead) {
   Repository repository;
   const Log log(LogLevel::warning);
-  CimHandler handler(repository, log);
+  Access access(Writers(), log);
+  CimHandler handler(repository, access, log);
   const auto isRefused = [&](const HttpRequest& request) {
     return std::holds_alternative<HttpAnswer>(handler.check(request));
   };

@@ -33,7 +33,7 @@ class EchoHandler : public RequestHandler {
     throwIfAsked(request.object);
     return request;
   }
-  HttpAnswer answer(const CimRequest& request, std::string body) override {
+  HttpAnswer answer(const CimRequest& request, std::string body, Caller& /*caller*/) override {
     throwIfAsked(body);
     HttpAnswer answer;
     answer.set("Seen-X", request.object);

@@ -120,11 +120,13 @@ TEST_F(ComputedNameSpace, DeclaredClassesAndNamespacesComeFirst) {
   EXPECT_EQ(names("CIM_Namespace", "interop"),
             "Interop root/Cimv2/test root/kvasd root/PG_InterOp ");
   EXPECT_EQ(names("CIM_Namespace", "root/PG_InterOp"), "declared ");
-  EXPECT_EQ(server_.errorOf("DeleteInstance",
-                            {{"InstanceName", instanceName("CIM_Namespace", "Name", "declared")}},
+  EXPECT_EQ(server_.errorOf("CreateInstance",
+                            {{"NewInstance",
+                              "<INSTANCE CLASSNAME=\"CIM_Namespace\"><PROPERTY NAME=\"Name\" "
+                              "TYPE=\"string\"><VALUE>new</VALUE></PROPERTY></INSTANCE>"}},
                             "root/PG_InterOp"),
             0);
-  EXPECT_EQ(names("CIM_Namespace", "root/PG_InterOp"), "");
+  EXPECT_EQ(names("CIM_Namespace", "root/PG_InterOp"), "declared new ");
 }
 
 }  // namespace

@@ -32,7 +32,7 @@ class DispatcherTest : public testing::Test {
     return RequestWriter("id", method, nameSpace);
   }
   Response answer(RequestWriter& writer, const char* method) {
-    return Response(dispatcher_.answer(Request(writer.finish())), "id", method);
+    return Response(dispatcher_.answer(Request(writer.finish()), root_), "id", method);
   }
   Pegasus::CIMStatusCode status(RequestWriter& writer, const char* method) {
     return test::statusOf([&] { answer(writer, method); });
@@ -59,7 +59,9 @@ class DispatcherTest : public testing::Test {
 
   Repository repository_;
   Log log_{LogLevel::warning};
-  Dispatcher dispatcher_{repository_, log_};
+  Access access_{Writers(), log_};
+  Caller root_{[] { return uid_t{0}; }};
+  Dispatcher dispatcher_{repository_, access_, log_};
 };
 
 TEST_F(DispatcherTest, EnumerateInstancesReturnsSubclassInstancesWithAllProperties) {
@@ -130,6 +132,30 @@ TEST_F(DispatcherTest, AnInstanceCanBeCreatedListedReadAndDeleted) {
   EXPECT_EQ(status(again, "GetInstance"), Pegasus::CIM_ERR_NOT_FOUND);
 }
 
+TEST_F(DispatcherTest, OnlyWritersChangeAndEverybodyReads) {
+  Caller other([] { return uid_t{4711}; });
+  const auto asOther = [&](RequestWriter writer, const char* method) {
+    return test::statusOf([&] {
+      const Response read(dispatcher_.answer(Request(writer.finish()), other), "id", method);
+    });
+  };
+  // Also where there is no such namespace, instance or operation to be found out.
+  for (const char* nameSpace : {"root/kvasd", "root/none"}) {
+    for (const char* method :
+         {"CreateInstance", "ModifyInstance", "DeleteInstance", "SetProperty", "deleteinstance"}) {
+      EXPECT_EQ(asOther(request(method, nameSpace), method), Pegasus::CIM_ERR_ACCESS_DENIED)
+          << method;
+    }
+  }
+  for (const char* method : {"EnumerateClassNames", "EnumerateClasses", "EnumerateQualifiers"}) {
+    EXPECT_EQ(asOther(request(method), method), Pegasus::CIM_ERR_SUCCESS) << method;
+  }
+  for (const char* method : {"EnumerateInstances", "EnumerateInstanceNames", "GetInstance",
+                             "GetProperty", "GetClass", "GetQualifier"}) {
+    EXPECT_EQ(asOther(request(method), method), Pegasus::CIM_ERR_INVALID_PARAMETER) << method;
+  }
+}
+
 TEST_F(DispatcherTest, OtherOperationsAreNotSupportedInAnyNamespace) {
   for (const char* method :
        {"CreateClass", "ModifyClass", "DeleteClass", "Associators", "AssociatorNames", "References",
@@ -191,17 +217,22 @@ TEST_F(DispatcherTest, ParametersOfAnotherKindAreInvalidBeforeTheClassIsLookedUp
 }
 
 TEST_F(DispatcherTest, MethodCallsAreNotSupported) {
-  const std::string answer = dispatcher_.answer(Request(
-      "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">"
-      "<SIMPLEREQ><METHODCALL NAME=\"Run\"><LOCALCLASSPATH><LOCALNAMESPACEPATH>"
-      "<NAMESPACE NAME=\"root\"/></LOCALNAMESPACEPATH><CLASSNAME NAME=\"Base\"/></LOCALCLASSPATH>"
-      "</METHODCALL></SIMPLEREQ></MESSAGE></CIM>"));
+  const std::string answer = dispatcher_.answer(
+      Request(
+          "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">"
+          "<SIMPLEREQ><METHODCALL NAME=\"Run\"><LOCALCLASSPATH><LOCALNAMESPACEPATH>"
+          "<NAMESPACE NAME=\"root\"/></LOCALNAMESPACEPATH><CLASSNAME "
+          "NAME=\"Base\"/></LOCALCLASSPATH>"
+          "</METHODCALL></SIMPLEREQ></MESSAGE></CIM>"),
+      root_);
   EXPECT_NE(answer.find("<SIMPLERSP><METHODRESPONSE NAME=\"Run\"><ERROR CODE=\"7\""),
             std::string::npos);
   EXPECT_TRUE(answer.ends_with("/></METHODRESPONSE></SIMPLERSP></MESSAGE></CIM>"));
-  const std::string namesake = dispatcher_.answer(Request(
-      "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">"
-      "<SIMPLEREQ><METHODCALL NAME=\"GetClass\"/></SIMPLEREQ></MESSAGE></CIM>"));
+  const std::string namesake = dispatcher_.answer(
+      Request(
+          "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">"
+          "<SIMPLEREQ><METHODCALL NAME=\"GetClass\"/></SIMPLEREQ></MESSAGE></CIM>"),
+      root_);
   EXPECT_NE(namesake.find("<METHODRESPONSE NAME=\"GetClass\"><ERROR CODE=\"7\""),
             std::string::npos);
 }

@@ -38,8 +38,8 @@ std::string instance(const std::string& cls, const std::string& properties) {
 class InstanceChanges : public testing::Test {
  protected:
   InstanceChanges() {
-    const std::string many = "<PROPERTY.ARRAY NAME=\"Many\" TYPE=\"string\">" +
-                             values({"a", "b"}) + "</PROPERTY.ARRAY>";
+    const std::string many =
+        "<PROPERTY.ARRAY NAME=\"Many\" TYPE=\"string\">" + values({"a", "b"}) + "</PROPERTY.ARRAY>";
     EXPECT_EQ(creating("Base", text("Id", "1") + text("Text", "one") +
                                    property("Number", "uint8", value("1")) + many),
               0);
@@ -322,7 +322,7 @@ TEST_F(JournaledChanges, DeclaredInstancesAreReadOnly) {
   const std::string before = everything();
   const std::string name = instanceName("Base", "Id", "d");
   EXPECT_EQ(server_.ask("DeleteInstance", {{"InstanceName", name}}),
-            "2: CIM_ERR_ACCESS_DENIED: declared by a ?&lt;file>.mof ");
+            "2: CIM_ERR_ACCESS_DENIED: declared by a ?&lt;file&gt;.mof ");
   EXPECT_EQ(modifying(text("Text", "new"), {}, name), Pegasus::CIM_ERR_ACCESS_DENIED);
   EXPECT_EQ(modifying("", {{"PropertyList", values({})}}, name), Pegasus::CIM_ERR_ACCESS_DENIED);
   EXPECT_EQ(server_.errorOf("SetProperty", {{"InstanceName", name},

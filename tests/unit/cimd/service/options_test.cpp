@@ -46,6 +46,15 @@ TEST(Options, IncludeTakesOneDirectoryEachTime) {
   expectStatus(ExitStatus::usage, {"a.mof", "--include"});
 }
 
+TEST(Options, WritersMayBeRepeatedAndAreSeparatedByCommas) {
+  const Options options = good({"--writers", "alice,@operators", "a.mof", "--writers", "bob"});
+  EXPECT_EQ(options.writers, (std::vector<std::string>{"alice", "@operators", "bob"}));
+  EXPECT_EQ(good({"a.mof"}).writers, std::vector<std::string>());
+  for (const char* list : {"", ",", "a,", ",a", "a,,b", "@", "a,@"}) {
+    expectStatus(ExitStatus::usage, {"a.mof", "--writers", list});
+  }
+}
+
 TEST(Options, ListenTakesAnyLoopbackAddress) {
   struct Case {
     const char* text;

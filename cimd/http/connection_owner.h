@@ -1,0 +1,25 @@
+// Who is at the other end of a TCP connection within this machine, as the kernel knows it
+// (sock_diag(7)). Anybody may ask.
+#pragma once
+
+#include <sys/types.h>
+
+#include <boost/asio/ip/tcp.hpp>
+#include <optional>
+
+namespace cimd {
+
+// The account that made the socket of `peer`, which is connected to `own` in this network
+// namespace. A process that was given the socket later acts for that account.
+//
+// Nothing when the peer has closed its socket, although its last request may still be unread; when
+// there is no such connection; and for an account of another user namespace. Throws
+// std::system_error when the kernel does not answer.
+std::optional<uid_t> ownerOfConnection(const boost::asio::ip::tcp::endpoint& peer,
+                                       const boost::asio::ip::tcp::endpoint& own);
+
+// Throws std::system_error when the kernel cannot be asked about TCP: it finds not even
+// `listening`, the address of a socket that listens.
+void checkOwnersAreKnown(const boost::asio::ip::tcp::endpoint& listening);
+
+}  // namespace cimd
