@@ -20,9 +20,10 @@ constexpr const char* footer =
 // CLI11 would do this too, and spend half of the help on it.
 void checkTogether(const CLI::App& app) {
   constexpr std::pair<const char*, const char*> excluded[] = {
-      {"--json", "--csv"},       {"--machine", "--csv"}, {"--machine", "--category"},
-      {"--machine", "--all"},    {"--explain", "--csv"}, {"--explain", "--all"},
-      {"--explain", "--machine"}};
+      {"--json", "--csv"},        {"--machine", "--csv"},     {"--machine", "--category"},
+      {"--machine", "--all"},     {"--explain", "--csv"},     {"--explain", "--all"},
+      {"--explain", "--machine"}, {"--history", "--csv"},     {"--history", "--all"},
+      {"--history", "--machine"}, {"--history", "--explain"}, {"--history", "--category"}};
   for (const auto& [first, second] : excluded) {
     if (app.count(first) > 0 && app.count(second) > 0) {
       throw CLI::ExcludesError(first, second);
@@ -67,6 +68,9 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
       ->allow_extra_args(false);
   app.add_flag("--all", options.isAll, "Show the entries of other publishers, too");
   app.add_flag("--machine", options.isMachine, "Show what morvik reads of this machine");
+  app.add_flag("--history", options.isHistory, "Show what the runs of morvik-run have changed");
+  app.add_option("--state", options.state, "State directory of morvik-run (/var/lib/morvik)")
+      ->type_name("DIR");
   app.add_option("--explain", options.explained, "Explain what morvik would publish of a data file")
       ->type_name("FILE");
   try {

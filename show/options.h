@@ -15,6 +15,9 @@ struct Options {
   bool isCsv = false;
   bool isAll = false;
   bool isMachine = false;
+  bool isHistory = false;
+  // Where morvik-run remembers its runs.
+  std::string state = "/var/lib/morvik";
   std::optional<std::string> explained;
   // The categories to show, in any letter case; all if there are none.
   std::vector<std::string> categories;

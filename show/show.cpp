@@ -14,6 +14,7 @@
 #include "cim/client.h"
 #include "entries.h"
 #include "explainer.h"
+#include "history.h"
 #include "import/fru_file.h"
 #include "machine.h"
 #include "output.h"
@@ -41,6 +42,9 @@ ExitStatus list(CIMClient& client, const Options& options, const Terminal& termi
   } else {
     writeTable(std::cout, terminal, entries, options.isAll);
   }
+  if (const auto note = noteAbout(options.state, std::chrono::system_clock::now())) {
+    complain(String(*note));
+  }
   const auto unreadable = std::count_if(
       entries.begin(), entries.end(), [](const Entry& entry) { return entry.problem.has_value(); });
   if (unreadable > 0) {
@@ -49,6 +53,17 @@ ExitStatus list(CIMClient& client, const Options& options, const Terminal& termi
     return ExitStatus::trouble;
   }
   return entries.empty() ? ExitStatus::noEntries : ExitStatus::entries;
+}
+
+ExitStatus showHistory(const Options& options, const Terminal& terminal) {
+  const std::size_t changes = writeHistory(std::cout, terminal, options.state, options.isJson);
+  if (!std::cout.flush()) {
+    throw std::runtime_error("cannot write to standard output");
+  }
+  if (changes == 0) {
+    complain("no changes");
+  }
+  return changes > 0 ? ExitStatus::entries : ExitStatus::noEntries;
 }
 
 ExitStatus showMachine(CIMClient& client, const Options& options, const Terminal& terminal) {
@@ -128,6 +143,9 @@ String addressOf(const std::string& server) {
 
 ExitStatus run(const Options& options) {
   const Terminal terminal = terminalOf(STDOUT_FILENO);
+  if (options.isHistory) {
+    return showHistory(options, terminal);
+  }
   // Opened first: a missing file is reported even if there is no server.
   std::ifstream file;
   if (options.explained) {

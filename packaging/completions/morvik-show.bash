@@ -8,10 +8,11 @@ _morvik_show() {
         mapfile -t COMPREPLY < <(compgen -W 'PROCESSOR MEMORY KEYBOARD PLANAR CDROM FLOPPY OPTIONSP
             FAN BACKPLANE' -- "$word")
         ;;
+    --state) mapfile -t COMPREPLY < <(compgen -d -- "$word") && compopt -o filenames ;;
     --explain) mapfile -t COMPREPLY < <(compgen -f -- "$word") && compopt -o filenames ;;
     *)
         mapfile -t COMPREPLY < <(compgen -W '--server --json --csv --category --all --machine
-            --explain --version --help' -- "$word")
+            --explain --history --state --version --help' -- "$word")
         ;;
     esac
 }

@@ -328,3 +328,38 @@ while True:
     ended 4 'cannot write'
     filesAre morvik.prom
 }
+
+@test "morvik-show --history: what each run has changed" {
+    startMachine
+    runInstead "$MORVIK_BIN_DIR/morvik-show" --history --state "$state"
+    ended 2 "morvik-show: there is no history: cannot read $state/history.jsonl"
+    fans A 1 >"$files/1234wpk.txt"
+    runFiles
+    fans B 1 >"$files/1234wpk.txt"
+    runFiles
+    runInstead "$MORVIK_BIN_DIR/morvik-show" --history --state "$state"
+    ended 0
+    equal "TIME  $files/1234wpk.txt
+  + FAN        A1          Fan 1
+TIME  $files/1234wpk.txt
+  - FAN        A1          Fan 1
+  + FAN        B1          Fan 1" "$(sed 's/^20[-0-9T:]*Z/TIME/' "$out")" 'the history'
+    runInstead "$MORVIK_BIN_DIR/morvik-show" --history --state "$state" --json
+    equal '[["A1"],["B1"]]' "$(jq -c '[.changes[] | [.added[].fruNumber]]' "$out")" 'the history as JSON'
+}
+
+@test "morvik-show: a note if the last good run is older than two days" {
+    startMachine
+    fans A 1 >"$files/1234wpk.txt"
+    runFiles
+    runInstead "$MORVIK_BIN_DIR/morvik-show" --state "$state"
+    ended 0
+    fileIs "$err" ''
+    local old
+    old=$(date -u -d '-49 hours' +%Y-%m-%dT%H:%M:%SZ)
+    sed -i "s/\"good\":{\"finished\":\"[^\"]*\"/\"good\":{\"finished\":\"$old\"/" "$state/status.json"
+    rm "$files/1234wpk.txt"
+    runFiles
+    runInstead "$MORVIK_BIN_DIR/morvik-show" --state "$state"
+    ended 0 "morvik-show: the last good run of morvik-run was at $old; the last one: no data file for machine type 1234"
+}
