@@ -1,0 +1,101 @@
+// What a run says: words, times, JSON and metrics.
+#include "report.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "history.h"
+#include "metrics.h"
+#include "outcome.h"
+
+using namespace run;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+namespace {
+
+Time at(std::time_t seconds) {
+  return std::chrono::system_clock::from_time_t(seconds);
+}
+
+const Item fan = {"FAN", "A1", "Fan", "KVAHalvoranFru1", "KVA", "1.0"};
+const Item board = {"PLANAR", "B1", "Board", "KVAHalvoranFru1", "KVA", "1.0"};
+
+}  // namespace
+
+TEST(Outcome, StatusTableIsInOrder) {
+  for (std::size_t i = 0; i < statusTable.size(); ++i) {
+    EXPECT_EQ(static_cast<std::size_t>(statusTable.at(i).status), i);
+    EXPECT_EQ(rowOf(statusTable.at(i).status).word, statusTable.at(i).word);
+  }
+}
+
+TEST(Outcome, HarmlessTextHasNoControlCharacters) {
+  EXPECT_EQ(harmless("550 No such file"), "550 No such file");
+  EXPECT_EQ(harmless("a\x1b[31mb\r\n"), "a\xEF\xBF\xBD[31mb\xEF\xBF\xBD\xEF\xBF\xBD");
+  EXPECT_EQ(harmless(std::string("a\0b", 3)),
+            "a\xEF\xBF\xBD"
+            "b");
+  EXPECT_EQ(harmless("\xE9t\xE9"), "\xC3\xA9t\xC3\xA9");
+}
+
+TEST(Outcome, HarmlessTextIsCutBetweenCharacters) {
+  std::string text(399, 'x');
+  text += "\xC3\xA9 and more";
+  EXPECT_EQ(harmless(text), std::string(399, 'x') + "...");
+}
+
+TEST(Report, TimeIsWrittenInUtcAndReadAgain) {
+  EXPECT_EQ(timeText(at(1764000000)), "2025-11-24T16:00:00Z");
+  EXPECT_EQ(show::timeIn("2025-11-24T16:00:00Z"), at(1764000000));
+  EXPECT_EQ(show::timeIn("2025-11-24 16:00:00"), std::nullopt);
+  EXPECT_EQ(show::timeIn("2025-11-24T16:00:00Zx"), std::nullopt);
+  EXPECT_EQ(show::timeIn(""), std::nullopt);
+}
+
+TEST(Report, DifferenceIsToTheOutcome) {
+  Report report;
+  EXPECT_TRUE(report.added().empty());
+  report.before = Items{fan};
+  report.predicted = Items{board};
+  EXPECT_TRUE(report.added().empty());
+  report.published = Items{fan, board};
+  EXPECT_EQ(report.added(), Items{board});
+  EXPECT_TRUE(report.removed().empty());
+  report.isCheck = true;
+  EXPECT_EQ(report.removed(), Items{fan});
+}
+
+TEST(Metrics, ValuesAreEscaped) {
+  Report report;
+  report.published = Items{{"FAN", "A\"1", "a\\b\nc", "KVAHalvoranFru1", "KVA", "1.0"}};
+  EXPECT_THAT(metricsText(report, {}, std::nullopt),
+              HasSubstr("morvik_fru_info{category=\"FAN\",fru_number=\"A\\\"1\",description="
+                        "\"a\\\\b\\nc\",identifying_number=\"KVAHalvoranFru1\"} 1\n"));
+}
+
+TEST(Metrics, EachSampleIsThereOnce) {
+  Item twin = fan;
+  twin.vendor = "Other";
+  Report report;
+  report.published = Items{fan, twin};
+  const std::string text = metricsText(report, {}, std::nullopt);
+  EXPECT_EQ(text.find("morvik_fru_info{"), text.rfind("morvik_fru_info{"));
+  EXPECT_THAT(text, HasSubstr("morvik_entries{category=\"FAN\"} 2\n"));
+  EXPECT_THAT(text, HasSubstr("morvik_entries{category=\"MEMORY\"} 0\n"));
+}
+
+TEST(Metrics, UnknownValuesAreLeftOut) {
+  Report report;
+  report.status = Status::cimServer;
+  report.finished = at(1764000000);
+  const std::string text = metricsText(report, {"1234", "Server", "S1"}, std::nullopt);
+  EXPECT_THAT(text, HasSubstr("morvik_run_status 5\n"));
+  EXPECT_THAT(text, HasSubstr("morvik_last_run_timestamp_seconds 1764000000\n"));
+  EXPECT_THAT(text,
+              HasSubstr("morvik_machine_info{type=\"1234\",model=\"Server\",serial=\"S1\"} 1\n"));
+  EXPECT_THAT(text, Not(HasSubstr("last_success")));
+  EXPECT_THAT(text, Not(HasSubstr("morvik_entries")));
+  EXPECT_THAT(metricsText(report, {}, at(1)),
+              HasSubstr("morvik_last_success_timestamp_seconds 1\n"));
+}

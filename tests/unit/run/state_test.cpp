@@ -1,0 +1,167 @@
+// What is remembered from run to run.
+#include "state.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+using namespace run;
+namespace fs = std::filesystem;
+
+namespace {
+
+class StateTest : public ::testing::Test {
+ protected:
+  StateTest() {
+    std::string name = (fs::temp_directory_path() / "morvik-state-XXXXXX").string();
+    directory_ = mkdtemp(name.data());
+  }
+  ~StateTest() override { fs::remove_all(directory_); }
+  StateTest(const StateTest&) = delete;
+  StateTest& operator=(const StateTest&) = delete;
+  StateTest(StateTest&&) = delete;
+  StateTest& operator=(StateTest&&) = delete;
+
+  std::string read(const char* name) const {
+    std::ostringstream text;
+    text << std::ifstream(directory_ / name).rdbuf();
+    return text.str();
+  }
+  void write(const char* name, const std::string& text) const {
+    std::ofstream(directory_ / name) << text;
+  }
+
+  fs::path directory_;
+};
+
+Good goodRun() {
+  Good good;
+  good.finished = "2026-01-01T00:00:00Z";
+  good.source = "https://parts.example.com/1234wpk.txt";
+  good.text = "a line\n";
+  good.entries = 3;
+  good.version = {"\"tag\"", "a date"};
+  good.signatureTime = 1767225600;
+  return good;
+}
+
+Report changed(const std::string& number) {
+  Report report;
+  report.before = Items();
+  report.published = Items{{"FAN", number, "Fan", "KVAHalvoranFru1", "KVA", "1.0"}};
+  return report;
+}
+
+std::size_t linesIn(const std::string& text) {
+  return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+}  // namespace
+
+TEST_F(StateTest, GoodRunIsRemembered) {
+  State(directory_).remember(Report(), goodRun());
+  const State state(directory_);
+  ASSERT_TRUE(state.good());
+  EXPECT_EQ(state.good()->source, goodRun().source);
+  EXPECT_EQ(state.good()->text, "a line\n");
+  EXPECT_EQ(state.good()->entries, 3U);
+  EXPECT_EQ(state.good()->version.etag, "\"tag\"");
+  EXPECT_EQ(state.good()->version.lastModified, "a date");
+  EXPECT_EQ(state.good()->signatureTime, 1767225600);
+}
+
+TEST_F(StateTest, FailedRunKeepsTheGoodOne) {
+  State(directory_).remember(Report(), goodRun());
+  Report failed;
+  failed.status = Status::refused;
+  State(directory_).remember(failed, std::nullopt);
+  const State state(directory_);
+  ASSERT_TRUE(state.good());
+  EXPECT_EQ(state.good()->finished, "2026-01-01T00:00:00Z");
+  EXPECT_NE(read("status.json").find("\"result\":\"refused\""), std::string::npos);
+}
+
+// A run that ended between the two files has left a newer data file than the status knows.
+TEST_F(StateTest, UnknownDataFileIsGoodButHasNoVersion) {
+  State(directory_).remember(Report(), goodRun());
+  write("fru.good.txt", "another line\n");
+  const State state(directory_);
+  ASSERT_TRUE(state.good());
+  EXPECT_EQ(state.good()->text, "another line\n");
+  EXPECT_EQ(state.good()->source, "");
+  EXPECT_EQ(state.good()->entries, 0U);
+  EXPECT_EQ(state.good()->version.etag, "");
+  EXPECT_EQ(state.good()->signatureTime, 1767225600);
+}
+
+TEST_F(StateTest, DirectoryIsLocked) {
+  const State state(directory_);
+  try {
+    const State second(directory_);
+    FAIL() << "locked twice";
+  } catch (const Failure& failure) {
+    EXPECT_EQ(failure.status(), Status::badUse);
+  }
+}
+
+TEST_F(StateTest, InterruptionIsSeenByTheNextRun) {
+  {
+    const State state(directory_);
+    EXPECT_FALSE(state.isInterrupted());
+    state.beginPublishing();
+  }
+  const State next(directory_);
+  EXPECT_TRUE(next.isInterrupted());
+  next.endPublishing();
+  EXPECT_FALSE(next.isInterrupted());
+  next.endPublishing();
+}
+
+TEST_F(StateTest, WorkDirectoryIsEmptyAndRemoved) {
+  {
+    const State state(directory_);
+    std::ofstream(state.emptyWorkDirectory() + "/fru.txt") << "text";
+    EXPECT_TRUE(fs::is_empty(state.emptyWorkDirectory()));
+  }
+  EXPECT_FALSE(fs::exists(directory_ / "work"));
+}
+
+TEST_F(StateTest, HistoryHasOnlyChangesAndIsBounded) {
+  State state(directory_);
+  state.remember(Report(), std::nullopt);
+  EXPECT_EQ(read("history.jsonl"), "");
+  std::string old = "the oldest\n";
+  for (int number = 0; number < 199; ++number) {
+    old += "a line\n";
+  }
+  write("history.jsonl", old);
+  state.remember(changed("A1"), std::nullopt);
+  const std::string history = read("history.jsonl");
+  EXPECT_EQ(linesIn(history), 200U);
+  EXPECT_NE(history.find("\"fruNumber\":\"A1\""), std::string::npos);
+  EXPECT_EQ(history.find("the oldest"), std::string::npos);
+  state.remember(changed(std::string(1048576, 'x')), std::nullopt);
+  EXPECT_EQ(linesIn(read("history.jsonl")), 1U);
+}
+
+TEST_F(StateTest, FileThatCannotBeWrittenStaysAsItWas) {
+  write("file", "old");
+  fs::create_directory(directory_ / "file.tmp");
+  EXPECT_THROW(writeAtomically((directory_ / "file").string(), "new"), Failure);
+  EXPECT_EQ(read("file"), "old");
+  fs::remove(directory_ / "file.tmp");
+  writeAtomically((directory_ / "file").string(), "new");
+  EXPECT_EQ(read("file"), "new");
+  EXPECT_FALSE(fs::exists(directory_ / "file.tmp"));
+}
+
+TEST_F(StateTest, WrittenFilesAreReadableByEverybody) {
+  const mode_t before = umask(077);
+  writeAtomically((directory_ / "file").string(), "text");
+  umask(before);
+  EXPECT_EQ(fs::status(directory_ / "file").permissions(), fs::perms(0644));
+}

@@ -1,0 +1,91 @@
+// What counts as signed, by the lists of sha256sum and the status lines of gpgv.
+#include "verify.h"
+
+#include <gtest/gtest.h>
+
+using namespace run;
+
+namespace {
+
+const std::string sum = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
+
+template <typename Function>
+std::string refusalOf(const Function& function) {
+  try {
+    function();
+  } catch (const Failure& failure) {
+    EXPECT_EQ(failure.status(), Status::refused);
+    return failure.what();
+  }
+  return "";
+}
+
+std::string sumRefusal(const std::string& sums) {
+  return refusalOf([&] { checkSum(sums, "1234wpk.txt", "abc"); });
+}
+
+std::string statusRefusal(const std::string& lines) {
+  return refusalOf([&] { readStatus(lines); });
+}
+
+const std::string good =
+    "[GNUPG:] NEWSIG\n[GNUPG:] GOODSIG 0123 maker\n"
+    "[GNUPG:] VALIDSIG FFFF 2026-01-01 1767225600 0 4 0 22 8 00 FFFF\n";
+
+}  // namespace
+
+TEST(Verify, SumIsThatOfTheStandard) {
+  EXPECT_EQ(sha256("abc"), sum);
+}
+
+TEST(Verify, SumIsFoundByNameInEveryForm) {
+  for (const std::string line : {"  1234wpk.txt\n", " *1234wpk.txt\n", "  ./1234wpk.txt\n",
+                                 "  1234wpk.txt\r\n", "  1234wpk.txt"}) {
+    EXPECT_EQ(sumRefusal("garbage\n" + sum + line), "") << line;
+  }
+}
+
+TEST(Verify, SumOfAnotherFileDoesNotCount) {
+  for (const std::string line : {"  2345wpk.txt\n", "  x1234wpk.txt\n", "  a/1234wpk.txt\n",
+                                 "  1234wpk.txt.old\n", " 1234wpk.txt\n", "\n", ""}) {
+    EXPECT_EQ(sumRefusal(sum + line), "SHA256SUMS has no sum for 1234wpk.txt") << line;
+  }
+  EXPECT_EQ(sumRefusal(""), "SHA256SUMS has no sum for 1234wpk.txt");
+}
+
+TEST(Verify, SumMustBeTheOnlyOne) {
+  const std::string other = "0" + sum.substr(1) + "  1234wpk.txt\n";
+  EXPECT_EQ(sumRefusal(other), "the sum of 1234wpk.txt is not that in SHA256SUMS");
+  EXPECT_EQ(sumRefusal(sum + "  1234wpk.txt\n" + other), "SHA256SUMS has two sums for 1234wpk.txt");
+}
+
+TEST(Verify, GoodSignatureHasTimeAndKey) {
+  const Signature signature = readStatus(good);
+  EXPECT_EQ(signature.time, 1767225600);
+  EXPECT_EQ(signature.key, "FFFF");
+}
+
+TEST(Verify, OneGoodSignatureIsEnoughUnlessOneIsBad) {
+  EXPECT_EQ(statusRefusal("[GNUPG:] NEWSIG\n[GNUPG:] ERRSIG 0 1\n[GNUPG:] NO_PUBKEY 0\n" + good),
+            "");
+  EXPECT_EQ(statusRefusal(good + "[GNUPG:] NEWSIG\n[GNUPG:] BADSIG 0123 maker\n"),
+            "the signature does not fit the list");
+}
+
+TEST(Verify, ValidSignatureOfAnExpiredOrRevokedKeyIsRefused) {
+  const std::string valid = "[GNUPG:] VALIDSIG FFFF 2026-01-01 1767225600 0 4 0 22 8 00 FFFF\n";
+  EXPECT_EQ(statusRefusal("[GNUPG:] NEWSIG\n[GNUPG:] EXPKEYSIG 0123 maker\n" + valid),
+            "the key that signed has expired");
+  EXPECT_EQ(statusRefusal("[GNUPG:] NEWSIG\n[GNUPG:] REVKEYSIG 0123 maker\n" + valid),
+            "the key that signed is revoked");
+}
+
+TEST(Verify, OtherLinesAreNoSignature) {
+  for (const char* lines :
+       {"", "GOODSIG 0123 maker\nVALIDSIG FFFF 2026-01-01 1767225600 0\n", "[GNUPG:]\n",
+        "[GNUPG:] GOODSIG 0123 maker\n",
+        "[GNUPG:] NEWSIG\n[GNUPG:] GOODSIG 0 a\n[GNUPG:] VALIDSIG\n",
+        "[GNUPG:] GOODSIG 0 a\n[GNUPG:] NEWSIG\n[GNUPG:] VALIDSIG F 2026-01-01 1 0\n"}) {
+    EXPECT_EQ(statusRefusal(lines), "gpgv does not accept the signature") << lines;
+  }
+}
