@@ -1,3 +1,6 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <clocale>
 #include <csignal>
 #include <exception>
@@ -36,6 +39,15 @@ Status say(const run::Report& report, const run::Settings& settings) {
   return report.status;
 }
 
+// Otherwise a file that is opened later would get what is written to standard output.
+void openStandardDescriptors() {
+  int descriptor = 0;
+  do {
+    descriptor = open("/dev/null", O_RDWR);
+  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+  close(descriptor);
+}
+
 int runAsAsked(int argc, char** argv) {
   try {
     const auto settings = run::readSettings(argc, argv);
@@ -61,5 +73,6 @@ int main(int argc, char** argv) {
   // A message that nobody can take must not end a run, nor a file that must not grow.
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
+  openStandardDescriptors();
   return runAsAsked(argc, argv);
 }

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
@@ -79,6 +80,22 @@ std::vector<std::string> environmentFor(const Command& command) {
   return variables;
 }
 
+// A path stays as it is; of a name that is in no directory of PATH, there is nothing to start.
+std::string findProgram(const std::string& name) {
+  const char* path = std::getenv("PATH");
+  if (name.find('/') != std::string::npos || path == nullptr) {
+    return name;
+  }
+  std::istringstream directories(path);
+  for (std::string directory; std::getline(directories, directory, ':');) {
+    const std::string place = directory + "/" + name;
+    if (!directory.empty() && access(place.c_str(), X_OK) == 0) {
+      return place;
+    }
+  }
+  return name;
+}
+
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
   for (std::string& text : texts) {
@@ -90,8 +107,8 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
 
 // In the new process: only functions that are safe between fork and exec, and no way back. The
 // error goes to the parent through `failed`.
-[[noreturn]] void become(const Command& command, char** words, char** variables, int input,
-                         int output, int errors, int failed) {
+[[noreturn]] void become(const Command& command, const char* program, char** words,
+                         char** variables, int input, int output, int errors, int failed) {
   setpgid(0, 0);
   // Counts on after exec, when nobody else may be left to end the program.
   alarm(static_cast<unsigned>(command.limit.count() / 1000 + 1));
@@ -105,7 +122,8 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     if (command.inherited >= 0) {
       fcntl(command.inherited, F_SETFD, 0);
     }
-    execvpe(words[0], words, variables);
+    // Not execvpe(), which hands what is not a program to the shell.
+    execve(program, words, variables);
   }
   const int error = errno;
   [[maybe_unused]] const ssize_t written = write(failed, &error, sizeof error);
@@ -160,6 +178,7 @@ int waitFor(pid_t process) {
 
 Ended runProgram(const Command& command) {
   std::vector<std::string> words = command.words;
+  const std::string program = findProgram(words.at(0));
   std::vector<std::string> variables = environmentFor(command);
   std::vector<char*> wordPointers = pointersTo(words);
   std::vector<char*> variablePointers = pointersTo(variables);
@@ -174,8 +193,8 @@ Ended runProgram(const Command& command) {
     fail("fork", errno);
   }
   if (process == 0) {
-    become(command, wordPointers.data(), variablePointers.data(), input.reading(), output.writing(),
-           errors.writing(), failed.writing());
+    become(command, program.c_str(), wordPointers.data(), variablePointers.data(), input.reading(),
+           output.writing(), errors.writing(), failed.writing());
   }
   setpgid(process, process);
   output.closeWriting();

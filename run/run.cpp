@@ -33,8 +33,8 @@ namespace {
 constexpr std::chrono::minutes runLimit{10};
 // For all files. The rest is for the CIM server.
 constexpr std::chrono::minutes bringLimit{4};
-// morvik takes about twice as long as the rehearsal, and publishing may be needed a second time.
-constexpr int rehearsalPart = 8;
+// morvik takes about as long as the rehearsal, and publishing may be needed a second time.
+constexpr int rehearsalPart = 4;
 // A CIM server that a service manager starts again is back by then.
 constexpr int mostLooks = 3;
 constexpr std::chrono::seconds pauseBetweenLooks{2};
@@ -115,6 +115,7 @@ class Run {
   // If the last run was interrupted, what it left is replaced.
   void mend();
   Good goodOf(const Candidate& candidate) const;
+  void holdSignals();
 
   const Settings& settings_;
   Report& report_;
@@ -277,10 +278,27 @@ Good Run::goodOf(const Candidate& candidate) const {
 
 // --- publishing ---
 
+void Run::holdSignals() {
+  if (!held_) {
+    held_.emplace();
+  }
+}
+
+// Not if the disk has damaged it.
+bool canBeRestored(const std::optional<Good>& good) {
+  try {
+    if (good) {
+      checkForm(good->text);
+    }
+    return good.has_value();
+  } catch (const Failure&) {
+    return false;
+  }
+}
+
 std::string Run::publishOnce(const std::string& text, Deadline limit) {
-  const bool byName = mustDeleteByName(*client_);
-  report_.published.reset();
-  if (byName) {
+  if (mustDeleteByName(*client_)) {
+    report_.published.reset();
     report_.notes.push_back("deleted " + countWords(deleteByName(*client_), " ") +
                             "by name, because the CIM server has no GetProperty for them");
   }
@@ -294,6 +312,7 @@ std::string Run::publishOnce(const std::string& text, Deadline limit) {
 }
 
 void Run::look() {
+  report_.published.reset();
   for (int looks = 1;; ++looks) {
     try {
       client_ = makeClient();
@@ -313,7 +332,7 @@ void Run::look() {
 void Run::publish(const Candidate& candidate) {
   rehearse(*client_, *report_.predicted, Deadline(deadline_.left() / rehearsalPart));
   mustDeleteByName(*client_);
-  held_.emplace();
+  holdSignals();
   state_.beginPublishing();
   const std::string words = publishOnce(candidate.text, Deadline(deadline_.left() / 2));
   if (report_.published != report_.predicted) {
@@ -333,7 +352,7 @@ void Run::publish(const Candidate& candidate) {
 // it now.
 void Run::restore(const Candidate& candidate, const std::string& reason) {
   const auto& good = state_.good();
-  const bool hasGood = good && !good->text.empty();
+  const bool hasGood = canBeRestored(good);
   const std::string& text = hasGood ? good->text : candidate.text;
   const Items expected = predict(text, *client_, machine_, deadline_);
   if (*report_.published != expected) {
@@ -350,25 +369,26 @@ void Run::restore(const Candidate& candidate, const std::string& reason) {
   report_.isRestored = hasGood && isWhole;
   throw Failure(Status::notAsPredicted,
                 report_.source + ": " + reason +
-                    (report_.isRestored ? "; the last good entries are published again"
+                    (report_.isRestored ? "; the last good entries are published"
                                         : "; the last good entries could not be published again"));
 }
 
 void Run::mend() {
   const auto& good = state_.good();
-  if (!state_.isInterrupted() || settings_.isCheck || !report_.published || !good ||
-      good->text.empty()) {
+  if (!state_.isInterrupted() || settings_.isCheck || !report_.published || !canBeRestored(good)) {
     return;
   }
   try {
     const Items expected = predict(good->text, *client_, machine_, deadline_);
-    held_.emplace();
+    holdSignals();
     if (*report_.published != expected) {
       publishOnce(good->text, deadline_);
       report_.isRestored = *report_.published == expected;
     }
     if (*report_.published == expected) {
       state_.endPublishing();
+    }
+    if (report_.isRestored) {
       report_.notes.emplace_back(
           "an earlier run was interrupted: the last good entries are published again");
     }

@@ -150,7 +150,10 @@ $(block install.md look | grep morvik-show)" "$(block README.md install | sed 's
     follow parts-server.md files
     vsftpd vsftpd.conf &
     servers+=("vsftpd:$!")
-    until (exec 3<>/dev/tcp/127.0.0.1/21) 2>/dev/null; do kill -0 "${servers[-1]#*:}" && sleep 0.05; done
+    until (exec 3<>/dev/tcp/127.0.0.1/21) 2>/dev/null; do
+        kill -0 "${servers[-1]#*:}" || return 1
+        sleep 0.05
+    done
     follow parts-server.md try >try.out
     grep -q '^226' try.out
 

@@ -59,7 +59,7 @@ teardown() {
     # The first four are the rehearsal.
     printf 'CreateInstance 6 error 1\n' >"$faults"
     runFiles
-    ended 6 'not published: B2 (FAN)' 'the last good entries are published again'
+    ended 6 'not published: B2 (FAN)' 'the last good entries are published'
     goodStays
     equal '[6,true]' "$(lastRun '[.last.status, .last.restored]')" 'the remembered run'
     cmp <(fans A 4) "$state/fru.good.txt"
@@ -102,7 +102,7 @@ teardown() {
     [[ ! -e $state/publishing ]]
 }
 
-@test "a CIM server with a full disk: nothing is deleted" {
+@test "a CIM server with a full disk: the published entries stay, or are published again" {
     mkdir disk
     mount -t tmpfs -o size=8m disk disk 2>/dev/null || skip 'cannot mount here'
     writeMachine >machine.mof
@@ -111,7 +111,8 @@ teardown() {
     head -c 9M /dev/zero >disk/filler 2>/dev/null || true
     fans B 40 >"$files/1234wpk.txt"
     runFiles
-    ended 5 'no space left on the disk' '4 entries stay published'
+    # Depends on where in its file the server has room.
+    ((status == 5 || status == 6)) || ended 6
     goodStays
     rm disk/filler
     runFiles
@@ -290,4 +291,35 @@ killAt() { # SIGNAL FAULT
         ended 0 'nothing has changed'
     done
     cmp <(fans A 4) "$state/fru.good.txt"
+}
+
+# --- morvik itself ---
+
+@test "a morvik that does nothing, crashes or cannot be run" {
+    startMachine
+    startGood
+    fans B 4 >"$files/1234wpk.txt"
+    runFiles --morvik /bin/true
+    ended 6 'not published: B1 (FAN), B2 (FAN), B3 (FAN), B4 (FAN); published, but not predicted: A1 (FAN)' \
+        'the last good entries are published'
+    printf '#!/bin/sh\nprintf "\\033[31mred"\nkill -SEGV $$\n' >crash
+    chmod +x crash
+    runFiles --morvik crash
+    ended 6 'morvik said: ' '[31mred (status 139)'
+    run ! grep $'\033' "$out" "$err"
+    printf 'no program' >crash
+    runFiles --morvik crash
+    ended 1 "cannot start $PWD/crash: Exec format error" '4 entries stay published'
+    goodStays
+    runFiles
+    ended 0 '4 added, 4 removed'
+}
+
+@test "closed standard output and error: the run is the same" {
+    startMachine
+    fans A 4 >"$files/1234wpk.txt"
+    runInstead env STATE_DIRECTORY="$state" MORVIK_FILES="$files" bash -c 'exec "$1" <&- >&- 2>&-' bash "$run"
+    equal 0 "$status" 'the status'
+    goodStays
+    fileIs "$state/lock" ''
 }
