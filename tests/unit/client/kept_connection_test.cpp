@@ -26,7 +26,7 @@ class KeptConnection : public testing::Test {
   // A client that is connected to a server with these scripts.
   void start(std::vector<ScriptedServer::Script> scripts) {
     server.emplace(std::move(scripts));
-    client.connect(server->address().c_str(), "", "");
+    client.connect(server->address(), "", "");
   }
   void expectServed(std::size_t connections, std::size_t requests) {
     EXPECT_EQ(server->connections(), connections);
@@ -71,7 +71,7 @@ TEST_F(KeptConnection, IsOpenedAgainAfterSomethingOtherThanHttp) {
                                                      },
                                                      answerOnce});
   {
-    HttpConnection connection(server->address().c_str());
+    HttpConnection connection(server->address());
     const auto ask = [&] {
       return connection.exchange("GetProperty", "root", R"(<MESSAGE ID="1001"/>)",
                                  std::chrono::steady_clock::now() + std::chrono::seconds(20));
@@ -144,7 +144,7 @@ TEST_F(LookingClient, WaitsNoLongerThanTheAnswerTook) {
     ASSERT_EQ(looks.size(), 1U);
     EXPECT_LE(looks[0], taken);
     client.disconnect();
-    client.connect(server->address().c_str(), "", "");
+    client.connect(server->address(), "", "");
   }
 }
 

@@ -12,8 +12,8 @@ namespace {
 
 class RecordedExchange : public testing::Test {
  protected:
-  // Runs one operation against the recorded answer. What is sent, behind its header, is compared
-  // with the recorded request: see compareRequest().
+  // Runs one operation against the recorded answer. compareRequest() then compares the body that
+  // was sent with the recorded one.
   template <typename Operation>
   auto replay(const std::string& name, Operation operation) {
     compareRequest();
@@ -21,7 +21,7 @@ class RecordedExchange : public testing::Test {
     server.emplace(std::vector<ScriptedServer::Script>{
         [name](Peer& peer) { peer.answer(recordedAnswer(name)); }});
     CIMClient client(20'000);
-    client.connect(server->address().c_str(), "", "");
+    client.connect(server->address(), "", "");
     return operation(client);
   }
 
@@ -76,7 +76,11 @@ TEST_F(RecordedExchange, EnumerateInstances) {
   ASSERT_EQ(found.size(), 1U);
   EXPECT_EQ(valueOf(found[0], "serialNumber"), "KV12345");
   EXPECT_EQ(valueOf(found[0], "model"), "Server 123 -[1234ABX]-");
-  EXPECT_TRUE(found[0].getProperty(found[0].findProperty("Caption")).getValue().isNull());
+  ASSERT_EQ(found[0].getPropertyCount(), 7U);
+  const CIMProperty& caption = found[0].getProperty(found[0].findProperty("Caption"));
+  EXPECT_EQ(caption.getValue(), CIMValue(CIMTYPE_STRING, false));
+  EXPECT_TRUE(caption.getPropagated());
+  EXPECT_FALSE(found[0].getProperty(found[0].findProperty("model")).getPropagated());
   EXPECT_EQ(found[0].getPath().toString(), "KVAXDT_ComputerSystemDetails.name=\"box1\"");
 }
 
@@ -86,6 +90,8 @@ TEST_F(RecordedExchange, EnumerateInstancesWithTextOfManyKinds) {
   });
   ASSERT_EQ(found.size(), 1U);
   EXPECT_EQ(valueOf(found[0], "Description"), escapedText);
+  EXPECT_EQ(found[0].getProperty(found[0].findProperty("CustomerReplaceable")).getValue(),
+            CIMValue(CIMTYPE_BOOLEAN, false));
   EXPECT_EQ(found[0].getPath(), fruName("A100009"));
 }
 

@@ -26,7 +26,7 @@ TEST(Request, GetInstanceSendsNameAndFlags) {
       "</IRETURNVALUE></IMETHODRESPONSE></SIMPLERSP></MESSAGE></CIM>";
   ScriptedServer server({[&](Peer& peer) { peer.answer(httpAnswer(answer)); }});
   CIMClient client(20'000);
-  client.connect(server.address().c_str(), "", "");
+  client.connect(server.address(), "", "");
   CIMPropertyList names{Array<String>{"Name"}};
   const CIMInstance instance = client.getInstance(nameSpace, fruName(), false, true, false, names);
   EXPECT_EQ(valueOf(instance, "Name"), " FAN ");
@@ -48,7 +48,7 @@ TEST(Request, EnumerationSendsEveryFlag) {
   ScriptedServer server(
       {[&](Peer& peer) { peer.answer(recordedAnswer("01-enumerate-instances")); }});
   CIMClient client(20'000);
-  client.connect(server.address().c_str(), "", "");
+  client.connect(server.address(), "", "");
   client.enumerateInstances(nameSpace, "KVAXDT_FRU", false, false, true, true,
                             CIMPropertyList{Array<String>{"Name", "Vendor"}});
   ASSERT_EQ(server.requests().size(), 1U);
@@ -69,7 +69,7 @@ TEST(Request, EachHasItsOwnMessageId) {
   };
   ScriptedServer server({answerThree});
   CIMClient client(20'000);
-  client.connect(server.address().c_str(), "", "");
+  client.connect(server.address(), "", "");
   for (int i = 0; i < 3; i++) {
     EXPECT_EQ(askProperty(client), "x");
   }
@@ -87,7 +87,7 @@ TEST(Request, WithACharacterThatXmlLacksIsNotSent) {
     peer.awaitClose();
   }});
   CIMClient client(20'000);
-  client.connect(server.address().c_str(), "", "");
+  client.connect(server.address(), "", "");
   CIMInstance unsendable{String("KVAXDT_FRU")};
   unsendable.addProperty(CIMProperty("Name", CIMValue("\x03")));
   EXPECT_THROW(client.getProperty(nameSpace, fruName(), "Na\x01me"), InvalidValueException);
@@ -105,7 +105,7 @@ TEST(Request, AnswerToAnotherRequestIsAnError) {
   answer.replace(answer.find("@ID@"), 4, "1000");
   ScriptedServer server({[&](Peer& peer) { peer.answer(httpAnswer(answer)); }});
   CIMClient client(20'000);
-  client.connect(server.address().c_str(), "", "");
+  client.connect(server.address(), "", "");
   EXPECT_THROW(askProperty(client), CIMClientResponseException);
   EXPECT_EQ(server.problems(), "");
 }
@@ -121,7 +121,7 @@ TEST(Request, LeavesInOneSegment) {
     }
   }});
   CIMClient client(20'000);
-  client.connect(server.address().c_str(), "", "");
+  client.connect(server.address(), "", "");
   for (int i = 0; i < 3; i++) {
     EXPECT_EQ(askProperty(client), "x");
   }
@@ -137,7 +137,7 @@ TEST(Request, TimesOutThoughTheServerKeepsTakingALittle) {
     peer.readRequest();
   }});
   CIMClient client(300);
-  client.connect(server.address().c_str(), "", "");
+  client.connect(server.address(), "", "");
   const std::string large(1U << 20, 'x');
   const CIMObjectPath name = fruName(large.c_str());
   systemCalls.slowSendSize = 1024;

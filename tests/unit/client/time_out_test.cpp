@@ -33,7 +33,7 @@ void expectInTime(Operation operation) {
 void expectTimeOutAndThenAnAnswer(const ScriptedServer::Script& script) {
   ScriptedServer server({script, [](Peer& peer) { peer.answer(propertyAnswer("second")); }});
   CIMClient client(timeOut);
-  client.connect(server.address().c_str(), "", "");
+  client.connect(server.address(), "", "");
   expectInTime<ConnectionTimeoutException>([&] { askProperty(client); });
   server.awaitClosed(1);
   EXPECT_EQ(askProperty(client), "second");
@@ -91,7 +91,7 @@ TEST(TimeOut, HoldsForSendingToo) {
   socklen_t size = sizeof address;
   ASSERT_EQ(getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size), 0);
   CIMClient client(timeOut);
-  client.connect(String(("127.0.0.1:" + std::to_string(ntohs(address.sin_port))).c_str()), "", "");
+  client.connect("127.0.0.1:" + std::to_string(ntohs(address.sin_port)), "", "");
   const std::string large(16U << 20, 'x');
   const CIMObjectPath name = fruName(large.c_str());
   expectInTime<ConnectionTimeoutException>([&] { client.deleteInstance("root/kvasd", name); });
@@ -111,7 +111,7 @@ TEST(TimeOut, HoldsForConnecting) {
     (void)connect(waiting.back(), reinterpret_cast<sockaddr*>(&address), size);
   }
   CIMClient client(timeOut);
-  const String target(("127.0.0.1:" + std::to_string(ntohs(address.sin_port))).c_str());
+  const std::string target = "127.0.0.1:" + std::to_string(ntohs(address.sin_port));
   expectInTime<CannotConnectException>([&] { client.connect(target, "", ""); });
   EXPECT_THROW(askProperty(client), NotConnectedException);
   for (const int descriptor : waiting) {
@@ -129,7 +129,7 @@ TEST(TimeOut, StartsAgainWithEachOperation) {
     }
   }});
   CIMClient client(1400);
-  client.connect(server.address().c_str(), "", "");
+  client.connect(server.address(), "", "");
   for (int i = 0; i < 3; i++) {
     EXPECT_EQ(askProperty(client), "x");
   }
@@ -152,7 +152,7 @@ TEST(TimeOut, IsNotDisturbedBySignals) {
                            peer.awaitClose();
                          }});
   CIMClient client(timeOut);
-  client.connect(server.address().c_str(), "", "");
+  client.connect(server.address(), "", "");
   setitimer(ITIMER_REAL, &everyMillisecond, nullptr);
   EXPECT_EQ(askProperty(client), "x");
   server.awaitClosed(1);

@@ -73,7 +73,7 @@ TEST(EncodeValue, References) {
   EXPECT_EQ(value(Array<CIMObjectPath>{a}), "<VALUE.REFARRAY>" + reference + "</VALUE.REFARRAY>");
 }
 
-TEST(EncodeValue, WhatXmlCannotCarryThrows) {
+TEST(EncodeValue, CharactersThatXmlForbidsThrow) {
   EXPECT_THROW(value(String(std::u16string(u"\x02"))), InvalidValueException);
   EXPECT_THROW(value(char16_t{0xD800}), InvalidValueException);
   EXPECT_THROW(value(char16_t{0}), InvalidValueException);
