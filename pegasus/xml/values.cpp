@@ -156,6 +156,9 @@ CIMValue decodeElements(Element element, Decode decode) {
 }  // namespace
 
 CIMType parseType(std::string_view name) {
+  if (name == "string") {  // as most are
+    return CIMTYPE_STRING;
+  }
   // As it is usually written, and then in any letter case.
   const auto exact =
       std::find_if(typeNames.begin(), typeNames.end(), [name](std::string_view type) {
