@@ -1,4 +1,4 @@
-// The body of an answer, read as each of the results that a client can ask for.
+// Reads the body of an answer as each result that a client can ask for.
 #include "xml/response.h"
 
 #include <algorithm>
@@ -17,8 +17,8 @@ using Pegasus::CIMObjectPath;
 using Pegasus::CIMValue;
 using Pegasus::xml::Response;
 
-// The attribute's text in the first element of that name, so that the answer is to what was asked,
-// whatever the fuzzer makes of it.
+// The text of the attribute in the first element of that name, so that the answer matches the
+// request whatever the fuzzer puts there.
 std::string attribute(std::string_view xml, std::string_view begin) {
   const std::size_t found = xml.find(begin);
   if (found == std::string_view::npos) {
@@ -28,8 +28,8 @@ std::string attribute(std::string_view xml, std::string_view begin) {
   return std::string(value.substr(0, std::min(value.find('"'), value.size())));
 }
 
-// What `read` returns, in a list; an empty one when it refuses the answer. Any other exception than
-// these two is none that a client expects.
+// A list with the result of `read`, or an empty one when it refuses the answer. A client does not
+// expect any exception other than these two.
 template <typename Read>
 auto attempt(Read read) -> std::vector<decltype(read())> {
   try {
@@ -41,8 +41,8 @@ auto attempt(Read read) -> std::vector<decltype(read())> {
   }
 }
 
-// As the tool does with a property. A text of paths may be far longer than the answer, and is
-// refused where it is longer than any memory should hold.
+// Makes the text of a property, as the tool does. A text of paths may be far longer than the
+// answer, and is refused if it is too long.
 void takeText(const Response& response) {
   const fuzz::ResourceLimit limit(std::size_t{192} << 20U, 0, 0);
   try {
@@ -52,8 +52,8 @@ void takeText(const Response& response) {
   }
 }
 
-// False for an answer with references to control characters: those can be read, but sent again in
-// keys only.
+// False for an answer with references to control characters, which can be read but sent only in
+// keys.
 bool canBeSent(std::string_view body) {
   try {
     const Pegasus::xml::XmlDocument document{std::string(body)};
@@ -95,7 +95,7 @@ void readAll(const Response& response, bool canBeSent) {
   }
 }
 
-// Null when it is no answer.
+// Null if it is not an answer.
 std::unique_ptr<Response> parse(std::string_view body) {
   try {
     return std::make_unique<Response>(std::string(body), attribute(body, "<MESSAGE ID=\""),

@@ -1,4 +1,4 @@
-// The bytes of one connection through the server: HTTP, checks, operations.
+// Sends the bytes of one connection through the server: HTTP, checks, operations.
 //
 // The first byte of the input is the number of bytes after it that are the sizes of the pieces in
 // which the rest arrives.
@@ -32,7 +32,7 @@ namespace asio = boost::asio;
 namespace http = boost::beast::http;
 using fuzz::require;
 
-// Knows whether a client has changed something.
+// Records whether a client has changed anything.
 class Witness : public cimd::Journal {
  public:
   void put(const Pegasus::String& /*nameSpace*/, const cimd::InstanceKey& /*key*/,
@@ -50,7 +50,7 @@ class Witness : public cimd::Journal {
   bool hasSeenChange = false;
 };
 
-// The sockets here are none that the kernel has an account for.
+// The kernel has no account for the sockets used here.
 class AsRoot : public cimd::RequestHandler {
  public:
   explicit AsRoot(const std::unique_ptr<cimd::CimHandler>& handler) : handler_(handler) {}
@@ -69,7 +69,7 @@ class AsRoot : public cimd::RequestHandler {
   cimd::Caller root_{[] { return uid_t{0}; }};
 };
 
-// A server without a port, with the machine of the recorded exchanges and some classes more.
+// A server without a port, with the machine of the recorded exchanges and some more classes.
 class Fixture {
  public:
   Fixture() : log_(cimd::LogLevel::error) { reset(); }
@@ -140,7 +140,7 @@ class Connection {
   std::size_t answers() const { return answers_; }
 
  private:
-  // Until the session waits for more, and all that it sent has been taken.
+  // Runs until the session waits for more and all that it sent has been received.
   void run() {
     char bytes[65536];
     for (;;) {
@@ -168,11 +168,11 @@ void checkBody(unsigned status, const std::string& body) {
   }
   const Pegasus::xml::XmlDocument document(body);
   require(document.root().name() == "CIM", "an answer is CIM-XML");
-  // Without a store nothing of the server's own can go wrong, whatever is asked.
+  // Without a store, no request can make the server fail.
   require(body.find("<ERROR CODE=\"1\"") == std::string::npos, "no request makes the server fail");
 }
 
-// Takes the first answer off; the status.
+// Removes the first answer and returns its status.
 unsigned takeAnswer(std::string_view& bytes) {
   http::response_parser<http::string_body> parser;
   parser.eager(true);
@@ -203,7 +203,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::string_view input = fuzz::asText(data, size);
   const std::size_t pieces = fuzz::takeByte(input);
   {
-    // An answer may have all that is in the repository, and there may be one for each few bytes.
+    // An answer may have the whole repository, and a few bytes may be enough for a request.
     const fuzz::ResourceLimit limit(std::size_t{4} << 20U, 512, size);
     Connection connection(server.handler());
     std::string_view sizes = input.substr(0, std::min(pieces, input.size()));

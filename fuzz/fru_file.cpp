@@ -1,5 +1,5 @@
-// A FRU data file: its lines, the fields that are cut out of them, whether they fit the machine,
-// and a whole import. The first byte of the input chooses the language.
+// Reads a FRU data file: its lines, their fields, whether they fit the machine, and a whole import.
+// The first byte of the input chooses the language.
 #include <fcntl.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -28,7 +28,7 @@ using Pegasus::String;
 using Pegasus::Uint32;
 using Pegasus::Uint64;
 
-// The lines of a file, once more and in another way.
+// The lines of a file, read in another way.
 std::vector<String> splitLines(std::string_view text) {
   constexpr std::size_t longest = 255;
   std::vector<String> lines;
@@ -88,7 +88,7 @@ void checkCuts(const String& line) {
   }
 }
 
-// What the import decides in one place, said a second time: the oracle must not share its mistakes.
+// The import's decision, written a second time, since the oracle must not share its mistakes.
 bool fits(CIMClient& client, Category category, const String& line) {
   switch (category) {
     case Category::processor:
@@ -102,7 +102,7 @@ bool fits(CIMClient& client, Category category, const String& line) {
   }
 }
 
-// The descriptions of the entries that an import is to publish.
+// The descriptions of the entries that an import must publish.
 std::vector<String> expectedEntries(CIMClient& client, const std::vector<String>& lines) {
   std::vector<String> entries;
   bool hasPlanar = false;
@@ -135,7 +135,7 @@ void setUpMachine() {
       "KVAXDT_PhysicalMemory", {CIMProperty("Capacity", CIMValue(Uint64{512} << 20U))})};
 }
 
-// Where imports run. The fuzzer has files of its own in the directory from which it is started.
+// The directory in which imports run; that of the fuzzer has other files.
 class ImportDirectory {
  public:
   ImportDirectory() : path_((std::filesystem::temp_directory_path() / "fuzz_fru.XXXXXX").string()) {

@@ -1,10 +1,10 @@
-// Whole HTTP responses through the client, from a socket pair and in pieces of any size.
+// Feeds HTTP responses to the client from a socket pair, in pieces of any size.
 //
 // The first byte of the input chooses the operation, and the second is the number of the bytes
 // after it that are sizes of pieces. The rest is the response, or several of them, with separators,
 // to one operation after the other. The connection ends after the last.
 //
-// The linker puts the functions below in place of those that the client calls, so that the sizes of
+// The linker replaces the functions that the client calls by those below, so that the sizes of
 // pieces are exact and no time is spent waiting.
 #include <Pegasus/Client/CIMClient.h>
 #include <poll.h>
@@ -71,7 +71,8 @@ class Server {
     answers_.remove_prefix(std::min(end + separator.size(), answers_.size()));
   }
 
-  // How much the client gets at once, of at most `size`; the connection ends when nothing is left.
+  // How many bytes, at most `size`, the client gets at once. The connection ends when none are
+  // left.
   std::size_t nextPiece(int client, std::size_t size) {
     int waiting = 0;
     ioctl(client, FIONREAD, &waiting);

@@ -1,5 +1,5 @@
-// MOF text into a repository. The input is one file, or with a separator a first file and one that
-// it can include by the name "other.mof"; no other file exists.
+// Loads MOF text into a repository. The input is one file, or with a separator a first file and one
+// that it can include by the name "other.mof"; no other file exists.
 #include <sys/mman.h>
 #include <unistd.h>
 #include "model/repository.h"
@@ -34,8 +34,8 @@ std::string_view otherFile;
 
 }  // namespace
 
-// The linker puts this in place of open(). A descriptor holds a copy of the text, since memfd
-// files are read as others are. NOLINTBEGIN(bugprone-reserved-identifier): the name is the linker's
+// The linker replaces open() by this. The descriptor is a memfd with a copy of the text.
+// NOLINTBEGIN(bugprone-reserved-identifier): the name is the linker's
 extern "C" int __wrap_open(const char* path, int /*flags*/, ...) {
   const std::string_view name = path;
   const std::string_view* text = name == firstName   ? &firstFile
@@ -56,7 +56,7 @@ extern "C" int __wrap_open(const char* path, int /*flags*/, ...) {
 
 namespace {
 
-// "file:line:column: error: text", where the line is one of the file's.
+// Requires "file:line:column: error: text" with a line that the file has.
 void checkMessage(std::string_view message) {
   require(message.find(": error: ") != std::string_view::npos, "an error says that it is one");
   for (const auto& [name, text] : {std::pair(firstName, firstFile), {otherName, otherFile}}) {
@@ -87,7 +87,7 @@ void requireXml(const std::string& elements) {
   require(static_cast<bool>(document.root()), "what is encoded is XML");
 }
 
-// What has been loaded can be sent.
+// Requires that everything loaded can be sent.
 void checkNameSpace(cimd::NameSpace& nameSpace) {
   requireXml(cimd::enumerateClasses(nameSpace, request("EnumerateClasses")));
   requireXml(cimd::enumerateQualifiers(nameSpace, request("EnumerateQualifiers")));

@@ -1,7 +1,7 @@
-// SMBIOS tables through the reader to the inventory, and that as instances into a repository.
+// Reads SMBIOS tables into an inventory, and creates its instances in a repository.
 //
-// The first byte of the input has flags, the second the length of the entry point, which stands
-// behind it; then comes the table, and behind a separator cpuinfo.
+// The first byte of the input has flags, the second is the length of the entry point, which
+// follows; then comes the table, and after a separator cpuinfo.
 #include "host/smbios.h"
 #include "host/inventory.h"
 #include "model/repository.h"
@@ -27,7 +27,7 @@ enum Flag : unsigned { SUMS_ARE_MENDED = 1, HAS_CPUINFO = 2, HAS_NO_TABLE = 4 };
 
 constexpr std::string_view separator = "\n\xFF\n";
 
-// Makes the bytes from `start` on add up to 0, which the fuzzer would hardly find by itself.
+// Makes the bytes from `start` on add up to 0, which the fuzzer would hardly achieve by itself.
 void mendSum(std::string& bytes, std::size_t start, std::size_t length, std::size_t place) {
   if (start + length > bytes.size() || place < start || place >= start + length) {
     return;
@@ -73,7 +73,7 @@ bool isInside(std::string_view part, std::string_view whole) {
   return part.data() >= whole.data() && part.data() + part.size() <= whole.data() + whole.size();
 }
 
-// Of texts it is asked where they are, of numbers only whether they can be read.
+// Requires that texts are inside the table, and that numbers can be read.
 void checkStructures(const HostBytes& host) {
   const auto entryPoint = cimd::host::readEntryPoint(host.entryPoint.value_or(""));
   if (!entryPoint || !host.table) {
@@ -103,11 +103,11 @@ cimd::NameSpace& nameSpace() {
   return repository.nameSpace(cimd::defaultNameSpace);
 }
 
-// As the server does. What has been created is deleted again.
+// Creates the instances as the server does, and deletes them again.
 void declare(const HostInventory& inventory) {
   std::vector<Pegasus::CIMObjectPath> paths;
   for (const Pegasus::CIMInstance& instance : inventory.instances) {
-    // Throws when two parts have one key or a value has another type than in the class.
+    // Throws if two parts have the same key, or the type of a value is not that of the class.
     paths.push_back(nameSpace().createInstance(instance, cimd::Origin::restored));
     fuzz::requireRoundTrip(nameSpace().instance(paths.back()).instance);
   }

@@ -1,4 +1,4 @@
-// What a fuzz target demands beyond not to crash.
+// Requirements of a fuzz target beyond not crashing.
 #pragma once
 
 #include <cstddef>
@@ -15,7 +15,7 @@ inline std::string_view asText(const std::uint8_t* data, std::size_t size) {
   return {reinterpret_cast<const char*>(data), size};
 }
 
-// Takes the first byte off; 0 when there is none.
+// Removes the first byte and returns it; 0 if there is none.
 inline unsigned takeByte(std::string_view& input) {
   if (input.empty()) {
     return 0;

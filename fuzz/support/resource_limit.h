@@ -1,4 +1,4 @@
-// Demands that memory and time stay in proportion to the input.
+// Requires that memory and time stay in proportion to the input.
 #pragma once
 
 #include <cstddef>
@@ -6,10 +6,10 @@
 
 namespace fuzz {
 
-// As long as this lives, no more may be allocated at any one time than was there at its beginning
-// and so many bytes: `base` and `perByte` for each byte of the input. And no more processor time
-// may pass than some seconds, a hundred times what the slowest input of this size takes. (The
-// fuzzer's own limit is one of the clock on the wall, which a busy machine passes.) One at a time.
+// During its lifetime, at most `base` bytes and `perByte` for each byte of the input may be
+// allocated at any time in addition to those allocated before. The processor time is limited to
+// some seconds, a hundred times what the slowest input of this size takes; the fuzzer's own limit
+// is wall-clock time, which a busy machine exceeds. Only one may exist at a time.
 class ResourceLimit {
  public:
   ResourceLimit(std::size_t base, std::size_t perByte, std::size_t inputSize);

@@ -1,4 +1,4 @@
-// Demands that what has been decoded can be sent again and is the same then.
+// Requires that decoded objects can be sent again and are then the same.
 #pragma once
 
 #include <Pegasus/Common/CIMInstance.h>
@@ -9,12 +9,12 @@
 
 namespace fuzz {
 
-// What the instance's name has is encoded as well: class and keys.
+// The instance with its name: class and keys.
 void requireRoundTrip(const Pegasus::CIMInstance& instance);
 void requireRoundTrip(const Pegasus::CIMObjectPath& path);
 void requireRoundTrip(const Pegasus::CIMValue& value);
 
-// As the XML that it is sent as.
+// The XML that is sent.
 std::string encoded(const Pegasus::CIMInstance& instance);
 std::string encoded(const Pegasus::CIMObjectPath& path);
 std::string encoded(const Pegasus::CIMValue& value);

@@ -1,4 +1,4 @@
-// The C++ type for each CIM type, and integers that must fit in one.
+// The C++ type for each CIM type, and integers that must fit it.
 #pragma once
 
 #include <Pegasus/Common/CIMDateTime.h>

@@ -1,4 +1,4 @@
-// The body of an HTTP message that is being read, for the parser of the HTTP library.
+// The body of an HTTP message while it is read, for the parser of the HTTP library.
 #pragma once
 
 #include <boost/asio/buffer.hpp>
@@ -11,8 +11,8 @@
 
 namespace Pegasus {
 
-// Grows with what arrives. The library's own string body reserves what Content-Length announces,
-// which the other side could use to make this one take memory for nothing.
+// Grows with the bytes that arrive. The library's own string body reserves what Content-Length
+// announces, so that a peer could make it allocate memory for nothing.
 struct GrowingBody {
   using value_type = std::string;
 

@@ -49,7 +49,7 @@ String trimNameSpace(const String& name) {
 }
 
 const String* findRepeated(std::vector<const String*> names) {
-  // By length first, which tells most names apart.
+  // By length first, which distinguishes most names.
   std::sort(names.begin(), names.end(), [](const String* a, const String* b) {
     const std::size_t sizeOfA = a->view().size();
     const std::size_t sizeOfB = b->view().size();

@@ -14,15 +14,15 @@ bool isIdentifier(const String& name);
 // Parts of identifier characters, "-" and ".", separated by single slashes.
 bool isNameSpaceName(const String& name);
 
-// Without the slashes at both ends, which do not count: "/root/x/" and "root/x" are the same
+// Without the slashes at both ends, which are ignored: "/root/x/" and "root/x" are the same
 // namespace. Letter case is kept.
 String trimNameSpace(const String& name);
 
-// A name that is there twice, letter case ignored, or null. In n log n steps: comparing each name
-// with each, a list of a thousand that differ in their last letters only takes a thousand times as
-// long as reading it.
+// A duplicate name, ignoring letter case, or null. Takes n log n steps: comparing each name with
+// each would take a thousand times as long as reading for a thousand names that differ in their
+// last letters only.
 const String* findRepeated(std::vector<const String*> names);
-// The same of the names of keys.
+// The same for the names of keys.
 const String* findRepeated(const Array<CIMKeyBinding>& keys);
 
 }  // namespace Pegasus

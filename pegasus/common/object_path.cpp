@@ -23,8 +23,8 @@ String quoted(const String& text) {
   return result += u'"';
 }
 
-// A path in a key is quoted in the text, and what is quoted in it is quoted again: each level of
-// such keys doubles the backslashes of the one inside, so that forty of them would fill any memory.
+// A path in a key is quoted, and so are the quotes and backslashes in it: each level of such keys
+// doubles the backslashes of the level inside, so that forty levels would exceed any memory.
 void checkTextSize(const String& text) {
   constexpr Uint32 maxTextSize = Uint32{1} << 20U;
   if (text.size() > maxTextSize) {
@@ -107,7 +107,7 @@ class PathReader {
     }
   }
 
-  // The next `length` characters; npos is a path without the character that was looked for.
+  // The next `length` characters; npos means that the character to find is missing.
   std::u16string_view take(std::size_t length) {
     if (length == std::u16string_view::npos) {
       fail();

@@ -1,5 +1,5 @@
-// Object paths as text, the other way round than CIMObjectPath::toString(), and the integers in
-// them, which MOF writes in the same way (DMTF DSP0004).
+// Reads object paths as CIMObjectPath::toString() writes them, and the integers in them, which MOF
+// has in the same form (DMTF DSP0004).
 #pragma once
 
 #include <Pegasus/Common/CIMObjectPath.h>
@@ -11,9 +11,9 @@
 namespace Pegasus {
 
 // [[//host/]namespace:]Class.key="text",other=5 . Key values are texts in double quotes, numbers,
-// TRUE, FALSE, or (in quotes as well) the path of another instance, which only the class can tell
-// from a text. Numbers become decimal. Throws InvalidValueException for text of another form and
-// for a duplicate key.
+// TRUE, FALSE, or (also in quotes) the path of another instance, which only the class can
+// distinguish from a text. Numbers become decimal. Throws InvalidValueException for text of another
+// form and for a duplicate key.
 CIMObjectPath parseObjectPath(const String& text);
 
 struct Integer {

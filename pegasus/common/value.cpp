@@ -119,7 +119,7 @@ String textOf(Number value) {
   return digits(value);
 }
 
-// More than any property holds. The text of a path may be far longer than what it was sent as.
+// More than any property holds. The text of a path may be far longer than the XML that it came in.
 constexpr Uint32 maxTextSize = Uint32{16} << 20U;
 
 template <typename T>

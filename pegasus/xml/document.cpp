@@ -11,19 +11,18 @@ namespace Pegasus::xml {
 namespace {
 
 // The first text of an element is kept in the element itself, which saves a node for each value.
-// Comments and processing instructions are dropped. What else could be asked of the parser has been
-// checked before it runs.
+// Comments and processing instructions are dropped. Everything else that the parser could check has
+// been checked before.
 constexpr unsigned parseFlags = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
                                 pugi::parse_wconv_attribute | pugi::parse_embed_pcdata;
 
-// White space is kept, since a value may consist of it, but no node is made for it between two
-// elements. Where text is in pieces, the parser cannot tell these from one another.
+// White space is kept, since a value may consist of it, but between two elements no node is made
+// for it. The parser cannot distinguish the two where text is in pieces.
 unsigned whiteSpaceFlag(bool mayHaveTextInPieces) {
   return mayHaveTextInPieces ? pugi::parse_ws_pcdata : pugi::parse_ws_pcdata_single;
 }
 
-// The parser's handles are nothing but a pointer, and to make or to ask one is a call into the
-// library.
+// The parser's handles are just pointers; using them as such saves a call into the library.
 pugi::xml_node asNode(void* node) {
   return std::bit_cast<pugi::xml_node>(node);
 }
@@ -32,7 +31,7 @@ void* asPointer(Handle handle) {
   return std::bit_cast<void*>(handle);
 }
 
-// This node or the first after it that is an element, or null.
+// The first element from this node on, or null.
 void* elementFrom(pugi::xml_node node) {
   while (asPointer(node) != nullptr && node.type() != pugi::node_element) {
     node = node.next_sibling();

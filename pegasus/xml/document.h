@@ -1,5 +1,4 @@
-// Reads XML into a tree, and refuses what the parser behind it lets pass. The only place that knows
-// that parser.
+// Reads XML into a tree. Checks what the XML parser does not; nothing else uses that parser.
 #pragma once
 
 #include <Pegasus/Common/Exception.h>
@@ -25,7 +24,7 @@ class Element {
   std::string_view name() const;
   // The attribute's value with references resolved, or nothing.
   std::optional<std::string_view> attribute(const char* name) const;
-  // The values of these attributes in the order of their names, found in one pass.
+  // The values of these attributes in the order of the names, found in one pass.
   template <std::size_t count>
   std::array<std::optional<std::string_view>, count> attributes(
       const char* const (&names)[count]) const {
@@ -41,7 +40,7 @@ class Element {
   // The character data directly in this element: text, CDATA sections and the pieces around
   // comments joined, every blank kept.
   std::string text() const;
-  // True when that character data holds anything but white space.
+  // True if that character data holds anything but white space.
   bool hasText() const;
 
  private:
@@ -63,12 +62,12 @@ class XmlDocument {
   // Elements, attributes and pieces of text: more than an answer of 64 MiB has.
   static constexpr unsigned maxNodes = 8'000'000;
 
-  // Takes the text over and parses it in place. Throws XmlValidationError for a document type
-  // declaration, and XmlException when it is not valid UTF-8, not well-formed, has more than one
-  // root or text outside it, a reference to an entity other than the five predefined ones, a
-  // character that XML forbids, or passes a limit above; that message tells at which byte. Line
-  // ends become line feeds and white space in attributes blanks, as XML has it. Where references to
-  // control characters are allowed, texts hold those characters.
+  // Parses the text in place. Throws XmlValidationError for a document type declaration, and
+  // XmlException, with the byte position, when the text is not valid UTF-8, not well-formed, has
+  // more than one root or text outside it, a reference to an entity other than the five predefined
+  // ones, a character that XML forbids, or exceeds a limit above. As in XML, line ends become line
+  // feeds, and white space in attributes becomes blanks. If references to control characters are
+  // allowed, texts hold those characters.
   explicit XmlDocument(std::string text,
                        ControlReferences controlReferences = ControlReferences::refused);
   ~XmlDocument();

@@ -20,9 +20,9 @@ namespace {
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
-// True when each of the eight bytes is ASCII and, line feeds apart, no control character. The
-// highest bit of each byte tells: it is clear in ASCII, and the sums below carry into it but not
-// into the next byte.
+// True if each of the eight bytes is ASCII and, except for line feeds, not a control character. The
+// highest bit of each byte shows this: it is clear in ASCII, and the sums below carry into it but
+// not into the next byte.
 bool arePlain(const char* eight) {
   constexpr std::uint64_t eachByte = 0x0101010101010101;
   constexpr std::uint64_t highBits = 0x80 * eachByte;
@@ -54,8 +54,8 @@ constexpr std::array<bool, 256> listValueCharacters() {
   return isIn;
 }
 
-// By the character's value: names and attributes are most of a message. The second has those that
-// mean nothing else in the value of an attribute.
+// Tables by character, since names and attributes are most of a message. The second has the
+// characters without a special meaning in the value of an attribute.
 constexpr std::array<bool, 256> nameCharacters = listNameCharacters();
 constexpr std::array<bool, 256> valueCharacters = listValueCharacters();
 
@@ -98,7 +98,7 @@ class Scanner {
     throw XmlException("XML error at byte " + std::to_string(position) + ": " + what);
   }
 
-  // All characters at once, so that the scan after this need not look for bad ones.
+  // Checks all characters at once, so that the scan need not look for invalid ones.
   void checkCharacters() const {
     const char* const end = text_.data() + text_.size();
     for (const char* place = text_.data();;) {
@@ -117,8 +117,8 @@ class Scanner {
 
   static bool isAscii(char c) { return static_cast<unsigned char>(c) < 0x80; }
 
-  // To the first character that is not ASCII or a control character other than white space. Eight
-  // at a time: one tab among them need not spoil the next eight.
+  // Skips to the first character that is not ASCII, or a control character other than white space;
+  // eight at a time, also where one of them is a tab.
   static const char* skipPlain(const char* place, const char* end) {
     const auto isPlain = [](char c) { return isAscii(c) && (c >= ' ' || text::isSpace(c)); };
     while (end - place >= 8 && (arePlain(place) || std::all_of(place, place + 8, isPlain))) {
@@ -127,7 +127,7 @@ class Scanner {
     return std::find_if_not(place, end, isPlain);
   }
 
-  // Characters past ASCII that stand in a row.
+  // Checks a row of characters that are not ASCII.
   void checkNonAscii(std::string_view row) const {
     const char* const invalid = utf8::find_invalid(row.data(), row.data() + row.size());
     if (invalid != row.data() + row.size()) {
@@ -145,7 +145,7 @@ class Scanner {
     return static_cast<std::size_t>(place - text_.data());
   }
 
-  // The next character, or NUL at the end of the text, where no other NUL is.
+  // The next character, or NUL at the end. There is no other NUL in the text.
   char next() const { return text_.data()[position_]; }
   bool skip(char c) {
     const bool found = next() == c;
@@ -177,7 +177,7 @@ class Scanner {
     }
     return position_ > start;
   }
-  // Past the characters in this table, which does not have NUL.
+  // Skips the characters in this table, which does not have NUL.
   void skipWhile(const std::array<bool, 256>& characters) {
     const char* place = text_.data() + position_;
     while (characters[static_cast<unsigned char>(*place)]) {
@@ -185,7 +185,7 @@ class Scanner {
     }
     position_ = offset(place);
   }
-  // To the end marker and past it; what stands before it.
+  // Skips to the end of the end marker; returns the text before it.
   std::string_view skipPast(std::string_view end, const char* what) {
     const std::size_t found = text_.find(end, position_);
     if (found == std::string_view::npos) {
@@ -197,7 +197,7 @@ class Scanner {
   }
   void countNode() {
     if (++nodes_ > limits_.nodes) {
-      fail("more elements, attributes and pieces of text than any answer has");
+      fail("too many elements, attributes and pieces of text");
     }
   }
 
@@ -268,7 +268,7 @@ class Scanner {
     skipPast("]]>", "a CDATA section");
   }
 
-  // The declaration's parts come in this order, the first of them always.
+  // The parts of the declaration come in this order; only the first is required.
   void scanDeclaration() {
     position_ += std::string_view("<?xml").size();
     if (!scanDeclared("version").value_or("").starts_with("1.")) {
@@ -343,7 +343,7 @@ class Scanner {
     }
   }
 
-  // From the equal sign on; the value between the quotes as it stands.
+  // Starts at the equal sign; returns the text between the quotes unchanged.
   std::string_view scanAttributeValue() {
     skipSpace();
     expect('=');
@@ -378,7 +378,7 @@ class Scanner {
       return;
     }
     countNode();
-    // Most text is the white space between two elements.
+    // Most text is white space between two elements.
     skipSpace();
     if (next() == '<') {
       return;
@@ -391,12 +391,12 @@ class Scanner {
     scanReferences(text);
   }
 
-  // What stands here before the next such character, or before the end.
+  // The text before the next such character, or before the end.
   std::string_view textBefore(char end) const {
     return text_.substr(position_, text_.find(end, position_) - position_);
   }
 
-  // `text` stands here; the scan goes on behind it.
+  // `text` starts at the current position; the scan continues after it.
   void scanReferences(std::string_view text) {
     const std::size_t start = position_;
     std::size_t next = 0;
@@ -418,7 +418,7 @@ class Scanner {
         return;
       }
     }
-    fail("'&' that begins no reference XML defines");
+    fail("'&' that does not begin a reference of XML");
   }
 
   void scanCharacterReference() {
@@ -429,7 +429,7 @@ class Scanner {
     const char* const end = text_.data() + text_.size();
     std::uint32_t character = 0;
     const auto [stop, error] = std::from_chars(digits, end, character, base);
-    // from_chars() also stops where the number is too large, behind its last digit.
+    // For a number that is too large, from_chars() also stops after the last digit.
     position_ += static_cast<std::size_t>(stop - digits);
     if (error == std::errc::invalid_argument || !skip(";")) {
       failAt(start, "a character reference without number or end");
@@ -442,7 +442,7 @@ class Scanner {
     }
   }
 
-  // Ends in a NUL, which is not part of it.
+  // Followed by a NUL that is not part of it.
   std::string_view text_;
   const XmlLimits& limits_;
   ControlReferences controlReferences_;

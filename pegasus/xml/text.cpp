@@ -42,13 +42,13 @@ void appendCharacter(std::string& out, char32_t c) {
   }
 }
 
-// An ASCII character that stands for itself, as nearly all do.
+// An ASCII character that needs no escaping, as nearly all are.
 bool isPlain(char16_t unit) {
   return unit >= u' ' && unit < 0x7F && unit != u'&' && unit != u'<' && unit != u'>' &&
          unit != u'"';
 }
 
-// Appends the plain characters from `position` on; the position behind them.
+// Appends the plain characters from `position` on; returns the position after them.
 std::size_t appendPlain(std::string& out, std::u16string_view units, std::size_t position) {
   const auto begin = units.begin() + static_cast<std::ptrdiff_t>(position);
   const auto end = std::find_if_not(begin, units.end(), isPlain);

@@ -1,15 +1,15 @@
 #!/usr/bin/python3
-"""Runs of morvik against a CIM server with one fault, one run for each operation that it strikes.
+"""Runs morvik against a CIM server with a fault, once for each of the operations.
 
 fault_runs.py DIRECTORY FAULT OPERATION...
 
-Runs where the ports 5988 and 5989 are free. Each run has one line on standard output that tells how it
-ended; fault_table.bash has what is expected. FAULT is one of cim_faults.py with its detail, or "mute"
-for a server that accepts no connection; OPERATION is one of REQUESTS.
+Needs ports 5988 and 5989. Prints one line for each run that shows how it ended; fault_table.bash has
+the expected lines. FAULT is one of cim_faults.py with its detail, or "mute" for a server that accepts
+no connection; OPERATION is one of REQUESTS.
 
-Behind the faults is a morvik-cimd, in which an earlier run has left OLD1 and OLD2, and another
-publisher KEPT between them. The working directory has a file that counts as fetched, with P1, M1, F1
-and F2, and the user's own fru.txt with L1.
+The server that the faults are put in front of is morvik-cimd. An earlier run has left OLD1 and OLD2 on
+it, and another publisher KEPT between them. The working directory has a file that counts as fetched,
+with P1, M1, F1 and F2, and the user's own fru.txt with L1.
 """
 
 import os
@@ -38,8 +38,8 @@ FETCHED = """\
 """
 LOCAL = '"L1","FAN","","x"\n'
 
-# The request of each operation that a fault strikes. Where a run makes several, it is one in whose
-# place it shows what went before: a deletion, or creations.
+# The request of each operation that gets the fault. If a run makes several requests of the kind, it is
+# one after others have succeeded, so that the outcome shows whether their effects remain.
 REQUESTS = {
     "connection": "Connection *",
     "system": "EnumerateInstances/KVAXDT_ComputerSystemDetails 1",
@@ -66,13 +66,13 @@ TIME_LIMIT = 20  # seconds for one operation
 # A time-out may come late, but not before its time by more than clocks differ.
 TOLERANCE = 0.5
 PATIENCE = 100
-# Of a run that gets only little; and of one that is sent more than may be kept.
+# Limits for a run with small answers, and for one that is sent more than it may keep.
 MODEST_KIB, LARGE_KIB = 40 * 1024, 400 * 1024
 MEMORY = os.environ.get("MORVIK_MEMORY", "modest")
 
 
 class Server:
-    """A process that has said that it is ready."""
+    """A process that has reported that it is ready."""
 
     def __init__(self, ready, *command):
         self.process = subprocess.Popen(
@@ -94,7 +94,7 @@ class Server:
 
 
 class Published:
-    """The instances of the server, reached past the peer with the faults."""
+    """The instances on the server, accessed without the peer that makes the faults."""
 
     def __init__(self):
         self.session = Session(port=5989)
@@ -160,7 +160,7 @@ class Bench:
             )
         outcome = self.morvik()
         if fault.startswith("end"):
-            self.peer.process.wait(PATIENCE)  # it has begun to end; the next run needs another one
+            self.peer.process.wait(PATIENCE)  # it is ending; the next run needs a new one
         return self.describe(operation, *outcome)
 
     def morvik(self):
@@ -212,14 +212,14 @@ class Bench:
         return " ".join([line, *self.oddities(status, peak, requests)])
 
     def oddities(self, status, peak, requests):
-        """What no run may show."""
+        """Whatever must not occur in any run."""
         if status != 0:
             yield f"status={status}"
         errors = [line for line in self.text("err").splitlines() if not line.startswith("ftp: ")]
         if errors:
             yield f"errors={errors}"
         calls = [line.split(" ", 1)[1] for line in requests]
-        # A question is put once for each line; in these files no question comes twice.
+        # Each line of these files asks something else, so no request may occur twice.
         if len(set(calls)) != len(calls):
             yield f"twice={[call for call in calls if calls.count(call) > 1]}"
         if MEMORY != "any" and peak > {"modest": MODEST_KIB, "large": LARGE_KIB}[MEMORY]:

@@ -1,23 +1,24 @@
 # shellcheck shell=bash disable=SC2154 # what is not set here is set by e2e.bash
-# What a fault of the CIM server at one operation of a run means. Loaded by the fault tests after
-# e2e.bash; fault_runs.py makes the runs, and tells how the run is prepared.
+# The effect of a fault of the CIM server at one operation of a run. Loaded by the fault tests after
+# e2e.bash. fault_runs.py makes the runs, and describes how they are prepared.
 #
-# A fault makes one of these of the operation:
+# A fault has one of these outcomes for the operation:
 #
-#   good    it was answered well. The run goes on as if nothing had been.
+#   good    it succeeded, and the run goes on as if there were no fault.
 #   failed  it was not carried out, and the run knows that it has no answer.
-#   lost    the server has carried it out, and the answer is no use. To the run this is "failed": it
-#           cannot tell the two apart, and must not try again, for a creation must not happen twice.
-#           For a question it makes no difference.
+#   lost    the server has carried it out, but the answer is unusable. The run cannot distinguish this
+#           from "failed" and must not try again, since an instance must not be created twice. For an
+#           operation that only reads there is no difference.
 #   gone    failed, and no later operation reaches a server.
 #   last    good, and no later operation reaches a server.
 #
-# What follows from that is a matter of the operation alone. The table says it, with the reason:
+# The rest depends on the operation only. The table shows it, with the reasons:
 #
-#   says     the text on standard output. The status is always 0
-#   files    what is left in the working directory
-#   deleted  the deletions asked for, created the creations asked for, in order
-#   left     the instances on the server afterwards, FRU:NUMBER, and KEPT of another publisher
+#   says     the text on standard output; the status is always 0
+#   files    the files left in the working directory
+#   deleted  the deletions requested, in order
+#   created  the creations requested, in order
+#   left     the instances on the server afterwards, as FRU:NUMBER, and KEPT of another publisher
 readonly operationTable='
 # without a fault: the fetched file replaces fru.txt and is removed after its import, like fru.log
 *          good    nothing       -                   OLD1,OLD2  P1,M1,F1,F2  F1:1,F2:2,KEPT:1,M1:1,P1:1
@@ -42,7 +43,7 @@ deletion   failed  failed        fru.log,fru.txt     OLD1,OLD2  -            KEP
 deletion   lost    failed        fru.log,fru.txt     OLD1,OLD2  -            KEPT:1
 deletion   gone    failed        fru.log,fru.txt     OLD1,OLD2  -            KEPT:1,OLD2:2
 
-# behind the deletions every failure costs its own entry and nothing else: no message, work files go
+# after the deletions, a failure affects its own entry only: no message, and work files are removed
 deletion   last    nothing       -                   OLD1,OLD2  -            KEPT:1
 processor  failed  nothing       -                   OLD1,OLD2  M1,F1,F2     F1:1,F2:2,KEPT:1,M1:1
 processor  gone    nothing       -                   OLD1,OLD2  -            KEPT:1
@@ -51,36 +52,36 @@ memory     failed  nothing       -                   OLD1,OLD2  P1,F1,F2     F1:
 memory     gone    nothing       -                   OLD1,OLD2  P1           KEPT:1,P1:1
 memory     last    nothing       -                   OLD1,OLD2  P1           KEPT:1,P1:1
 
-# the number of an entry that failed is not given to the next one: the second fan stays number 2
+# the number of an entry that failed is not used for the next one: the second fan remains number 2
 creation   failed  nothing       -                   OLD1,OLD2  P1,M1,F1,F2  F2:2,KEPT:1,M1:1,P1:1
 creation   lost    nothing       -                   OLD1,OLD2  P1,M1,F1,F2  F1:1,F2:2,KEPT:1,M1:1,P1:1
 creation   gone    nothing       -                   OLD1,OLD2  P1,M1,F1     KEPT:1,M1:1,P1:1
 creation   last    nothing       -                   OLD1,OLD2  P1,M1,F1     F1:1,KEPT:1,M1:1,P1:1
 
-# more than one operation: each as by itself
+# several operations: each as if it were the only one
 creations  failed  nothing       -                   OLD1,OLD2  P1,M1,F1,F2  KEPT:1
 all        failed  local+failed  1234wpk.txt,fru.txt -          -            KEPT:1,OLD1:1,OLD2:2
 '
-# Changed by a test for which the others have no meaning.
+# A test sets others if the fault does not apply to all of these.
 everyOperation='system names property deletion processor memory creation'
 
-# The line of fault_runs.py for this operation with this outcome. CONNECTION is "same" when the
-# connection may be used further, "new" when it must not. LIMITS is how many time limits of 20 s the
-# run waits for.
+# The line that fault_runs.py must print for this operation and outcome. CONNECTION is "same" if later
+# operations may use the connection, or "new" if they must not. LIMITS is the number of time limits of
+# 20 s that the run waits for.
 expectedRun() { # OPERATION OUTCOME CONNECTION LIMITS
     local operation=$1 outcome=$2 connection=$3 limits=$4 row says files deleted created left connections=1
     row=$(grep -E "^$operation +$outcome " <<<"$operationTable") ||
         row=$(grep -E "^$operation +${outcome/lost/failed} " <<<"$operationTable") ||
         row=$(grep -E "^\* +$outcome " <<<"$operationTable")
     read -r _ _ says files deleted created left <<<"$row"
-    # A run that has ended, or a server that is gone, sees no other connection.
+    # There is no second connection after the run has ended or the server is gone.
     [[ $connection == same || $says == *failed || $outcome =~ ^(gone|last)$ ]] || connections=2
     [[ $operation != connection ]] || connections=0
     printf '%s says=%s files=%s deleted=%s created=%s left=%s connections=%d limits=%d\n' \
         "$operation" "$says" "${files#-}" "${deleted#-}" "${created#-}" "$left" "$connections" "$limits"
 }
 
-# Compares runs with what is expected. OPERATION=OUTCOME/CONNECTION states an exception.
+# Compares the runs with the expected ones. OPERATION=OUTCOME/CONNECTION is an exception.
 runsAre() { # FILE FAULT OUTCOME CONNECTION LIMITS [EXCEPTION...]
     local actual=$1 fault=$2 usual=$3/$4 limits=$5 operation own exception
     while read -r operation _; do
@@ -93,10 +94,10 @@ runsAre() { # FILE FAULT OUTCOME CONNECTION LIMITS [EXCEPTION...]
     equal "$(<"$actual.expected")" "$(sed 's/ *$//' "$actual")" "the list of runs with the fault $fault"
 }
 
-# The fault at each operation in turn. MORVIK_MEMORY=large allows a run memory for the largest answer.
+# Makes the fault at each operation in turn. MORVIK_MEMORY=large allows memory for the largest answer.
 everywhere() { # FAULT OUTCOME CONNECTION [EXCEPTION...]
     local runs=$BATS_TEST_TMPDIR/runs
-    # The sanitizers have a memory of their own.
+    # The sanitizers need more memory.
     if grep -q __asan_init "$morvik"; then
         export MORVIK_MEMORY=any
     fi

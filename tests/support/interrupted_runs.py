@@ -1,20 +1,20 @@
 #!/usr/bin/python3
-"""Runs of morvik that are interrupted at each of their stages, each followed by one that is not.
+"""Interrupts morvik at each stage of a run, and lets another run follow.
 
 interrupted_runs.py DIRECTORY SIGNAL program|group [SEED]
 
-Runs in a room: covers /bin/sh, and needs ports 21, 5988 and 5989. The signal goes to the program
-alone, or to everything that it has started as well, as a terminal does it. One line for each stage on
-standard output:
+Must run in a room: it replaces /bin/sh, and needs ports 21, 5988 and 5989. The signal is sent to the
+program only, or, as a terminal does, to all the processes that it has started as well. Prints one line
+for each stage:
 
     STAGE ended=HOW next=OUTCOME
 
-HOW is the signal that has ended the run, or its status. OUTCOME is "complete" when the next run has
-said nothing, has left nothing in the directory, and has published the whole file and nothing else.
+HOW is the signal that ended the run, or its status. OUTCOME is "complete" if the next run printed
+nothing, left nothing in the directory, and published the whole file and nothing else.
 
-A stage is OPERATION-asked (the request has arrived) or -answered (it was carried out, and half of the
-answer was sent); COMMAND-before or -after (a shell command that is about to run, or has run); login
-and transfer (within the FTP client's run), and some moments at random.
+Stages: OPERATION-asked (the request has arrived), OPERATION-answered (it was carried out, and half of
+the answer was sent), COMMAND-before and COMMAND-after (a shell command is about to run, or has run),
+login and transfer (of the FTP client), and some random moments.
 """
 
 import os
@@ -31,13 +31,13 @@ from fault_runs import BIN, FETCHED, REQUESTS, Bench, Server
 HERE = os.path.dirname(os.path.abspath(__file__))
 COMPLETE = ["F1:1", "F2:2", "KEPT:1", "M1:1", "P1:1"]
 OPERATIONS = [name for name in REQUESTS if name not in ("connection", "creations", "all")]
-# The shell commands of a run with a download, in their order.
+# The shell commands of a run with a download, in order.
 COMMANDS = ["open", "user", "bin", "cd", "get", "bye", "ftp", "rm-script", "mv", "rm-file", "rm-log"]
 RANDOM_MOMENTS = 8
 PATIENCE = 60
 
-# Everything goes on to the shell; the command that is named by the file "stall" waits until that file
-# has gone.
+# Passes everything to the shell. The command whose number is in the file "stall" waits until that file
+# is removed.
 COVER = """\
 #!{control}/sh
 stall() {{
@@ -127,7 +127,7 @@ class Interruption(Bench):
                 os.remove(self.mark(name))
 
     def stages(self, seed):
-        """(name, what prepares it, what says that it is reached, what lets everything go on)."""
+        """(name, function that prepares it, function that returns whether it is reached or None)."""
         for operation in OPERATIONS:
             for kind, when in (("hang", "asked"), ("hang-within-body", "answered")):
                 line = f"{REQUESTS[operation]} {kind} {self.mark('reached')}"
@@ -179,13 +179,13 @@ class Interruption(Bench):
         ended_before = run.poll() is not None
         if not ended_before:
             (os.killpg if self.to_group else os.kill)(run.pid, self.signal)
-        # What the system shields from the signal, it shields only as long as its command runs.
+        # system() ignores SIGINT while its command runs, so the command must go on.
         if self.signal == signal.SIGINT:
             self.let_go()
         status = run.wait(PATIENCE)
         self.let_go()
-        # What the run has started may outlive it for a moment, as it would in the field.
-        until(lambda: not group_runs(run.pid), "the end of what the run has started")
+        # The processes that the run started may outlive it for a moment.
+        until(lambda: not group_runs(run.pid), "the end of the processes that the run started")
         if ended_before:
             return "before"
         return signal.Signals(-status).name if status < 0 else str(status)

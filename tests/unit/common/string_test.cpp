@@ -29,6 +29,7 @@ TEST(String, MayBeBuiltDuringStaticInitialisation) {
 TEST(String, Utf8IsDecoded) {
   EXPECT_EQ(units("caf\xC3\xA9"), u"caf\u00E9");
   EXPECT_EQ(units("\xE4\xB8\xAD"), u"\u4E2D");
+  EXPECT_EQ(units("Clavier fran\u00E7ais, 105 touches"), u"Clavier fran\u00E7ais, 105 touches");
   EXPECT_EQ(units("\xEF\xBF\xBF"), u"\uFFFF");
   EXPECT_EQ(units("\xF0\x90\x80\x80"), (std::u16string{0xD800, 0xDC00}));
   EXPECT_EQ(units("\xF4\x8F\xBF\xBF"), (std::u16string{0xDBFF, 0xDFFF}));

@@ -146,7 +146,7 @@ TEST(XmlDocument, OtherDeclarationsAreRefused) {
 
 TEST(XmlDocument, MessageShowsWhatIsWrongAndWhere) {
   expectRefused({{"<a><b></a>", "9: an end tag without its start tag: a"},
-                 {"<a>&foo;</a>", "3: '&' that begins no reference XML defines"},
+                 {"<a>&foo;</a>", "3: '&' that does not begin a reference of XML"},
                  {"<a>\xFF</a>", "3: not UTF-8"},
                  {"<a>\x01</a>", "3: a control character"},
                  {"<a>&#1;</a>", "3: a reference to a character that XML forbids"},
