@@ -32,17 +32,15 @@ TEST(Cpuinfo, OneProcessorForEachPackage) {
                            "processor\t: 2\nmodel name\t: Example CPU\ncpu MHz\t\t: 1200.5\n"
                            "physical id\t: 1\n\n"),
               ElementsAre("CPU 0|Example CPU|800", "CPU 1|Example CPU|2500"));
+  EXPECT_THAT(processorsIn("processor:0\nphysical id:10\nprocessor:1\nphysical id:9\n"),
+              ElementsAre("CPU 9|none|none", "CPU 10|none|none"))
+      << "in the order of their numbers";
 }
 
 TEST(Cpuinfo, WithoutPackagesThereIsOneProcessor) {
   EXPECT_THAT(processorsIn("processor\t: 0\nBogoMIPS\t: 50.00\n\nprocessor\t: 1\n\n"
                            "Hardware\t: Example Board\nmodel name : late\n"),
               ElementsAre("CPU 0|none|none"));
-}
-
-TEST(Cpuinfo, PackagesAreInOrderOfNumber) {
-  EXPECT_THAT(processorsIn("processor:0\nphysical id:10\nprocessor:1\nphysical id:9\n"),
-              ElementsAre("CPU 9|none|none", "CPU 10|none|none"));
 }
 
 TEST(Cpuinfo, OnlyAPositiveNumberIsAClock) {
@@ -56,7 +54,7 @@ TEST(Cpuinfo, OnlyAPositiveNumberIsAClock) {
               ElementsAre("CPU 0|none|4294967294"));
 }
 
-TEST(Cpuinfo, WhatIsNoCpuinfoHasNoProcessors) {
+TEST(Cpuinfo, OtherTextsHaveNoProcessors) {
   for (const char* text : {"", "\n\n:\n", "physical id : 1\ncpu MHz : 5\n", "processor", "\xFF:"}) {
     EXPECT_THAT(processorsIn(text), IsEmpty()) << text;
   }
@@ -77,7 +75,7 @@ HostBytes withoutTables() {
   return bytes;
 }
 
-TEST(HostWithoutSmbios, HasItsProcessorsAndNothingElseAndSaysSo) {
+TEST(HostWithoutSmbios, HasOnlyItsProcessorsAndReportsThat) {
   const Inventory inventory = takeInventory(withoutTables());
   EXPECT_FALSE(inventory.system);
   EXPECT_THAT(inventory.memory, IsEmpty());
@@ -104,7 +102,7 @@ TEST(HostWithoutSmbios, WithoutCpuinfoNothingIsLeft) {
               ElementsAre("the host has no SMBIOS tables, and cpuinfo lists no processors"));
 }
 
-TEST(HostWithoutSmbios, ADamagedEntryPointIsNone) {
+TEST(HostWithoutSmbios, DamagedEntryPointIsNotUsed) {
   HostBytes bytes = test::hostWith({test::systemStructure("s", "1")});
   bytes.entryPoint->back() = '!';
   bytes.cpuinfo = withoutTables().cpuinfo;
@@ -115,7 +113,7 @@ TEST(HostWithoutSmbios, ADamagedEntryPointIsNone) {
                                               "their clocks are from cpuinfo"));
 }
 
-TEST(HostWithoutSmbios, ATableThatDoesNotMentionProcessorsLeavesThemToCpuinfo) {
+TEST(HostWithoutSmbios, TableWithoutProcessorsLeavesThemToCpuinfo) {
   HostBytes bytes = test::hostWith({test::systemStructure("s", "1")});
   bytes.cpuinfo = withoutTables().cpuinfo;
   const Inventory inventory = takeInventory(bytes);
@@ -126,7 +124,7 @@ TEST(HostWithoutSmbios, ATableThatDoesNotMentionProcessorsLeavesThemToCpuinfo) {
                           "clocks are from cpuinfo"));
 }
 
-// There are tables: that this process may not read them makes the clock of cpuinfo no better.
+// The clock of cpuinfo is no better because this process may not read the tables.
 TEST(HostWithoutSmbios, TablesThatCannotBeReadAreNotReplaced) {
   HostBytes bytes = withoutTables();
   bytes.areTablesUnreadable = true;

@@ -1,4 +1,4 @@
-// Bringing the bytes of tables and cpuinfo.
+// Reads the bytes of tables and cpuinfo.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -17,7 +17,7 @@ using cimd::test::TemporaryFolder;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(HostFiles, TheirBytesAreTakenAsTheyAre) {
+TEST(HostFiles, BytesAreReadUnchanged) {
   const TemporaryFolder folder;
   const std::string bytes("\0\xFF\r\n", 4);
   folder.write("smbios_entry_point", bytes + "1");
@@ -31,7 +31,7 @@ TEST(HostFiles, TheirBytesAreTakenAsTheyAre) {
   EXPECT_THAT(host.messages, IsEmpty());
 }
 
-TEST(HostFiles, MissingOnesAreNoFault) {
+TEST(HostFiles, MissingFilesAreNotAnError) {
   const TemporaryFolder folder;
   const fs::path file = folder.write("file", "");
   for (const fs::path& directory : {folder.path(), folder.path() / "missing", file}) {
@@ -56,7 +56,7 @@ TEST(HostFiles, TheKernelsCpuinfoIsReadThoughItHasNoSize) {
   EXPECT_GT(host.cpuinfo->size(), 10U);
 }
 
-// No writer will ever come: opening or reading it must not wait for one.
+// There is no writer: neither opening nor reading may wait for one.
 TEST(HostFiles, APipeIsRefusedWithoutWaiting) {
   const TemporaryFolder folder;
   folder.write("smbios_entry_point", "x");
@@ -74,7 +74,7 @@ TEST(HostFiles, ADeviceWithoutEndIsRefused) {
   sources.cpuinfo = "/dev/zero";
   const HostBytes host = readHostBytes(sources);
   EXPECT_FALSE(host.cpuinfo);
-  EXPECT_FALSE(host.areTablesUnreadable) << "cpuinfo is no table";
+  EXPECT_FALSE(host.areTablesUnreadable) << "cpuinfo is not a table";
   EXPECT_THAT(host.messages, ElementsAre("/dev/zero is not a regular file"));
 }
 
@@ -99,8 +99,9 @@ TEST(HostFiles, TheirSizeIsLimited) {
                                          testing::EndsWith("cpuinfo is larger than 32 MiB")));
 }
 
-// ELOOP stands in for every reason but absence: root, who may run the tests, may read anything.
-TEST(HostFiles, TheReasonIsToldWhereOneCannotBeOpened) {
+// ELOOP represents every reason other than absence, since root, who may run the tests, may read
+// all.
+TEST(HostFiles, ReasonIsReportedWhenOneCannotBeOpened) {
   const TemporaryFolder folder;
   fs::create_symlink("DMI", folder.path() / "DMI");
   const HostBytes host = readHostBytes(recordedHost(folder.path()));

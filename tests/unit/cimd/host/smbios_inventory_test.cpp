@@ -1,4 +1,4 @@
-// What the structures of a table mean.
+// The inventory that the structures of a table describe.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include "host/inventory.h"
@@ -41,7 +41,7 @@ std::vector<std::string> tags(const Inventory& inventory) {
   return result;
 }
 
-TEST(SmbiosSystem, TheProductNameIsTakenVerbatim) {
+TEST(SmbiosSystem, ProductNameIsTakenVerbatim) {
   const Inventory inventory = inventoryOf({systemStructure("  Server  123 -[1234ABX]-  ", " S1 ")});
   ASSERT_TRUE(inventory.system);
   EXPECT_EQ(utf8(inventory.system->model), "  Server  123 -[1234ABX]-  ");
@@ -63,13 +63,13 @@ TEST(SmbiosSystem, TheFirstStructureCounts) {
   EXPECT_EQ(utf8(inventory.system->model), "a");
 }
 
-TEST(SmbiosSystem, WithoutAStructureThereIsNoneAndAMessageSaysSo) {
+TEST(SmbiosSystem, MissingStructureIsReported) {
   const Inventory inventory = inventoryOf({processorStructure("CPU0", 1)});
   EXPECT_FALSE(inventory.system);
   EXPECT_THAT(inventory.messages, ElementsAre("the SMBIOS table does not describe the system"));
 }
 
-TEST(SmbiosSystem, APlaceholderIsNoSerialNumber) {
+TEST(SmbiosSystem, PlaceholderIsNotASerialNumber) {
   for (const char* text : {"Default string", "To Be Filled By O.E.M.", "To be filled by O.E.M. ",
                            "System Serial Number", "NOT SPECIFIED", "   ", "None"}) {
     const Inventory inventory =
@@ -80,7 +80,7 @@ TEST(SmbiosSystem, APlaceholderIsNoSerialNumber) {
   }
 }
 
-TEST(SmbiosSystem, WhatOnlyResemblesAPlaceholderIsASerialNumber) {
+TEST(SmbiosSystem, TextLikeAPlaceholderIsASerialNumber) {
   for (const char* text : {"None1", "Default string 7", "0", "123456789", "X"}) {
     const Inventory inventory =
         inventoryOf({systemStructure("a", text), processorStructure("CPU0", 1)});
@@ -97,12 +97,14 @@ TEST(SmbiosProcessor, DesignationNameAndClock) {
   EXPECT_EQ(inventory.processors[0].clockMegahertz, 2600U);
 }
 
-TEST(SmbiosProcessor, TheCurrentSpeedCountsNotTheMaximum) {
-  const Inventory inventory = inventoryOf({processorStructure("a", 1866).word(0x14, 4000)});
-  EXPECT_EQ(inventory.processors.at(0).clockMegahertz, 1866U);
+TEST(SmbiosProcessor, ClockIsTheCurrentSpeed) {
+  for (const unsigned speed : {1866U, 0xFFFFU}) {
+    const Inventory inventory = inventoryOf({processorStructure("a", speed).word(0x14, 4000)});
+    EXPECT_EQ(inventory.processors.at(0).clockMegahertz, speed);
+  }
 }
 
-TEST(SmbiosProcessor, ASpeedOfZeroIsUnknown) {
+TEST(SmbiosProcessor, SpeedOfZeroIsUnknown) {
   HostBytes bytes = test::hostWith({processorStructure("a", 0).word(0x14, 4000)});
   bytes.cpuinfo = "processor : 0\ncpu MHz : 2400.000\n";
   const Inventory inventory = takeInventory(bytes);
@@ -110,16 +112,16 @@ TEST(SmbiosProcessor, ASpeedOfZeroIsUnknown) {
   EXPECT_EQ(inventory.processors[0].clockMegahertz, std::nullopt) << "not the clock of cpuinfo";
 }
 
-TEST(SmbiosProcessor, TheLargestSpeed) {
-  EXPECT_EQ(inventoryOf({processorStructure("a", 0xFFFF)}).processors.at(0).clockMegahertz, 65535U);
-}
-
 TEST(SmbiosProcessor, OnlyPopulatedSocketsCount) {
-  // Populated is bit 6; the lower bits tell whether the processor is enabled.
+  // Populated is bit 6; the lower bits show whether the processor is enabled.
   for (const unsigned status : {0x40U, 0x41U, 0x42U, 0x43U, 0x44U, 0x47U, 0xC1U}) {
     EXPECT_THAT(deviceIds(inventoryOf({processorStructure("a", 1).byte(0x18, status)})),
                 ElementsAre("a"))
         << status;
+  }
+  for (const StructureBuilder& tooShort :
+       {StructureBuilder(4, 0x18).text(4, "a").word(0x16, 1), StructureBuilder(4, 4)}) {
+    EXPECT_THAT(deviceIds(inventoryOf({tooShort})), IsEmpty());
   }
   for (const unsigned status : {0x00U, 0x01U, 0x07U, 0xBFU}) {
     EXPECT_THAT(deviceIds(inventoryOf({processorStructure("a", 1).byte(0x18, status)})), IsEmpty())
@@ -127,54 +129,37 @@ TEST(SmbiosProcessor, OnlyPopulatedSocketsCount) {
   }
 }
 
-TEST(SmbiosProcessor, AStructureTooShortToTellIsNotPopulated) {
-  EXPECT_THAT(deviceIds(inventoryOf({StructureBuilder(4, 0x18).text(4, "a").word(0x16, 1)})),
-              IsEmpty());
-  EXPECT_THAT(deviceIds(inventoryOf({StructureBuilder(4, 4)})), IsEmpty());
-}
-
-TEST(SmbiosProcessor, OnlyEmptySocketsAreStillWhatTheTableSays) {
+TEST(SmbiosProcessor, EmptySocketsAreNotReplacedByCpuinfo) {
   HostBytes bytes = test::hostWith({processorStructure("a", 1).byte(0x18, 0)});
   bytes.cpuinfo = "processor : 0\ncpu MHz : 2400.000\n";
   EXPECT_THAT(deviceIds(takeInventory(bytes)), IsEmpty());
 }
 
-std::optional<Uint64> capacityOf(const StructureBuilder& device) {
-  return inventoryOf({device}).memory.at(0).capacityBytes;
-}
-
-TEST(SmbiosMemory, SizesAreInMebibytes) {
-  EXPECT_EQ(capacityOf(memoryStructure("a", 1)), Uint64{1} << 20U);
-  EXPECT_EQ(capacityOf(memoryStructure("a", 0x7FFE)), Uint64{0x7FFE} << 20U);
-}
-
-TEST(SmbiosMemory, SizesWithBit15AreInKibibytes) {
-  EXPECT_EQ(capacityOf(memoryStructure("a", 0x8001)), 1024U);
-  EXPECT_EQ(capacityOf(memoryStructure("a", 0x8000 | 1536)), 1536U * 1024);
-  EXPECT_EQ(capacityOf(memoryStructure("a", 0xFFFE)), Uint64{0x7FFE} << 10U);
-}
-
-TEST(SmbiosMemory, TheExtendedSizeCountsWhereTheSizeSaysSo) {
-  EXPECT_EQ(capacityOf(memoryStructure("a", 0x7FFF).doubleWord(0x1C, 65536)), Uint64{65536} << 20U);
-  EXPECT_EQ(capacityOf(memoryStructure("a", 512).doubleWord(0x1C, 65536)), Uint64{512} << 20U);
-}
-
-TEST(SmbiosMemory, TheHighestBitOfTheExtendedSizeIsReserved) {
-  EXPECT_EQ(capacityOf(memoryStructure("a", 0x7FFF).doubleWord(0x1C, 0xFFFFFFFF)),
-            Uint64{0x7FFFFFFF} << 20U);
-}
-
-TEST(SmbiosMemory, AnExtendedSizeOfZeroIsUnknown) {
-  EXPECT_EQ(capacityOf(memoryStructure("a", 0x7FFF)), std::nullopt);
-}
-
-TEST(SmbiosMemory, WithoutTheFieldOfTheExtendedSizeTheSizeIsOneLikeAnyOther) {
-  EXPECT_EQ(capacityOf(StructureBuilder(17, 0x1B).text(0x10, "a").word(0x0C, 0x7FFF)),
-            Uint64{0x7FFF} << 20U);
-}
-
-TEST(SmbiosMemory, AnUnknownSizeIsAModuleAllTheSame) {
-  EXPECT_EQ(capacityOf(memoryStructure("a", 0xFFFF)), std::nullopt);
+TEST(SmbiosMemory, SizeAndExtendedSizeGiveTheCapacity) {
+  constexpr Uint64 kibi = 1024;
+  constexpr Uint64 mebi = kibi * kibi;
+  constexpr auto unknown = std::nullopt;
+  struct Case {
+    unsigned size;
+    std::uint32_t extended;
+    std::optional<Uint64> capacity;
+  };
+  for (const Case& c : {Case{1, 0, mebi},
+                        {0x7FFE, 0, 0x7FFE * mebi},
+                        {0x8001, 0, kibi},  // bit 15: in kibibytes
+                        {0x8000 | 1536, 0, 1536 * kibi},
+                        {0xFFFE, 0, 0x7FFE * kibi},
+                        {0xFFFF, 0, unknown},
+                        {512, 65536, 512 * mebi},
+                        {0x7FFF, 65536, 65536 * mebi},
+                        {0x7FFF, 0xFFFFFFFF, 0x7FFFFFFF * mebi},  // the highest bit is reserved
+                        {0x7FFF, 0, unknown}}) {
+    const auto memory = inventoryOf({memoryStructure("a", c.size).doubleWord(0x1C, c.extended)});
+    ASSERT_EQ(memory.memory.size(), 1U) << c.size << " is a module";
+    EXPECT_EQ(memory.memory[0].capacityBytes, c.capacity) << c.size << ' ' << c.extended;
+  }
+  const auto withoutExtended = StructureBuilder(17, 0x1B).text(0x10, "a").word(0x0C, 0x7FFF);
+  EXPECT_EQ(inventoryOf({withoutExtended}).memory.at(0).capacityBytes, 0x7FFF * mebi);
 }
 
 TEST(SmbiosMemory, EmptySlotsAreLeftOut) {
@@ -205,7 +190,7 @@ TEST(SmbiosKeys, RepeatedDesignationsAreNumbered) {
               ElementsAre("D", "D #2"));
 }
 
-TEST(SmbiosKeys, ADesignationThatLooksLikeANumberedOneIsNotTakenTwice) {
+TEST(SmbiosKeys, DesignationThatLooksNumberedIsNotUsedTwice) {
   EXPECT_THAT(tags(inventoryOf({memoryStructure("D #2", 1), memoryStructure("D", 1),
                                 memoryStructure("D", 1), memoryStructure("D #2", 1)})),
               ElementsAre("D #2", "D", "D #3", "D #2 #2"));
@@ -244,8 +229,8 @@ TEST(SmbiosKeys, NoCharacterIsCutInTwo) {
   EXPECT_EQ(inventory.processors[0].deviceId.toUtf8(), std::string(56, 'x'));
 }
 
-// Numbering that begins anew with each of them would take minutes.
-TEST(SmbiosKeys, TensOfThousandsThatDifferTooLateAreNumberedInNoTime) {
+// Numbering that starts again for each of them would take minutes.
+TEST(SmbiosKeys, TensOfThousandsThatDifferTooLateAreNumberedQuickly) {
   std::vector<StructureBuilder> structures;
   structures.reserve(30000);
   for (int i = 0; i < 30000; ++i) {
@@ -284,11 +269,11 @@ TEST(SmbiosInventory, StructuresComeInAnyOrderAmongOthers) {
   EXPECT_THAT(inventory.messages, IsEmpty());
 }
 
-TEST(SmbiosInventory, InactiveStructuresAreNone) {
+TEST(SmbiosInventory, InactiveStructuresAreIgnored) {
   EXPECT_THAT(tags(inventoryOf({memoryStructure("m", 1).byte(0, 126)})), IsEmpty());
 }
 
-TEST(SmbiosInventory, WhatStandsBeforeDamageIsKeptAndAMessageSaysSo) {
+TEST(SmbiosInventory, StructuresBeforeDamageAreKeptAndDamageIsReported) {
   HostBytes bytes = test::hostWith(
       {systemStructure("s", "1"), processorStructure("p", 1), memoryStructure("m", 1).byte(1, 3)});
   const Inventory inventory = takeInventory(bytes);

@@ -1,5 +1,5 @@
-// Tables that firmware made, against what an independent reader found in them; and the same tables
-// damaged in every place.
+// Tables made by firmware, compared with the findings of an independent reader; and the same tables
+// damaged at every place.
 #include <Pegasus/Common/CIMInstance.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -147,7 +147,7 @@ TEST(HostInstances, FitTheClassesOfTheSchema) {
   }
 }
 
-// Bytes in memory of just their size, so that the sanitizer sees every step past them.
+// Bytes in memory of exactly their size, so that the sanitizer detects every access past them.
 class ExactBytes {
  public:
   explicit ExactBytes(std::string_view bytes)
@@ -180,7 +180,7 @@ std::size_t touchAll(std::string_view table, const EntryPoint& entryPoint) {
   return read.structures.size();
 }
 
-// What must hold of an inventory, whatever the firmware says.
+// What must hold for an inventory, whatever the firmware says.
 void expectSound(const HostBytes& bytes) {
   const HostInventory host = describeHost(bytes);
   std::set<std::string> names;
@@ -193,7 +193,7 @@ void expectSound(const HostBytes& bytes) {
   }
 }
 
-TEST(SmbiosDamage, EveryTruncationKeepsWhatStandsBeforeIt) {
+TEST(SmbiosDamage, EveryTruncationKeepsTheStructuresBeforeIt) {
   for (const char* machine : machines) {
     const HostBytes good = test::recorded(machine);
     const EntryPoint entryPoint = *readEntryPoint(*good.entryPoint);
@@ -252,7 +252,7 @@ TEST(SmbiosDamage, EveryWrongByteOfAnEntryPointIsFoundOrDoesNoHarm) {
         std::string bad = good;
         bad[i] = static_cast<char>(value);
         EXPECT_EQ(readEntryPoint(ExactBytes(bad).view()).has_value(), bad == good);
-        // Right sums let the lie pass.
+        // With valid sums the wrong byte is accepted.
         bytes.entryPoint = test::withRightSum(good, i, value, good.size() == 0x18 ? 0x05 : 0x04);
         readEntryPoint(ExactBytes(*bytes.entryPoint).view());
         if (value % 16 == 0) {

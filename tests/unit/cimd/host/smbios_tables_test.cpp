@@ -13,61 +13,45 @@ using test::entryPoint64;
 using test::StructureBuilder;
 using test::withRightSum;
 
-TEST(SmbiosEntryPoint, The32BitFormGivesLengthAndCount) {
+TEST(SmbiosEntryPoint, FormOf32BitsHasLengthAndCount) {
   const auto entryPoint = readEntryPoint(entryPoint32(0xFEDC, 0x0321));
   ASSERT_TRUE(entryPoint);
   EXPECT_EQ(entryPoint->tableLength, 0xFEDCU);
   EXPECT_EQ(entryPoint->structureCount, 0x0321U);
 }
 
-TEST(SmbiosEntryPoint, The64BitFormGivesLengthOnly) {
+TEST(SmbiosEntryPoint, FormOf64BitsHasLengthOnly) {
   const auto entryPoint = readEntryPoint(entryPoint64(0x89ABCDEF));
   ASSERT_TRUE(entryPoint);
   EXPECT_EQ(entryPoint->tableLength, 0x89ABCDEFU);
   EXPECT_EQ(entryPoint->structureCount, std::nullopt);
 }
 
-TEST(SmbiosEntryPoint, BytesBehindItDoNotMatter) {
+TEST(SmbiosEntryPoint, FurtherBytesAreIgnored) {
   EXPECT_TRUE(readEntryPoint(entryPoint32(10, 1) + "\xFF"));
   EXPECT_TRUE(readEntryPoint(entryPoint64(10) + "\xFF\xFF"));
-}
-
-TEST(SmbiosEntryPoint, ALongerOneOfAFutureVersionIsTaken) {
   const std::string longer = entryPoint64(10) + std::string(8, '\0');
-  EXPECT_TRUE(readEntryPoint(withRightSum(longer, 0x06, 0x20, 0x05)));
+  EXPECT_TRUE(readEntryPoint(withRightSum(longer, 0x06, 0x20, 0x05))) << "of a future version";
 }
 
-// SMBIOS 2.1 had 1Eh where 1Fh was meant: the last byte stands outside the checksum, and the kernel
-// does not hand it out.
-TEST(SmbiosEntryPoint, TheShortLengthOfVersion21IsTaken) {
+// SMBIOS 2.1 gave 1Eh as the length where 1Fh was meant: the checksum does not include the last
+// byte, and the kernel does not pass it on.
+TEST(SmbiosEntryPoint, ShortLengthOfVersion21IsAccepted) {
   std::string old = withRightSum(entryPoint32(10, 1), 0x05, 0x1E, 0x04);
   old = withRightSum(old, 0x1E, 0, 0x04);
   EXPECT_TRUE(readEntryPoint(old.substr(0, 0x1E)));
 }
 
-TEST(SmbiosEntryPoint, EveryByteIsUnderAChecksum) {
-  for (const std::string& good : {entryPoint32(300, 7), entryPoint64(300)}) {
-    for (std::size_t i = 0; i < good.size(); ++i) {
-      std::string bad = good;
-      bad[i] = static_cast<char>(bad[i] ^ 0x10);
-      EXPECT_FALSE(readEntryPoint(bad)) << i;
-    }
-  }
-}
-
-// The sum over the whole stays right here.
-TEST(SmbiosEntryPoint, TheSecondPartHasAnAnchorAndAChecksumOfItsOwn) {
+// The sum of the whole entry point stays valid here.
+TEST(SmbiosEntryPoint, AnchorsAndTheSecondChecksumAreChecked) {
   const std::string good = entryPoint32(300, 7);
+  EXPECT_FALSE(readEntryPoint(withRightSum(good, 0, 'x', 0x04)));
   EXPECT_FALSE(readEntryPoint(withRightSum(good, 0x10, 'x', 0x15)));
   EXPECT_FALSE(readEntryPoint(withRightSum(good, 0x16, 0xFF, 0x04)));
-}
-
-TEST(SmbiosEntryPoint, OtherAnchorsAreRefused) {
-  EXPECT_FALSE(readEntryPoint(withRightSum(entryPoint32(10, 1), 0, 'x', 0x04)));
   EXPECT_FALSE(readEntryPoint(withRightSum(entryPoint64(10), 3, '4', 0x05)));
 }
 
-TEST(SmbiosEntryPoint, LengthsThatLieAreRefused) {
+TEST(SmbiosEntryPoint, WrongLengthsAreRefused) {
   for (const unsigned length : {0U, 5U, 0x1DU, 0x20U, 0xFFU}) {
     EXPECT_FALSE(readEntryPoint(withRightSum(entryPoint32(10, 1), 0x05, length, 0x04))) << length;
   }
@@ -76,7 +60,7 @@ TEST(SmbiosEntryPoint, LengthsThatLieAreRefused) {
   }
 }
 
-TEST(SmbiosEntryPoint, NoneIsInWhatIsCutShort) {
+TEST(SmbiosEntryPoint, TruncatedOnesAreRefused) {
   for (const std::string& good : {entryPoint32(300, 7), entryPoint64(300)}) {
     for (std::size_t length = 0; length < good.size(); ++length) {
       EXPECT_FALSE(readEntryPoint(good.substr(0, length))) << length;
@@ -136,91 +120,61 @@ TEST(SmbiosStructures, StringsAreFoundByNumber) {
   EXPECT_EQ(structure.textAt(6), std::nullopt) << "a number past the last string";
   EXPECT_EQ(structure.textAt(7), std::nullopt);
   EXPECT_EQ(structure.textAt(8), std::nullopt) << "number 0: no string";
+  const std::string none = StructureBuilder(9, 5).byte(4, 1).bytes();
+  EXPECT_EQ(readStructures(none, {none.size(), 1}).structures.at(0).textAt(4), std::nullopt);
 }
 
-TEST(SmbiosStructures, ANumberWithoutAnyStringsFindsNone) {
-  const std::string bytes = StructureBuilder(9, 5).byte(4, 1).bytes();
-  const StructureTable table = readStructures(bytes, {bytes.size(), 1});
-  ASSERT_EQ(table.structures.size(), 1U);
-  EXPECT_EQ(table.structures[0].textAt(4), std::nullopt);
-}
-
-TEST(SmbiosStructures, WithoutANumberTheEndOfTableEndsIt) {
-  const std::string bytes =
-      StructureBuilder(1, 4).bytes() + endOfTable() + StructureBuilder(17, 4).bytes();
-  const StructureTable table = readStructures(bytes, {bytes.size(), std::nullopt});
-  EXPECT_EQ(types(table), (Types{1, 127}));
-  EXPECT_EQ(table.damage, "");
-}
-
-TEST(SmbiosStructures, WithANumberReadingGoesOnBehindTheEndOfTable) {
-  const std::string bytes =
-      StructureBuilder(1, 4).bytes() + endOfTable() + StructureBuilder(17, 4).bytes();
-  EXPECT_EQ(types(readStructures(bytes, {bytes.size(), 3})), (Types{1, 127, 17}));
-  EXPECT_EQ(types(readStructures(bytes, {bytes.size(), 0})), (Types{1, 127})) << "0: not given";
-}
-
-TEST(SmbiosStructures, TheNumberOfStructuresEndsIt) {
-  const std::string bytes = StructureBuilder(1, 4).bytes() + StructureBuilder(2, 4).bytes();
-  const StructureTable table = readStructures(bytes, {bytes.size(), 1});
-  EXPECT_EQ(types(table), (Types{1}));
-  EXPECT_EQ(table.damage, "");
-}
-
-TEST(SmbiosStructures, TheLengthOfTheTableEndsIt) {
-  const std::string first = StructureBuilder(1, 4).bytes();
-  const std::string bytes = first + StructureBuilder(2, 4).bytes();
-  const StructureTable table = readStructures(bytes, {first.size(), 2});
-  EXPECT_EQ(types(table), (Types{1}));
-  EXPECT_EQ(table.damage, "it ends at byte 6, after 1 of 2 structures");
-}
-
-TEST(SmbiosStructures, ATableShorterThanItsLengthIsDamaged) {
-  const std::string bytes = StructureBuilder(1, 4).bytes();
-  const StructureTable counted = readStructures(bytes, {1000, 9});
-  EXPECT_EQ(types(counted), (Types{1}));
-  EXPECT_EQ(counted.damage, "it ends at byte 6, after 1 of 9 structures");
-  const StructureTable open = readStructures(bytes, {0xFFFFFFFF, std::nullopt});
-  EXPECT_EQ(types(open), (Types{1}));
-  EXPECT_EQ(open.damage, "it ends at byte 6 without an end-of-table structure");
-}
-
-TEST(SmbiosStructures, AnEmptyTableIsDamaged) {
-  EXPECT_EQ(readStructures("", {100, 1}).damage, "it ends at byte 0, after 0 of 1 structures");
-  EXPECT_EQ(readStructures("abcdef", {0, 1}).damage, "it ends at byte 0, after 0 of 1 structures");
-}
-
-TEST(SmbiosStructures, AStructureShorterThanItsHeaderEndsIt) {
-  for (const unsigned length : {0U, 1U, 3U}) {
-    const std::string bytes = StructureBuilder(1, 4).bytes() +
-                              StructureBuilder(2, 8).byte(1, length).bytes() + endOfTable();
-    const StructureTable table = readStructures(bytes, {bytes.size(), std::nullopt});
-    EXPECT_EQ(types(table), (Types{1}));
-    EXPECT_EQ(table.damage, "the structure at byte 6 gives a length of " + std::to_string(length) +
-                                " bytes, which is invalid");
+TEST(SmbiosStructures, ReadingEndsWithTheTableOrAtDamage) {
+  const std::string one = StructureBuilder(1, 4).bytes();
+  const std::string two = StructureBuilder(2, 4).bytes();
+  const std::string ended = one + endOfTable() + two;
+  const auto lengthOf = [&](unsigned length) {
+    return one + StructureBuilder(2, 8).byte(1, length).bytes() + endOfTable();
+  };
+  const auto withStrings = [&](std::string_view strings) {
+    return one + two.substr(0, 4) + std::string(strings);
+  };
+  constexpr auto none = std::nullopt;
+  constexpr std::size_t any = 0xFFFFFFFF;
+  const std::string badLength = "the structure at byte 6 gives a length of ";
+  const std::string invalid = " bytes, which is invalid";
+  const std::string endless = "the strings of the structure at byte 6 have no end";
+  struct Case {
+    std::string bytes;
+    EntryPoint entryPoint;
+    Types types;
+    std::string damage;
+  };
+  for (const Case& c : std::vector<Case>{
+           // the end-of-table structure counts only where no number is given
+           {ended, {ended.size(), none}, {1, 127}, ""},
+           {ended, {ended.size(), 0}, {1, 127}, ""},
+           {ended, {ended.size(), 3}, {1, 127, 2}, ""},
+           // the number of structures, the length of the table, and that of its bytes
+           {one + two, {any, 1}, {1}, ""},
+           {one + two, {one.size(), 2}, {1}, "it ends at byte 6, after 1 of 2 structures"},
+           {one, {1000, 9}, {1}, "it ends at byte 6, after 1 of 9 structures"},
+           {one, {any, none}, {1}, "it ends at byte 6 without an end-of-table structure"},
+           {"", {100, 1}, {}, "it ends at byte 0, after 0 of 1 structures"},
+           {"abcdef", {0, 1}, {}, "it ends at byte 0, after 0 of 1 structures"},
+           // a structure shorter than its header, or longer than the table
+           {lengthOf(0), {any, none}, {1}, badLength + "0" + invalid},
+           {lengthOf(1), {any, none}, {1}, badLength + "1" + invalid},
+           {lengthOf(3), {any, none}, {1}, badLength + "3" + invalid},
+           {lengthOf(0xFF), {any, none}, {1}, badLength + "255" + invalid},
+           // strings without the zero bytes at their end
+           {withStrings(""), {any, none}, {1}, endless},
+           {withStrings({"\0", 1}), {any, none}, {1}, endless},
+           {withStrings("text"), {any, none}, {1}, endless},
+           {withStrings({"text\0", 5}), {any, none}, {1}, endless},
+           {withStrings({"text\0more", 9}), {any, none}, {1}, endless}}) {
+    const StructureTable table = readStructures(c.bytes, c.entryPoint);
+    EXPECT_EQ(types(table), c.types) << testing::PrintToString(c.bytes);
+    EXPECT_EQ(table.damage, c.damage) << testing::PrintToString(c.bytes);
   }
 }
 
-TEST(SmbiosStructures, AStructureLongerThanTheTableEndsIt) {
-  const std::string bytes =
-      StructureBuilder(1, 4).bytes() + StructureBuilder(2, 8).byte(1, 0xFF).bytes() + endOfTable();
-  const StructureTable table = readStructures(bytes, {bytes.size(), std::nullopt});
-  EXPECT_EQ(types(table), (Types{1}));
-  EXPECT_EQ(table.damage, "the structure at byte 6 gives a length of 255 bytes, which is invalid");
-}
-
-TEST(SmbiosStructures, StringsWithoutEndEndIt) {
-  for (const std::string& strings : {std::string(), std::string(1, '\0'), std::string("text", 4),
-                                     std::string("text\0", 5), std::string("text\0more", 9)}) {
-    const std::string bytes =
-        StructureBuilder(1, 4).bytes() + StructureBuilder(2, 4).bytes().substr(0, 4) + strings;
-    const StructureTable table = readStructures(bytes, {bytes.size(), std::nullopt});
-    EXPECT_EQ(types(table), (Types{1}));
-    EXPECT_EQ(table.damage, "the strings of the structure at byte 6 have no end");
-  }
-}
-
-// Handles have 16 bits: no table has more structures, however long it is.
+// Handles have 16 bits, so no table has more structures.
 TEST(SmbiosStructures, TheirNumberIsLimited) {
   std::string bytes;
   for (int i = 0; i < 70000; ++i) {
