@@ -102,40 +102,52 @@ std::optional<String> designation(const std::optional<std::string_view>& bytes) 
   return text.empty() ? std::nullopt : std::optional(toText(text));
 }
 
-// Left in place of a serial number that the maker of a board never entered. Shown as data, such a
-// text would make all these machines the same one.
-bool isPlaceholder(std::string_view serialNumber) {
+// Left in place of what the maker of a board never entered. Shown as data, such a text would make
+// all these machines the same one.
+bool isPlaceholder(std::string_view bytes) {
   static constexpr std::array placeholders = {
+      "0123456789",
+      "1234567890",
       "default string",
       "none",
       "not applicable",
       "not available",
       "not specified",
+      "o.e.m.",
+      "oem",
+      "product name",
       "serial number",
+      "system product name",
       "system serial number",
       "to be filled by o.e.m.",
       "n/a",
       "unknown",
       "to be filled by o.e.m",
+      "x.x",
   };
-  String text = toText(trimmed(serialNumber));
+  const std::string_view plain = trimmed(bytes);
+  String text = toText(plain);
   text.toLower();
-  return text.size() == 0 ||
+  const bool isZeros = plain.size() >= 4 && plain.find_first_not_of('0') == std::string_view::npos;
+  return plain.empty() || isZeros ||
          std::any_of(placeholders.begin(), placeholders.end(),
                      [&text](const char* placeholder) { return text == placeholder; });
 }
 
-SystemFacts readSystem(const Structure& structure, std::vector<std::string>& messages) {
-  SystemFacts facts;
-  facts.model = verbatim(structure.textAt(0x05));
-  const auto serialNumber = structure.textAt(0x07);
-  if (serialNumber && isPlaceholder(*serialNumber)) {
-    messages.push_back("the firmware has no serial number, only the placeholder '" +
-                       toText(trimmed(*serialNumber)).toUtf8() + "': serialNumber is left empty");
-  } else {
-    facts.serialNumber = verbatim(serialNumber);
+// What a field of the system has, unless it is a placeholder.
+std::optional<String> systemText(const std::optional<std::string_view>& bytes, const char* what,
+                                 const char* property, std::vector<std::string>& messages) {
+  if (bytes && isPlaceholder(*bytes)) {
+    messages.push_back(std::string("the firmware has no ") + what + ", only the placeholder '" +
+                       toText(trimmed(*bytes)).toUtf8() + "': " + property + " is left empty");
+    return std::nullopt;
   }
-  return facts;
+  return verbatim(bytes);
+}
+
+SystemFacts readSystem(const Structure& structure, std::vector<std::string>& messages) {
+  return {systemText(structure.textAt(0x05), "product name", "model", messages),
+          systemText(structure.textAt(0x07), "serial number", "serialNumber", messages)};
 }
 
 // A socket counts as populated only where the structure says so. Whether the processor in it is
@@ -173,7 +185,25 @@ std::optional<Uint64> capacityBytes(const Structure& device) {
 // another one is added or removed.
 class SmbiosInventory {
  public:
-  explicit SmbiosInventory(Inventory& inventory) : inventory_(inventory) {}
+  SmbiosInventory(const std::vector<Structure>& structures, Inventory& inventory)
+      : inventory_(inventory) {
+    for (const Structure& structure : structures) {
+      if (structure.type() == memoryDevice) {
+        ++devicesAt_[std::string(locatorOf(structure))];
+      }
+    }
+    for (const Structure& structure : structures) {
+      add(structure);
+    }
+  }
+
+  // Also when they are all unpopulated.
+  bool mentionsProcessors() const { return mentionsProcessors_; }
+
+ private:
+  static std::string_view locatorOf(const Structure& memory) {
+    return trimmed(memory.textAt(0x10).value_or(std::string_view()));
+  }
 
   void add(const Structure& structure) {
     if (structure.type() == systemInformation && !inventory_.system) {
@@ -185,10 +215,6 @@ class SmbiosInventory {
     }
   }
 
-  // Also when they are all unpopulated.
-  bool mentionsProcessors() const { return mentionsProcessors_; }
-
- private:
   void addProcessor(const Structure& structure) {
     mentionsProcessors_ = true;
     const String deviceId = deviceIds_.next(designation(structure.textAt(0x04)).value_or("CPU"));
@@ -201,7 +227,12 @@ class SmbiosInventory {
   void addMemory(const Structure& structure) {
     const auto locator = designation(structure.textAt(0x10));
     const auto bank = designation(structure.textAt(0x11));
-    const String tag = tags_.next(locator ? *locator : bank.value_or("Memory"));
+    // Boards with several banks may count the slots of each from 0.
+    const bool isRepeated = devicesAt_.at(std::string(locatorOf(structure))) > 1;
+    const String name = locator && bank && isRepeated ? *locator + " " + *bank
+                        : locator                     ? *locator
+                                                      : bank.value_or("Memory");
+    const String tag = tags_.next(name);
     const auto capacity = capacityBytes(structure);
     if (capacity == Uint64{0}) {
       return;
@@ -216,6 +247,8 @@ class SmbiosInventory {
   Inventory& inventory_;
   UniqueNames deviceIds_{maxDeviceId};
   UniqueNames tags_{maxTag};
+  // The number of memory devices with each locator, empty slots included.
+  std::map<std::string, std::size_t> devicesAt_;
   bool mentionsProcessors_ = false;
 };
 
@@ -229,10 +262,7 @@ void takeProcessorsFromCpuinfo(const HostBytes& bytes, const std::string& reason
 
 void readTables(const HostBytes& bytes, const EntryPoint& entryPoint, Inventory& inventory) {
   const StructureTable table = readStructures(*bytes.table, entryPoint);
-  SmbiosInventory smbios(inventory);
-  for (const Structure& structure : table.structures) {
-    smbios.add(structure);
-  }
+  const SmbiosInventory smbios(table.structures, inventory);
   if (!table.damage.empty()) {
     inventory.messages.push_back("the SMBIOS table is damaged: " + table.damage +
                                  "; the part before the damage is used");

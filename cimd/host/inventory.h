@@ -16,9 +16,9 @@
 namespace cimd::host {
 
 struct SystemFacts {
-  // The product name, every character as the firmware has it: it holds the machine type.
+  // Missing also when the firmware has only a placeholder that its maker left. The model is the
+  // product name, every character as the firmware has it: it holds the machine type.
   std::optional<Pegasus::String> model;
-  // Missing also when the firmware has only a placeholder that its maker left.
   std::optional<Pegasus::String> serialNumber;
 };
 

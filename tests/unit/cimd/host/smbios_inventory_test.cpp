@@ -69,21 +69,30 @@ TEST(SmbiosSystem, MissingStructureIsReported) {
   EXPECT_THAT(inventory.messages, ElementsAre("the SMBIOS table does not describe the system"));
 }
 
-TEST(SmbiosSystem, PlaceholderIsNotASerialNumber) {
-  for (const char* text : {"Default string", "To Be Filled By O.E.M.", "To be filled by O.E.M. ",
-                           "System Serial Number", "NOT SPECIFIED", "   ", "None"}) {
-    const Inventory inventory =
-        inventoryOf({systemStructure("Default string", text), processorStructure("CPU0", 1)});
-    EXPECT_EQ(utf8(inventory.system->model), "Default string") << "only serial numbers are checked";
-    EXPECT_EQ(utf8(inventory.system->serialNumber), "(none)") << text;
-    EXPECT_THAT(inventory.messages, ElementsAre(testing::HasSubstr("placeholder"))) << text;
+TEST(SmbiosSystem, PlaceholderIsNotAValue) {
+  for (const char* text :
+       {"Default string", "To Be Filled By O.E.M.", "To be filled by O.E.M. ",
+        "System Serial Number", "NOT SPECIFIED", "   ", "None", "1234567890", "0123456789", "OEM",
+        "O.E.M.", "00000000", "0000", "x.x", "X.X", "System Product Name"}) {
+    const auto isNamed = testing::HasSubstr("placeholder");
+    const Inventory one = inventoryOf({systemStructure("a", text), processorStructure("CPU0", 1)});
+    EXPECT_EQ(utf8(one.system->model), "a");
+    EXPECT_EQ(utf8(one.system->serialNumber), "(none)") << text;
+    EXPECT_THAT(one.messages, ElementsAre(isNamed)) << text;
+    const Inventory both = inventoryOf({systemStructure(text, text), processorStructure("C", 1)});
+    EXPECT_EQ(utf8(both.system->model), "(none)") << text;
+    EXPECT_THAT(both.messages, ElementsAre(isNamed, isNamed)) << text;
   }
+  EXPECT_THAT(inventoryOf({systemStructure("OEM ", "1"), processorStructure("CPU0", 1)}).messages,
+              ElementsAre("the firmware has no product name, only the placeholder 'OEM': model is "
+                          "left empty"));
 }
 
-TEST(SmbiosSystem, TextLikeAPlaceholderIsASerialNumber) {
-  for (const char* text : {"None1", "Default string 7", "0", "123456789", "X"}) {
+TEST(SmbiosSystem, TextLikeAPlaceholderIsAValue) {
+  for (const char* text : {"None1", "Default string 7", "0", "000", "123456789", "X", "OEM 7"}) {
     const Inventory inventory =
-        inventoryOf({systemStructure("a", text), processorStructure("CPU0", 1)});
+        inventoryOf({systemStructure(text, text), processorStructure("CPU0", 1)});
+    EXPECT_EQ(utf8(inventory.system->model), text);
     EXPECT_EQ(utf8(inventory.system->serialNumber), text);
     EXPECT_THAT(inventory.messages, IsEmpty());
   }
@@ -180,6 +189,20 @@ TEST(SmbiosMemory, TagAndBankLabel) {
   EXPECT_EQ(utf8(inventory.memory[1].bankLabel), "DIMM A2") << "the socket, without a bank";
   EXPECT_EQ(utf8(inventory.memory[2].bankLabel), "BANK 2");
   EXPECT_EQ(utf8(inventory.memory[3].bankLabel), "(none)");
+}
+
+TEST(SmbiosMemory, RepeatedLocatorsGetTheirBankIntoTheName) {
+  const auto memory = [](const char* locator, const char* bank, Pegasus::Uint16 size) {
+    return memoryStructure(locator, size).text(0x11, bank);
+  };
+  EXPECT_THAT(
+      tags(inventoryOf({memory("DIMM 0", "BANK 0", 1), memory("DIMM 1", "BANK 0", 1),
+                        memory("DIMM 0 ", "BANK 1", 1), memory("DIMM 0", "BANK 1", 1),
+                        memoryStructure("DIMM 0", 1)})),
+      ElementsAre("DIMM 0 BANK 0", "DIMM 1", "DIMM 0 BANK 1", "DIMM 0 BANK 1 #2", "DIMM 0"));
+  // An empty slot counts, so that a module keeps its name when another one is put in.
+  EXPECT_THAT(tags(inventoryOf({memory("DIMM 0", "BANK 0", 1), memory("DIMM 0", "BANK 1", 0)})),
+              ElementsAre("DIMM 0 BANK 0"));
 }
 
 TEST(SmbiosKeys, RepeatedDesignationsAreNumbered) {
