@@ -1,19 +1,17 @@
 // One HTTP connection: requests in, answers out, one after the other, until either side ends it.
 #pragma once
 
-#include "common/growing_body.h"
-
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/http/message.hpp>
-#include <boost/beast/http/parser.hpp>
 #include <functional>
 #include <memory>
 #include <optional>
 
 #include "http/http_server.h"
 #include "http/request_handler.h"
+#include "http/request_parser.h"
 
 namespace cimd {
 
@@ -40,7 +38,6 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
 
  private:
   using Error = boost::beast::error_code;
-  using Parser = boost::beast::http::request_parser<Pegasus::GrowingBody>;
 
   void waitForRequest();
   void readHeader();
@@ -64,7 +61,7 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
   Caller caller_;
   boost::beast::flat_buffer buffer_;
   // A parser reads one message only.
-  std::optional<Parser> parser_;
+  std::optional<RequestParser> parser_;
   CimRequest request_;
   HttpAnswer response_;
 };

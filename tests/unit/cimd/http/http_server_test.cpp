@@ -124,6 +124,17 @@ class Client {
     return received_.empty() && ended_;
   }
 
+  // Whether the server takes nothing more from a client that goes on sending.
+  bool isCutOff() {
+    for (int i = 0; i < 400; ++i) {
+      if (::send(socket_.native_handle(), "x", 1, MSG_NOSIGNAL) < 0) {
+        return true;
+      }
+      std::this_thread::sleep_for(milliseconds(50));
+    }
+    return false;
+  }
+
   void setReceiveBuffer(int bytes) {
     socket_.set_option(asio::socket_base::receive_buffer_size(bytes));
   }
@@ -328,6 +339,31 @@ TEST(HttpServer, RefusalReachesAClientThatStillSends) {
   const Server server;
   Client client(server);
   EXPECT_EQ(statusOf(client.ask(post(std::string(std::size_t{17} << 20U, 'x')))), "HTTP/1.1 413");
+}
+
+TEST(HttpServer, AClientThatSendsOnAfterARefusalIsCutOff) {
+  const Server server;
+  Client client(server);
+  EXPECT_NE(client.ask("GET / HTTP/1.1\r\nHost: x\r\n\r\n"), "");
+  EXPECT_TRUE(client.isClosed());
+  EXPECT_TRUE(client.isCutOff());
+}
+
+TEST(HttpServer, FieldsThatGoOnInTheNextLineAreRefused) {
+  const Server server;
+  for (const char* fields :
+       {"X: a\r\n b\r\n", "X: a\r\n\tb\r\nY: c\r\n", "X:\r\n b\r\n", "Y: c\r\nX: \r\n b\r\n"}) {
+    Client client(server);
+    EXPECT_EQ(client.ask("POST / HTTP/1.1\r\n" + std::string(fields) + "Content-Length: 0\r\n\r\n")
+                  .substr(0, 12),
+              "HTTP/1.1 400")
+        << fields;
+    EXPECT_TRUE(client.isClosed());
+  }
+  Client client(server);
+  const std::string chunked =
+      client.ask("POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n0\r\nX: a\r\n b\r\n\r\n");
+  EXPECT_EQ(chunked.substr(0, 12), "HTTP/1.1 400") << "in a trailer";
 }
 
 TEST(HttpServer, WhateverTheHandlerThrowsGivesA500AndTheNextRequestIsServed) {

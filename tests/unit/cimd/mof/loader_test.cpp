@@ -235,6 +235,25 @@ TEST(MofLoader, FilesThatCannotBeReadAreErrors) {
   EXPECT_NE(loadError("#pragma include(\".\")").find("cannot read"), std::string::npos);
 }
 
+TEST(MofLoader, ThereIsALimitOnIncludedFiles) {
+  const test::TemporaryFolder folder;
+  folder.write("empty.mof", "");
+  std::string includes;
+  for (int i = 1; i < 20000; ++i) {
+    includes += "#pragma include(\"empty.mof\")\n";
+  }
+  Repository repository;
+  const auto most = folder.write("most.mof", includes);
+  EXPECT_NO_THROW(mof::loadMof({most}, repository));
+  const auto more = folder.write("more.mof", includes + "#pragma include(\"empty.mof\")\n");
+  try {
+    mof::loadMof({more}, repository);
+    ADD_FAILURE();
+  } catch (const mof::MofError& error) {
+    EXPECT_EQ(error.what(), more.string() + ":20000:9: error: too many included files");
+  }
+}
+
 TEST(MofLoader, ErrorsInIncludedFilesNameThem) {
   const test::TemporaryFolder folder;
   folder.write("b.mof", "class");
