@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <boost/asio/socket_base.hpp>
-#include <new>
+#include <utility>
 
 #include "http/http_session.h"
 
@@ -19,6 +19,15 @@ constexpr std::chrono::milliseconds acceptPause{100};
 
 // Each connection takes a descriptor; everything else that the server has open takes a dozen.
 constexpr rlim_t otherDescriptors = 16;
+
+asio::ip::tcp::acceptor listenOn(asio::io_context& io, const asio::ip::tcp::endpoint& endpoint) {
+  asio::ip::tcp::acceptor acceptor(io, endpoint.protocol());
+  // A restarted server must not wait for the old one's connections to be forgotten.
+  acceptor.set_option(asio::socket_base::reuse_address(true));
+  acceptor.bind(endpoint);
+  acceptor.listen(asio::socket_base::max_listen_connections);
+  return acceptor;
+}
 
 }  // namespace
 
@@ -41,16 +50,15 @@ HttpLimits limitsOfProcess() {
 
 HttpServer::HttpServer(asio::io_context& io, const asio::ip::tcp::endpoint& endpoint,
                        RequestHandler& handler, HttpLimits limits)
+    : HttpServer(io, listenOn(io, endpoint), handler, limits) {}
+
+HttpServer::HttpServer(asio::io_context& io, asio::ip::tcp::acceptor acceptor,
+                       RequestHandler& handler, HttpLimits limits)
     : handler_(handler),
       limits_(limits),
       memory_(std::make_shared<MemoryBudget>(limits.heldBytes)),
-      acceptor_(io),
+      acceptor_(std::move(acceptor)),
       pause_(io) {
-  acceptor_.open(endpoint.protocol());
-  // A restarted server must not wait for the old one's connections to be forgotten.
-  acceptor_.set_option(asio::socket_base::reuse_address(true));
-  acceptor_.bind(endpoint);
-  acceptor_.listen(asio::socket_base::max_listen_connections);
   accept();
 }
 
@@ -93,22 +101,19 @@ void HttpServer::start(asio::ip::tcp::socket socket) {
   if (newcomers_.size() + served_.size() >= limits_.connections) {
     dropOne();
   }
-  const auto place = newcomers_.insert(newcomers_.end(), Entry());
+  // Joins the list last, for there may be no memory for the session.
+  Entries entry(1);
+  const auto place = entry.begin();
   HttpSession::Events events{.served =
                                  [this, place] {
                                    served_.splice(served_.end(), listOf(*place), place);
                                    place->hasServed = true;
                                  },
                              .ended = [this, place] { listOf(*place).erase(place); }};
-  std::shared_ptr<HttpSession> session;
-  try {
-    session = std::make_shared<HttpSession>(std::move(socket), handler_, limits_, memory_,
-                                            std::move(events));
-  } catch (const std::bad_alloc&) {
-    newcomers_.erase(place);
-    throw;
-  }
+  const auto session = std::make_shared<HttpSession>(std::move(socket), handler_, limits_, memory_,
+                                                     std::move(events));
   place->session = session;
+  newcomers_.splice(newcomers_.end(), entry);
   session->start();
 }
 

@@ -42,6 +42,9 @@ class HttpServer {
   // must outlive the server. Connections are served while io.run() runs.
   HttpServer(boost::asio::io_context& io, const boost::asio::ip::tcp::endpoint& endpoint,
              RequestHandler& handler, HttpLimits limits = HttpLimits());
+  // The same with a socket that listens already.
+  HttpServer(boost::asio::io_context& io, boost::asio::ip::tcp::acceptor acceptor,
+             RequestHandler& handler, HttpLimits limits = HttpLimits());
   ~HttpServer();
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;

@@ -22,9 +22,9 @@
 #include "log.h"
 #include "mof/error.h"
 #include "service/configuration.h"
-#include "service/notification.h"
 #include "service/privileges.h"
 #include "service/published_instances.h"
+#include "service/systemd.h"
 #include "store/recovery.h"
 #include "store/store_file.h"
 
@@ -104,9 +104,8 @@ class Service {
   }
 
   void run() {
-    const tcp::endpoint endpoint(asio::ip::make_address(options_.address), options_.port);
     CimHandler handler(repository_, access_, log_);
-    HttpServer server(io_, endpoint, handler, limitsOfProcess());
+    HttpServer server = startServer(handler);
     ends_.async_wait([&](boost::system::error_code, int) {
       blockEndSignals();
       notifySystemd("STOPPING=1");
@@ -122,6 +121,20 @@ class Service {
   }
 
  private:
+  HttpServer startServer(CimHandler& handler) {
+    const tcp::endpoint wanted(asio::ip::make_address(options_.address), options_.port);
+    auto passed = passedAcceptor(io_);
+    if (!passed) {
+      return {io_, wanted, handler, limitsOfProcess()};
+    }
+    const Options defaults;
+    const bool isDefault = options_.address == defaults.address && options_.port == defaults.port;
+    if (!isDefault && passed->local_endpoint() != wanted) {
+      log_.warning("--listen ignored: systemd holds another address for the server");
+    }
+    return {io_, *std::move(passed), handler, limitsOfProcess()};
+  }
+
   void checkOwners(const tcp::endpoint& listening) const {
     try {
       checkOwnersAreKnown(listening);

@@ -2,5 +2,5 @@
 set -e
 
 if [ "$1" = remove ] && [ -d /run/systemd/system ]; then
-    deb-systemd-invoke stop morvik-cimd.service >/dev/null || true
+    deb-systemd-invoke stop morvik-cimd.socket morvik-cimd.service >/dev/null || true
 fi

@@ -375,6 +375,53 @@ waitForState() { # LINE
     done
 }
 
+# The server with a listening socket that systemd would hold for it, at this address.
+withSocket() { # ADDRESS [ARG...]
+    exec "$python" - "$@" <<'END'
+import os, socket, sys
+family = socket.AF_INET6 if ":" in sys.argv[1] else socket.AF_INET
+held = socket.socket(family)
+held.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+held.bind((sys.argv[1], 5988))
+if os.environ.get("NOT_LISTENING") is None:
+    held.listen()
+os.dup2(held.fileno(), 3)
+os.set_inheritable(3, True)
+os.environ["LISTEN_FDS"] = os.environ.get("COUNT", "1")
+os.environ["LISTEN_PID"] = os.environ.get("FOR", str(os.getpid()))
+os.execv(sys.argv[2], sys.argv[2:])
+END
+}
+
+@test "a socket that systemd holds is used, whatever --listen says" {
+    export -f withSocket
+    export python
+    startServer cimd 'listening on 127.0.0.1:5988' bash -c 'withSocket "$@"' bash 127.0.0.1 "$cimd" "$mof"
+    listIs ''
+    stopServers
+    startServer cimd 'listening on 127.0.0.1:5988' bash -c 'withSocket "$@"' bash 127.0.0.1 "$cimd" \
+        --listen 127.0.0.1:5999 "$mof"
+    logHas 'warning: --listen ignored: systemd holds another address for the server'
+    listIs ''
+    change create F1 fan
+}
+
+@test "a socket that systemd holds must be one, listen, and be of the loopback interface" {
+    export -f withSocket
+    export python
+    refusesSocket() { # MESSAGE ADDRESS
+        runInstead bash -c 'withSocket "$@"' bash "$2" "$cimd" "$mof"
+        equal 3 "$status" status
+        complains "morvik-cimd: error: $1"
+    }
+    refusesSocket 'the socket of systemd is not one of the loopback interface' 0.0.0.0
+    COUNT=2 refusesSocket 'systemd passes 2 sockets instead of one' 127.0.0.1
+    NOT_LISTENING=1 refusesSocket 'systemd passes something else than a TCP socket that listens' 127.0.0.1
+    # Those of the process that started this one are not for it.
+    FOR=1 runInstead bash -c 'withSocket "$@"' bash 127.0.0.1 "$cimd" "$mof"
+    complains 'morvik-cimd: error: cannot listen on 127.0.0.1:5988: Address already in use'
+}
+
 # --- whom it answers ---
 
 # The status line of the answer to a good request with these header lines in place of its Host.

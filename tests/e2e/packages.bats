@@ -75,6 +75,7 @@ serverFiles() {
     cat <<'END'
 etc/default/morvik-cimd
 lib/systemd/system/morvik-cimd.service
+lib/systemd/system/morvik-cimd.socket
 lib/sysusers.d/morvik-cimd.conf
 sbin/morvik-cimd
 share/bash-completion/completions/morvik-cimd
