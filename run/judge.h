@@ -24,6 +24,7 @@ struct Item {
   std::string vendor;
   std::string revisionLevel;
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): it takes the operator for a comparison with 0
   auto operator<=>(const Item&) const = default;
 };
 

@@ -88,9 +88,10 @@ std::string findProgram(const std::string& name) {
   }
   std::istringstream directories(path);
   for (std::string directory; std::getline(directories, directory, ':');) {
-    const std::string place = directory + "/" + name;
-    if (!directory.empty() && access(place.c_str(), X_OK) == 0) {
-      return place;
+    directory += '/';
+    directory += name;
+    if (access(directory.c_str(), X_OK) == 0) {
+      return directory;
     }
   }
   return name;
@@ -98,6 +99,7 @@ std::string findProgram(const std::string& name) {
 
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
   for (std::string& text : texts) {
     pointers.push_back(text.data());
   }

@@ -210,8 +210,9 @@ Candidate Run::bringOnce(Bringer& bringer, const std::string& name, bool isFirst
   candidate.address = report_.source;
   const auto& good = state_.good();
   const bool isKnown = isFirst && good && good->source == candidate.address && !good->text.empty();
-  Brought brought = bringer.bring(name, isKnown ? std::optional(good->version) : std::nullopt);
-  candidate.text = brought.isUnchanged ? good->text : std::move(brought.text);
+  const Brought brought =
+      bringer.bring(name, isKnown ? std::optional(good->version) : std::nullopt);
+  candidate.text = brought.isUnchanged ? good->text : brought.text;
   candidate.version = brought.isUnchanged ? good->version : brought.version;
   if (!settings_.keyring.empty()) {
     candidate.keyring = keyringSum(settings_.keyring);

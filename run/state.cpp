@@ -176,7 +176,7 @@ State::~State() {
 }
 
 std::string State::emptyWorkDirectory() const {
-  const std::string work = pathOf("work");
+  std::string work = pathOf("work");
   std::error_code error;
   fs::remove_all(work, error);
   if (!error) {
