@@ -114,7 +114,8 @@ class Connection {
     // The longest answers do not fit.
     limits.heldBytes = std::size_t{64} << 10U;
     std::make_shared<cimd::HttpSession>(
-        std::move(socket), handler, limits, std::make_shared<cimd::MemoryBudget>(limits.heldBytes),
+        std::move(socket), handler, limits,
+        std::make_shared<cimd::MemoryBudget>(limits.heldBytes, limits.smallBytes),
         cimd::HttpSession::Events{.served = [this] { ++answers_; },
                                   .ended = [this] { hasEnded_ = true; }})
         ->start();

@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <boost/asio/post.hpp>
 #include <boost/asio/socket_base.hpp>
 #include <utility>
 
@@ -31,8 +32,10 @@ asio::ip::tcp::acceptor listenOn(asio::io_context& io, const asio::ip::tcp::endp
 
 }  // namespace
 
-HttpLimits limitsOfProcess() {
+HttpLimits limitsOfProcess(std::size_t maxRequest) {
   HttpLimits limits;
+  limits.bodyBytes = maxRequest;
+  limits.heldBytes = std::max(limits.heldBytes, maxRequest);
   const rlim_t wanted = limits.connections + otherDescriptors;
   rlimit descriptors{};
   if (getrlimit(RLIMIT_NOFILE, &descriptors) != 0) {
@@ -56,9 +59,10 @@ HttpServer::HttpServer(asio::io_context& io, asio::ip::tcp::acceptor acceptor,
                        RequestHandler& handler, HttpLimits limits)
     : handler_(handler),
       limits_(limits),
-      memory_(std::make_shared<MemoryBudget>(limits.heldBytes)),
+      memory_(std::make_shared<MemoryBudget>(limits.heldBytes, limits.smallBytes)),
       acceptor_(std::move(acceptor)),
       pause_(io) {
+  acceptor_.non_blocking(true);
   accept();
 }
 
@@ -70,6 +74,7 @@ void HttpServer::stop() {
   boost::system::error_code ignored;
   acceptor_.close(ignored);
   pause_.cancel();
+  waiting_.clear();
   while (dropOne()) {
   }
 }
@@ -85,6 +90,7 @@ void HttpServer::accept() {
       // Last, for there may be no memory for one more connection.
       if (!error) {
         start(std::move(socket));
+        acceptMore();
       }
       return;
     }
@@ -97,6 +103,21 @@ void HttpServer::accept() {
   });
 }
 
+// As long as more wait, without letting others go first: one for each round of the event loop would
+// make a flood of connections a long queue for everybody. Fewer than there is place for newcomers,
+// so that each has the time to send its request.
+void HttpServer::acceptMore() {
+  for (std::size_t count = 0; count < limits_.connections / 8; ++count) {
+    boost::system::error_code error;
+    asio::ip::tcp::socket socket(acceptor_.get_executor());
+    acceptor_.accept(socket, error);
+    if (error) {
+      return;
+    }
+    start(std::move(socket));
+  }
+}
+
 void HttpServer::start(asio::ip::tcp::socket socket) {
   if (newcomers_.size() + served_.size() >= limits_.connections) {
     dropOne();
@@ -104,17 +125,44 @@ void HttpServer::start(asio::ip::tcp::socket socket) {
   // Joins the list last, for there may be no memory for the session.
   Entries entry(1);
   const auto place = entry.begin();
-  HttpSession::Events events{.served =
-                                 [this, place] {
-                                   served_.splice(served_.end(), listOf(*place), place);
-                                   place->hasServed = true;
-                                 },
-                             .ended = [this, place] { listOf(*place).erase(place); }};
+  HttpSession::Events events{
+      .begun =
+          [this, place] {
+            Entries& list = listOf(*place);
+            list.splice(list.end(), list, place);
+          },
+      .later = [this](std::function<void()> answer) { answerLater(std::move(answer)); },
+      .served =
+          [this, place] {
+            served_.splice(served_.end(), listOf(*place), place);
+            place->hasServed = true;
+          },
+      .ended = [this, place] { listOf(*place).erase(place); }};
   const auto session = std::make_shared<HttpSession>(std::move(socket), handler_, limits_, memory_,
                                                      std::move(events));
   place->session = session;
   newcomers_.splice(newcomers_.end(), entry);
   session->start();
+}
+
+void HttpServer::answerLater(std::function<void()> answer) {
+  waiting_.push_back(std::move(answer));
+  if (waiting_.size() == 1) {
+    asio::post(acceptor_.get_executor(), [this] { answerNext(); });
+  }
+}
+
+void HttpServer::answerNext() {
+  if (waiting_.empty()) {
+    return;
+  }
+  const std::function<void()> answer = std::move(waiting_.front());
+  waiting_.pop_front();
+  // Before the answer, which may end in an exception.
+  if (!waiting_.empty()) {
+    asio::post(acceptor_.get_executor(), [this] { answerNext(); });
+  }
+  answer();
 }
 
 bool HttpServer::dropOne() {

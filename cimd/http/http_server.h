@@ -5,6 +5,8 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <chrono>
+#include <deque>
+#include <functional>
 #include <list>
 #include <memory>
 
@@ -17,14 +19,17 @@ class HttpSession;
 
 struct HttpLimits {
   std::size_t headerBytes = 16384;
-  std::size_t bodyBytes = std::size_t{16} << 20U;
-  // When one more comes, another makes room for it: the oldest that has made no request, if these
-  // are more than a quarter, otherwise the one whose last request is longest ago. So silent
-  // connections, however many, do not push out clients at work, and the latter not a newcomer.
+  std::size_t bodyBytes = std::size_t{1} << 20U;
+  // When one more comes, another makes room for it: of those that have had no answer yet, if these
+  // are more than a quarter, otherwise of the others, the one whose last request began or was
+  // answered longest ago. So silent connections, however many, do not push out clients at work, and
+  // the latter not a newcomer.
   std::size_t connections = 256;
-  // Of requests that are being read and of answers that are being sent, all connections together.
-  // Whose request or answer does not fit any more gets a 503.
-  std::size_t heldBytes = std::size_t{512} << 20U;
+  // Of requests that are being read and of answers that are being sent, all connections together,
+  // without those of up to `smallBytes`. When it is used up, the request or answer that has taken
+  // longest is ended.
+  std::size_t heldBytes = std::size_t{256} << 20U;
+  std::size_t smallBytes = std::size_t{64} << 10U;
   // How long a connection may wait for its next request.
   std::chrono::milliseconds idle{300'000};
   // From the first byte of a request to its last, and the same for the answer: one deadline for the
@@ -32,9 +37,9 @@ struct HttpLimits {
   std::chrono::milliseconds exchange{30'000};
 };
 
-// The default limits, with no more connections than this process can have descriptors for. Raises
-// the process's own limit where it must and may.
-HttpLimits limitsOfProcess();
+// The default limits with this one for the body of a request, and with no more connections than
+// this process can have descriptors for. Raises the process's own limit where it must and may.
+HttpLimits limitsOfProcess(std::size_t maxRequest);
 
 class HttpServer {
  public:
@@ -62,6 +67,9 @@ class HttpServer {
   using Entries = std::list<Entry>;
 
   void accept();
+  void acceptMore();
+  void answerLater(std::function<void()> answer);
+  void answerNext();
   void start(boost::asio::ip::tcp::socket socket);
   // False when there is no connection.
   bool dropOne();
@@ -72,9 +80,12 @@ class HttpServer {
   std::shared_ptr<MemoryBudget> memory_;
   boost::asio::ip::tcp::acceptor acceptor_;
   boost::asio::steady_timer pause_;
-  // Those without a completed request, the youngest at the end.
+  // Large requests that are complete. One is answered at a time, then whatever else is ready: each
+  // may take some tens of milliseconds.
+  std::deque<std::function<void()>> waiting_;
+  // Those without a completed request. At the end are those that came or began one last.
   Entries newcomers_;
-  // Those that completed a request last are at the end.
+  // At the end are those that began or completed a request last.
   Entries served_;
 };
 

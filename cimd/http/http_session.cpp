@@ -39,7 +39,7 @@ HttpSession::HttpSession(asio::ip::tcp::socket socket, RequestHandler& handler,
     : stream_(std::move(socket)),
       handler_(handler),
       limits_(limits),
-      share_(std::move(memory)),
+      share_(std::move(memory), [this] { stream_.close(); }),
       events_(std::move(events)),
       caller_([this] { return ownerOf(stream_.socket()); }),
       buffer_(limits.headerBytes + readSize) {}
@@ -90,6 +90,9 @@ void HttpSession::skipEmptyLines() {
 }
 
 void HttpSession::readHeader() {
+  if (events_.begun) {
+    events_.begun();
+  }
   stream_.expires_after(limits_.exchange);
   http::async_read_header(stream_, buffer_, *parser_,
                           [self = shared_from_this()](Error error, std::size_t) {
@@ -134,7 +137,15 @@ void HttpSession::readBody() {
   if (!share_.resize(parser_->get().body().size())) {
     refuse(http::status::service_unavailable);
   } else if (parser_->is_done()) {
-    bodyRead();
+    if (events_.later && parser_->get().body().size() > limits_.smallBytes) {
+      events_.later([self = shared_from_this()] {
+        if (self->stream_.socket().is_open()) {
+          self->bodyRead();
+        }
+      });
+    } else {
+      bodyRead();
+    }
   } else {
     http::async_read_some(stream_, buffer_, *parser_,
                           [self = shared_from_this()](Error error, std::size_t) {

@@ -19,6 +19,10 @@ namespace cimd {
 class HttpSession : public std::enable_shared_from_this<HttpSession> {
  public:
   struct Events {
+    // The first byte of a request has come.
+    std::function<void()> begun;
+    // A large request is to be answered; calls its argument when it is its turn.
+    std::function<void(std::function<void()>)> later;
     // An answer has been sent.
     std::function<void()> served;
     // The connection is over. The last call.

@@ -1,45 +1,82 @@
-// A bound on what all connections together keep in memory.
+// A bound on what the large requests and answers of all connections together keep in memory.
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <list>
 #include <memory>
 #include <utility>
 
 namespace cimd {
 
+class MemoryShare;
+
 class MemoryBudget {
  public:
-  explicit MemoryBudget(std::size_t bytes) : free_(bytes) {}
+  // Shares of up to `small` bytes do not count: there are no more of them than connections. So
+  // however many large ones there are, a small request is served.
+  MemoryBudget(std::size_t bytes, std::size_t small) : total_(bytes), free_(bytes), small_(small) {}
   MemoryBudget(const MemoryBudget&) = delete;
   MemoryBudget& operator=(const MemoryBudget&) = delete;
 
  private:
   friend class MemoryShare;
+  std::size_t total_;
   std::size_t free_;
+  std::size_t small_;
+  // The shares that count, the oldest first.
+  std::list<MemoryShare*> holders_;
 };
 
 // What one connection has of the budget; given back at its end.
 class MemoryShare {
  public:
-  explicit MemoryShare(std::shared_ptr<MemoryBudget> budget) : budget_(std::move(budget)) {}
-  ~MemoryShare() { resize(0); }
+  // `yield` ends the connection. It is called when the share must make room for another.
+  MemoryShare(std::shared_ptr<MemoryBudget> budget, std::function<void()> yield)
+      : budget_(std::move(budget)), yield_(std::move(yield)) {}
+  ~MemoryShare() { release(); }
   MemoryShare(const MemoryShare&) = delete;
   MemoryShare& operator=(const MemoryShare&) = delete;
 
-  // Makes the share this large. False, and nothing has changed, when that is more than is left.
+  // Makes the share this large. When too little is left, the oldest shares are ended: theirs are
+  // the connections that have taken longest. False when this share is the oldest itself or the
+  // whole budget would not do; then nothing has changed for it.
   bool resize(std::size_t bytes) {
-    const std::size_t available = budget_->free_ + bytes_;
-    if (bytes > available) {
+    const std::size_t counted = bytes > budget_->small_ ? bytes : 0;
+    if (counted > budget_->total_) {
       return false;
     }
-    budget_->free_ = available - bytes;
-    bytes_ = bytes;
+    while (counted > budget_->free_ + counted_) {
+      MemoryShare* const oldest = budget_->holders_.front();
+      if (oldest == this) {
+        return false;
+      }
+      oldest->release();
+      oldest->yield_();
+    }
+    if (counted != 0 && counted_ == 0) {
+      budget_->holders_.push_back(this);
+    } else if (counted == 0) {
+      release();
+      return true;
+    }
+    budget_->free_ = budget_->free_ + counted_ - counted;
+    counted_ = counted;
     return true;
   }
 
  private:
+  void release() {
+    if (counted_ != 0) {
+      budget_->free_ += counted_;
+      counted_ = 0;
+      budget_->holders_.remove(this);
+    }
+  }
+
   std::shared_ptr<MemoryBudget> budget_;
-  std::size_t bytes_ = 0;
+  std::function<void()> yield_;
+  std::size_t counted_ = 0;
 };
 
 }  // namespace cimd

@@ -63,6 +63,11 @@ class Session:
         named = f"<VALUE.NAMEDINSTANCE>{path(number)}{instance(number, name)}</VALUE.NAMEDINSTANCE>"
         self.call("ModifyInstance", [("ModifiedInstance", named)])
 
+    def change_description(self, number, text):
+        changed = f'<INSTANCE CLASSNAME="{FRU}"><PROPERTY NAME="Description" TYPE="string"><VALUE>{text}</VALUE></PROPERTY></INSTANCE>'
+        named = f"<VALUE.NAMEDINSTANCE>{path(number)}{changed}</VALUE.NAMEDINSTANCE>"
+        self.call("ModifyInstance", [("ModifiedInstance", named)])
+
     def delete(self, number):
         self.call("DeleteInstance", [("InstanceName", path(number))])
 

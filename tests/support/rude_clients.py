@@ -117,7 +117,7 @@ def huge_bodies():
     length = f"Content-Length: {len(bad_requests.GOOD_BODY)}".encode()
     while True:
         client = connect()
-        push(client, GOOD.replace(length, b"Content-Length: 16000000") + b" " * 4000000)
+        push(client, GOOD.replace(length, b"Content-Length: 1000000") + b" " * 900000)
         held.add(client)
         yield
 

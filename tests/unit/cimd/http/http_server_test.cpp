@@ -135,6 +135,9 @@ class Client {
     return false;
   }
 
+  // For the server to take what was sent.
+  void wait() { std::this_thread::sleep_for(milliseconds(200)); }
+
   void setReceiveBuffer(int bytes) {
     socket_.set_option(asio::socket_base::receive_buffer_size(bytes));
   }
@@ -287,28 +290,53 @@ TEST(HttpServer, AHeaderOrBodyPastItsLimitIsRefused) {
   EXPECT_EQ(bodyOf(largest.ask(post(std::string(1000, 'x')))).size(), 1002U);
 }
 
-// All connections share one budget, which the first two use up.
-TEST(HttpServer, RequestsAndAnswersThatDoNotFitInMemoryTogetherAreRefused) {
+// All connections share one budget, which one answer uses up. Nothing small takes part in it.
+TEST(HttpServer, WhoTakesLongestMakesRoomForALargeRequestOrAnswer) {
   HttpLimits limits;
   limits.heldBytes = (std::size_t{32} << 20U) + 100;
   const Server server(limits);
+  const std::string large(100000, 'x');
   Client notReading(server);
   notReading.setReceiveBuffer(1 << 16);
   notReading.send(post("large"));
   Client small(server);
-  EXPECT_EQ(bodyOf(small.ask(post("one"))), "[one]");
-  EXPECT_EQ(statusOf(small.ask(post("large"))), "HTTP/1.1 503");
-  EXPECT_TRUE(small.isClosed());
-  Client sending(server);
-  EXPECT_EQ(statusOf(sending.ask(post(std::string(1000, 'x')))), "HTTP/1.1 503");
-  EXPECT_EQ(bodyOf(notReading.receive()).size(), std::size_t{32} << 20U);
-  Client next(server);
-  EXPECT_EQ(bodyOf(next.ask(post(std::string(1000, 'x')))).size(), 1002U);
+  EXPECT_EQ(bodyOf(small.ask(post(std::string(64 << 10U, 'x')))).size(), (64U << 10U) + 2);
+  notReading.wait();
+  EXPECT_EQ(bodyOf(small.ask(post(large))).size(), large.size() + 2);
+  EXPECT_LT(bodyOf(notReading.receive()).size(), std::size_t{32} << 20U);
+  EXPECT_EQ(bodyOf(small.ask(post("large"))).size(), std::size_t{32} << 20U);
+}
+
+// In the order of time, not of size; and who asks for more than there is, is refused.
+TEST(HttpServer, TheOldestOfManyLargeRequestsMakesRoom) {
+  HttpLimits limits;
+  limits.heldBytes = 1000000;
+  limits.bodyBytes = 2000000;
+  const Server server(limits);
+  const auto begin = [](std::size_t size) {
+    return "POST / HTTP/1.1\r\nHost: localhost\r\nContent-Length: 900000\r\n\r\n" +
+           std::string(size, 'x');
+  };
+  Client first(server);
+  first.send(begin(300000));
+  first.wait();
+  Client second(server);
+  second.send(begin(400000));
+  second.wait();
+  Client third(server);
+  third.send(begin(899999));
+  EXPECT_TRUE(first.isClosed());
+  EXPECT_TRUE(second.isClosed());
+  third.send("x");
+  EXPECT_EQ(bodyOf(third.receive()).size(), 900002U);
+  Client oldest(server);
+  EXPECT_EQ(statusOf(oldest.ask(post(std::string(1000001, 'x')))), "HTTP/1.1 503");
 }
 
 TEST(HttpServer, ABodyCountsWhileItComesAndNoMoreWhenItsConnectionEnds) {
   HttpLimits limits;
   limits.heldBytes = 1000;
+  limits.smallBytes = 0;
   const Server server(limits);
   const std::string begin = "POST / HTTP/1.1\r\nHost: localhost\r\nContent-Length: 5000\r\n\r\n";
   for (int i = 0; i < 5; ++i) {
@@ -430,6 +458,24 @@ TEST(HttpServer, OneConnectionTooManyReplacesTheOneUnusedForLongest) {
   EXPECT_EQ(bodyOf(third.ask(post("3"))), "[3]");
   EXPECT_TRUE(second.isClosed());
   EXPECT_EQ(bodyOf(first.ask(post("1"))), "[1]");
+}
+
+TEST(HttpServer, AConnectionThatBeginsARequestIsNotTheOneUnusedForLongest) {
+  HttpLimits limits;
+  limits.connections = 2;
+  const Server server(limits);
+  Client first(server);
+  EXPECT_EQ(bodyOf(first.ask(post("1"))), "[1]");
+  Client second(server);
+  EXPECT_EQ(bodyOf(second.ask(post("2"))), "[2]");
+  const std::string request = post("three");
+  first.send(request.substr(0, 30));
+  first.wait();
+  Client third(server);
+  EXPECT_EQ(bodyOf(third.ask(post("3"))), "[3]");
+  EXPECT_TRUE(second.isClosed());
+  first.send(request.substr(30));
+  EXPECT_EQ(bodyOf(first.receive()), "[three]");
 }
 
 TEST(HttpServer, ConnectionsThatComeAndGoLeaveNothing) {
