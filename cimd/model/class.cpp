@@ -3,6 +3,7 @@
 #include "xml/decoder.h"
 
 #include <algorithm>
+#include <charconv>
 
 #include "model/errors.h"
 
@@ -59,6 +60,20 @@ void addEach(const Declarations& declarations, RefusedFeature::Kind kind, Add ad
       throw RefusedFeature(reason, kind, position);
     }
   }
+}
+
+// The value has a type of its own where the qualifier is not declared.
+std::optional<Pegasus::Uint64> maxLengthIn(const PropertyDeclaration& property) {
+  const Qualifier* qualifier = findQualifier(property.qualifiers, "MaxLen");
+  if (property.type != Pegasus::CIMTYPE_STRING || qualifier == nullptr ||
+      qualifier->value.isNull()) {
+    return std::nullopt;
+  }
+  const std::string digits = qualifier->value.toString().toUtf8();
+  Pegasus::Uint64 limit = 0;
+  const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), limit);
+  return read.ec == std::errc() && read.ptr == digits.data() + digits.size() ? std::optional(limit)
+                                                                             : std::nullopt;
 }
 
 void inheritParameters(std::vector<MethodParameter>& own,
@@ -168,8 +183,8 @@ void Class::addProperty(const PropertyDeclaration& declaration) {
     refuse("class " + name_ + " has more properties than clients read");
   }
   positions_.emplace(fold(declaration.name), properties_.size());
-  properties_.push_back(
-      std::make_shared<const Property>(Property{declaration, this, this, embeddedIn(declaration)}));
+  properties_.push_back(std::make_shared<const Property>(
+      Property{declaration, this, this, embeddedIn(declaration), maxLengthIn(declaration)}));
 }
 
 void Class::overrideProperty(std::size_t position, const PropertyDeclaration& declaration) {
@@ -184,6 +199,7 @@ void Class::overrideProperty(std::size_t position, const PropertyDeclaration& de
   Property property{declaration, this, inherited.originClass};
   inheritQualifiers(property.qualifiers, inherited.qualifiers, where);
   property.embedded = embeddedIn(property);
+  property.maxLength = maxLengthIn(property);
   // A key stays one in every subclass: otherwise instances of the two could not be told apart.
   property.isKey = property.isKey || inherited.isKey;
   properties_[position] = std::make_shared<const Property>(std::move(property));

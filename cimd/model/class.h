@@ -147,6 +147,8 @@ struct Property : PropertyDeclaration {
   const Class* declaringClass = nullptr;
   const Class* originClass = nullptr;
   Embedded embedded = Embedded::none;
+  // In characters, by the qualifier MaxLen; nothing where there is no limit.
+  std::optional<Pegasus::Uint64> maxLength = {};
 };
 
 // A method of a class, its own or inherited.

@@ -33,6 +33,8 @@ struct StoredInstance {
 
   // By a client.
   bool isPublished() const { return declaredBy == nullptr; }
+  // In bytes, for limits: of the texts.
+  std::size_t size() const { return nameXml.size() + instanceXml.size(); }
 };
 
 // Clients choose the keys, so the index is an ordered one, which has no bad keys. Listing takes

@@ -2,6 +2,9 @@
 
 #include "xml/document.h"
 
+#include <algorithm>
+#include <optional>
+
 #include "model/errors.h"
 #include "model/instance_key.h"
 
@@ -87,6 +90,22 @@ std::vector<const CIMValue*> listedValues(const Class& cls,
   return listed;
 }
 
+// The elements of an array, or the one text; none for null and for other types.
+Pegasus::Array<String> textsOf(const CIMValue& value) {
+  Pegasus::Array<String> texts;
+  if (value.isNull() || value.getType() != Pegasus::CIMTYPE_STRING) {
+    return texts;
+  }
+  if (value.isArray()) {
+    value.get(texts);
+  } else {
+    String text;
+    value.get(text);
+    texts.append(text);
+  }
+  return texts;
+}
+
 bool isObject(const String& text, Embedded embedded) {
   try {
     const Pegasus::xml::XmlDocument document(text.toUtf8());
@@ -97,7 +116,35 @@ bool isObject(const String& text, Embedded embedded) {
   }
 }
 
+// In characters. Those past U+FFFF are two in UTF-16.
+std::size_t lengthOf(const String& text) {
+  const std::u16string_view units = text.view();
+  return units.size() -
+         static_cast<std::size_t>(std::count_if(units.begin(), units.end(), [](char16_t unit) {
+           return unit >= 0xDC00 && unit <= 0xDFFF;
+         }));
+}
+
 }  // namespace
+
+void checkLengths(const Class& cls, const CIMInstance& given) {
+  for (Pegasus::Uint32 i = 0; i < given.getPropertyCount(); ++i) {
+    const Pegasus::CIMProperty& property = given.getProperty(i);
+    const auto position = cls.findProperty(property.getName());
+    const auto limit = position ? cls.property(*position).maxLength : std::nullopt;
+    if (!limit) {
+      continue;
+    }
+    const Pegasus::Array<String> texts = textsOf(property.getValue());
+    for (Pegasus::Uint32 j = 0; j < texts.size(); ++j) {
+      if (lengthOf(texts[j]) > *limit) {
+        throwCimError(CIM_ERR_INVALID_PARAMETER,
+                      "property " + property.getName() + " has more than " +
+                          String(std::string_view(std::to_string(*limit))) + " characters");
+      }
+    }
+  }
+}
 
 CIMInstance completeInstance(const Class& cls, const CIMInstance& given, const KeyScope& scope) {
   if (cls.isAbstract()) {
@@ -142,14 +189,7 @@ std::string_view embeddedObject(const Property& property, const CIMValue& value)
   if (property.embedded == Embedded::none) {
     return {};
   }
-  Pegasus::Array<String> texts;
-  if (!value.isNull() && value.isArray()) {
-    value.get(texts);
-  } else if (!value.isNull()) {
-    String text;
-    value.get(text);
-    texts.append(text);
-  }
+  const Pegasus::Array<String> texts = textsOf(value);
   for (Pegasus::Uint32 i = 0; i < texts.size(); ++i) {
     if (!value.isNullElement(i) && !isObject(texts[i], property.embedded)) {
       return {};

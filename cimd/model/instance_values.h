@@ -28,6 +28,10 @@ Pegasus::CIMInstance changedInstance(const Class& cls, const Pegasus::CIMInstanc
                                      const Pegasus::CIMInstance& given,
                                      const Pegasus::CIMPropertyList& list, const KeyScope& scope);
 
+// Throws CIMException (INVALID_PARAMETER) when a text in `given`, an instance of the class, has
+// more characters than the qualifier MaxLen of its property allows.
+void checkLengths(const Class& cls, const Pegasus::CIMInstance& given);
+
 // The attribute EmbeddedObject (DSP0201) of a property with this value: "instance", "object" or
 // empty. Clients decode a value with the attribute, and refuse the whole answer if they cannot, so
 // a value that is not an object in CIM-XML has none and is an ordinary string.

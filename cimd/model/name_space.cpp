@@ -42,6 +42,9 @@ InstanceKey NameSpace::keyOf(const CIMObjectPath& path) const {
 CIMObjectPath NameSpace::createInstance(const CIMInstance& given, Origin origin) {
   const Class& cls = classNamed(given.getClassName());
   StoredInstance created(cls, completeInstance(cls, given, keyScope()), nullptr);
+  if (origin == Origin::published) {
+    checkLengths(cls, given);
+  }
   return add(cls, std::move(created), origin == Origin::published);
 }
 
@@ -67,12 +70,21 @@ CIMObjectPath NameSpace::add(const Class& cls, StoredInstance stored, bool isJou
   if (instances_.find(key) != nullptr) {
     throwCimError(Pegasus::CIM_ERR_ALREADY_EXISTS, describePath(path));
   }
+  const bool isCounted = quota_ != nullptr && stored.isPublished();
+  const std::size_t size = stored.size();
+  if (isCounted && isJournaled) {
+    quota_->checkInstance(size);
+  }
   // Whatever can fail comes before the journal, which must not have what is not here.
   auto addition = instances_.prepare(cls, std::move(key), std::move(stored));
   if (journal_ != nullptr && isJournaled) {
     journal_->put(name_, addition.key(), cls.name(), addition.stored().instanceXml);
   }
   instances_.add(std::move(addition));
+  if (isCounted) {
+    quota_->instances += 1;
+    quota_->bytes += size;
+  }
   return path;
 }
 
@@ -95,17 +107,30 @@ void NameSpace::modifyInstance(const CIMInstance& given, const CIMPropertyList& 
   const Class& cls = classNamed(stored.instance.getClassName());
   StoredInstance changed(cls, changedInstance(cls, stored.instance, given, list, keyScope()),
                          nullptr);
+  checkLengths(cls, given);
+  const std::size_t before = stored.size();
+  const std::size_t after = changed.size();
+  if (quota_ != nullptr && after > before) {
+    quota_->checkBytes(after - before);
+  }
   if (journal_ != nullptr) {
     journal_->put(name_, key, cls.name(), changed.instanceXml);
   }
   instances_.replace(key, std::move(changed));
+  if (quota_ != nullptr) {
+    quota_->bytes += after - before;  // modulo 2^64 when it is smaller now
+  }
 }
 
 void NameSpace::deleteInstance(const CIMObjectPath& path) {
   const InstanceKey key = keyOf(path);
-  changeable(key, path);
+  const StoredInstance& stored = changeable(key, path);
   if (journal_ != nullptr) {
     journal_->remove(name_, key);
+  }
+  if (quota_ != nullptr) {
+    quota_->instances -= 1;
+    quota_->bytes -= stored.size();
   }
   instances_.remove(key);
 }

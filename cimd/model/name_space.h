@@ -10,6 +10,7 @@
 
 #include "model/instance_store.h"
 #include "model/journal.h"
+#include "model/quota.h"
 #include "model/schema.h"
 
 namespace cimd {
@@ -24,7 +25,10 @@ enum class Origin {
 
 class NameSpace {
  public:
-  explicit NameSpace(Pegasus::String name) : name_(std::move(name)) {}
+  // The quota, which must outlive the namespace, counts what clients publish. Without one there is
+  // no limit.
+  explicit NameSpace(Pegasus::String name, Quota* quota = nullptr)
+      : name_(std::move(name)), quota_(quota) {}
 
   // In its first spelling, without slashes at the ends.
   const Pegasus::String& name() const { return name_; }
@@ -40,7 +44,8 @@ class NameSpace {
 
   // Stores the instance, completed by completeInstance(), and returns its name. Throws
   // CIMException: INVALID_CLASS, ALREADY_EXISTS, what completeInstance() throws, and what the
-  // journal throws.
+  // journal throws; for one that is published now also INVALID_PARAMETER for a text that is longer
+  // than its MaxLen and SERVER_LIMITS_EXCEEDED.
   Pegasus::CIMObjectPath createInstance(const Pegasus::CIMInstance& given, Origin origin);
   // The same for an instance of the server's configuration. It cannot be changed until the
   // configuration is read again. `source` must not be null.
@@ -51,8 +56,8 @@ class NameSpace {
   // Changes the instance that the path of `given` names: the properties in `given`, or those in the
   // list if it is not null. A property that is only in the list gets the default of the class.
   // Throws CIMException: INVALID_CLASS, NOT_FOUND, ACCESS_DENIED (it is declared),
-  // NO_SUCH_PROPERTY, INVALID_PARAMETER (a key would change, a value is of another type), and what
-  // the journal throws.
+  // NO_SUCH_PROPERTY, INVALID_PARAMETER (a key would change, a value is of another type or too
+  // long), SERVER_LIMITS_EXCEEDED, and what the journal throws.
   void modifyInstance(const Pegasus::CIMInstance& given, const Pegasus::CIMPropertyList& list);
   // Throws CIMException: INVALID_CLASS, NOT_FOUND, ACCESS_DENIED (it is declared), and what the
   // journal throws.
@@ -75,6 +80,7 @@ class NameSpace {
   Pegasus::CIMObjectPath add(const Class& cls, StoredInstance stored, bool isJournaled);
 
   Pegasus::String name_;
+  Quota* quota_;
   Schema schema_;
   InstanceStore instances_;
   Journal* journal_ = nullptr;

@@ -38,7 +38,7 @@ NameSpace& Repository::addNameSpace(const String& name) {
   const String trimmed = trimNameSpace(name);
   auto& place = nameSpaces_[fold(trimmed)];
   if (!place) {
-    place = std::make_unique<NameSpace>(trimmed);
+    place = std::make_unique<NameSpace>(trimmed, quota_.get());
   }
   return *place;
 }

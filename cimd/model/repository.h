@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "model/name_space.h"
+#include "model/quota.h"
 
 namespace cimd {
 
@@ -33,6 +34,9 @@ class Repository {
   // Makes the namespace if there is none of this name. It lives as long as the repository.
   NameSpace& addNameSpace(const Pegasus::String& name);
 
+  // Of what clients publish in all namespaces.
+  Quota& quota() { return *quota_; }
+
   // NameSpace::setJournal() for all namespaces that there are now.
   void setJournal(Journal* journal);
   // Copies what clients published in the other repository. Returns a line for each instance that
@@ -49,6 +53,8 @@ class Repository {
   Counts counts() const;
 
  private:
+  // The namespaces point to it, also when the repository is moved.
+  std::unique_ptr<Quota> quota_ = std::make_unique<Quota>();
   std::map<FoldedName, std::unique_ptr<NameSpace>> nameSpaces_;
 };
 

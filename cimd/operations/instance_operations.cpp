@@ -77,6 +77,10 @@ class Selection {
   PropertyFilter properties_;
 };
 
+// All published instances fit by default. With qualifiers, which a class has once and its instances
+// then each, an answer could be many times as large.
+constexpr std::size_t maxAnswer = std::size_t{128} << 20U;
+
 // Upper bound for the answer when no qualifiers or class origin are requested, with room for the
 // message around it. Without it a long answer would be copied each time that it grows.
 std::size_t expectedSize(const std::vector<const StoredInstance*>& instances) {
@@ -86,7 +90,7 @@ std::size_t expectedSize(const std::vector<const StoredInstance*>& instances) {
   for (const StoredInstance* stored : instances) {
     size += stored->nameXml.size() + stored->instanceXml.size() + aroundEach;
   }
-  return std::min(size, maxAnswer + around);
+  return size;
 }
 
 // The new value of the property; on the wire it has no type.
@@ -112,7 +116,9 @@ std::string enumerateInstances(NameSpace& nameSpace, const Request& request) {
     out.append("<VALUE.NAMEDINSTANCE>").append(stored->nameXml);
     selection.append(out, *stored, nameSpace.classNamed(stored->instance.getClassName()), cls);
     out += "</VALUE.NAMEDINSTANCE>";
-    checkAnswerSize(out);
+    if (out.size() > maxAnswer) {
+      throwCimError(Pegasus::CIM_ERR_SERVER_LIMITS_EXCEEDED, "the answer is too large");
+    }
   }
   return out;
 }
@@ -122,7 +128,6 @@ std::string enumerateInstanceNames(NameSpace& nameSpace, const Request& request)
   std::string out;
   for (const StoredInstance* stored : nameSpace.instances(nameSpace.classNamed(className))) {
     out += stored->nameXml;
-    checkAnswerSize(out);
   }
   return out;
 }

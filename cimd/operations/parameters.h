@@ -1,4 +1,4 @@
-// Reading the parameters of operations, and the limit on answers.
+// Reading the parameters of operations.
 #pragma once
 
 #include "xml/request.h"
@@ -20,16 +20,6 @@ T required(std::optional<T> value, const char* parameter) {
                   Pegasus::String("parameter ") + parameter + " is missing");
   }
   return *std::move(value);
-}
-
-// More than any client of this server can use. Keeps one request from taking all memory.
-constexpr std::size_t maxAnswer = std::size_t{256} << 20U;
-
-// Throws CIMException (SERVER_LIMITS_EXCEEDED).
-inline void checkAnswerSize(const std::string& answer) {
-  if (answer.size() > maxAnswer) {
-    throwCimError(Pegasus::CIM_ERR_SERVER_LIMITS_EXCEEDED, "the answer is too large");
-  }
 }
 
 // The properties that a request wants: all of them, or those in its PropertyList. Names in the list

@@ -18,6 +18,11 @@ constexpr const char* description =
 constexpr const char* footer =
     "\nExit status: 0 normal end, 1 run-time error, 2 wrong usage, 3 wrong configuration.";
 
+// Of any client that only uses this server for what it is for, and of what it is made for.
+constexpr std::size_t smallestRequest = std::size_t{64} << 10U;
+constexpr std::size_t largestRequest = std::size_t{64} << 20U;
+constexpr std::size_t largestLimit = std::size_t{1} << 40U;
+
 struct ListenAddress {
   std::string address;
   Pegasus::Uint16 port;
@@ -126,6 +131,19 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
                  "of the store, or nobody)")
       ->type_name("NAME")
       ->check(CLI::Validator(checkNotEmpty, ""));
+  app.add_option("--max-request", options.maxRequest, "Largest request, such as 1MiB, the default")
+      ->type_name("SIZE")
+      ->transform(CLI::AsSizeValue(false))
+      ->check(CLI::Range(smallestRequest, largestRequest));
+  app.add_option("--max-instances", options.maxInstances,
+                 "How many instances clients may publish (default: 10000)")
+      ->type_name("NUMBER")
+      ->check(CLI::Range(std::size_t{0}, largestLimit));
+  app.add_option("--max-bytes", options.maxBytes,
+                 "How large published instances may be together (default: 64MiB)")
+      ->type_name("SIZE")
+      ->transform(CLI::AsSizeValue(false))
+      ->check(CLI::Range(std::size_t{0}, largestLimit));
   std::string recover;
   app.add_option("--recover", recover,
                  "Write what is readable of this damaged store to STORE.recovered, list what is "

@@ -3,6 +3,7 @@
 
 #include <Pegasus/Common/Config.h>
 
+#include <cstddef>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -27,6 +28,10 @@ struct Options {
   std::optional<std::filesystem::path> recordedTables;
   // Without it, instances are kept in memory only.
   std::optional<std::filesystem::path> store;
+  // Limits of requests, in bytes, and of what clients publish.
+  std::size_t maxRequest = std::size_t{1} << 20U;
+  std::size_t maxInstances = 10'000;
+  std::size_t maxBytes = std::size_t{64} << 20U;
   // The account to run as, when started as root.
   std::optional<std::string> user;
   // The damaged store to recover, instead of serving anything.

@@ -93,7 +93,7 @@ class Service {
         configuration_(options.files, options.includeDirectories, std::move(hostBytes), log),
         repository_(configuration_.load()),
         published_(storeToOpen(options), log, [this] { returnSpaceLater(afterChange); }) {
-    published_.restore(repository_, nullptr);
+    restore(repository_, nullptr);
     log_.debug("serving " + describe(repository_));
   }
 
@@ -125,14 +125,14 @@ class Service {
     const tcp::endpoint wanted(asio::ip::make_address(options_.address), options_.port);
     auto passed = passedAcceptor(io_);
     if (!passed) {
-      return {io_, wanted, handler, limitsOfProcess()};
+      return {io_, wanted, handler, limitsOfProcess(options_.maxRequest)};
     }
     const Options defaults;
     const bool isDefault = options_.address == defaults.address && options_.port == defaults.port;
     if (!isDefault && passed->local_endpoint() != wanted) {
       log_.warning("--listen ignored: systemd holds another address for the server");
     }
-    return {io_, *std::move(passed), handler, limitsOfProcess()};
+    return {io_, *std::move(passed), handler, limitsOfProcess(options_.maxRequest)};
   }
 
   void checkOwners(const tcp::endpoint& listening) const {
@@ -142,6 +142,18 @@ class Service {
       log_.error(std::string("the kernel does not know whose connections are: all changes will be "
                              "refused: ") +
                  error.what());
+    }
+  }
+
+  void restore(Repository& repository, const Repository* earlier) {
+    Quota& quota = repository.quota();
+    quota.maxInstances = options_.maxInstances;
+    quota.maxBytes = options_.maxBytes;
+    published_.restore(repository, earlier);
+    if (quota.isExceeded()) {
+      log_.warning("published: " + std::to_string(quota.instances) + " instances of " +
+                   std::to_string(quota.bytes) +
+                   " bytes, more than the limits; all are served, and none can be added");
     }
   }
 
@@ -186,7 +198,7 @@ class Service {
     try {
       Writers writers = findWriters(options_, ownAccount_);
       Repository fresh = configuration_.load();
-      published_.restore(fresh, &repository_);
+      restore(fresh, &repository_);
       repository_ = std::move(fresh);
       access_.setWriters(std::move(writers));
       log_.info("reloaded: " + describe(repository_));

@@ -3,7 +3,7 @@
 _morvik_cimd() {
     local word=$2 previous=$3
     case $previous in
-    --listen) COMPREPLY=() ;;
+    --listen | --max-request | --max-instances | --max-bytes) COMPREPLY=() ;;
     --smbios | --include) mapfile -t COMPREPLY < <(compgen -d -- "$word") && compopt -o filenames ;;
     --store | --recover) mapfile -t COMPREPLY < <(compgen -f -- "$word") && compopt -o filenames ;;
     --writers) mapfile -t COMPREPLY < <(compgen -u -- "$word" && compgen -g -P @ -- "${word#@}") ;;
@@ -12,7 +12,8 @@ _morvik_cimd() {
     *)
         if [[ $word == -* ]]; then
             mapfile -t COMPREPLY < <(compgen -W '--listen --host --smbios --include --store
-                --recover --user --writers --check --log-level --help --version' -- "$word")
+                --max-request --max-instances --max-bytes --recover --user --writers
+                --check --log-level --help --version' -- "$word")
         else
             mapfile -t COMPREPLY < <(compgen -f -X '!*.mof' -- "$word" && compgen -d -- "$word")
             compopt -o filenames

@@ -6,6 +6,9 @@ _arguments \
     '(--host)--smbios[serve recorded tables]:folder:_files -/' \
     '*--include[look for included files here too]:directory:_files -/' \
     '--store[keep what clients publish]:file:_files' \
+    '--max-request[largest request]:size: ' \
+    '--max-instances[how many instances clients may publish]:number: ' \
+    '--max-bytes[how large published instances may be together]:size: ' \
     '--recover[recover a damaged store]:file:_files' \
     '--user[account to run as]:user:_users' \
     '*--writers[accounts and groups that may change instances]:accounts and @groups:_users' \

@@ -15,7 +15,7 @@ teardown() { stopServers; }
     endsWith 0 --help
     fileIs "$err" ''
     local word
-    for word in --listen --host --smbios --include --store --user --writers --recover --check --log-level --help --version FILE \
+    for word in --listen --host --smbios --include --store --user --writers --max-request --max-instances --max-bytes --recover --check --log-level --help --version FILE \
         'Exit status: 0 normal end, 1 run-time error, 2 wrong usage, 3 wrong configuration'; do
         grep -qF -- "$word" "$out"
     done

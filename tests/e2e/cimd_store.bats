@@ -222,18 +222,21 @@ to use it, remove fru.db and fru.db-journal, and rename it
 @test "the space of deleted instances is returned" {
     startWithStore
     change create F1 fan
-    local before end number changes=()
+    local before end
     before=$(stat -c %s fru.db)
-    for number in {1..40}; do
-        changes+=(create "D$number" "$(printf '%050000d' 0)")
-    done
-    change "${changes[@]}"
-    (($(stat -c %s fru.db) > before + 1500000))
-    changes=()
-    for number in {1..40}; do
-        changes+=(delete "D$number")
-    done
-    change "${changes[@]}"
+    "$python" - "$support" <<'END'
+import os
+import sys
+sys.path.insert(0, sys.argv[1])
+from cim_session import Session
+session, before = Session(), os.path.getsize("fru.db")
+for number in range(40):
+    session.create(f"D{number}", "disk")
+    session.change_description(f"D{number}", "d" * 50_000)
+assert os.path.getsize("fru.db") > before + 1_500_000
+for number in range(40):
+    session.delete(f"D{number}")
+END
     end=$((SECONDS + 60))
     until (($(stat -c %s fru.db) == before)); do
         ((SECONDS < end))
@@ -333,7 +336,7 @@ mountDisk() { # SIZE
 # Creates instances until one is refused; leaves the number of those that were created in $created.
 fillUp() {
     local text
-    text=$(printf '%03000d' 0)
+    text=$(printf '%0250d' 0)
     "$python" - "$support" "$text" <<'END' >filled
 import sys
 sys.path.insert(0, sys.argv[1])
@@ -358,7 +361,7 @@ END
     fillUp
     [[ $message == *'no space left on the disk'* ]]
     equal "$created" "$(change list | wc -w)" 'the number of instances'
-    run -1 change create "F$created" "$(printf '%03000d' 0)"
+    run -1 change create "F$created" "$(printf '%0250d' 0)"
     equal "$created" "$(change list | wc -w)" 'the number of instances'
     mount -o remount,size=4m disk
     change create later fan delete F0

@@ -49,7 +49,7 @@ class Client:
 
     def change(self, session):
         fru = f"C{self.number}N{self.random.randrange(INSTANCES_OF_A_CLIENT)}"
-        name = f"change {self.changes} " + "x" * self.random.choice([0, 10, 1000])
+        name = f"change {self.changes} " + "x" * self.random.choice([0, 10, 200])
         if fru not in self.acknowledged:
             self.make(fru, name, lambda: session.create(fru, name))
         elif self.random.random() < 0.6:

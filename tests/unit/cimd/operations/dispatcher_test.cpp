@@ -3,6 +3,8 @@
 #include "xml/decoder.h"
 #include "xml/response.h"
 
+#include <new>
+
 #include "support.h"
 
 namespace cimd {
@@ -241,6 +243,45 @@ TEST_F(DispatcherTest, DuplicateParametersAreInvalid) {
   RequestWriter writer = request("EnumerateInstanceNames");
   writer.className("ClassName", "Base").className("CLASSNAME", "Base");
   EXPECT_EQ(status(writer, "EnumerateInstanceNames"), Pegasus::CIM_ERR_INVALID_PARAMETER);
+}
+
+// The transport answers with HTTP status 500 then: there may be no memory for an error either.
+TEST_F(DispatcherTest, LackOfMemoryIsNotAnAnswer) {
+  class Failing : public Journal {
+   public:
+    void put(const String& /*nameSpace*/, const InstanceKey& /*key*/, const String& /*className*/,
+             std::string_view /*instanceXml*/) override {
+      throw std::bad_alloc();
+    }
+    void remove(const String& /*nameSpace*/, const InstanceKey& /*key*/) override {}
+  };
+  Failing journal;
+  repository_.setJournal(&journal);
+  RequestWriter writer = request("CreateInstance");
+  writer.instance("NewInstance", test::instance("Base", {{"Id", "1"}}));
+  EXPECT_THROW(dispatcher_.answer(Request(writer.finish()), root_), std::bad_alloc);
+  repository_.setJournal(nullptr);
+}
+
+TEST_F(DispatcherTest, AnAnswerOfMoreThan128MiBIsRefused) {
+  test::loadText(repository_, "class Large { [Key, Description(\"" + std::string(1 << 20, 'x') +
+                                  "\")] uint32 Id; };");
+  const auto enumerate = [this] {
+    RequestWriter writer = request("EnumerateInstances");
+    writer.className("ClassName", "Large").boolean("IncludeQualifiers", true);
+    const std::string text = dispatcher_.answer(Request(writer.finish()), root_);
+    return text.find("CODE=\"27\"") != std::string::npos;
+  };
+  for (Uint32 id = 0; id < 128; ++id) {
+    if (id == 127) {
+      EXPECT_FALSE(enumerate());
+    }
+    CIMInstance given("Large");
+    given.addProperty({"Id", Pegasus::CIMValue(id)});
+    repository_.nameSpace("root/kvasd")
+        .declareInstance(given, std::make_shared<const std::string>("a.mof"));
+  }
+  EXPECT_TRUE(enumerate());
 }
 
 }  // namespace

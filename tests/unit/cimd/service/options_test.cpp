@@ -98,6 +98,30 @@ TEST(Options, HostAndSmbiosExcludeEachOther) {
   EXPECT_EQ(recorded.recordedTables, "tables");
 }
 
+TEST(Options, LimitsHaveUnitsAndBounds) {
+  const Options usual = good({"a.mof"});
+  EXPECT_EQ(usual.maxRequest, 1U << 20);
+  EXPECT_EQ(usual.maxInstances, 10000U);
+  EXPECT_EQ(usual.maxBytes, 64U << 20);
+  const Options given =
+      good({"--max-request", "65536", "--max-instances", "7", "--max-bytes", "2MiB", "a.mof"});
+  EXPECT_EQ(given.maxRequest, 65536U);
+  EXPECT_EQ(given.maxInstances, 7U);
+  EXPECT_EQ(given.maxBytes, 2U << 20);
+  for (const char* text : {"", "-1", "65535", "65MiB", "1XB", "99999999999999999999"}) {
+    expectStatus(ExitStatus::usage, {"a.mof", "--max-request", text});
+  }
+  for (const char* text : {"", "-1", "x", "99999999999999999999"}) {
+    expectStatus(ExitStatus::usage, {"a.mof", "--max-instances", text});
+    expectStatus(ExitStatus::usage, {"a.mof", "--max-bytes", text});
+  }
+}
+
+TEST(Options, RecoveryNeedsNoFiles) {
+  EXPECT_EQ(good({"--recover", "fru.db"}).recover, "fru.db");
+  expectStatus(ExitStatus::usage, {"--recover", ""});
+}
+
 TEST(Options, HelpAndVersionEndWellAndPrint) {
   expectStatus(ExitStatus::ok, {"--help"});
   expectStatus(ExitStatus::ok, {"--version"});

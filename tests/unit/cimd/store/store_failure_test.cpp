@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <fstream>
 #include <functional>
+#include <new>
 #include <random>
 
 #include "store_support.h"
@@ -435,6 +436,17 @@ TEST_F(StoreFailureTest, EverythingCanBeDeletedFromAFullDisk) {
     }
     EXPECT_LT(fs::file_size(file()), 100000U);
   });
+}
+
+// The transport answers that with HTTP status 500; it is not a fault of the store.
+TEST_F(StoreFailureTest, LackOfMemoryIsNotAnErrorOfTheStore) {
+  InstanceDatabase database(file());
+  put(database, u"a", "one");
+  const sqlite3_int64 before = sqlite3_hard_heap_limit64(sqlite3_memory_used() + 10000);
+  EXPECT_THROW(put(database, u"b", std::string(1 << 20, 'x')), std::bad_alloc);
+  sqlite3_hard_heap_limit64(before);
+  put(database, u"b", "two");
+  EXPECT_THAT(load(database), ElementsAre(row(u"a", "one"), row(u"b", "two")));
 }
 
 TEST_F(StoreFailureTest, SpaceOfDeletedInstancesIsReturned) {

@@ -308,6 +308,17 @@ TEST_F(StoreFileTest, aSecondNameForTheFileIsRefused) {
   expectFilled();
 }
 
+// What a prepared file could make SQLite do, should the check of its tables let it through.
+TEST_F(StoreFileTest, NothingInAFileIsTrusted) {
+  StoreFile store = StoreFile::open(file());
+  sqlite::Connection& database = store.database();
+  EXPECT_EQ(database.integer("PRAGMA cell_size_check"), 1);
+  database.execute("CREATE VIEW unsafe AS SELECT count(*) FROM dbstat");
+  EXPECT_THROW(database.integer("SELECT * FROM unsafe"), sqlite::Error);
+  database.execute("DROP VIEW unsafe; PRAGMA writable_schema = ON");
+  EXPECT_THROW(database.execute("UPDATE sqlite_schema SET sql = ''"), sqlite::Error);
+}
+
 // In a process of its own, for one that is not root may be unable to go back to where it was.
 TEST_F(StoreFileTest, aNameIsNeverTakenForAUri) {
   test::inChild([this] {
