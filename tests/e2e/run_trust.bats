@@ -231,6 +231,25 @@ refusedAs() { # WORDS
     wait "$maker"
 }
 
+@test "an unchanged file is verified again only with another keyring" {
+    startKeys
+    startMachine
+    startServer http ready "$python" "$support/parts_http.py" --root "$files" --log requests
+    fans A 4 >"$files/1234wpk.txt"
+    sign maker
+    runByHttp() { runNight MORVIK_URL=http://127.0.0.1:8080 MORVIK_KEYRING=keyring.gpg; }
+    runByHttp
+    ended 0 'published 4 entries'
+    : >requests
+    runByHttp
+    ended 0 'nothing has changed'
+    equal '304 /1234wpk.txt conditional' "$(cat requests)" 'the requests'
+    makeKey other
+    gpg --batch --export other >keyring.gpg
+    runByHttp
+    ended 4 'the key that signed is not in the keyring'
+}
+
 @test "a keyring that cannot be used: status 1" {
     startKeys
     startMachine
