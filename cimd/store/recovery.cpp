@@ -300,7 +300,7 @@ class Salvage {
       if (columns.size() != 6) {
         return;  // of another table
       }
-      for (const std::size_t text : {1, 2, 3, 4}) {
+      for (const std::size_t text : {1U, 2U, 3U, 4U}) {
         if (!columns[text].text) {
           throw Unreadable();
         }
