@@ -108,8 +108,8 @@ void checkShare(std::size_t predicted, std::size_t before, double minShare) {
     refuse("no entry of it would be published on this machine");
   }
   if (static_cast<double>(predicted) < minShare * static_cast<double>(before)) {
-    refuse("it has " + std::to_string(predicted) + " entries for this machine, but " +
-           std::to_string(before) +
+    refuse("it has " + std::to_string(predicted) + (predicted == 1 ? " entry" : " entries") +
+           " for this machine, but " + std::to_string(before) +
            " are expected from the last run; use --force if that is right");
   }
 }

@@ -410,7 +410,8 @@ std::string goodWords(const Report& report) {
     return "would publish " + what + ": " + added + " to add, " + removed + " to remove";
   }
   return report.before == report.published
-             ? what + " are published, nothing has changed"
+             ? what + (report.predicted->size() == 1 ? " is" : " are") +
+                   " published, nothing has changed"
              : "published " + what + ": " + added + " added, " + removed + " removed";
 }
 

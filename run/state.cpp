@@ -73,6 +73,17 @@ class File {
   std::string path_;
 };
 
+// What root makes must not be in the way of the account that the directory belongs to.
+void giveToOwnerOf(const fs::path& directory, int file) {
+  struct stat owner = {};
+  struct stat own = {};
+  // A directory has several links. A file with several is not the one that was just made.
+  if (geteuid() == 0 && stat(directory.c_str(), &owner) == 0 && fstat(file, &own) == 0 &&
+      (S_ISDIR(own.st_mode) || own.st_nlink == 1)) {
+    [[maybe_unused]] const int ignored = fchown(file, owner.st_uid, owner.st_gid);
+  }
+}
+
 void makeDirectoryDurable(const fs::path& directory) {
   const File file(directory, O_RDONLY | O_DIRECTORY);
   file.makeDurable();
@@ -129,6 +140,7 @@ void writeAtomically(const std::string& path, const std::string& text) {
   {
     const File file(temporary.path(), O_WRONLY | O_CREAT | O_TRUNC);
     fchmod(file.number(), 0644);  // whatever the umask of the service is
+    giveToOwnerOf(fs::path(path).parent_path(), file.number());
     file.write(text);
     file.makeDurable();
   }
@@ -150,8 +162,9 @@ State::State(std::string directory) : directory_(std::move(directory)) {
   }
   lock_ = open(pathOf("lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
   if (lock_ < 0) {
-    fail("cannot use the state directory " + directory_, errno);
+    fail("cannot use " + pathOf("lock"), errno);
   }
+  giveToOwnerOf(directory_, lock_);
   if (flock(lock_, LOCK_EX | LOCK_NB) != 0) {
     const int reason = errno;
     close(lock_);
@@ -185,6 +198,7 @@ std::string State::emptyWorkDirectory() const {
   if (error) {
     fail("cannot use " + work, error.value());
   }
+  giveToOwnerOf(directory_, File(work, O_RDONLY | O_DIRECTORY).number());
   return work;
 }
 

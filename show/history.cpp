@@ -1,6 +1,7 @@
 #include "history.h"
 
 #include <ctime>
+#include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
@@ -78,7 +79,10 @@ std::size_t writeHistory(std::ostream& out, const Terminal& terminal,
                          const std::string& stateDirectory, bool isJson) {
   const std::string name = stateDirectory + "/" + historyFile;
   std::ifstream file(name);
-  if (!file.good()) {
+  std::error_code error;
+  const bool isMissing = !std::filesystem::exists(name, error) && !error;
+  // Every run may have found what was published before.
+  if (!file.good() && !(isMissing && std::filesystem::is_directory(stateDirectory, error))) {
     throw std::runtime_error("there is no history: cannot read " + name);
   }
   std::size_t count = 0;

@@ -240,7 +240,7 @@ answers() { # PATH JQ-FILTER
     sed -E "s/^(morvik_last_success_timestamp_seconds) .*/\1 $(($(date +%s) - 3 * 86400))/" nodes/morvik.prom >old
     mv old nodes/morvik.prom
     answers alerts '[.data.alerts[] | .labels.alertname + " " + .state + " " + .annotations.summary] ==
-        ["MorvikNoGoodRun firing 127.0.0.1:9100: no good run of morvik-run for two days"]'
+        ["MorvikNoGoodRun firing 127.0.0.1:9100: no good run of morvik-run in the last two days"]'
 }
 
 @test "docs/data-files.md: the example and its explanation" {

@@ -69,7 +69,7 @@ teardown() { stopServers; }
     fans A 4 | gzip | tr -d '\0' | { cat; echo; } | refused 'no entry of it would be published'
     refused 'no entry of it would be published' <<<'"A1","PROCESSOR","SPEED=1","Other machine"'
     refused 'no entry of it would be published' <<<'550 Permission denied'
-    fans A 1 | refused 'it has 1 entries for this machine, but 4 are expected'
+    fans A 1 | refused 'it has 1 entry for this machine, but 4 are expected'
     { fans A 4; yes '# padding' | head -c 1048576; } >"$files/1234wpk.txt"
     runFiles
     ended 4 'has more than 1 MiB'
@@ -330,6 +330,9 @@ while True:
     startMachine
     runInstead "$MORVIK_BIN_DIR/morvik-show" --history --state "$state"
     ended 2 "morvik-show: there is no history: cannot read $state/history.jsonl"
+    mkdir "$state"
+    runInstead "$MORVIK_BIN_DIR/morvik-show" --history --state "$state"
+    ended 1
     fans A 1 >"$files/1234wpk.txt"
     runFiles
     fans B 1 >"$files/1234wpk.txt"

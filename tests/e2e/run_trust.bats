@@ -188,13 +188,13 @@ refusedAs() { # WORDS
     startKeys
     startMachine
     fans A 4 >"$files/1234wpk.txt"
-    sign maker --faked-system-time 20260101T000000
+    sign maker --faked-system-time '20260101T000000!'
     cp -r "$files" old
-    sign maker --faked-system-time 20260201T000000
+    sign maker --faked-system-time '20260201T000000!'
     runSigned
     ended 0
     fans B 4 >"$files/1234wpk.txt"
-    sign maker --faked-system-time 20260301T000000
+    sign maker --faked-system-time '20260301T000000!'
     runSigned
     ended 0 '4 added, 4 removed'
     cp old/* "$files"

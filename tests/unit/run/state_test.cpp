@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -105,6 +106,20 @@ TEST_F(StateTest, DirectoryIsLocked) {
     FAIL() << "locked twice";
   } catch (const Failure& failure) {
     EXPECT_EQ(failure.status(), Status::badUse);
+  }
+}
+
+TEST_F(StateTest, FilesOfRootBelongToTheOwnerOfTheDirectory) {
+  if (geteuid() != 0 || chown(directory_.c_str(), 65534, 65534) != 0) {
+    GTEST_SKIP() << "needs root and a second account";
+  }
+  const State state(directory_);
+  state.emptyWorkDirectory();
+  state.beginPublishing();
+  for (const char* name : {"lock", "work", "publishing"}) {
+    struct stat status = {};
+    ASSERT_EQ(stat((directory_ / name).c_str(), &status), 0) << name;
+    EXPECT_EQ(status.st_uid, 65534U) << name;
   }
 }
 
