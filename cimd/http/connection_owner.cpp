@@ -19,7 +19,6 @@ namespace cimd {
 namespace {
 
 using boost::asio::ip::address;
-using boost::asio::ip::address_v4;
 using boost::asio::ip::tcp;
 
 // As which the kernel shows accounts that a user namespace does not have.
