@@ -135,9 +135,8 @@ void checkLengths(const Class& cls, const CIMInstance& given) {
     if (!limit) {
       continue;
     }
-    const Pegasus::Array<String> texts = textsOf(property.getValue());
-    for (Pegasus::Uint32 j = 0; j < texts.size(); ++j) {
-      if (lengthOf(texts[j]) > *limit) {
+    for (const String& text : textsOf(property.getValue())) {
+      if (lengthOf(text) > *limit) {
         throwCimError(CIM_ERR_INVALID_PARAMETER,
                       "property " + property.getName() + " has more than " +
                           String(std::string_view(std::to_string(*limit))) + " characters");
