@@ -56,10 +56,26 @@ def lines(count, category, qualifier):
                    % (i, category, qualifier, i) for i in range(count))
 
 
-def earlier(count):
-    return "".join('instance of KVAXDT_FRU { FRUNumber = "E%06d"; IdentifyingNumber = '
-                   '"KVAHalvoranFru1"; Vendor = "KVA"; Name = "FAN"; Description = "Fan %d"; '
-                   'RevisionLevel = "1.0"; };\n' % (i, i) for i in range(count))
+CREATE = """<?xml version="1.0"?><CIM CIMVERSION="2.0" DTDVERSION="2.0"><MESSAGE ID="1" PROTOCOLVERSION="1.0">
+<SIMPLEREQ><IMETHODCALL NAME="CreateInstance"><LOCALNAMESPACEPATH><NAMESPACE NAME="root"/><NAMESPACE NAME="kvasd"/>
+</LOCALNAMESPACEPATH><IPARAMVALUE NAME="NewInstance"><INSTANCE CLASSNAME="KVAXDT_FRU">%s</INSTANCE></IPARAMVALUE>
+</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>"""
+
+
+def publish_earlier(count, port):
+    """Entries as an earlier run has published them."""
+    server = http.client.HTTPConnection("127.0.0.1", port)
+    for i in range(count):
+        values = {"FRUNumber": "E%06d" % i, "IdentifyingNumber": "KVAHalvoranFru1", "Vendor": "KVA", "Name": "FAN",
+                  "Description": "Fan %d" % i, "RevisionLevel": "1.0"}
+        server.request("POST", "/cimom", CREATE % "".join(
+            '<PROPERTY NAME="%s" TYPE="string"><VALUE>%s</VALUE></PROPERTY>' % item for item in values.items()), {
+                "Content-Type": "application/xml; charset=utf-8", "CIMOperation": "MethodCall",
+                "CIMMethod": "CreateInstance", "CIMObject": "root%2Fkvasd"})
+        answer = server.getresponse().read()
+        if b"<ERROR" in answer:
+            raise SystemExit("cannot publish: %s" % answer.decode())
+    server.close()
 
 
 class Process:
@@ -119,9 +135,12 @@ class Bench:
 
     def server(self, old, port=PORT):
         with open("more.mof", "w", encoding="utf-8") as file:
-            file.write(earlier(old) + WIDE)
-        return Process("listening on", os.path.join(self.bin_dir, "morvik-cimd"), "--listen",
-                       "127.0.0.1:%d" % port, os.path.join(SCHEMA, "kvaxdt.mof"), MACHINE, "more.mof")
+            file.write(WIDE)
+        process = Process("listening on", os.path.join(self.bin_dir, "morvik-cimd"), "--max-instances", "1000000",
+                          "--max-bytes", "4GiB", "--listen", "127.0.0.1:%d" % port,
+                          os.path.join(SCHEMA, "kvaxdt.mof"), MACHINE, "more.mof")
+        publish_earlier(old, port)
+        return process
 
     def program(self, name, *arguments):
         return subprocess.run([os.path.join(self.bench_dir, name), *arguments], capture_output=True,

@@ -94,6 +94,47 @@ void setIfGiven(std::optional<T>& option, const std::string& text) {
   }
 }
 
+void addLimits(CLI::App& app, Options& options) {
+  app.add_option("--max-request", options.maxRequest, "Largest request, such as 1MiB, the default")
+      ->type_name("SIZE")
+      ->transform(CLI::AsSizeValue(false))
+      ->check(CLI::Range(smallestRequest, largestRequest));
+  app.add_option("--max-instances", options.maxInstances,
+                 "How many instances clients may publish (default: 10000)")
+      ->type_name("NUMBER")
+      ->check(CLI::Range(std::size_t{0}, largestLimit));
+  app.add_option("--max-bytes", options.maxBytes,
+                 "How large published instances may be together (default: 64MiB)")
+      ->type_name("SIZE")
+      ->transform(CLI::AsSizeValue(false))
+      ->check(CLI::Range(std::size_t{0}, largestLimit));
+}
+
+void addAccounts(CLI::App& app, std::string& user, std::vector<std::string>& writers) {
+  app.add_option("--user", user,
+                 "Account to run as when started as root (default: the owner of the directory "
+                 "of the store, or nobody)")
+      ->type_name("NAME")
+      ->check(CLI::Validator(checkNotEmpty, ""));
+  app.add_option("--writers", writers,
+                 "Accounts, and groups as @GROUP, that may change instances (always: root and the "
+                 "account that the server runs as); may be repeated")
+      ->type_name("NAME,...")
+      ->allow_extra_args(false)
+      ->check(CLI::Validator(checkWriters, ""));
+}
+
+void addStores(CLI::App& app, std::string& store, std::string& recover) {
+  app.add_option("--store", store, "Keep what clients publish in this file")
+      ->type_name("FILE")
+      ->check(CLI::Validator(checkNotEmpty, ""));
+  app.add_option("--recover", recover,
+                 "Write what is readable of this damaged store to STORE.recovered, list what is "
+                 "not, and exit")
+      ->type_name("STORE")
+      ->check(CLI::Validator(checkNotEmpty, ""));
+}
+
 }  // namespace
 
 std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv) {
@@ -122,41 +163,12 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
       ->allow_extra_args(false)  // one each time: what follows may be a FILE
       ->check(CLI::Validator(checkNotEmpty, ""));
   std::string store;
-  app.add_option("--store", store, "Keep what clients publish in this file")
-      ->type_name("FILE")
-      ->check(CLI::Validator(checkNotEmpty, ""));
-  std::string user;
-  app.add_option("--user", user,
-                 "Account to run as when started as root (default: the owner of the directory "
-                 "of the store, or nobody)")
-      ->type_name("NAME")
-      ->check(CLI::Validator(checkNotEmpty, ""));
-  app.add_option("--max-request", options.maxRequest, "Largest request, such as 1MiB, the default")
-      ->type_name("SIZE")
-      ->transform(CLI::AsSizeValue(false))
-      ->check(CLI::Range(smallestRequest, largestRequest));
-  app.add_option("--max-instances", options.maxInstances,
-                 "How many instances clients may publish (default: 10000)")
-      ->type_name("NUMBER")
-      ->check(CLI::Range(std::size_t{0}, largestLimit));
-  app.add_option("--max-bytes", options.maxBytes,
-                 "How large published instances may be together (default: 64MiB)")
-      ->type_name("SIZE")
-      ->transform(CLI::AsSizeValue(false))
-      ->check(CLI::Range(std::size_t{0}, largestLimit));
   std::string recover;
-  app.add_option("--recover", recover,
-                 "Write what is readable of this damaged store to STORE.recovered, list what is "
-                 "not, and exit")
-      ->type_name("STORE")
-      ->check(CLI::Validator(checkNotEmpty, ""));
+  addStores(app, store, recover);
+  std::string user;
   std::vector<std::string> writers;
-  app.add_option("--writers", writers,
-                 "Accounts, and groups as @GROUP, that may change instances (always: root and the "
-                 "account that the server runs as); may be repeated")
-      ->type_name("NAME,...")
-      ->allow_extra_args(false)
-      ->check(CLI::Validator(checkWriters, ""));
+  addAccounts(app, user, writers);
+  addLimits(app, options);
   app.add_flag("--check", options.isCheck, "Load everything, report, and exit");
   std::string level = "info";
   app.add_option("--log-level", level, "Log verbosity: error, warning, info or debug")
