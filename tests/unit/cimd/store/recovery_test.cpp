@@ -49,7 +49,7 @@ class RecoveryTest : public testing::Test {
     folder_.write("instances.db", content);
     recovery_ = recoverStore(file(), target());
     EXPECT_TRUE(test::readFile(file()) == content) << "the damaged store was changed";
-    const Rows found = loadFile(target());
+    Rows found = loadFile(target());
     EXPECT_EQ(found.size(), recovery_.instances);
     return found;
   }
