@@ -84,34 +84,29 @@ class Server:
         self.process.wait()
 
 
-class Machine:
+async def run_machine(counts, tls, names, etag):
     """One run of one machine: a connection, and requests on it one after the other."""
-
-    def __init__(self, counts, tls):
-        self.counts, self.tls = counts, tls
-
-    async def run(self, names, etag):
-        reader, writer = await asyncio.open_connection("127.0.0.1", PORTS[self.tls is not None], ssl=self.tls)
-        for name in names:
-            known = etag if name == names[0] else None
-            request = ("GET /%s HTTP/1.1\r\nHost: parts.example.com\r\nUser-Agent: morvik-run/0.1.0\r\n"
-                       "Accept: */*\r\n%s\r\n" % (name, "If-None-Match: %s\r\n" % known if known else "")).encode()
-            writer.write(request)
-            head = await reader.readuntil(b"\r\n\r\n")
-            body = b""
-            status = head[9:12]
-            if status == b"200":
-                length = next(line for line in head.split(b"\r\n") if line.lower().startswith(b"content-length:"))
-                body = await reader.readexactly(int(length.split(b":")[1]))
-            elif status != b"304":
-                raise SystemExit("unexpected answer: %r" % head)
-            self.counts["requests"] += 1
-            self.counts["unchanged"] += status == b"304"
-            self.counts["sent"] += len(request)
-            self.counts["received"] += len(head) + len(body)
-            if status == b"304":
-                break  # nothing to verify
-        writer.close()
+    reader, writer = await asyncio.open_connection("127.0.0.1", PORTS[tls is not None], ssl=tls)
+    for name in names:
+        known = etag if name == names[0] else None
+        request = ("GET /%s HTTP/1.1\r\nHost: parts.example.com\r\nUser-Agent: morvik-run/0.1.0\r\n"
+                   "Accept: */*\r\n%s\r\n" % (name, "If-None-Match: %s\r\n" % known if known else "")).encode()
+        writer.write(request)
+        head = await reader.readuntil(b"\r\n\r\n")
+        body = b""
+        status = head[9:12]
+        if status == b"200":
+            length = next(line for line in head.split(b"\r\n") if line.lower().startswith(b"content-length:"))
+            body = await reader.readexactly(int(length.split(b":")[1]))
+        elif status != b"304":
+            raise SystemExit("unexpected answer: %r" % head)
+        counts["requests"] += 1
+        counts["unchanged"] += status == b"304"
+        counts["sent"] += len(request)
+        counts["received"] += len(head) + len(body)
+        if status == b"304":
+            break  # nothing to verify
+    writer.close()
 
 
 async def etags():
@@ -137,8 +132,8 @@ async def night(server, machines, seconds, is_signed, stale_share, tls):
             await asyncio.sleep(wait)
         number = random.randrange(TYPES)
         names = ["%04dwpk.txt" % number] + (["SHA256SUMS", "SHA256SUMS.gpg"] if is_signed else [])
-        task = asyncio.ensure_future(Machine(counts, tls).run(
-            names, None if stale_share is None else '"old"' if random.random() < stale_share else known[number]))
+        etag = None if stale_share is None else '"old"' if random.random() < stale_share else known[number]
+        task = asyncio.ensure_future(run_machine(counts, tls, names, etag))
         running.add(task)
         task.add_done_callback(running.discard)
     while running:

@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
 #include <random>
 #include <system_error>
 #include <thread>
@@ -151,6 +152,16 @@ std::chrono::milliseconds withJitter(std::chrono::milliseconds pause) {
 }
 
 }  // namespace
+
+void writeFile(const std::string& path, const std::string& text) {
+  std::ofstream file(path, std::ios::binary);
+  file << text;
+  file.close();
+  if (!file) {
+    throw Failure(Status::badUse, "cannot write " + path + ": " +
+                                      std::error_code(errno, std::generic_category()).message());
+  }
+}
 
 std::string readWholeFile(const std::string& path, std::size_t limit) {
   const Descriptor file(path);
@@ -374,7 +385,7 @@ std::string Bringer::Transfer::addressOf(const std::string& name) const {
   Url url;
   url.set(CURLUPART_URL, url_.get(CURLUPART_URL));
   url.append(name);
-  // A user name is no secret, a password is, and so may be a query.
+  // A password is secret, and a query may be; a user name is not.
   url.set(CURLUPART_PASSWORD, "");
   url.set(CURLUPART_QUERY, "");
   return harmless(url.get(CURLUPART_URL));

@@ -23,6 +23,9 @@ struct Brought {
   Version version;
 };
 
+// Writes a file for another program to read at once. Throws Failure(badUse).
+void writeFile(const std::string& path, const std::string& text);
+
 // The whole file. Throws std::system_error, with ENOENT if there is no such file; EINVAL for
 // anything but a regular file, so that a pipe or a device cannot keep the reader waiting; EFBIG for
 // more bytes than `limit`.

@@ -3,6 +3,8 @@
 #include <map>
 #include <sstream>
 
+#include "import/fru_file.h"
+
 namespace run {
 
 namespace {
@@ -28,9 +30,8 @@ void writeTime(std::ostream& out, const char* name, const char* help, Time time)
 
 void writeEntries(std::ostream& out, const Items& items) {
   std::map<std::string, std::size_t> counts;
-  for (const char* category : {"PROCESSOR", "MEMORY", "KEYBOARD", "PLANAR", "CDROM", "FLOPPY",
-                               "OPTIONSP", "FAN", "BACKPLANE"}) {
-    counts[category] = 0;
+  for (const CategoryRow& row : categoryTable) {
+    counts[row.keyword] = 0;
   }
   for (const Item& item : items) {
     ++counts[item.category];
@@ -45,7 +46,7 @@ void writeEntries(std::ostream& out, const Items& items) {
   describe(out, "morvik_fru_info", "A published entry.");
   const Item* before = nullptr;
   for (const Item& item : items) {
-    // Two entries may differ in what is no label; a sample must not be there twice.
+    // Two entries may differ in what is not a label; a sample must not be repeated.
     if (before == nullptr || before->category != item.category ||
         before->fruNumber != item.fruNumber || before->description != item.description ||
         before->identifyingNumber != item.identifyingNumber) {

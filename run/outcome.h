@@ -71,7 +71,7 @@ class Deadline {
 };
 
 // The text for people: UTF-8 in which control characters and marks that turn the direction of
-// writing are replaced, cut after a few hundred bytes. For whatever comes from a server or a file.
+// writing are replaced, cut after 400 characters. For whatever comes from a server or a file.
 std::string harmless(std::string_view text);
 
 }  // namespace run

@@ -217,4 +217,17 @@ Ended runProgram(const Command& command) {
   return ended;
 }
 
+SignalsHeld::SignalsHeld() {
+  sigset_t held;
+  sigemptyset(&held);
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    sigaddset(&held, signal);
+  }
+  sigprocmask(SIG_BLOCK, &held, &before_);
+}
+
+SignalsHeld::~SignalsHeld() {
+  sigprocmask(SIG_SETMASK, &before_, nullptr);
+}
+
 }  // namespace run

@@ -1,6 +1,8 @@
 // Runs another program and waits for it, without a shell.
 #pragma once
 
+#include <signal.h>  // NOLINT(modernize-deprecated-headers): <csignal> has no sigset_t
+
 #include <chrono>
 #include <string>
 #include <vector>
@@ -34,5 +36,19 @@ struct Ended {
 // it. If this process is killed, the program goes on, but never longer than its limit. Throws
 // std::system_error if it cannot be started.
 Ended runProgram(const Command& command);
+
+// As long as this lives, SIGTERM, SIGINT and SIGHUP wait.
+class SignalsHeld {
+ public:
+  SignalsHeld();
+  ~SignalsHeld();
+  SignalsHeld(const SignalsHeld&) = delete;
+  SignalsHeld& operator=(const SignalsHeld&) = delete;
+  SignalsHeld(SignalsHeld&&) = delete;
+  SignalsHeld& operator=(SignalsHeld&&) = delete;
+
+ private:
+  sigset_t before_{};
+};
 
 }  // namespace run

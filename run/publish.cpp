@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <sstream>
 #include <system_error>
 
+#include "bring.h"
 #include "cim/client.h"
 #include "import/publication.h"
 #include "process.h"
@@ -26,6 +26,7 @@ namespace run {
 namespace {
 
 constexpr const char* className = "KVAXDT_FRU";
+
 std::optional<std::string> numberIn(const CIMObjectPath& name) {
   for (const auto& key : name.getKeyBindings()) {
     if (String::equalNoCase(key.getName(), "IdentifyingNumber")) {
@@ -74,11 +75,6 @@ bool lacksGetProperty(CIMClient& client, const CIMObjectPath& name) {
            (refusal.getCode() == Pegasus::CIM_ERR_FAILED &&
             refusal.getDescription().find("property operations") != PEG_NOT_FOUND);
   }
-}
-
-void failWithoutDirectory(const std::string& what, int error) {
-  throw Failure(Status::badUse,
-                what + ": " + std::error_code(error, std::generic_category()).message());
 }
 
 }  // namespace
@@ -134,23 +130,18 @@ std::size_t deleteByName(CIMClient& client) {
 std::string runMorvik(const Publication& publication, const Deadline& deadline) {
   namespace fs = std::filesystem;
   const fs::path directory = publication.directory;
-  std::error_code error;
   // morvik runs the FTP client first. This one fetches nothing, so that the file there is taken.
-  fs::create_directory(directory / "bin", error);
-  fs::create_symlink("/bin/true", directory / "bin" / "ftp", error);
+  std::error_code error;
+  fs::create_symlink("/bin/true", directory / "ftp", error);
   if (error) {
-    failWithoutDirectory("cannot make " + (directory / "bin" / "ftp").string(), error.value());
+    throw Failure(Status::badUse,
+                  "cannot make " + (directory / "ftp").string() + ": " + error.message());
   }
-  std::ofstream file(directory / "fru.txt", std::ios::binary);
-  file << publication.text;
-  file.close();
-  if (!file) {
-    failWithoutDirectory("cannot write " + (directory / "fru.txt").string(), errno);
-  }
+  writeFile(directory / "fru.txt", publication.text);
   try {
     const Ended ended = runProgram({.words = {publication.morvik, "-s", "127.0.0.1", "-d", "/"},
                                     .directory = publication.directory,
-                                    .programs = directory / "bin",
+                                    .programs = publication.directory,
                                     .limit = deadline.left(),
                                     .inherited = publication.lock});
     std::string words;

@@ -1,5 +1,6 @@
 #include "report.h"
 
+#include <algorithm>
 #include <ctime>
 
 namespace run {
@@ -29,6 +30,34 @@ Items Report::added() const {
 Items Report::removed() const {
   const auto& end = endOf(*this);
   return before && end ? missingFrom(*end, *before) : Items();
+}
+
+std::string countWords(std::size_t count, const std::string& rest) {
+  return std::to_string(count) + (count == 1 ? " entry" : " entries") + rest;
+}
+
+std::string listWords(const Items& items) {
+  constexpr std::size_t most = 5;
+  std::string words;
+  for (std::size_t i = 0; i < std::min(items.size(), most); ++i) {
+    words += (i == 0 ? "" : ", ") + harmless(items[i].fruNumber) + " (" +
+             harmless(items[i].category) + ")";
+  }
+  return words +
+         (items.size() > most ? " and " + std::to_string(items.size() - most) + " more" : "");
+}
+
+std::string goodWords(const Report& report) {
+  const std::string what = countWords(report.predicted->size(), " of ") + report.source;
+  const std::string added = std::to_string(report.added().size());
+  const std::string removed = std::to_string(report.removed().size());
+  if (report.isCheck) {
+    return "would publish " + what + ": " + added + " to add, " + removed + " to remove";
+  }
+  return report.before == report.published
+             ? what + (report.predicted->size() == 1 ? " is" : " are") +
+                   " published, nothing has changed"
+             : "published " + what + ": " + added + " added, " + removed + " removed";
 }
 
 std::string timeText(Time time) {

@@ -40,6 +40,15 @@ struct Report {
   Items removed() const;
 };
 
+// "1 entry" or "2 entries", and the rest.
+std::string countWords(std::size_t count, const std::string& rest);
+
+// Some of the items, by number and category.
+std::string listWords(const Items& items);
+
+// The message of a good run.
+std::string goodWords(const Report& report);
+
 // As in "2026-11-22T02:00:00Z".
 std::string timeText(Time time);
 

@@ -1,7 +1,5 @@
 #include "run.h"
 
-#include <signal.h>  // NOLINT(modernize-deprecated-headers): <csignal> has no sigprocmask
-
 #include <algorithm>
 #include <ctime>
 #include <memory>
@@ -16,6 +14,7 @@
 #include "judge.h"
 #include "machine.h"
 #include "metrics.h"
+#include "process.h"
 #include "publish.h"
 #include "state.h"
 #include "verify.h"
@@ -38,43 +37,6 @@ constexpr int rehearsalPart = 4;
 // A CIM server that a service manager starts again is back by then.
 constexpr int mostLooks = 3;
 constexpr std::chrono::seconds pauseBetweenLooks{2};
-
-// Entries are being replaced: whoever wants to end the run waits until they are whole.
-class SignalsHeld {
- public:
-  SignalsHeld() {
-    sigset_t held;
-    sigemptyset(&held);
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
-      sigaddset(&held, signal);
-    }
-    sigprocmask(SIG_BLOCK, &held, &before_);
-  }
-  ~SignalsHeld() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
-  SignalsHeld(const SignalsHeld&) = delete;
-  SignalsHeld& operator=(const SignalsHeld&) = delete;
-  SignalsHeld(SignalsHeld&&) = delete;
-  SignalsHeld& operator=(SignalsHeld&&) = delete;
-
- private:
-  sigset_t before_{};
-};
-
-std::string countWords(std::size_t count, const char* rest) {
-  return std::to_string(count) + (count == 1 ? " entry" : " entries") + rest;
-}
-
-// Some of the items, by number and category.
-std::string listWords(const Items& items) {
-  constexpr std::size_t most = 5;
-  std::string words;
-  for (std::size_t i = 0; i < std::min(items.size(), most); ++i) {
-    words += (i == 0 ? "" : ", ") + harmless(items[i].fruNumber) + " (" +
-             harmless(items[i].category) + ")";
-  }
-  return words +
-         (items.size() > most ? " and " + std::to_string(items.size() - most) + " more" : "");
-}
 
 // A data file that may be published.
 struct Candidate {
@@ -401,19 +363,6 @@ void Run::mend() {
 }
 
 // --- the order ---
-
-std::string goodWords(const Report& report) {
-  const std::string what = countWords(report.predicted->size(), " of ") + report.source;
-  const std::string added = std::to_string(report.added().size());
-  const std::string removed = std::to_string(report.removed().size());
-  if (report.isCheck) {
-    return "would publish " + what + ": " + added + " to add, " + removed + " to remove";
-  }
-  return report.before == report.published
-             ? what + (report.predicted->size() == 1 ? " is" : " are") +
-                   " published, nothing has changed"
-             : "published " + what + ": " + added + " added, " + removed + " removed";
-}
 
 void Run::go() {
   askMachine();

@@ -182,7 +182,6 @@ State::State(std::string directory) : directory_(std::move(directory)) {
 }
 
 State::~State() {
-  // Also because it may be root's, after a run by hand: only empty it could be removed later.
   std::error_code ignored;
   fs::remove_all(pathOf("work"), ignored);
   close(lock_);

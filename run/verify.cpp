@@ -6,7 +6,6 @@
 #include <charconv>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <sstream>
 #include <string_view>
@@ -49,17 +48,7 @@ std::optional<std::string> sumIn(const std::string& line, const std::string& nam
   return own == name ? std::optional(line.substr(0, sumDigits)) : std::nullopt;
 }
 
-void write(const std::filesystem::path& path, const std::string& text) {
-  std::ofstream file(path, std::ios::binary);
-  file << text;
-  file.close();
-  if (!file) {
-    throw Failure(Status::badUse, "cannot write " + path.string() + ": " +
-                                      std::error_code(errno, std::generic_category()).message());
-  }
-}
-
-// What is wrong with a signature, by the keyword of its status line.
+// The fault of a signature, by the keyword of its status line.
 const char* faultOf(const std::string& keyword) {
   constexpr std::array<std::array<const char*, 2>, 7> faults{
       {{"BADSIG", "the signature does not fit the list"},
@@ -167,8 +156,8 @@ Signature checkSignature(const std::string& sums, const std::string& signature,
                          const std::string& keyring, const std::string& directory,
                          const Deadline& deadline) {
   const std::filesystem::path place = directory;
-  write(place / "SHA256SUMS", sums);
-  write(place / "SHA256SUMS.gpg", signature);
+  writeFile(place / "SHA256SUMS", sums);
+  writeFile(place / "SHA256SUMS.gpg", signature);
   Ended ended;
   try {
     ended =

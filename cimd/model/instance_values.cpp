@@ -139,7 +139,7 @@ void checkLengths(const Class& cls, const CIMInstance& given) {
       if (lengthOf(text) > *limit) {
         throwCimError(CIM_ERR_INVALID_PARAMETER,
                       "property " + property.getName() + " has more than " +
-                          String(std::string_view(std::to_string(*limit))) + " characters");
+                          String(std::to_string(*limit)) + " characters");
       }
     }
   }

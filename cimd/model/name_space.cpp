@@ -95,8 +95,7 @@ const StoredInstance& NameSpace::changeable(const InstanceKey& key,
     throwNotFound(path);
   }
   if (!stored->isPublished()) {
-    throwCimError(Pegasus::CIM_ERR_ACCESS_DENIED,
-                  "declared by " + String(std::string_view(*stored->declaredBy)));
+    throwCimError(Pegasus::CIM_ERR_ACCESS_DENIED, "declared by " + String(*stored->declaredBy));
   }
   return *stored;
 }

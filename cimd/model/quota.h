@@ -35,8 +35,7 @@ struct Quota {
 
  private:
   [[noreturn]] static void refuse(const std::string& detail) {
-    throwCimError(Pegasus::CIM_ERR_SERVER_LIMITS_EXCEEDED,
-                  Pegasus::String(std::string_view(detail)));
+    throwCimError(Pegasus::CIM_ERR_SERVER_LIMITS_EXCEEDED, Pegasus::String(detail));
   }
 };
 

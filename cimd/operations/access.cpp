@@ -48,7 +48,7 @@ void Access::checkMayChange(Caller& caller, std::string_view operation) {
   if (reports_.isDue(user, std::chrono::steady_clock::now())) {
     log_.warning(std::string(operation) + " refused: " + reason + detail);
   }
-  throwCimError(Pegasus::CIM_ERR_ACCESS_DENIED, Pegasus::String(std::string_view(reason)));
+  throwCimError(Pegasus::CIM_ERR_ACCESS_DENIED, Pegasus::String(reason));
 }
 
 }  // namespace cimd

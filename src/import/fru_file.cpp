@@ -21,23 +21,6 @@ void skipRestOfLine(std::istream& file) {
   file.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
 }
 
-struct Row {
-  const char* keyword;
-  Category category;
-};
-
-constexpr std::array<Row, 9> categoryTable{{
-    {"PROCESSOR", Category::processor},
-    {"MEMORY", Category::memory},
-    {"KEYBOARD", Category::keyboard},
-    {"PLANAR", Category::planar},
-    {"CDROM", Category::cdrom},
-    {"FLOPPY", Category::floppy},
-    {"OPTIONSP", Category::optionsp},
-    {"FAN", Category::fan},
-    {"BACKPLANE", Category::backplane},
-}};
-
 }  // namespace
 
 LineRead readAnyLine(std::istream& file, String& line) {
@@ -68,7 +51,7 @@ bool isComment(const String& line) {
 }
 
 std::optional<Category> findCategory(const String& keyword) {
-  for (const Row& row : categoryTable) {
+  for (const CategoryRow& row : categoryTable) {
     if (keyword == row.keyword) {
       return row.category;
     }

@@ -8,6 +8,7 @@
 
 #include <Pegasus/Common/String.h>
 
+#include <array>
 #include <istream>
 #include <optional>
 
@@ -46,6 +47,23 @@ enum class Category {
   fan,
   backplane,
 };
+
+struct CategoryRow {
+  const char* keyword;
+  Category category;
+};
+
+inline constexpr std::array<CategoryRow, 9> categoryTable{{
+    {"PROCESSOR", Category::processor},
+    {"MEMORY", Category::memory},
+    {"KEYBOARD", Category::keyboard},
+    {"PLANAR", Category::planar},
+    {"CDROM", Category::cdrom},
+    {"FLOPPY", Category::floppy},
+    {"OPTIONSP", Category::optionsp},
+    {"FAN", Category::fan},
+    {"BACKPLANE", Category::backplane},
+}};
 
 // The category of that keyword, spelled exactly so; nothing for any other text.
 std::optional<Category> findCategory(const Pegasus::String& keyword);

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Whom morvik-run believes: certificates of servers, and signatures of data files by real gpg keys.
+# morvik-run accepts only known certificates of servers and good signatures of data files, with real gpg keys.
 
 # shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
 source "$BATS_TEST_DIRNAME/../support/e2e.bash"

@@ -290,7 +290,17 @@ TEST(HttpServer, AHeaderOrBodyPastItsLimitIsRefused) {
   EXPECT_EQ(bodyOf(largest.ask(post(std::string(1000, 'x')))).size(), 1002U);
 }
 
-// All connections share one budget, which one answer uses up. Nothing small takes part in it.
+TEST(HttpServer, ARequestOf64KiBTakesNothingOfTheBudget) {
+  HttpLimits limits;
+  limits.heldBytes = 100;
+  const Server server(limits);
+  Client client(server);
+  const std::string small(65534, 'x');  // its answer has two bytes more
+  EXPECT_EQ(bodyOf(client.ask(post(small))).size(), small.size() + 2);
+  EXPECT_EQ(statusOf(client.ask(post(std::string(65537, 'x')))), "HTTP/1.1 503");
+}
+
+// All connections share one budget, which one answer uses up.
 TEST(HttpServer, WhoTakesLongestMakesRoomForALargeRequestOrAnswer) {
   HttpLimits limits;
   limits.heldBytes = (std::size_t{32} << 20U) + 100;

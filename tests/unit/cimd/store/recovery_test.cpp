@@ -139,7 +139,7 @@ TEST_F(RecoveryTest, NothingIsOverwrittenOrTakenFromAnythingElse) {
   fs::remove(target());
   test::inChild([this] {
     const InstanceDatabase database(file());
-    // The locks of one's own process are not seen.
+    // A process does not see its own locks.
     test::inChild([this] { EXPECT_THROW(recoverStore(file(), target()), StoreError); });
   });
   std::vector<std::string> names;

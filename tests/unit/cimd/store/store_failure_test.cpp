@@ -377,7 +377,7 @@ bool mountSmall(const fs::path& folder, const char* size = "512k") {
 TEST_F(StoreFailureTest, aFullDiskIsAnErrorUntilThereIsSpaceAgain) {
   test::inChild([this] {
     if (!mountSmall(folder_.path())) {
-      GTEST_SKIP() << "no mounts of one's own here";
+      GTEST_SKIP() << "this process may not mount file systems";
     }
     const fs::path filler = folder_.path() / "filler";
     Rows expected;
@@ -409,7 +409,7 @@ TEST_F(StoreFailureTest, aFullDiskIsAnErrorUntilThereIsSpaceAgain) {
 TEST_F(StoreFailureTest, EverythingCanBeDeletedFromAFullDisk) {
   test::inChild([this] {
     if (!mountSmall(folder_.path(), "4m")) {
-      GTEST_SKIP() << "no mounts of one's own here";
+      GTEST_SKIP() << "this process may not mount file systems";
     }
     std::mt19937 random(7);
     InstanceDatabase database(file());

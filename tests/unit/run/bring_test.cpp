@@ -1,0 +1,39 @@
+// A parts server that takes a connection and never answers.
+#include "bring.h"
+
+#include <arpa/inet.h>
+#include <gmock/gmock.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using namespace run;
+using testing::ContainsRegex;
+using testing::Not;
+
+TEST(Bring, AServerThatStallsIsGivenUpAtTheDeadline) {
+  const int listening = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof address;
+  ASSERT_EQ(bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  ASSERT_EQ(listen(listening, 1), 0);
+  ASSERT_EQ(getsockname(listening, reinterpret_cast<sockaddr*>(&address), &size), 0);
+  for (const std::string scheme : {"http", "ftp"}) {
+    Settings settings;
+    settings.url = scheme + "://127.0.0.1:" + std::to_string(ntohs(address.sin_port));
+    const Deadline deadline(std::chrono::milliseconds(300));
+    Bringer bringer(settings, deadline);
+    try {
+      bringer.bring("1234wpk.txt");
+      ADD_FAILURE() << scheme;
+    } catch (const Failure& failure) {
+      EXPECT_EQ(failure.status(), Status::notReached);
+      // The time that was left, not the longest time of a transfer.
+      EXPECT_THAT(failure.what(), ContainsRegex("timed out after [0-9]{1,3} milliseconds"));
+      EXPECT_THAT(failure.what(), Not(ContainsRegex("tries")));
+    }
+  }
+  close(listening);
+}
