@@ -14,12 +14,13 @@
 #include <system_error>
 #include <thread>
 
+#include "data_file.h"
+
 namespace run {
 
 namespace {
 
-// The largest data files in use have a few hundred lines of less than 256 bytes.
-constexpr std::size_t mostBytes = 1048576;
+constexpr std::size_t mostBytes = show::mostFileBytes;
 // A server in the same country answers within a second, a busy one within some.
 constexpr long connectSeconds = 15;
 // 1 MiB at 140 kbit/s.

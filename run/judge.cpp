@@ -5,8 +5,8 @@
 #include <iterator>
 #include <optional>
 #include <sstream>
-#include <string_view>
 
+#include "data_file.h"
 #include "explainer.h"
 #include "import/fru_file.h"
 
@@ -57,23 +57,8 @@ Items missingFrom(const Items& b, const Items& a) {
 }
 
 void checkForm(const std::string& text) {
-  if (text.empty()) {
-    refuse("it is empty");
-  }
-  if (text.find('\0') != std::string::npos) {
-    refuse("it has zero bytes, so it is damaged or not a text");
-  }
-  const std::string_view mark = "\xEF\xBB\xBF";  // of UTF-8, which a server may put before HTML
-  const std::size_t begin =
-      text.find_first_not_of(" \t\r\n", text.starts_with(mark) ? mark.size() : 0);
-  if (begin == std::string::npos) {
-    refuse("it has only blank lines");
-  }
-  if (text[begin] == '<') {
-    refuse("it is HTML or XML, not a FRU data file");
-  }
-  if (text.back() != '\n') {
-    refuse("its last line has no newline, so it is probably cut short");
+  if (const auto problem = show::findFormProblem(text)) {
+    refuse(problem->words);
   }
 }
 

@@ -6,12 +6,10 @@
 #include <vector>
 
 #include "cim/selection.h"
-#include "entries.h"
 #include "import/import.h"
 
 using Pegasus::CIMInstance;
 using Pegasus::String;
-using Pegasus::Uint32;
 
 namespace show {
 
@@ -20,40 +18,12 @@ namespace {
 // A machine with a hundred processors must not fill the screen with them.
 constexpr std::size_t mostValues = 8;
 
-bool isBlank(const String& line) {
-  const auto units = line.view();
-  return std::all_of(units.begin(), units.end(),
-                     [](char16_t unit) { return unit == u' ' || unit == u'\t' || unit == u'\r'; });
-}
-
-// Whether the line has two fields in quotes, which tells a misspelt category from a heading; morvik
-// itself does not look.
-bool hasTwoFields(const String& line) {
-  const Uint32 comma = line.find(',');
-  return comma != PEG_NOT_FOUND && comma > 0 && line[comma - 1] == '"' &&
-         line.find(comma + 1, '"') == comma + 1;
-}
-
-Reason unknownCategory(const String& token) {
-  const String words = String("unknown category \"") + token + "\"";
-  return {"unknown-category", isCategory(token) ? words + ": must be in capital letters" : words};
-}
-
 String lineWords(std::uint64_t line) {
   return String("line ") + String(std::to_string(line));
 }
 
 String valueOf(const CIMInstance& instance, const char* property) {
   return instance.getProperty(instance.findProperty(property)).getValue().toString();
-}
-
-// Whether XML 1.0 has all characters of the text, which the client library insists on. A text from
-// a file has no unpaired surrogates.
-bool isXmlText(const String& text) {
-  const auto units = text.view();
-  return std::all_of(units.begin(), units.end(), [](char16_t unit) {
-    return (unit >= u' ' && unit < 0xFFFE) || unit == u'\t' || unit == u'\n' || unit == u'\r';
-  });
 }
 
 // --- why a line does not fit this machine; whether it fits is not decided here ---
@@ -143,37 +113,15 @@ Reason whyItDiffers(Category category, const String& line, const Machine& machin
 }  // namespace
 
 Explanation Explainer::explain(LineRead read, const String& line) {
+  const Recognition recognition = recognise(read, line);
   Explanation explanation;
   explanation.line = ++lines_;
-  if (read == LineRead::tooLong) {
-    explanation.reason = {"too-long", "too long: more than 255 bytes"};
-  } else if (read == LineRead::unfinished) {
-    explanation.reason = {"unfinished", "last line without a newline: not read"};
-  } else {
-    explainText(line, explanation);
+  explanation.category = recognition.token;
+  explanation.reason = recognition.reason;
+  if (recognition.category) {
+    explainEntry(*recognition.category, line, explanation);
   }
   return explanation;
-}
-
-void Explainer::explainText(const String& line, Explanation& explanation) {
-  if (isComment(line)) {
-    explanation.reason = {"comment", "comment: the line has a #"};
-    return;
-  }
-  if (isBlank(line)) {
-    explanation.reason = {"blank", "blank line"};
-    return;
-  }
-  const String token = cutCategoryToken(line);
-  if (const auto category = findCategory(token)) {
-    explanation.category = token;
-    explainEntry(*category, line, explanation);
-  } else if (hasTwoFields(line)) {
-    explanation.category = token;
-    explanation.reason = unknownCategory(token);
-  } else {
-    explanation.reason = {"no-entry", "not an entry: does not begin like \"number\",\"CATEGORY\""};
-  }
 }
 
 void Explainer::explainEntry(Category category, const String& line, Explanation& explanation) {
@@ -208,10 +156,8 @@ Reason Explainer::whyNotSelected(Category category, const String& line) const {
 
 std::optional<Reason> Explainer::whyNotCreated(const CIMInstance& instance,
                                                const Explanation& explanation) const {
-  for (Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
-    if (!isXmlText(instance.getProperty(i).getValue().toString())) {
-      return Reason{"not-sendable", "cannot be sent: it has a control character"};
-    }
+  if (const auto reason = whyNotSendable(instance)) {
+    return reason;
   }
   const auto same =
       published_.find({explanation.fields->fruNumber, *explanation.identifyingNumber});

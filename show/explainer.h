@@ -8,6 +8,7 @@
 #include <optional>
 #include <utility>
 
+#include "data_file.h"
 #include "import/fru_file.h"
 #include "import/publication.h"
 #include "machine.h"
@@ -20,12 +21,6 @@ enum class Result {
   leftOut,
   // Not an entry.
   ignored,
-};
-
-struct Reason {
-  // For programs; the manual page lists them all.
-  const char* code = "";
-  Pegasus::String words;
 };
 
 // What becomes of one line.
@@ -56,7 +51,6 @@ class Explainer {
   Explanation explain(LineRead read, const Pegasus::String& line);
 
  private:
-  void explainText(const Pegasus::String& line, Explanation& explanation);
   void explainEntry(Category category, const Pegasus::String& line, Explanation& explanation);
   Reason whyNotSelected(Category category, const Pegasus::String& line) const;
   // Nothing if the creation succeeds.

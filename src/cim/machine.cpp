@@ -2,6 +2,9 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
+#include <optional>
+#include <string>
 
 #include "cim/client.h"
 
@@ -11,6 +14,7 @@ using Pegasus::CIMInstance;
 using Pegasus::CIMPropertyList;
 using Pegasus::CIMValue;
 using Pegasus::String;
+using Pegasus::Uint16;
 using Pegasus::Uint32;
 using Pegasus::Uint64;
 
@@ -51,6 +55,22 @@ String toMegabytesText(Uint64 bytes) {
   char digits[12];
   std::snprintf(digits, sizeof digits, "%d", static_cast<int>(megabytes));
   return {digits};
+}
+
+// Of decimal digits only.
+std::optional<Uint32> numberIn(const String& text) {
+  Uint64 number = 0;
+  for (Uint32 i = 0; i < text.size(); i++) {
+    const Uint16 digit = text[i];
+    if (digit < '0' || digit > '9') {
+      return std::nullopt;
+    }
+    number = number * 10 + (digit - Uint64{'0'});
+    if (number > std::numeric_limits<Uint32>::max()) {
+      return std::nullopt;
+    }
+  }
+  return static_cast<Uint32>(number);
 }
 
 }  // namespace
@@ -109,7 +129,10 @@ String memorySizeText(const CIMInstance& module) {
 
 String languageCode() {
   const char* variable = std::getenv("LANG");
-  const std::string_view language = variable == nullptr ? "" : variable;
+  return languageCodeOf(variable == nullptr ? "" : variable);
+}
+
+String languageCodeOf(std::string_view language) {
   String firstTwo = toText(language.substr(0, 2));
   String firstFour = toText(language.substr(0, 4));
   for (const char* code : {"EN", "DE", "FR", "IT", "JA", "KO"}) {
@@ -125,4 +148,26 @@ String languageCode() {
     }
   }
   return String::EMPTY;
+}
+
+bool canBeClock(const String& text) {
+  const auto megahertz = numberIn(text);
+  return megahertz && CIMValue(*megahertz).toString() == text;
+}
+
+bool canBeMemorySize(const String& text) {
+  const auto megabytes = numberIn(text);
+  return megabytes && toMegabytesText(Uint64{*megabytes} << 20) == text;
+}
+
+bool canBeLanguage(const String& text) {
+  std::string language;
+  for (Uint32 i = 0; i < text.size(); i++) {
+    const Uint16 character = text[i];
+    if (character > 0x7F) {
+      return false;
+    }
+    language += static_cast<char>(character);
+  }
+  return languageCodeOf(language) == text;
 }

@@ -4,6 +4,8 @@
 
 #include <Pegasus/Client/CIMClient.h>
 
+#include <string_view>
+
 // Puts the machine type, at most four characters, into `machineType`: the model
 // "Server 123 -[1234ABX]-" has the type "1234".
 // Returns 1 when the question ran to its end, with `machineType` unchanged if the server had
@@ -32,3 +34,11 @@ Pegasus::String memorySizeText(const Pegasus::CIMInstance& module);
 // The language of the environment variable LANG, as LANG spells it: en, de, fr, it, ja, ko; the
 // empty text for any other.
 Pegasus::String languageCode();
+// The same, if that is the value of LANG.
+Pegasus::String languageCodeOf(std::string_view language);
+
+// Whether a machine can have this text: the functions above give it for some clock speed, for some
+// module of less than 2 PiB, or for some LANG.
+bool canBeClock(const Pegasus::String& text);
+bool canBeMemorySize(const Pegasus::String& text);
+bool canBeLanguage(const Pegasus::String& text);

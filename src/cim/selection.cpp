@@ -17,7 +17,7 @@ QualifierText cutQualifier(const String& line, const String& token) {
   const Uint32 position = line.find(token);
   const Uint32 start = position + token.size();
   const Uint32 end = findFrom(line, start, '"');
-  return {position != PEG_NOT_FOUND, cut(line, start, end - start)};
+  return {position != PEG_NOT_FOUND, cut(line, start, end - start), start};
 }
 
 }  // namespace

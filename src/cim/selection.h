@@ -29,6 +29,8 @@ struct QualifierText {
   // The text after the token, up to the next double quote or the end of the line; without the
   // token, that from the position named above.
   Pegasus::String value;
+  // Where the value begins.
+  Pegasus::Uint32 start;
 };
 
 QualifierText cutSpeed(const Pegasus::String& line);

@@ -23,19 +23,28 @@ void skipRestOfLine(std::istream& file) {
 
 }  // namespace
 
-LineRead readAnyLine(std::istream& file, String& line) {
+LineRead readAnyBytes(std::istream& file, std::string& line) {
   char buffer[maxLineLength + 1];
   file.getline(buffer, sizeof buffer);
-  line = toText(buffer);
+  const auto taken = static_cast<std::size_t>(file.gcount());
   if (file.good()) {
+    line.assign(buffer, taken - 1);  // the newline is taken, but not kept
     return LineRead::complete;
   }
+  line.assign(buffer, taken);
   if (stoppedAtFullBuffer(file)) {
     skipRestOfLine(file);
     return LineRead::tooLong;
   }
   const bool endedWithin = file.eof() && !file.bad() && file.gcount() > 0;
   return endedWithin ? LineRead::unfinished : LineRead::end;
+}
+
+LineRead readAnyLine(std::istream& file, String& line) {
+  std::string bytes;
+  const LineRead read = readAnyBytes(file, bytes);
+  line = toText(bytes.c_str());
+  return read;
 }
 
 bool readLine(std::istream& file, String& line) {
@@ -67,15 +76,21 @@ String cutCategoryToken(const String& line) {
   return cut(line, start, findFrom(line, start, '"') - start);
 }
 
+EntryMarks findEntryMarks(const String& line) {
+  EntryMarks marks = {};
+  marks.firstQuote = findFrom(line, 0, '"');
+  marks.firstComma = findFrom(line, 0, ',');
+  marks.secondComma = findFrom(line, marks.firstComma + 2, ',');
+  marks.qualifierEnd = findFrom(line, marks.secondComma + 2, '"');
+  marks.descriptionEnd = findFrom(line, marks.qualifierEnd + 3, '"');
+  return marks;
+}
+
 EntryFields cutEntryFields(const String& line) {
-  const Uint32 firstQuote = findFrom(line, 0, '"');
-  const Uint32 firstComma = findFrom(line, 0, ',');
-  const Uint32 secondComma = findFrom(line, firstComma + 2, ',');
-  const Uint32 qualifierEnd = findFrom(line, secondComma + 2, '"');
-  const Uint32 descriptionEnd = findFrom(line, qualifierEnd + 3, '"');
+  const EntryMarks marks = findEntryMarks(line);
   return {
-      cut(line, firstQuote + 1, firstComma - firstQuote - 2),
-      cut(line, firstComma + 2, secondComma - firstComma - 3),
-      cut(line, qualifierEnd + 3, descriptionEnd - qualifierEnd - 3),
+      cut(line, marks.firstQuote + 1, marks.firstComma - marks.firstQuote - 2),
+      cut(line, marks.firstComma + 2, marks.secondComma - marks.firstComma - 3),
+      cut(line, marks.qualifierEnd + 3, marks.descriptionEnd - marks.qualifierEnd - 3),
   };
 }

@@ -11,6 +11,7 @@
 #include <array>
 #include <istream>
 #include <optional>
+#include <string>
 
 // What the next line of the file is.
 enum class LineRead {
@@ -27,6 +28,9 @@ enum class LineRead {
 // text of its line. `line` gets the text of a complete line, without its newline, and what there is
 // of any other.
 LineRead readAnyLine(std::istream& file, Pegasus::String& line);
+
+// The same, but gives the bytes, those from a zero byte on included.
+LineRead readAnyBytes(std::istream& file, std::string& line);
 
 // Puts the next complete line into `line` and answers true; false at the end. Lines that are too
 // long are skipped as a whole. A last line without newline and a read that fails end the file.
@@ -80,3 +84,18 @@ struct EntryFields {
 };
 
 EntryFields cutEntryFields(const Pegasus::String& line);
+
+// The positions in a line that its fields are cut by. One that is not found is PEG_NOT_FOUND, and
+// the search for the next begins at a position that has wrapped.
+struct EntryMarks {
+  // The opening quote of the first field.
+  Pegasus::Uint32 firstQuote;
+  // The commas before and after the second field.
+  Pegasus::Uint32 firstComma;
+  Pegasus::Uint32 secondComma;
+  // The closing quotes of the third and fourth fields.
+  Pegasus::Uint32 qualifierEnd;
+  Pegasus::Uint32 descriptionEnd;
+};
+
+EntryMarks findEntryMarks(const Pegasus::String& line);

@@ -63,14 +63,17 @@ bool isSelected(CIMClient& client, Category category, const String& line,
     case Category::keyboard:
       return getLanguageQualifier(line);
     case Category::planar:
-      return !publication.planarPublished;
     case Category::cdrom:
-      return !publication.cdromPublished;
     case Category::floppy:
     case Category::optionsp:
     case Category::fan:
     case Category::backplane:
       break;
   }
-  return true;
+  return isStillWanted(category, publication);
+}
+
+bool isStillWanted(Category category, const Publication& publication) {
+  return !(category == Category::planar && publication.planarPublished) &&
+         !(category == Category::cdrom && publication.cdromPublished);
 }

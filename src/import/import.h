@@ -16,3 +16,7 @@ bool importFruFile(Pegasus::CIMClient& client);
 // lets pass.
 bool isSelected(Pegasus::CIMClient& client, Category category, const Pegasus::String& line,
                 const Publication& publication);
+
+// The part of it that no machine changes: whether another entry of the category is wanted after
+// what has been published.
+bool isStillWanted(Category category, const Publication& publication);

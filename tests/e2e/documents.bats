@@ -248,6 +248,12 @@ answers() { # PATH JQ-FILTER
     block data-files.md first >1234wpk.txt
     equal "$(block data-files.md explain | tail -n +2)" \
         "$(eval "$(block data-files.md explain | sed -n '1s/^\$ //p')")" 'the explanation'
+    equal "$(block data-files.md lint | tail -n +2)" "$(follow data-files.md check || (($? == 1)))" 'the findings'
+    # The commands of the last step of the workflow.
+    block data-files.md workflow | sed -n '/morvik-lint/,$s/^ *//p' >step
+    equal 1 "$(bash -e step >annotations || printf '%d' "$?")" 'the status of the step'
+    equal '::error file=1234wpk.txt,line=8,col=12::second PLANAR: only that of line 7 is published' \
+        "$(head -n 1 annotations)" 'the first annotation'
     follow data-files.md status
     grep -Eq '"format": ?1,' verdict.json
 }

@@ -36,6 +36,7 @@ documents() {
 
 toolFiles() {
     cat <<'END'
+bin/morvik-lint
 bin/morvik-show
 etc/default/morvik
 lib/systemd/system/morvik.service
@@ -44,11 +45,14 @@ lib/sysusers.d/morvik.conf
 sbin/morvik
 sbin/morvik-run
 share/bash-completion/completions/morvik
+share/bash-completion/completions/morvik-lint
 share/bash-completion/completions/morvik-run
 share/bash-completion/completions/morvik-show
+share/fish/vendor_completions.d/morvik-lint.fish
 share/fish/vendor_completions.d/morvik-run.fish
 share/fish/vendor_completions.d/morvik-show.fish
 share/fish/vendor_completions.d/morvik.fish
+share/man/man1/morvik-lint.1
 share/man/man1/morvik-show.1
 share/man/man5/fru.txt.5
 share/man/man8/morvik-run.8
@@ -65,6 +69,7 @@ share/morvik/schema/samples/server-1234.mof
 share/morvik/schema/samples/server-2345.mof
 share/morvik/schema/samples/workstation-3456.mof
 share/zsh/site-functions/_morvik
+share/zsh/site-functions/_morvik-lint
 share/zsh/site-functions/_morvik-run
 share/zsh/site-functions/_morvik-show
 END
@@ -157,7 +162,7 @@ optionsIn() { # FILE
 
 @test "the completions have all options of the programs, all categories, and nothing else" {
     local program options completions=$project/packaging/completions shell
-    for program in morvik-cimd morvik-run morvik-show; do
+    for program in morvik-cimd morvik-lint morvik-run morvik-show; do
         options=$("$MORVIK_BIN_DIR/$program" --help | optionsIn /dev/stdin)
         equal "$options" "$(optionsIn "$completions/$program.bash")" "bash, $program"
         equal "$options" "$(optionsIn "$completions/$program.zsh")" "zsh, $program"
@@ -187,6 +192,7 @@ completed() { # COMMAND TEXT
     equal '--log-level debug error info warning' "$(completed morvik-cimd '--log-level ')" levels
     equal 'files/a.mof' "$(completed morvik-cimd 'files/')" 'MOF files'
     equal '--store files/a.mof files/b.txt' "$(completed morvik-cimd '--store files/')" 'files of a store'
+    equal 'files/a.mof files/b.txt' "$(completed morvik-lint 'files/')" 'data files of morvik-lint'
     equal '--missing ok' "$(completed morvik-run '--missing o')" 'words of morvik-run'
     equal '--category FAN FLOPPY' "$(completed morvik-show '--category F')" categories
     equal '--explain files/a.mof files/b.txt' "$(completed morvik-show '--explain files/')" 'data files'
@@ -200,6 +206,7 @@ completed() { # COMMAND TEXT
     [[ -n $version ]]
     equal "morvik-cimd $version" "$("$cimd" --version)" 'the version of morvik-cimd'
     equal "morvik-run $version" "$("$MORVIK_BIN_DIR/morvik-run" --version)" 'the version of morvik-run'
+    equal "morvik-lint $version" "$("$MORVIK_BIN_DIR/morvik-lint" --version)" 'the version of morvik-lint'
     [[ ! -x $MORVIK_BIN_DIR/morvik-show ]] ||
         equal "morvik-show $version" "$("$MORVIK_BIN_DIR/morvik-show" --version)" 'the version of morvik-show'
     installTree
