@@ -60,15 +60,6 @@ std::string goodWords(const Report& report) {
              : "published " + what + ": " + added + " added, " + removed + " removed";
 }
 
-std::string timeText(Time time) {
-  const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
-  std::tm parts = {};
-  gmtime_r(&seconds, &parts);
-  char text[32];
-  const std::size_t size = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
-  return {text, size};
-}
-
 Json toJson(const Items& items) {
   Json list = Json::array();
   for (const Item& item : items) {

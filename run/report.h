@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "history.h"
 #include "judge.h"
 #include "outcome.h"
 
@@ -50,7 +51,7 @@ std::string listWords(const Items& items);
 std::string goodWords(const Report& report);
 
 // As in "2026-11-22T02:00:00Z".
-std::string timeText(Time time);
+using show::timeText;
 
 // The same for all who read JSON; the manual page describes it.
 Json toJson(const Report& report);

@@ -118,8 +118,8 @@ void Run::askMachine() {
     report_.machineType = machine_.machineType->toUtf8();
   }
   names_.type = report_.machineType;
-  if (!machine_.models.values.empty() && machine_.models.values[0]) {
-    names_.model = machine_.models.values[0]->toUtf8();
+  if (machine_.model) {
+    names_.model = machine_.model->toUtf8();
   }
   if (!settings_.metrics.empty()) {
     const auto systems = readSystems(*client_);
@@ -132,7 +132,7 @@ void checkMachineType(const show::Machine& machine, const std::string& type) {
   if (type.empty()) {
     throw Failure(Status::cimServer,
                   "the CIM server does not give the machine type" +
-                      (machine.models.refusal ? ": " + harmless(machine.models.refusal->toUtf8())
+                      (machine.systemRefusal ? ": " + harmless(machine.systemRefusal->toUtf8())
                                               : "; see morvik-show --machine"));
   }
   const bool isSafe = type.find_first_not_of(

@@ -17,6 +17,7 @@ namespace {
 
 // A machine with a hundred processors must not fill the screen with them.
 constexpr std::size_t mostValues = 8;
+constexpr std::size_t mostPlaces = 32;
 
 String lineWords(std::uint64_t line) {
   return String("line ") + String(std::to_string(line));
@@ -41,18 +42,11 @@ String quoted(const String& value) {
   return isPlain(value) ? value : String("\"") + value + "\"";
 }
 
-// Each value once: "1800 and 2000".
-String listWords(const Answers& answers) {
-  std::vector<String> words;
-  for (const auto& value : answers.values) {
-    const String word = value ? quoted(*value) : String("one without a value");
-    if (std::find(words.begin(), words.end(), word) == words.end()) {
-      words.push_back(word);
-    }
-  }
-  if (words.size() > mostValues) {
-    const std::string rest = std::to_string(words.size() - mostValues + 1);
-    words.resize(mostValues - 1);
+// "CPU 1, CPU 2 and 3 others".
+String listWords(std::vector<String> words, std::size_t most) {
+  if (words.size() > most) {
+    const std::string rest = std::to_string(words.size() - most + 1);
+    words.resize(most - 1);
     words.emplace_back(rest + " others");
   }
   String list;
@@ -63,20 +57,32 @@ String listWords(const Answers& answers) {
   return list;
 }
 
-Reason difference(const char* code, const String& asked, const Answers& answers, const char* what,
-                  const char* instances) {
-  if (answers.refusal) {
-    return {"unknown-here",
-            String("the CIM server does not show its ") + instances + ": " + *answers.refusal};
+// Each value once: "1800 and 2000".
+String listWords(const Parts& parts) {
+  std::vector<String> words;
+  for (const Part& part : parts.list) {
+    const String word = part.compared ? quoted(*part.compared) : String("one without a value");
+    if (std::find(words.begin(), words.end(), word) == words.end()) {
+      words.push_back(word);
+    }
   }
-  if (answers.values.empty()) {
+  return listWords(std::move(words), mostValues);
+}
+
+Reason difference(const char* code, const String& asked, const Parts& parts, const char* what,
+                  const char* instances) {
+  if (parts.refusal) {
+    return {"unknown-here",
+            String("the CIM server does not show its ") + instances + ": " + *parts.refusal};
+  }
+  if (parts.list.empty()) {
     return {"unknown-here", String("the CIM server has no ") + instances};
   }
-  if (answers.has(asked)) {
+  if (parts.has(asked)) {
     throw std::runtime_error("the CIM server failed, or changed while it was read");
   }
-  return {answers.isBroken() ? "unknown-here" : code,
-          String(what) + " differs: " + quoted(asked) + " asked, " + listWords(answers) + " here"};
+  return {parts.isBroken() ? "unknown-here" : code,
+          String(what) + " differs: " + quoted(asked) + " asked, " + listWords(parts) + " here"};
 }
 
 // A line without its token is compared all the same, by the text at a certain place.
@@ -91,13 +97,13 @@ Reason whyItDiffers(Category category, const String& line, const Machine& machin
   if (category == Category::processor) {
     const QualifierText speed = cutSpeed(line);
     return speed.isGiven
-               ? difference("clock-differs", speed.value, machine.clocks, "clock", "processors")
+               ? difference("clock-differs", speed.value, machine.processors, "clock", "processors")
                : Reason{"no-speed", "the line has no SPEED="};
   }
   if (category == Category::memory) {
     const QualifierText size = cutSize(line);
     Reason reason =
-        difference("size-differs", size.value, machine.memorySizes, "size", "memory modules");
+        difference("size-differs", size.value, machine.memoryModules, "size", "memory modules");
     addMissing(size, "SIZE=", reason);
     return reason;
   }
@@ -108,6 +114,22 @@ Reason whyItDiffers(Category category, const String& line, const Machine& machin
                                            " here"};
   addMissing(language, "LANGUAGE=", reason);
   return reason;
+}
+
+// Of the parts that have a place.
+std::vector<String> placesFor(Category category, const String& line, const Machine& machine) {
+  if (category != Category::processor && category != Category::memory) {
+    return {};
+  }
+  const bool isProcessor = category == Category::processor;
+  const String asked = isProcessor ? cutSpeed(line).value : cutSize(line).value;
+  std::vector<String> places;
+  for (const Part& part : (isProcessor ? machine.processors : machine.memoryModules).list) {
+    if (part.place && part.compared == asked) {
+      places.push_back(*part.place);
+    }
+  }
+  return places;
 }
 
 }  // namespace
@@ -141,7 +163,10 @@ void Explainer::explainEntry(Category category, const String& line, Explanation&
   notePublished(category, publication_);
   notePublishedLine(category, explanation);
   explanation.result = Result::published;
-  explanation.reason = {"published", String("as ") + *explanation.identifyingNumber};
+  explanation.places = placesFor(category, line, machine_);
+  explanation.reason = {"published", String("as ") + *explanation.identifyingNumber +
+                                         (explanation.places.empty() ? "" : ", for ") +
+                                         listWords(explanation.places, mostPlaces)};
 }
 
 Reason Explainer::whyNotSelected(Category category, const String& line) const {

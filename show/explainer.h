@@ -7,6 +7,7 @@
 #include <map>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "data_file.h"
 #include "import/fru_file.h"
@@ -35,6 +36,8 @@ struct Explanation {
   std::optional<EntryFields> fields;
   // Of entries that morvik would try to publish.
   std::optional<Pegasus::String> identifyingNumber;
+  // Of published PROCESSOR and MEMORY entries: the places of the parts that it is for.
+  std::vector<Pegasus::String> places;
 };
 
 // Goes through the lines as an import does, with the import's own functions, but creates nothing: a

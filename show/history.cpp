@@ -12,8 +12,6 @@ namespace show {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 constexpr std::chrono::hours longestSilence{48};
 
 // Of a file that another program has written: anything may be missing, or of another type.
@@ -43,7 +41,27 @@ void writeItems(std::ostream& out, const Terminal& terminal, const Json& change,
   }
 }
 
+// Anything but an object if there is no status file, or it cannot be read.
+Json statusIn(const std::string& stateDirectory) {
+  std::ifstream file(stateDirectory + "/" + statusFile);
+  return Json::parse(file, nullptr, false);
+}
+
+// Empty if it is missing.
+Json memberOf(const Json& status, const char* name) {
+  const auto found = status.find(name);
+  return found != status.end() && found->is_object() ? *found : Json::object();
+}
+
 }  // namespace
+
+std::string timeText(std::chrono::system_clock::time_point time) {
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+  std::tm parts = {};
+  gmtime_r(&seconds, &parts);
+  char text[32];
+  return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts)};
+}
 
 std::optional<std::chrono::system_clock::time_point> timeIn(const std::string& text) {
   std::tm parts = {};
@@ -54,29 +72,31 @@ std::optional<std::chrono::system_clock::time_point> timeIn(const std::string& t
   return std::chrono::system_clock::from_time_t(timegm(&parts));
 }
 
+std::optional<std::string> lastGoodRun(const std::string& stateDirectory) {
+  const Json status = statusIn(stateDirectory);
+  const std::string finished =
+      status.is_object() ? textOf(memberOf(status, "good"), "finished") : "";
+  return timeIn(finished) ? std::optional(finished) : std::nullopt;
+}
+
 std::optional<std::string> noteAbout(const std::string& stateDirectory,
                                      std::chrono::system_clock::time_point now) {
-  std::ifstream file(stateDirectory + "/" + statusFile);
-  const Json status = Json::parse(file, nullptr, false);
+  const Json status = statusIn(stateDirectory);
   if (!status.is_object()) {
     return std::nullopt;
   }
-  const auto member = [&](const char* name) {
-    const auto found = status.find(name);
-    return found != status.end() && found->is_object() ? *found : Json::object();
-  };
-  const std::string last = textOf(member("last"), "message");
-  const auto good = timeIn(textOf(member("good"), "finished"));
-  if (good && now - *good <= longestSilence) {
+  const std::string last = textOf(memberOf(status, "last"), "message");
+  const auto good = lastGoodRun(stateDirectory);
+  if (good && now - *timeIn(*good) <= longestSilence) {
     return std::nullopt;
   }
-  return (good ? "the last good run of morvik-run was at " + textOf(member("good"), "finished")
+  return (good ? "the last good run of morvik-run was at " + *good
                : std::string("no run of morvik-run was good yet")) +
          (last.empty() ? "" : "; the last one: " + last);
 }
 
 std::size_t writeHistory(std::ostream& out, const Terminal& terminal,
-                         const std::string& stateDirectory, bool isJson) {
+                         const std::string& stateDirectory, const std::optional<Frame>& json) {
   const std::string name = stateDirectory + "/" + historyFile;
   std::ifstream file(name);
   std::error_code error;
@@ -86,15 +106,17 @@ std::size_t writeHistory(std::ostream& out, const Terminal& terminal,
     throw std::runtime_error("there is no history: cannot read " + name);
   }
   std::size_t count = 0;
-  out << (isJson ? "{\"format\":1,\"changes\":[" : "");
+  std::optional<JsonList> list;
+  if (json) {
+    list.emplace(out, beginning(*json), "changes");
+  }
   for (std::string line; std::getline(file, line);) {
     const Json change = Json::parse(line, nullptr, false);
     if (!change.is_object()) {
       continue;
     }
-    if (isJson) {
-      out << (count == 0 ? "\n" : ",\n")
-          << change.dump(-1, ' ', true, Json::error_handler_t::replace);
+    if (list) {
+      list->add(change);
     } else {
       out << styled(Style::bold, clean(textOf(change, "time"), terminal), terminal) << "  "
           << clean(textOf(change, "source"), terminal) << '\n';
@@ -103,7 +125,9 @@ std::size_t writeHistory(std::ostream& out, const Terminal& terminal,
     }
     ++count;
   }
-  out << (isJson ? "]}\n" : "");
+  if (list) {
+    list->end(Json::object());
+  }
   return count;
 }
 

@@ -6,6 +6,7 @@
 #include <ostream>
 #include <string>
 
+#include "json.h"
 #include "text.h"
 
 namespace show {
@@ -14,8 +15,14 @@ namespace show {
 inline constexpr const char* statusFile = "status.json";
 inline constexpr const char* historyFile = "history.jsonl";
 
+// "2026-11-22T02:00:00Z" (RFC 3339).
+std::string timeText(std::chrono::system_clock::time_point time);
+
 // Of a text such as "2026-11-22T02:00:00Z"; absent for any other.
 std::optional<std::chrono::system_clock::time_point> timeIn(const std::string& text);
+
+// When the last good run ended, in that form. Nothing if there was none, or it is not known.
+std::optional<std::string> lastGoodRun(const std::string& stateDirectory);
 
 // What people should know about the last runs: that none was good for more than two days before
 // `now`. Nothing if there is no status file, or it cannot be read: morvik may be run by other
@@ -23,10 +30,10 @@ std::optional<std::chrono::system_clock::time_point> timeIn(const std::string& t
 std::optional<std::string> noteAbout(const std::string& stateDirectory,
                                      std::chrono::system_clock::time_point now);
 
-// Writes the changes, the newest last, and returns how many there are. As JSON, an object with the
-// list of them. Lines that cannot be read are left out. Throws std::runtime_error if there is no
-// history.
+// Writes the changes, the newest last, and returns how many there are. With `json`,
+// as an object with the list of them. Lines that cannot be read are left out. Throws
+// std::runtime_error if there is no history.
 std::size_t writeHistory(std::ostream& out, const Terminal& terminal,
-                         const std::string& stateDirectory, bool isJson);
+                         const std::string& stateDirectory, const std::optional<Frame>& json);
 
 }  // namespace show

@@ -1,23 +1,42 @@
 #include "machine.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdlib>
 #include <functional>
+#include <map>
 
+#include "cim/client.h"
 #include "cim/machine.h"
 
 using Pegasus::Array;
 using Pegasus::CIMClient;
 using Pegasus::CIMException;
 using Pegasus::CIMInstance;
+using Pegasus::CIMValue;
 using Pegasus::Exception;
 using Pegasus::String;
+using Pegasus::Uint16;
+using Pegasus::Uint32;
+using Pegasus::Uint64;
 
 namespace show {
 
 namespace {
 
-std::optional<String> valueOf(const CIMInstance& instance,
-                              const std::function<String(const CIMInstance&)>& text) {
+using Read = Array<CIMInstance> (*)(CIMClient&);
+using ComparedText = String (*)(const CIMInstance&);
+
+// Empty if the server names none, or in a form that cannot be written.
+String pathOf(const CIMInstance& instance) {
+  try {
+    return instance.getPath().toString();
+  } catch (const Exception&) {
+    return {};
+  }
+}
+
+std::optional<String> textOf(const CIMInstance& instance, ComparedText text) {
   try {
     return text(instance);
   } catch (const Exception&) {
@@ -25,41 +44,175 @@ std::optional<String> valueOf(const CIMInstance& instance,
   }
 }
 
-Answers ask(const std::function<Array<CIMInstance>()>& read,
-            const std::function<String(const CIMInstance&)>& text) {
-  Answers answers;
+Parts readParts(CIMClient& client, Read read, ComparedText text) {
+  Parts parts;
   try {
-    for (const CIMInstance& instance : read()) {
-      answers.values.push_back(valueOf(instance, text));
+    for (const CIMInstance& instance : read(client)) {
+      parts.list.push_back({.compared = textOf(instance, text), .path = pathOf(instance)});
     }
   } catch (const CIMException& refusal) {
-    answers.refusal = refusal.getMessage();
+    parts.refusal = refusal.getMessage();
   }
-  return answers;
+  return parts;
+}
+
+// --- details ---
+
+// Nothing also for a value of another type.
+template <typename Value>
+std::optional<Value> valueOf(const CIMInstance& instance, const char* property) {
+  const Uint32 position = instance.findProperty(property);
+  if (position == PEG_NOT_FOUND) {
+    return std::nullopt;
+  }
+  const CIMValue& value = instance.getProperty(position).getValue();
+  if (value.isNull()) {
+    return std::nullopt;
+  }
+  try {
+    Value result{};
+    value.get(result);
+    return result;
+  } catch (const Exception&) {
+    return std::nullopt;
+  }
+}
+
+std::optional<String> textOf(const CIMInstance& instance, const char* property) {
+  auto text = valueOf<String>(instance, property);
+  return text && text->size() > 0 ? text : std::nullopt;
+}
+
+// The types of CIM_PhysicalMemory.MemoryType that a server of the last 25 years may have.
+std::optional<String> memoryTypeOf(const CIMInstance& instance) {
+  struct Row {
+    Uint16 number;
+    const char* name;
+  };
+  static constexpr std::array rows = {
+      Row{17, "SDRAM"},  Row{19, "RDRAM"},  Row{20, "DDR"},    Row{21, "DDR2"},  Row{23, "FB-DIMM"},
+      Row{24, "DDR3"},   Row{25, "FBD2"},   Row{26, "DDR4"},   Row{27, "LPDDR"}, Row{28, "LPDDR2"},
+      Row{29, "LPDDR3"}, Row{30, "LPDDR4"}, Row{31, "NVDIMM"}, Row{32, "HBM"},   Row{33, "HBM2"},
+      Row{34, "DDR5"},   Row{35, "LPDDR5"}};
+  const auto number = valueOf<Uint16>(instance, "MemoryType");
+  const auto* const row =
+      std::find_if(rows.begin(), rows.end(), [&](const Row& r) { return number == r.number; });
+  return row == rows.end() ? std::nullopt : std::optional<String>(row->name);
+}
+
+void addMakers(const CIMInstance& instance, Part& part) {
+  part.manufacturer = textOf(instance, "Manufacturer");
+  part.partNumber = textOf(instance, "PartNumber");
+  part.serialNumber = textOf(instance, "SerialNumber");
+}
+
+void describeProcessor(const CIMInstance& instance, Part& part) {
+  part.place = textOf(instance, "DeviceID");
+  part.type = textOf(instance, "Name");
+  part.amount = valueOf<Uint32>(instance, "CurrentClockSpeed");
+  part.maxSpeed = valueOf<Uint32>(instance, "MaxClockSpeed");
+  part.cores = valueOf<Uint16>(instance, "NumberOfEnabledCores");
+  addMakers(instance, part);
+}
+
+void describeModule(const CIMInstance& instance, Part& part) {
+  part.place = textOf(instance, "Tag");
+  part.locator = textOf(instance, "ElementName");
+  part.bank = textOf(instance, "BankLabel");
+  part.type = memoryTypeOf(instance);
+  part.amount = valueOf<Uint64>(instance, "Capacity");
+  part.maxSpeed = valueOf<Uint32>(instance, "ConfiguredMemoryClockSpeed");
+  if (!part.maxSpeed) {
+    part.maxSpeed = valueOf<Uint32>(instance, "MaxMemorySpeed");
+  }
+  addMakers(instance, part);
+}
+
+// Nothing if the server refuses: it has answered morvik's own request, which is what counts.
+Array<CIMInstance> readWhole(CIMClient& client, const char* className) {
+  constexpr bool deepInheritance = true;
+  constexpr bool localOnly = false;
+  try {
+    return client.enumerateInstances(cimNamespace, className, deepInheritance, localOnly);
+  } catch (const CIMException&) {
+    return {};
+  }
+}
+
+void addDetails(CIMClient& client, const char* className, Parts& parts,
+                void (*describe)(const CIMInstance&, Part&)) {
+  if (parts.list.empty()) {
+    return;
+  }
+  std::map<String, std::size_t> positions;
+  for (std::size_t i = 0; i < parts.list.size(); ++i) {
+    positions.emplace(parts.list[i].path, i);
+  }
+  const Array<CIMInstance> instances = readWhole(client, className);
+  for (Uint32 i = 0; i < instances.size(); ++i) {
+    const String path = pathOf(instances[i]);
+    const auto position = positions.find(path);
+    if (i < parts.list.size() && parts.list[i].path == path) {
+      describe(instances[i], parts.list[i]);
+    } else if (position != positions.end()) {
+      describe(instances[i], parts.list[position->second]);
+    }
+  }
 }
 
 }  // namespace
 
-bool Answers::has(const String& value) const {
-  const auto end = std::find(values.begin(), values.end(), std::nullopt);
-  return std::find(values.begin(), end, value) != end;
+bool Parts::has(const String& compared) const {
+  for (const Part& part : list) {
+    if (!part.compared) {
+      return false;
+    }
+    if (*part.compared == compared) {
+      return true;
+    }
+  }
+  return false;
 }
 
-bool Answers::isBroken() const {
-  return std::find(values.begin(), values.end(), std::nullopt) != values.end();
+bool Parts::isBroken() const {
+  return std::any_of(list.begin(), list.end(), [](const Part& part) { return !part.compared; });
 }
 
 Machine readMachine(CIMClient& client) {
   Machine machine;
-  machine.models = ask([&] { return readSystems(client); }, modelText);
+  try {
+    const Array<CIMInstance> systems = readSystems(client);
+    machine.hasSystem = systems.size() > 0;
+    if (machine.hasSystem) {
+      machine.model = textOf(systems[0], modelText);
+    }
+  } catch (const CIMException& refusal) {
+    machine.systemRefusal = refusal.getMessage();
+  }
   String machineType;
   if (getMachineType(client, machineType) == 1) {
     machine.machineType = machineType;
   }
-  machine.clocks = ask([&] { return readProcessors(client); }, clockText);
-  machine.memorySizes = ask([&] { return readMemoryModules(client); }, memorySizeText);
+  machine.processors = readParts(client, readProcessors, clockText);
+  machine.memoryModules = readParts(client, readMemoryModules, memorySizeText);
   machine.languageCode = languageCode();
+  if (const char* language = std::getenv("LANG")) {
+    machine.language = String(language);
+  }
   return machine;
+}
+
+void addDetails(CIMClient& client, Machine& machine) {
+  if (machine.hasSystem) {
+    const Array<CIMInstance> systems = readWhole(client, "KVAXDT_ComputerSystemDetails");
+    if (systems.size() > 0) {
+      machine.hostName = textOf(systems[0], "name");
+      machine.serialNumber = textOf(systems[0], "serialNumber");
+      machine.manufacturer = textOf(systems[0], "manufacturer");
+    }
+  }
+  addDetails(client, "KVAXDT_Processor", machine.processors, describeProcessor);
+  addDetails(client, "KVAXDT_PhysicalMemory", machine.memoryModules, describeModule);
 }
 
 }  // namespace show

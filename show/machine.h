@@ -1,41 +1,76 @@
-// What morvik would read of this machine.
+// What morvik would read of this machine, and what else the server knows of its parts.
 #pragma once
 
 #include <Pegasus/Client/CIMClient.h>
 
+#include <cstdint>
 #include <optional>
 #include <vector>
 
 namespace show {
 
-// One text for each instance of a class, in the server's order, as morvik compares them.
-struct Answers {
-  // A value is absent if its instance lacks the property or has it in another type, which makes
-  // morvik stop there.
-  std::vector<std::optional<Pegasus::String>> values;
-  // Why the server refused to answer; there are no values then.
+// A processor or memory module. Absent is whatever the server does not say; it may be another
+// maker's, whose classes have other properties.
+struct Part {
+  // The text with which morvik compares an entry: the clock in megahertz, or the size in mebibytes.
+  // Empty for a null value; absent if the instance lacks the property or has it in another type,
+  // which makes morvik stop there.
+  std::optional<Pegasus::String> compared = {};
+  // The DeviceID of a processor, the Tag of a module.
+  std::optional<Pegasus::String> place = {};
+  // What is printed at the place; more than one may have the same.
+  std::optional<Pegasus::String> locator = {};
+  std::optional<Pegasus::String> bank = {};
+  // A processor's name, or the type of a module, such as DDR4.
+  std::optional<Pegasus::String> type = {};
+  std::optional<Pegasus::String> manufacturer = {};
+  std::optional<Pegasus::String> partNumber = {};
+  std::optional<Pegasus::String> serialNumber = {};
+  // In megahertz, or bytes.
+  std::optional<std::uint64_t> amount = {};
+  // In megahertz: that of a processor, or the configured one of a module.
+  std::optional<std::uint64_t> maxSpeed = {};
+  std::optional<std::uint64_t> cores = {};
+  // The name of the instance, by which the details are found.
+  Pegasus::String path = {};
+};
+
+// All parts of a class, in the server's order.
+struct Parts {
+  std::vector<Part> list;
+  // Why the server refused to answer; there are no parts then.
   std::optional<Pegasus::String> refusal;
 
-  // Whether morvik, going through the values, meets this one before it stops.
-  bool has(const Pegasus::String& value) const;
+  // Whether morvik, going through the parts, meets one with this text before it stops.
+  bool has(const Pegasus::String& compared) const;
   // Whether morvik stops somewhere.
   bool isBroken() const;
 };
 
 struct Machine {
-  // The models of all systems. Only the first counts.
-  Answers models;
+  std::optional<Pegasus::String> hostName;
+  std::optional<Pegasus::String> manufacturer;
+  std::optional<Pegasus::String> serialNumber;
+  // Of the first system, which is the only one that counts.
+  std::optional<Pegasus::String> model;
+  // Whether there is a system, and why the server refused to show any.
+  bool hasSystem = false;
+  std::optional<Pegasus::String> systemRefusal;
   // Absent if morvik fails to get it, and then fetches nothing.
   std::optional<Pegasus::String> machineType;
-  // In megahertz.
-  Answers clocks;
-  // In mebibytes.
-  Answers memorySizes;
-  // Of LANG: of this process, not of the server.
+  Parts processors;
+  Parts memoryModules;
+  // Of LANG: of this process, not of the server. The code is empty if there is none for it.
   Pegasus::String languageCode;
+  std::optional<Pegasus::String> language;
 };
 
-// Throws what the client throws, except for the server's refusals.
+// As far as morvik reads it: parts have nothing but the compared text. Throws what the client
+// throws, except for the server's refusals.
 Machine readMachine(Pegasus::CIMClient& client);
+
+// Adds the rest. morvik asks for local properties only, so what a class inherits takes another
+// request. Throws as above.
+void addDetails(Pegasus::CIMClient& client, Machine& machine);
 
 }  // namespace show

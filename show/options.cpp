@@ -20,10 +20,9 @@ constexpr const char* footer =
 // CLI11 would do this too, and spend half of the help on it.
 void checkTogether(const CLI::App& app) {
   constexpr std::pair<const char*, const char*> excluded[] = {
-      {"--json", "--csv"},        {"--machine", "--csv"},     {"--machine", "--category"},
-      {"--machine", "--all"},     {"--explain", "--csv"},     {"--explain", "--all"},
-      {"--explain", "--machine"}, {"--history", "--csv"},     {"--history", "--all"},
-      {"--history", "--machine"}, {"--history", "--explain"}, {"--history", "--category"}};
+      {"--json", "--csv"},        {"--machine", "--category"}, {"--machine", "--all"},
+      {"--explain", "--all"},     {"--explain", "--machine"},  {"--history", "--all"},
+      {"--history", "--machine"}, {"--history", "--explain"},  {"--history", "--category"}};
   for (const auto& [first, second] : excluded) {
     if (app.count(first) > 0 && app.count(second) > 0) {
       throw CLI::ExcludesError(first, second);
@@ -62,7 +61,10 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
   app.add_option("--server", options.server, "CIM server (default: 127.0.0.1:5988)")
       ->type_name("HOST[:PORT]");
   app.add_flag("-j,--json", options.isJson, "Write JSON");
-  app.add_flag("--csv", options.isCsv, "Write CSV");
+  app.add_option("--format", options.format, "Of JSON: 2, or 1 as before version 1.0")
+      ->type_name("NUMBER")
+      ->check(CLI::IsMember({1, 2}));
+  app.add_flag("--csv", options.table.isCsv, "Write CSV");
   app.add_option("--category", options.categories, "Only this category; may be repeated")
       ->type_name("NAME")
       ->allow_extra_args(false);
@@ -77,6 +79,8 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
     app.parse(argc, argv);
     checkTogether(app);
     checkCategories(options);
+    options.isServerGiven = app.count("--server") > 0;
+    options.isStateGiven = app.count("--state") > 0;
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) {  // help and version come this way too
       app.exit(error);

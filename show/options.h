@@ -6,13 +6,20 @@
 #include <variant>
 #include <vector>
 
+#include "table.h"
+
 namespace show {
 
 struct Options {
   // Host and port. An IPv6 address is in brackets.
   std::string server = "127.0.0.1:5988";
   bool isJson = false;
-  bool isCsv = false;
+  // Of JSON, 1 or 2.
+  int format = 2;
+  TableForm table;
+  // Whether `server` and `state` were given; another server's state is not here.
+  bool isServerGiven = false;
+  bool isStateGiven = false;
   bool isAll = false;
   bool isMachine = false;
   bool isHistory = false;

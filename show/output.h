@@ -1,45 +1,32 @@
-// What is written to standard output: tables for people, CSV, and JSON. JSON is always ASCII, one
-// object or one item of a list on each line.
+// What people get: the tables of morvik-show. CSV, of the same tables, is for spreadsheets.
 #pragma once
 
-#include <cstdint>
-#include <functional>
-#include <optional>
 #include <ostream>
 #include <vector>
 
 #include "entries.h"
-#include "explainer.h"
+#include "json.h"
 #include "machine.h"
-#include "text.h"
+#include "table.h"
 
 namespace show {
 
-// With `withVendor` there is one column more.
-void writeTable(std::ostream& out, const Terminal& terminal, const std::vector<Entry>& entries,
-                bool withVendor);
-// RFC 4180, with a line of headings. A file or pipe gets all texts as they are, a terminal
-// sanitized ones, but a text that a spreadsheet would take for a formula begins with an apostrophe.
-void writeCsv(std::ostream& out, const Terminal& terminal, const std::vector<Entry>& entries);
-void writeJson(std::ostream& out, const std::vector<Entry>& entries);
+// Vendors are shown if the list has entries of other publishers.
+Columns listColumns(bool withVendor);
+Columns machineColumns();
+Columns explanationColumns();
 
+void writeList(Table& table, const std::vector<Entry>& entries);
+
+// What morvik reads, in words; the table has the parts, by place.
 void writeMachine(std::ostream& out, const Terminal& terminal, const Machine& machine);
-void writeMachineJson(std::ostream& out, const Machine& machine);
+void writeParts(Table& table, const Machine& machine);
 
-// How many lines had each result.
-struct Summary {
-  std::uint64_t lines = 0;
-  std::uint64_t published = 0;
-  std::uint64_t leftOut = 0;
-  std::uint64_t ignored = 0;
-};
+// Each explanation is written before the next is asked for: a file may be of any length.
+Summary writeExplanations(Table& table, const NextExplanation& next);
+void writeSummary(std::ostream& out, const Summary& summary);
 
-// The explanation of the next line, or nothing after the last one.
-using NextExplanation = std::function<std::optional<Explanation>()>;
-
-// Both write each explanation before they ask for the next: a file may be of any length.
-Summary writeExplanations(std::ostream& out, const Terminal& terminal, const NextExplanation& next);
-Summary writeExplanationsJson(std::ostream& out, const Machine& machine,
-                              const NextExplanation& next);
+// "2 x 16 GiB (16384 MiB), 1 x 953 MiB": equal ones are counted, in the order of the first of them.
+Pegasus::String groupWords(const Parts& parts, bool areModules);
 
 }  // namespace show

@@ -3,19 +3,20 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
-#include <filesystem>
+#include <climits>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <string>
-#include <system_error>
 
 #include "cim/client.h"
 #include "entries.h"
 #include "explainer.h"
 #include "history.h"
 #include "import/fru_file.h"
+#include "inventory.h"
 #include "machine.h"
 #include "output.h"
 #include "text.h"
@@ -27,6 +28,28 @@ namespace show {
 
 namespace {
 
+// What is shown of another server is not this host's, nor is the state directory that of its runs.
+bool isOwnMachine(const Options& options) {
+  return !options.isServerGiven;
+}
+
+Frame frameOf(const Options& options) {
+  const bool isKnown = isOwnMachine(options) || options.isStateGiven;
+  return {options.format, std::chrono::system_clock::now(),
+          isKnown ? lastGoodRun(options.state) : std::nullopt};
+}
+
+Machine readWholeMachine(CIMClient& client, const Options& options) {
+  Machine machine = readMachine(client);
+  addDetails(client, machine);
+  std::array<char, HOST_NAME_MAX + 1> name{};
+  if (!machine.hostName && isOwnMachine(options) &&
+      gethostname(name.data(), name.size() - 1) == 0) {
+    machine.hostName = String(name.data());
+  }
+  return machine;
+}
+
 ExitStatus list(CIMClient& client, const Options& options, const Terminal& terminal) {
   std::vector<Entry> entries = readEntries(client);
   std::erase_if(entries, [&](const Entry& entry) {
@@ -34,13 +57,13 @@ ExitStatus list(CIMClient& client, const Options& options, const Terminal& termi
            !(entry.problem || isAmong(entry.category, options.categories));
   });
   if (options.isJson) {
-    writeJson(std::cout, entries);
-  } else if (options.isCsv) {
-    writeCsv(std::cout, terminal, entries);
-  } else if (entries.empty()) {
+    const Machine machine = options.format == 1 ? Machine() : readWholeMachine(client, options);
+    writeJson(std::cout, frameOf(options), machine, entries);
+  } else if (entries.empty() && !options.table.isCsv) {
     complain("no entries");
   } else {
-    writeTable(std::cout, terminal, entries, options.isAll);
+    Table table(std::cout, terminal, options.table, listColumns(options.isAll));
+    writeList(table, entries);
   }
   if (const auto note = noteAbout(options.state, std::chrono::system_clock::now())) {
     complain(String(*note));
@@ -56,7 +79,9 @@ ExitStatus list(CIMClient& client, const Options& options, const Terminal& termi
 }
 
 ExitStatus showHistory(const Options& options, const Terminal& terminal) {
-  const std::size_t changes = writeHistory(std::cout, terminal, options.state, options.isJson);
+  const std::size_t changes =
+      writeHistory(std::cout, terminal, options.state,
+                   options.isJson ? std::optional(frameOf(options)) : std::nullopt);
   if (!std::cout.flush()) {
     throw std::runtime_error("cannot write to standard output");
   }
@@ -67,52 +92,42 @@ ExitStatus showHistory(const Options& options, const Terminal& terminal) {
 }
 
 ExitStatus showMachine(CIMClient& client, const Options& options, const Terminal& terminal) {
-  const Machine machine = readMachine(client);
+  const Machine machine = readWholeMachine(client, options);
   if (options.isJson) {
-    writeMachineJson(std::cout, machine);
+    writeMachineJson(std::cout, frameOf(options), machine);
   } else {
-    writeMachine(std::cout, terminal, machine);
+    const bool isOnlyTable = options.table.isCsv || !options.table.columns.empty();
+    const bool hasParts = !machine.processors.list.empty() || !machine.memoryModules.list.empty();
+    if (!isOnlyTable) {
+      writeMachine(std::cout, terminal, machine);
+      std::cout << (hasParts ? "\n" : "");
+    }
+    if (hasParts || isOnlyTable) {
+      Table table(std::cout, terminal, options.table, machineColumns());
+      writeParts(table, machine);
+    }
   }
   bool isRefused = false;
-  bool isEmpty = true;
-  for (const Answers* answers : {&machine.models, &machine.clocks, &machine.memorySizes}) {
-    isEmpty = isEmpty && answers->values.empty();
-    if (answers->refusal) {
+  for (const auto* refusal :
+       {&machine.systemRefusal, &machine.processors.refusal, &machine.memoryModules.refusal}) {
+    if (*refusal) {
       isRefused = true;
-      complain(*answers->refusal);
+      complain(**refusal);
     }
   }
   if (isRefused) {
     return ExitStatus::trouble;
   }
+  const bool isEmpty =
+      !machine.hasSystem && machine.processors.list.empty() && machine.memoryModules.list.empty();
   return isEmpty ? ExitStatus::noEntries : ExitStatus::entries;
-}
-
-[[noreturn]] void failToRead(const std::string& file, int error) {
-  throw std::system_error(error, std::generic_category(), "cannot read " + file);
-}
-
-// Devices are not read: some of them never end.
-std::ifstream open(const std::string& name) {
-  std::error_code error;
-  const auto status = std::filesystem::status(name, error);
-  const bool isFile = is_regular_file(status) || is_fifo(status);
-  if (exists(status) && !isFile) {
-    throw std::runtime_error("cannot read " + name + ": not a file");
-  }
-  errno = 0;
-  std::ifstream file(name);
-  if (!file.good()) {
-    failToRead(name, errno != 0 ? errno : EIO);
-  }
-  return file;
 }
 
 ExitStatus explain(CIMClient& client, const Options& options, std::istream& file,
                    const Terminal& terminal) {
   // An import reads these first, and ends there if it cannot.
   client.enumerateInstanceNames(cimNamespace, "KVAXDT_FRU");
-  const Machine machine = readMachine(client);
+  const Machine machine = readWholeMachine(client, options);
   Explainer explainer(client, machine);
   String line;
   const auto next = [&]() -> std::optional<Explanation> {
@@ -128,8 +143,16 @@ ExitStatus explain(CIMClient& client, const Options& options, std::istream& file
     }
     return std::nullopt;
   };
-  const Summary summary = options.isJson ? writeExplanationsJson(std::cout, machine, next)
-                                         : writeExplanations(std::cout, terminal, next);
+  Summary summary;
+  if (options.isJson) {
+    summary = writeExplanationsJson(std::cout, frameOf(options), machine, next);
+  } else {
+    Table table(std::cout, terminal, options.table, explanationColumns());
+    summary = writeExplanations(table, next);
+    if (!options.table.isCsv) {
+      writeSummary(std::cout, summary);
+    }
+  }
   return summary.published > 0 ? ExitStatus::entries : ExitStatus::noEntries;
 }
 
@@ -149,7 +172,7 @@ ExitStatus run(const Options& options) {
   // Opened first: a missing file is reported even if there is no server.
   std::ifstream file;
   if (options.explained) {
-    file = open(*options.explained);
+    file = openFile(*options.explained);
   }
   const std::unique_ptr<CIMClient> owner = makeClient();
   CIMClient& client = *owner;

@@ -1,4 +1,4 @@
-// Text from a server or a file, made fit for people, and tables of it. Such text may hold anything:
+// Text from a server or a file, made fit for people. Such text may hold anything:
 // sequences that a terminal obeys, marks that turn the direction of writing, characters two columns
 // wide or none.
 #pragma once
@@ -50,25 +50,5 @@ enum class Style { plain, bold, faint, green, yellow };
 
 // The text with the sequences for that style around it, if the terminal has colours.
 std::string styled(Style style, const std::string& text, const Terminal& terminal);
-
-// A table for people.
-class Table {
- public:
-  explicit Table(std::vector<std::string> headings);
-  // The cells are sanitized texts, as many as there are headings.
-  void add(std::vector<std::string> cells, Style style = Style::plain);
-  // The columns are as wide as their texts. If that is more than the terminal has, the widest ones
-  // are cut.
-  void write(std::ostream& out, const Terminal& terminal) const;
-
- private:
-  struct Row {
-    std::vector<std::string> cells;
-    Style style;
-  };
-  std::vector<std::size_t> widths(std::size_t columns) const;
-
-  std::vector<Row> rows_;
-};
 
 }  // namespace show

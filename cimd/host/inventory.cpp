@@ -91,6 +91,9 @@ constexpr Uint8 memoryDevice = 17;
 constexpr std::size_t maxDeviceId = 64;
 constexpr std::size_t maxTag = 256;
 constexpr std::size_t maxBankLabel = 64;
+constexpr std::size_t maxManufacturer = 256;
+constexpr std::size_t maxPartNumber = 256;
+constexpr std::size_t maxSerialNumber = 64;
 
 std::optional<String> verbatim(const std::optional<std::string_view>& bytes) {
   return bytes ? std::optional(toText(*bytes)) : std::nullopt;
@@ -134,6 +137,21 @@ bool isPlaceholder(std::string_view bytes) {
                      [&text](const char* placeholder) { return text == placeholder; });
 }
 
+// What a field of a part has, unless it is blank or a placeholder.
+std::optional<String> makersText(const Structure& structure, std::size_t offset,
+                                 std::size_t maxLength) {
+  const auto bytes = structure.textAt(offset);
+  return bytes && !isPlaceholder(*bytes) ? std::optional(cut(toText(trimmed(*bytes)), maxLength))
+                                         : std::nullopt;
+}
+
+MakersFacts makersFacts(const Structure& structure, std::size_t manufacturer,
+                        std::size_t serialNumber, std::size_t partNumber) {
+  return {makersText(structure, manufacturer, maxManufacturer),
+          makersText(structure, partNumber, maxPartNumber),
+          makersText(structure, serialNumber, maxSerialNumber)};
+}
+
 // What a field of the system has, unless it is a placeholder.
 std::optional<String> systemText(const std::optional<std::string_view>& bytes, const char* what,
                                  const char* property, std::vector<std::string>& messages) {
@@ -147,7 +165,8 @@ std::optional<String> systemText(const std::optional<std::string_view>& bytes, c
 
 SystemFacts readSystem(const Structure& structure, std::vector<std::string>& messages) {
   return {systemText(structure.textAt(0x05), "product name", "model", messages),
-          systemText(structure.textAt(0x07), "serial number", "serialNumber", messages)};
+          systemText(structure.textAt(0x07), "serial number", "serialNumber", messages),
+          makersText(structure, 0x04, maxManufacturer)};
 }
 
 // A socket counts as populated only where the structure says so. Whether the processor in it is
@@ -157,9 +176,48 @@ bool isPopulated(const Structure& processor) {
   return (processor.byteAt(0x18).value_or(0) & socketPopulated) != 0;
 }
 
-std::optional<Uint32> clockMegahertz(const Structure& processor) {
-  const Uint16 speed = processor.wordAt(0x16).value_or(0);
-  return speed == 0 ? std::nullopt : std::optional<Uint32>(speed);
+// Nothing for 0, by which firmware says that it does not know.
+std::optional<Uint32> knownWord(const Structure& structure, std::size_t offset) {
+  const Uint16 value = structure.wordAt(offset).value_or(0);
+  return value == 0 ? std::nullopt : std::optional<Uint32>(value);
+}
+
+std::optional<Uint16> enabledCores(const Structure& processor) {
+  constexpr Uint8 seeWord = 0xFF;
+  const Uint8 cores = processor.byteAt(0x24).value_or(0);
+  const Uint16 count = cores == seeWord ? processor.wordAt(0x2C).value_or(seeWord) : cores;
+  return count == 0 ? std::nullopt : std::optional(count);
+}
+
+// The speed at `offset`, or where that is too small, in the double word at `extended`.
+std::optional<Uint32> memorySpeed(const Structure& device, std::size_t offset,
+                                  std::size_t extended) {
+  constexpr Uint32 seeExtended = 0xFFFF;
+  const auto speed = knownWord(device, offset);
+  if (speed != seeExtended) {
+    return speed;
+  }
+  const Uint32 megahertz = device.doubleWordAt(extended).value_or(0) & 0x7FFFFFFFU;
+  return megahertz == 0 ? std::nullopt : std::optional(megahertz);
+}
+
+// The DMTF has numbers of its own for the types before DDR3, and from there on those of SMBIOS.
+std::optional<Uint16> memoryType(const Structure& device) {
+  constexpr Uint8 ddr3 = 0x18;
+  constexpr Uint8 lpddr5 = 0x23;
+  const Uint8 type = device.byteAt(0x12).value_or(0);
+  switch (type) {
+    case 0x0F:  // SDRAM
+      return Uint16{17};
+    case 0x12:  // DDR
+      return Uint16{20};
+    case 0x13:  // DDR2
+      return Uint16{21};
+    case 0x14:  // DDR2 FB-DIMM
+      return Uint16{23};
+    default:
+      return type >= ddr3 && type <= lpddr5 ? std::optional<Uint16>(type) : std::nullopt;
+  }
 }
 
 // In bytes; 0 for an empty slot, nothing where the firmware does not know.
@@ -219,8 +277,10 @@ class SmbiosInventory {
     mentionsProcessors_ = true;
     const String deviceId = deviceIds_.next(designation(structure.textAt(0x04)).value_or("CPU"));
     if (isPopulated(structure)) {
-      inventory_.processors.push_back(
-          {deviceId, designation(structure.textAt(0x10)), clockMegahertz(structure)});
+      inventory_.processors.push_back({deviceId, designation(structure.textAt(0x10)),
+                                       knownWord(structure, 0x16), knownWord(structure, 0x14),
+                                       enabledCores(structure),
+                                       makersFacts(structure, 0x07, 0x20, 0x22)});
     }
   }
 
@@ -241,7 +301,10 @@ class SmbiosInventory {
     if (bankLabel) {
       bankLabel = cut(*bankLabel, maxBankLabel);
     }
-    inventory_.memory.push_back({tag, bankLabel, capacity});
+    inventory_.memory.push_back({tag, locator, bankLabel, capacity, memoryType(structure),
+                                 memorySpeed(structure, 0x15, 0x54),
+                                 memorySpeed(structure, 0x20, 0x58),
+                                 makersFacts(structure, 0x17, 0x18, 0x1A)});
   }
 
   Inventory& inventory_;
@@ -349,7 +412,14 @@ CIMInstance systemInstance(const SystemFacts& facts, const std::string& hostName
   instance.addProperty({"name", CIMValue(cut(toText(hostName), maxSystemName))});
   instance.addProperty(property("model", facts.model, Pegasus::CIMTYPE_STRING));
   instance.addProperty(property("serialNumber", facts.serialNumber, Pegasus::CIMTYPE_STRING));
+  instance.addProperty(property("manufacturer", facts.manufacturer, Pegasus::CIMTYPE_STRING));
   return instance;
+}
+
+void addMakersFacts(CIMInstance& instance, const MakersFacts& facts) {
+  instance.addProperty(property("Manufacturer", facts.manufacturer, Pegasus::CIMTYPE_STRING));
+  instance.addProperty(property("PartNumber", facts.partNumber, Pegasus::CIMTYPE_STRING));
+  instance.addProperty(property("SerialNumber", facts.serialNumber, Pegasus::CIMTYPE_STRING));
 }
 
 CIMInstance processorInstance(const ProcessorFacts& facts) {
@@ -358,6 +428,10 @@ CIMInstance processorInstance(const ProcessorFacts& facts) {
   instance.addProperty(property("Name", facts.name, Pegasus::CIMTYPE_STRING));
   instance.addProperty(
       property("CurrentClockSpeed", facts.clockMegahertz, Pegasus::CIMTYPE_UINT32));
+  instance.addProperty(property("MaxClockSpeed", facts.maxClockMegahertz, Pegasus::CIMTYPE_UINT32));
+  instance.addProperty(
+      property("NumberOfEnabledCores", facts.enabledCores, Pegasus::CIMTYPE_UINT16));
+  addMakersFacts(instance, facts.makers);
   return instance;
 }
 
@@ -366,6 +440,12 @@ CIMInstance memoryInstance(const MemoryFacts& facts) {
   instance.addProperty({"Tag", CIMValue(facts.tag)});
   instance.addProperty(property("BankLabel", facts.bankLabel, Pegasus::CIMTYPE_STRING));
   instance.addProperty(property("Capacity", facts.capacityBytes, Pegasus::CIMTYPE_UINT64));
+  instance.addProperty(property("ElementName", facts.locator, Pegasus::CIMTYPE_STRING));
+  instance.addProperty(property("MemoryType", facts.memoryType, Pegasus::CIMTYPE_UINT16));
+  instance.addProperty(property("MaxMemorySpeed", facts.maxSpeed, Pegasus::CIMTYPE_UINT32));
+  instance.addProperty(
+      property("ConfiguredMemoryClockSpeed", facts.configuredSpeed, Pegasus::CIMTYPE_UINT32));
+  addMakersFacts(instance, facts.makers);
   return instance;
 }
 

@@ -20,6 +20,14 @@ struct SystemFacts {
   // product name, every character as the firmware has it: it holds the machine type.
   std::optional<Pegasus::String> model;
   std::optional<Pegasus::String> serialNumber;
+  std::optional<Pegasus::String> manufacturer = {};
+};
+
+// What the maker of a part has written on it. Placeholders are missing here, too.
+struct MakersFacts {
+  std::optional<Pegasus::String> manufacturer;
+  std::optional<Pegasus::String> partNumber;
+  std::optional<Pegasus::String> serialNumber;
 };
 
 // One populated socket.
@@ -28,14 +36,25 @@ struct ProcessorFacts {
   Pegasus::String deviceId;
   std::optional<Pegasus::String> name;
   std::optional<Pegasus::Uint32> clockMegahertz;
+  std::optional<Pegasus::Uint32> maxClockMegahertz = {};
+  std::optional<Pegasus::Uint16> enabledCores = {};
+  MakersFacts makers = {};
 };
 
 // One populated slot.
 struct MemoryFacts {
   // At most 256 characters, unique, the same in every run.
   Pegasus::String tag;
-  std::optional<Pegasus::String> bankLabel;
-  std::optional<Pegasus::Uint64> capacityBytes;
+  // The name of the slot, which another one may have too.
+  std::optional<Pegasus::String> locator = {};
+  std::optional<Pegasus::String> bankLabel = {};
+  std::optional<Pegasus::Uint64> capacityBytes = {};
+  // A value of CIM_PhysicalMemory.MemoryType, such as 26 for DDR4.
+  std::optional<Pegasus::Uint16> memoryType = {};
+  // In megahertz, as DMTF names it; firmware gives the number of transfers.
+  std::optional<Pegasus::Uint32> maxSpeed = {};
+  std::optional<Pegasus::Uint32> configuredSpeed = {};
+  MakersFacts makers = {};
 };
 
 struct Inventory {

@@ -10,6 +10,25 @@ namespace {
 using Pegasus::CIMInstance;
 using Pegasus::String;
 
+// What morvik compares cannot be left out. The rest is for people, and a class from before these
+// properties, or of another maker, need not have them.
+bool isOptional(const String& property) {
+  return property != "model" && property != "CurrentClockSpeed" && property != "Capacity";
+}
+
+CIMInstance fittedTo(const Class& cls, const CIMInstance& instance) {
+  CIMInstance fitted(instance.getClassName());
+  for (Pegasus::Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
+    const Pegasus::CIMProperty property = instance.getProperty(i);
+    const auto declared = cls.findProperty(property.getName());
+    const bool hasPlace = declared && cls.property(*declared).type == property.getType();
+    if (hasPlace || !isOptional(property.getName())) {
+      fitted.addProperty(property);
+    }
+  }
+  return fitted;
+}
+
 // Classes that are derived from those of the DMTF have more keys than the inventory knows. These
 // name the system that a part belongs to, and the class itself.
 void addSystemKeys(CIMInstance& instance, const Class& cls, const String& hostName) {
@@ -62,9 +81,11 @@ void Configuration::declareHost(Repository& repository) const {
   NameSpace& nameSpace = repository.nameSpace(defaultNameSpace);
   const String hostName(std::string_view(hostBytes_->hostName));
   const auto source = std::make_shared<const std::string>(hostBytes_->source);
-  for (CIMInstance instance : inventory.instances) {
+  for (const CIMInstance& facts : inventory.instances) {
     try {
-      addSystemKeys(instance, nameSpace.classNamed(instance.getClassName()), hostName);
+      const Class& cls = nameSpace.classNamed(facts.getClassName());
+      CIMInstance instance = fittedTo(cls, facts);
+      addSystemKeys(instance, cls, hostName);
       nameSpace.declareInstance(instance, source);
     } catch (const Pegasus::CIMException& error) {
       throw ConfigurationError("the inventory of the host does not fit the classes: " +

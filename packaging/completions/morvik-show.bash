@@ -9,9 +9,10 @@ _morvik_show() {
             FAN BACKPLANE' -- "$word")
         ;;
     --state) mapfile -t COMPREPLY < <(compgen -d -- "$word") && compopt -o filenames ;;
+    --format) mapfile -t COMPREPLY < <(compgen -W '1 2' -- "$word") ;;
     --explain) mapfile -t COMPREPLY < <(compgen -f -- "$word") && compopt -o filenames ;;
     *)
-        mapfile -t COMPREPLY < <(compgen -W '--server --json --csv --category --all --machine
+        mapfile -t COMPREPLY < <(compgen -W '--server --json --format --csv --category --all --machine
             --explain --history --state --version --help' -- "$word")
         ;;
     esac

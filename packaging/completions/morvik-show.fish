@@ -2,6 +2,7 @@
 complete -c morvik-show -f
 complete -c morvik-show -l server -x -a '(__fish_print_hostnames)' -d 'CIM server to ask'
 complete -c morvik-show -l json -d 'Print JSON'
+complete -c morvik-show -l format -x -a '1 2' -d 'Format of JSON'
 complete -c morvik-show -l csv -d 'Print CSV'
 complete -c morvik-show -l category -x -d 'Only this category' \
     -a 'PROCESSOR MEMORY KEYBOARD PLANAR CDROM FLOPPY OPTIONSP FAN BACKPLANE'

@@ -3,6 +3,7 @@
 _arguments \
     '--server[CIM server to ask]:host and port:_hosts' \
     '(--csv)--json[print JSON]' \
+    '--format[format of JSON]:format:(1 2)' \
     '(--json)--csv[print CSV]' \
     '--category[only this category]:category:(PROCESSOR MEMORY KEYBOARD PLANAR CDROM FLOPPY OPTIONSP FAN BACKPLANE)' \
     '--all[instances of other publishers too]' \

@@ -255,7 +255,7 @@ answers() { # PATH JQ-FILTER
     equal '::error file=1234wpk.txt,line=8,col=12::second PLANAR: only that of line 7 is published' \
         "$(head -n 1 annotations)" 'the first annotation'
     follow data-files.md status
-    grep -Eq '"format": ?1,' verdict.json
+    grep -Eq '"format": ?2,' verdict.json
 }
 
 @test "docs/parts-server.md: a temporary server" {

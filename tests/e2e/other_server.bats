@@ -73,8 +73,9 @@ PROCESSOR  A2          2.4 GHz      KVAHalvoranFru1
 FAN        A5          Lüfter       KVAHalvoranFru1'
     runShow --machine --json
     ends 0
-    equal "('Server 123 -[1234ABX]-', '1234', ['2400'], ['512'])" \
-        "$(jsonOf 'tuple(it["machine"][k] for k in ("model", "machineType", "processorClocks", "memorySizes"))')" json
+    equal "('Server 123 -[1234ABX]-', '1234', [('0', 2400, '2400')], [('1', 512, '512')])" "$(jsonOf '(lambda m: (
+        m["model"], m["machineType"], [(p["place"], p["clockMHz"], p["comparedAs"]) for p in m["processors"]],
+        [(p["place"], p["sizeMiB"], p["comparedAs"]) for p in m["memoryModules"]]))(it["machine"])')" json
 }
 
 @test "blanks at the ends of texts and control characters are shown as they are, and harmlessly" {

@@ -47,20 +47,52 @@ FAN        A5          Fan,            KVAHalvoranFru1'
     wrote ''
     runShow --json
     ends 1
-    equal '{'"'format': 1, 'entries': []}" "$(jsonOf it)" json
+    equal '[]' "$(jsonOf 'it["entries"]')" json
     runShow --csv
     ends 1
     fileIs "$out" 'category,fruNumber,description,identifyingNumber,vendor,revisionLevel,publishedByMorvik,problem\r\n'
 }
 
-@test "--json: every property, under a format number" {
+@test "--json: every property, and whose they are" {
     publishSome
-    runShow --json
+    mkdir state
+    echo '{"good": {"finished": "2126-11-22T02:00:00Z"}}' >state/status.json
+    runShow --json --state state
     ends 0
-    equal 1 "$(jsonOf 'it["format"]')" 'the format'
+    equal "(2, '2126-11-22T02:00:00Z', '1234', 'box')" \
+        "$(jsonOf '(it["format"], it["lastGoodRun"], it["machine"]["machineType"], it["machine"]["hostName"])')" frame
+    equal "$("$show" --version)" "$(jsonOf '"{program} {version}".format(**it)')" 'the program'
+    (($(date +%s) - $(date +%s -d "$(jsonOf 'it["time"]')") < 60))
     equal "{'category': 'PLANAR', 'fruNumber': 'A4', 'description': 'Board für 日本', 'identifyingNumber': 'KVAHalvoranFru1', 'vendor': 'KVA', 'revisionLevel': '1.0', 'publishedByMorvik': True, 'problem': None}" \
         "$(jsonOf 'it["entries"][2]')" 'an entry'
     equal 4 "$(jsonOf 'len(it["entries"])')" 'the number of entries'
+}
+
+@test "every JSON document is as its schema says, and the schema has all its members" {
+    startCimd --smbios "$BATS_TEST_DIRNAME/../data/smbios/mixed-sockets-and-dimms" "$schema/kvaxdt.mof"
+    printf '"A1","MEMORY","SIZE=512","x"\n"A2","MEMORY","SIZE=1","x"\n# x\n' >fru.txt
+    local option
+    "$MORVIK_BIN_DIR/morvik-run" --file fru.txt --state state >/dev/null
+    for option in all machine 'explain fru.txt' history; do
+        # shellcheck disable=SC2086 # words on purpose
+        runShow --$option --json --state state
+        ends 0
+        cp "$out" "${option%% *}.json"
+    done
+    "$python" "$support/valid_json.py" "$project/docs/inventory.schema.json" ./*.json
+    sed -i 's/"clockMHz":2600/"clockMHz":"2600"/' machine.json
+    run -1 "$python" "$support/valid_json.py" "$project/docs/inventory.schema.json" machine.json
+}
+
+@test "--format 1: as before version 1.0" {
+    publishSome
+    runShow --json --format 1
+    ends 0
+    equal "dict_keys(['format', 'entries'])" "$(jsonOf 'it.keys()')" 'the members of a list'
+    runShow --machine --json --format 1
+    ends 0
+    equal "{'model': 'Server 123 -[1234ABX]-', 'machineType': '1234', 'processorClocks': ['2400'], 'memorySizes': ['512'], 'languageCode': '', 'lang': None}" \
+        "$(jsonOf 'it["machine"]')" 'the machine'
 }
 
 @test "--json: a property without a value is null, an empty one is empty" {
@@ -190,32 +222,45 @@ END
     done
     equal 'Model           Server 123 -[1234ABX]-
 Machine type    1234
-Processors      2400 MHz
-Memory modules  512 MiB, 512 MiB
-Language code   de (LANG is de_DE.UTF-8)
+Processors      1 x 2400 MHz
+Memory modules  2 x 512 MiB
 Model           Server 234 -[2345CDY]-
 Machine type    2345
-Processors      1800 MHz, 2400 MHz
-Memory modules  256 MiB, 512 MiB, 1024 MiB
-Language code   de (LANG is de_DE.UTF-8)
+Processors      1 x 1800 MHz, 1 x 2400 MHz
+Memory modules  1 x 256 MiB, 1 x 512 MiB, 1 x 1 GiB (1024 MiB)
 Model           3456M2X
 Machine type    3456
-Processors      3000 MHz
-Memory modules  1024 MiB
-Language code   de (LANG is de_DE.UTF-8)
+Processors      1 x 3000 MHz
+Memory modules  1 x 1 GiB (1024 MiB)
 Model           Rack node, shelf 3] bay [4567R8K
 Machine type    4567
-Processors      2800 MHz, 2800 MHz, 2800 MHz, 2000 MHz
-Memory modules  512 MiB, 2048 MiB, 4096 MiB, 8192 MiB, 953 MiB
-Language code   de (LANG is de_DE.UTF-8)' "$(cat all)" 'the machines'
+Processors      3 x 2800 MHz, 1 x 2000 MHz
+Memory modules  1 x 512 MiB, 1 x 2 GiB (2048 MiB), 1 x 4 GiB (4096 MiB), 1 x 8 GiB (8192 MiB), 1 x 953 MiB' \
+        "$(grep -E '^(Model|Machine|Proc|Memory m)' all)" 'the machines'
+    equal 4 "$(grep -cx 'Language code   de (LANG is de_DE.UTF-8)' all)" languages
+}
+
+@test "--machine lists the parts by place, with what their makers have written on them" {
+    startCimd --smbios "$BATS_TEST_DIRNAME/../data/smbios/one-socket-one-dimm" "$schema/kvaxdt.mof"
+    runShow --machine
+    ends 0
+    equal 'PLACE   PART      TYPE                               MAKER            PART NUMBER  SERIAL NUMBER
+CPU 0   1800 MHz  Example Processor 1.8 GHz, 1 core  Example Silicon  EX1800       P-0001
+DIMM 0  512 MiB   1333 MHz                           Example Memory   EX512-1333   M-0001' "$(tail -n 3 "$out")" parts
+    runShow --machine --csv
+    ends 0
+    fileIs "$out" 'place,part,type,comparedAs,bank,manufacturer,partNumber,serialNumber\r\n'\
+'CPU 0,1800 MHz,"Example Processor 1.8 GHz, 1 core",1800,,Example Silicon,EX1800,P-0001\r\n'\
+'DIMM 0,512 MiB,1333 MHz,512,BANK 0,Example Memory,EX512-1333,M-0001\r\n'
 }
 
 @test "--machine --json" {
     startMachine --speeds '2400 1800' --capacities 1000000000
     LANG=zh_CN runShow --machine --json
     ends 0
-    equal "{'format': 1, 'machine': {'model': 'Server 123 -[1234ABX]-', 'machineType': '1234', 'processorClocks': ['2400', '1800'], 'memorySizes': ['953'], 'languageCode': '', 'lang': 'zh_CN'}}" \
-        "$(jsonOf it)" json
+    equal "([2400, 1800], ['2400', '1800'], [953], '', 'zh_CN')" "$(jsonOf '(lambda m: (
+        [p["clockMHz"] for p in m["processors"]], [p["comparedAs"] for p in m["processors"]],
+        [p["sizeMiB"] for p in m["memoryModules"]], m["languageCode"], m["lang"]))(it["machine"])')" json
     runShow --machine --json
     equal "('', None)" "$(jsonOf '(it["machine"]["languageCode"], it["machine"]["lang"])')" 'an unset LANG'
 }
@@ -227,27 +272,28 @@ Language code   de (LANG is de_DE.UTF-8)' "$(cat all)" 'the machines'
         "KVAXDT_PhysicalMemory": []}'
     runShow --machine
     ends 0
-    wrote 'Model           1234
+    equal "Host name       $(hostname)
+Model           1234
 Machine type    none: morvik takes no type from this model
-Processors      2400 MHz, missing: morvik stops here, no value
+Processors      1 x 2400 MHz, 1 x missing: morvik stops here, 1 x no value
 Memory modules  none
-Language code   none (LANG is not set)'
+Language code   none (LANG is not set)" "$(head -n 6 "$out")" 'the machine'
     runShow --machine --json
-    equal "['2400', None, '']" "$(jsonOf 'it["machine"]["processorClocks"]')" 'the clocks'
+    equal "['2400', None, '']" "$(jsonOf '[p["comparedAs"] for p in it["machine"]["processors"]]')" 'the clocks'
     stopServers
     startDescribed '{"KVAXDT_ComputerSystemDetails": [[["name", "string", "x"]]],
         "KVAXDT_Processor": [], "KVAXDT_PhysicalMemory": []}'
     runShow --machine
     ends 0
     equal 'Model           unknown: the CIM server gives none
-Machine type    unknown: morvik fetches nothing' "$(head -n 2 "$out")" 'a system without model'
+Machine type    unknown: morvik fetches nothing' "$(sed -n 2,3p "$out")" 'a system without model'
 }
 
 @test "--machine: status 1 if the server has no data, 2 if it refuses" {
     startCimd "$schema/kvaxdt.mof"
     runShow --machine
     ends 1
-    equal 'Machine type    none' "$(sed -n 2p "$out")" 'the machine type'
+    grep -qx 'Machine type    none' "$out"
     stopServers
     startDescribed '{"KVAXDT_Processor": []}'
     runShow --machine
@@ -256,7 +302,7 @@ morvik-show: CIM_ERR_INVALID_CLASS: no class KVAXDT_PhysicalMemory'
     grep -qx 'Memory modules  unknown' "$out"
     runShow --machine --json
     equal "(None, None, [], None)" \
-        "$(jsonOf 'tuple(it["machine"][k] for k in ("model", "machineType", "processorClocks", "memorySizes"))')" json
+        "$(jsonOf 'tuple(it["machine"][k] for k in ("model", "machineType", "processors", "memoryModules"))')" json
 }
 
 # --- trouble ---
@@ -325,10 +371,8 @@ publishSomeBehindPeer() {
 --unknown
 extra
 --json --csv
---machine --csv
 --machine --all
 --machine --category FAN
---explain fru.txt --csv
 --explain fru.txt --all
 --explain fru.txt --machine
 --explain
@@ -348,7 +392,7 @@ END
     runShow --help
     ends 0
     local option
-    for option in --server -j,--json --csv --category --all --machine --explain -V,--version -h,--help; do
+    for option in --server -j,--json --format --csv --category --all --machine --explain -V,--version -h,--help; do
         grep -q -e "^  $option" "$out"
     done
     (($(wc -L <"$out") <= 80))

@@ -200,10 +200,10 @@ END
 "F3","THING","","x"
 END
     ends 0
-    equal "{'line': 1, 'result': 'published', 'reason': 'published', 'words': 'as KVAHalvoranFru1', 'category': 'FAN', 'fruNumber': 'F1', 'name': 'FAN', 'description': 'y, z', 'identifyingNumber': 'KVAHalvoranFru1'}" \
+    equal "{'line': 1, 'result': 'published', 'reason': 'published', 'words': 'as KVAHalvoranFru1', 'category': 'FAN', 'fruNumber': 'F1', 'name': 'FAN', 'description': 'y, z', 'identifyingNumber': 'KVAHalvoranFru1', 'places': []}" \
         "$(jsonOf 'it["lines"][0]')" 'a published line'
     equal "['published', 'comment', 'clock-differs', 'unknown-category']" "$(jsonOf '[l["reason"] for l in it["lines"]]')" reasons
-    equal "(1, '1234', {'lines': 4, 'published': 1, 'leftOut': 1, 'ignored': 2})" \
+    equal "(2, '1234', {'lines': 4, 'published': 1, 'leftOut': 1, 'ignored': 2})" \
         "$(jsonOf '(it["format"], it["machine"]["machineType"], it["summary"])')" 'the rest'
 }
 

@@ -46,6 +46,7 @@ class ExplainerTest : public testing::Test {
   Explanation explain(const std::string& line, LineRead read = LineRead::complete) {
     if (!explainer_) {
       machine_ = readMachine(client_);
+      addDetails(client_, machine_);
       explainer_.emplace(client_, machine_);
     }
     return explainer_->explain(read, String(line));
@@ -108,6 +109,25 @@ TEST_F(ExplainerTest, PlanarThatCannotBeSentDoesNotCount) {
   EXPECT_EQ(codeOf(entry("a\x01", "PLANAR")), "not-sendable");
   EXPECT_EQ(codeOf(entry("2", "PLANAR")), "published");
   EXPECT_EQ(wordsOf(entry("3", "PLANAR")), "second PLANAR: line 2 comes first");
+}
+
+TEST_F(ExplainerTest, PublishedPartsHaveTheirPlaces) {
+  haveClocks({2400, 1800, 2400});
+  const char* const ids[] = {"CPU 1", "CPU 2", "CPU 3"};
+  auto& processors = fakeServer.classes["KVAXDT_Processor"];
+  for (std::size_t i = 0; i < processors.size(); ++i) {
+    processors[i].addProperty({"DeviceID", CIMValue(String(ids[i]))});
+    Pegasus::Array<Pegasus::CIMKeyBinding> keys;
+    keys.append(Pegasus::CIMKeyBinding("DeviceID", ids[i], Pegasus::CIMKeyBinding::STRING));
+    processors[i].setPath({String(), String(), "KVAXDT_Processor", keys});
+  }
+  const Explanation processor = explain(entry("1", "PROCESSOR", "SPEED=2400"));
+  EXPECT_EQ(processor.places, (std::vector<String>{"CPU 1", "CPU 3"}));
+  EXPECT_EQ(processor.reason.words, String("as KVAHalvoranFru1, for CPU 1 and CPU 3"));
+  EXPECT_TRUE(explain(entry("2", "PROCESSOR", "SPEED=1")).places.empty());
+  EXPECT_TRUE(explain(entry("3", "FAN", "SPEED=2400")).places.empty());
+  const Explanation memory = explain(entry("4", "MEMORY", "SIZE=512"));
+  EXPECT_EQ(memory.reason.words, String("as KVAHalvoranFru1")) << "a module without a place";
 }
 
 TEST_F(ExplainerTest, SameKeyIsRefusedAcrossCategories) {

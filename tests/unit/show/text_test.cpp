@@ -1,10 +1,9 @@
-// Text on a terminal: what is let through, how wide it is, where it is cut; the columns of tables.
+// Text on a terminal: what is let through, how wide it is, where it is cut.
 #include "text.h"
 
 #include <gtest/gtest.h>
 
 #include <clocale>
-#include <sstream>
 #include <string>
 
 using Pegasus::String;
@@ -100,42 +99,6 @@ TEST(Text, OnlyATerminalWithColoursGetsThem) {
   const Terminal coloured = {.isTerminal = true, .hasColours = true};
   EXPECT_EQ(styled(Style::bold, "a", coloured), "\x1b[1ma\x1b[0m");
   EXPECT_EQ(styled(Style::plain, "a", coloured), "a");
-}
-
-std::string written(const Table& table, std::size_t columns) {
-  std::ostringstream out;
-  table.write(out, {.columns = columns});
-  return out.str();
-}
-
-TEST(Table, ColumnsAreAsWideAsTheirTexts) {
-  Table table({"A", "LONG", "C"});
-  table.add({"日本", "x", "last"});
-  EXPECT_EQ(written(table, 0), "A     LONG  C\n日本  x     last\n");
-}
-
-TEST(Table, WidestColumnIsCutFirst) {
-  Table table({"A", "B"});
-  table.add({"123456789", std::string(50, 'x')});
-  EXPECT_EQ(written(table, 30), "A          B\n123456789  " + std::string(18, 'x') + "…\n");
-}
-
-TEST(Table, ColumnsOfTheSameWidthAreCutAlike) {
-  Table table({"A", "B"});
-  table.add({std::string(50, 'x'), std::string(50, 'y')});
-  EXPECT_EQ(written(table, 22), "A           B\nxxxxxxxxx…  yyyyyyyyy…\n");
-}
-
-TEST(Table, NoColumnBecomesTooNarrowToRead) {
-  Table table({"A", "B"});
-  table.add({std::string(50, 'x'), "12345678"});
-  EXPECT_EQ(written(table, 3), "A         B\nxxxxxxx…  12345678\n");
-}
-
-TEST(Table, HugeTextIsCutQuickly) {
-  Table table({"A"});
-  table.add({std::string(5000000, 'x')});
-  EXPECT_EQ(written(table, 10), "A\nxxxxxxxxx…\n");
 }
 
 }  // namespace

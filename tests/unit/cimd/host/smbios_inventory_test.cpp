@@ -171,6 +171,70 @@ TEST(SmbiosMemory, SizeAndExtendedSizeGiveTheCapacity) {
   EXPECT_EQ(inventoryOf({withoutExtended}).memory.at(0).capacityBytes, 0x7FFF * mebi);
 }
 
+TEST(SmbiosMemory, SpeedsAndTypeAreThoseOfTheDmtf) {
+  struct Case {
+    unsigned smbios;
+    std::optional<Pegasus::Uint16> dmtf;
+  };
+  for (const Case& c : {Case{0x0F, 17},
+                        {0x12, 20},
+                        {0x13, 21},
+                        {0x14, 23},
+                        {0x18, 24},
+                        {0x1A, 26},
+                        {0x22, 34},
+                        {0x23, 35},
+                        {0x24, std::nullopt},
+                        {2, std::nullopt}}) {
+    EXPECT_EQ(inventoryOf({memoryStructure("a", 1).byte(0x12, c.smbios)}).memory.at(0).memoryType,
+              c.dmtf)
+        << c.smbios;
+  }
+  const auto speedsOf = [](const StructureBuilder& structure) {
+    const MemoryFacts facts = inventoryOf({structure}).memory.at(0);
+    return std::pair(facts.maxSpeed, facts.configuredSpeed);
+  };
+  const StructureBuilder device = StructureBuilder(17, 0x5C).text(0x10, "a").word(0x0C, 1);
+  const auto speeds = [&](unsigned speed, unsigned configured) {
+    return StructureBuilder(device).word(0x15, speed).word(0x20, configured);
+  };
+  using Speeds = std::pair<std::optional<Uint32>, std::optional<Uint32>>;
+  EXPECT_EQ(speedsOf(speeds(3200, 2933)), Speeds(3200, 2933));
+  EXPECT_EQ(speedsOf(speeds(0, 0)), Speeds());
+  EXPECT_EQ(speedsOf(speeds(0xFFFF, 0xFFFF)), Speeds());
+  EXPECT_EQ(speedsOf(speeds(0xFFFF, 0xFFFF).doubleWord(0x54, 70000).doubleWord(0x58, 0x80011170)),
+            Speeds(70000, 70000));
+}
+
+TEST(SmbiosProcessor, MoreThan254CoresAreInTheWord) {
+  const auto coresOf = [](unsigned cores, unsigned word) {
+    return inventoryOf({processorStructure("a", 1).byte(0x24, cores).word(0x2C, word)})
+        .processors.at(0)
+        .enabledCores;
+  };
+  EXPECT_EQ(coresOf(8, 300), Pegasus::Uint16{8});
+  EXPECT_EQ(coresOf(0xFF, 300), Pegasus::Uint16{300});
+  EXPECT_EQ(coresOf(0, 300), std::nullopt);
+}
+
+TEST(SmbiosMakers, PlaceholdersAreMissingAndLongTextsAreCut) {
+  const std::string name(70000, 'x');
+  const auto makers = [](std::string_view text) {
+    return inventoryOf({memoryStructure("a", 1).text(0x17, text).text(0x18, text).text(0x1A, text)})
+        .memory.at(0)
+        .makers;
+  };
+  const MakersFacts cut = makers(name);
+  EXPECT_EQ(cut.manufacturer->size(), 256U);
+  EXPECT_EQ(cut.partNumber->size(), 256U);
+  EXPECT_EQ(cut.serialNumber->size(), 64U);
+  for (const char* text : {"Unknown", "00000000", " ", "Not Specified"}) {
+    const MakersFacts none = makers(text);
+    EXPECT_FALSE(none.manufacturer || none.partNumber || none.serialNumber) << text;
+  }
+  EXPECT_EQ(utf8(makers(" HMA82  ").partNumber), "HMA82");
+}
+
 TEST(SmbiosMemory, EmptySlotsAreLeftOut) {
   EXPECT_THAT(tags(inventoryOf({memoryStructure("a", 0), memoryStructure("b", 0x8000),
                                 memoryStructure("c", 1), StructureBuilder(17, 0x0D)})),
