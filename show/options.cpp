@@ -21,8 +21,10 @@ constexpr const char* footer =
 void checkTogether(const CLI::App& app) {
   constexpr std::pair<const char*, const char*> excluded[] = {
       {"--json", "--csv"},        {"--machine", "--category"}, {"--machine", "--all"},
-      {"--explain", "--all"},     {"--explain", "--machine"},  {"--history", "--all"},
-      {"--history", "--machine"}, {"--history", "--explain"},  {"--history", "--category"}};
+      {"--html", "--json"},       {"--html", "--csv"},         {"--html", "--machine"},
+      {"--html", "--explain"},    {"--html", "--history"},     {"--explain", "--all"},
+      {"--explain", "--machine"}, {"--history", "--all"},      {"--history", "--machine"},
+      {"--history", "--explain"}, {"--history", "--category"}};
   for (const auto& [first, second] : excluded) {
     if (app.count(first) > 0 && app.count(second) > 0) {
       throw CLI::ExcludesError(first, second);
@@ -75,10 +77,16 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
       ->type_name("DIR");
   app.add_option("--explain", options.explained, "Explain what morvik would publish of a data file")
       ->type_name("FILE");
+  app.add_option("--html", options.inventories, "Write a page of inventories, or of this machine")
+      ->type_name("FILE")
+      ->expected(0, CLI::detail::expected_max_vector_size);
   try {
     app.parse(argc, argv);
     checkTogether(app);
     checkCategories(options);
+    options.isHtml = app.count("--html") > 0;
+    // CLI11 has an empty text for an option without values.
+    std::erase(options.inventories, "");
     options.isServerGiven = app.count("--server") > 0;
     options.isStateGiven = app.count("--state") > 0;
   } catch (const CLI::ParseError& error) {

@@ -23,6 +23,9 @@ struct Options {
   bool isAll = false;
   bool isMachine = false;
   bool isHistory = false;
+  // Write a page of the inventories in these files; of the server's if there are none.
+  bool isHtml = false;
+  std::vector<std::string> inventories;
   // Where morvik-run remembers its runs.
   std::string state = "/var/lib/morvik";
   std::optional<std::string> explained;

@@ -25,19 +25,6 @@ String sizeWords(std::uint64_t bytes) {
                                             : numbered(bytes >> 20U, "MiB");
 }
 
-String partWords(const Part& part, bool isModule) {
-  if (!part.compared) {
-    return "missing: morvik stops here";
-  }
-  if (!isModule) {
-    return part.compared->size() > 0 ? *part.compared + " MHz" : "no value";
-  }
-  if (!part.amount) {
-    return *part.compared == "0" ? "no value" : *part.compared + " MiB";
-  }
-  return sizeWords(*part.amount);
-}
-
 String modelWords(const Machine& machine) {
   if (machine.systemRefusal || !machine.hasSystem) {
     return "unknown";
@@ -45,7 +32,7 @@ String modelWords(const Machine& machine) {
   return machine.model.value_or("unknown: the CIM server gives none");
 }
 
-String typeWords(const Machine& machine) {
+String machineTypeWords(const Machine& machine) {
   if (!machine.machineType) {
     return "unknown: morvik fetches nothing";
   }
@@ -63,8 +50,28 @@ String languageWords(const Machine& machine) {
          (machine.language ? String(" (LANG is ") + *machine.language + ")" : " (LANG is not set)");
 }
 
-// "DDR4, 2666 MHz"; "Processor 3 GHz, 8 cores".
-Text typeOf(const Part& part, bool isModule) {
+Style styleOf(Result result) {
+  return result == Result::published ? Style::green
+         : result == Result::leftOut ? Style::yellow
+                                     : Style::faint;
+}
+
+}  // namespace
+
+String partWords(const Part& part, bool isModule) {
+  if (!part.compared) {
+    return "missing: morvik stops here";
+  }
+  if (!isModule) {
+    return part.compared->size() > 0 ? *part.compared + " MHz" : "no value";
+  }
+  if (!part.amount) {
+    return *part.compared == "0" ? "no value" : *part.compared + " MiB";
+  }
+  return sizeWords(*part.amount);
+}
+
+Text typeWords(const Part& part, bool isModule) {
   Text words = part.type;
   const auto add = [&](const String& more) { words = words ? *words + ", " + more : more; };
   if (isModule && part.maxSpeed) {
@@ -75,14 +82,6 @@ Text typeOf(const Part& part, bool isModule) {
   }
   return words;
 }
-
-Style styleOf(Result result) {
-  return result == Result::published ? Style::green
-         : result == Result::leftOut ? Style::yellow
-                                     : Style::faint;
-}
-
-}  // namespace
 
 Columns listColumns(bool withVendor) {
   return {{"category", "CATEGORY"},
@@ -171,7 +170,7 @@ void writeMachine(std::ostream& out, const Terminal& terminal, const Machine& ma
   };
   line("Host name", machine.hostName);
   line("Model", modelWords(machine));
-  line("Machine type", typeWords(machine));
+  line("Machine type", machineTypeWords(machine));
   line("Serial number", machine.serialNumber);
   line("Processors", groupWords(machine.processors, false));
   line("Memory modules", groupWords(machine.memoryModules, true));
@@ -181,7 +180,7 @@ void writeMachine(std::ostream& out, const Terminal& terminal, const Machine& ma
 void writeParts(Table& table, const Machine& machine) {
   for (const bool isModule : {false, true}) {
     for (const Part& part : (isModule ? machine.memoryModules : machine.processors).list) {
-      table.add({{part.place, partWords(part, isModule), typeOf(part, isModule), part.compared,
+      table.add({{part.place, partWords(part, isModule), typeWords(part, isModule), part.compared,
                   part.bank, part.manufacturer, part.partNumber, part.serialNumber}});
     }
   }

@@ -26,6 +26,11 @@ void writeParts(Table& table, const Machine& machine);
 Summary writeExplanations(Table& table, const NextExplanation& next);
 void writeSummary(std::ostream& out, const Summary& summary);
 
+// "2400 MHz", "16 GiB"; what morvik makes of a part without a value.
+Pegasus::String partWords(const Part& part, bool isModule);
+// "DDR4, 2666 MHz"; "Processor 3 GHz, 8 cores".
+std::optional<Pegasus::String> typeWords(const Part& part, bool isModule);
+
 // "2 x 16 GiB (16384 MiB), 1 x 953 MiB": equal ones are counted, in the order of the first of them.
 Pegasus::String groupWords(const Parts& parts, bool areModules);
 

@@ -19,6 +19,7 @@
 #include "inventory.h"
 #include "machine.h"
 #include "output.h"
+#include "page.h"
 #include "text.h"
 
 using Pegasus::CIMClient;
@@ -56,7 +57,14 @@ ExitStatus list(CIMClient& client, const Options& options, const Terminal& termi
     return !(options.isAll || entry.isOurs) ||
            !(entry.problem || isAmong(entry.category, options.categories));
   });
-  if (options.isJson) {
+  if (options.isHtml) {
+    const Frame frame = frameOf(options);
+    writePage(std::cout,
+              {{options.server,
+                {timeText(frame.time), MORVIK_VERSION, frame.lastGoodRun,
+                 readWholeMachine(client, options), entries}}},
+              frame.time);
+  } else if (options.isJson) {
     const Machine machine = options.format == 1 ? Machine() : readWholeMachine(client, options);
     writeJson(std::cout, frameOf(options), machine, entries);
   } else if (entries.empty() && !options.table.isCsv) {
@@ -76,6 +84,23 @@ ExitStatus list(CIMClient& client, const Options& options, const Terminal& termi
     return ExitStatus::trouble;
   }
   return entries.empty() ? ExitStatus::noEntries : ExitStatus::entries;
+}
+
+// Of other machines, or of this one before. What cannot be read is reported, and the rest shown.
+ExitStatus showPage(const Options& options) {
+  std::vector<PageMachine> machines;
+  for (const std::string& file : options.inventories) {
+    try {
+      machines.push_back({file, readInventory(file)});
+    } catch (const std::exception& error) {
+      complain(String(error.what()));
+    }
+  }
+  if (machines.empty()) {
+    return ExitStatus::trouble;
+  }
+  writePage(std::cout, machines, std::chrono::system_clock::now());
+  return machines.size() < options.inventories.size() ? ExitStatus::trouble : ExitStatus::entries;
 }
 
 ExitStatus showHistory(const Options& options, const Terminal& terminal) {
@@ -168,6 +193,13 @@ ExitStatus run(const Options& options) {
   const Terminal terminal = terminalOf(STDOUT_FILENO);
   if (options.isHistory) {
     return showHistory(options, terminal);
+  }
+  if (!options.inventories.empty()) {
+    const ExitStatus status = showPage(options);
+    if (!std::cout.flush()) {
+      throw std::runtime_error("cannot write to standard output");
+    }
+    return status;
   }
   // Opened first: a missing file is reported even if there is no server.
   std::ifstream file;

@@ -291,6 +291,9 @@ answers() { # PATH JQ-FILTER
     equal inventory/full.json "$(follow many-machines.md find)" 'the machines with the part'
     equal 0 "$(jq '.entries | length' inventory/empty.json)" 'the entries of the one without'
     [[ ! -s inventory/off.json ]]
+    follow many-machines.md page 2>said || (($? == 2))
+    equal 1 "$(wc -l <said)" 'the messages, of the machine that is off'
+    grep -q '<h1>2 machines</h1>' machines.html
     # The port that it would open is open here.
     ssh() { equal '-N -L 15988:127.0.0.1:5988 db1.example.com' "$*" 'the arguments of ssh'; }
     follow many-machines.md forward

@@ -31,7 +31,7 @@ installed() {
 
 documents() {
     printf 'share/doc/morvik/%s\n' CHANGELOG.md LICENSE README.md SECURITY.md
-    (cd "$project" && printf 'share/doc/morvik/%s\n' docs/*.md)
+    (cd "$project" && printf 'share/doc/morvik/%s\n' docs/*.{md,json,png})
 }
 
 toolFiles() {
@@ -172,7 +172,7 @@ optionsIn() { # FILE
     local categories='BACKPLANE CDROM FAN FLOPPY KEYBOARD MEMORY OPTIONSP PLANAR PROCESSOR'
     for shell in bash zsh fish; do
         equal "$categories" "$(grep -oE '\<[A-Z]{3,}\>' "$completions/morvik-show.$shell" |
-            grep -vxE 'COMP.*|CSV|CIM|JSON|FRU' | sort -u | paste -sd ' ')" "$shell, categories"
+            grep -vxE 'COMP.*|CSV|CIM|JSON|FRU|HTML' | sort -u | paste -sd ' ')" "$shell, categories"
     done
 }
 
