@@ -99,10 +99,12 @@ Url urlOfFtpServer(const Settings& settings) {
   Url url;
   if (host.empty() || !isHost || !isPort || !url.set(CURLUPART_URL, "ftp://" + host + "/") ||
       (!port.empty() && !url.set(CURLUPART_PORT, port))) {
-    refuseSetting("MORVIK_SERVER", server, "is not a host name, perhaps with a blank and a port");
+    refuseSetting(settings.nameOf(&Settings::ftpServer), server,
+                  "is not a host name, perhaps with a blank and a port");
   }
   if (!url.set(CURLUPART_PATH, "/" + settings.ftpDirectory, CURLU_URLENCODE)) {
-    refuseSetting("MORVIK_DIRECTORY", settings.ftpDirectory, "is not a directory");
+    refuseSetting(settings.nameOf(&Settings::ftpDirectory), settings.ftpDirectory,
+                  "is not a directory");
   }
   return url;
 }
@@ -115,11 +117,13 @@ Url urlOf(const Settings& settings) {
   Url url;
   // The value may hold a password, and is not shown.
   if (!url.set(CURLUPART_URL, settings.url)) {
-    throw Failure(Status::badUse, "MORVIK_URL is not a URL, such as https://parts.example.com/fru");
+    throw Failure(Status::badUse, std::string(settings.nameOf(&Settings::url)) +
+                                      " is not a URL, such as https://parts.example.com/fru");
   }
   const std::string scheme = url.get(CURLUPART_SCHEME);
   if (std::find(schemes.begin(), schemes.end(), scheme) == schemes.end()) {
-    refuseSetting("MORVIK_URL", scheme, "is not one of https, http, ftps, ftp and file");
+    refuseSetting(settings.nameOf(&Settings::url), scheme,
+                  "is not one of https, http, ftps, ftp and file");
   }
   url.set(CURLUPART_FRAGMENT, "");
   return url;
@@ -222,6 +226,8 @@ class Bringer::Transfer {
   Url url_;
   bool isHttp_;
   std::chrono::milliseconds retryPause_;
+  // The name of the setting, for messages.
+  std::string certificates_;
   std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> handle_;
   // Of the last try.
   CURLcode code_ = CURLE_OK;
@@ -236,6 +242,7 @@ Bringer::Transfer::Transfer(const Settings& settings, Url url)
     : url_(std::move(url)),
       isHttp_(url_.get(CURLUPART_SCHEME).starts_with("http")),
       retryPause_(settings.retryPause),
+      certificates_(settings.nameOf(&Settings::certificates)),
       handle_(curl_easy_init(), curl_easy_cleanup) {
   if (handle_ == nullptr) {
     throw Failure(Status::badUse, "libcurl cannot be used");
@@ -408,7 +415,7 @@ Brought Bringer::Transfer::bring(const std::string& name, const std::optional<Ve
       return brought_;
     }
     if (code_ == CURLE_SSL_CACERT_BADFILE) {
-      throw Failure(Status::badUse, "MORVIK_CA: " + words());
+      throw Failure(Status::badUse, certificates_ + ": " + words());
     }
     if (result == Result::missing) {
       throw Failure(Status::noFile, addressOf(name) + " does not exist: " + words());

@@ -177,7 +177,7 @@ Candidate Run::bringOnce(Bringer& bringer, const std::string& name, bool isFirst
   candidate.text = brought.isUnchanged ? good->text : brought.text;
   candidate.version = brought.isUnchanged ? good->version : brought.version;
   if (!settings_.keyring.empty()) {
-    candidate.keyring = keyringSum(settings_.keyring);
+    candidate.keyring = keyringSum(settings_.keyring, settings_.nameOf(&Settings::keyring));
     // A text that was verified with this keyring, and has not changed since, need not be again.
     if (!brought.isUnchanged || good->keyring != candidate.keyring) {
       verify(bringer, name, candidate);
@@ -440,9 +440,13 @@ Report run(const Settings& settings) {
   std::unique_ptr<Run> run;
   try {
     run = std::make_unique<Run>(settings, report, names);
+    if (!settings.fault.empty()) {
+      throw Failure(Status::badUse, settings.fault);
+    }
     run->go();
   } catch (const Failure& failure) {
-    fail(report, failure.status(), failure.what());
+    // A wrong setting is the reason even if there is no state directory to remember it.
+    fail(report, failure.status(), settings.fault.empty() ? failure.what() : settings.fault);
   } catch (const Pegasus::Exception& error) {
     fail(report, Status::cimServer, harmless(error.what()));
   } catch (const std::exception& error) {

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <iostream>
 #include <optional>
+#include <utility>
 
 #include "outcome.h"
 
@@ -69,10 +70,20 @@ std::string environment(const char* name) {
   return value == nullptr ? "" : value;
 }
 
+[[noreturn]] void refuse(const std::string& name, const std::string& value,
+                         const std::string& rule) {
+  throw Failure(Status::badUse, name + ": '" + harmless(value) + "' " + rule);
+}
+
 bool isSource(const Row& row) {
   constexpr std::string Settings::*sources[] = {&Settings::url, &Settings::files, &Settings::file,
                                                 &Settings::ftpServer, &Settings::ftpDirectory};
   return std::find(std::begin(sources), std::end(sources), row.value) != std::end(sources);
+}
+
+bool isFromOption(const Settings& settings, std::string Settings::*value) {
+  const auto& all = settings.fromOptions;
+  return std::find(all.begin(), all.end(), value) != all.end();
 }
 
 // The variables, for what no option has set. An option that says where the files are replaces all
@@ -82,14 +93,16 @@ void addEnvironment(const CLI::App& app, Settings& settings) {
     return isSource(row) && app.count(row.option) > 0;
   });
   for (const Row& row : rows) {
-    if (app.count(row.option) == 0 && !(hasSource && isSource(row))) {
+    if (app.count(row.option) > 0) {
+      settings.fromOptions.push_back(row.value);
+    } else if (!(hasSource && isSource(row))) {
       settings.*row.value = environment(row.variable);
     }
   }
 }
 
 // MORVIK_FILE has always come before the FTP server; the settings file may have several.
-void chooseSource(const CLI::App& app, Settings& settings) {
+void chooseSource(Settings& settings) {
   const bool hasFtp = !settings.ftpServer.empty() || !settings.ftpDirectory.empty();
   const std::string given[] = {settings.file, settings.files, settings.url};
   const auto count = std::count_if(std::begin(given), std::end(given),
@@ -99,9 +112,9 @@ void chooseSource(const CLI::App& app, Settings& settings) {
                   "no parts server is set: set MORVIK_URL, MORVIK_FILES, MORVIK_FILE or "
                   "MORVIK_SERVER, for morvik.service in " MORVIK_SETTINGS_FILE);
   }
-  const bool byOption = app.count("--file") + app.count("--files") + app.count("--url") +
-                            app.count("--ftp-server") + app.count("--ftp-directory") >
-                        0;
+  const bool byOption = std::any_of(std::begin(rows), std::end(rows), [&](const Row& row) {
+    return isSource(row) && isFromOption(settings, row.value);
+  });
   if (byOption && count + (hasFtp ? 1 : 0) > 1) {
     throw Failure(Status::badUse, "use only one of --file, --files, --url and --ftp-server");
   }
@@ -132,35 +145,33 @@ std::optional<double> numberIn(const std::string& text, double most) {
                                                                            : std::nullopt;
 }
 
-[[noreturn]] void refuse(const std::string& name, const std::string& value,
-                         const std::string& rule) {
-  throw Failure(Status::badUse, name + ": '" + harmless(value) + "' " + rule);
-}
-
 void readValues(Settings& settings) {
   constexpr double longestPause = 60;  // more would be most of the time that a run has
+  if (!settings.metrics.empty() && !settings.metrics.ends_with(".prom")) {
+    const std::string file = std::exchange(settings.metrics, "");
+    refuse(settings.nameOf(&Settings::metrics), file, "does not end with .prom");
+  }
   if (!settings.minShareText.empty()) {
     const auto share = numberIn(settings.minShareText, 1);
     if (!share) {
-      refuse("MORVIK_MIN_SHARE", settings.minShareText, "is not a number from 0 to 1");
+      refuse(settings.nameOf(&Settings::minShareText), settings.minShareText,
+             "is not a number from 0 to 1");
     }
     settings.minShare = *share;
   }
   if (!settings.retryPauseText.empty()) {
     const auto pause = numberIn(settings.retryPauseText, longestPause);
     if (!pause) {
-      refuse("MORVIK_RETRY_PAUSE", settings.retryPauseText, "is not a number from 0 to 60");
+      refuse(settings.nameOf(&Settings::retryPauseText), settings.retryPauseText,
+             "is not a number from 0 to 60");
     }
     settings.retryPause = std::chrono::milliseconds(std::lround(*pause * 1000));
   }
   if (!settings.missingText.empty() && settings.missingText != "ok" &&
       settings.missingText != "fail") {
-    refuse("MORVIK_MISSING", settings.missingText, "is neither ok nor fail");
+    refuse(settings.nameOf(&Settings::missingText), settings.missingText, "is neither ok nor fail");
   }
   settings.isMissingGood = settings.missingText == "ok";
-  if (!settings.metrics.empty() && !settings.metrics.ends_with(".prom")) {
-    refuse("MORVIK_METRICS", settings.metrics, "does not end with .prom");
-  }
 }
 
 // The program in the same directory, as in a build, or in the same prefix.
@@ -204,6 +215,12 @@ std::string messageOf(const CLI::ParseError& error, const CLI::App& app) {
 
 }  // namespace
 
+const char* Settings::nameOf(std::string Settings::*value) const {
+  const auto* row = std::find_if(std::begin(rows), std::end(rows),
+                                 [&](const Row& each) { return each.value == value; });
+  return row->variable == nullptr || isFromOption(*this, value) ? row->option : row->variable;
+}
+
 std::variant<Settings, int> readSettings(int argc, const char* const* argv) {
   Settings settings;
   CLI::App app{description, "morvik-run"};
@@ -227,11 +244,15 @@ std::variant<Settings, int> readSettings(int argc, const char* const* argv) {
     throw Failure(Status::badUse, messageOf(error, app) + " (see morvik-run --help)");
   }
   addEnvironment(app, settings);
-  chooseSource(app, settings);
-  readValues(settings);
+  try {
+    readValues(settings);
+    chooseSource(settings);
+  } catch (const Failure& failure) {
+    settings.fault = failure.what();
+  }
   findPlaces(settings);
-  if (access(settings.morvik.c_str(), X_OK) != 0) {
-    throw Failure(Status::badUse, "cannot run morvik: " + harmless(settings.morvik));
+  if (settings.fault.empty() && access(settings.morvik.c_str(), X_OK) != 0) {
+    settings.fault = "cannot run morvik: " + harmless(settings.morvik);
   }
   return settings;
 }

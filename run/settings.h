@@ -5,6 +5,7 @@
 #include <chrono>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace run {
 
@@ -27,6 +28,8 @@ struct Settings {
   std::string metrics;
   std::string state;
   std::string morvik;
+  // Which of these texts options have set; variables have set the others.
+  std::vector<std::string Settings::*> fromOptions;
   bool isCheck = false;
   bool isForced = false;
   bool isJson = false;
@@ -36,10 +39,16 @@ struct Settings {
   double minShare = 0.5;
   bool isMissingGood = false;
   std::chrono::milliseconds retryPause{5000};
+  // Empty, or which setting is missing or wrong: the run fails with these words, and remembers
+  // that.
+  std::string fault;
+
+  // "--keyring" or "MORVIK_KEYRING", by what has set it.
+  const char* nameOf(std::string Settings::*value) const;
 };
 
 // The settings, or the exit status after help or version have been printed. Throws Failure(badUse)
-// with the setting that is missing or wrong.
+// if the command line cannot be understood.
 [[nodiscard]] std::variant<Settings, int> readSettings(int argc, const char* const* argv);
 
 }  // namespace run

@@ -83,18 +83,18 @@ std::string sha256(const std::string& text) {
   return digits;
 }
 
-std::string keyringSum(const std::string& keyring) {
+std::string keyringSum(const std::string& keyring, const std::string& setting) {
   constexpr std::size_t mostBytes = 16777216;
   try {
     const std::string text = readWholeFile(keyring, mostBytes);
     if (text.starts_with("-----BEGIN")) {
-      throw Failure(Status::badUse, "MORVIK_KEYRING: " + harmless(keyring) +
+      throw Failure(Status::badUse, setting + ": " + harmless(keyring) +
                                         " is armored; convert it with gpg --dearmor");
     }
     return sha256(text);
   } catch (const std::system_error& error) {
-    throw Failure(Status::badUse, "MORVIK_KEYRING: cannot read " + harmless(keyring) + ": " +
-                                      error.code().message());
+    throw Failure(Status::badUse,
+                  setting + ": cannot read " + harmless(keyring) + ": " + error.code().message());
   }
 }
 

@@ -26,8 +26,9 @@ struct Signature {
 // that is neither expired nor revoked, and none is bad.
 Signature readStatus(const std::string& statusLines);
 
-// The sum of the keyring itself. Throws Failure(badUse) if it cannot be used.
-std::string keyringSum(const std::string& keyring);
+// The sum of the keyring itself. `setting` is the name of the setting, for messages. Throws
+// Failure(badUse) if it cannot be used.
+std::string keyringSum(const std::string& keyring, const std::string& setting);
 
 // Has gpgv check the signature against the keyring. Both files are written into the directory.
 // Throws Failure: refused, or badUse if gpgv or the keyring cannot be used.

@@ -156,6 +156,41 @@ teardown() { stopServers; }
     goodStays
 }
 
+# vsftpd as the only user of the room, which it cannot leave for another, nor for another root directory: the
+# directories are those of the room.
+startVsftpd() { # [SETTING...]
+    command -v vsftpd >/dev/null || PATH=$PATH:/usr/sbin
+    command -v vsftpd >/dev/null || skip 'vsftpd is not installed'
+    printf '%s\n' listen=YES background=NO listen_address=127.0.0.1 anonymous_enable=YES local_enable=NO \
+        run_as_launching_user=YES ftp_username=root nopriv_user=root seccomp_sandbox=NO \
+        "anon_root=$BATS_TEST_TMPDIR" "$@" >"$BATS_TEST_TMPDIR/vsftpd.conf"
+    # shellcheck disable=SC2016 # expanded by the shell inside
+    startServer vsftpd ready bash -c '
+        vsftpd "$1" & trap "kill $!; exit 0" TERM
+        until (exec 3<>/dev/tcp/127.0.0.1/21) 2>/dev/null; do kill -0 $! || exit 1; sleep 0.01; done
+        echo ready; while :; do wait; done' vsftpd "$BATS_TEST_TMPDIR/vsftpd.conf"
+}
+
+@test "vsftpd: a file, no file, no directory, and no anonymous users" {
+    startVsftpd
+    startMachine
+    startGood
+    runFtp() { runNight --ftp-server 127.0.0.1 "$@"; }
+    fans B 4 >"$files/1234wpk.txt"
+    runFtp --ftp-directory "$files"
+    ended 0 "published 4 entries of ftp://127.0.0.1/$files/1234wpk.txt: 4 added, 4 removed"
+    mkdir empty
+    runFtp --ftp-directory "$PWD/empty"
+    ended 2 'no data file for machine type 1234' 'the server answered: 550 ' '4 entries stay published'
+    runFtp --ftp-directory "$files/missing"
+    ended 3 'the server answered: 550 Failed to change directory.'
+    stopServers
+    startMachine
+    startVsftpd anonymous_enable=NO local_enable=YES
+    runFtp --ftp-directory "$files"
+    ended 3 'the server answered: 530 '
+}
+
 startHttp() { # [OPTION...] as parts_http.py takes them
     fault=$BATS_TEST_TMPDIR/fault requests=$BATS_TEST_TMPDIR/requests
     : >"$requests"
@@ -278,11 +313,10 @@ while True:
     ended 4 'it is empty'
 }
 
-@test "wrong settings: status 1, and which one" {
+@test "wrong settings: status 1, and which one, as it was given" {
     wrong() { # WORDS [SETTING...]
         runNight "${@:2}"
         ended 1 "$1"
-        [[ ! -e $state ]]
     }
     wrong 'no parts server is set: set MORVIK_URL, MORVIK_FILES, MORVIK_FILE or MORVIK_SERVER'
     wrong 'use only one of --file, --files, --url and --ftp-server' --file a --files b
@@ -290,6 +324,10 @@ while True:
     wrong "MORVIK_MISSING: 'yes' is neither ok nor fail" MORVIK_FILES=. MORVIK_MISSING=yes
     wrong "MORVIK_RETRY_PAUSE: '-1' is not a number" MORVIK_FILES=. MORVIK_RETRY_PAUSE=-1
     wrong "MORVIK_METRICS: 'a.txt' does not end with .prom" MORVIK_FILES=. MORVIK_METRICS=a.txt
+    wrong "--min-share: 'x' is not a number from 0 to 1" MORVIK_FILES=. MORVIK_MIN_SHARE=0.1 --min-share x
+    wrong "--retry-pause: '61' is not a number" --files . --retry-pause 61
+    wrong "--missing: 'yes' is neither ok nor fail" --files . --missing yes
+    wrong "--metrics: 'a.txt' does not end with .prom" --files . --metrics a.txt
     wrong 'unknown option: --server' --server 127.0.0.1:5988
     wrong "cannot run morvik: $PWD/missing" MORVIK_FILES=. --morvik missing
     startMachine
@@ -302,6 +340,28 @@ while True:
     ended 1 "MORVIK_URL: 'gopher' is not one of https, http, ftps, ftp and file"
     runNight MORVIK_URL=//
     ended 1 'MORVIK_URL is not a URL'
+    runNight --url //
+    ended 1 '--url is not a URL'
+    runNight --url gopher://127.0.0.1/
+    ended 1 "--url: 'gopher' is not one of"
+    runNight --ftp-server ' '
+    ended 1 "--ftp-server: ' ' is not a host name"
+}
+
+@test "wrong settings are remembered, and reach those who watch" {
+    startMachine
+    startGood
+    runFiles --metrics morvik.prom
+    MORVIK_MIN_SHARE=half runFiles --metrics morvik.prom --json
+    ended 1 '"status":1,"result":"bad-use"' "MORVIK_MIN_SHARE: 'half' is not a number"
+    equal "1 MORVIK_MIN_SHARE: 'half' is not a number from 0 to 1 true" \
+        "$(jq -r '"\(.last.status) \(.last.message) \(.good != null)"' "$state/status.json")" 'the status'
+    grep -qx 'morvik_run_status 1' morvik.prom
+    goodStays
+    # Not where nobody would look, and the setting is what must be mended first.
+    runNight --files "$files" --missing x --state /proc/none --metrics there.txt
+    ended 1 "--metrics: 'there.txt' does not end with .prom"
+    [[ ! -e there.txt ]]
 }
 
 @test "metrics: of a good and of a failed run" {

@@ -63,6 +63,8 @@ startHttps() { # CERTIFICATE [PORT]
     run ! grep -F 'tries)' "$err"
     runNight MORVIK_URL=https://127.0.0.1:8443 MORVIK_CA=missing.pem
     ended 1 'MORVIK_CA: error setting certificate file'
+    runNight --url https://127.0.0.1:8443 --ca missing.pem
+    ended 1 '--ca: error setting certificate file'
     runNight MORVIK_URL=https://127.0.0.1:8443 MORVIK_CA=authority.pem
     ended 0 'published 4 entries of https://127.0.0.1:8443/1234wpk.txt'
 }
@@ -256,7 +258,7 @@ refusedAs() { # WORDS
     fans A 4 >"$files/1234wpk.txt"
     sign maker
     runSigned --keyring missing.gpg
-    ended 1 "MORVIK_KEYRING: cannot read $PWD/missing.gpg: No such file or directory"
+    ended 1 "--keyring: cannot read $PWD/missing.gpg: No such file or directory"
     gpg --batch --armor --export maker >armored.gpg
     runSigned --keyring armored.gpg
     ended 1 'is armored; convert it with gpg --dearmor'
