@@ -18,6 +18,7 @@
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/string_body.hpp>
 #include <memory>
@@ -59,9 +60,9 @@ class AsRoot : public cimd::RequestHandler {
       const cimd::RequestHeader& header) override {
     return handler_->check(header);
   }
-  cimd::HttpAnswer answer(const cimd::CimRequest& request, std::string body,
-                          cimd::Caller& /*caller*/) override {
-    return handler_->answer(request, std::move(body), root_);
+  std::optional<cimd::BegunAnswer> answer(const cimd::CimRequest& request, std::string body,
+                                          cimd::Caller& /*caller*/, cimd::Length length) override {
+    return handler_->answer(request, std::move(body), root_, length);
   }
 
  private:
@@ -114,10 +115,13 @@ class Connection {
     // The longest answers do not fit.
     limits.heldBytes = std::size_t{64} << 10U;
     std::make_shared<cimd::HttpSession>(
-        std::move(socket), handler, limits,
+        std::move(socket), std::nullopt, handler, limits,
         std::make_shared<cimd::MemoryBudget>(limits.heldBytes, limits.smallBytes),
-        cimd::HttpSession::Events{.served = [this] { ++answers_; },
-                                  .ended = [this] { hasEnded_ = true; }})
+        cimd::HttpSession::Events{
+            .ready = [this](cimd::Turn /*turn*/,
+                            cimd::Turns::Job job) { asio::post(io_, std::move(job)); },
+            .served = [this] { ++answers_; },
+            .ended = [this] { hasEnded_ = true; }})
         ->start();
     run();
   }

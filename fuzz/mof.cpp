@@ -82,7 +82,11 @@ const Request& request(const char* method) {
   return requests.emplace(method, writer.finish()).first->second;
 }
 
-void requireXml(const std::string& elements) {
+void requireXml(const cimd::Listing& listing) {
+  std::string elements;
+  for (std::size_t i = 0; i < listing.count; ++i) {
+    listing.append(elements, i);
+  }
   const Pegasus::xml::XmlDocument document("<ALL>" + elements + "</ALL>");
   require(static_cast<bool>(document.root()), "what is encoded is XML");
 }
@@ -92,7 +96,7 @@ void checkNameSpace(cimd::NameSpace& nameSpace) {
   requireXml(cimd::enumerateClasses(nameSpace, request("EnumerateClasses")));
   requireXml(cimd::enumerateQualifiers(nameSpace, request("EnumerateQualifiers")));
   for (const cimd::Class* top : nameSpace.schema().topClasses()) {
-    for (const cimd::StoredInstance* stored : nameSpace.instances(*top)) {
+    for (const auto& stored : nameSpace.instances(*top)) {
       fuzz::requireRoundTrip(stored->instance);
     }
   }

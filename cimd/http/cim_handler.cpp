@@ -245,8 +245,11 @@ std::variant<CimRequest, HttpAnswer> CimHandler::check(const RequestHeader& head
   return cim;
 }
 
-HttpAnswer CimHandler::answer(const CimRequest& cim, std::string body, Caller& caller) {
-  const auto refuse = [&cim](const Refusal& refusal) { return answerTo(refusal, cim.prefix); };
+std::optional<BegunAnswer> CimHandler::answer(const CimRequest& cim, std::string body,
+                                              Caller& caller, Length length) {
+  const auto refuse = [&cim](const Refusal& refusal) {
+    return BegunAnswer{answerTo(refusal, cim.prefix), nullptr};
+  };
   // The parser would find it, too, but has one error for all that is not well-formed.
   if (!utf8::is_valid(body.begin(), body.end())) {
     return refuse({status::bad_request, "request-not-valid", "not UTF-8"});
@@ -256,11 +259,15 @@ HttpAnswer CimHandler::answer(const CimRequest& cim, std::string body, Caller& c
     if (const Check refused = checkMessage(cim, message)) {
       return refuse(*refused);
     }
+    auto begun = dispatcher_.answer(message, caller, length);
+    if (!begun) {
+      return std::nullopt;
+    }
     HttpAnswer answer = answerWith(status::ok, cim.prefix);
     answer.set("Content-Type", "application/xml; charset=\"utf-8\"");
     answer.set(cim.prefix + "CIMOperation", "MethodResponse");
-    answer.body() = dispatcher_.answer(message, caller);
-    return answer;
+    answer.body() = std::move(begun->text);
+    return BegunAnswer{std::move(answer), std::move(begun->more)};
   } catch (const Pegasus::XmlValidationError& error) {
     return refuse({status::bad_request, "request-not-valid", error.getMessage().toUtf8()});
   } catch (const Pegasus::XmlException& error) {

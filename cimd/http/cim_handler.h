@@ -18,7 +18,8 @@ class CimHandler : public RequestHandler {
       : dispatcher_(repository, access, log) {}
 
   std::variant<CimRequest, HttpAnswer> check(const RequestHeader& header) override;
-  HttpAnswer answer(const CimRequest& request, std::string body, Caller& caller) override;
+  std::optional<BegunAnswer> answer(const CimRequest& request, std::string body, Caller& caller,
+                                    Length length) override;
 
  private:
   Dispatcher dispatcher_;

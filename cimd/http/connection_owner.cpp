@@ -94,6 +94,23 @@ T read(const char* bytes) {
   return value;
 }
 
+// Asks and returns the answer. The socket is kept, for making one takes longer than asking; after
+// an error there may be an answer in it that nobody received, so that one is not used again.
+template <typename Query, typename Bytes>
+std::size_t askAndReceive(const Query& query, Bytes& answer) {
+  thread_local std::optional<NetlinkSocket> kernel;
+  try {
+    if (!kernel) {
+      kernel.emplace();
+    }
+    kernel->send(query);
+    return kernel->receive(answer);
+  } catch (const std::system_error&) {
+    kernel.reset();
+    throw;
+  }
+}
+
 // What the kernel has for the socket at `first` that is connected to `second`: this socket, or else
 // one that listens at `first`. Nothing when there is neither.
 std::optional<inet_diag_msg> askKernel(const tcp::endpoint& first, const tcp::endpoint& second) {
@@ -114,10 +131,8 @@ std::optional<inet_diag_msg> askKernel(const tcp::endpoint& first, const tcp::en
   query.request.id.idiag_cookie[0] = INET_DIAG_NOCOOKIE;
   query.request.id.idiag_cookie[1] = INET_DIAG_NOCOOKIE;
 
-  const NetlinkSocket kernel;
-  kernel.send(query);
   std::array<char, 8192> bytes{};
-  const std::size_t count = kernel.receive(bytes);
+  const std::size_t count = askAndReceive(query, bytes);
   const std::size_t start = NLMSG_HDRLEN;
   if (count < start) {
     throwErrno(EPROTO);
@@ -147,7 +162,7 @@ bool seesAllAccounts() {
 
 }  // namespace
 
-std::optional<uid_t> ownerOfConnection(const tcp::endpoint& peer, const tcp::endpoint& own) {
+Owner ownerOfConnection(const tcp::endpoint& peer, const tcp::endpoint& own) {
   const auto found = askKernel(peer, own);
   // A socket without inode was closed by its owner: it counts as root's from then on. One that
   // listens, or that is about to connect, is another than the one at the end of this connection.
@@ -158,6 +173,14 @@ std::optional<uid_t> ownerOfConnection(const tcp::endpoint& peer, const tcp::end
     return std::nullopt;
   }
   return found->idiag_uid;
+}
+
+Owner ownerOfConnection(const tcp::socket& socket) {
+  boost::system::error_code peerError;
+  boost::system::error_code ownError;
+  const auto peer = socket.remote_endpoint(peerError);
+  const auto own = socket.local_endpoint(ownError);
+  return peerError || ownError ? std::nullopt : ownerOfConnection(peer, own);
 }
 
 void checkOwnersAreKnown(const tcp::endpoint& listening) {

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <boost/asio/post.hpp>
 #include <boost/asio/socket_base.hpp>
+#include <numeric>
+#include <system_error>
 #include <utility>
 
 #include "http/http_session.h"
@@ -15,11 +17,20 @@ namespace {
 
 namespace asio = boost::asio;
 
+constexpr int bufferSize = 128 << 10;
+
 // Between two attempts to accept while the system has no descriptors left.
 constexpr std::chrono::milliseconds acceptPause{100};
 
 // Each connection takes a descriptor; everything else that the server has open takes a dozen.
 constexpr rlim_t otherDescriptors = 16;
+
+template <typename Connections>
+std::size_t countOf(const Connections& connections) {
+  return std::accumulate(
+      connections.begin(), connections.end(), std::size_t{0},
+      [](std::size_t sum, const auto& account) { return sum + account.second.size(); });
+}
 
 asio::ip::tcp::acceptor listenOn(asio::io_context& io, const asio::ip::tcp::endpoint& endpoint) {
   asio::ip::tcp::acceptor acceptor(io, endpoint.protocol());
@@ -52,17 +63,22 @@ HttpLimits limitsOfProcess(std::size_t maxRequest) {
 }
 
 HttpServer::HttpServer(asio::io_context& io, const asio::ip::tcp::endpoint& endpoint,
-                       RequestHandler& handler, HttpLimits limits)
-    : HttpServer(io, listenOn(io, endpoint), handler, limits) {}
+                       RequestHandler& handler, HttpLimits limits, OwnerOf ownerOf)
+    : HttpServer(io, listenOn(io, endpoint), handler, limits, std::move(ownerOf)) {}
 
 HttpServer::HttpServer(asio::io_context& io, asio::ip::tcp::acceptor acceptor,
-                       RequestHandler& handler, HttpLimits limits)
+                       RequestHandler& handler, HttpLimits limits, OwnerOf ownerOf)
     : handler_(handler),
       limits_(limits),
       memory_(std::make_shared<MemoryBudget>(limits.heldBytes, limits.smallBytes)),
       acceptor_(std::move(acceptor)),
-      pause_(io) {
+      pause_(io),
+      ownerOf_(std::move(ownerOf)) {
   acceptor_.non_blocking(true);
+  // For the connections: how much one turn of sending or receiving can take, and what the system
+  // keeps of an answer that nobody reads.
+  acceptor_.set_option(asio::socket_base::send_buffer_size(bufferSize));
+  acceptor_.set_option(asio::socket_base::receive_buffer_size(bufferSize));
   accept();
 }
 
@@ -74,7 +90,7 @@ void HttpServer::stop() {
   boost::system::error_code ignored;
   acceptor_.close(ignored);
   pause_.cancel();
-  waiting_.clear();
+  turns_ = {};
   while (dropOne()) {
   }
 }
@@ -119,60 +135,74 @@ void HttpServer::acceptMore() {
 }
 
 void HttpServer::start(asio::ip::tcp::socket socket) {
-  if (newcomers_.size() + served_.size() >= limits_.connections) {
+  if (countOf(newcomers_) + countOf(served_) >= limits_.connections) {
     dropOne();
   }
+  Owner owner;
+  try {
+    owner = ownerOf_(socket);
+  } catch (const std::system_error&) {
+    // Unknown. Those who are not known are one account.
+  }
   // Joins the list last, for there may be no memory for the session.
+  Entries& newcomers = newcomers_[owner];
   Entries entry(1);
   const auto place = entry.begin();
+  place->owner = owner;
   HttpSession::Events events{
       .begun =
           [this, place] {
             Entries& list = listOf(*place);
             list.splice(list.end(), list, place);
           },
-      .later = [this](std::function<void()> answer) { answerLater(std::move(answer)); },
+      .ready = [this, owner](Turn turn, Turns::Job job) { takeTurns(owner, turn, std::move(job)); },
       .served =
           [this, place] {
-            served_.splice(served_.end(), listOf(*place), place);
+            Entries& served = served_[place->owner];
+            served.splice(served.end(), listOf(*place), place);
             place->hasServed = true;
           },
       .ended = [this, place] { listOf(*place).erase(place); }};
-  const auto session = std::make_shared<HttpSession>(std::move(socket), handler_, limits_, memory_,
-                                                     std::move(events));
+  const auto session = std::make_shared<HttpSession>(std::move(socket), owner, handler_, limits_,
+                                                     memory_, std::move(events));
   place->session = session;
-  newcomers_.splice(newcomers_.end(), entry);
+  newcomers.splice(newcomers.end(), entry);
   session->start();
 }
 
-void HttpServer::answerLater(std::function<void()> answer) {
-  waiting_.push_back(std::move(answer));
-  if (waiting_.size() == 1) {
-    asio::post(acceptor_.get_executor(), [this] { answerNext(); });
+void HttpServer::takeTurns(const Owner& owner, Turn turn, Turns::Job job) {
+  turns_.add(owner, turn, std::move(job));
+  postTurn();
+}
+
+void HttpServer::postTurn() {
+  if (!isTurnPosted_ && !turns_.isEmpty()) {
+    asio::post(acceptor_.get_executor(), [this] { takeNextTurn(); });
+    isTurnPosted_ = true;
   }
 }
 
-void HttpServer::answerNext() {
-  if (waiting_.empty()) {
-    return;
+void HttpServer::takeNextTurn() {
+  isTurnPosted_ = false;
+  for (bool isOver = false; !isOver && !turns_.isEmpty();) {
+    const Turns::Job job = turns_.next();
+    postTurn();  // before the job, which may end in an exception
+    isOver = job() && turns_.isRoundOver();
   }
-  const std::function<void()> answer = std::move(waiting_.front());
-  waiting_.pop_front();
-  // Before the answer, which may end in an exception.
-  if (!waiting_.empty()) {
-    asio::post(acceptor_.get_executor(), [this] { answerNext(); });
-  }
-  answer();
 }
 
 bool HttpServer::dropOne() {
-  const bool areManyNew = newcomers_.size() > limits_.connections / 4;
-  Entries& entries = areManyNew || served_.empty() ? newcomers_ : served_;
-  if (entries.empty()) {
+  const bool areManyNew = countOf(newcomers_) > limits_.connections / 4;
+  Connections& connections = areManyNew || countOf(served_) == 0 ? newcomers_ : served_;
+  std::erase_if(connections, [](const auto& account) { return account.second.empty(); });
+  const auto most = std::max_element(
+      connections.begin(), connections.end(),
+      [](const auto& a, const auto& b) { return a.second.size() < b.second.size(); });
+  if (most == connections.end()) {
     return false;
   }
-  const auto session = entries.front().session.lock();
-  entries.pop_front();
+  const auto session = most->second.front().session.lock();
+  most->second.pop_front();
   if (session) {
     session->close();
   }

@@ -5,13 +5,15 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <chrono>
-#include <deque>
 #include <functional>
 #include <list>
+#include <map>
 #include <memory>
 
+#include "http/connection_owner.h"
 #include "http/memory_budget.h"
 #include "http/request_handler.h"
+#include "http/turns.h"
 
 namespace cimd {
 
@@ -21,13 +23,13 @@ struct HttpLimits {
   std::size_t headerBytes = 16384;
   std::size_t bodyBytes = std::size_t{1} << 20U;
   // When one more comes, another makes room for it: of those that have had no answer yet, if these
-  // are more than a quarter, otherwise of the others, the one whose last request began or was
-  // answered longest ago. So silent connections, however many, do not push out clients at work, and
-  // the latter not a newcomer.
+  // are more than a quarter, otherwise of the others; of the account that has the most of them; the
+  // one whose last request began or was answered longest ago. So silent connections, however many,
+  // do not push out clients at work, the latter not a newcomer, and no account another.
   std::size_t connections = 256;
   // Of requests that are being read and of answers that are being sent, all connections together,
-  // without those of up to `smallBytes`. When it is used up, the request or answer that has taken
-  // longest is ended.
+  // without those of up to `smallBytes`. When it is used up, the account with the most gives up the
+  // request or answer that has taken longest.
   std::size_t heldBytes = std::size_t{256} << 20U;
   std::size_t smallBytes = std::size_t{64} << 10U;
   // How long a connection may wait for its next request.
@@ -43,13 +45,18 @@ HttpLimits limitsOfProcess(std::size_t maxRequest);
 
 class HttpServer {
  public:
+  // Which account a connection counts for. What it throws counts as unknown.
+  using OwnerOf = std::function<Owner(const boost::asio::ip::tcp::socket&)>;
+
   // Listens from here on; throws boost::system::system_error when it cannot. `io` and `handler`
   // must outlive the server. Connections are served while io.run() runs.
   HttpServer(boost::asio::io_context& io, const boost::asio::ip::tcp::endpoint& endpoint,
-             RequestHandler& handler, HttpLimits limits = HttpLimits());
+             RequestHandler& handler, HttpLimits limits = HttpLimits(),
+             OwnerOf ownerOf = kernelsOwner);
   // The same with a socket that listens already.
   HttpServer(boost::asio::io_context& io, boost::asio::ip::tcp::acceptor acceptor,
-             RequestHandler& handler, HttpLimits limits = HttpLimits());
+             RequestHandler& handler, HttpLimits limits = HttpLimits(),
+             OwnerOf ownerOf = kernelsOwner);
   ~HttpServer();
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;
@@ -61,32 +68,44 @@ class HttpServer {
 
  private:
   struct Entry {
+    Owner owner;
     std::weak_ptr<HttpSession> session;
     bool hasServed = false;
   };
   using Entries = std::list<Entry>;
+  // By account. A list may be empty.
+  using Connections = std::map<Owner, Entries>;
+
+  static Owner kernelsOwner(const boost::asio::ip::tcp::socket& socket) {
+    return ownerOfConnection(socket);
+  }
 
   void accept();
   void acceptMore();
-  void answerLater(std::function<void()> answer);
-  void answerNext();
+  void takeTurns(const Owner& owner, Turn turn, Turns::Job job);
+  void postTurn();
+  void takeNextTurn();
   void start(boost::asio::ip::tcp::socket socket);
   // False when there is no connection.
   bool dropOne();
-  Entries& listOf(const Entry& entry) { return entry.hasServed ? served_ : newcomers_; }
+  Entries& listOf(const Entry& entry) {
+    return (entry.hasServed ? served_ : newcomers_)[entry.owner];
+  }
 
   RequestHandler& handler_;
   HttpLimits limits_;
   std::shared_ptr<MemoryBudget> memory_;
   boost::asio::ip::tcp::acceptor acceptor_;
   boost::asio::steady_timer pause_;
-  // Large requests that are complete. One is answered at a time, then whatever else is ready: each
-  // may take some tens of milliseconds.
-  std::deque<std::function<void()>> waiting_;
+  OwnerOf ownerOf_;
+  // Complete requests. After each round comes whatever else is ready, so that a small request that
+  // arrives meanwhile is among those that wait.
+  Turns turns_;
+  bool isTurnPosted_ = false;
   // Those without a completed request. At the end are those that came or began one last.
-  Entries newcomers_;
+  Connections newcomers_;
   // At the end are those that began or completed a request last.
-  Entries served_;
+  Connections served_;
 };
 
 }  // namespace cimd

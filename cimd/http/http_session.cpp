@@ -23,25 +23,17 @@ constexpr std::size_t readSize = 65536;
 // For what a client still sends after an answer that ends the connection.
 constexpr std::chrono::seconds drainTime{2};
 
-std::optional<uid_t> ownerOf(const asio::ip::tcp::socket& socket) {
-  boost::system::error_code peerError;
-  boost::system::error_code ownError;
-  const auto peer = socket.remote_endpoint(peerError);
-  const auto own = socket.local_endpoint(ownError);
-  return peerError || ownError ? std::nullopt : ownerOfConnection(peer, own);
-}
-
 }  // namespace
 
-HttpSession::HttpSession(asio::ip::tcp::socket socket, RequestHandler& handler,
+HttpSession::HttpSession(asio::ip::tcp::socket socket, const Owner& owner, RequestHandler& handler,
                          const HttpLimits& limits, std::shared_ptr<MemoryBudget> memory,
                          Events events)
     : stream_(std::move(socket)),
       handler_(handler),
       limits_(limits),
-      share_(std::move(memory), [this] { stream_.close(); }),
+      share_(std::move(memory), owner, [this] { abandon(); }),
       events_(std::move(events)),
-      caller_([this] { return ownerOf(stream_.socket()); }),
+      caller_([this] { return ownerOfConnection(stream_.socket()); }),
       buffer_(limits.headerBytes + readSize) {}
 
 HttpSession::~HttpSession() {
@@ -58,7 +50,19 @@ void HttpSession::start() {
 
 void HttpSession::close() {
   events_ = Events();
+  abandon();
+}
+
+// The queue may keep a session that waits for its turn a while longer, but not what is large of it.
+void HttpSession::abandon() {
   stream_.close();
+  if (isWaiting_) {
+    parser_.reset();
+    forgetAnswer();
+    more_ = nullptr;
+    buffer_.clear();
+    buffer_.shrink_to_fit();
+  }
 }
 
 void HttpSession::waitForRequest() {
@@ -137,15 +141,7 @@ void HttpSession::readBody() {
   if (!share_.resize(parser_->get().body().size())) {
     refuse(http::status::service_unavailable);
   } else if (parser_->is_done()) {
-    if (events_.later && parser_->get().body().size() > limits_.smallBytes) {
-      events_.later([self = shared_from_this()] {
-        if (self->stream_.socket().is_open()) {
-          self->bodyRead();
-        }
-      });
-    } else {
-      bodyRead();
-    }
+    awaitTurn(parser_->get().body().size() > limits_.smallBytes ? Turn::large : Turn::small);
   } else {
     http::async_read_some(stream_, buffer_, *parser_,
                           [self = shared_from_this()](Error error, std::size_t) {
@@ -154,19 +150,59 @@ void HttpSession::readBody() {
   }
 }
 
-void HttpSession::bodyRead() {
-  HttpAnswer answer;
+void HttpSession::awaitTurn(Turn turn) {
+  if (!events_.ready) {
+    return;  // closed
+  }
+  events_.ready(turn, [self = shared_from_this(), turn] {
+    self->isWaiting_ = false;
+    if (!self->stream_.socket().is_open()) {
+      return false;
+    }
+    self->takeTurn(turn);
+    return true;
+  });
+  isWaiting_ = true;
+}
+
+void HttpSession::takeTurn(Turn turn) {
   try {
-    answer = handler_.answer(request_, std::move(parser_->get().body()), caller_);
+    makePart(turn);
   } catch (...) {
     // Out of memory, most likely. The next request may be smaller.
-    answer = HttpAnswer(http::status::internal_server_error, 11);
+    response_ = HttpAnswer(http::status::internal_server_error, 11);
+    more_ = nullptr;
   }
-  if (share_.resize(answer.body().size())) {
-    send(std::move(answer), !parser_->keep_alive());
-  } else {
+  if (isWaiting_) {
+    return;
+  }
+  if (!share_.resize(response_.body().size())) {
+    more_ = nullptr;
     refuse(http::status::service_unavailable);
+  } else if (more_) {
+    awaitTurn(Turn::next);
+  } else {
+    send(std::move(response_), !parser_->keep_alive());
   }
+}
+
+void HttpSession::makePart(Turn turn) {
+  if (turn == Turn::next) {
+    if (!more_(response_.body())) {
+      more_ = nullptr;
+    }
+    return;
+  }
+  std::string& body = parser_->get().body();
+  auto begun = turn == Turn::small
+                   ? handler_.answer(request_, body, caller_, Length::brief)
+                   : handler_.answer(request_, std::move(body), caller_, Length::any);
+  if (!begun) {
+    awaitTurn(Turn::large);
+    return;
+  }
+  response_ = std::move(begun->answer);
+  more_ = std::move(begun->more);
 }
 
 // Only bytes that are not HTTP are worth an answer; after the end of a connection or a time-out
@@ -207,7 +243,7 @@ void HttpSession::sent(Error error) {
     events_.served();
   }
   const bool continues = response_.keep_alive();
-  response_ = {};
+  forgetAnswer();
   share_.resize(0);
   if (continues) {
     waitForRequest();
@@ -218,6 +254,12 @@ void HttpSession::sent(Error error) {
   stream_.socket().shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
   stream_.expires_after(drainTime);
   drain();
+}
+
+// A text keeps its memory when an empty one is assigned to it.
+void HttpSession::forgetAnswer() {
+  std::string().swap(response_.body());
+  response_ = {};
 }
 
 void HttpSession::drain() {

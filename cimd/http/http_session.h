@@ -12,6 +12,7 @@
 #include "http/http_server.h"
 #include "http/request_handler.h"
 #include "http/request_parser.h"
+#include "http/turns.h"
 
 namespace cimd {
 
@@ -21,16 +22,16 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
   struct Events {
     // The first byte of a request has come.
     std::function<void()> begun;
-    // A large request is to be answered; calls its argument when it is its turn.
-    std::function<void(std::function<void()>)> later;
+    // There is work to do; calls the job when it is its turn.
+    std::function<void(Turn, Turns::Job)> ready;
     // An answer has been sent.
     std::function<void()> served;
     // The connection is over. The last call.
     std::function<void()> ended;
   };
 
-  // `handler` must outlive the session.
-  HttpSession(boost::asio::ip::tcp::socket socket, RequestHandler& handler,
+  // `owner` is the account that the session's memory is for. `handler` must outlive the session.
+  HttpSession(boost::asio::ip::tcp::socket socket, const Owner& owner, RequestHandler& handler,
               const HttpLimits& limits, std::shared_ptr<MemoryBudget> memory, Events events);
   ~HttpSession();
   HttpSession(const HttpSession&) = delete;
@@ -49,12 +50,16 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
   bool awaitsContinue() const;
   void sendContinue();
   void readBody();
-  void bodyRead();
+  void awaitTurn(Turn turn);
+  void takeTurn(Turn turn);
+  void makePart(Turn turn);
+  void abandon();
   void skipEmptyLines();
   void refuseUnreadable(Error error);
   void send(HttpAnswer answer, bool closes);
   void refuse(boost::beast::http::status status);
   void sent(Error error);
+  void forgetAnswer();
   void drain();
 
   boost::beast::tcp_stream stream_;
@@ -68,6 +73,10 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
   std::optional<RequestParser> parser_;
   CimRequest request_;
   HttpAnswer response_;
+  // The rest of the response, while there is some to make.
+  std::function<bool(std::string&)> more_;
+  // Nothing happens until it is its turn.
+  bool isWaiting_ = false;
 };
 
 }  // namespace cimd

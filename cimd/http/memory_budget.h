@@ -1,11 +1,15 @@
 // A bound on what the large requests and answers of all connections together keep in memory.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <functional>
 #include <list>
+#include <map>
 #include <memory>
 #include <utility>
+
+#include "http/connection_owner.h"
 
 namespace cimd {
 
@@ -31,24 +35,25 @@ class MemoryBudget {
 // What one connection has of the budget; given back at its end.
 class MemoryShare {
  public:
-  // `yield` ends the connection. It is called when the share must make room for another.
-  MemoryShare(std::shared_ptr<MemoryBudget> budget, std::function<void()> yield)
-      : budget_(std::move(budget)), yield_(std::move(yield)) {}
+  // `owner` is the account that the memory is for. `yield` ends the connection. It is called when
+  // the share must make room for another.
+  MemoryShare(std::shared_ptr<MemoryBudget> budget, const Owner& owner, std::function<void()> yield)
+      : budget_(std::move(budget)), owner_(owner), yield_(std::move(yield)) {}
   ~MemoryShare() { release(); }
   MemoryShare(const MemoryShare&) = delete;
   MemoryShare& operator=(const MemoryShare&) = delete;
 
-  // Makes the share this large. When too little is left, the oldest shares are ended: theirs are
-  // the connections that have taken longest. False when this share is the oldest itself or the
-  // whole budget would not do; then nothing has changed for it.
+  // Makes the share this large. When too little is left, the account that would have the most of
+  // the budget gives up its oldest share: that of the connection that has taken longest. False when
+  // that is this share itself or the whole budget would not do; then nothing has changed for it.
   bool resize(std::size_t bytes) {
     const std::size_t counted = bytes > budget_->small_ ? bytes : 0;
     if (counted > budget_->total_) {
       return false;
     }
     while (counted > budget_->free_ + counted_) {
-      MemoryShare* const oldest = budget_->holders_.front();
-      if (oldest == this) {
+      MemoryShare* const oldest = oldestOfLargest(counted);
+      if (oldest == nullptr || oldest == this) {
         return false;
       }
       oldest->release();
@@ -66,6 +71,21 @@ class MemoryShare {
   }
 
  private:
+  // Of the account that has the most when this share has `wanted` bytes; null when that has no
+  // other share yet.
+  MemoryShare* oldestOfLargest(std::size_t wanted) {
+    std::map<Owner, std::size_t> sums{{owner_, wanted - counted_}};
+    for (const MemoryShare* share : budget_->holders_) {
+      sums[share->owner_] += share->counted_;
+    }
+    const auto most = std::max_element(
+        sums.begin(), sums.end(), [](const auto& a, const auto& b) { return a.second < b.second; });
+    const auto oldest =
+        std::find_if(budget_->holders_.begin(), budget_->holders_.end(),
+                     [&](const MemoryShare* share) { return share->owner_ == most->first; });
+    return oldest == budget_->holders_.end() ? nullptr : *oldest;
+  }
+
   void release() {
     if (counted_ != 0) {
       budget_->free_ += counted_;
@@ -75,6 +95,7 @@ class MemoryShare {
   }
 
   std::shared_ptr<MemoryBudget> budget_;
+  Owner owner_;
   std::function<void()> yield_;
   std::size_t counted_ = 0;
 };

@@ -3,10 +3,13 @@
 
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/http/string_body.hpp>
+#include <functional>
+#include <optional>
 #include <string>
 #include <variant>
 
 #include "operations/access.h"
+#include "operations/answer.h"
 
 namespace cimd {
 
@@ -26,7 +29,15 @@ struct CimRequest {
   std::string object;
 };
 
-// When either function throws, whatever it is, the client gets a 500.
+// An answer, whole or only begun.
+struct BegunAnswer {
+  HttpAnswer answer;
+  // Appends the next part to the body as Answer::more does. Null when the answer is whole.
+  std::function<bool(std::string& body)> more;
+};
+
+// When either function throws, or a later part of an answer does, whatever it is, the client gets a
+// 500.
 class RequestHandler {
  public:
   RequestHandler() = default;
@@ -36,8 +47,10 @@ class RequestHandler {
 
   // Asked once for each request, before its body is read: a refusal spares reading it.
   virtual std::variant<CimRequest, HttpAnswer> check(const RequestHeader& header) = 0;
-  // The answer to a request that was accepted. `caller` is the same for the whole connection.
-  virtual HttpAnswer answer(const CimRequest& request, std::string body, Caller& caller) = 0;
+  // The answer to a request that was accepted; nothing, and nothing is done, when its length is not
+  // the one that is allowed. `caller` is the same for the whole connection.
+  virtual std::optional<BegunAnswer> answer(const CimRequest& request, std::string body,
+                                            Caller& caller, Length length) = 0;
 };
 
 }  // namespace cimd

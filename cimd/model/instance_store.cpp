@@ -30,7 +30,8 @@ StoredInstance::StoredInstance(const Class& cls, const Pegasus::CIMInstance& giv
 InstanceStore::Addition InstanceStore::prepare(const Class& cls, InstanceKey key,
                                                StoredInstance instance) {
   Addition addition;
-  addition.entry_.push_back(Entry{nextSequence_, std::move(instance)});
+  addition.entry_.push_back(
+      Entry{nextSequence_, std::make_shared<const StoredInstance>(std::move(instance))});
   addition.index_.emplace(std::move(key), Place{&byClass_[&cls], addition.entry_.begin()});
   return addition;
 }
@@ -43,8 +44,8 @@ void InstanceStore::add(Addition addition) noexcept {
   byKey_.merge(addition.index_);
 }
 
-void InstanceStore::replace(const InstanceKey& key, StoredInstance instance) {
-  byKey_.at(key).entry->stored = std::move(instance);
+void InstanceStore::replace(const InstanceKey& key, InstancePointer instance) noexcept {
+  byKey_.find(key)->second.entry->stored = std::move(instance);
 }
 
 void InstanceStore::remove(const InstanceKey& key) {
@@ -53,13 +54,12 @@ void InstanceStore::remove(const InstanceKey& key) {
   byKey_.erase(place);
 }
 
-const StoredInstance* InstanceStore::find(const InstanceKey& key) const {
+InstancePointer InstanceStore::find(const InstanceKey& key) const {
   const auto place = byKey_.find(key);
-  return place == byKey_.end() ? nullptr : &place->second.entry->stored;
+  return place == byKey_.end() ? nullptr : place->second.entry->stored;
 }
 
-std::vector<const StoredInstance*> InstanceStore::list(
-    const std::vector<const Class*>& classes) const {
+std::vector<InstancePointer> InstanceStore::list(const std::vector<const Class*>& classes) const {
   std::vector<const Entry*> entries;
   for (const Class* cls : classes) {
     const auto found = byClass_.find(cls);
@@ -74,9 +74,9 @@ std::vector<const StoredInstance*> InstanceStore::list(
     std::sort(entries.begin(), entries.end(),
               [](const Entry* a, const Entry* b) { return a->sequence < b->sequence; });
   }
-  std::vector<const StoredInstance*> instances(entries.size());
+  std::vector<InstancePointer> instances(entries.size());
   std::transform(entries.begin(), entries.end(), instances.begin(),
-                 [](const Entry* entry) { return &entry->stored; });
+                 [](const Entry* entry) { return entry->stored; });
   return instances;
 }
 

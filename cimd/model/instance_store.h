@@ -37,6 +37,9 @@ struct StoredInstance {
   std::size_t size() const { return nameXml.size() + instanceXml.size(); }
 };
 
+// Whoever reads an instance keeps it as it was, also when it is replaced or removed meanwhile.
+using InstancePointer = std::shared_ptr<const StoredInstance>;
+
 // Clients choose the keys, so the index is an ordered one, which has no bad keys. Listing takes
 // time in proportion to what is listed.
 class InstanceStore {
@@ -44,7 +47,7 @@ class InstanceStore {
   struct Entry {
     // Increases with each instance added: gives the order across classes.
     Pegasus::Uint64 sequence;
-    StoredInstance stored;
+    InstancePointer stored;
   };
   using Entries = std::list<Entry>;
   struct Place {
@@ -58,7 +61,7 @@ class InstanceStore {
   class Addition {
    public:
     const InstanceKey& key() const { return index_.begin()->first; }
-    const StoredInstance& stored() const { return entry_.front().stored; }
+    const StoredInstance& stored() const { return *entry_.front().stored; }
 
    private:
     friend class InstanceStore;
@@ -71,15 +74,15 @@ class InstanceStore {
   // Of this store, which must have no instance with this key.
   void add(Addition addition) noexcept;
   // There must be an instance with this key; its successor keeps its place in lists.
-  void replace(const InstanceKey& key, StoredInstance instance);
+  void replace(const InstanceKey& key, InstancePointer instance) noexcept;
   // There must be an instance with this key.
   void remove(const InstanceKey& key);
 
   std::size_t size() const { return byKey_.size(); }
-  // Null when there is none. Pointers live until the instance is replaced or removed.
-  const StoredInstance* find(const InstanceKey& key) const;
+  // Null when there is none.
+  InstancePointer find(const InstanceKey& key) const;
   // The instances of exactly these classes, in the order in which they were added.
-  std::vector<const StoredInstance*> list(const std::vector<const Class*>& classes) const;
+  std::vector<InstancePointer> list(const std::vector<const Class*>& classes) const;
 
  private:
   std::map<const Class*, Entries> byClass_;

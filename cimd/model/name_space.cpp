@@ -88,32 +88,31 @@ CIMObjectPath NameSpace::add(const Class& cls, StoredInstance stored, bool isJou
   return path;
 }
 
-const StoredInstance& NameSpace::changeable(const InstanceKey& key,
-                                            const CIMObjectPath& path) const {
-  const StoredInstance* stored = instances_.find(key);
+InstancePointer NameSpace::changeable(const InstanceKey& key, const CIMObjectPath& path) const {
+  const InstancePointer stored = instances_.find(key);
   if (stored == nullptr) {
     throwNotFound(path);
   }
   if (!stored->isPublished()) {
     throwCimError(Pegasus::CIM_ERR_ACCESS_DENIED, "declared by " + String(*stored->declaredBy));
   }
-  return *stored;
+  return stored;
 }
 
 void NameSpace::modifyInstance(const CIMInstance& given, const CIMPropertyList& list) {
   const InstanceKey key = keyOf(given.getPath());
-  const StoredInstance& stored = changeable(key, given.getPath());
-  const Class& cls = classNamed(stored.instance.getClassName());
-  StoredInstance changed(cls, changedInstance(cls, stored.instance, given, list, keyScope()),
-                         nullptr);
+  const InstancePointer stored = changeable(key, given.getPath());
+  const Class& cls = classNamed(stored->instance.getClassName());
+  auto changed = std::make_shared<const StoredInstance>(
+      cls, changedInstance(cls, stored->instance, given, list, keyScope()), nullptr);
   checkLengths(cls, given);
-  const std::size_t before = stored.size();
-  const std::size_t after = changed.size();
+  const std::size_t before = stored->size();
+  const std::size_t after = changed->size();
   if (quota_ != nullptr && after > before) {
     quota_->checkBytes(after - before);
   }
   if (journal_ != nullptr) {
-    journal_->put(name_, key, cls.name(), changed.instanceXml);
+    journal_->put(name_, key, cls.name(), changed->instanceXml);
   }
   instances_.replace(key, std::move(changed));
   if (quota_ != nullptr) {
@@ -123,32 +122,32 @@ void NameSpace::modifyInstance(const CIMInstance& given, const CIMPropertyList& 
 
 void NameSpace::deleteInstance(const CIMObjectPath& path) {
   const InstanceKey key = keyOf(path);
-  const StoredInstance& stored = changeable(key, path);
+  const InstancePointer stored = changeable(key, path);
   if (journal_ != nullptr) {
     journal_->remove(name_, key);
   }
   if (quota_ != nullptr) {
     quota_->instances -= 1;
-    quota_->bytes -= stored.size();
+    quota_->bytes -= stored->size();
   }
   instances_.remove(key);
 }
 
-const StoredInstance& NameSpace::instance(const CIMObjectPath& path) const {
-  const StoredInstance* found = instances_.find(keyOf(path));
+InstancePointer NameSpace::instance(const CIMObjectPath& path) const {
+  InstancePointer found = instances_.find(keyOf(path));
   if (found == nullptr) {
     throwNotFound(path);
   }
-  return *found;
+  return found;
 }
 
-std::vector<const StoredInstance*> NameSpace::instances(const Class& cls) const {
+std::vector<InstancePointer> NameSpace::instances(const Class& cls) const {
   return instances_.list(Schema::withSubclasses({&cls}));
 }
 
-std::vector<const StoredInstance*> NameSpace::published() const {
+std::vector<InstancePointer> NameSpace::published() const {
   auto all = instances_.list(Schema::withSubclasses(schema_.topClasses()));
-  std::erase_if(all, [](const StoredInstance* stored) { return !stored->isPublished(); });
+  std::erase_if(all, [](const InstancePointer& stored) { return !stored->isPublished(); });
   return all;
 }
 

@@ -62,21 +62,20 @@ class NameSpace {
   // Throws CIMException: INVALID_CLASS, NOT_FOUND, ACCESS_DENIED (it is declared), and what the
   // journal throws.
   void deleteInstance(const Pegasus::CIMObjectPath& path);
-  // Throws CIMException: INVALID_CLASS, NOT_FOUND. The reference lives until the instance is
-  // changed or deleted.
-  const StoredInstance& instance(const Pegasus::CIMObjectPath& path) const;
+  // Throws CIMException: INVALID_CLASS, NOT_FOUND. The instance is the one of now,
+  // also when it is changed or deleted later; the same holds for lists.
+  InstancePointer instance(const Pegasus::CIMObjectPath& path) const;
   // The instances of the class and its subclasses, in order of creation.
-  std::vector<const StoredInstance*> instances(const Class& cls) const;
+  std::vector<InstancePointer> instances(const Class& cls) const;
   // All instances that clients published, in order of creation.
-  std::vector<const StoredInstance*> published() const;
+  std::vector<InstancePointer> published() const;
   std::size_t instanceCount() const { return instances_.size(); }
 
  private:
   InstanceKey keyOf(const Pegasus::CIMObjectPath& path) const;
   // The instance with this key if a client may change it. Throws CIMException: NOT_FOUND,
   // ACCESS_DENIED.
-  const StoredInstance& changeable(const InstanceKey& key,
-                                   const Pegasus::CIMObjectPath& path) const;
+  InstancePointer changeable(const InstanceKey& key, const Pegasus::CIMObjectPath& path) const;
   Pegasus::CIMObjectPath add(const Class& cls, StoredInstance stored, bool isJournaled);
 
   Pegasus::String name_;

@@ -26,19 +26,19 @@ std::vector<String> Repository::names() const {
   return names;
 }
 
-NameSpace& Repository::nameSpace(const String& name) {
-  NameSpace* found = find(name);
-  if (found == nullptr) {
+std::shared_ptr<NameSpace> Repository::shared(const String& name) {
+  const auto found = nameSpaces_.find(fold(trimNameSpace(name)));
+  if (found == nameSpaces_.end()) {
     throwCimError(Pegasus::CIM_ERR_INVALID_NAMESPACE, name);
   }
-  return *found;
+  return found->second;
 }
 
 NameSpace& Repository::addNameSpace(const String& name) {
   const String trimmed = trimNameSpace(name);
   auto& place = nameSpaces_[fold(trimmed)];
   if (!place) {
-    place = std::make_unique<NameSpace>(trimmed, quota_.get());
+    place = std::make_shared<NameSpace>(trimmed, quota_.get());
   }
   return *place;
 }
@@ -52,7 +52,7 @@ void Repository::setJournal(Journal* journal) {
 std::vector<std::string> Repository::adoptPublished(const Repository& other) {
   std::vector<std::string> lost;
   for (const auto& [name, from] : other.nameSpaces_) {
-    for (const StoredInstance* stored : from->published()) {
+    for (const auto& stored : from->published()) {
       try {
         nameSpace(from->name()).createInstance(stored->instance, Origin::restored);
       } catch (const Pegasus::CIMException& error) {

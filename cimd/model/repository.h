@@ -30,7 +30,9 @@ class Repository {
   // As they are spelled, in alphabetical order.
   std::vector<Pegasus::String> names() const;
   // Throws CIMException (INVALID_NAMESPACE) when there is none.
-  NameSpace& nameSpace(const Pegasus::String& name);
+  NameSpace& nameSpace(const Pegasus::String& name) { return *shared(name); }
+  // The same. Whoever keeps it can read it also when the repository is replaced.
+  std::shared_ptr<NameSpace> shared(const Pegasus::String& name);
   // Makes the namespace if there is none of this name. It lives as long as the repository.
   NameSpace& addNameSpace(const Pegasus::String& name);
 
@@ -55,7 +57,7 @@ class Repository {
  private:
   // The namespaces point to it, also when the repository is moved.
   std::unique_ptr<Quota> quota_ = std::make_unique<Quota>();
-  std::map<FoldedName, std::unique_ptr<NameSpace>> nameSpaces_;
+  std::map<FoldedName, std::shared_ptr<NameSpace>> nameSpaces_;
 };
 
 }  // namespace cimd

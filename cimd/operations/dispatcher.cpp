@@ -45,28 +45,34 @@ constexpr std::array<std::string_view, 1> instanceName{"InstanceName"};
 constexpr std::array<std::string_view, 1> qualifierName{"QualifierName"};
 
 enum class Effect { reads, changes };
+using Result = std::variant<std::string, Listing>;
 
 struct Operation {
   std::string_view name;
   Effect effect;
   std::span<const std::string_view> parameters;
-  std::string (*run)(NameSpace& nameSpace, const Request& request);
+  Result (*run)(NameSpace& nameSpace, const Request& request);
 };
 
+template <auto operation>
+Result as(NameSpace& nameSpace, const Request& request) {
+  return operation(nameSpace, request);
+}
+
 constexpr std::array<Operation, 13> operations{{
-    {"EnumerateInstances", Effect::reads, enumerateParameters, enumerateInstances},
-    {"EnumerateInstanceNames", Effect::reads, className, enumerateInstanceNames},
-    {"GetInstance", Effect::reads, getInstanceParameters, getInstance},
-    {"GetProperty", Effect::reads, getPropertyParameters, getProperty},
-    {"SetProperty", Effect::changes, setPropertyParameters, setProperty},
-    {"CreateInstance", Effect::changes, newInstance, createInstance},
-    {"ModifyInstance", Effect::changes, modifyInstanceParameters, modifyInstance},
-    {"DeleteInstance", Effect::changes, instanceName, deleteInstance},
-    {"GetClass", Effect::reads, getClassParameters, getClass},
-    {"EnumerateClasses", Effect::reads, enumerateClassesParameters, enumerateClasses},
-    {"EnumerateClassNames", Effect::reads, enumerateClassNamesParameters, enumerateClassNames},
-    {"GetQualifier", Effect::reads, qualifierName, getQualifier},
-    {"EnumerateQualifiers", Effect::reads, {}, enumerateQualifiers},
+    {"EnumerateInstances", Effect::reads, enumerateParameters, as<enumerateInstances>},
+    {"EnumerateInstanceNames", Effect::reads, className, as<enumerateInstanceNames>},
+    {"GetInstance", Effect::reads, getInstanceParameters, as<getInstance>},
+    {"GetProperty", Effect::reads, getPropertyParameters, as<getProperty>},
+    {"SetProperty", Effect::changes, setPropertyParameters, as<setProperty>},
+    {"CreateInstance", Effect::changes, newInstance, as<createInstance>},
+    {"ModifyInstance", Effect::changes, modifyInstanceParameters, as<modifyInstance>},
+    {"DeleteInstance", Effect::changes, instanceName, as<deleteInstance>},
+    {"GetClass", Effect::reads, getClassParameters, as<getClass>},
+    {"EnumerateClasses", Effect::reads, enumerateClassesParameters, as<enumerateClasses>},
+    {"EnumerateClassNames", Effect::reads, enumerateClassNamesParameters, as<enumerateClassNames>},
+    {"GetQualifier", Effect::reads, qualifierName, as<getQualifier>},
+    {"EnumerateQualifiers", Effect::reads, {}, as<enumerateQualifiers>},
 }};
 
 void checkParameters(const Request& request, const Operation& operation) {
@@ -84,9 +90,27 @@ void checkParameters(const Request& request, const Operation& operation) {
   }
 }
 
+// One part of an answer takes some milliseconds: a small instance some microseconds, a large one
+// the more, the larger it is.
+constexpr std::size_t partElements = 64;
+constexpr std::size_t partBytes = std::size_t{256} << 10U;
+// All published instances fit by default. With qualifiers, which a class has once and its instances
+// then each, an answer could be many times as large.
+constexpr std::size_t maxAnswer = std::size_t{128} << 20U;
+
+bool isLong(const Listing& listing) {
+  return listing.count > partElements || listing.expectedSize > partBytes;
+}
+
+// A text that grows is copied each time that it has no room; room that is not used takes no memory.
+void makeRoom(std::string& text, const Listing& listing) {
+  constexpr std::size_t aroundAll = 512;
+  text.reserve(std::min(2 * listing.expectedSize, maxAnswer) + aroundAll);
+}
+
 }  // namespace
 
-std::string Dispatcher::run(const Request& request, Caller& caller) {
+Result Dispatcher::run(const Request& request, Caller& caller) {
   const auto operation = std::find_if(
       operations.begin(), operations.end(),
       [&](const Operation& known) { return equalNoCase(known.name, request.method()); });
@@ -97,44 +121,44 @@ std::string Dispatcher::run(const Request& request, Caller& caller) {
     access_.checkMayChange(caller, operation->name);
   }
   const String target = request.targetClass();
-  const auto computed = computedNameSpace(repository_, request.nameSpace(), target);
+  const std::shared_ptr<NameSpace> computed =
+      computedNameSpace(repository_, request.nameSpace(), target);
   if (computed && operation->effect == Effect::changes) {
     throwCimError(Pegasus::CIM_ERR_NOT_SUPPORTED, "class " + target + " is read-only");
   }
-  NameSpace& nameSpace = computed ? *computed : repository_.nameSpace(request.nameSpace());
+  const auto nameSpace = computed ? computed : repository_.shared(request.nameSpace());
   checkParameters(request, *operation);
-  return operation->run(nameSpace, request);
+  Result result = operation->run(*nameSpace, request);
+  if (auto* listing = std::get_if<Listing>(&result)) {
+    listing->nameSpace = nameSpace;
+  }
+  return result;
 }
 
 // CIM_ERR_FAILED is the server's own trouble, such as a full disk, so the administrator sees it.
 // All other errors are the client's.
-std::string Dispatcher::refuse(const Request& request, Pegasus::CIMStatusCode code,
+std::string Dispatcher::refuse(const Call& call, Pegasus::CIMStatusCode code,
                                const String& description) const {
   const LogLevel level = code == Pegasus::CIM_ERR_FAILED ? LogLevel::error : LogLevel::debug;
   if (log_.isOn(level)) {
-    log_.write(level, request.method() + " in " + request.nameSpace().toUtf8() + ": " +
-                          description.toUtf8());
+    log_.write(level, call.method + " in " + call.nameSpace.toUtf8() + ": " + description.toUtf8());
   }
-  return Pegasus::xml::encodeErrorResponse(request.messageId(), request.method(), code, description,
-                                           request.kind());
+  return Pegasus::xml::encodeErrorResponse(call.messageId, call.method, code, description,
+                                           call.kind);
 }
 
-std::string Dispatcher::answer(const Request& request, Caller& caller) {
+std::string Dispatcher::textOrError(const Call& call,
+                                    const std::function<std::string()>& write) const {
   const auto fail = [&](const String& text) {
-    return refuse(request, Pegasus::CIM_ERR_FAILED,
-                  describeCimError(Pegasus::CIM_ERR_FAILED, text));
+    return refuse(call, Pegasus::CIM_ERR_FAILED, describeCimError(Pegasus::CIM_ERR_FAILED, text));
   };
   try {
-    std::string result = run(request, caller);
-    if (log_.isOn(LogLevel::debug)) {
-      log_.debug(request.method() + " in " + request.nameSpace().toUtf8());
-    }
-    return Pegasus::xml::encodeResponse(request.messageId(), request.method(), std::move(result));
+    return write();
   } catch (const Pegasus::CIMException& error) {
-    return refuse(request, error.getCode(), error.getDescription());
+    return refuse(call, error.getCode(), error.getDescription());
   } catch (const Pegasus::XmlValidationError& error) {
     // A parameter is not what CIM-XML has there.
-    return refuse(request, Pegasus::CIM_ERR_INVALID_PARAMETER,
+    return refuse(call, Pegasus::CIM_ERR_INVALID_PARAMETER,
                   describeCimError(Pegasus::CIM_ERR_INVALID_PARAMETER, error.getMessage()));
   } catch (const Pegasus::Exception& error) {
     return fail(error.getMessage());
@@ -143,6 +167,56 @@ std::string Dispatcher::answer(const Request& request, Caller& caller) {
   } catch (const std::exception& error) {
     return fail(error.what());
   }
+}
+
+std::optional<Answer> Dispatcher::answer(const Request& request, Caller& caller, Length length) {
+  const Call call{request.messageId(), request.method(), request.nameSpace(), request.kind()};
+  Listing listing;
+  Answer answer;
+  answer.text = textOrError(call, [&] {
+    Result result = run(request, caller);
+    if (log_.isOn(LogLevel::debug)) {
+      log_.debug(call.method + " in " + call.nameSpace.toUtf8());
+    }
+    if (std::holds_alternative<Listing>(result)) {
+      listing = std::get<Listing>(std::move(result));
+      return std::string();
+    }
+    return Pegasus::xml::encodeResponse(call.messageId, call.method,
+                                        std::get<std::string>(std::move(result)));
+  });
+  if (!listing.append) {
+    return answer;
+  }
+  if (length == Length::brief && isLong(listing)) {
+    return std::nullopt;
+  }
+  makeRoom(answer.text, listing);
+  answer.more = [this, call, listing = std::move(listing), next = std::size_t{0}](
+                    std::string& text) mutable { return appendPart(call, listing, next, text); };
+  if (!answer.more(answer.text)) {
+    answer.more = nullptr;
+  }
+  return answer;
+}
+
+bool Dispatcher::appendPart(const Call& call, const Listing& listing, std::size_t& next,
+                            std::string& text) const {
+  bool isUnfinished = false;
+  text = textOrError(call, [&] {
+    const std::size_t last = std::min(listing.count, next + partElements);
+    for (const std::size_t full = text.size() + partBytes; next < last && text.size() < full;) {
+      listing.append(text, next++);
+    }
+    if (text.size() > maxAnswer) {
+      throwCimError(Pegasus::CIM_ERR_SERVER_LIMITS_EXCEEDED, "the answer is too large");
+    }
+    isUnfinished = next < listing.count;
+    return isUnfinished
+               ? std::move(text)
+               : Pegasus::xml::encodeResponse(call.messageId, call.method, std::move(text));
+  });
+  return isUnfinished;
 }
 
 }  // namespace cimd

@@ -77,22 +77,6 @@ class Selection {
   PropertyFilter properties_;
 };
 
-// All published instances fit by default. With qualifiers, which a class has once and its instances
-// then each, an answer could be many times as large.
-constexpr std::size_t maxAnswer = std::size_t{128} << 20U;
-
-// Upper bound for the answer when no qualifiers or class origin are requested, with room for the
-// message around it. Without it a long answer would be copied each time that it grows.
-std::size_t expectedSize(const std::vector<const StoredInstance*>& instances) {
-  constexpr std::size_t around = 512;
-  constexpr std::size_t aroundEach = 64;
-  std::size_t size = around;
-  for (const StoredInstance* stored : instances) {
-    size += stored->nameXml.size() + stored->instanceXml.size() + aroundEach;
-  }
-  return size;
-}
-
 // The new value of the property; on the wire it has no type.
 CIMValue newValue(const Request& request, const Property& property) {
   try {
@@ -105,46 +89,60 @@ CIMValue newValue(const Request& request, const Property& property) {
 
 }  // namespace
 
-std::string enumerateInstances(NameSpace& nameSpace, const Request& request) {
+Listing enumerateInstances(NameSpace& nameSpace, const Request& request) {
   const String className = required(request.className("ClassName"), "ClassName");
   const Selection selection(request);
   const Class& cls = nameSpace.classNamed(className);
-  const auto instances = nameSpace.instances(cls);
-  std::string out;
-  out.reserve(expectedSize(instances));
-  for (const StoredInstance* stored : instances) {
-    out.append("<VALUE.NAMEDINSTANCE>").append(stored->nameXml);
-    selection.append(out, *stored, nameSpace.classNamed(stored->instance.getClassName()), cls);
+  auto instances = nameSpace.instances(cls);
+  constexpr std::size_t aroundEach = 64;
+  Listing listing;
+  listing.count = instances.size();
+  for (const auto& stored : instances) {
+    listing.expectedSize += stored->size() + aroundEach;
+  }
+  listing.append = [&nameSpace, &cls, selection, instances = std::move(instances)](
+                       std::string& out, std::size_t number) {
+    const StoredInstance& stored = *instances[number];
+    out.append("<VALUE.NAMEDINSTANCE>").append(stored.nameXml);
+    selection.append(out, stored, nameSpace.classNamed(stored.instance.getClassName()), cls);
     out += "</VALUE.NAMEDINSTANCE>";
-    if (out.size() > maxAnswer) {
-      throwCimError(Pegasus::CIM_ERR_SERVER_LIMITS_EXCEEDED, "the answer is too large");
-    }
-  }
-  return out;
+  };
+  return listing;
 }
 
-std::string enumerateInstanceNames(NameSpace& nameSpace, const Request& request) {
+Listing enumerateInstanceNames(NameSpace& nameSpace, const Request& request) {
   const String className = required(request.className("ClassName"), "ClassName");
-  std::string out;
-  for (const StoredInstance* stored : nameSpace.instances(nameSpace.classNamed(className))) {
-    out += stored->nameXml;
+  auto instances = nameSpace.instances(nameSpace.classNamed(className));
+  Listing listing;
+  listing.count = instances.size();
+  for (const auto& stored : instances) {
+    listing.expectedSize += stored->nameXml.size();
   }
-  return out;
+  listing.append = [instances = std::move(instances)](std::string& out, std::size_t number) {
+    out += instances[number]->nameXml;
+  };
+  return listing;
 }
 
-std::string getInstance(NameSpace& nameSpace, const Request& request) {
+Listing getInstance(NameSpace& nameSpace, const Request& request) {
   const auto path = required(request.instanceName("InstanceName"), "InstanceName");
   const Selection selection(request);
   const Class& cls = nameSpace.classNamed(path.getClassName());
-  std::string out;
-  selection.append(out, nameSpace.instance(path), cls, cls);
-  return out;
+  Listing listing;
+  listing.count = 1;
+  const auto stored = nameSpace.instance(path);
+  listing.expectedSize = stored->size();
+  listing.append = [selection, &cls, stored](std::string& out, std::size_t /*number*/) {
+    selection.append(out, *stored, cls, cls);
+  };
+  return listing;
 }
 
 std::string getProperty(NameSpace& nameSpace, const Request& request) {
   const auto path = required(request.instanceName("InstanceName"), "InstanceName");
   const String name = required(request.name("PropertyName"), "PropertyName");
-  const CIMInstance& instance = nameSpace.instance(path).instance;
+  const auto stored = nameSpace.instance(path);
+  const CIMInstance& instance = stored->instance;
   const Uint32 position = instance.findProperty(name);
   if (position == Pegasus::PEG_NOT_FOUND) {
     throwCimError(Pegasus::CIM_ERR_NO_SUCH_PROPERTY, name);
@@ -171,7 +169,8 @@ std::string modifyInstance(NameSpace& nameSpace, const Request& request) {
 std::string setProperty(NameSpace& nameSpace, const Request& request) {
   const auto path = required(request.instanceName("InstanceName"), "InstanceName");
   const String name = required(request.name("PropertyName"), "PropertyName");
-  const CIMInstance& current = nameSpace.instance(path).instance;
+  const auto stored = nameSpace.instance(path);
+  const CIMInstance& current = stored->instance;
   const Class& cls = nameSpace.classNamed(current.getClassName());
   const auto position = cls.findProperty(name);
   if (!position) {

@@ -1,6 +1,7 @@
 // The operations on instances (DMTF DSP0200). Each takes the namespace that the request names and
-// the request, and returns the content of IRETURNVALUE in CIM-XML. Each throws CIMException with
-// the standard's code for the failure, and XmlValidationError for a parameter of the wrong kind.
+// the request, and returns the content of IRETURNVALUE in CIM-XML, or as a listing what may be
+// long. Each throws CIMException with the standard's code for the failure, and XmlValidationError
+// for a parameter of the wrong kind.
 #pragma once
 
 #include "xml/request.h"
@@ -8,14 +9,15 @@
 #include <string>
 
 #include "model/name_space.h"
+#include "operations/answer.h"
 
 namespace cimd {
 
 // LocalOnly is accepted and has no effect: the standard deprecates it for instances, and servers
 // that follow it leave out what clients need. Qualifiers of instances are those of their class.
-std::string enumerateInstances(NameSpace& nameSpace, const Pegasus::xml::Request& request);
-std::string enumerateInstanceNames(NameSpace& nameSpace, const Pegasus::xml::Request& request);
-std::string getInstance(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+Listing enumerateInstances(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+Listing enumerateInstanceNames(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+Listing getInstance(NameSpace& nameSpace, const Pegasus::xml::Request& request);
 std::string getProperty(NameSpace& nameSpace, const Pegasus::xml::Request& request);
 std::string createInstance(NameSpace& nameSpace, const Pegasus::xml::Request& request);
 std::string modifyInstance(NameSpace& nameSpace, const Pegasus::xml::Request& request);

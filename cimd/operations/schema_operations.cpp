@@ -44,14 +44,13 @@ void appendFlavors(std::string& out, const Flavors& flavors) {
   }
 }
 
-// The parameters that GetClass and EnumerateClasses share. It refers to the filter, which must
-// outlive it.
+// The parameters that GetClass and EnumerateClasses share.
 struct ClassContent {
   // Only what the class declares or overrides itself.
   bool isLocalOnly;
   bool hasQualifiers;
   bool hasClassOrigin;
-  const PropertyFilter& properties;
+  PropertyFilter properties;
 };
 
 // A CLASS element.
@@ -168,10 +167,10 @@ void appendScope(std::string& out, unsigned scopes) {
 }
 
 // With the defaults of the standard.
-ClassContent classContent(const Request& request, const PropertyFilter& filter) {
+ClassContent classContent(const Request& request) {
   return {request.boolean("LocalOnly").value_or(true),
           request.boolean("IncludeQualifiers").value_or(true),
-          request.boolean("IncludeClassOrigin").value_or(false), filter};
+          request.boolean("IncludeClassOrigin").value_or(false), PropertyFilter(request)};
 }
 
 // The classes below the one that the request names, or all classes if it names none: the first
@@ -233,8 +232,7 @@ void appendQualifierDeclaration(std::string& out, const QualifierDeclaration& de
 
 std::string getClass(NameSpace& nameSpace, const Request& request) {
   const String name = required(request.className("ClassName"), "ClassName");
-  const PropertyFilter filter(request);
-  const ClassContent content = classContent(request, filter);
+  const ClassContent content = classContent(request);
   const Class* cls = nameSpace.schema().find(name);
   if (cls == nullptr) {
     throwCimError(Pegasus::CIM_ERR_NOT_FOUND, name);
@@ -244,22 +242,25 @@ std::string getClass(NameSpace& nameSpace, const Request& request) {
   return out;
 }
 
-std::string enumerateClasses(NameSpace& nameSpace, const Request& request) {
-  const PropertyFilter everything(request);
-  const ClassContent content = classContent(request, everything);
-  std::string out;
-  for (const Class* cls : enumerated(nameSpace, request)) {
-    ClassWriter(out, *cls, content).write();
-  }
-  return out;
+Listing enumerateClasses(NameSpace& nameSpace, const Request& request) {
+  const ClassContent content = classContent(request);
+  auto classes = enumerated(nameSpace, request);
+  Listing listing;
+  listing.count = classes.size();
+  listing.append = [content, classes = std::move(classes)](std::string& out, std::size_t number) {
+    ClassWriter(out, *classes[number], content).write();
+  };
+  return listing;
 }
 
-std::string enumerateClassNames(NameSpace& nameSpace, const Request& request) {
-  std::string out;
-  for (const Class* cls : enumerated(nameSpace, request)) {
-    Pegasus::xml::appendClassName(out, cls->name());
-  }
-  return out;
+Listing enumerateClassNames(NameSpace& nameSpace, const Request& request) {
+  auto classes = enumerated(nameSpace, request);
+  Listing listing;
+  listing.count = classes.size();
+  listing.append = [classes = std::move(classes)](std::string& out, std::size_t number) {
+    Pegasus::xml::appendClassName(out, classes[number]->name());
+  };
+  return listing;
 }
 
 std::string getQualifier(NameSpace& nameSpace, const Request& request) {
@@ -273,12 +274,14 @@ std::string getQualifier(NameSpace& nameSpace, const Request& request) {
   return out;
 }
 
-std::string enumerateQualifiers(NameSpace& nameSpace, const Request& /*request*/) {
-  std::string out;
-  for (const QualifierDeclaration& declaration : nameSpace.schema().qualifiers()) {
-    appendQualifierDeclaration(out, declaration);
-  }
-  return out;
+Listing enumerateQualifiers(NameSpace& nameSpace, const Request& /*request*/) {
+  const auto& qualifiers = nameSpace.schema().qualifiers();
+  Listing listing;
+  listing.count = qualifiers.size();
+  listing.append = [&qualifiers](std::string& out, std::size_t number) {
+    appendQualifierDeclaration(out, qualifiers[number]);
+  };
+  return listing;
 }
 
 }  // namespace cimd

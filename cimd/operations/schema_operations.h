@@ -9,14 +9,15 @@
 
 #include "model/class.h"
 #include "model/name_space.h"
+#include "operations/answer.h"
 
 namespace cimd {
 
 std::string getClass(NameSpace& nameSpace, const Pegasus::xml::Request& request);
-std::string enumerateClasses(NameSpace& nameSpace, const Pegasus::xml::Request& request);
-std::string enumerateClassNames(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+Listing enumerateClasses(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+Listing enumerateClassNames(NameSpace& nameSpace, const Pegasus::xml::Request& request);
 std::string getQualifier(NameSpace& nameSpace, const Pegasus::xml::Request& request);
-std::string enumerateQualifiers(NameSpace& nameSpace, const Pegasus::xml::Request& request);
+Listing enumerateQualifiers(NameSpace& nameSpace, const Pegasus::xml::Request& request);
 
 // Appends a QUALIFIER.DECLARATION.
 void appendQualifierDeclaration(std::string& out, const QualifierDeclaration& declaration);

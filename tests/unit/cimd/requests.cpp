@@ -15,6 +15,13 @@ std::string between(const std::string& text, const std::string& begin, const std
 
 }  // namespace
 
+std::string answerTo(Dispatcher& dispatcher, const Pegasus::xml::Request& request, Caller& caller) {
+  Answer answer = dispatcher.answer(request, caller).value();
+  while (answer.more && answer.more(answer.text)) {
+  }
+  return answer.text;
+}
+
 std::string className(const std::string& name) {
   return "<CLASSNAME NAME=\"" + name + "\"/>";
 }
@@ -53,8 +60,10 @@ std::string Server::send(const std::string& method, const Parameters& parameters
     body += "<IPARAMVALUE NAME=\"" + name + "\">" + xml + "</IPARAMVALUE>";
   }
   Caller caller([&] { return user; });
-  return Dispatcher(repository, access_, log_)
-      .answer(Pegasus::xml::Request(body + "</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>"), caller);
+  Dispatcher dispatcher(repository, access_, log_);
+  return answerTo(dispatcher,
+                  Pegasus::xml::Request(body + "</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>"),
+                  caller);
 }
 
 std::string Server::ask(const std::string& method, const Parameters& parameters,

@@ -11,6 +11,9 @@
 
 namespace cimd::test {
 
+// With all its parts.
+std::string answerTo(Dispatcher& dispatcher, const Pegasus::xml::Request& request, Caller& caller);
+
 // A parameter's name and the XML of its value.
 using Parameters = std::vector<std::pair<std::string, std::string>>;
 

@@ -168,7 +168,7 @@ TEST(HostInstances, FitTheClassesOfTheSchema) {
     }
     for (const char* name :
          {"KVAXDT_ComputerSystemDetails", "KVAXDT_Processor", "KVAXDT_PhysicalMemory"}) {
-      for (const StoredInstance* stored : nameSpace.instances(nameSpace.classNamed(name))) {
+      for (const auto& stored : nameSpace.instances(nameSpace.classNamed(name))) {
         EXPECT_EQ(stored->instance.getPropertyCount(), nameSpace.classNamed(name).propertyCount());
       }
     }

@@ -4,12 +4,14 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
+#include <atomic>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/read_until.hpp>
 #include <boost/asio/streambuf.hpp>
 #include <boost/asio/write.hpp>
 #include <stdexcept>
+#include <system_error>
 #include <thread>
 
 namespace cimd {
@@ -33,15 +35,39 @@ class EchoHandler : public RequestHandler {
     throwIfAsked(request.object);
     return request;
   }
-  HttpAnswer answer(const CimRequest& request, std::string body, Caller& /*caller*/) override {
+  std::optional<BegunAnswer> answer(const CimRequest& request, std::string body, Caller& /*caller*/,
+                                    Length length) override {
     throwIfAsked(body);
+    ++answers_;
+    if (body == "in parts") {
+      return length == Length::brief ? std::nullopt : inParts();
+    }
     HttpAnswer answer;
     answer.set("Seen-X", request.object);
     answer.body() = body == "large" ? std::string(std::size_t{32} << 20U, 'l') : "[" + body + "]";
-    return answer;
+    return BegunAnswer{std::move(answer), nullptr};
   }
 
  private:
+  // Has more parts until another request has been answered, and then fails if it is the second.
+  std::optional<BegunAnswer> inParts() {
+    BegunAnswer begun;
+    begun.answer.body() = "begun";
+    begun.more = [this, before = answers_](std::string& body) {
+      std::this_thread::sleep_for(milliseconds(1));
+      if (answers_ == before) {
+        return true;
+      }
+      throwIfAsked(isPartBad_ ? "throw something else" : "");
+      isPartBad_ = true;
+      body += " and done";
+      return false;
+    };
+    return begun;
+  }
+
+  int answers_ = 0;
+  bool isPartBad_ = false;
   static void throwIfAsked(const std::string& text) {
     if (text == "throw std::exception") {
       throw std::runtime_error("failed");
@@ -59,7 +85,10 @@ class EchoHandler : public RequestHandler {
 class Server {
  public:
   explicit Server(HttpLimits limits = HttpLimits())
-      : server_(io_, tcp::endpoint(asio::ip::make_address("127.0.0.1"), 0), handler_, limits),
+      : Server(limits, [](const tcp::socket&) { return Owner(); }) {}
+  Server(HttpLimits limits, HttpServer::OwnerOf ownerOf)
+      : server_(io_, tcp::endpoint(asio::ip::make_address("127.0.0.1"), 0), handler_, limits,
+                std::move(ownerOf)),
         endpoint_(server_.localEndpoint()),
         thread_([this] { io_.run(); }) {}
   ~Server() {
@@ -486,6 +515,61 @@ TEST(HttpServer, AConnectionThatBeginsARequestIsNotTheOneUnusedForLongest) {
   EXPECT_TRUE(second.isClosed());
   first.send(request.substr(30));
   EXPECT_EQ(bodyOf(first.receive()), "[three]");
+}
+
+TEST(HttpServer, TheAccountWithTheMostConnectionsMakesRoom) {
+  HttpLimits limits;
+  limits.connections = 3;
+  std::atomic<uid_t> account = 1;
+  const Server server(limits, [&](const tcp::socket&) { return Owner(account.load()); });
+  Client only(server);
+  EXPECT_EQ(bodyOf(only.ask(post("1"))), "[1]");
+  account = 2;
+  std::vector<std::unique_ptr<Client>> many;
+  for (int i = 0; i < 10; ++i) {
+    many.push_back(std::make_unique<Client>(server));
+    EXPECT_EQ(bodyOf(many.back()->ask(post("2"))), "[2]");
+  }
+  EXPECT_TRUE(many[7]->isClosed());
+  EXPECT_EQ(bodyOf(many[8]->ask(post("2"))), "[2]");
+  EXPECT_EQ(bodyOf(only.ask(post("1"))), "[1]");
+}
+
+TEST(HttpServer, WhereTheKernelDoesNotAnswerAllConnectionsAreOfOneAccount) {
+  HttpLimits limits;
+  limits.connections = 1;
+  const Server server(limits, [](const tcp::socket&) -> Owner {
+    throw std::system_error(EACCES, std::generic_category());
+  });
+  Client first(server);
+  EXPECT_EQ(bodyOf(first.ask(post("1"))), "[1]");
+  Client second(server);
+  EXPECT_EQ(bodyOf(second.ask(post("2"))), "[2]");
+  EXPECT_TRUE(first.isClosed());
+}
+
+TEST(HttpServer, OthersAreAnsweredBetweenThePartsOfALongAnswer) {
+  const Server server;
+  Client client(server);
+  Client other(server);
+  client.send(post("in parts"));
+  client.wait();
+  EXPECT_EQ(bodyOf(other.ask(post("small"))), "[small]");
+  EXPECT_EQ(bodyOf(client.receive()), "begun and done");
+  client.send(post("in parts"));
+  client.wait();
+  EXPECT_EQ(bodyOf(other.ask(post("small"))), "[small]");
+  EXPECT_EQ(statusOf(client.receive()), "HTTP/1.1 500");
+  EXPECT_EQ(bodyOf(client.ask(post("next"))), "[next]");
+}
+
+TEST(HttpServer, StopEndsAnAnswerInParts) {
+  auto server = std::make_unique<Server>();
+  Client client(*server);
+  client.send(post("in parts"));
+  client.wait();
+  server.reset();
+  EXPECT_TRUE(client.isClosed());
 }
 
 TEST(HttpServer, ConnectionsThatComeAndGoLeaveNothing) {

@@ -36,7 +36,7 @@ class RepositoryTest : public testing::Test {
   // The Ids of what an enumeration of the class returns.
   std::string listed(const char* cls) {
     std::string ids;
-    for (const StoredInstance* stored : nameSpace().instances(nameSpace().classNamed(cls))) {
+    for (const auto& stored : nameSpace().instances(nameSpace().classNamed(cls))) {
       ids += stored->instance.getProperty(0).getValue().toString().toUtf8() + ' ';
     }
     return ids;
@@ -68,7 +68,8 @@ TEST_F(RepositoryTest, EnumerationsFollowTheOrderOfCreationAcrossSubclasses) {
 TEST_F(RepositoryTest, InstancesHaveEveryPropertyInTheOrderAndSpellingOfTheClass) {
   nameSpace().createInstance(test::instance("dERIVED", {{"extra", "e"}, {"ID", "1"}}),
                              Origin::published);
-  const CIMInstance& instance = nameSpace().instance(path("derived", {{"id", "1"}})).instance;
+  const auto stored = nameSpace().instance(path("derived", {{"id", "1"}}));
+  const CIMInstance& instance = stored->instance;
   EXPECT_EQ(instance.getClassName(), String("Derived"));
   ASSERT_EQ(instance.getPropertyCount(), 4U);
   const std::vector<const char*> names{"Id", "Text", "Number", "Extra"};
@@ -274,7 +275,7 @@ TEST_F(RepositoryTest, KeysOfReferencesAreReadAsTheirClassHasThem) {
     EXPECT_EQ(statusOf([&] { numbers.modifyInstance(link(same), Pegasus::CIMPropertyList()); }),
               Pegasus::CIM_ERR_SUCCESS);
   }
-  EXPECT_EQ(numbers.instance(first.getPath()).instance.getProperty(0).getValue().toString(),
+  EXPECT_EQ(numbers.instance(first.getPath())->instance.getProperty(0).getValue().toString(),
             String("Number.n=16"));
   const CIMInstance other = link({"n", "17", CIMKeyBinding::NUMERIC});
   CIMInstance changed = other;

@@ -5,6 +5,7 @@
 
 #include <new>
 
+#include "requests.h"
 #include "support.h"
 
 namespace cimd {
@@ -34,7 +35,7 @@ class DispatcherTest : public testing::Test {
     return RequestWriter("id", method, nameSpace);
   }
   Response answer(RequestWriter& writer, const char* method) {
-    return Response(dispatcher_.answer(Request(writer.finish()), root_), "id", method);
+    return Response(test::answerTo(dispatcher_, Request(writer.finish()), root_), "id", method);
   }
   Pegasus::CIMStatusCode status(RequestWriter& writer, const char* method) {
     return test::statusOf([&] { answer(writer, method); });
@@ -138,7 +139,8 @@ TEST_F(DispatcherTest, OnlyWritersChangeAndEverybodyReads) {
   Caller other([] { return uid_t{4711}; });
   const auto asOther = [&](RequestWriter writer, const char* method) {
     return test::statusOf([&] {
-      const Response read(dispatcher_.answer(Request(writer.finish()), other), "id", method);
+      const Response read(test::answerTo(dispatcher_, Request(writer.finish()), other), "id",
+                          method);
     });
   };
   // Also where there is no such namespace, instance or operation to be found out.
@@ -219,7 +221,8 @@ TEST_F(DispatcherTest, ParametersOfAnotherKindAreInvalidBeforeTheClassIsLookedUp
 }
 
 TEST_F(DispatcherTest, MethodCallsAreNotSupported) {
-  const std::string answer = dispatcher_.answer(
+  const std::string answer = test::answerTo(
+      dispatcher_,
       Request(
           "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">"
           "<SIMPLEREQ><METHODCALL NAME=\"Run\"><LOCALCLASSPATH><LOCALNAMESPACEPATH>"
@@ -230,7 +233,8 @@ TEST_F(DispatcherTest, MethodCallsAreNotSupported) {
   EXPECT_NE(answer.find("<SIMPLERSP><METHODRESPONSE NAME=\"Run\"><ERROR CODE=\"7\""),
             std::string::npos);
   EXPECT_TRUE(answer.ends_with("/></METHODRESPONSE></SIMPLERSP></MESSAGE></CIM>"));
-  const std::string namesake = dispatcher_.answer(
+  const std::string namesake = test::answerTo(
+      dispatcher_,
       Request(
           "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">"
           "<SIMPLEREQ><METHODCALL NAME=\"GetClass\"/></SIMPLEREQ></MESSAGE></CIM>"),
@@ -259,8 +263,87 @@ TEST_F(DispatcherTest, LackOfMemoryIsNotAnAnswer) {
   repository_.setJournal(&journal);
   RequestWriter writer = request("CreateInstance");
   writer.instance("NewInstance", test::instance("Base", {{"Id", "1"}}));
-  EXPECT_THROW(dispatcher_.answer(Request(writer.finish()), root_), std::bad_alloc);
+  EXPECT_THROW(test::answerTo(dispatcher_, Request(writer.finish()), root_), std::bad_alloc);
   repository_.setJournal(nullptr);
+}
+
+// 200 instances of Base, in parts of 64.
+class LongAnswer : public DispatcherTest {
+ protected:
+  LongAnswer() {
+    for (int i = 0; i < 198; ++i) {
+      const std::string id = std::to_string(i);
+      repository_.nameSpace("root/kvasd")
+          .createInstance(test::instance("Base", {{"Id", id.c_str()}, {"Text", "x"}}),
+                          Origin::restored);
+    }
+  }
+  Request listing(const char* method) {
+    RequestWriter writer = request(method);
+    return Request(writer.className("ClassName", "Base").finish());
+  }
+};
+
+TEST_F(LongAnswer, HasItsPartsInOrder) {
+  const std::string id = "<KEYBINDING NAME=\"Id\"><KEYVALUE VALUETYPE=\"string\">";
+  for (const char* method : {"EnumerateInstances", "EnumerateInstanceNames"}) {
+    Answer answer = dispatcher_.answer(listing(method), root_).value();
+    std::vector<std::ptrdiff_t> parts;
+    const auto count = [&] {
+      std::ptrdiff_t names = 0;
+      for (std::size_t at = answer.text.find(id); at != std::string::npos;
+           at = answer.text.find(id, at + 1)) {
+        ++names;
+      }
+      return names;
+    };
+    parts.push_back(count());
+    while (answer.more && answer.more(answer.text)) {
+      parts.push_back(count());
+    }
+    parts.push_back(count());
+    EXPECT_EQ(parts, (std::vector<std::ptrdiff_t>{64, 128, 192, 200})) << method;
+    const Response response(answer.text, "id", method);
+    EXPECT_LT(answer.text.find(id + "b<"), answer.text.find(id + "0<"));
+    EXPECT_LT(answer.text.find(id + "0<"), answer.text.find(id + "197<"));
+  }
+}
+
+TEST_F(LongAnswer, IsNotBegunWhenABriefOneIsWanted) {
+  for (const char* method : {"EnumerateInstances", "EnumerateInstanceNames"}) {
+    EXPECT_FALSE(dispatcher_.answer(listing(method), root_, Length::brief)) << method;
+  }
+  EXPECT_TRUE(dispatcher_.answer(listing("GetClass"), root_, Length::brief));
+  const auto one = test::path("Base", {{"Id", "0"}});
+  const auto read = [&] {
+    RequestWriter writer = request("GetInstance");
+    writer.instanceName("InstanceName", one);
+    return dispatcher_.answer(Request(writer.finish()), root_, Length::brief).has_value();
+  };
+  EXPECT_TRUE(read());
+  CIMInstance large = test::instance("Base", {{"Text", std::string(256 << 10U, 'x').c_str()}});
+  large.setPath(one);
+  repository_.nameSpace("root/kvasd").modifyInstance(large, CIMPropertyList());
+  EXPECT_FALSE(read()) << "an instance of more than a part";
+}
+
+TEST_F(LongAnswer, ShowsTheInstancesOfItsBeginning) {
+  NameSpace& nameSpace = repository_.nameSpace("root/kvasd");
+  const Request all = listing("EnumerateInstances");
+  const std::string expected = test::answerTo(dispatcher_, all, root_);
+  Answer answer = dispatcher_.answer(all, root_).value();
+  for (const char* id : {"150", "151", "152"}) {
+    CIMInstance changed = test::instance("Base", {{"Text", "changed"}});
+    changed.setPath(test::path("Base", {{"Id", id}}));
+    nameSpace.modifyInstance(changed, CIMPropertyList());
+  }
+  nameSpace.deleteInstance(test::path("Base", {{"Id", "160"}}));
+  nameSpace.createInstance(test::instance("Base", {{"Id", "new"}}), Origin::published);
+  EXPECT_TRUE(answer.more(answer.text));
+  repository_ = Repository();  // as when files are read again
+  while (answer.more(answer.text)) {
+  }
+  EXPECT_EQ(answer.text, expected);
 }
 
 TEST_F(DispatcherTest, AnAnswerOfMoreThan128MiBIsRefused) {
@@ -269,7 +352,7 @@ TEST_F(DispatcherTest, AnAnswerOfMoreThan128MiBIsRefused) {
   const auto enumerate = [this] {
     RequestWriter writer = request("EnumerateInstances");
     writer.className("ClassName", "Large").boolean("IncludeQualifiers", true);
-    const std::string text = dispatcher_.answer(Request(writer.finish()), root_);
+    const std::string text = test::answerTo(dispatcher_, Request(writer.finish()), root_);
     return text.find("CODE=\"27\"") != std::string::npos;
   };
   for (Uint32 id = 0; id < 128; ++id) {
