@@ -149,7 +149,7 @@ Explanation Explainer::explain(LineRead read, const String& line) {
 void Explainer::explainEntry(Category category, const String& line, Explanation& explanation) {
   explanation.result = Result::leftOut;
   explanation.fields = cutEntryFields(line);
-  if (!isSelected(client_, category, line, publication_)) {
+  if (!isWanted(category, line)) {
     explanation.reason = whyNotSelected(category, line);
     return;
   }
@@ -169,6 +169,22 @@ void Explainer::explainEntry(Category category, const String& line, Explanation&
                                          listWords(explanation.places, mostPlaces)};
 }
 
+bool Explainer::isWanted(Category category, const String& line) const {
+  if (client_ != nullptr) {
+    return isSelected(*client_, category, line, publication_);
+  }
+  if (category == Category::processor) {
+    return machine_.processors.anyFits([&](const String& text) { return fitsClock(line, text); });
+  }
+  if (category == Category::memory) {
+    return machine_.memoryModules.anyFits([&](const String& text) { return fitsSize(line, text); });
+  }
+  if (category == Category::keyboard) {
+    return fitsLanguage(line, machine_.languageCode);
+  }
+  return isStillWanted(category, publication_);
+}
+
 Reason Explainer::whyNotSelected(Category category, const String& line) const {
   if (category == Category::planar) {
     return {"not-first", String("second PLANAR: ") + lineWords(planarLine_) + " comes first"};
@@ -181,7 +197,7 @@ Reason Explainer::whyNotSelected(Category category, const String& line) const {
 
 std::optional<Reason> Explainer::whyNotCreated(const CIMInstance& instance,
                                                const Explanation& explanation) const {
-  if (const auto reason = whyNotSendable(instance)) {
+  if (auto reason = whyNotSendable(instance)) {
     return reason;
   }
   const auto same =

@@ -48,20 +48,23 @@ class Explainer {
   // Both must outlive this. The client is asked again for each line of a processor or memory
   // module.
   Explainer(Pegasus::CIMClient& client, const Machine& machine)
-      : client_(client), machine_(machine) {}
+      : client_(&client), machine_(machine) {}
+  // Without a server: what `machine` has is all that is compared.
+  explicit Explainer(const Machine& machine) : machine_(machine) {}
   // The lines must come in order, each with how it was read, which is not `end`. Throws
   // std::runtime_error if the server fails, or now answers otherwise than `machine` has it.
   Explanation explain(LineRead read, const Pegasus::String& line);
 
  private:
   void explainEntry(Category category, const Pegasus::String& line, Explanation& explanation);
+  bool isWanted(Category category, const Pegasus::String& line) const;
   Reason whyNotSelected(Category category, const Pegasus::String& line) const;
   // Nothing if the creation succeeds.
   std::optional<Reason> whyNotCreated(const Pegasus::CIMInstance& instance,
                                       const Explanation& explanation) const;
   void notePublishedLine(Category category, const Explanation& explanation);
 
-  Pegasus::CIMClient& client_;
+  Pegasus::CIMClient* client_ = nullptr;
   const Machine& machine_;
   Publication publication_;
   std::uint64_t lines_ = 0;

@@ -162,16 +162,20 @@ void addDetails(CIMClient& client, const char* className, Parts& parts,
 
 }  // namespace
 
-bool Parts::has(const String& compared) const {
+bool Parts::anyFits(const std::function<bool(const String&)>& fits) const {
   for (const Part& part : list) {
     if (!part.compared) {
       return false;
     }
-    if (*part.compared == compared) {
+    if (fits(*part.compared)) {
       return true;
     }
   }
   return false;
+}
+
+bool Parts::has(const String& compared) const {
+  return anyFits([&](const String& text) { return text == compared; });
 }
 
 bool Parts::isBroken() const {

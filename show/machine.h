@@ -4,6 +4,7 @@
 #include <Pegasus/Client/CIMClient.h>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -41,7 +42,8 @@ struct Parts {
   // Why the server refused to answer; there are no parts then.
   std::optional<Pegasus::String> refusal;
 
-  // Whether morvik, going through the parts, meets one with this text before it stops.
+  // Whether morvik, going through the parts, meets one whose text fits before it stops.
+  bool anyFits(const std::function<bool(const Pegasus::String&)>& fits) const;
   bool has(const Pegasus::String& compared) const;
   // Whether morvik stops somewhere.
   bool isBroken() const;

@@ -21,10 +21,11 @@ constexpr const char* footer =
 void checkTogether(const CLI::App& app) {
   constexpr std::pair<const char*, const char*> excluded[] = {
       {"--json", "--csv"},        {"--machine", "--category"}, {"--machine", "--all"},
-      {"--html", "--json"},       {"--html", "--csv"},         {"--html", "--machine"},
-      {"--html", "--explain"},    {"--html", "--history"},     {"--explain", "--all"},
-      {"--explain", "--machine"}, {"--history", "--all"},      {"--history", "--machine"},
-      {"--history", "--explain"}, {"--history", "--category"}};
+      {"--on", "--server"},       {"--on", "--category"},      {"--html", "--json"},
+      {"--html", "--csv"},        {"--html", "--machine"},     {"--html", "--explain"},
+      {"--html", "--history"},    {"--explain", "--all"},      {"--explain", "--machine"},
+      {"--history", "--all"},     {"--history", "--machine"},  {"--history", "--explain"},
+      {"--history", "--category"}};
   for (const auto& [first, second] : excluded) {
     if (app.count(first) > 0 && app.count(second) > 0) {
       throw CLI::ExcludesError(first, second);
@@ -77,6 +78,9 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
       ->type_name("DIR");
   app.add_option("--explain", options.explained, "Explain what morvik would publish of a data file")
       ->type_name("FILE");
+  app.add_option("--on", options.others, "Explain it on the machines of these inventories")
+      ->type_name("FILE")
+      ->needs("--explain");
   app.add_option("--html", options.inventories, "Write a page of inventories, or of this machine")
       ->type_name("FILE")
       ->expected(0, CLI::detail::expected_max_vector_size);

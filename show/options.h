@@ -29,6 +29,8 @@ struct Options {
   // Where morvik-run remembers its runs.
   std::string state = "/var/lib/morvik";
   std::optional<std::string> explained;
+  // Inventories of the machines to explain it on, in place of the server's.
+  std::vector<std::string> others;
   // The categories to show, in any letter case; all if there are none.
   std::vector<std::string> categories;
 };

@@ -9,11 +9,13 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <sstream>
 #include <string>
 
 #include "cim/client.h"
 #include "entries.h"
 #include "explainer.h"
+#include "fleet.h"
 #include "history.h"
 #include "import/fru_file.h"
 #include "inventory.h"
@@ -86,16 +88,62 @@ ExitStatus list(CIMClient& client, const Options& options, const Terminal& termi
   return entries.empty() ? ExitStatus::noEntries : ExitStatus::entries;
 }
 
-// Of other machines, or of this one before. What cannot be read is reported, and the rest shown.
-ExitStatus showPage(const Options& options) {
+// Each with the name of its file. What cannot be read is reported, and left out.
+std::vector<PageMachine> readInventories(const std::vector<std::string>& files) {
   std::vector<PageMachine> machines;
-  for (const std::string& file : options.inventories) {
+  for (const std::string& file : files) {
     try {
       machines.push_back({file, readInventory(file)});
     } catch (const std::exception& error) {
       complain(String(error.what()));
     }
   }
+  return machines;
+}
+
+// The whole of a data file, which is held for all machines.
+std::istringstream readDataFile(std::istream& file, const std::string& name) {
+  std::string text(mostFileBytes + 1, '\0');
+  file.read(text.data(), static_cast<std::streamsize>(text.size()));
+  if (file.bad()) {
+    failToRead(name, EIO);
+  }
+  text.resize(static_cast<std::size_t>(file.gcount()));
+  if (text.size() > mostFileBytes) {
+    throw std::runtime_error(name + " has more than 1 MiB: it is not a FRU data file");
+  }
+  return std::istringstream(text);
+}
+
+ExitStatus explainOnOthers(const Options& options, std::istream& file, const Terminal& terminal) {
+  std::vector<NamedMachine> machines;
+  for (PageMachine& read : readInventories(options.others)) {
+    if (read.inventory.machine) {
+      machines.push_back({read.name, std::move(*read.inventory.machine)});
+    } else {
+      complain(String(read.name + ": it does not describe a machine; use --machine --json"));
+    }
+  }
+  if (machines.empty()) {
+    return ExitStatus::trouble;
+  }
+  std::istringstream text = readDataFile(file, *options.explained);
+  const Fleet fleet = explainOn(std::move(machines), text);
+  if (options.isJson) {
+    writeFleetJson(std::cout, {2, std::chrono::system_clock::now(), std::nullopt}, fleet);
+  } else {
+    writeFleet(std::cout, terminal, options.table, fleet);
+  }
+  if (fleet.machines.size() < options.others.size()) {
+    return ExitStatus::trouble;
+  }
+  const bool isForAny = std::any_of(fleet.entries.begin(), fleet.entries.end(),
+                                    [](const FleetLine& entry) { return entry.count() > 0; });
+  return isForAny ? ExitStatus::entries : ExitStatus::noEntries;
+}
+
+ExitStatus showPage(const Options& options) {
+  const std::vector<PageMachine> machines = readInventories(options.inventories);
   if (machines.empty()) {
     return ExitStatus::trouble;
   }
@@ -205,6 +253,13 @@ ExitStatus run(const Options& options) {
   std::ifstream file;
   if (options.explained) {
     file = openFile(*options.explained);
+  }
+  if (!options.others.empty()) {
+    const ExitStatus status = explainOnOthers(options, file, terminal);
+    if (!std::cout.flush()) {
+      throw std::runtime_error("cannot write to standard output");
+    }
+    return status;
   }
   const std::unique_ptr<CIMClient> owner = makeClient();
   CIMClient& client = *owner;

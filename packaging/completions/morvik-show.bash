@@ -10,10 +10,10 @@ _morvik_show() {
         ;;
     --state) mapfile -t COMPREPLY < <(compgen -d -- "$word") && compopt -o filenames ;;
     --format) mapfile -t COMPREPLY < <(compgen -W '1 2' -- "$word") ;;
-    --explain | --html) mapfile -t COMPREPLY < <(compgen -f -- "$word") && compopt -o filenames ;;
+    --explain | --on | --html) mapfile -t COMPREPLY < <(compgen -f -- "$word") && compopt -o filenames ;;
     *)
         mapfile -t COMPREPLY < <(compgen -W '--server --json --format --csv --category --all --machine
-            --explain --html --history --state --version --help' -- "$word")
+            --explain --on --html --history --state --version --help' -- "$word")
         ;;
     esac
 }

@@ -9,6 +9,7 @@ complete -c morvik-show -l category -x -d 'Only this category' \
 complete -c morvik-show -l all -d 'Instances of other publishers too'
 complete -c morvik-show -l machine -d 'What morvik reads of this machine'
 complete -c morvik-show -l explain -r -F -d 'Judge each line of a FRU data file'
+complete -c morvik-show -l on -r -F -d 'Explain it on the machines of inventories'
 complete -c morvik-show -l html -F -d 'Write a page of inventories'
 complete -c morvik-show -l history -d 'What the runs of morvik-run have changed'
 complete -c morvik-show -l state -x -a '(__fish_complete_directories)' -d 'State directory of morvik-run'

@@ -9,6 +9,7 @@ _arguments \
     '--all[instances of other publishers too]' \
     '--machine[what morvik reads of this machine]' \
     '--explain[judge each line of a FRU data file]:file:_files' \
+    '*--on[explain it on the machines of inventories]:inventory:_files' \
     '*--html[write a page of inventories]:inventory:_files' \
     '--history[what the runs of morvik-run have changed]' \
     '--state[state directory of morvik-run]:directory:_files -/' \

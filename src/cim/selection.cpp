@@ -43,12 +43,7 @@ bool getProcessorSpeedQualifier(CIMClient& client, const String& line) {
       if (i == PEG_NOT_FOUND) {
         continue;
       }
-      const String clock = clockText(processors[i]);
-      const QualifierText speed = cutSpeed(line);
-      if (!speed.isGiven) {
-        return false;
-      }
-      if (speed.value == clock) {
+      if (fitsClock(line, clockText(processors[i]))) {
         return true;
       }
     }
@@ -66,7 +61,7 @@ bool getMemorySizeQualifier(CIMClient& client, const String& line) {
       if (i == PEG_NOT_FOUND) {
         continue;
       }
-      if (cutSize(line).value == memorySizeText(modules[i])) {
+      if (fitsSize(line, memorySizeText(modules[i]))) {
         return true;
       }
     }
@@ -77,6 +72,18 @@ bool getMemorySizeQualifier(CIMClient& client, const String& line) {
 }
 
 bool getLanguageQualifier(const String& line) {
-  const String code = languageCode();
+  return fitsLanguage(line, languageCode());
+}
+
+bool fitsClock(const String& line, const String& clock) {
+  const QualifierText speed = cutSpeed(line);
+  return speed.isGiven && speed.value == clock;
+}
+
+bool fitsSize(const String& line, const String& size) {
+  return cutSize(line).value == size;
+}
+
+bool fitsLanguage(const String& line, const String& code) {
   return cutLanguage(line).value == code;
 }

@@ -22,6 +22,12 @@ bool getMemorySizeQualifier(Pegasus::CIMClient& client, const Pegasus::String& l
 // 8 on is judged.
 bool getLanguageQualifier(const Pegasus::String& line);
 
+// The same for one value that is known: the clock of a processor, the size of a module, the code of
+// a language, in the texts that machine.h makes of them.
+bool fitsClock(const Pegasus::String& line, const Pegasus::String& clock);
+bool fitsSize(const Pegasus::String& line, const Pegasus::String& size);
+bool fitsLanguage(const Pegasus::String& line, const Pegasus::String& code);
+
 // What a line asks for.
 struct QualifierText {
   // Whether the line has the token.

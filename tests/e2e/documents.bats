@@ -254,6 +254,7 @@ answers() { # PATH JQ-FILTER
     equal 1 "$(bash -e step >annotations || printf '%d' "$?")" 'the status of the step'
     equal '::error file=1234wpk.txt,line=8,col=12::second PLANAR: only that of line 7 is published' \
         "$(head -n 1 annotations)" 'the first annotation'
+    equal "$(block data-files.md matrix)" "$(follow data-files.md on)" 'the matrix'
     follow data-files.md status
     grep -Eq '"format": ?2,' verdict.json
 }

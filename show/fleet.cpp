@@ -1,0 +1,239 @@
+#include "fleet.h"
+
+#include <algorithm>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <tuple>
+#include <utility>
+
+using Pegasus::String;
+
+namespace show {
+
+namespace {
+
+using Text = std::optional<String>;
+
+// All that an explanation depends on. Machines that have the same of it are explained once.
+using Compared = std::tuple<std::set<String>, std::set<String>, String>;
+
+// Up to the one at which morvik stops; their order does not matter.
+std::set<String> comparedOf(const Parts& parts) {
+  std::set<String> texts;
+  for (const Part& part : parts.list) {
+    if (!part.compared) {
+      break;
+    }
+    texts.insert(*part.compared);
+  }
+  return texts;
+}
+
+Compared comparedOf(const Machine& machine) {
+  return {comparedOf(machine.processors), comparedOf(machine.memoryModules), machine.languageCode};
+}
+
+// The machines that publish the same lines.
+using Group = std::vector<std::size_t>;
+
+std::vector<Group> groupsOf(const Fleet& fleet) {
+  std::map<std::vector<bool>, std::size_t> known;
+  std::vector<Group> groups;
+  for (std::size_t i = 0; i < fleet.machines.size(); ++i) {
+    std::vector<bool> published;
+    published.reserve(fleet.entries.size());
+    for (const FleetLine& entry : fleet.entries) {
+      published.push_back(entry.isPublished[i]);
+    }
+    const auto [group, isNew] = known.try_emplace(std::move(published), groups.size());
+    if (isNew) {
+      groups.emplace_back();
+    }
+    groups[group->second].push_back(i);
+  }
+  return groups;
+}
+
+constexpr std::size_t mostNames = 4;
+
+// "db1, db2 and 10 others".
+String listWords(const std::vector<String>& words) {
+  String list;
+  const std::size_t shown = words.size() > mostNames ? mostNames - 1 : words.size();
+  for (std::size_t i = 0; i < shown; ++i) {
+    list += i == 0 ? "" : i + 1 == words.size() ? " and " : ", ";
+    list += words[i];
+  }
+  return shown == words.size()
+             ? list
+             : list + String(" and " + std::to_string(words.size() - shown) + " others");
+}
+
+String number(std::uint64_t value) {
+  return String(std::to_string(value));
+}
+
+// Which machines each column of the matrix is of.
+void writeGroups(std::ostream& out, const Terminal& terminal, const Fleet& fleet,
+                 const std::vector<Group>& groups) {
+  Table table(
+      out, terminal, {},
+      {{"column", "COLUMN"}, {"machines", "MACHINES"}, {"types", "TYPES"}, {"names", "NAMES"}});
+  for (std::size_t i = 0; i < groups.size(); ++i) {
+    std::set<String> types;
+    std::vector<String> names;
+    for (const std::size_t machine : groups[i]) {
+      types.insert(fleet.machines[machine].machine.machineType.value_or(String()));
+      names.push_back(fleet.machines[machine].label());
+    }
+    types.erase(String());
+    table.add(
+        {{number(i + 1), number(groups[i].size()),
+          types.empty() ? Text() : listWords({types.begin(), types.end()}), listWords(names)}});
+  }
+  table.end();
+}
+
+std::string linesWords(const std::vector<std::uint64_t>& lines) {
+  std::string words = lines.size() == 1 ? "line " : "lines ";
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    words += (i == 0 ? "" : ", ") + std::to_string(lines[i]);
+  }
+  return words;
+}
+
+void writeSummary(std::ostream& out, const Terminal& terminal, const Fleet& fleet) {
+  std::vector<std::uint64_t> none;
+  for (const FleetLine& entry : fleet.entries) {
+    if (entry.count() == 0) {
+      none.push_back(entry.line);
+    }
+  }
+  const std::string counts =
+      std::to_string(fleet.entries.size()) +
+      (fleet.entries.size() == 1 ? " entry: " : " entries: ") + std::to_string(none.size()) +
+      " for none of the machines" + (none.empty() ? "" : ": " + linesWords(none)) + "; " +
+      std::to_string(fleet.ignored) + (fleet.ignored == 1 ? " line ignored" : " lines ignored");
+  out << '\n';
+  for (const std::string& line :
+       terminal.columns == 0 ? std::vector{counts} : wrapTo(terminal.columns, counts)) {
+    out << line << '\n';
+  }
+}
+
+}  // namespace
+
+String NamedMachine::label() const {
+  return machine.hostName && machine.hostName->size() > 0 ? *machine.hostName : String(file);
+}
+
+std::size_t FleetLine::count() const {
+  return static_cast<std::size_t>(std::count(isPublished.begin(), isPublished.end(), true));
+}
+
+Fleet explainOn(std::vector<NamedMachine> machines, std::istream& file) {
+  Fleet fleet;
+  fleet.machines = std::move(machines);
+  std::vector<Explainer> explainers;
+  std::vector<std::size_t> explainerOf;
+  std::map<Compared, std::size_t> known;
+  for (const NamedMachine& named : fleet.machines) {
+    const auto [same, isNew] = known.try_emplace(comparedOf(named.machine), explainers.size());
+    if (isNew) {
+      explainers.emplace_back(named.machine);
+    }
+    explainerOf.push_back(same->second);
+  }
+  String line;
+  for (LineRead read = readAnyLine(file, line); read != LineRead::end;
+       read = readAnyLine(file, line)) {
+    std::vector<Explanation> explanations;
+    for (Explainer& explainer : explainers) {
+      explanations.push_back(explainer.explain(read, line));
+    }
+    if (explanations.empty() || !explanations.front().fields) {
+      ++fleet.ignored;
+      continue;
+    }
+    const Explanation& first = explanations.front();
+    FleetLine entry = {first.line, first.category.value_or(String()), *first.fields, {}};
+    for (const std::size_t explainer : explainerOf) {
+      entry.isPublished.push_back(explanations[explainer].result == Result::published);
+    }
+    fleet.entries.push_back(std::move(entry));
+  }
+  return fleet;
+}
+
+void writeFleet(std::ostream& out, const Terminal& terminal, const TableForm& form,
+                const Fleet& fleet) {
+  std::vector<Group> groups;
+  if (form.isCsv) {
+    for (std::size_t i = 0; i < fleet.machines.size(); ++i) {
+      groups.push_back({i});
+    }
+  } else {
+    groups = groupsOf(fleet);
+    writeGroups(out, terminal, fleet, groups);
+    out << '\n';
+  }
+  std::vector<std::string> names;
+  for (std::size_t i = 0; i < groups.size(); ++i) {
+    names.push_back(form.isCsv ? fleet.machines[i].label().toUtf8() : std::to_string(i + 1));
+  }
+  Columns columns = {{"line", "LINE"},
+                     {"category", "CATEGORY"},
+                     {"fruNumber", "FRU NUMBER"},
+                     {"description", "DESCRIPTION", Shown::onDemand},
+                     {"machines", "MACHINES"}};
+  for (const std::string& name : names) {
+    columns.push_back({name.c_str(), name.c_str()});
+  }
+  Table table(out, terminal, form, columns);
+  for (const FleetLine& entry : fleet.entries) {
+    Table::Row row = {{number(entry.line), entry.category, entry.fields.fruNumber,
+                       entry.fields.description, number(entry.count())},
+                      entry.count() == 0 ? Style::yellow : Style::plain};
+    for (const Group& group : groups) {
+      row.cells.push_back(entry.isPublished[group.front()] ? Text(form.isCsv ? "published" : "x")
+                                                           : Text());
+    }
+    table.add(row);
+  }
+  table.end();
+  if (!form.isCsv) {
+    writeSummary(out, terminal, fleet);
+  }
+}
+
+void writeFleetJson(std::ostream& out, const Frame& frame, const Fleet& fleet) {
+  Json members = beginning(frame);
+  Json machines = Json::array();
+  for (const NamedMachine& named : fleet.machines) {
+    machines.push_back({{"file", String(named.file).toUtf8()},
+                        {"hostName", toJson(named.machine.hostName)},
+                        {"machineType", toJson(named.machine.machineType)}});
+  }
+  members["machines"] = std::move(machines);
+  JsonList list(out, members, "matrix");
+  std::uint64_t none = 0;
+  for (const FleetLine& entry : fleet.entries) {
+    Json published = Json::array();
+    for (std::size_t i = 0; i < entry.isPublished.size(); ++i) {
+      if (entry.isPublished[i]) {
+        published.push_back(i);
+      }
+    }
+    none += published.empty() ? 1 : 0;
+    list.add({{"line", entry.line},
+              {"category", toJson(entry.category)},
+              {"fruNumber", toJson(entry.fields.fruNumber)},
+              {"description", toJson(entry.fields.description)},
+              {"publishedOn", std::move(published)}});
+  }
+  list.end({{"counts",
+             {{"entries", fleet.entries.size()}, {"forNone", none}, {"ignored", fleet.ignored}}}});
+}
+
+}  // namespace show
