@@ -133,7 +133,7 @@ void checkMachineType(const show::Machine& machine, const std::string& type) {
     throw Failure(Status::cimServer,
                   "the CIM server does not give the machine type" +
                       (machine.systemRefusal ? ": " + harmless(machine.systemRefusal->toUtf8())
-                                              : "; see morvik-show --machine"));
+                                             : "; see morvik-show --machine"));
   }
   const bool isSafe = type.find_first_not_of(
                           "0123456789abcdefghijklmnopqrstuvwxyz"

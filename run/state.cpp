@@ -21,7 +21,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* goodFile = "fru.good.txt";
 constexpr const char* markerFile = "publishing";
 // Two data files, status and history at their largest, and the scripts of morvik.
 constexpr off_t roomNeeded = 4194304;
@@ -210,7 +209,7 @@ void State::readStatus() {
   good_.emplace();
   good_->finished = textOf(*found, "finished");
   good_->signatureTime = numberOf(*found, "signatureTime");
-  good_->text = readIfThere(pathOf(goodFile));
+  good_->text = readIfThere(pathOf(show::goodFile));
   // Another one is there if a run has ended between the two files: good, but unknown otherwise.
   if (good_->text.empty() || sha256(good_->text) != textOf(*found, "sha256")) {
     return;
@@ -279,7 +278,7 @@ void State::addHistory(const Report& report) const {
 void State::remember(const Report& report, const std::optional<Good>& good) {
   if (good) {
     if (!good->text.empty() && (!good_ || good_->text != good->text)) {
-      writeAtomically(pathOf(goodFile), good->text);
+      writeAtomically(pathOf(show::goodFile), good->text);
     }
     good_ = good;
   }

@@ -1,8 +1,10 @@
 #include "history.h"
 
+#include <algorithm>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
@@ -24,20 +26,34 @@ std::string clean(const std::string& text, const Terminal& terminal) {
   return sanitized(String(text), terminal);
 }
 
+// The items of a list in a change that are objects.
+std::vector<Json> itemsOf(const Json& change, const char* member) {
+  std::vector<Json> items;
+  const auto found = change.find(member);
+  if (found != change.end() && found->is_array()) {
+    std::copy_if(found->begin(), found->end(), std::back_inserter(items),
+                 [](const Json& item) { return item.is_object(); });
+  }
+  return items;
+}
+
+void addRows(Table& table, const Json& change, const char* member, Style style) {
+  for (const Json& item : itemsOf(change, member)) {
+    table.add({{String(textOf(change, "time")), String(textOf(change, "source")), String(member),
+                String(textOf(item, "category")), String(textOf(item, "fruNumber")),
+                String(textOf(item, "description"))},
+               style});
+  }
+}
+
 void writeItems(std::ostream& out, const Terminal& terminal, const Json& change, const char* member,
                 char sign, Style style) {
-  const auto items = change.find(member);
-  if (items == change.end() || !items->is_array()) {
-    return;
-  }
-  for (const Json& item : *items) {
-    if (item.is_object()) {
-      const std::string line = std::string("  ") + sign + " " +
-                               padTo(11, clean(textOf(item, "category"), terminal)) +
-                               padTo(12, clean(textOf(item, "fruNumber"), terminal)) +
-                               clean(textOf(item, "description"), terminal);
-      out << styled(style, cutTo(terminal.columns, line, terminal), terminal) << '\n';
-    }
+  for (const Json& item : itemsOf(change, member)) {
+    const std::string line = std::string("  ") + sign + " " +
+                             padTo(11, clean(textOf(item, "category"), terminal)) +
+                             padTo(12, clean(textOf(item, "fruNumber"), terminal)) +
+                             clean(textOf(item, "description"), terminal);
+    out << styled(style, cutTo(terminal.columns, line, terminal), terminal) << '\n';
   }
 }
 
@@ -95,8 +111,14 @@ std::optional<std::string> noteAbout(const std::string& stateDirectory,
          (last.empty() ? "" : "; the last one: " + last);
 }
 
+Columns historyColumns() {
+  return {{"time", "TIME"},         {"source", "SOURCE"},        {"change", "CHANGE"},
+          {"category", "CATEGORY"}, {"fruNumber", "FRU NUMBER"}, {"description", "DESCRIPTION"}};
+}
+
 std::size_t writeHistory(std::ostream& out, const Terminal& terminal,
-                         const std::string& stateDirectory, const std::optional<Frame>& json) {
+                         const std::string& stateDirectory, const std::optional<Frame>& json,
+                         const std::optional<TableForm>& form) {
   const std::string name = stateDirectory + "/" + historyFile;
   std::ifstream file(name);
   std::error_code error;
@@ -110,6 +132,10 @@ std::size_t writeHistory(std::ostream& out, const Terminal& terminal,
   if (json) {
     list.emplace(out, beginning(*json), "changes");
   }
+  std::optional<Table> table;
+  if (form) {
+    table.emplace(out, terminal, *form, historyColumns());
+  }
   for (std::string line; std::getline(file, line);) {
     const Json change = Json::parse(line, nullptr, false);
     if (!change.is_object()) {
@@ -117,6 +143,9 @@ std::size_t writeHistory(std::ostream& out, const Terminal& terminal,
     }
     if (list) {
       list->add(change);
+    } else if (table) {
+      addRows(*table, change, "removed", Style::faint);
+      addRows(*table, change, "added", Style::plain);
     } else {
       out << styled(Style::bold, clean(textOf(change, "time"), terminal), terminal) << "  "
           << clean(textOf(change, "source"), terminal) << '\n';
@@ -127,6 +156,8 @@ std::size_t writeHistory(std::ostream& out, const Terminal& terminal,
   }
   if (list) {
     list->end(Json::object());
+  } else if (table) {
+    table->end();
   }
   return count;
 }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "json.h"
+#include "table.h"
 #include "text.h"
 
 namespace show {
@@ -14,6 +15,7 @@ namespace show {
 // The names of the files there.
 inline constexpr const char* statusFile = "status.json";
 inline constexpr const char* historyFile = "history.jsonl";
+inline constexpr const char* goodFile = "fru.good.txt";
 
 // "2026-11-22T02:00:00Z" (RFC 3339).
 std::string timeText(std::chrono::system_clock::time_point time);
@@ -31,9 +33,12 @@ std::optional<std::string> noteAbout(const std::string& stateDirectory,
                                      std::chrono::system_clock::time_point now);
 
 // Writes the changes, the newest last, and returns how many there are. With `json`,
-// as an object with the list of them. Lines that cannot be read are left out. Throws
-// std::runtime_error if there is no history.
+// as an object with the list of them; with `form`, as a table with a row for each entry. Lines that
+// cannot be read are left out. Throws std::runtime_error if there is no history.
 std::size_t writeHistory(std::ostream& out, const Terminal& terminal,
-                         const std::string& stateDirectory, const std::optional<Frame>& json);
+                         const std::string& stateDirectory, const std::optional<Frame>& json,
+                         const std::optional<TableForm>& form);
+
+Columns historyColumns();
 
 }  // namespace show

@@ -190,6 +190,7 @@ Inventory parseInventory(std::string_view text) {
                         : "format " + std::to_string(*format) + " is not known here");
   }
   Inventory inventory;
+  inventory.format = static_cast<int>(*format);
   inventory.time = utf8(document["time"]);
   inventory.version = utf8(document["version"]);
   inventory.lastGoodRun = utf8(document["lastGoodRun"]);

@@ -14,6 +14,7 @@
 namespace show {
 
 struct Inventory {
+  int format = 2;
   // RFC 3339; absent in format 1.
   std::optional<std::string> time;
   std::optional<std::string> version;

@@ -5,9 +5,12 @@
 #include <cstdlib>
 #include <functional>
 #include <map>
+#include <string>
+#include <utility>
 
 #include "cim/client.h"
 #include "cim/machine.h"
+#include "text.h"
 
 using Pegasus::Array;
 using Pegasus::CIMClient;
@@ -81,6 +84,12 @@ std::optional<Value> valueOf(const CIMInstance& instance, const char* property) 
 std::optional<String> textOf(const CIMInstance& instance, const char* property) {
   auto text = valueOf<String>(instance, property);
   return text && text->size() > 0 ? text : std::nullopt;
+}
+
+String folded(const String& text) {
+  std::u16string units(lowered(text).view());
+  std::erase(units, u' ');
+  return String(std::move(units));
 }
 
 // The types of CIM_PhysicalMemory.MemoryType that a server of the last 25 years may have.
@@ -180,6 +189,31 @@ bool Parts::has(const String& compared) const {
 
 bool Parts::isBroken() const {
   return std::any_of(list.begin(), list.end(), [](const Part& part) { return !part.compared; });
+}
+
+std::vector<NamedPart> partsNamed(const Machine& machine, const String& name) {
+  using Same = std::function<bool(const Part&)>;
+  const String wanted = folded(name);
+  const std::array<Same, 3> rules = {[&](const Part& part) { return part.place == name; },
+                                     [&](const Part& part) { return part.locator == name; },
+                                     [&](const Part& part) {
+                                       return (part.place && folded(*part.place) == wanted) ||
+                                              (part.locator && folded(*part.locator) == wanted);
+                                     }};
+  std::vector<NamedPart> found;
+  for (const Same& isSame : rules) {
+    for (const bool isModule : {false, true}) {
+      for (const Part& part : (isModule ? machine.memoryModules : machine.processors).list) {
+        if (isSame(part)) {
+          found.push_back({&part, isModule});
+        }
+      }
+    }
+    if (!found.empty()) {
+      break;
+    }
+  }
+  return found;
 }
 
 Machine readMachine(CIMClient& client) {

@@ -67,6 +67,15 @@ struct Machine {
   std::optional<Pegasus::String> language;
 };
 
+struct NamedPart {
+  const Part* part;
+  bool isModule;
+};
+
+// The parts whose place is that; if there are none, those whose slot is labelled so; and if there
+// are none either, those of which one of these differs only in blanks and letter case.
+std::vector<NamedPart> partsNamed(const Machine& machine, const Pegasus::String& name);
+
 // As far as morvik reads it: parts have nothing but the compared text. Throws what the client
 // throws, except for the server's refusals.
 Machine readMachine(Pegasus::CIMClient& client);

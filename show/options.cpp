@@ -1,8 +1,10 @@
 #include "options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstring>
 #include <iostream>
-#include <utility>
+#include <string_view>
 
 #include "entries.h"
 
@@ -11,36 +13,89 @@ namespace show {
 namespace {
 
 constexpr const char* description =
-    "Lists the FRUs that morvik has published on a CIM server, shows what morvik\n"
-    "reads of the machine, and explains which lines of a FRU data file it would\n"
-    "publish.";
+    "Lists the FRUs that morvik has published on a CIM server, shows the machine and\n"
+    "its parts, finds the number for a part, explains which lines of a FRU data file\n"
+    "would be published, and shows what has changed.";
 constexpr const char* footer =
-    "\nExit status: 0 with entries, 1 without, 2 if something went wrong.";
+    "\nExit status: 0 with entries, 1 without, 2 if something went wrong.\n"
+    "With --diff: 0 if nothing has changed, 1 if something has, 2 as above.";
 
-// CLI11 would do this too, and spend half of the help on it.
-void checkTogether(const CLI::App& app) {
-  constexpr std::pair<const char*, const char*> excluded[] = {
-      {"--json", "--csv"},        {"--machine", "--category"}, {"--machine", "--all"},
-      {"--on", "--server"},       {"--on", "--category"},      {"--html", "--json"},
-      {"--html", "--csv"},        {"--html", "--machine"},     {"--html", "--explain"},
-      {"--html", "--history"},    {"--explain", "--all"},      {"--explain", "--machine"},
-      {"--history", "--all"},     {"--history", "--machine"},  {"--history", "--explain"},
-      {"--history", "--category"}};
-  for (const auto& [first, second] : excluded) {
-    if (app.count(first) > 0 && app.count(second) > 0) {
-      throw CLI::ExcludesError(first, second);
+// The option as the user has written it: "-j", or "--json".
+std::string writtenAs(const CLI::App& app, const char* name, int argc, const char* const* argv) {
+  for (int i = 1; i < argc; ++i) {
+    const std::string argument = argv[i];
+    const std::string option = argument.substr(0, argument.find('='));
+    const auto* const known = app.get_option_no_throw(option);
+    if (known != nullptr && known->check_name(name)) {
+      return option;
     }
   }
+  return name;
 }
 
-// CLI11 names the unknown arguments, but not what is wrong with them.
-std::string messageOf(const CLI::ParseError& error, const CLI::App& app) {
+// CLI11 would do this too, and spend half of the help on it.
+void checkTogether(const CLI::App& app, int argc, const char* const* argv) {
+  using Names = std::vector<const char*>;
+  const Names tasks = {"--machine", "--explain", "--history", "--diff", "--for", "--html"};
+  const Names filters = {"--category", "--find", "--all"};
+  const auto refuse = [&](const char* first, const Names& others) {
+    for (const char* other : others) {
+      if (app.count(first) > 0 && app.count(other) > 0) {
+        throw CLI::ExcludesError(writtenAs(app, first, argc, argv),
+                                 writtenAs(app, other, argc, argv));
+      }
+    }
+  };
+  for (std::size_t i = 0; i < tasks.size(); ++i) {
+    for (std::size_t k = i + 1; k < tasks.size(); ++k) {
+      // --for looks into the file of --explain.
+      if (std::strcmp(tasks[i], "--explain") != 0 || std::strcmp(tasks[k], "--for") != 0) {
+        refuse(tasks[i], {tasks[k]});
+      }
+    }
+  }
+  refuse("--json", {"--csv", "--columns", "--no-headings"});
+  for (const char* task : {"--machine", "--history", "--for"}) {
+    refuse(task, filters);
+  }
+  refuse("--html", {"--json", "--csv", "--columns", "--no-headings"});
+  refuse("--explain", {"--all"});
+  refuse("--on", {"--server", "--category", "--find", "--for"});
+}
+
+// CLI11 names the unknown arguments, but not what is wrong with them, and of "-xj" only the "-x".
+std::string messageOf(const CLI::ParseError& error, const CLI::App& app, int argc,
+                      const char* const* argv) {
   const std::vector<std::string> unknown = app.remaining();
   if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::ExtrasError) || unknown.empty()) {
     return error.what();
   }
-  const bool isOption = unknown.front().starts_with('-');
-  return (isOption ? "unknown option: " : "unexpected argument: ") + unknown.front();
+  const std::string& name = unknown.front();
+  if (!name.starts_with('-')) {
+    return "unexpected argument: " + name;
+  }
+  for (int i = 1; i < argc && name.size() == 2; ++i) {
+    const std::string_view argument = argv[i];
+    const bool isGroup = argument.size() > 2 && argument[0] == '-' && argument[1] != '-';
+    if (isGroup && argument.find(name[1]) != std::string_view::npos) {
+      return "unknown option: " + name + " in " + std::string(argument);
+    }
+  }
+  return "unknown option: " + name;
+}
+
+std::string checkFormat(const std::string& text) {
+  return text == "1" || text == "2" ? "" : "'" + text + "' is neither 1 nor 2";
+}
+
+std::vector<std::string> splitAtCommas(const std::string& text) {
+  std::vector<std::string> parts;
+  for (std::size_t start = 0; start <= text.size();) {
+    const std::size_t end = std::min(text.find(',', start), text.size());
+    parts.push_back(text.substr(start, end - start));
+    start = end + 1;
+  }
+  return parts;
 }
 
 // A misspelt name must not look as if nothing were published. Other publishers have categories of
@@ -63,21 +118,31 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
   app.set_help_flag("-h,--help", "Print this help and exit");
   app.add_option("--server", options.server, "CIM server (default: 127.0.0.1:5988)")
       ->type_name("HOST[:PORT]");
-  app.add_flag("-j,--json", options.isJson, "Write JSON");
-  app.add_option("--format", options.format, "Of JSON: 2, or 1 as before version 1.0")
-      ->type_name("NUMBER")
-      ->check(CLI::IsMember({1, 2}));
-  app.add_flag("--csv", options.table.isCsv, "Write CSV");
+  app.add_flag("--machine", options.isMachine, "Show the machine and its parts");
+  app.add_option("--for", options.place, "Show the number for the part at this place")
+      ->type_name("PLACE");
+  app.add_option("--explain", options.explained, "Explain what would be published of a data file")
+      ->type_name("FILE");
+  app.add_option("--diff", options.older, "Show what has changed since this JSON was written")
+      ->type_name("FILE");
+  app.add_flag("--history", options.isHistory, "Show what the runs of morvik-run have changed");
   app.add_option("--category", options.categories, "Only this category; may be repeated")
       ->type_name("NAME")
       ->allow_extra_args(false);
+  app.add_option("--find", options.wanted, "Only entries with this in a number or text")
+      ->type_name("TEXT");
   app.add_flag("--all", options.isAll, "Show the entries of other publishers, too");
-  app.add_flag("--machine", options.isMachine, "Show what morvik reads of this machine");
-  app.add_flag("--history", options.isHistory, "Show what the runs of morvik-run have changed");
+  app.add_flag("-j,--json", options.isJson, "Write JSON");
+  app.add_option("--format", options.format, "Of JSON: 2, or 1 as before version 1.0")
+      ->type_name("NUMBER")
+      ->check(CLI::Validator(checkFormat, ""));
+  app.add_flag("--csv", options.table.isCsv, "Write CSV");
+  std::string columns;
+  app.add_option("--columns", columns, "Only these columns, in this order")->type_name("NAME,...");
+  bool hasNoHeadings = false;
+  app.add_flag("--no-headings", hasNoHeadings, "Leave out the line of headings");
   app.add_option("--state", options.state, "State directory of morvik-run (/var/lib/morvik)")
       ->type_name("DIR");
-  app.add_option("--explain", options.explained, "Explain what morvik would publish of a data file")
-      ->type_name("FILE");
   app.add_option("--on", options.others, "Explain it on the machines of these inventories")
       ->type_name("FILE")
       ->needs("--explain");
@@ -86,8 +151,12 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
       ->expected(0, CLI::detail::expected_max_vector_size);
   try {
     app.parse(argc, argv);
-    checkTogether(app);
+    checkTogether(app, argc, argv);
     checkCategories(options);
+    options.table.hasHeadings = !hasNoHeadings;
+    if (app.count("--columns") > 0) {
+      options.table.columns = splitAtCommas(columns);
+    }
     options.isHtml = app.count("--html") > 0;
     // CLI11 has an empty text for an option without values.
     std::erase(options.inventories, "");
@@ -98,8 +167,8 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
       app.exit(error);
       return ExitStatus::entries;
     }
-    std::cerr << "morvik-show: " << messageOf(error, app) << "\nTry 'morvik-show --help'."
-              << std::endl;
+    std::cerr << "morvik-show: " << messageOf(error, app, argc, argv)
+              << "\nTry 'morvik-show --help'." << std::endl;
     return ExitStatus::trouble;
   }
   return options;

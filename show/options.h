@@ -31,11 +31,17 @@ struct Options {
   std::optional<std::string> explained;
   // Inventories of the machines to explain it on, in place of the server's.
   std::vector<std::string> others;
+  // The place whose part is looked for.
+  std::optional<std::string> place;
+  // The older inventory to compare with.
+  std::optional<std::string> older;
   // The categories to show, in any letter case; all if there are none.
   std::vector<std::string> categories;
+  // What a number or text of an entry must have in it, in any letter case.
+  std::optional<std::string> wanted;
 };
 
-// The manual page lists the same.
+// The manual page lists the same. With `older`, 0 is for no difference, and 1 for one.
 enum class ExitStatus { entries = 0, noEntries = 1, trouble = 2 };
 
 // The options, or the status to end with after the user has been shown what they asked for or did

@@ -1,6 +1,7 @@
 #include "output.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 
@@ -185,6 +186,38 @@ void writeParts(Table& table, const Machine& machine) {
     }
   }
   table.end();
+}
+
+Columns numberColumns() {
+  return {{"place", "PLACE"},
+          {"part", "PART"},
+          {"fruNumber", "FRU NUMBER"},
+          {"description", "DESCRIPTION"}};
+}
+
+void writeNumbers(Table& table, const std::vector<PartNumber>& numbers) {
+  for (const PartNumber& number : numbers) {
+    const auto& [part, isModule] = number.named;
+    table.add({{part->place, partWords(*part, isModule), number.fruNumber, number.description},
+               Style::plain,
+               true});
+  }
+  table.end();
+}
+
+void writeNumbersJson(std::ostream& out, const Frame& frame, const Machine& machine,
+                      const std::vector<PartNumber>& numbers) {
+  Json members = beginning(frame);
+  members["machine"] = toJson(machine, frame.format);
+  JsonList list(out, members, "numbers");
+  for (const PartNumber& number : numbers) {
+    const auto& [part, isModule] = number.named;
+    list.add({{"place", toJson(part->place)},
+              {"category", isModule ? "MEMORY" : "PROCESSOR"},
+              {"fruNumber", toJson(number.fruNumber)},
+              {"description", toJson(number.description)}});
+  }
+  list.end(Json::object());
 }
 
 Summary writeExplanations(Table& table, const NextExplanation& next) {

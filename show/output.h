@@ -26,6 +26,19 @@ void writeParts(Table& table, const Machine& machine);
 Summary writeExplanations(Table& table, const NextExplanation& next);
 void writeSummary(std::ostream& out, const Summary& summary);
 
+// The number for a part, and the part.
+struct PartNumber {
+  NamedPart named;
+  // Both absent if there is no entry for the part.
+  std::optional<Pegasus::String> fruNumber;
+  std::optional<Pegasus::String> description;
+};
+
+Columns numberColumns();
+void writeNumbers(Table& table, const std::vector<PartNumber>& numbers);
+void writeNumbersJson(std::ostream& out, const Frame& frame, const Machine& machine,
+                      const std::vector<PartNumber>& numbers);
+
 // "2400 MHz", "16 GiB"; what morvik makes of a part without a value.
 Pegasus::String partWords(const Part& part, bool isModule);
 // "DDR4, 2666 MHz"; "Processor 3 GHz, 8 cores".

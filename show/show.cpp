@@ -6,13 +6,17 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <filesystem>
 #include <fstream>
+#include <functional>
+#include <initializer_list>
 #include <iostream>
 #include <memory>
 #include <sstream>
 #include <string>
 
 #include "cim/client.h"
+#include "difference.h"
 #include "entries.h"
 #include "explainer.h"
 #include "fleet.h"
@@ -53,17 +57,51 @@ Machine readWholeMachine(CIMClient& client, const Options& options) {
   return machine;
 }
 
-ExitStatus list(CIMClient& client, const Options& options, const Terminal& terminal) {
-  std::vector<Entry> entries = readEntries(client);
-  std::erase_if(entries, [&](const Entry& entry) {
-    return !(options.isAll || entry.isOurs) ||
-           !(entry.problem || isAmong(entry.category, options.categories));
+using Texts = std::initializer_list<std::optional<String>>;
+
+bool isWanted(const Options& options, const std::optional<String>& category, const Texts& texts) {
+  if (!isAmong(category, options.categories)) {
+    return false;
+  }
+  const String wanted = lowered(String(options.wanted.value_or("")));
+  return std::any_of(texts.begin(), texts.end(), [&](const std::optional<String>& text) {
+    const String whole = lowered(text.value_or(String()));
+    return whole.view().find(wanted.view()) != std::u16string_view::npos;
   });
+}
+
+// An entry that cannot be read may be any of them.
+bool isWanted(const Options& options, const Entry& entry) {
+  return (options.isAll || entry.isOurs) &&
+         (entry.problem || isWanted(options, entry.category,
+                                    {entry.category, entry.fruNumber, entry.description,
+                                     entry.identifyingNumber, entry.vendor}));
+}
+
+std::vector<Entry> readWanted(CIMClient& client, const Options& options) {
+  std::vector<Entry> entries = readEntries(client);
+  std::erase_if(entries, [&](const Entry& entry) { return !isWanted(options, entry); });
+  return entries;
+}
+
+// Whether all could be read; reports those that could not.
+bool areReadable(const std::vector<Entry>& entries) {
+  const auto unreadable = std::count_if(
+      entries.begin(), entries.end(), [](const Entry& entry) { return entry.problem.has_value(); });
+  if (unreadable > 0) {
+    const std::string count = std::to_string(unreadable);
+    complain(String(count + (unreadable == 1 ? " entry" : " entries") + " cannot be read"));
+  }
+  return unreadable == 0;
+}
+
+ExitStatus list(CIMClient& client, const Options& options, const Terminal& terminal) {
+  const std::vector<Entry> entries = readWanted(client, options);
   if (options.isHtml) {
     const Frame frame = frameOf(options);
     writePage(std::cout,
               {{options.server,
-                {timeText(frame.time), MORVIK_VERSION, frame.lastGoodRun,
+                {frame.format, timeText(frame.time), MORVIK_VERSION, frame.lastGoodRun,
                  readWholeMachine(client, options), entries}}},
               frame.time);
   } else if (options.isJson) {
@@ -78,11 +116,7 @@ ExitStatus list(CIMClient& client, const Options& options, const Terminal& termi
   if (const auto note = noteAbout(options.state, std::chrono::system_clock::now())) {
     complain(String(*note));
   }
-  const auto unreadable = std::count_if(
-      entries.begin(), entries.end(), [](const Entry& entry) { return entry.problem.has_value(); });
-  if (unreadable > 0) {
-    const std::string count = std::to_string(unreadable);
-    complain(String(count + (unreadable == 1 ? " entry" : " entries") + " cannot be read"));
+  if (!areReadable(entries)) {
     return ExitStatus::trouble;
   }
   return entries.empty() ? ExitStatus::noEntries : ExitStatus::entries;
@@ -152,9 +186,11 @@ ExitStatus showPage(const Options& options) {
 }
 
 ExitStatus showHistory(const Options& options, const Terminal& terminal) {
-  const std::size_t changes =
-      writeHistory(std::cout, terminal, options.state,
-                   options.isJson ? std::optional(frameOf(options)) : std::nullopt);
+  const std::optional<Frame> frame =
+      options.isJson ? std::optional(frameOf(options)) : std::nullopt;
+  const bool isTable = options.table.isCsv || !options.table.columns.empty();
+  const std::size_t changes = writeHistory(std::cout, terminal, options.state, frame,
+                                           isTable ? std::optional(options.table) : std::nullopt);
   if (!std::cout.flush()) {
     throw std::runtime_error("cannot write to standard output");
   }
@@ -196,23 +232,52 @@ ExitStatus showMachine(CIMClient& client, const Options& options, const Terminal
   return isEmpty ? ExitStatus::noEntries : ExitStatus::entries;
 }
 
+// The file to explain, or else that of the last good run of this machine.
+std::string dataFileOf(const Options& options) {
+  return options.explained.value_or(options.state + "/" + goodFile);
+}
+
+std::ifstream openDataFile(const Options& options) {
+  const std::string name = dataFileOf(options);
+  std::error_code error;
+  const bool isKnown = isOwnMachine(options) || options.isStateGiven;
+  if (!options.explained && (!isKnown || !std::filesystem::exists(name, error))) {
+    throw std::runtime_error("--for needs --explain FILE: morvik-run has left no data file " +
+                             (isKnown ? "in " + options.state : "of that machine here"));
+  }
+  return openFile(name);
+}
+
+// The explanation of the next line; nothing at the end. Throws if the file fails.
+std::optional<Explanation> nextOf(Explainer& explainer, std::istream& file,
+                                  const std::string& name) {
+  String line;
+  const LineRead read = readAnyLine(file, line);
+  if (read != LineRead::end) {
+    return explainer.explain(read, line);
+  }
+  if (file.bad()) {
+    failToRead(name, EIO);
+  }
+  return std::nullopt;
+}
+
 ExitStatus explain(CIMClient& client, const Options& options, std::istream& file,
                    const Terminal& terminal) {
   // An import reads these first, and ends there if it cannot.
   client.enumerateInstanceNames(cimNamespace, "KVAXDT_FRU");
   const Machine machine = readWholeMachine(client, options);
   Explainer explainer(client, machine);
-  String line;
   const auto next = [&]() -> std::optional<Explanation> {
-    for (LineRead read = readAnyLine(file, line); read != LineRead::end;
-         read = readAnyLine(file, line)) {
-      Explanation explanation = explainer.explain(read, line);
-      if (isAmong(explanation.category, options.categories)) {
+    for (auto explanation = nextOf(explainer, file, *options.explained); explanation;
+         explanation = nextOf(explainer, file, *options.explained)) {
+      const auto& fields = explanation->fields;
+      const bool hasFields = fields.has_value();
+      if (isWanted(options, explanation->category,
+                   {explanation->category, hasFields ? fields->fruNumber : String(),
+                    hasFields ? fields->description : String(), explanation->reason.words})) {
         return explanation;
       }
-    }
-    if (file.bad()) {
-      failToRead(*options.explained, EIO);
     }
     return std::nullopt;
   };
@@ -229,6 +294,102 @@ ExitStatus explain(CIMClient& client, const Options& options, std::istream& file
   return summary.published > 0 ? ExitStatus::entries : ExitStatus::noEntries;
 }
 
+[[noreturn]] void failToFind(const std::string& place, const Machine& machine) {
+  std::string words = "no part at '" + place + "'; there are";
+  const char* separator = " ";
+  for (const Parts* parts : {&machine.processors, &machine.memoryModules}) {
+    for (const Part& part : parts->list) {
+      words += separator + part.place.value_or("?").toUtf8();
+      separator = ", ";
+    }
+  }
+  throw std::runtime_error(*separator == ' ' ? "the CIM server has no parts" : words);
+}
+
+bool isFor(const Explanation& line, const NamedPart& named) {
+  const auto& places = line.places;
+  return line.category == (named.isModule ? "MEMORY" : "PROCESSOR") && named.part->place &&
+         std::find(places.begin(), places.end(), *named.part->place) != places.end();
+}
+
+ExitStatus showPlace(CIMClient& client, const Options& options, std::istream& file,
+                     const Terminal& terminal) {
+  const Machine machine = readWholeMachine(client, options);
+  std::vector<PartNumber> numbers;
+  for (const NamedPart& named : partsNamed(machine, String(*options.place))) {
+    numbers.push_back({named, {}, {}});
+  }
+  if (numbers.empty()) {
+    failToFind(*options.place, machine);
+  }
+  const std::size_t parts = numbers.size();
+  Explainer explainer(client, machine);
+  while (const auto line = nextOf(explainer, file, dataFileOf(options))) {
+    for (std::size_t i = 0; i < parts; ++i) {
+      if (isFor(*line, numbers[i].named)) {
+        PartNumber number = {numbers[i].named, line->fields->fruNumber, line->fields->description};
+        // The first takes the place of the part without a number.
+        if (numbers[i].fruNumber) {
+          numbers.push_back(std::move(number));
+        } else {
+          numbers[i] = std::move(number);
+        }
+      }
+    }
+  }
+  std::stable_sort(numbers.begin(), numbers.end(), [](const PartNumber& a, const PartNumber& b) {
+    return std::less<>()(a.named.part, b.named.part);
+  });
+  if (options.isJson) {
+    writeNumbersJson(std::cout, frameOf(options), machine, numbers);
+  } else {
+    TableForm form = options.table;
+    form.hasHeadings = form.hasHeadings && form.isCsv;
+    Table table(std::cout, terminal, form, numberColumns());
+    writeNumbers(table, numbers);
+  }
+  const bool isEachFound = std::all_of(numbers.begin(), numbers.end(),
+                                       [](const PartNumber& number) { return number.fruNumber; });
+  if (!isEachFound) {
+    complain(String("no entry of " + dataFileOf(options) + " is for it"));
+  }
+  return isEachFound ? ExitStatus::entries : ExitStatus::noEntries;
+}
+
+ExitStatus compare(CIMClient& client, const Options& options, const Inventory& older,
+                   const Terminal& terminal) {
+  Inventory before = older;
+  Inventory now;
+  const bool isFiltered = !options.categories.empty() || options.wanted;
+  if (before.machine && !isFiltered) {
+    now.machine = readWholeMachine(client, options);
+  }
+  if (before.entries) {
+    now.entries = readWanted(client, options);
+    std::erase_if(*before.entries, [&](const Entry& entry) { return !isWanted(options, entry); });
+  }
+  const std::vector<Difference> differences = differencesOf(before, now);
+  if (options.isJson) {
+    writeDifferencesJson(std::cout, frameOf(options), before.time, differences);
+  } else if (!differences.empty() || options.table.isCsv) {
+    Table table(std::cout, terminal, options.table, differenceColumns());
+    writeDifferences(table, differences);
+  }
+  if (now.entries && !areReadable(*now.entries)) {
+    return ExitStatus::trouble;
+  }
+  return differences.empty() ? ExitStatus::entries : ExitStatus::noEntries;
+}
+
+Columns columnsOf(const Options& options) {
+  return options.isMachine   ? machineColumns()
+         : options.place     ? numberColumns()
+         : options.older     ? differenceColumns()
+         : options.isHistory ? historyColumns()
+         : options.explained ? explanationColumns()
+                             : listColumns(options.isAll);
+}
+
 // The port of plain CIM-XML, where none is given.
 String addressOf(const std::string& server) {
   const std::size_t port = server.find(':', server.rfind(']') + 1);
@@ -239,6 +400,7 @@ String addressOf(const std::string& server) {
 
 ExitStatus run(const Options& options) {
   const Terminal terminal = terminalOf(STDOUT_FILENO);
+  checkColumns(options.table, columnsOf(options));
   if (options.isHistory) {
     return showHistory(options, terminal);
   }
@@ -251,8 +413,11 @@ ExitStatus run(const Options& options) {
   }
   // Opened first: a missing file is reported even if there is no server.
   std::ifstream file;
-  if (options.explained) {
-    file = openFile(*options.explained);
+  std::optional<Inventory> older;
+  if (options.explained || options.place) {
+    file = openDataFile(options);
+  } else if (options.older) {
+    older = readInventory(*options.older);
   }
   if (!options.others.empty()) {
     const ExitStatus status = explainOnOthers(options, file, terminal);
@@ -265,7 +430,11 @@ ExitStatus run(const Options& options) {
   CIMClient& client = *owner;
   client.connect(addressOf(options.server), String::EMPTY, String::EMPTY);
   ExitStatus status = ExitStatus::entries;
-  if (options.explained) {
+  if (options.place) {
+    status = showPlace(client, options, file, terminal);
+  } else if (older) {
+    status = compare(client, options, *older, terminal);
+  } else if (options.explained) {
     status = explain(client, options, file, terminal);
   } else if (options.isMachine) {
     status = showMachine(client, options, terminal);

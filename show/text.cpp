@@ -5,7 +5,8 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 #include <utf8.h>
-#include <wchar.h>  // NOLINT(modernize-deprecated-headers): <cwchar> has no wcwidth
+#include <wchar.h>   // NOLINT(modernize-deprecated-headers): <cwchar> has no wcwidth
+#include <wctype.h>  // NOLINT(modernize-deprecated-headers): as above
 
 #include <charconv>
 #include <cstdlib>
@@ -123,6 +124,17 @@ std::string sanitized(const String& text, const Terminal& terminal) {
     }
   }
   return result;
+}
+
+String lowered(const String& text) {
+  const Utf8Locale inUtf8;
+  std::u16string units(text.view());
+  for (char16_t& unit : units) {
+    const wint_t small = towlower(unit);
+    // Surrogates have no case, and no letter of two units one of one.
+    unit = small <= 0xFFFF ? static_cast<char16_t>(small) : unit;
+  }
+  return String(std::move(units));
 }
 
 std::size_t columnsOf(const std::string& text) {

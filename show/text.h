@@ -32,6 +32,9 @@ Terminal terminalOf(int descriptor);
 // past ASCII.
 std::string sanitized(const Pegasus::String& text, const Terminal& terminal);
 
+// In small letters, in whatever locale; for comparisons.
+Pegasus::String lowered(const Pegasus::String& text);
+
 // The columns that a sanitized text takes: 2 for each wide character of East Asia, none for
 // combining marks.
 std::size_t columnsOf(const std::string& text);

@@ -10,10 +10,12 @@ _morvik_show() {
         ;;
     --state) mapfile -t COMPREPLY < <(compgen -d -- "$word") && compopt -o filenames ;;
     --format) mapfile -t COMPREPLY < <(compgen -W '1 2' -- "$word") ;;
-    --explain | --on | --html) mapfile -t COMPREPLY < <(compgen -f -- "$word") && compopt -o filenames ;;
+    --explain | --on | --diff | --html) mapfile -t COMPREPLY < <(compgen -f -- "$word") && compopt -o filenames ;;
+    --for | --find | --columns) COMPREPLY=() ;;
     *)
-        mapfile -t COMPREPLY < <(compgen -W '--server --json --format --csv --category --all --machine
-            --explain --on --html --history --state --version --help' -- "$word")
+        mapfile -t COMPREPLY < <(compgen -W '--server --machine --for --explain --on --diff --history --html
+            --category --find --all --json --format --csv --columns --no-headings --state --version
+            --help' -- "$word")
         ;;
     esac
 }

@@ -5,9 +5,14 @@ _arguments \
     '(--csv)--json[print JSON]' \
     '--format[format of JSON]:format:(1 2)' \
     '(--json)--csv[print CSV]' \
+    '(--json)--columns[only these columns]:names: ' \
+    '(--json)--no-headings[leave out the headings]' \
+    '--find[only entries with this text]:text: ' \
     '--category[only this category]:category:(PROCESSOR MEMORY KEYBOARD PLANAR CDROM FLOPPY OPTIONSP FAN BACKPLANE)' \
     '--all[instances of other publishers too]' \
-    '--machine[what morvik reads of this machine]' \
+    '--machine[the machine and its parts]' \
+    '--for[the number for the part at a place]:place: ' \
+    '--diff[what has changed since this JSON]:file:_files' \
     '--explain[judge each line of a FRU data file]:file:_files' \
     '*--on[explain it on the machines of inventories]:inventory:_files' \
     '*--html[write a page of inventories]:inventory:_files' \

@@ -32,14 +32,6 @@ PLANAR     A4          Board für 日本  KVAHalvoranFru1
 FAN        A5          Fan,            KVAHalvoranFru1'
 }
 
-@test "entries are in numerical order: 10 comes after 9" {
-    startMachine
-    seq -f '"F%g","FAN","","x"' 12 | importLines
-    runShow
-    ends 0
-    equal "$(seq -f KVAHalvoranFru%g 12)" "$(awk 'NR > 1 { print $4 }' "$out")" 'the numbers'
-}
-
 @test "nothing published: status 1, and nothing on standard output but the frame of JSON and CSV" {
     startMachine
     runShow
@@ -71,12 +63,16 @@ FAN        A5          Fan,            KVAHalvoranFru1'
 @test "every JSON document is as its schema says, and the schema has all its members" {
     startCimd --smbios "$BATS_TEST_DIRNAME/../data/smbios/mixed-sockets-and-dimms" "$schema/kvaxdt.mof"
     printf '"A1","MEMORY","SIZE=512","x"\n"A2","MEMORY","SIZE=1","x"\n# x\n' >fru.txt
-    local option
+    local option expected
     "$MORVIK_BIN_DIR/morvik-run" --file fru.txt --state state >/dev/null
-    for option in all machine 'explain fru.txt' history; do
+    runShow --json --machine
+    sed 's/2600/2500/g' "$out" >old
+    for option in all machine 'explain fru.txt' 'for P1_DIMMA2' history 'diff old'; do
         # shellcheck disable=SC2086 # words on purpose
         runShow --$option --json --state state
-        ends 0
+        expected=0
+        [[ $option != diff* ]] || expected=1
+        equal "$expected" "$status" "the status of --$option"
         cp "$out" "${option%% *}.json"
     done
     "$python" "$support/valid_json.py" "$project/docs/inventory.schema.json" ./*.json
@@ -93,29 +89,6 @@ FAN        A5          Fan,            KVAHalvoranFru1'
     ends 0
     equal "{'model': 'Server 123 -[1234ABX]-', 'machineType': '1234', 'processorClocks': ['2400'], 'memorySizes': ['512'], 'languageCode': '', 'lang': None}" \
         "$(jsonOf 'it["machine"]')" 'the machine'
-}
-
-@test "--json: a property without a value is null, an empty one is empty" {
-    startDescribed '{"KVAXDT_FRU": [[["IdentifyingNumber", "string", "KVAHalvoranFru1"],
-        ["Description", "string", null], ["Name", "string", ""]]]}'
-    runShow --json
-    ends 0
-    equal "('', None, None)" "$(jsonOf '(lambda e: (e["category"], e["description"], e["vendor"]))(it["entries"][0])')" values
-    runShow
-    equal '          -           -            KVAHalvoranFru1' "$(tail -n 1 "$out")" 'the line'
-}
-
-@test "--csv: RFC 4180, as an independent reader reads it" {
-    startMachine
-    createAs 'Say "KVA", Ltd' 'A,1' KVAHalvoranFru1
-    createAs $'two\nlines' 'A 2' KVAHalvoranFru2
-    runShow --csv
-    ends 0
-    equal "['FAN', 'A,1', 'other', 'KVAHalvoranFru1', 'Say \"KVA\", Ltd', '9', 'true', '']
-['FAN', 'A 2', 'other', 'KVAHalvoranFru2', 'two\\nlines', '9', 'true', '']" \
-        "$("$python" -c 'import csv, sys
-for row in list(csv.reader(open(sys.argv[1], newline=""), strict=True))[1:]: print(row)' "$out")" rows
-    head -n 2 "$out" | tail -n 1 | cmp - <(printf 'FAN,"A,1",other,KVAHalvoranFru1,"Say ""KVA"", Ltd",9,true,\r\n')
 }
 
 @test "--category: any letter case, several times" {
@@ -157,12 +130,6 @@ B2 false' "$(sed 1d "$out" | tr -d '\r' | awk -F , '{ print $2, $7 }')" 'all ent
     grep -qx 'FAN       B3          other        1                   Acme' "$out"
 }
 
-@test "subclasses are listed too, and what a class inherits is asked for" {
-    startDescribed '{"KVAXDT_FRU": []}'
-    runShow
-    grep -q 'EnumerateInstances root/kvasd .*KVAXDT_FRU.* DeepInheritance=true LocalOnly=false' "$log"
-}
-
 @test "only entries of others: status 1 without --all" {
     startMachine
     createAs Acme B3 1
@@ -170,6 +137,114 @@ B2 false' "$(sed 1d "$out" | tr -d '\r' | awk -F , '{ print $2, $7 }')" 'all ent
     ends 1 'no entries'
     runShow --all
     ends 0
+}
+
+@test "--find: a part of a number or text, in any letter case" {
+    publishSome
+    runShow --find FÜR --no-headings
+    ends 0
+    wrote 'PLANAR  A4  Board für 日本  KVAHalvoranFru1'
+    runShow --find a5 --columns fruNumber,description --no-headings
+    ends 0
+    wrote 'A5  Fan, '
+    runShow --find nowhere
+    ends 1 'no entries'
+}
+
+@test "every table is CSV too, with the columns that are asked for" {
+    startMachine
+    createAs 'Say "KVA", Ltd' 'A,1' KVAHalvoranFru1
+    createAs $'two\nlines' 'A 2' KVAHalvoranFru2
+    printf '"A3","FAN","","fan, ""big"\n' >fru.txt
+    mkdir state
+    echo '{"time": "T", "source": "S", "added": [{"category": "FAN", "fruNumber": "A3", "description": "x"}]}' \
+        >state/history.jsonl
+    runShow --json
+    sed '/two/d; s/"description":"other"/"description":"an,other"/' "$out" | sed -z 's/},\n]/}\n]/' >old.json
+    local arguments
+    while read -ra arguments; do
+        runShow "${arguments[@]}" --state state --csv
+        "$python" -c 'import csv, sys
+for row in csv.reader(open(sys.argv[1], newline=""), strict=True): print(row)' "$out"
+    done >rows <<'END'
+--columns fruNumber,vendor
+--machine --columns place,part
+--explain fru.txt --columns Words,description
+--history
+--diff old.json
+END
+    equal "['fruNumber', 'vendor']
+['A,1', 'Say \"KVA\", Ltd']
+['A 2', 'two\\nlines']
+['place', 'part']
+['0', '2400 MHz']
+['1', '512 MiB']
+['words', 'description']
+['as KVAHalvoranFru1', 'fan, ']
+['time', 'source', 'change', 'category', 'fruNumber', 'description']
+['T', 'S', 'added', 'FAN', 'A3', 'x']
+['change', 'part', 'name', 'member', 'old', 'new']
+['added', 'FAN', 'A 2', '', '', 'other']
+['changed', 'FAN', 'A,1', 'description', 'an,other', 'other']" "$(cat rows)" 'the rows'
+    runShow --columns vendors
+    ends 2 "--columns: no column 'vendors'; there are category, fruNumber, description, identifyingNumber, vendor, revisionLevel, publishedByMorvik, problem"
+}
+
+# --- the number for a part, and what has changed ---
+
+@test "--for: the number for the part at a place, from the last good file or a given one" {
+    startMachine
+    printf '"A1","MEMORY","SIZE=512","DIMM"\n"A2","MEMORY","SIZE=512","low"\n"A3","PROCESSOR","SPEED=1","x"\n' >fru.txt
+    runShow --for 1 --explain fru.txt
+    ends 0
+    wrote '1  512 MiB  A1  DIMM
+1  512 MiB  A2  low'
+    runShow --for 0 --explain fru.txt
+    ends 1 'no entry of fru.txt is for it'
+    wrote '0  2400 MHz  -  -'
+    runShow --for 'DIMM 7' --explain fru.txt
+    ends 2 "no part at 'DIMM 7'; there are 0, 1"
+    runShow --for 1 --state state
+    ends 2 '--for needs --explain FILE: morvik-run has left no data file in state'
+    "$MORVIK_BIN_DIR/morvik-run" --file fru.txt --state state >/dev/null
+    runShow --for 1 --state state --csv --columns fruNumber
+    ends 0
+    fileIs "$out" 'fruNumber\r\nA1\r\nA2\r\n'
+    runShow --for 1 --server 127.0.0.1
+    ends 2 '--for needs --explain FILE: morvik-run has left no data file of that machine here'
+}
+
+@test "--diff: status 0 without a difference, 1 with one, 2 for a file that is none of its own" {
+    publishSome
+    local format
+    for format in 1 2; do
+        runShow --json --format "$format"
+        cp "$out" "old$format.json"
+        runShow --diff "old$format.json"
+        ends 0
+        wrote ''
+    done
+    importLines <<<'"A5","FAN","","another fan"'
+    runShow --diff old1.json --category fan --category planar
+    ends 1
+    wrote 'CHANGE   PART    NUMBER OR PLACE  MEMBER       OLD             NEW
+changed  FAN     A5               description  Fan,            another fan
+removed  PLANAR  A4               -            Board für 日本  -'
+    stopServers
+    startMachine --speeds 1800
+    runShow --diff old2.json --columns member,old,new --no-headings --category FAN
+    ends 1
+    runShow --diff old2.json --no-headings
+    ends 1
+    grep -qx 'changed  processor  0 *clock *2400 MHz *1800 MHz' "$out"
+    echo '{}' >none.json
+    runShow --diff none.json
+    ends 2 'none.json: not a document of morvik-show'
+    runShow --diff missing.json
+    ends 2 'cannot read missing.json: No such file or directory'
+    head -c 68M /dev/zero >large.json
+    runShow --diff large.json
+    ends 2 'large.json: larger than 64 MiB'
 }
 
 # --- entries that cannot be read ---
@@ -375,10 +450,28 @@ extra
 --machine --category FAN
 --explain fru.txt --all
 --explain fru.txt --machine
+--machine --history
+--for x --machine
+--diff x --explain fru.txt
+--history --find x
+--json --columns place
+-j --no-headings
+--format 3
 --explain
 --category
 --category FAN PLANAR
 --server
+END
+    while IFS='|' read -r arguments message; do
+        # shellcheck disable=SC2086 # words on purpose
+        runShow $arguments
+        ends 2 "$message
+Try 'morvik-show --help'."
+    done <<'END'
+-jx|unknown option: -x in -jx
+--unknown=1|unknown option: --unknown=1
+-j --csv|-j excludes --csv
+--csv --json|--json excludes --csv
 END
     local address
     for address in :5988 127.0.0.1: 127.0.0.1:0 127.0.0.1:5988x ::1; do
@@ -392,7 +485,7 @@ END
     runShow --help
     ends 0
     local option
-    for option in --server -j,--json --format --csv --category --all --machine --explain -V,--version -h,--help; do
+    for option in --server -j,--json --format --csv --columns --no-headings --category --find --all --machine --for --diff --explain -V,--version -h,--help; do
         grep -q -e "^  $option" "$out"
     done
     (($(wc -L <"$out") <= 80))

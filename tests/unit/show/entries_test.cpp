@@ -51,6 +51,25 @@ class Entries : public testing::Test {
 const char* const enumeration = "enumerateInstances ";
 const char* const secondEntry = "getInstance root/kvasd KVAXDT_FRU.Id=\"1\" false";
 
+TEST_F(Entries, ShorterNumbersComeFirst) {
+  for (const char* number : {"KVAHalvoranFru10", "KVAHalvoranFru9"}) {
+    fakeServer.classes["KVAXDT_FRU"].push_back(
+        instanceWith("KVAXDT_FRU", {CIMProperty("IdentifyingNumber", CIMValue(String(number)))}));
+  }
+  const std::vector<Entry> entries = readEntries(client);
+  ASSERT_EQ(entries.size(), 2U);
+  EXPECT_EQ(entries[0].identifyingNumber, String("KVAHalvoranFru9"));
+  EXPECT_EQ(entries[1].identifyingNumber, String("KVAHalvoranFru10"));
+  EXPECT_FALSE(entries[0].category || entries[0].vendor) << "there is no such property";
+}
+
+TEST_F(Entries, SubclassesAndInheritedPropertiesAreAskedFor) {
+  fakeServer.classes["KVAXDT_FRU"] = {};
+  readEntries(client);
+  EXPECT_THAT(fakeServer.calls.back(),
+              testing::StartsWith("enumerateInstances root/kvasd KVAXDT_FRU true false"));
+}
+
 TEST_F(Entries, OneUnreadableEntryDoesNotHideTheOthers) {
   failWith(XmlException("not UTF-8"), {enumeration, secondEntry});
   const std::vector<Entry> entries = readEntries(client);

@@ -147,6 +147,31 @@ TEST_F(MachineTest, RefusedClassesAreNamed) {
   EXPECT_EQ(groupWords(machine.processors, false), String("unknown"));
 }
 
+TEST_F(MachineTest, PartsAreFoundByPlaceThenBySlotThenLoosely) {
+  Machine machine;
+  machine.processors.list = {{.place = "CPU 1"}, {}};
+  machine.memoryModules.list = {{.place = "DIMM 1 BANK 0", .locator = "DIMM 1"},
+                                {.place = "DIMM 1 BANK 1", .locator = "DIMM 1"},
+                                {.place = "DIMM 2", .locator = "dimm 1"},
+                                {.place = "dimm2"}};
+  const auto placesOf = [&](const char* name) {
+    std::string places;
+    for (const NamedPart& named : partsNamed(machine, name)) {
+      places += named.part->place->toUtf8() + (named.isModule ? ";" : ":");
+    }
+    return places;
+  };
+  EXPECT_EQ(placesOf("CPU 1"), "CPU 1:");
+  EXPECT_EQ(placesOf("cpu1"), "CPU 1:");
+  EXPECT_EQ(placesOf("DIMM 1"), "DIMM 1 BANK 0;DIMM 1 BANK 1;");
+  EXPECT_EQ(placesOf("DIMM 1 BANK 1"), "DIMM 1 BANK 1;");
+  EXPECT_EQ(placesOf("DIMM 2"), "DIMM 2;");
+  EXPECT_EQ(placesOf("Dimm2"), "DIMM 2;dimm2;");
+  EXPECT_EQ(placesOf("DIMM1"), "DIMM 1 BANK 0;DIMM 1 BANK 1;DIMM 2;");
+  EXPECT_EQ(placesOf("DIMM 3"), "");
+  EXPECT_EQ(placesOf(""), "");
+}
+
 TEST_F(MachineTest, EqualPartsAreCounted) {
   Parts modules;
   EXPECT_EQ(groupWords(modules, true), String("none"));

@@ -55,6 +55,10 @@ TEST(Text, WidthIsCountedInColumns) {
   EXPECT_EQ(columnsOf("\uFFFD"), 1U);
 }
 
+TEST(Text, SmallLettersDoNotDependOnTheLocale) {
+  EXPECT_EQ(lowered("ABC für FÜR \u0416 日\U0001F600").toUtf8(), "abc für für \u0436 日\U0001F600");
+}
+
 TEST(Text, WidthDoesNotDependOnTheLocale) {
   ASSERT_STREQ(setlocale(LC_CTYPE, nullptr), "C");
   EXPECT_EQ(columnsOf("日"), 2U);

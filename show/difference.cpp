@@ -1,0 +1,223 @@
+#include "difference.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "output.h"
+
+using Pegasus::String;
+
+namespace show {
+
+namespace {
+
+using Text = std::optional<String>;
+using Kind = Difference::Kind;
+using Differences = std::vector<Difference>;
+
+const char* wordsOf(Kind kind) {
+  return kind == Kind::added ? "added" : kind == Kind::removed ? "removed" : "changed";
+}
+
+// Members of one thing, before and after.
+class Comparison {
+ public:
+  Comparison(Differences& differences, const String& part, const String& name)
+      : differences_(differences), part_(part), name_(name) {}
+
+  void member(const char* member, const Text& before, const Text& after) {
+    if (before != after) {
+      differences_.push_back({Kind::changed, part_, name_, member, before, after});
+    }
+  }
+
+ private:
+  Differences& differences_;
+  String part_;
+  String name_;
+};
+
+// Calls added, removed or both for the items of either list with the same key, in the order of the
+// keys; the first with the first, and so on.
+template <typename Item, typename KeyOf, typename Both, typename One>
+void match(const std::vector<Item>& before, const std::vector<Item>& after, const KeyOf& keyOf,
+           const Both& both, const One& one) {
+  using Items = std::pair<std::vector<const Item*>, std::vector<const Item*>>;
+  std::map<decltype(keyOf(before.front())), Items> items;
+  for (const Item& item : before) {
+    items[keyOf(item)].first.push_back(&item);
+  }
+  for (const Item& item : after) {
+    items[keyOf(item)].second.push_back(&item);
+  }
+  for (const auto& [key, pair] : items) {
+    const auto& [olds, news] = pair;
+    for (std::size_t i = 0; i < std::max(olds.size(), news.size()); ++i) {
+      if (i < olds.size() && i < news.size()) {
+        both(*olds[i], *news[i]);
+      } else {
+        one(i < news.size() ? Kind::added : Kind::removed, i < news.size() ? *news[i] : *olds[i]);
+      }
+    }
+  }
+}
+
+Difference whole(Kind kind, const String& part, const Text& name, const Text& text) {
+  return {kind,
+          part,
+          name.value_or(String()),
+          String(),
+          kind == Kind::removed ? text : std::nullopt,
+          kind == Kind::added ? text : std::nullopt};
+}
+
+// --- entries ---
+
+std::array<String, 3> keyOf(const Entry& entry) {
+  const auto text = [](const Text& value) { return value.value_or(String()); };
+  return entry.isOurs ? std::array{text(entry.category), text(entry.fruNumber), String()}
+                      : std::array{text(entry.vendor), text(entry.identifyingNumber),
+                                   text(entry.fruNumber) + " "};
+}
+
+void compareEntries(const std::vector<Entry>& before, const std::vector<Entry>& after,
+                    Differences& differences) {
+  match(
+      before, after, keyOf,
+      [&](const Entry& a, const Entry& b) {
+        Comparison comparison(differences, b.category.value_or("entry"),
+                              b.fruNumber.value_or(String()));
+        comparison.member("category", a.category, b.category);
+        comparison.member("description", a.description, b.description);
+        comparison.member("vendor", a.vendor, b.vendor);
+        comparison.member("revisionLevel", a.revisionLevel, b.revisionLevel);
+        comparison.member("problem", a.problem, b.problem);
+      },
+      [&](Kind kind, const Entry& entry) {
+        differences.push_back(
+            whole(kind, entry.category.value_or("entry"), entry.fruNumber, entry.description));
+      });
+}
+
+// --- the machine ---
+
+bool haveNoPlaces(const Parts& parts) {
+  return std::any_of(parts.list.begin(), parts.list.end(),
+                     [](const Part& part) { return !part.place; });
+}
+
+// As format 1 has them.
+Parts comparedOnly(const Parts& parts) {
+  Parts result;
+  for (const Part& part : parts.list) {
+    result.list.push_back({.compared = part.compared});
+  }
+  return result;
+}
+
+Text numberText(const std::optional<std::uint64_t>& number) {
+  return number ? Text(String(std::to_string(*number))) : std::nullopt;
+}
+
+void compareParts(const Parts& before, const Parts& after, bool areModules,
+                  Differences& differences) {
+  if (before.refusal || after.refusal) {
+    return;
+  }
+  const char* const what = areModules ? "memory module" : "processor";
+  if (haveNoPlaces(before) || haveNoPlaces(after)) {
+    Comparison(differences, "machine", String())
+        .member(areModules ? "memoryModules" : "processors",
+                groupWords(comparedOnly(before), areModules),
+                groupWords(comparedOnly(after), areModules));
+    return;
+  }
+  match(
+      before.list, after.list, [](const Part& part) { return *part.place; },
+      [&](const Part& a, const Part& b) {
+        Comparison comparison(differences, what, *b.place);
+        comparison.member(areModules ? "size" : "clock", partWords(a, areModules),
+                          partWords(b, areModules));
+        comparison.member(areModules ? "type" : "name", a.type, b.type);
+        comparison.member("cores", numberText(a.cores), numberText(b.cores));
+        comparison.member("manufacturer", a.manufacturer, b.manufacturer);
+        comparison.member("partNumber", a.partNumber, b.partNumber);
+        comparison.member("serialNumber", a.serialNumber, b.serialNumber);
+      },
+      [&](Kind kind, const Part& part) {
+        String words = partWords(part, areModules);
+        for (const Text& more : {part.type, part.partNumber, part.serialNumber}) {
+          words += more ? String(", ") + *more : String();
+        }
+        differences.push_back(whole(kind, what, part.place, words));
+      });
+}
+
+}  // namespace
+
+Differences differencesOf(const Inventory& before, const Inventory& after) {
+  Differences differences;
+  if (before.machine && after.machine) {
+    const Machine& a = *before.machine;
+    const Machine& b = *after.machine;
+    Comparison comparison(differences, "machine", String());
+    if (before.format > 1 && after.format > 1) {
+      comparison.member("hostName", a.hostName, b.hostName);
+      comparison.member("serialNumber", a.serialNumber, b.serialNumber);
+    }
+    comparison.member("model", a.model, b.model);
+    comparison.member("machineType", a.machineType, b.machineType);
+    compareParts(a.processors, b.processors, false, differences);
+    compareParts(a.memoryModules, b.memoryModules, true, differences);
+  }
+  if (before.entries && after.entries) {
+    compareEntries(*before.entries, *after.entries, differences);
+  }
+  return differences;
+}
+
+Columns differenceColumns() {
+  return {{"change", "CHANGE"},
+          {"part", "PART"},
+          {"name", "NUMBER OR PLACE"},
+          {"member", "MEMBER", Shown::ifFilled},
+          {"old", "OLD"},
+          {"new", "NEW"}};
+}
+
+void writeDifferences(Table& table, const Differences& differences) {
+  const auto filled = [](const String& text) {
+    return text.size() > 0 ? Text(text) : std::nullopt;
+  };
+  for (const Difference& d : differences) {
+    const Style style = d.kind == Kind::added     ? Style::green
+                        : d.kind == Kind::removed ? Style::faint
+                                                  : Style::yellow;
+    table.add(
+        {{String(wordsOf(d.kind)), d.part, filled(d.name), filled(d.member), d.before, d.after},
+         style,
+         true});
+  }
+  table.end();
+}
+
+void writeDifferencesJson(std::ostream& out, const Frame& frame,
+                          const std::optional<std::string>& since, const Differences& differences) {
+  Json members = beginning(frame);
+  members["since"] = since ? Json(*since) : Json();
+  JsonList list(out, members, "differences");
+  for (const Difference& d : differences) {
+    list.add({{"change", wordsOf(d.kind)},
+              {"part", toJson(d.part)},
+              {"name", toJson(d.name)},
+              {"member", toJson(d.member)},
+              {"old", toJson(d.before)},
+              {"new", toJson(d.after)}});
+  }
+  list.end(Json::object());
+}
+
+}  // namespace show
