@@ -163,8 +163,11 @@ std::optional<String> systemText(const std::optional<std::string_view>& bytes, c
   return verbatim(bytes);
 }
 
-SystemFacts readSystem(const Structure& structure, std::vector<std::string>& messages) {
-  return {systemText(structure.textAt(0x05), "product name", "model", messages),
+SystemFacts readSystem(const Structure& structure, const Models& models,
+                       std::vector<std::string>& messages) {
+  const auto product = structure.textAt(0x05);
+  const auto model = models.modelOf(product);
+  return {model ? model : systemText(product, "product name", "model", messages),
           systemText(structure.textAt(0x07), "serial number", "serialNumber", messages),
           makersText(structure, 0x04, maxManufacturer)};
 }
@@ -243,8 +246,9 @@ std::optional<Uint64> capacityBytes(const Structure& device) {
 // another one is added or removed.
 class SmbiosInventory {
  public:
-  SmbiosInventory(const std::vector<Structure>& structures, Inventory& inventory)
-      : inventory_(inventory) {
+  SmbiosInventory(const std::vector<Structure>& structures, const Models& models,
+                  Inventory& inventory)
+      : models_(models), inventory_(inventory) {
     for (const Structure& structure : structures) {
       if (structure.type() == memoryDevice) {
         ++devicesAt_[std::string(locatorOf(structure))];
@@ -265,7 +269,7 @@ class SmbiosInventory {
 
   void add(const Structure& structure) {
     if (structure.type() == systemInformation && !inventory_.system) {
-      inventory_.system = readSystem(structure, inventory_.messages);
+      inventory_.system = readSystem(structure, models_, inventory_.messages);
     } else if (structure.type() == processorInformation) {
       addProcessor(structure);
     } else if (structure.type() == memoryDevice) {
@@ -307,6 +311,7 @@ class SmbiosInventory {
                                  makersFacts(structure, 0x17, 0x18, 0x1A)});
   }
 
+  const Models& models_;
   Inventory& inventory_;
   UniqueNames deviceIds_{maxDeviceId};
   UniqueNames tags_{maxTag};
@@ -323,9 +328,10 @@ void takeProcessorsFromCpuinfo(const HostBytes& bytes, const std::string& reason
                                              : ": processors and their clocks are from cpuinfo"));
 }
 
-void readTables(const HostBytes& bytes, const EntryPoint& entryPoint, Inventory& inventory) {
+void readTables(const HostBytes& bytes, const EntryPoint& entryPoint, const Models& models,
+                Inventory& inventory) {
   const StructureTable table = readStructures(*bytes.table, entryPoint);
-  const SmbiosInventory smbios(table.structures, inventory);
+  const SmbiosInventory smbios(table.structures, models, inventory);
   if (!table.damage.empty()) {
     inventory.messages.push_back("the SMBIOS table is damaged: " + table.damage +
                                  "; the part before the damage is used");
@@ -451,7 +457,7 @@ CIMInstance memoryInstance(const MemoryFacts& facts) {
 
 }  // namespace
 
-Inventory takeInventory(const HostBytes& bytes) {
+Inventory takeInventory(const HostBytes& bytes, const Models& models) {
   Inventory inventory;
   inventory.messages = bytes.messages;
   if (bytes.areTablesUnreadable) {
@@ -461,13 +467,16 @@ Inventory takeInventory(const HostBytes& bytes) {
   }
   const auto entryPoint = readEntryPoint(bytes.entryPoint.value_or(""));
   if (entryPoint && bytes.table) {
-    readTables(bytes, *entryPoint, inventory);
-    return inventory;
+    readTables(bytes, *entryPoint, models, inventory);
+  } else {
+    const bool isBroken = bytes.entryPoint && bytes.table;
+    takeProcessorsFromCpuinfo(
+        bytes, isBroken ? "the SMBIOS entry point is damaged" : "the host has no SMBIOS tables",
+        inventory);
   }
-  const bool isBroken = bytes.entryPoint && bytes.table;
-  takeProcessorsFromCpuinfo(
-      bytes, isBroken ? "the SMBIOS entry point is damaged" : "the host has no SMBIOS tables",
-      inventory);
+  if (!inventory.system && models.any) {
+    inventory.system = {models.any, {}};
+  }
   return inventory;
 }
 
@@ -505,8 +514,8 @@ std::vector<CIMInstance> makeInstances(const Inventory& inventory, const std::st
   return instances;
 }
 
-HostInventory describeHost(const HostBytes& bytes) {
-  Inventory inventory = takeInventory(bytes);
+HostInventory describeHost(const HostBytes& bytes, const Models& models) {
+  Inventory inventory = takeInventory(bytes, models);
   return {makeInstances(inventory, bytes.hostName), std::move(inventory.messages)};
 }
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "host/host_files.h"
+#include "host/models.h"
 
 namespace cimd::host {
 
@@ -68,7 +69,9 @@ struct Inventory {
 // From the SMBIOS tables; processors from cpuinfo when there are no tables or they do not mention
 // processors. The two are never mixed, so a clock speed that the firmware does not know is missing.
 // Messages of `bytes` come first. Never fails: what cannot be understood is missing in the result.
-Inventory takeInventory(const HostBytes& bytes);
+// A model that `models` has takes the place of the product name; with Models::any, also where there
+// is no product name, unless the tables cannot be read.
+Inventory takeInventory(const HostBytes& bytes, const Models& models = {});
 
 // One processor for each physical package in the text of /proc/cpuinfo, by rising number. The file
 // lists logical processors; those without the number of their package (kernels for one package, and
@@ -89,6 +92,6 @@ struct HostInventory {
   std::vector<std::string> messages;
 };
 
-HostInventory describeHost(const HostBytes& bytes);
+HostInventory describeHost(const HostBytes& bytes, const Models& models = {});
 
 }  // namespace cimd::host

@@ -1,5 +1,6 @@
 #include "service/configuration.h"
 
+#include "file.h"
 #include "host/inventory.h"
 #include "mof/loader.h"
 
@@ -28,6 +29,8 @@ CIMInstance fittedTo(const Class& cls, const CIMInstance& instance) {
   }
   return fitted;
 }
+
+constexpr std::size_t maxModelsSize = std::size_t{1} << 20U;
 
 // Classes that are derived from those of the DMTF have more keys than the inventory knows. These
 // name the system that a part belongs to, and the class itself.
@@ -64,7 +67,8 @@ std::optional<host::HostBytes> readHost(const Options& options) {
 
 Repository Configuration::load() const {
   Repository repository;
-  for (const std::string& warning : mof::loadMof(files_, repository, includeDirectories_)) {
+  for (const std::string& warning :
+       mof::loadMof(options_.files, repository, options_.includeDirectories)) {
     log_.fileWarning(warning);
   }
   if (hostBytes_) {
@@ -73,8 +77,31 @@ Repository Configuration::load() const {
   return repository;
 }
 
+host::Models Configuration::readModels() const {
+  host::Models models;
+  if (options_.model) {
+    models.any = String(std::string_view(*options_.model));
+  }
+  if (!options_.models) {
+    return models;
+  }
+  try {
+    models.byProduct = host::parseModels(
+        readFile(*options_.models, maxModelsSize, FileKind::regular), options_.models->string());
+  } catch (const FileError& error) {
+    // The package names a file that a site need not have.
+    if (!error.isMissing()) {
+      throw ConfigurationError(error.what());
+    }
+    log_.info("there is no " + options_.models->string() + ": models are the product names");
+  } catch (const std::runtime_error& error) {
+    throw ConfigurationError(error.what());
+  }
+  return models;
+}
+
 void Configuration::declareHost(Repository& repository) const {
-  const host::HostInventory inventory = host::describeHost(*hostBytes_);
+  const host::HostInventory inventory = host::describeHost(*hostBytes_, readModels());
   for (const std::string& message : inventory.messages) {
     log_.warning(message);
   }

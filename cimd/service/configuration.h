@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/host_files.h"
+#include "host/models.h"
 #include "log.h"
 #include "model/repository.h"
 #include "service/options.h"
@@ -26,23 +27,18 @@ std::optional<host::HostBytes> readHost(const Options& options);
 
 class Configuration {
  public:
-  // Without `hostBytes` no inventory is declared. The log must outlive this.
-  Configuration(std::vector<std::filesystem::path> files,
-                std::vector<std::filesystem::path> includeDirectories,
-                std::optional<host::HostBytes> hostBytes, const Log& log)
-      : files_(std::move(files)),
-        includeDirectories_(std::move(includeDirectories)),
-        hostBytes_(std::move(hostBytes)),
-        log_(log) {}
+  // Without `hostBytes` no inventory is declared. The log and the options must outlive this.
+  Configuration(const Options& options, std::optional<host::HostBytes> hostBytes, const Log& log)
+      : options_(options), hostBytes_(std::move(hostBytes)), log_(log) {}
 
   // Reads the files anew. Throws mof::MofError, ConfigurationError.
   Repository load() const;
 
  private:
   void declareHost(Repository& repository) const;
+  host::Models readModels() const;
 
-  std::vector<std::filesystem::path> files_;
-  std::vector<std::filesystem::path> includeDirectories_;
+  const Options& options_;
   std::optional<host::HostBytes> hostBytes_;
   const Log& log_;
 };

@@ -135,6 +135,17 @@ void addStores(CLI::App& app, std::string& store, std::string& recover) {
       ->check(CLI::Validator(checkNotEmpty, ""));
 }
 
+// They change the inventory of a host, so there must be one.
+void addModels(CLI::App& app, std::string& model, std::string& models) {
+  auto* const one = app.add_option("--model", model, "Model of the machine, with --host")
+                        ->type_name("TEXT")
+                        ->check(CLI::Validator(checkNotEmpty, ""));
+  app.add_option("--models", models, "Models by product name, with --host; a missing file has none")
+      ->type_name("FILE")
+      ->check(CLI::Validator(checkNotEmpty, ""))
+      ->excludes(one);
+}
+
 }  // namespace
 
 std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv) {
@@ -156,6 +167,9 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
       ->type_name("DIRECTORY")
       ->check(CLI::Validator(checkNotEmpty, ""))
       ->excludes(host);
+  std::string model;
+  std::string models;
+  addModels(app, model, models);
   std::vector<std::string> directories;
   app.add_option("--include", directories,
                  "Look for included files in this directory too; may be repeated")
@@ -182,6 +196,10 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
     if (files.empty() && recover.empty()) {
       throw CLI::RequiredError("FILE");
     }
+    const bool hasModels = !model.empty() || !models.empty();
+    if (hasModels && !options.isHost && recorded.empty()) {
+      throw CLI::RequiresError(models.empty() ? "--model" : "--models", "--host");
+    }
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) {  // help and version come this way too
       app.exit(error);
@@ -201,6 +219,8 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
     options.writers.insert(options.writers.end(), names.begin(), names.end());
   }
   setIfGiven(options.recordedTables, recorded);
+  setIfGiven(options.model, model);
+  setIfGiven(options.models, models);
   setIfGiven(options.store, store);
   setIfGiven(options.recover, recover);
   setIfGiven(options.user, user);

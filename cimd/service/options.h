@@ -26,6 +26,9 @@ struct Options {
   // take it from instead of those of this host.
   bool isHost = false;
   std::optional<std::filesystem::path> recordedTables;
+  // What this machine calls itself: a text, or a file with one for each product name.
+  std::optional<std::string> model;
+  std::optional<std::filesystem::path> models;
   // Without it, instances are kept in memory only.
   std::optional<std::filesystem::path> store;
   // Limits of requests, in bytes, and of what clients publish.

@@ -90,7 +90,7 @@ class Service {
         log_(log),
         ownAccount_(ownAccount),
         access_(findWriters(options, ownAccount), log),
-        configuration_(options.files, options.includeDirectories, std::move(hostBytes), log),
+        configuration_(options, std::move(hostBytes), log),
         repository_(configuration_.load()),
         published_(storeToOpen(options), log, [this] { returnSpaceLater(afterChange); }) {
     restore(repository_, nullptr);

@@ -4,6 +4,8 @@ _arguments \
     '--listen[where to listen]:loopback address and port: ' \
     '(--smbios)--host[serve the inventory of this machine]' \
     '(--host)--smbios[serve recorded tables]:folder:_files -/' \
+    '(--models)--model[model of the machine]:text: ' \
+    '(--model)--models[models by product name]:file:_files' \
     '*--include[look for included files here too]:directory:_files -/' \
     '--store[keep what clients publish]:file:_files' \
     '--max-request[largest request]:size: ' \

@@ -59,6 +59,43 @@ Capacity=51539607552' "$(valuesOf KVAXDT_PhysicalMemory Capacity)" memory
 serialNumber=' "$(valuesOf KVAXDT_ComputerSystemDetails model serialNumber)" system
 }
 
+@test "--model and --models: what the machine calls itself, the rest as in the firmware" {
+    startRecorded one-socket-one-dimm --model 2345-ABC
+    equal 'model="2345-ABC"
+serialNumber="KQ0012A"' "$(valuesOf KVAXDT_ComputerSystemDetails model serialNumber)" '--model'
+    equal 'CurrentClockSpeed=1800' "$(valuesOf KVAXDT_Processor CurrentClockSpeed)" processors
+    stopServers
+    printf '# ours\nServer 123 -[1234ABX]- = 3456-ABC\n' >models
+    startRecorded one-socket-one-dimm --models models
+    equal 'model="3456-ABC"' "$(valuesOf KVAXDT_ComputerSystemDetails model)" '--models'
+    # Another file after SIGHUP; one with a mistake changes nothing.
+    sed -i 's/3456/4567/' models
+    kill -HUP "${servers[-1]##*:}"
+    logHas reloaded
+    equal 'model="4567-ABC"' "$(valuesOf KVAXDT_ComputerSystemDetails model)" 'after a change'
+    echo ProL >>models
+    kill -HUP "${servers[-1]##*:}"
+    logHas 'not reloaded: models:3: not of the form PRODUCT NAME = MODEL'
+    equal 'model="4567-ABC"' "$(valuesOf KVAXDT_ComputerSystemDetails model)" 'after a mistake'
+    endsWith 3 --smbios "$recorded/one-socket-one-dimm" --models models "$mof"
+    complains 'morvik-cimd: error: models:3: not of the form PRODUCT NAME = MODEL'
+    endsWith 3 --smbios "$recorded/one-socket-one-dimm" --models . "$mof"
+    endsWith 0 --check --smbios "$recorded/one-socket-one-dimm" --models missing "$mof"
+    grep -q 'there is no missing: models are the product names' "$err"
+}
+
+@test "classes from before a property, or with another type, get the others" {
+    sed '/ConfiguredMemoryClockSpeed/d; s/string PartNumber/uint8 PartNumber/' "$mof" >older.mof
+    sed -i -z 's/        \[Description ( "The speed that is configured in megahertz." ),\n         PUnit ( "hertz \* 10^6" )\]\n//' older.mof
+    startCimd --smbios "$recorded/one-socket-one-dimm" older.mof
+    equal 'Capacity=536870912
+PartNumber=
+SerialNumber="M-0001"' "$(valuesOf KVAXDT_PhysicalMemory Capacity PartNumber SerialNumber)" memory
+    sed 's/uint64 Capacity/uint32 Capacity/' "$mof" >other.mof
+    endsWith 3 --smbios "$recorded/one-socket-one-dimm" other.mof
+    run -0 grep 'the inventory of the host does not fit the classes' "$err"
+}
+
 @test "the classes derived from those of the DMTF have an inventory as well" {
     [[ -n ${MORVIK_DMTF_SCHEMA-} ]] || skip 'MORVIK_DMTF_SCHEMA does not name the DMTF schema'
     startCimd --smbios "$recorded/one-socket-one-dimm" "$MORVIK_DMTF_SCHEMA" "$schema/kvaxdt-dmtf.mof"

@@ -46,6 +46,15 @@ TEST(Options, IncludeTakesOneDirectoryEachTime) {
   expectStatus(ExitStatus::usage, {"a.mof", "--include"});
 }
 
+TEST(Options, ModelsNeedAHost) {
+  EXPECT_EQ(good({"--host", "--model", "1234 A", "a.mof"}).model, "1234 A");
+  EXPECT_EQ(good({"--smbios", "d", "--models", "m", "a.mof"}).models, "m");
+  expectStatus(ExitStatus::usage, {"--model", "x", "a.mof"});
+  expectStatus(ExitStatus::usage, {"--models", "x", "a.mof"});
+  expectStatus(ExitStatus::usage, {"--host", "--model", "x", "--models", "y", "a.mof"});
+  expectStatus(ExitStatus::usage, {"--host", "--model", "", "a.mof"});
+}
+
 TEST(Options, WritersMayBeRepeatedAndAreSeparatedByCommas) {
   const Options options = good({"--writers", "alice,@operators", "a.mof", "--writers", "bob"});
   EXPECT_EQ(options.writers, (std::vector<std::string>{"alice", "@operators", "bob"}));
