@@ -60,7 +60,7 @@ void checkTogether(const CLI::App& app, int argc, const char* const* argv) {
   }
   refuse("--html", {"--json", "--csv", "--columns", "--no-headings"});
   refuse("--explain", {"--all"});
-  refuse("--on", {"--server", "--category", "--find", "--for"});
+  refuse("--on", {"--server", "--category", "--find", "--for", "--columns", "--no-headings"});
 }
 
 // CLI11 names the unknown arguments, but not what is wrong with them, and of "-xj" only the "-x".
