@@ -186,7 +186,8 @@ void Table::writeFitted(const Line& line, const std::vector<std::size_t>& widths
 }
 
 void Table::dropEmptyColumns() {
-  if (!form_.columns.empty() || form_.isCsv) {
+  // A table of fixed columns has written its lines already.
+  if (lines_.empty() || !form_.columns.empty() || form_.isCsv) {
     return;
   }
   const std::size_t first = form_.hasHeadings ? 1 : 0;

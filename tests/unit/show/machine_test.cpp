@@ -175,7 +175,7 @@ TEST_F(MachineTest, PartsAreFoundByPlaceThenBySlotThenLoosely) {
 TEST_F(MachineTest, EqualPartsAreCounted) {
   Parts modules;
   EXPECT_EQ(groupWords(modules, true), String("none"));
-  for (const std::uint64_t mebibytes : {16384, 953, 16384}) {
+  for (const std::uint64_t mebibytes : {16384U, 953U, 16384U}) {
     modules.list.push_back(
         {.compared = String(std::to_string(mebibytes)), .amount = mebibytes << 20U});
   }
