@@ -15,17 +15,14 @@ endif()
 # time of reading XML, and less elsewhere.
 target_compile_definitions(morvik_options INTERFACE _GLIBCXX_ASSERTIONS)
 
-if(MORVIK_FUZZ)
+if(MORVIK_SANITIZE)
   if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-    message(FATAL_ERROR "MORVIK_FUZZ needs Clang: libFuzzer is a part of it")
+    message(FATAL_ERROR "MORVIK_SANITIZE needs Clang: libFuzzer is a part of it")
   endif()
-  # The programs among the fuzz targets get main() from the fuzzer, see fuzz/CMakeLists.txt.
+  # The fuzzer's instrumentation does nothing in programs that the fuzzer does not drive, so the tests and the
+  # fuzz targets share one build.
   target_compile_options(morvik_options INTERFACE
     -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
-  target_link_options(morvik_options INTERFACE -fsanitize=address,undefined)
-elseif(MORVIK_SANITIZE)
-  target_compile_options(morvik_options INTERFACE
-    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(morvik_options INTERFACE -fsanitize=address,undefined)
 else()
   target_compile_options(morvik_options INTERFACE -fstack-protector-strong -fstack-clash-protection)
