@@ -166,6 +166,21 @@ Check checkTransfer(const RequestHeader& header, CimRequest& /*cim*/) {
   return {};
 }
 
+// Programs in between may judge by another of them than this server.
+Check checkDuplicates(const RequestHeader& header, CimRequest& cim) {
+  for (const char* name : {"CIMOperation", "CIMProtocolVersion", "CIMMethod", "CIMObject"}) {
+    if (header.count(cim.prefix + name) > 1) {
+      return Refusal{status::bad_request, "header-mismatch", std::string("duplicate ") + name};
+    }
+  }
+  for (const char* name : {"Expect", "Man", "Content-Encoding"}) {
+    if (header.count(name) > 1) {
+      return Refusal{status::bad_request, {}, std::string("duplicate ") + name};
+    }
+  }
+  return {};
+}
+
 Check checkOperation(const RequestHeader& header, CimRequest& cim) {
   if (header.count(cim.prefix + "CIMBatch") != 0) {
     return Refusal{status::not_implemented, "multiple-requests-unsupported"};
@@ -237,7 +252,8 @@ Check checkMessage(const CimRequest& cim, const Pegasus::xml::Request& message) 
 
 std::variant<CimRequest, HttpAnswer> CimHandler::check(const RequestHeader& header) {
   CimRequest cim;
-  for (const auto& step : {checkMethod, checkOrigin, checkTransfer, checkOperation, checkNames}) {
+  for (const auto& step :
+       {checkMethod, checkOrigin, checkDuplicates, checkTransfer, checkOperation, checkNames}) {
     if (const Check refused = step(header, cim)) {
       return answerTo(*refused, cim.prefix);
     }

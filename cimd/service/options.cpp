@@ -152,8 +152,8 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
   Options options;
   CLI::App app{description, "morvik-cimd"};
   app.footer(footer);
-  app.set_version_flag("--version", "morvik-cimd " MORVIK_VERSION);
-  app.set_help_flag("--help", "Print this help and exit");
+  app.set_version_flag("-V,--version", "morvik-cimd " MORVIK_VERSION);
+  app.set_help_flag("-h,--help", "Print this help and exit");
   std::string listen;
   app.add_option("--listen", listen,
                  "Loopback address and port to listen on (default: 127.0.0.1:5988)")

@@ -1,5 +1,7 @@
 #include "service/service.h"
 
+#include <malloc.h>
+
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/address.hpp>
 #include <boost/asio/signal_set.hpp>
@@ -36,10 +38,15 @@ namespace asio = boost::asio;
 namespace fs = std::filesystem;
 using asio::ip::tcp;
 
+std::string counted(std::size_t count, const std::string& one, const std::string& many) {
+  return std::to_string(count) + ' ' + (count == 1 ? one : many);
+}
+
 std::string describe(const Repository& repository) {
   const Repository::Counts counts = repository.counts();
-  return std::to_string(counts.nameSpaces) + " namespaces, " + std::to_string(counts.classes) +
-         " classes, " + std::to_string(counts.declared) + " instances declared, " +
+  return counted(counts.nameSpaces, "namespace", "namespaces") + ", " +
+         counted(counts.classes, "class", "classes") + ", " +
+         counted(counts.declared, "instance", "instances") + " declared, " +
          std::to_string(counts.published) + " published";
 }
 
@@ -248,6 +255,9 @@ void recover(const fs::path& store) {
 }  // namespace
 
 ExitStatus serve(const Options& options) {
+  // Large requests and answers go back to the system at once; by default the C library learns from
+  // their sizes to keep them.
+  mallopt(M_MMAP_THRESHOLD, 256 << 10);
   const Log log(options.logLevel);
   try {
     if (options.recover) {

@@ -172,7 +172,7 @@ hasNoCapabilities() {
     runsAs "$(id -u nobody)" "$(id -g nobody)"
     wbemcli ei -nl http://127.0.0.1:5988/root/kvasd:KVAXDT_Processor | grep -qxF -- '-CurrentClockSpeed=1800'
     reload
-    logHas 'reloaded: 1 namespaces, 4 classes, 3 instances declared'
+    logHas 'reloaded: 1 namespace, 4 classes, 3 instances declared'
 }
 
 @test "not started as root: it stays who it is, and says that --user is ignored" {
@@ -265,7 +265,7 @@ CreateInstance refused: account mail may not change instances' \
     withOperators 'operators:x:4343:daemon'
     mayNotChange daemon
     reload
-    logHas 'reloaded: 1 namespaces'
+    logHas 'reloaded: 1 namespace'
     mayChange daemon
 }
 

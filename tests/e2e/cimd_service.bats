@@ -32,7 +32,7 @@ teardown() { stopServers; }
     writeMachine --speeds '1800 2400' >machine.mof
     startCimd "$mof" # the port is in use, which is no matter
     endsWith 0 --check --store fru.db "$mof" machine.mof
-    equal '1 namespaces, 4 classes, 4 instances declared, 0 published' "$(cat "$out")" report
+    equal '1 namespace, 4 classes, 4 instances declared, 0 published' "$(cat "$out")" report
     filesAre machine.mof
 }
 
@@ -42,7 +42,7 @@ teardown() { stopServers; }
     stopServers
     cp fru.db before
     endsWith 0 --check --store fru.db "$mof"
-    equal '1 namespaces, 4 classes, 0 instances declared, 2 published' "$(cat "$out")" report
+    equal '1 namespace, 4 classes, 0 instances declared, 2 published' "$(cat "$out")" report
     cmp before fru.db
     filesAre before fru.db fru.db-journal
 }
@@ -118,7 +118,7 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
         "$(tail -n 1 "$err")" 'the message'
     startCimd --include . --include elsewhere site.mof
     reload
-    logHas 'reloaded: 1 namespaces, 4 classes'
+    logHas 'reloaded: 1 namespace, 4 classes'
 }
 
 @test "a reference to a class that no file declares: a warning with file, line and column" {
@@ -184,7 +184,7 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
     exec 5<>/dev/tcp/127.0.0.1/5988
     printf 'class T_New { [Key] string id; };\ninstance of T_New { id = "n"; };\n' >more.mof
     reload
-    logHas 'reloaded: 1 namespaces, 5 classes, 1 instances declared, 1 published'
+    logHas 'reloaded: 1 namespace, 5 classes, 1 instance declared, 1 published'
     equal '127.0.0.1:5988/root/kvasd:T_New.id="n"' \
         "$(wbemcli ein http://127.0.0.1:5988/root/kvasd:T_New)" 'the instances of T_New'
     listIs 'F2=disk'
@@ -209,7 +209,7 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
     logHas 'error: not reloaded: morvik-cimd: error: cannot open more.mof: No such file or directory'
     printf 'class T_New { [Key] string id; };\n' >more.mof
     reload
-    logHas 'reloaded: 1 namespaces, 5 classes'
+    logHas 'reloaded: 1 namespace, 5 classes'
     listIs 'F1=fan F2=fan'
     killServer
     printf '\n' >more.mof
@@ -239,7 +239,7 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
     logHas 'is kept but not served'
     cp kept disk.mof
     reload
-    logHas 'reloaded: 1 namespaces, 5 classes, 0 instances declared, 1 published'
+    logHas 'reloaded: 1 namespace, 5 classes, 0 instances declared, 1 published'
     equal '127.0.0.1:5988/root/kvasd:T_Disk.id="d1"' \
         "$(wbemcli ein http://127.0.0.1:5988/root/kvasd:T_Disk)" 'the instances of T_Disk'
 }
@@ -268,7 +268,7 @@ END
         startServer cimd 'listening on' "$cimd" --log-level "$1" --smbios . "$mof"
     }
     noteOf debug
-    logHas 'debug: serving 1 namespaces'
+    logHas 'debug: serving 1 namespace'
     logHas 'warning: the host has no SMBIOS'
     stopServers
     noteOf info

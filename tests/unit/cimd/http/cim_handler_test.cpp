@@ -102,6 +102,21 @@ TEST(CimHandler, CimHeadersAreChecked) {
   }
 }
 
+TEST(CimHandler, DuplicatesOfWhatIsJudgedByAreRefused) {
+  for (const char* name : {"CIMOperation", "CIMProtocolVersion", "CIMMethod", "CIMObject"}) {
+    HttpRequest request = good();
+    request.insert(name, std::string(request[name]));
+    EXPECT_EQ(outcome(request), "400 header-mismatch") << name;
+  }
+  for (const auto& [name, value] :
+       {std::pair("Expect", "100-continue"), {"Man", "x"}, {"Content-Encoding", "identity"}}) {
+    HttpRequest request = with(name, value);
+    EXPECT_EQ(outcome(request), "200") << name;
+    request.insert(name, value);
+    EXPECT_EQ(outcome(request), "400") << name;
+  }
+}
+
 TEST(CimHandler, AWrongHeaderIsRefusedBeforeTheBodyIsRead) {
   Repository repository;
   const Log log(LogLevel::warning);

@@ -132,8 +132,9 @@ TEST(Options, RecoveryNeedsNoFiles) {
 }
 
 TEST(Options, HelpAndVersionEndWellAndPrint) {
-  expectStatus(ExitStatus::ok, {"--help"});
-  expectStatus(ExitStatus::ok, {"--version"});
+  for (const char* option : {"-h", "--help", "-V", "--version"}) {
+    expectStatus(ExitStatus::ok, {option});
+  }
 }
 
 }  // namespace
