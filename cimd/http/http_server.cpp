@@ -192,7 +192,7 @@ void HttpServer::takeNextTurn() {
 }
 
 bool HttpServer::dropOne() {
-  const bool areManyNew = countOf(newcomers_) > limits_.connections / 4;
+  const bool areManyNew = countOf(newcomers_) > limits_.connections / 2;
   Connections& connections = areManyNew || countOf(served_) == 0 ? newcomers_ : served_;
   std::erase_if(connections, [](const auto& account) { return account.second.empty(); });
   const auto most = std::max_element(

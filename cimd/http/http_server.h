@@ -23,7 +23,7 @@ struct HttpLimits {
   std::size_t headerBytes = 16384;
   std::size_t bodyBytes = std::size_t{1} << 20U;
   // When one more comes, another makes room for it: of those that have had no answer yet, if these
-  // are more than a quarter, otherwise of the others; of the account that has the most of them; the
+  // are more than half, otherwise of the others; of the account that has the most of them; the
   // one whose last request began or was answered longest ago. So silent connections, however many,
   // do not push out clients at work, the latter not a newcomer, and no account another.
   std::size_t connections = 256;
