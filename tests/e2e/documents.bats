@@ -292,6 +292,19 @@ MORVIK_URL="https://parts.example.com/fru"' "$(cat settings)" 'the settings'
     grep -q 'cannot connect' third
 }
 
+@test "docs/machine.md: the number for a part, and what was changed" {
+    startCimd "$schema/kvaxdt.mof" "$schema/samples/server-1234.mof"
+    "$MORVIK_BIN_DIR/morvik-run" --state state --file "$schema/samples/parts/1234wpk.txt" >/dev/null
+    # shellcheck disable=SC2317 # the blocks call it
+    morvik-show() { "$MORVIK_BIN_DIR/morvik-show" --state state "$@"; }
+    follow machine.md look | grep -q '^Memory 1  512 MiB'
+    equal 'Memory 1  512 MiB  A120002  512 MB registered ECC DIMM' "$(follow machine.md for | head -n 1)" 'the number'
+    follow machine.md before
+    follow machine.md after
+    sed -i 's/Memory 2/Memory 3/' before.json
+    run ! follow machine.md after
+}
+
 @test "docs/many-machines.md: checks, collection and search" {
     command -v jq >/dev/null || skip 'no jq here'
     startCimd --listen 127.0.0.1:15988 "$schema/kvaxdt.mof" "$schema/samples/server-1234.mof"
@@ -329,7 +342,7 @@ END
 
 @test "every command of the documents is tried, here or by scripts/test-packages" {
     local file name marked
-    for file in README.md {build,data-files,install,many-machines,parts-server,troubleshooting}.md; do
+    for file in README.md {build,data-files,install,machine,many-machines,parts-server,troubleshooting}.md; do
         while read -r name; do
             grep -qE "(follow|block) '?$file'? '?$name\b" \
                 "$BATS_TEST_FILENAME" "$project/scripts/test-packages" ||
