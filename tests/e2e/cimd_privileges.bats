@@ -314,3 +314,27 @@ assert cim_session.Session().frus() == []
 END
     logHas 'warning: DeleteInstance refused: the account at the other end of the connection is unknown'
 }
+
+@test "morvik-cimd(8): the first example" {
+    needsUsers
+    # In place of sudo: the account daemon stands for morvik, and root may run the programs of the build.
+    # shellcheck disable=SC2317 # the example calls it
+    sudo() {
+        case $1 in
+        systemd-sysusers) ;;
+        -u) "${@:3}" ;;
+        *) "$@" ;;
+        esac
+    }
+    local example
+    example=$(awk '/^\.Sh EXAMPLES/ { inside = 1 } inside && /^\.Ed/ { exit } inside && /^[$ ]/' \
+        "$MORVIK_BIN_DIR/../man/morvik-cimd.8" |
+        sed -E "s/^\\$ //; s/\\\\e$/\\\\/; s#/var/lib/morvik#$files/state#g; s/ morvik -g morvik/ daemon -g daemon/
+            s#/[a-z/]*/sbin/#$MORVIK_BIN_DIR/#; s#/[a-z/]*/kvaxdt.mof#$mof#; s/parts\.example\.com/127.0.0.1/")
+    equal 7 "$(grep -c . <<<"$example")" 'the lines'
+    eval "$(sed -n '1,2p' <<<"$example")"
+    startServer cimd 'morvik-cimd: listening on' bash -c "exec $(sed -n '3,5{s/sudo //;s/&$//;p}' <<<"$example")"
+    runsAs "$(id -u daemon)" "$(id -g daemon)"
+    eval "$(sed -n '6,$p' <<<"$example")" >said 2>&1
+    if grep 'did not complete' said >&2; then return 1; fi
+}
