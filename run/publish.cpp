@@ -98,7 +98,7 @@ void rehearse(CIMClient& client, const Items& items, const Deadline& deadline) {
     } catch (const Pegasus::Exception& error) {
       throw Failure(Status::cimServer,
                     "the CIM server does not take the entry " + harmless(item.fruNumber) + " (" +
-                        harmless(item.category) + "): " + harmless(error.what()));
+                        harmless(item.category) + "): " + harmlessOnce(error.what()));
     }
   }
 }

@@ -284,8 +284,8 @@ void Run::look() {
       return;
     } catch (const Pegasus::Exception& error) {
       if (looks == mostLooks || deadline_.left() <= pauseBetweenLooks) {
-        throw Failure(Status::cimServer,
-                      std::string("cannot look at what is published: ") + harmless(error.what()));
+        throw Failure(Status::cimServer, std::string("cannot look at what is published: ") +
+                                             harmlessOnce(error.what()));
       }
     }
     std::this_thread::sleep_for(pauseBetweenLooks);
@@ -358,7 +358,7 @@ void Run::mend() {
   } catch (const std::exception& error) {
     report_.notes.push_back(
         std::string("an earlier run was interrupted, and its entries cannot be replaced: ") +
-        harmless(error.what()));
+        harmlessOnce(error.what()));
   }
 }
 
@@ -406,8 +406,12 @@ void Run::remember() {
   try {
     state_.remember(report_, good_);
   } catch (const Failure& failure) {
-    report_.notes.emplace_back(failure.what());
-    report_.status = report_.status == Status::good ? Status::badUse : report_.status;
+    if (report_.status == Status::good) {
+      report_.status = Status::badUse;
+      report_.message += std::string(", but ") + failure.what();
+    } else {
+      report_.notes.emplace_back(failure.what());
+    }
   }
   if (!settings_.metrics.empty()) {
     const auto lastSuccess =
@@ -448,7 +452,7 @@ Report run(const Settings& settings) {
     // A wrong setting is the reason even if there is no state directory to remember it.
     fail(report, failure.status(), settings.fault.empty() ? failure.what() : settings.fault);
   } catch (const Pegasus::Exception& error) {
-    fail(report, Status::cimServer, harmless(error.what()));
+    fail(report, Status::cimServer, harmlessOnce(error.what()));
   } catch (const std::exception& error) {
     fail(report, Status::badUse, harmless(error.what()));
   }

@@ -293,6 +293,17 @@ killAt() { # SIGNAL FAULT
     cmp <(fans A 4) "$state/fru.good.txt"
 }
 
+@test "a state that cannot be remembered: the entries are published, but the run has failed" {
+    startMachine
+    startGood
+    rm "$state/status.json"
+    mkdir "$state/status.json"
+    fans B 4 >"$files/1234wpk.txt"
+    runFiles
+    ended 1 "4 added, 4 removed, but cannot write $state/status.json: Is a directory"
+    publishedNumbersAre B1 B2 B3 B4
+}
+
 # --- morvik itself ---
 
 @test "a morvik that does nothing, crashes or cannot be run" {

@@ -45,6 +45,14 @@ TEST(Outcome, LongTextIsCutAfter400Characters) {
   EXPECT_EQ(harmless(text + " and more"), text + "...");
 }
 
+TEST(Outcome, NameOfAnErrorIsShownOnce) {
+  EXPECT_EQ(harmlessOnce("CIM_ERR_FAILED: CIM_ERR_FAILED: no room"), "CIM_ERR_FAILED: no room");
+  EXPECT_EQ(harmlessOnce("CIM_ERR_FAILED: CIM_ERR_NOT_FOUND: no room"),
+            "CIM_ERR_FAILED: CIM_ERR_NOT_FOUND: no room");
+  EXPECT_EQ(harmlessOnce("no room"), "no room");
+  EXPECT_EQ(harmlessOnce(""), "");
+}
+
 TEST(Report, TimeIsWrittenInUtcAndReadAgain) {
   EXPECT_EQ(timeText(at(1764000000)), "2025-11-24T16:00:00Z");
   EXPECT_EQ(show::timeIn("2025-11-24T16:00:00Z"), at(1764000000));
