@@ -42,6 +42,7 @@ etc/default/morvik
 lib/systemd/system/morvik.service
 lib/systemd/system/morvik.timer
 lib/sysusers.d/morvik.conf
+lib/tmpfiles.d/morvik.conf
 sbin/morvik
 sbin/morvik-run
 share/bash-completion/completions/morvik
@@ -221,4 +222,81 @@ completed() { # COMMAND TEXT
     version=$(cached CMAKE_PROJECT_VERSION)
     [[ -n $version ]]
     grep -qE "^## \[(Unreleased|${version//./\\.})\]" "$project/CHANGELOG.md"
+}
+
+@test "the sources of Debian's and Fedora's packages have the version, and install all programs" {
+    local version program
+    version=$(cached CMAKE_PROJECT_VERSION)
+    equal "morvik ($version)" "$(sed -n '1s/ unstable;.*//p' "$project/debian/changelog")" 'debian/changelog'
+    equal "$version" "$(sed -n 's/^Version: *//p' "$project/packaging/morvik.spec")" 'the version in morvik.spec'
+    equal "morvik-$version.tar.gz" "$(grep -oE 'morvik-[0-9.]+\.tar\.gz' "$project/docs/install.md")" 'docs/install.md'
+    installTree
+    for program in "$tree$prefix"/sbin/*; do
+        grep -qx "%{_sbindir}/${program##*/}" "$project/packaging/morvik.spec"
+    done
+}
+
+# --- a release ---
+
+# A repository with the files of this one, ready for a release.
+startRepository() {
+    local version
+    version=$(cached CMAKE_PROJECT_VERSION)
+    mkdir repository
+    # As git knows them, or all of an unpacked archive.
+    if ! git -C "$project" ls-files -z >names 2>/dev/null || [[ ! -s names ]]; then
+        (cd "$project" && find . -path ./build -prune -o -type f -print0) >names
+    fi
+    tar -c -C "$project" --null --files-from=names | tar -x -C repository
+    cd repository || return
+    sed -i "0,/^## \[Unreleased\]/s//## [$version] - 2026-11-22/" CHANGELOG.md
+    git init -q .
+    git config user.name tester
+    git config user.email tester@example.com
+    commit
+}
+
+commit() {
+    git add -A
+    GIT_AUTHOR_DATE='2026-11-22T12:00:00Z' GIT_COMMITTER_DATE='2026-11-22T12:00:00Z' git commit -q -m "$(date +%N)"
+}
+
+@test "a release: the same commit makes the same files, with sums and a bill of materials" {
+    command -v dpkg-parsechangelog >/dev/null || skip 'not a Debian system'
+    startRepository
+    scripts/release --output ../one >../said
+    grep -q 'files of the commit$' ../said
+    git clone -q . ../elsewhere
+    (umask 077 && cd ../elsewhere && TZ=Asia/Tokyo scripts/release --output ../two >/dev/null)
+    (cd ../one && sha256sum --quiet --check SHA256SUMS)
+    diff -r ../one ../two
+    # It is whole: what git has, and the bill of materials of exactly that.
+    tar -x -f ../one/morvik-*.tar.gz -C ..
+    diff -r --exclude .git . ../morvik-*/
+    equal "$(git ls-files | LC_ALL=C sort)" "$(jq -r '.files[].fileName' ../one/*.json | sed 's#^./##' | LC_ALL=C sort)" \
+        'the files of the bill of materials'
+    scripts/sbom.py --check ../one/*.json --tree ../morvik-*/
+    echo >>../morvik-*/LICENSE
+    run ! scripts/sbom.py --check ../one/*.json --tree ../morvik-*/
+}
+
+@test "no release of what is not committed, nor of versions that differ" {
+    command -v dpkg-parsechangelog >/dev/null || skip 'not a Debian system'
+    startRepository
+    refused() { # WORDS
+        if scripts/release --output ../files >../said 2>&1; then return 1; fi
+        grep -qF "$1" ../said
+        [[ -z $(ls -A ../files) ]]
+    }
+    echo >>README.md
+    refused 'there are changes that are not committed'
+    git checkout -q README.md
+    local file
+    for file in debian/changelog packaging/morvik.spec CHANGELOG.md; do
+        sed -i 's/0\.1\.0/0.1.1/' "$file"
+        commit
+        refused "$file"
+        sed -i 's/0\.1\.1/0.1.0/' "$file"
+        commit
+    done
 }

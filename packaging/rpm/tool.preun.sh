@@ -1,5 +1,0 @@
-#!/bin/sh
-# 0: no version of it stays.
-if [ "$1" -eq 0 ] && command -v systemctl >/dev/null; then
-    systemctl --no-reload disable --now morvik.timer morvik.service >/dev/null 2>&1 || :
-fi
