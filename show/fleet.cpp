@@ -149,6 +149,7 @@ Fleet explainOn(std::vector<NamedMachine> machines, std::istream& file) {
   for (LineRead read = readAnyLine(file, line); read != LineRead::end;
        read = readAnyLine(file, line)) {
     std::vector<Explanation> explanations;
+    explanations.reserve(explainers.size());
     for (Explainer& explainer : explainers) {
       explanations.push_back(explainer.explain(read, line));
     }

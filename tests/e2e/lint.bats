@@ -61,7 +61,7 @@ warning.txt:1:17: $warning"
     "$MORVIK_BIN_DIR/morvik-lint" - <bad.txt >"$BATS_TEST_TMPDIR/piped" || status=$?
     equal "1 -:1:17: $warning" "$status $(head -n 1 "$BATS_TEST_TMPDIR/piped")" 'standard input'
     mkfifo pipe
-    (sleep 0.3; cat bad.txt) >pipe &
+    { sleep 0.3; cat bad.txt >pipe; } &
     lint pipe
     equal "1 pipe:1:17: $warning" "$status $(head -n 1 "$out")" 'a named pipe'
     lint pipe

@@ -75,6 +75,7 @@ END
     runShow --html hostile.json
     ends 0
     cp "$out" page.html
+    grep -qF '&quot; onmouseover=&quot;alert(4)' page.html
     # The search is of several machines: there, the texts must not break out of a link or cell either.
     runShow --html hostile.json other.json
     ends 0

@@ -306,6 +306,17 @@ TEST(Checker, EntriesWithOneKeyOnSomeMachineAreErrors) {
             "refuses the second");
 }
 
+TEST(Checker, EntriesAreCountedAmongThoseOfTheSameCondition) {
+  EXPECT_EQ(findingsIn(entry("0", "PROCESSOR", "SPEED=2000") +
+                       entry("1", "PROCESSOR", "SPEED=2400") + entry("1", "FLOPPY")),
+            (Findings{"3:2 error same-key"}));
+}
+
+TEST(Checker, EntryWithAnErrorIsNotComparedWithOthers) {
+  EXPECT_EQ(findingsIn(entry("1", "FAN", "SPEED=1") + entry("1", "FLOPPY")),
+            (Findings{"1:12 error wrong-qualifier"}));
+}
+
 TEST(Checker, EntriesThatNeverHaveOneKeyAreNot) {
   EXPECT_EQ(
       findingsIn(entry("1", "KEYBOARD", "LANGUAGE=en") + entry("1", "KEYBOARD", "LANGUAGE=de")),
