@@ -340,6 +340,20 @@ END
     follow many-machines.md tunnel || (($? == 1))
 }
 
+@test "every mention of a document is a link, and every link leads to a file" {
+    local file path links=0
+    while read -r file; do
+        while read -r path; do
+            [[ $path == *://* || -e $(dirname "$project/$file")/${path%%#*} ]] ||
+                { printf '%s: the link to %s leads nowhere\n' "$file" "$path" >&2; return 1; }
+            links=$((links + 1))
+        done < <(grep -oE '\]\([^)]+\)' "$project/$file" | sed 's/^](//; s/)$//')
+        equal '' "$(grep -nE '(^|[^[])`([A-Za-z_-]+/)*[A-Za-z_-]+\.md`' "$project/$file" || true)" \
+            "documents that $file names without a link"
+    done < <(cd "$project" && printf '%s\n' README.md SECURITY.md CONTRIBUTING.md docs/*.md docs/dev/*.md fuzz/*.md)
+    ((links > 20))
+}
+
 @test "every command of the documents is tried, here or by scripts/test-packages" {
     local file name marked
     for file in README.md {build,data-files,install,machine,many-machines,parts-server,troubleshooting}.md; do
