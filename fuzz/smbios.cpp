@@ -109,7 +109,7 @@ void declare(const HostInventory& inventory) {
   for (const Pegasus::CIMInstance& instance : inventory.instances) {
     // Throws if two parts have the same key, or the type of a value is not that of the class.
     paths.push_back(nameSpace().createInstance(instance, cimd::Origin::restored));
-    fuzz::requireRoundTrip(nameSpace().instance(paths.back()).instance);
+    fuzz::requireRoundTrip(nameSpace().instance(paths.back())->instance);
   }
   for (const Pegasus::CIMObjectPath& path : paths) {
     nameSpace().deleteInstance(path);
