@@ -241,12 +241,19 @@ TEST(SmbiosDamage, EveryTruncationKeepsTheStructuresBeforeIt) {
   }
 }
 
+// With sanitizers all bits would take minutes. Each byte gets a turn, and each place in a byte.
+#ifdef __clang__
+constexpr std::size_t bitsForOne = __has_feature(address_sanitizer) ? 7 : 1;
+#else
+constexpr std::size_t bitsForOne = 1;
+#endif
+
 TEST(SmbiosDamage, EveryFlippedBitOfTheTableDoesNoHarm) {
   for (const char* machine : machines) {
     const HostBytes good = test::recorded(machine);
     const EntryPoint exact = *readEntryPoint(*good.entryPoint);
     const EntryPoint lying{0xFFFFFFFF, std::nullopt};
-    for (std::size_t bit = 0; bit < good.table->size() * 8; ++bit) {
+    for (std::size_t bit = 0; bit < good.table->size() * 8; bit += bitsForOne) {
       SCOPED_TRACE(std::string(machine) + ", bit " + std::to_string(bit));
       HostBytes bad = good;
       char& byte = (*bad.table)[bit / 8];
