@@ -65,7 +65,7 @@ teardown() { stopServers; }
     refused 'it is empty' </dev/null
     refused 'it is HTML or XML' <<<'<!DOCTYPE html><html>Sign in</html>'
     fans A 3 | head -c -1 | refused 'its last line has no newline'
-    fans A 4 | iconv -t UTF-16 | refused 'it has zero bytes'
+    fans A 4 | iconv -t UTF-16 | refused 'it is in UTF-16'
     fans A 4 | gzip | tr -d '\0' | { cat; echo; } | refused 'no entry of it would be published'
     refused 'no entry of it would be published' <<<'"A1","PROCESSOR","SPEED=1","Other machine"'
     refused 'no entry of it would be published' <<<'550 Permission denied'
