@@ -89,7 +89,7 @@ CIMObjectPath NameSpace::add(const Class& cls, StoredInstance stored, bool isJou
 }
 
 InstancePointer NameSpace::changeable(const InstanceKey& key, const CIMObjectPath& path) const {
-  const InstancePointer stored = instances_.find(key);
+  InstancePointer stored = instances_.find(key);
   if (stored == nullptr) {
     throwNotFound(path);
   }
