@@ -20,7 +20,7 @@ bool isOptional(const String& property) {
 CIMInstance fittedTo(const Class& cls, const CIMInstance& instance) {
   CIMInstance fitted(instance.getClassName());
   for (Pegasus::Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
-    const Pegasus::CIMProperty property = instance.getProperty(i);
+    const Pegasus::CIMProperty& property = instance.getProperty(i);
     const auto declared = cls.findProperty(property.getName());
     const bool hasPlace = declared && cls.property(*declared).type == property.getType();
     if (hasPlace || !isOptional(property.getName())) {

@@ -146,6 +146,81 @@ void addModels(CLI::App& app, std::string& model, std::string& models) {
       ->excludes(one);
 }
 
+// The texts of the options as given, empty where they are not.
+struct Texts {
+  std::string listen;
+  std::string recorded;
+  std::string model;
+  std::string models;
+  std::vector<std::string> directories;
+  std::string store;
+  std::string recover;
+  std::string user;
+  std::vector<std::string> writers;
+  std::string level = "info";
+  std::vector<std::string> files;
+};
+
+void addAll(CLI::App& app, Options& options, Texts& texts) {
+  app.add_option("--listen", texts.listen,
+                 "Loopback address and port to listen on (default: 127.0.0.1:5988)")
+      ->type_name("ADDRESS:PORT")
+      ->check(CLI::Validator(checkListen, ""));
+  auto* const host = app.add_flag("--host", options.isHost,
+                                  "Serve this host's own inventory, from its SMBIOS tables");
+  app.add_option("--smbios", texts.recorded,
+                 "Serve an inventory from recorded SMBIOS tables in this directory instead")
+      ->type_name("DIRECTORY")
+      ->check(CLI::Validator(checkNotEmpty, ""))
+      ->excludes(host);
+  addModels(app, texts.model, texts.models);
+  app.add_option("--include", texts.directories,
+                 "Look for included files in this directory too; may be repeated")
+      ->type_name("DIRECTORY")
+      ->allow_extra_args(false)  // one each time: what follows may be a FILE
+      ->check(CLI::Validator(checkNotEmpty, ""));
+  addStores(app, texts.store, texts.recover);
+  addAccounts(app, texts.user, texts.writers);
+  addLimits(app, options);
+  app.add_flag("--check", options.isCheck, "Load everything, report, and exit");
+  app.add_option("--log-level", texts.level, "Log verbosity: error, warning, info or debug")
+      ->type_name("LEVEL")
+      ->check(CLI::IsMember({"error", "warning", "info", "debug"}));
+  app.add_option("FILE", texts.files, "MOF files to load, in this order")->type_name("");
+}
+
+// What the parser cannot check, or only after it has missed an option that does not exist.
+void checkTogether(const Options& options, const Texts& texts) {
+  if (texts.files.empty() && texts.recover.empty()) {
+    throw CLI::RequiredError("FILE");
+  }
+  const bool hasModels = !texts.model.empty() || !texts.models.empty();
+  if (hasModels && !options.isHost && texts.recorded.empty()) {
+    throw CLI::RequiresError(texts.models.empty() ? "--model" : "--models", "--host");
+  }
+}
+
+void setFrom(const Texts& texts, Options& options) {
+  if (const auto given = parseListenAddress(texts.listen)) {
+    options.address = given->address;
+    options.port = given->port;
+  }
+  options.files.assign(texts.files.begin(), texts.files.end());
+  options.includeDirectories.assign(texts.directories.begin(), texts.directories.end());
+  for (const std::string& list : texts.writers) {
+    const auto names = splitAtCommas(list);
+    options.writers.insert(options.writers.end(), names.begin(), names.end());
+  }
+  setIfGiven(options.recordedTables, texts.recorded);
+  setIfGiven(options.model, texts.model);
+  setIfGiven(options.models, texts.models);
+  setIfGiven(options.store, texts.store);
+  setIfGiven(options.recover, texts.recover);
+  setIfGiven(options.user, texts.user);
+  options.isHost = options.isHost || options.recordedTables;
+  options.logLevel = parseLevel(texts.level);
+}
+
 }  // namespace
 
 std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv) {
@@ -154,52 +229,11 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
   app.footer(footer);
   app.set_version_flag("-V,--version", "morvik-cimd " MORVIK_VERSION);
   app.set_help_flag("-h,--help", "Print this help and exit");
-  std::string listen;
-  app.add_option("--listen", listen,
-                 "Loopback address and port to listen on (default: 127.0.0.1:5988)")
-      ->type_name("ADDRESS:PORT")
-      ->check(CLI::Validator(checkListen, ""));
-  auto* const host = app.add_flag("--host", options.isHost,
-                                  "Serve this host's own inventory, from its SMBIOS tables");
-  std::string recorded;
-  app.add_option("--smbios", recorded,
-                 "Serve an inventory from recorded SMBIOS tables in this directory instead")
-      ->type_name("DIRECTORY")
-      ->check(CLI::Validator(checkNotEmpty, ""))
-      ->excludes(host);
-  std::string model;
-  std::string models;
-  addModels(app, model, models);
-  std::vector<std::string> directories;
-  app.add_option("--include", directories,
-                 "Look for included files in this directory too; may be repeated")
-      ->type_name("DIRECTORY")
-      ->allow_extra_args(false)  // one each time: what follows may be a FILE
-      ->check(CLI::Validator(checkNotEmpty, ""));
-  std::string store;
-  std::string recover;
-  addStores(app, store, recover);
-  std::string user;
-  std::vector<std::string> writers;
-  addAccounts(app, user, writers);
-  addLimits(app, options);
-  app.add_flag("--check", options.isCheck, "Load everything, report, and exit");
-  std::string level = "info";
-  app.add_option("--log-level", level, "Log verbosity: error, warning, info or debug")
-      ->type_name("LEVEL")
-      ->check(CLI::IsMember({"error", "warning", "info", "debug"}));
-  std::vector<std::string> files;
-  app.add_option("FILE", files, "MOF files to load, in this order")->type_name("");
+  Texts texts;
+  addAll(app, options, texts);
   try {
     app.parse(argc, argv);
-    // Not left to the parser, which would miss it before it saw an option that does not exist.
-    if (files.empty() && recover.empty()) {
-      throw CLI::RequiredError("FILE");
-    }
-    const bool hasModels = !model.empty() || !models.empty();
-    if (hasModels && !options.isHost && recorded.empty()) {
-      throw CLI::RequiresError(models.empty() ? "--model" : "--models", "--host");
-    }
+    checkTogether(options, texts);
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) {  // help and version come this way too
       app.exit(error);
@@ -208,24 +242,7 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
     std::cerr << "morvik-cimd: " << error.what() << "\nTry 'morvik-cimd --help'." << std::endl;
     return ExitStatus::usage;
   }
-  if (const auto given = parseListenAddress(listen)) {
-    options.address = given->address;
-    options.port = given->port;
-  }
-  options.files.assign(files.begin(), files.end());
-  options.includeDirectories.assign(directories.begin(), directories.end());
-  for (const std::string& list : writers) {
-    const auto names = splitAtCommas(list);
-    options.writers.insert(options.writers.end(), names.begin(), names.end());
-  }
-  setIfGiven(options.recordedTables, recorded);
-  setIfGiven(options.model, model);
-  setIfGiven(options.models, models);
-  setIfGiven(options.store, store);
-  setIfGiven(options.recover, recover);
-  setIfGiven(options.user, user);
-  options.isHost = options.isHost || options.recordedTables;
-  options.logLevel = parseLevel(level);
+  setFrom(texts, options);
   return options;
 }
 
