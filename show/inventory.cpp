@@ -184,18 +184,18 @@ Inventory parseInventory(std::string_view text) {
     refuse("not a document of morvik-show");
   }
   const Node document(json, "");
-  const auto format = document["format"].isNull() ? 0 : document["format"].number();
-  if (format != 1U && format != 2U) {
-    refuse(format == 0U ? "not a document of morvik-show"
-                        : "format " + std::to_string(*format) + " is not known here");
+  const std::uint64_t format = document["format"].number().value_or(0);
+  if (format < 1 || format > 2) {
+    refuse(format == 0 ? "not a document of morvik-show"
+                       : "format " + std::to_string(format) + " is not known here");
   }
   Inventory inventory;
-  inventory.format = static_cast<int>(*format);
+  inventory.format = static_cast<int>(format);
   inventory.time = utf8(document["time"]);
   inventory.version = utf8(document["version"]);
   inventory.lastGoodRun = utf8(document["lastGoodRun"]);
   if (!document["machine"].isNull()) {
-    inventory.machine = readMachine(document["machine"], *format);
+    inventory.machine = readMachine(document["machine"], format);
   }
   if (!document["entries"].isNull()) {
     inventory.entries.emplace();

@@ -24,7 +24,7 @@ constexpr const char* footer =
 std::string writtenAs(const CLI::App& app, const char* name, int argc, const char* const* argv) {
   for (int i = 1; i < argc; ++i) {
     const std::string argument = argv[i];
-    const std::string option = argument.substr(0, argument.find('='));
+    std::string option = argument.substr(0, argument.find('='));
     const auto* const known = app.get_option_no_throw(option);
     if (known != nullptr && known->check_name(name)) {
       return option;
