@@ -12,7 +12,6 @@ using Pegasus::CIMClient;
 using Pegasus::CIMException;
 using Pegasus::CIMInstance;
 using Pegasus::CIMKeyBinding;
-using Pegasus::CIMObjectPath;
 using Pegasus::CIMProperty;
 using Pegasus::CIMValue;
 using Pegasus::String;
