@@ -10,7 +10,6 @@
 
 #include "inventory.h"
 
-using Pegasus::String;
 
 namespace show {
 namespace {
