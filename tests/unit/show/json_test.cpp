@@ -10,7 +10,6 @@
 
 #include "inventory.h"
 
-
 namespace show {
 namespace {
 
