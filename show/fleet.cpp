@@ -57,17 +57,19 @@ std::vector<Group> groupsOf(const Fleet& fleet) {
 
 constexpr std::size_t mostNames = 4;
 
-// "db1, db2 and 10 others".
-String listWords(const std::vector<String>& words) {
-  String list;
+// "db1, db2 and 10 others", without empty ones.
+template <typename Texts>
+Text listWords(const Texts& texts) {
+  std::vector<String> words(texts.begin(), texts.end());
+  std::erase(words, String());
+  Text list;
   const std::size_t shown = words.size() > mostNames ? mostNames - 1 : words.size();
   for (std::size_t i = 0; i < shown; ++i) {
-    list += i == 0 ? "" : i + 1 == words.size() ? " and " : ", ";
-    list += words[i];
+    list = i == 0 ? words[i] : *list + (i + 1 == words.size() ? " and " : ", ") + words[i];
   }
   return shown == words.size()
              ? list
-             : list + String(" and " + std::to_string(words.size() - shown) + " others");
+             : *list + String(" and " + std::to_string(words.size() - shown) + " others");
 }
 
 String number(std::uint64_t value) {
@@ -76,21 +78,27 @@ String number(std::uint64_t value) {
 
 // Which machines each column of the matrix is of.
 void writeGroups(std::ostream& out, const Terminal& terminal, const Fleet& fleet,
-                 const std::vector<Group>& groups) {
-  Table table(
-      out, terminal, {},
-      {{"column", "COLUMN"}, {"machines", "MACHINES"}, {"types", "TYPES"}, {"names", "NAMES"}});
+                 const std::vector<Group>& groups, const std::vector<String>& labels) {
+  Table table(out, terminal, {},
+              {{"column", "COLUMN"},
+               {"machines", "MACHINES"},
+               {"types", "TYPES"},
+               {"models", "MODELS", Shown::ifFilled},
+               {"names", "NAMES"}});
   for (std::size_t i = 0; i < groups.size(); ++i) {
     std::set<String> types;
+    std::set<String> models;
     std::vector<String> names;
-    for (const std::size_t machine : groups[i]) {
-      types.insert(fleet.machines[machine].machine.machineType.value_or(String()));
-      names.push_back(fleet.machines[machine].label());
+    for (const std::size_t position : groups[i]) {
+      const Machine& machine = *fleet.machines[position].inventory.machine;
+      types.insert(machine.machineType.value_or(String()));
+      models.insert(machine.model.value_or(String()));
+      names.push_back(labels[position]);
     }
-    types.erase(String());
-    table.add(
-        {{number(i + 1), number(groups[i].size()),
-          types.empty() ? Text() : listWords({types.begin(), types.end()}), listWords(names)}});
+    table.add({{number(i + 1), number(groups[i].size()), listWords(types), listWords(models),
+                listWords(names)},
+               Style::plain,
+               true});
   }
   table.end();
 }
@@ -124,24 +132,21 @@ void writeSummary(std::ostream& out, const Terminal& terminal, const Fleet& flee
 
 }  // namespace
 
-String NamedMachine::label() const {
-  return machine.hostName && machine.hostName->size() > 0 ? *machine.hostName : String(file);
-}
-
 std::size_t FleetLine::count() const {
   return static_cast<std::size_t>(std::count(isPublished.begin(), isPublished.end(), true));
 }
 
-Fleet explainOn(std::vector<NamedMachine> machines, std::istream& file) {
+Fleet explainOn(std::vector<NamedInventory> machines, std::istream& file) {
   Fleet fleet;
   fleet.machines = std::move(machines);
   std::vector<Explainer> explainers;
   std::vector<std::size_t> explainerOf;
   std::map<Compared, std::size_t> known;
-  for (const NamedMachine& named : fleet.machines) {
-    const auto [same, isNew] = known.try_emplace(comparedOf(named.machine), explainers.size());
+  for (const NamedInventory& named : fleet.machines) {
+    const auto [same, isNew] =
+        known.try_emplace(comparedOf(*named.inventory.machine), explainers.size());
     if (isNew) {
-      explainers.emplace_back(named.machine);
+      explainers.emplace_back(*named.inventory.machine);
     }
     explainerOf.push_back(same->second);
   }
@@ -169,6 +174,7 @@ Fleet explainOn(std::vector<NamedMachine> machines, std::istream& file) {
 
 void writeFleet(std::ostream& out, const Terminal& terminal, const TableForm& form,
                 const Fleet& fleet) {
+  const std::vector<String> labels = labelsOf(fleet.machines);
   std::vector<Group> groups;
   if (form.isCsv) {
     for (std::size_t i = 0; i < fleet.machines.size(); ++i) {
@@ -176,12 +182,12 @@ void writeFleet(std::ostream& out, const Terminal& terminal, const TableForm& fo
     }
   } else {
     groups = groupsOf(fleet);
-    writeGroups(out, terminal, fleet, groups);
+    writeGroups(out, terminal, fleet, groups, labels);
     out << '\n';
   }
   std::vector<std::string> names;
   for (std::size_t i = 0; i < groups.size(); ++i) {
-    names.push_back(form.isCsv ? fleet.machines[i].label().toUtf8() : std::to_string(i + 1));
+    names.push_back(form.isCsv ? labels[i].toUtf8() : std::to_string(i + 1));
   }
   Columns columns = {{"line", "LINE"},
                      {"category", "CATEGORY"},
@@ -211,10 +217,11 @@ void writeFleet(std::ostream& out, const Terminal& terminal, const TableForm& fo
 void writeFleetJson(std::ostream& out, const Frame& frame, const Fleet& fleet) {
   Json members = beginning(frame);
   Json machines = Json::array();
-  for (const NamedMachine& named : fleet.machines) {
-    machines.push_back({{"file", String(named.file).toUtf8()},
-                        {"hostName", toJson(named.machine.hostName)},
-                        {"machineType", toJson(named.machine.machineType)}});
+  for (const auto& [file, inventory] : fleet.machines) {
+    machines.push_back({{"file", String(file).toUtf8()},
+                        {"hostName", toJson(inventory.machine->hostName)},
+                        {"machineType", toJson(inventory.machine->machineType)},
+                        {"model", toJson(inventory.machine->model)}});
   }
   members["machines"] = std::move(machines);
   JsonList list(out, members, "matrix");

@@ -18,15 +18,6 @@
 
 namespace show {
 
-struct NamedMachine {
-  // Of its file.
-  std::string file;
-  Machine machine;
-
-  // Its host name, or else that of the file.
-  Pegasus::String label() const;
-};
-
 // An entry of the file.
 struct FleetLine {
   // From 1.
@@ -40,14 +31,14 @@ struct FleetLine {
 };
 
 struct Fleet {
-  std::vector<NamedMachine> machines;
+  std::vector<NamedInventory> machines;
   std::vector<FleetLine> entries;
   // Those that are not entries.
   std::uint64_t ignored = 0;
 };
 
-// Goes through the whole file for all machines.
-Fleet explainOn(std::vector<NamedMachine> machines, std::istream& file);
+// Goes through the whole file for all machines. Each inventory must have one.
+Fleet explainOn(std::vector<NamedInventory> machines, std::istream& file);
 
 // Machines that publish the same lines share a column. In CSV each has its own.
 void writeFleet(std::ostream& out, const Terminal& terminal, const TableForm& form,

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <charconv>
 #include <filesystem>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <system_error>
@@ -247,6 +248,25 @@ Inventory readInventory(const std::string& fileName) {
   } catch (const std::runtime_error& error) {
     refuse(fileName + ": " + error.what());
   }
+}
+
+std::vector<String> labelsOf(const std::vector<NamedInventory>& inventories) {
+  const auto hostOf = [](const NamedInventory& named) {
+    const auto& machine = named.inventory.machine;
+    return machine ? machine->hostName.value_or(String()) : String();
+  };
+  std::map<String, std::size_t> counts;
+  for (const NamedInventory& named : inventories) {
+    ++counts[hostOf(named)];
+  }
+  std::vector<String> labels;
+  for (const NamedInventory& named : inventories) {
+    const String host = hostOf(named);
+    labels.push_back(host.size() == 0    ? String(named.name)
+                     : counts[host] == 1 ? host
+                                         : host + String(" (" + named.name + ")"));
+  }
+  return labels;
 }
 
 }  // namespace show

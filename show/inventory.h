@@ -40,4 +40,14 @@ std::ifstream openFile(const std::string& name);
 // read, or is larger than 64 MiB.
 Inventory readInventory(const std::string& fileName);
 
+struct NamedInventory {
+  // Of its file, or its server.
+  std::string name;
+  Inventory inventory;
+};
+
+// What people know each by: its host name; where there is none, the name of its file; and both
+// where several have the same host name.
+std::vector<Pegasus::String> labelsOf(const std::vector<NamedInventory>& inventories);
+
 }  // namespace show

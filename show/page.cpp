@@ -104,15 +104,9 @@ std::string html(const Age& age) {
 
 // --- the drawing of a machine ---
 
-const std::vector<Entry>& entriesOf(const PageMachine& machine) {
+const std::vector<Entry>& entriesOf(const Inventory& inventory) {
   static const std::vector<Entry> none;
-  return machine.inventory.entries ? *machine.inventory.entries : none;
-}
-
-String labelOf(const PageMachine& machine) {
-  const auto& known = machine.inventory.machine;
-  const Text host = known ? known->hostName : std::nullopt;
-  return host && host->size() > 0 ? *host : String(machine.name);
+  return inventory.entries ? *inventory.entries : none;
 }
 
 bool isOf(const Entry& entry, const char* category) {
@@ -131,9 +125,9 @@ void writeEntry(std::ostream& out, const Entry& entry) {
 }
 
 // The order numbers of a category.
-void writeEntries(std::ostream& out, const PageMachine& machine, const char* category) {
+void writeEntries(std::ostream& out, const Inventory& inventory, const char* category) {
   bool isFirst = true;
-  for (const Entry& entry : entriesOf(machine)) {
+  for (const Entry& entry : entriesOf(inventory)) {
     if (isOf(entry, category)) {
       out << (isFirst ? "<ul class=\"parts\">\n" : "");
       isFirst = false;
@@ -143,17 +137,20 @@ void writeEntries(std::ostream& out, const PageMachine& machine, const char* cat
   out << (isFirst ? "" : "</ul>\n");
 }
 
-bool hasEntries(const PageMachine& machine, const char* category) {
-  const auto& entries = entriesOf(machine);
+bool hasEntries(const Inventory& inventory, const char* category) {
+  const auto& entries = entriesOf(inventory);
   return std::any_of(entries.begin(), entries.end(),
                      [&](const Entry& entry) { return isOf(entry, category); });
 }
 
 void writePart(std::ostream& out, const Part& part, bool isModule) {
-  out << "<li><b>" << html(part.locator && part.locator->size() > 0 ? part.locator : part.place)
-      << "</b> " << html(partWords(part, isModule));
+  out << "<li><b>" << html(part.place) << "</b> " << html(partWords(part, isModule));
+  // What is printed at the slot, unless the place says so already.
+  const bool isSaid = part.place && part.locator &&
+                      part.place->view().find(part.locator->view()) != std::u16string_view::npos;
   std::string details;
-  for (const Text& text : {typeWords(part, isModule), part.manufacturer, part.partNumber}) {
+  for (const Text& text : {isSaid ? Text() : part.locator, typeWords(part, isModule),
+                           part.manufacturer, part.partNumber}) {
     if (text && text->size() > 0) {
       details += (details.empty() ? "" : ", ") + html(*text);
     }
@@ -165,7 +162,7 @@ void writePart(std::ostream& out, const Part& part, bool isModule) {
 }
 
 // The sockets or slots, and what is ordered for them.
-void writePlaces(std::ostream& out, const PageMachine& machine, const Parts* parts,
+void writePlaces(std::ostream& out, const Inventory& inventory, const Parts* parts,
                  const char* title, const char* kind, const char* category) {
   const bool isModule = std::string_view(category) == "MEMORY";
   out << "<div class=\"zone " << kind << "\"><h3>" << title << "</h3>\n";
@@ -179,27 +176,27 @@ void writePlaces(std::ostream& out, const PageMachine& machine, const Parts* par
     out << "<p class=\"soft\">" << (parts != nullptr && parts->refusal ? "unknown" : "none known")
         << "</p>\n";
   }
-  writeEntries(out, machine, category);
+  writeEntries(out, inventory, category);
   out << "</div>\n";
 }
 
-void writeZone(std::ostream& out, const PageMachine& machine, const char* title, const char* kind,
+void writeZone(std::ostream& out, const Inventory& inventory, const char* title, const char* kind,
                const std::vector<const char*>& categories) {
   if (std::none_of(categories.begin(), categories.end(),
-                   [&](const char* category) { return hasEntries(machine, category); })) {
+                   [&](const char* category) { return hasEntries(inventory, category); })) {
     return;
   }
   out << "<div class=\"zone " << kind << "\"><h3>" << title << "</h3>\n";
   for (const char* category : categories) {
-    writeEntries(out, machine, category);
+    writeEntries(out, inventory, category);
   }
   out << "</div>\n";
 }
 
 // What is of none of morvik's categories, or cannot be read.
-void writeOthers(std::ostream& out, const PageMachine& machine) {
+void writeOthers(std::ostream& out, const Inventory& inventory) {
   bool isFirst = true;
-  for (const Entry& entry : entriesOf(machine)) {
+  for (const Entry& entry : entriesOf(inventory)) {
     if (!entry.category || !isCategory(*entry.category)) {
       out << (isFirst ? "<div class=\"zone outside\"><h3>Other parts</h3>\n<ul class=\"parts\">\n"
                       : "");
@@ -210,32 +207,31 @@ void writeOthers(std::ostream& out, const PageMachine& machine) {
   out << (isFirst ? "" : "</ul></div>\n");
 }
 
-void writeDrawing(std::ostream& out, const PageMachine& machine) {
-  const Machine* known = machine.inventory.machine ? &*machine.inventory.machine : nullptr;
+void writeDrawing(std::ostream& out, const Inventory& inventory) {
+  const Machine* known = inventory.machine ? &*inventory.machine : nullptr;
   out << "<div class=\"chassis\">\n<div class=\"zone board\">\n";
-  if (hasEntries(machine, "PLANAR")) {
+  if (hasEntries(inventory, "PLANAR")) {
     out << "<div><h3>Planar</h3>\n";
-    writeEntries(out, machine, "PLANAR");
+    writeEntries(out, inventory, "PLANAR");
     out << "</div>\n";
   }
-  writePlaces(out, machine, known != nullptr ? &known->processors : nullptr, "Processors",
+  writePlaces(out, inventory, known != nullptr ? &known->processors : nullptr, "Processors",
               "processors", "PROCESSOR");
-  writePlaces(out, machine, known != nullptr ? &known->memoryModules : nullptr, "Memory", "memory",
-              "MEMORY");
-  writeZone(out, machine, "Service processor", "service", {"OPTIONSP"});
+  writePlaces(out, inventory, known != nullptr ? &known->memoryModules : nullptr, "Memory",
+              "memory", "MEMORY");
+  writeZone(out, inventory, "Service processor", "service", {"OPTIONSP"});
   out << "</div>\n<div class=\"side\">\n";
-  writeZone(out, machine, "Fans", "fans", {"FAN"});
-  writeZone(out, machine, "Drives and backplane", "drives", {"CDROM", "FLOPPY", "BACKPLANE"});
+  writeZone(out, inventory, "Fans", "fans", {"FAN"});
+  writeZone(out, inventory, "Drives and backplane", "drives", {"CDROM", "FLOPPY", "BACKPLANE"});
   out << "</div>\n</div>\n";
-  writeZone(out, machine, "Keyboard", "outside", {"KEYBOARD"});
-  writeOthers(out, machine);
+  writeZone(out, inventory, "Keyboard", "outside", {"KEYBOARD"});
+  writeOthers(out, inventory);
 }
 
-void writeFacts(std::ostream& out, const PageMachine& machine, Time now) {
+void writeFacts(std::ostream& out, const Inventory& inventory, Time now) {
   const auto fact = [&](const char* name, const std::string& value) {
     out << "<dt>" << name << "</dt><dd>" << value << "</dd>\n";
   };
-  const Inventory& inventory = machine.inventory;
   out << "<dl>\n";
   if (inventory.machine) {
     fact("Model", html(inventory.machine->model));
@@ -252,16 +248,17 @@ void writeFacts(std::ostream& out, const PageMachine& machine, Time now) {
   out << "</dl>\n";
 }
 
-void writeMachine(std::ostream& out, const PageMachine& machine, std::size_t number, bool isOnly,
-                  Time now) {
-  out << "<section class=\"machine\" id=\"m" << number << "\">\n";
-  if (!isOnly) {
-    out << "<p class=\"back\"><a href=\"#top\">All machines</a></p>\n<h2>" << html(labelOf(machine))
-        << "</h2>\n";
-  }
-  writeFacts(out, machine, now);
-  writeDrawing(out, machine);
-  out << "</section>\n";
+// One of several. A browser that runs the script does not parse what is in <noscript> until the
+// script puts it in its place, when the machine is looked at: a thousand drawings take it longer
+// than all the rest.
+void writeMachine(std::ostream& out, const Inventory& inventory, const String& label,
+                  std::size_t number, Time now) {
+  out << "<section class=\"machine\" id=\"m" << number
+      << "\"><noscript>\n<p class=\"back\"><a href=\"#top\">All machines</a></p>\n<h2>"
+      << html(label) << "</h2>\n";
+  writeFacts(out, inventory, now);
+  writeDrawing(out, inventory);
+  out << "</noscript></section>\n";
 }
 
 // --- the lists ---
@@ -281,28 +278,30 @@ std::string countCell(std::size_t count) {
          "</td>";
 }
 
-void writeMachines(std::ostream& out, const std::vector<PageMachine>& machines, Time now) {
+void writeMachines(std::ostream& out, const std::vector<NamedInventory>& machines,
+                   const std::vector<String>& labels, Time now) {
   writeHead(out, "machines", "Machines",
             {"Host", "Type", "Model", "Serial number", "Processors", "Memory", "Parts", "Age"});
   for (std::size_t i = 0; i < machines.size(); ++i) {
-    const auto& known = machines[i].inventory.machine;
+    const Inventory& inventory = machines[i].inventory;
+    const auto& known = inventory.machine;
     const auto cell = [&](const Text& text) { out << "<td>" << html(text) << "</td>"; };
-    out << "<tr><th scope=\"row\"><a href=\"#m" << i + 1 << "\">" << html(labelOf(machines[i]))
-        << "</a></th>";
+    out << "<tr><th scope=\"row\"><a href=\"#m" << i + 1 << "\">" << html(labels[i]) << "</a></th>";
     cell(known ? known->machineType : std::nullopt);
     cell(known ? known->model : std::nullopt);
     cell(known ? known->serialNumber : std::nullopt);
     cell(known ? Text(groupWords(known->processors, false)) : std::nullopt);
     cell(known ? Text(groupWords(known->memoryModules, true)) : std::nullopt);
-    const Age age = ageOf(machines[i].inventory.time, now);
-    out << countCell(entriesOf(machines[i]).size()) << "<td class=\"count\" data-v=\""
-        << age.seconds << "\">" << html(age) << "</td></tr>\n";
+    const Age age = ageOf(inventory.time, now);
+    out << countCell(entriesOf(inventory).size()) << "<td class=\"count\" data-v=\"" << age.seconds
+        << "\">" << html(age) << "</td></tr>\n";
   }
   out << "</tbody></table>\n";
 }
 
 // Each part once, with the machines that have it.
-void writeParts(std::ostream& out, const std::vector<PageMachine>& machines) {
+void writeParts(std::ostream& out, const std::vector<NamedInventory>& machines,
+                const std::vector<String>& labels) {
   struct Key {
     String fruNumber;
     String category;
@@ -314,7 +313,7 @@ void writeParts(std::ostream& out, const std::vector<PageMachine>& machines) {
   };
   std::map<Key, std::set<std::size_t>> parts;
   for (std::size_t i = 0; i < machines.size(); ++i) {
-    for (const Entry& entry : entriesOf(machines[i])) {
+    for (const Entry& entry : entriesOf(machines[i].inventory)) {
       if (!entry.problem) {
         parts[{entry.fruNumber.value_or(String()), entry.category.value_or(String()),
                entry.description.value_or(String())}]
@@ -327,21 +326,22 @@ void writeParts(std::ostream& out, const std::vector<PageMachine>& machines) {
     out << "<tr><th scope=\"row\" class=\"number\">" << html(Text(part.fruNumber)) << "</th><td>"
         << html(Text(part.category)) << "</td><td>" << html(Text(part.description))
         << "</td><td data-v=\"" << hosts.size() << "\"><details><summary>" << hosts.size()
-        << "</summary>";
+        << "</summary><noscript>";
     for (const std::size_t host : hosts) {
-      out << "<a href=\"#m" << host + 1 << "\">" << html(labelOf(machines[host])) << "</a> ";
+      out << "<a href=\"#m" << host + 1 << "\">" << html(labels[host]) << "</a> ";
     }
-    out << "</details></td></tr>\n";
+    out << "</noscript></details></td></tr>\n";
   }
   out << "</tbody></table>\n";
 }
 
 }  // namespace
 
-void writePage(std::ostream& out, const std::vector<PageMachine>& machines, Time now) {
+void writePage(std::ostream& out, const std::vector<NamedInventory>& machines, Time now) {
   const bool isOnly = machines.size() == 1;
+  const std::vector<String> labels = labelsOf(machines);
   const std::string title =
-      isOnly ? escaped(labelOf(machines.front())) : counted(machines.size(), "machine", "machines");
+      isOnly ? escaped(labels.front()) : counted(machines.size(), "machine", "machines");
   const std::string time = timeText(now);
   out << "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
          "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; style-src '"
@@ -352,23 +352,28 @@ void writePage(std::ostream& out, const std::vector<PageMachine>& machines, Time
          "content=\"morvik-show " MORVIK_VERSION "\">\n<title>"
       << title << "</title>\n<style>" << pageStyle << "</style>\n</head>\n<body class=\""
       << (isOnly ? "one" : "many") << "\" id=\"top\">\n<header><h1>"
-      << (isOnly ? html(labelOf(machines.front())) : title)
+      << (isOnly ? html(labels.front()) : title)
       << "</h1>\n<p class=\"soft\">Parts published by morvik. Made <time datetime=\"" << time
       << "\">" << time << "</time>."
       << (isOnly
               ? ""
               : " <a href=\"#machines-heading\">Machines</a> <a href=\"#parts-heading\">Parts</a>")
       << "</p></header>\n<main>\n";
-  if (!isOnly) {
+  if (isOnly) {
+    out << "<section class=\"machine\" id=\"m1\">\n";
+    writeFacts(out, machines.front().inventory, now);
+    writeDrawing(out, machines.front().inventory);
+    out << "</section>\n";
+  } else {
     out << "<div class=\"overview\">\n<p class=\"search\" hidden><label for=\"search\">Search "
            "machines and parts</label> <input type=\"search\" id=\"search\" autocomplete=\"off\"> "
            "<span id=\"found\" role=\"status\"></span></p>\n";
-    writeMachines(out, machines, now);
-    writeParts(out, machines);
+    writeMachines(out, machines, labels, now);
+    writeParts(out, machines, labels);
     out << "</div>\n";
-  }
-  for (std::size_t i = 0; i < machines.size(); ++i) {
-    writeMachine(out, machines[i], i + 1, isOnly, now);
+    for (std::size_t i = 0; i < machines.size(); ++i) {
+      writeMachine(out, machines[i].inventory, labels[i], i + 1, now);
+    }
   }
   out << "</main>\n<script>" << pageScript << "</script>\n</body>\n</html>\n";
 }

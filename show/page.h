@@ -1,26 +1,19 @@
 // One page of HTML that shows machines and their parts, complete in itself: it asks for nothing,
 // and its content security policy forbids that and any script but its own. It can be read without
-// scripts, which only sort and search.
+// scripts, which sort and search.
 #pragma once
 
 #include <chrono>
 #include <ostream>
-#include <string>
 #include <vector>
 
 #include "inventory.h"
 
 namespace show {
 
-struct PageMachine {
-  // Shown if the inventory has no host name.
-  std::string name;
-  Inventory inventory;
-};
-
 // One machine is drawn. Of several there is a list to search and sort, with a link to the drawing
 // of each. Ages are those at `now`.
-void writePage(std::ostream& out, const std::vector<PageMachine>& machines,
+void writePage(std::ostream& out, const std::vector<NamedInventory>& machines,
                std::chrono::system_clock::time_point now);
 
 }  // namespace show

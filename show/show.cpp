@@ -123,8 +123,8 @@ ExitStatus list(CIMClient& client, const Options& options, const Terminal& termi
 }
 
 // Each with the name of its file. What cannot be read is reported, and left out.
-std::vector<PageMachine> readInventories(const std::vector<std::string>& files) {
-  std::vector<PageMachine> machines;
+std::vector<NamedInventory> readInventories(const std::vector<std::string>& files) {
+  std::vector<NamedInventory> machines;
   for (const std::string& file : files) {
     try {
       machines.push_back({file, readInventory(file)});
@@ -150,14 +150,13 @@ std::istringstream readDataFile(std::istream& file, const std::string& name) {
 }
 
 ExitStatus explainOnOthers(const Options& options, std::istream& file, const Terminal& terminal) {
-  std::vector<NamedMachine> machines;
-  for (PageMachine& read : readInventories(options.others)) {
-    if (read.inventory.machine) {
-      machines.push_back({read.name, std::move(*read.inventory.machine)});
-    } else {
+  std::vector<NamedInventory> machines = readInventories(options.others);
+  std::erase_if(machines, [](const NamedInventory& read) {
+    if (!read.inventory.machine) {
       complain(String(read.name + ": it does not describe a machine; use --machine --json"));
     }
-  }
+    return !read.inventory.machine;
+  });
   if (machines.empty()) {
     return ExitStatus::trouble;
   }
@@ -177,7 +176,7 @@ ExitStatus explainOnOthers(const Options& options, std::istream& file, const Ter
 }
 
 ExitStatus showPage(const Options& options) {
-  const std::vector<PageMachine> machines = readInventories(options.inventories);
+  const std::vector<NamedInventory> machines = readInventories(options.inventories);
   if (machines.empty()) {
     return ExitStatus::trouble;
   }

@@ -1,6 +1,21 @@
 "use strict";
 // Sorts and searches the tables. Without it the page shows the same, in the order of its making.
 
+// Drawings and lists of machines are parsed when they are looked at: see writeMachine in page.cpp.
+function unfold(element) {
+  const folded = element?.querySelector(":scope > noscript");
+  if (folded) folded.outerHTML = folded.textContent;
+}
+
+function unfoldTarget() {
+  const machine = document.getElementById(location.hash.slice(1));
+  if (machine?.matches(".machine")) unfold(machine);
+}
+
+addEventListener("hashchange", unfoldTarget);
+unfoldTarget();
+for (const list of document.querySelectorAll("details")) list.addEventListener("toggle", () => unfold(list));
+
 const collator = new Intl.Collator("en", { numeric: true, sensitivity: "base" });
 
 // What a cell is sorted by; null goes to the end, whatever the direction.
@@ -37,15 +52,22 @@ for (const table of document.querySelectorAll("table")) {
   }
 }
 
+// What is in a machine's markup, which has only these references.
+function wordsOf(section) {
+  const folded = section.querySelector(":scope > noscript");
+  if (!folded) return section.textContent;
+  const characters = { "&amp;": "&", "&lt;": "<", "&gt;": ">", "&quot;": '"' };
+  return folded.textContent.replace(/<[^>]*>/g, "").replace(/&\w+;/g, (reference) => characters[reference]);
+}
+
 // A machine is found by all that is known of it, a part by itself.
 const texts = new Map();
 function textOf(row) {
   if (!texts.has(row)) {
     const link = row.querySelector("th a");
     const section = link && document.getElementById(link.hash.slice(1));
-    const parts = section ? section.textContent : [...row.cells].slice(0, 3).map((cell) => cell.textContent).join(" ");
-    texts.set(row, (section ? row.textContent + " " : "") + parts);
-    texts.set(row, texts.get(row).toLowerCase());
+    const words = [...row.cells].slice(0, section ? undefined : 3).map((cell) => cell.textContent);
+    texts.set(row, [...words, section ? wordsOf(section) : ""].join(" ").toLowerCase());
   }
   return texts.get(row);
 }

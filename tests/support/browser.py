@@ -100,6 +100,7 @@ def search(browser):
     # A part that only some machines have, in small letters, and a type.
     field.send_keys("a112400")
     found = column(browser, "machines", 0)
+    browser.find_element(By.XPATH, "//tr[th='A112400']//summary").click()
     hosts = browser.execute_script(
         """const row = [...document.querySelectorAll("#parts tbody tr")].find((row) => row.cells[0].textContent === "A112400");
            return [...row.querySelectorAll("a")].map((link) => link.textContent)""")
@@ -109,6 +110,11 @@ def search(browser):
         raise SystemExit("the search proves nothing")
     field.send_keys(" 2345")
     expect(["2345"], sorted(set(column(browser, "machines", 1))), "their types")
+    # What only the drawing of a machine has; its characters, and not its markup.
+    for words, machines in (("s000301", ["host-0003"]), ("ethernet &", everything), ("span", []), ("amp;", [])):
+        field.clear()
+        field.send_keys(words)
+        expect(machines, column(browser, "machines", 0), f"machines with {words}")
     field.clear()
     field.send_keys(" ")
     expect(everything, column(browser, "machines", 0), "machines without a search")

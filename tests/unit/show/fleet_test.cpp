@@ -26,12 +26,13 @@ Parts partsOf(const std::vector<std::optional<String>>& texts) {
   return parts;
 }
 
-NamedMachine machineOf(const std::string& file, const std::vector<std::optional<String>>& clocks,
-                       const std::vector<std::optional<String>>& sizes, const char* language) {
-  NamedMachine named = {file, {}};
-  named.machine.processors = partsOf(clocks);
-  named.machine.memoryModules = partsOf(sizes);
-  named.machine.languageCode = language;
+NamedInventory machineOf(const std::string& file, const std::vector<std::optional<String>>& clocks,
+                         const std::vector<std::optional<String>>& sizes, const char* language) {
+  NamedInventory named = {file, {}};
+  Machine& machine = named.inventory.machine.emplace();
+  machine.processors = partsOf(clocks);
+  machine.memoryModules = partsOf(sizes);
+  machine.languageCode = language;
   return named;
 }
 
@@ -54,7 +55,7 @@ constexpr const char* lines =
     "\"9\",\"OPTIONSP\",\"\",\"x\"\n"
     "\"10\",\"FAN\",\"\",\"x\"";
 
-Fleet explainLines(const std::vector<NamedMachine>& machines) {
+Fleet explainLines(const std::vector<NamedInventory>& machines) {
   std::istringstream file(lines);
   return explainOn(machines, file);
 }
@@ -132,7 +133,7 @@ TEST(Fleet, ExplanationsAreThoseOfAServer) {
   fakeServer = {};
 }
 
-std::string written(const std::vector<NamedMachine>& machines, bool isCsv = false) {
+std::string written(const std::vector<NamedInventory>& machines, bool isCsv = false) {
   std::ostringstream out;
   TableForm form;
   form.isCsv = isCsv;
@@ -141,21 +142,34 @@ std::string written(const std::vector<NamedMachine>& machines, bool isCsv = fals
 }
 
 TEST(Fleet, MachinesThatPublishTheSameShareAColumn) {
-  std::vector<NamedMachine> machines;
+  std::vector<NamedInventory> machines;
   for (int i = 0; i < 6; ++i) {
     machines.push_back(machineOf("m" + std::to_string(i), {String(std::to_string(i))}, {}, ""));
-    machines.back().machine.machineType = "1234";
+    machines.back().inventory.machine->machineType = "1234";
+    machines.back().inventory.machine->model = i == 0 ? "B" : "A";
   }
   machines.push_back(machineOf("n", {"2400"}, {}, ""));
   const std::string text = written(machines);
-  EXPECT_NE(text.find("1       6         1234   m0, m1, m2 and 3 others\n"), std::string::npos)
+  EXPECT_NE(text.find("1       6         1234   A and B  m0, m1, m2 and 3 others\n"),
+            std::string::npos)
       << text;
-  EXPECT_NE(text.find("2       1         -      n\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("2       1         -      -        n\n"), std::string::npos) << text;
   EXPECT_NE(text.find("\n2     PROCESSOR  1           1         -  x\n"), std::string::npos)
       << text;
   EXPECT_NE(text.find("\n14 entries: 8 for none of the machines: lines 3, 4, 5, "),
             std::string::npos)
       << text;
+}
+
+TEST(Fleet, MachinesWithTheSameHostNameAreNamedWithTheirFiles) {
+  std::vector<NamedInventory> machines = {machineOf("old/a", {}, {}, ""),
+                                          machineOf("new/a", {}, {}, ""),
+                                          machineOf("b", {}, {}, ""), machineOf("c", {}, {}, "")};
+  machines[0].inventory.machine->hostName = "db1";
+  machines[1].inventory.machine->hostName = "db1";
+  machines[2].inventory.machine->hostName = "db2";
+  machines[3].inventory.machine.reset();
+  EXPECT_EQ(labelsOf(machines), (std::vector<String>{"db1 (old/a)", "db1 (new/a)", "db2", "c"}));
 }
 
 TEST(Fleet, CsvHasAColumnForEachMachine) {
