@@ -27,7 +27,7 @@ constexpr long connectSeconds = 15;
 constexpr long transferSeconds = 60;
 constexpr int mostTries = 3;
 constexpr int pauseGrowth = 4;
-// The longest that a server may ask to wait.
+// If a server asks to wait for longer, the next night is soon enough.
 constexpr std::chrono::seconds longestPause{60};
 constexpr long mostRedirects = 5;
 
@@ -149,6 +149,14 @@ bool isRetriable(CURLcode code) {
   }
 }
 
+// libcurl repeats the address of a proxy that it cannot use in quotes, as it was given: all that
+// may be a password is cut out.
+std::string withoutUser(const std::string& words) {
+  const std::size_t end = words.rfind('@');
+  return end == std::string::npos ? words
+                                  : words.substr(0, words.find('\'') + 1) + words.substr(end + 1);
+}
+
 // From half to one and a half times the pause, so that many machines do not come back at once.
 std::chrono::milliseconds withJitter(std::chrono::milliseconds pause) {
   static std::minstd_rand random{std::random_device()()};
@@ -225,6 +233,7 @@ class Bringer::Transfer {
 
   Url url_;
   bool isHttp_;
+  bool isSecure_;
   std::chrono::milliseconds retryPause_;
   // The name of the setting, for messages.
   std::string certificates_;
@@ -241,13 +250,13 @@ class Bringer::Transfer {
 Bringer::Transfer::Transfer(const Settings& settings, Url url)
     : url_(std::move(url)),
       isHttp_(url_.get(CURLUPART_SCHEME).starts_with("http")),
+      isSecure_(url_.get(CURLUPART_SCHEME) == "https"),
       retryPause_(settings.retryPause),
       certificates_(settings.nameOf(&Settings::certificates)),
       handle_(curl_easy_init(), curl_easy_cleanup) {
   if (handle_ == nullptr) {
     throw Failure(Status::badUse, "libcurl cannot be used");
   }
-  const bool isSecure = url_.get(CURLUPART_SCHEME) == "https";
   set(CURLOPT_NOSIGNAL, 1L);
   set(CURLOPT_USERAGENT, "morvik-run/" MORVIK_VERSION);
   set(CURLOPT_ERRORBUFFER, error_.data());
@@ -255,7 +264,7 @@ Bringer::Transfer::Transfer(const Settings& settings, Url url)
   set(CURLOPT_MAXFILESIZE, static_cast<long>(mostBytes));
   set(CURLOPT_PROTOCOLS_STR, "https,http,ftps,ftp");
   // Never from a protected connection to one that is not.
-  set(CURLOPT_REDIR_PROTOCOLS_STR, isSecure ? "https" : "https,http");
+  set(CURLOPT_REDIR_PROTOCOLS_STR, isSecure_ ? "https" : "https,http");
   set(CURLOPT_FOLLOWLOCATION, 1L);
   set(CURLOPT_MAXREDIRS, mostRedirects);
   set(CURLOPT_SSL_VERIFYPEER, 1L);
@@ -383,9 +392,16 @@ Bringer::Transfer::Result Bringer::Transfer::attempt(const std::string& address,
 
 // Both what libcurl says and what the server says, because either may be the better one.
 std::string Bringer::Transfer::words() const {
-  const std::string own =
-      code_ == CURLE_OK ? "" : (error_[0] == '\0' ? curl_easy_strerror(code_) : error_.data());
   const std::string server = serverWords_.empty() ? "" : "the server answered: " + serverWords_;
+  std::string own;
+  if (code_ == CURLE_UNSUPPORTED_PROTOCOL && !server.empty()) {
+    own = std::string("it redirects to another protocol than ") +
+          (isSecure_ ? "https" : "http and https");
+  } else if (error_[0] != '\0') {
+    own = withoutUser(error_.data());
+  } else if (code_ != CURLE_OK && server.empty()) {  // only the name of the error
+    own = curl_easy_strerror(code_);
+  }
   return harmless(own) + (own.empty() || server.empty() ? "" : "; ") + harmless(server);
 }
 
@@ -418,19 +434,22 @@ Brought Bringer::Transfer::bring(const std::string& name, const std::optional<Ve
       throw Failure(Status::badUse, certificates_ + ": " + words());
     }
     if (result == Result::missing) {
-      throw Failure(Status::noFile, addressOf(name) + " does not exist: " + words());
+      throw Failure(Status::noFile, addressOf(name) + ": " + words());
     }
     if (result == Result::tooLarge) {
       throw Failure(Status::refused, addressOf(name) + " has more than 1 MiB");
     }
     curl_off_t asked = 0;
     curl_easy_getinfo(handle_.get(), CURLINFO_RETRY_AFTER, &asked);
-    const std::chrono::seconds after(std::clamp<curl_off_t>(asked, 0, longestPause.count()));
+    const bool isTooLong = asked > longestPause.count();
+    const std::chrono::seconds after(isTooLong ? 0 : asked);
     const auto wait = std::max<std::chrono::milliseconds>(withJitter(pause), after);
-    if (result == Result::failed || tries == mostTries || deadline.left() <= wait) {
-      throw Failure(Status::notReached,
-                    "cannot fetch " + addressOf(name) + ": " + words() +
-                        (tries > 1 ? " (" + std::to_string(tries) + " tries)" : ""));
+    if (result == Result::failed || isTooLong || tries == mostTries || deadline.left() <= wait) {
+      throw Failure(
+          Status::notReached,
+          "cannot fetch " + addressOf(name) + ": " + words() +
+              (isTooLong ? "; it asks to wait " + std::to_string(asked) + " seconds" : "") +
+              (tries > 1 ? " (" + std::to_string(tries) + " tries)" : ""));
     }
     std::this_thread::sleep_for(wait);
     pause *= pauseGrowth;
