@@ -31,6 +31,12 @@ Item toItem(const show::Explanation& explanation) {
           "1.0"};
 }
 
+// Neither a comment nor a blank line.
+bool isMeantAsEntry(const show::Explanation& explanation) {
+  const std::string code = explanation.reason.code;
+  return code != "comment" && code != "blank";
+}
+
 [[noreturn]] void refuse(const std::string& words) {
   throw Failure(Status::refused, words);
 }
@@ -62,11 +68,11 @@ void checkForm(const std::string& text) {
   }
 }
 
-Items predict(const std::string& text, Pegasus::CIMClient& client, const show::Machine& machine,
-              const Deadline& deadline) {
+Prediction predict(const std::string& text, Pegasus::CIMClient& client,
+                   const show::Machine& machine, const Deadline& deadline) {
   std::istringstream file(text);
   show::Explainer explainer(client, machine);
-  Items items;
+  Prediction prediction;
   String line;
   try {
     for (LineRead read = readAnyLine(file, line); read != LineRead::end;
@@ -76,7 +82,10 @@ Items predict(const std::string& text, Pegasus::CIMClient& client, const show::M
       }
       const show::Explanation explanation = explainer.explain(read, line);
       if (explanation.result == show::Result::published) {
-        items.push_back(toItem(explanation));
+        prediction.items.push_back(toItem(explanation));
+      } else if (prediction.reason.empty() && isMeantAsEntry(explanation)) {
+        prediction.reason = "line " + std::to_string(explanation.line) + ": " +
+                            harmless(explanation.reason.words.toUtf8());
       }
     }
   } catch (const Failure&) {
@@ -84,13 +93,15 @@ Items predict(const std::string& text, Pegasus::CIMClient& client, const show::M
   } catch (const std::exception& error) {
     throw Failure(Status::cimServer, harmless(error.what()));
   }
-  std::sort(items.begin(), items.end());
-  return items;
+  std::sort(prediction.items.begin(), prediction.items.end());
+  return prediction;
 }
 
-void checkShare(std::size_t predicted, std::size_t before, double minShare) {
+void checkShare(const Prediction& prediction, std::size_t before, double minShare) {
+  const std::size_t predicted = prediction.items.size();
   if (predicted == 0) {
-    refuse("no entry of it would be published on this machine");
+    refuse("no entry of it would be published on this machine" +
+           (prediction.reason.empty() ? "" : "; " + prediction.reason));
   }
   if (static_cast<double>(predicted) < minShare * static_cast<double>(before)) {
     refuse("it has " + std::to_string(predicted) + (predicted == 1 ? " entry" : " entries") +

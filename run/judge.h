@@ -41,13 +41,19 @@ Items missingFrom(const Items& b, const Items& a);
 // short.
 void checkForm(const std::string& text);
 
+struct Prediction {
+  Items items;
+  // Of the first line that would not be published, and is meant to be; empty if there is none.
+  std::string reason;
+};
+
 // What a run of morvik would publish, asking the server as it does. Throws Failure(cimServer) if
 // the server fails, and after the deadline.
-Items predict(const std::string& text, Pegasus::CIMClient& client, const show::Machine& machine,
-              const Deadline& deadline);
+Prediction predict(const std::string& text, Pegasus::CIMClient& client,
+                   const show::Machine& machine, const Deadline& deadline);
 
 // Throws Failure(refused) if nothing would be published, or less than that share of `before`
 // entries.
-void checkShare(std::size_t predicted, std::size_t before, double minShare);
+void checkShare(const Prediction& prediction, std::size_t before, double minShare);
 
 }  // namespace run

@@ -194,14 +194,9 @@ void Run::verify(Bringer& bringer, const std::string& name, Candidate& candidate
         checkSignature(sums, signed_, settings_.keyring, state_.emptyWorkDirectory(), deadline_);
     checkSum(sums, name, candidate.text);
     candidate.signatureTime = signature.time;
-    const std::int64_t last = state_.good() ? state_.good()->signatureTime : 0;
-    if (signature.time < last && !settings_.isForced) {
-      const auto timeOf = [](std::int64_t seconds) {
-        return timeText(std::chrono::system_clock::from_time_t(seconds));
-      };
-      throw Failure(Status::refused, "it was signed at " + timeOf(signature.time) +
-                                         ", but the last good one at " + timeOf(last) +
-                                         "; use --force if that is right");
+    if (!settings_.isForced) {
+      checkAge(signature.time, state_.good() ? state_.good()->signatureTime : 0,
+               std::time(nullptr));
     }
   } catch (const Failure& failure) {
     // A file without a signature is not a missing file.
@@ -214,9 +209,10 @@ void Run::judge(const Candidate& candidate) {
   const auto& good = state_.good();
   try {
     checkForm(candidate.text);
-    report_.predicted = predict(candidate.text, *client_, machine_, deadline_);
+    const Prediction prediction = predict(candidate.text, *client_, machine_, deadline_);
+    report_.predicted = prediction.items;
     const std::size_t before = good && good->entries > 0 ? good->entries : report_.before->size();
-    checkShare(report_.predicted->size(), before, settings_.isForced ? 0 : settings_.minShare);
+    checkShare(prediction, before, settings_.isForced ? 0 : settings_.minShare);
   } catch (const Failure& failure) {
     if (failure.status() != Status::refused) {
       throw;
@@ -317,7 +313,7 @@ void Run::restore(const Candidate& candidate, const std::string& reason) {
   const auto& good = state_.good();
   const bool hasGood = canBeRestored(good);
   const std::string& text = hasGood ? good->text : candidate.text;
-  const Items expected = predict(text, *client_, machine_, deadline_);
+  const Items expected = predict(text, *client_, machine_, deadline_).items;
   if (*report_.published != expected) {
     publishOnce(text, Deadline(deadline_.left()));
   }
@@ -342,7 +338,7 @@ void Run::mend() {
     return;
   }
   try {
-    const Items expected = predict(good->text, *client_, machine_, deadline_);
+    const Items expected = predict(good->text, *client_, machine_, deadline_).items;
     holdSignals();
     if (*report_.published != expected) {
       publishOnce(good->text, deadline_);

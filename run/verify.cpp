@@ -5,6 +5,7 @@
 #include <array>
 #include <charconv>
 #include <chrono>
+#include <ctime>
 #include <filesystem>
 #include <optional>
 #include <sstream>
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include "bring.h"
+#include "history.h"
 #include "process.h"
 
 namespace run {
@@ -45,7 +47,35 @@ std::optional<std::string> sumIn(const std::string& line, const std::string& nam
   std::string_view own = std::string_view(line).substr(sumDigits + 2);
   own.remove_prefix(own.starts_with("./") ? 2 : 0);
   own.remove_suffix(own.ends_with('\r') ? 1 : 0);
-  return own == name ? std::optional(line.substr(0, sumDigits)) : std::nullopt;
+  if (own != name) {
+    return std::nullopt;
+  }
+  std::string sum = line.substr(0, sumDigits);
+  for (char& digit : sum) {
+    digit = digit >= 'A' && digit <= 'F' ? static_cast<char>(digit - 'A' + 'a') : digit;
+  }
+  return sum;
+}
+
+std::string timeWords(std::int64_t seconds) {
+  return show::timeText(std::chrono::system_clock::from_time_t(seconds));
+}
+
+// Clocks differ, and so do time zones in which they are set.
+bool isAfter(std::int64_t time, std::int64_t now) {
+  constexpr std::int64_t day = 86400;
+  return time > now + day;
+}
+
+std::string futureWords(std::int64_t signedAt, std::int64_t now) {
+  return "it was signed at " + timeWords(signedAt) + ", but the clock of this machine is at " +
+         timeWords(now);
+}
+
+std::optional<std::int64_t> numberIn(const std::string& text) {
+  std::int64_t number = 0;
+  const auto parsed = std::from_chars(text.data(), text.data() + text.size(), number);
+  return parsed.ec == std::errc() ? std::optional(number) : std::nullopt;
 }
 
 // The fault of a signature, by the keyword of its status line.
@@ -116,11 +146,11 @@ void checkSum(const std::string& sums, const std::string& name, const std::strin
   }
 }
 
-Signature readStatus(const std::string& statusLines) {
+Signature readStatus(const std::string& statusLines, std::int64_t now) {
   std::istringstream lines(statusLines);
   bool isGood = false;  // the signature that the lines are about
   std::optional<Signature> signature;
-  const char* fault = nullptr;
+  std::string fault;
   for (std::string line; std::getline(lines, line);) {
     const std::vector<std::string> words = wordsIn(line);
     if (words.size() < 2 || words[0] != "[GNUPG:]") {
@@ -132,24 +162,39 @@ Signature readStatus(const std::string& statusLines) {
       isGood = true;
     } else if (words[1] == "VALIDSIG" && isGood && words.size() > 4) {
       // Fingerprint, date, time.
-      Signature found{0, words[2]};
-      const std::string& time = words[4];
-      const auto parsed = std::from_chars(time.data(), time.data() + time.size(), found.time);
-      if (parsed.ec == std::errc() && (!signature || signature->time < found.time)) {
-        signature = found;
+      const auto time = numberIn(words[4]);
+      if (time && (!signature || signature->time < *time)) {
+        signature = Signature{*time, words[2]};
       }
     } else if (const char* own = faultOf(words[1])) {
       if (words[1] == "BADSIG") {
         refuse(own);
       }
       // The first names the cause; ERRSIG follows with NO_PUBKEY.
-      fault = fault == nullptr || words[1] == "NO_PUBKEY" ? own : fault;
+      fault = fault.empty() || words[1] == "NO_PUBKEY" ? own : fault;
+      // Key, algorithms, class, time.
+      const auto time =
+          words[1] == "ERRSIG" && words.size() > 6 ? numberIn(words[6]) : std::nullopt;
+      if (time && isAfter(*time, now)) {
+        fault = futureWords(*time, now);
+      }
     }
   }
   if (!signature) {
-    refuse(fault == nullptr ? "gpgv does not accept the signature" : fault);
+    refuse(fault.empty() ? "gpgv does not accept the signature" : fault);
   }
   return *signature;
+}
+
+void checkAge(std::int64_t signedAt, std::int64_t lastGood, std::int64_t now) {
+  constexpr const char* force = "; use --force if that is right";
+  if (signedAt < lastGood) {
+    refuse("it was signed at " + timeWords(signedAt) + ", but the last good one at " +
+           timeWords(lastGood) + force);
+  }
+  if (isAfter(signedAt, now)) {
+    refuse(futureWords(signedAt, now) + force);
+  }
 }
 
 Signature checkSignature(const std::string& sums, const std::string& signature,
@@ -169,7 +214,7 @@ Signature checkSignature(const std::string& sums, const std::string& signature,
   } catch (const std::system_error& error) {
     throw Failure(Status::badUse, std::string(error.what()) + " (is the package gpgv installed?)");
   }
-  return readStatus(ended.output);
+  return readStatus(ended.output, std::time(nullptr));
 }
 
 }  // namespace run

@@ -12,7 +12,7 @@ namespace run {
 // Of these bytes: 64 lower-case hexadecimal digits.
 std::string sha256(const std::string& text);
 
-// Throws Failure(refused) if the list does not have this sum under this name.
+// Throws Failure(refused) if the list does not have this sum, in either case, under this name.
 void checkSum(const std::string& sums, const std::string& name, const std::string& text);
 
 struct Signature {
@@ -23,8 +23,14 @@ struct Signature {
 };
 
 // What the status lines of gpgv say. Throws Failure(refused) unless one signature is good, by a key
-// that is neither expired nor revoked, and none is bad.
-Signature readStatus(const std::string& statusLines);
+// that is neither expired nor revoked, and none is bad. Times are seconds since 1970; gpgv cannot
+// check a key that is younger than `now`.
+Signature readStatus(const std::string& statusLines, std::int64_t now);
+
+// Throws Failure(refused) if a list was signed before the last good one, whose time is 0 if there
+// is none, or after `now`: later lists, which the maker signs by a clock that is right, would be
+// older.
+void checkAge(std::int64_t signedAt, std::int64_t lastGood, std::int64_t now);
 
 // The sum of the keyring itself. `setting` is the name of the setting, for messages. Throws
 // Failure(badUse) if it cannot be used.

@@ -41,6 +41,9 @@ std::optional<FormProblem> findFormProblem(const std::string& text) {
   if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF")) {
     return FormProblem{"utf-16", "it is in UTF-16; save it in UTF-8", 0};
   }
+  if (text.starts_with("\x1F\x8B")) {  // RFC 1952
+    return FormProblem{"compressed", "it is compressed by gzip", 0};
+  }
   const std::size_t zero = text.find('\0');
   if (zero != std::string::npos) {
     return FormProblem{"zero-byte", "it has zero bytes, so it is damaged or not a text", zero};
@@ -53,6 +56,11 @@ std::optional<FormProblem> findFormProblem(const std::string& text) {
   }
   if (text[begin] == '<') {
     return FormProblem{"markup", "it is HTML or XML, not a FRU data file", begin};
+  }
+  // The one CR at the end of a text that is cut within CR LF does not count.
+  const std::size_t ending = text.find('\r');
+  if (ending < text.size() - 1 && text.find('\n') == std::string::npos) {
+    return FormProblem{"cr-only", "its lines end with CR alone; save it with LF or CR LF", ending};
   }
   if (text.back() != '\n') {
     return FormProblem{"unfinished", "its last line has no newline, so it is probably cut short",

@@ -66,9 +66,11 @@ teardown() { stopServers; }
     refused 'it is HTML or XML' <<<'<!DOCTYPE html><html>Sign in</html>'
     fans A 3 | head -c -1 | refused 'its last line has no newline'
     fans A 4 | iconv -t UTF-16 | refused 'it is in UTF-16'
-    fans A 4 | gzip | tr -d '\0' | { cat; echo; } | refused 'no entry of it would be published'
-    refused 'no entry of it would be published' <<<'"A1","PROCESSOR","SPEED=1","Other machine"'
-    refused 'no entry of it would be published' <<<'550 Permission denied'
+    fans A 4 | gzip | refused 'it is compressed by gzip'
+    fans A 4 | tr '\n' '\r' | refused 'its lines end with CR alone'
+    refused 'no entry of it would be published on this machine; line 2: clock differs: 1 asked, 2400 here' \
+        <<<$'# Processors\n"A1","PROCESSOR","SPEED=1","Other machine"'
+    refused 'no entry of it would be published on this machine; line 1: not an entry' <<<'550 Permission denied'
     fans A 1 | refused 'it has 1 entry for this machine, but 4 are expected'
     { fans A 4; yes '# padding' | head -c 1048576; } >"$files/1234wpk.txt"
     runFiles
@@ -213,6 +215,10 @@ startHttp() { # [OPTION...] as parts_http.py takes them
     }
     tried 'status 503' 3 3 'HTTP/1.0 503 Service Unavailable (3 tries)'
     tried 'status 429' 3 3 'HTTP/1.0 429 Too Many Requests'
+    SECONDS=0
+    tried 'later 1' 3 3 'HTTP/1.0 503 Service Unavailable (3 tries)'
+    ((SECONDS >= 2))
+    tried 'later 61' 3 1 'HTTP/1.0 503 Service Unavailable; it asks to wait 61 seconds'
     tried 'status 403' 3 1 'HTTP/1.0 403 Forbidden'
     tried 'status 401' 3 1 'HTTP/1.0 401 Unauthorized'
     tried 'status 204' 3 1 'HTTP/1.0 204 No Content'
@@ -222,7 +228,7 @@ startHttp() { # [OPTION...] as parts_http.py takes them
     tried 'page' 4 1 'it is HTML'
     tried 'endless' 4 1 'has more than 1 MiB'
     tried 'redirect http://127.0.0.1:8080' 3 6 'Maximum (5) redirects'
-    tried 'redirect file://'"$files" 3 1 'Protocol "file" not supported'
+    tried 'redirect file://'"$files" 3 1 'it redirects to another protocol than http and https'
     printf 'status 503 2\n' >"$fault"
     runNight MORVIK_URL=http://127.0.0.1:8080
     ended 0 'published 4 entries'

@@ -23,7 +23,7 @@ std::string refusalOf(const std::string& text) {
 
 bool isEnough(std::size_t predicted, std::size_t before, double share) {
   try {
-    checkShare(predicted, before, share);
+    checkShare({Items(predicted), ""}, before, share);
     return true;
   } catch (const Failure& failure) {
     EXPECT_EQ(failure.status(), Status::refused);
@@ -55,6 +55,11 @@ TEST(Judge, DamagedTextIsRefused) {
             "its last line has no newline, so it is probably cut short");
   EXPECT_EQ(refusalOf(std::string("a\0b\n", 4)),
             "it has zero bytes, so it is damaged or not a text");
+  EXPECT_EQ(refusalOf("\x1F\x8B\b and more\n"), "it is compressed by gzip");
+  EXPECT_EQ(refusalOf("\"A1\",\"FAN\",\"\",\"Fan\"\r\"A2\",\"FAN\",\"\",\"Fan\"\r"),
+            "its lines end with CR alone; save it with LF or CR LF");
+  EXPECT_EQ(refusalOf("\"A1\",\"FAN\",\"\",\"Fan\"\r"),
+            "its last line has no newline, so it is probably cut short");
 }
 
 TEST(Judge, HtmlIsRefused) {
@@ -77,6 +82,16 @@ TEST(Judge, ShareIsOfTheEntriesBefore) {
 TEST(Judge, NothingToPublishIsNeverEnough) {
   EXPECT_FALSE(isEnough(0, 0, 0));
   EXPECT_FALSE(isEnough(0, 4, 0));
+}
+
+TEST(Judge, ReasonWhyNothingWouldBePublishedIsShown) {
+  try {
+    checkShare({{}, "line 2: no such clock"}, 0, 0);
+    FAIL() << "passed";
+  } catch (const Failure& failure) {
+    EXPECT_STREQ(failure.what(),
+                 "no entry of it would be published on this machine; line 2: no such clock");
+  }
 }
 
 TEST(Judge, EqualItemsAreCounted) {

@@ -3,11 +3,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
+
 using namespace run;
 
 namespace {
 
 const std::string sum = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
+
+constexpr std::int64_t now = 1767312000;  // 2026-01-02T00:00:00Z
+constexpr std::int64_t day = 86400;
 
 template <typename Function>
 std::string refusalOf(const Function& function) {
@@ -25,7 +31,7 @@ std::string sumRefusal(const std::string& sums) {
 }
 
 std::string statusRefusal(const std::string& lines) {
-  return refusalOf([&] { readStatus(lines); });
+  return refusalOf([&] { readStatus(lines, now); });
 }
 
 const std::string good =
@@ -45,6 +51,12 @@ TEST(Verify, SumIsFoundByNameInEveryForm) {
   }
 }
 
+TEST(Verify, SumMayHaveCapitalLetters) {
+  std::string capitals = sum;
+  std::transform(sum.begin(), sum.end(), capitals.begin(), [](char c) { return std::toupper(c); });
+  EXPECT_EQ(sumRefusal(capitals + "  1234wpk.txt\n"), "");
+}
+
 TEST(Verify, SumOfAnotherFileDoesNotCount) {
   for (const std::string line : {"  2345wpk.txt\n", "  x1234wpk.txt\n", "  a/1234wpk.txt\n",
                                  "  1234wpk.txt.old\n", " 1234wpk.txt\n", "\n", ""}) {
@@ -60,7 +72,7 @@ TEST(Verify, SumMustBeTheOnlyOne) {
 }
 
 TEST(Verify, GoodSignatureHasTimeAndKey) {
-  const Signature signature = readStatus(good);
+  const Signature signature = readStatus(good, now);
   EXPECT_EQ(signature.time, 1767225600);
   EXPECT_EQ(signature.key, "FFFF");
 }
@@ -78,6 +90,29 @@ TEST(Verify, ValidSignatureOfAnExpiredOrRevokedKeyIsRefused) {
             "the key that signed has expired");
   EXPECT_EQ(statusRefusal("[GNUPG:] NEWSIG\n[GNUPG:] REVKEYSIG 0123 maker\n" + valid),
             "the key that signed is revoked");
+}
+
+TEST(Verify, ListMustBeNeitherOlderThanTheLastGoodOneNorOfTheFuture) {
+  const auto refusal = [](std::int64_t signedAt, std::int64_t lastGood) {
+    return refusalOf([&] { checkAge(signedAt, lastGood, now); });
+  };
+  EXPECT_EQ(refusal(now, 0), "");
+  EXPECT_EQ(refusal(now, now), "");
+  EXPECT_EQ(refusal(now - 1, now),
+            "it was signed at 2026-01-01T23:59:59Z, but the last good one at 2026-01-02T00:00:00Z; "
+            "use --force if that is right");
+  EXPECT_EQ(refusal(now + day, now), "");
+  EXPECT_EQ(refusal(now + day + 1, now),
+            "it was signed at 2026-01-03T00:00:01Z, but the clock of this machine is at "
+            "2026-01-02T00:00:00Z; use --force if that is right");
+}
+
+TEST(Verify, ClockOfThisMachineIsNamedIfTheKeyIsYounger) {
+  const std::string lines = "[GNUPG:] NEWSIG\n[GNUPG:] ERRSIG 0123 22 8 00 ";
+  EXPECT_EQ(statusRefusal(lines + "1767312001 6 FFFF\n"), "the signature cannot be checked");
+  EXPECT_EQ(statusRefusal(lines + "1893456000 6 FFFF\n"),
+            "it was signed at 2030-01-01T00:00:00Z, but the clock of this machine is at "
+            "2026-01-02T00:00:00Z");
 }
 
 TEST(Verify, OtherLinesAreNoSignature) {
