@@ -54,6 +54,9 @@ std::optional<FormProblem> findFormProblem(const std::string& text) {
   if (begin == std::string::npos) {
     return FormProblem{"empty", "it has only blank lines", 0};
   }
+  if (text.compare(begin, 8, "<<<<<<< ") == 0) {
+    return FormProblem{"markup", "it begins with a merge conflict", begin};
+  }
   if (text[begin] == '<') {
     return FormProblem{"markup", "it is HTML or XML, not a FRU data file", begin};
   }

@@ -40,21 +40,25 @@ class Comparison {
   String name_;
 };
 
-// Calls added, removed or both for the items of either list with the same key, in the order of the
-// keys; the first with the first, and so on.
+// Calls added, removed or both for the items of either list with the same key, the first with the
+// first, and so on: in the order of `before`, and then of `after`.
 template <typename Item, typename KeyOf, typename Both, typename One>
 void match(const std::vector<Item>& before, const std::vector<Item>& after, const KeyOf& keyOf,
            const Both& both, const One& one) {
   using Items = std::pair<std::vector<const Item*>, std::vector<const Item*>>;
-  std::map<decltype(keyOf(before.front())), Items> items;
+  std::map<decltype(keyOf(before.front())), std::size_t> positions;
+  std::vector<Items> items;
+  const auto itemsLike = [&](const Item& item) -> Items& {
+    const auto [known, isNew] = positions.try_emplace(keyOf(item), items.size());
+    return isNew ? items.emplace_back() : items[known->second];
+  };
   for (const Item& item : before) {
-    items[keyOf(item)].first.push_back(&item);
+    itemsLike(item).first.push_back(&item);
   }
   for (const Item& item : after) {
-    items[keyOf(item)].second.push_back(&item);
+    itemsLike(item).second.push_back(&item);
   }
-  for (const auto& [key, pair] : items) {
-    const auto& [olds, news] = pair;
+  for (const auto& [olds, news] : items) {
     for (std::size_t i = 0; i < std::max(olds.size(), news.size()); ++i) {
       if (i < olds.size() && i < news.size()) {
         both(*olds[i], *news[i]);

@@ -61,7 +61,9 @@ String listWords(std::vector<String> words, std::size_t most) {
 String listWords(const Parts& parts) {
   std::vector<String> words;
   for (const Part& part : parts.list) {
-    const String word = part.compared ? quoted(*part.compared) : String("one without a value");
+    const String word = !part.compared              ? String("a missing one")
+                        : part.compared->size() > 0 ? quoted(*part.compared)
+                                                    : String("no value");
     if (std::find(words.begin(), words.end(), word) == words.end()) {
       words.push_back(word);
     }

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "cim/client.h"
@@ -86,12 +87,6 @@ std::optional<String> textOf(const CIMInstance& instance, const char* property) 
   return text && text->size() > 0 ? text : std::nullopt;
 }
 
-String folded(const String& text) {
-  std::u16string units(lowered(text).view());
-  std::erase(units, u' ');
-  return String(std::move(units));
-}
-
 // The types of CIM_PhysicalMemory.MemoryType that a server of the last 25 years may have.
 std::optional<String> memoryTypeOf(const CIMInstance& instance) {
   struct Row {
@@ -169,6 +164,48 @@ void addDetails(CIMClient& client, const char* className, Parts& parts,
   }
 }
 
+// --- names of places ---
+
+bool isDigit(char16_t unit) {
+  return unit >= u'0' && unit <= u'9';
+}
+
+bool isWordUnit(char16_t unit) {
+  return isDigit(unit) || (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z') ||
+         unit > 0x7F;
+}
+
+// Only letters and digits, small ones.
+std::u16string folded(std::u16string_view text) {
+  std::u16string units(lowered(String(std::u16string(text))).view());
+  std::erase_if(units, [](char16_t unit) { return !isWordUnit(unit); });
+  return units;
+}
+
+// What is before the words at the end: "PROC 1 " of "PROC 1 DIMM 2" for "dimm2". Nothing if the
+// text does not end with them.
+std::optional<std::u16string_view> beforeWords(std::u16string_view text, std::u16string_view end) {
+  for (std::size_t i = 1; i < text.size(); ++i) {
+    const bool isBegin = isWordUnit(text[i]) && !isWordUnit(text[i - 1]);
+    if (isBegin && folded(text.substr(i)) == folded(end)) {
+      return text.substr(0, i);
+    }
+  }
+  return std::nullopt;
+}
+
+// Whether the name is the end of the place, or the place with a word for what is there, such as
+// "DIMM A1" for A1. The words before must not name another place, as in "CPU 2 DIMM A1", nor be all
+// that says what is meant, as in "CPU 1".
+bool isShortFor(std::u16string_view name, std::u16string_view place) {
+  if (beforeWords(place, name)) {
+    return true;
+  }
+  const auto before = beforeWords(name, place);
+  return before && std::none_of(before->begin(), before->end(), isDigit) &&
+         !std::all_of(place.begin(), place.end(), isDigit);
+}
+
 }  // namespace
 
 bool Parts::anyFits(const std::function<bool(const String&)>& fits) const {
@@ -193,13 +230,20 @@ bool Parts::isBroken() const {
 
 std::vector<NamedPart> partsNamed(const Machine& machine, const String& name) {
   using Same = std::function<bool(const Part&)>;
-  const String wanted = folded(name);
-  const std::array<Same, 3> rules = {[&](const Part& part) { return part.place == name; },
-                                     [&](const Part& part) { return part.locator == name; },
-                                     [&](const Part& part) {
-                                       return (part.place && folded(*part.place) == wanted) ||
-                                              (part.locator && folded(*part.locator) == wanted);
-                                     }};
+  const std::u16string wanted = folded(name.view());
+  const auto isWanted = [&](const std::optional<String>& text) {
+    return text && !wanted.empty() && folded(text->view()) == wanted;
+  };
+  const std::array<Same, 5> rules = {
+      [&](const Part& part) { return part.place == name; },
+      [&](const Part& part) { return part.locator == name; },
+      [&](const Part& part) { return isWanted(part.place) || isWanted(part.locator); },
+      [&](const Part& part) {
+        return isWanted(part.bank) || isWanted(part.serialNumber) || isWanted(part.partNumber);
+      },
+      [&](const Part& part) {
+        return !wanted.empty() && part.place && isShortFor(name.view(), part.place->view());
+      }};
   std::vector<NamedPart> found;
   for (const Same& isSame : rules) {
     for (const bool isModule : {false, true}) {

@@ -72,8 +72,10 @@ struct NamedPart {
   bool isModule;
 };
 
-// The parts whose place is that; if there are none, those whose slot is labelled so; and if there
-// are none either, those of which one of these differs only in blanks and letter case.
+// The parts whose place is that; if there are none, those whose slot is labelled so; then those of
+// which one of these has the same letters and digits; then those whose bank, serial number or part
+// number it is; then those whose place ends with these words, or has another word before, as
+// "DIMM A1" has for A1.
 std::vector<NamedPart> partsNamed(const Machine& machine, const Pegasus::String& name);
 
 // As far as morvik reads it: parts have nothing but the compared text. Throws what the client

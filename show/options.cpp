@@ -17,7 +17,7 @@ constexpr const char* description =
     "its parts, finds the number for a part, explains which lines of a FRU data file\n"
     "would be published, and shows what has changed.";
 constexpr const char* footer =
-    "\nExit status: 0 with entries, 1 without, 2 if something went wrong.\n"
+    "Exit status: 0 with entries, 1 without, 2 if something went wrong.\n"
     "With --diff: 0 if nothing has changed, 1 if something has, 2 as above.";
 
 // The option as the user has written it: "-j", or "--json".
@@ -63,12 +63,31 @@ void checkTogether(const CLI::App& app, int argc, const char* const* argv) {
   refuse("--on", {"--server", "--category", "--find", "--for", "--columns", "--no-headings"});
 }
 
+// CLI11 takes the next option for the value that is missing.
+void checkValues(CLI::App& app) {
+  for (CLI::Option* option : app.get_options()) {
+    if (option->get_type_size() > 0) {
+      option->check(CLI::Validator(
+          [&app](const std::string& value) {
+            const bool isOption =
+                value.starts_with("--") && app.get_option_no_throw(value) != nullptr;
+            return isOption ? "a value is missing before " + value : std::string();
+          },
+          ""));
+    }
+  }
+}
+
 // CLI11 names the unknown arguments, but not what is wrong with them, and of "-xj" only the "-x".
 std::string messageOf(const CLI::ParseError& error, const CLI::App& app, int argc,
                       const char* const* argv) {
+  const std::string words = error.what();
+  if (words.find(": At Most 1 required") != std::string::npos) {
+    return words.substr(0, words.find(':')) + " may be given only once";
+  }
   const std::vector<std::string> unknown = app.remaining();
   if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::ExtrasError) || unknown.empty()) {
-    return error.what();
+    return words;
   }
   const std::string& name = unknown.front();
   if (!name.starts_with('-')) {
@@ -86,16 +105,6 @@ std::string messageOf(const CLI::ParseError& error, const CLI::App& app, int arg
 
 std::string checkFormat(const std::string& text) {
   return text == "1" || text == "2" ? "" : "'" + text + "' is neither 1 nor 2";
-}
-
-std::vector<std::string> splitAtCommas(const std::string& text) {
-  std::vector<std::string> parts;
-  for (std::size_t start = 0; start <= text.size();) {
-    const std::size_t end = std::min(text.find(',', start), text.size());
-    parts.push_back(text.substr(start, end - start));
-    start = end + 1;
-  }
-  return parts;
 }
 
 // A misspelt name must not look as if nothing were published. Other publishers have categories of
@@ -137,8 +146,11 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
       ->type_name("NUMBER")
       ->check(CLI::Validator(checkFormat, ""));
   app.add_flag("--csv", options.table.isCsv, "Write CSV");
-  std::string columns;
-  app.add_option("--columns", columns, "Only these columns, in this order")->type_name("NAME,...");
+  app.add_option("--columns", options.table.columns,
+                 "Only these columns, in this order: NAME,NAME,...")
+      ->type_name("NAME")
+      ->delimiter(',')
+      ->allow_extra_args(false);
   bool hasNoHeadings = false;
   app.add_flag("--no-headings", hasNoHeadings, "Leave out the line of headings");
   app.add_option("--state", options.state, "State directory of morvik-run (/var/lib/morvik)")
@@ -149,14 +161,12 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
   app.add_option("--html", options.inventories, "Write a page of inventories, or of this machine")
       ->type_name("FILE")
       ->expected(0, CLI::detail::expected_max_vector_size);
+  checkValues(app);
   try {
     app.parse(argc, argv);
     checkTogether(app, argc, argv);
     checkCategories(options);
     options.table.hasHeadings = !hasNoHeadings;
-    if (app.count("--columns") > 0) {
-      options.table.columns = splitAtCommas(columns);
-    }
     options.isHtml = app.count("--html") > 0;
     // CLI11 has an empty text for an option without values.
     std::erase(options.inventories, "");

@@ -30,7 +30,10 @@ String modelWords(const Machine& machine) {
   if (machine.systemRefusal || !machine.hasSystem) {
     return "unknown";
   }
-  return machine.model.value_or("unknown: the CIM server gives none");
+  if (!machine.model) {
+    return "unknown: the CIM server gives none";
+  }
+  return machine.model->size() > 0 ? *machine.model : String("none");
 }
 
 String machineTypeWords(const Machine& machine) {

@@ -184,8 +184,8 @@ END
 ['time', 'source', 'change', 'category', 'fruNumber', 'description']
 ['T', 'S', 'added', 'FAN', 'A3', 'x']
 ['change', 'part', 'name', 'member', 'old', 'new']
-['added', 'FAN', 'A 2', '', '', 'other']
-['changed', 'FAN', 'A,1', 'description', 'an,other', 'other']" "$(cat rows)" 'the rows'
+['changed', 'FAN', 'A,1', 'description', 'an,other', 'other']
+['added', 'FAN', 'A 2', '', '', 'other']" "$(cat rows)" 'the rows'
     runShow --columns vendors
     ends 2 "--columns: no column 'vendors'; there are category, fruNumber, description, identifyingNumber, vendor, revisionLevel, publishedByMorvik, problem"
 }
@@ -228,8 +228,8 @@ END
     runShow --diff old1.json --category fan --category planar
     ends 1
     wrote 'CHANGE   PART    NUMBER OR PLACE  MEMBER       OLD             NEW
-changed  FAN     A5               description  Fan,            another fan
-removed  PLANAR  A4               -            Board für 日本  -'
+removed  PLANAR  A4               -            Board für 日本  -
+changed  FAN     A5               description  Fan,            another fan'
     stopServers
     startMachine --speeds 1800
     runShow --diff old2.json --columns member,old,new --no-headings --category FAN

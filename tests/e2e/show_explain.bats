@@ -181,7 +181,7 @@ END
 END
     ends 0
     lineSays 1 'as KVAHalvoranFru1'
-    lineSays 2 'clock differs: 2400 asked, 1800, one without a value and 2400 here'
+    lineSays 2 'clock differs: 2400 asked, 1800, a missing one and 2400 here'
     lineSays 3 'the CIM server has no memory modules'
     lineSays 4 'language differs: en asked, none here'
     stopServers

@@ -69,6 +69,13 @@ TEST(Difference, IdentifyingNumbersOfMorvikOnlyCountTheEntries) {
   EXPECT_THAT(compare({before}, {after}), ElementsAre("changed CDROM 1 category: FAN -> CDROM"));
 }
 
+TEST(Difference, DifferencesAreInTheOrderOfTheInventories) {
+  EXPECT_THAT(compare({entry("FAN", "2", "b"), entry("FAN", "10", "b")},
+                      {entry("FAN", "9", "a"), entry("FAN", "10", "a"), entry("FAN", "2", "a")}),
+              ElementsAre("changed FAN 2 description: b -> a", "changed FAN 10 description: b -> a",
+                          "added FAN 9 : - -> a"));
+}
+
 TEST(Difference, EqualNumbersAreComparedOneByOne) {
   EXPECT_THAT(compare({entry("FAN", "1", "a"), entry("FAN", "1", "b")}, {entry("FAN", "1", "a")}),
               ElementsAre("removed FAN 1 : b -> -"));

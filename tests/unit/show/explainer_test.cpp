@@ -152,11 +152,15 @@ TEST_F(ExplainerTest, ManyValuesAreNotAllNamed) {
 
 TEST_F(ExplainerTest, ProcessorWithoutAClockLeavesTheRestUnknown) {
   haveClocks({1800});
-  fakeServer.classes["KVAXDT_Processor"].push_back(instanceWith("KVAXDT_Processor", {}));
+  auto& processors = fakeServer.classes["KVAXDT_Processor"];
+  processors.push_back(
+      instanceWith("KVAXDT_Processor",
+                   {CIMProperty("CurrentClockSpeed", CIMValue(Pegasus::CIMTYPE_UINT32, false))}));
+  processors.push_back(instanceWith("KVAXDT_Processor", {}));
   const Explanation explanation = explain(entry("1", "PROCESSOR", "SPEED=2400"));
   EXPECT_STREQ(explanation.reason.code, "unknown-here");
   EXPECT_EQ(explanation.reason.words.toUtf8(),
-            "clock differs: 2400 asked, 1800 and one without a value here");
+            "clock differs: 2400 asked, 1800, no value and a missing one here");
 }
 
 TEST_F(ExplainerTest, ValuesThatCouldBeOverlookedAreQuoted) {

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "../src/fake_client.h"
 #include "output.h"
 
@@ -146,20 +148,24 @@ TEST_F(MachineTest, RefusedClassesAreNamed) {
   EXPECT_EQ(groupWords(machine.processors, false), String("unknown"));
 }
 
+// Of the parts with that name: "PLACE:" of a processor, "PLACE;" of a module.
+std::string placesNamed(const Machine& machine, const char* name) {
+  std::string places;
+  for (const NamedPart& named : partsNamed(machine, name)) {
+    places += named.part->place->toUtf8() + (named.isModule ? ";" : ":");
+  }
+  return places;
+}
+
 TEST_F(MachineTest, PartsAreFoundByPlaceThenBySlotThenLoosely) {
   Machine machine;
   machine.processors.list = {{.place = "CPU 1"}, {}};
   machine.memoryModules.list = {{.place = "DIMM 1 BANK 0", .locator = "DIMM 1"},
                                 {.place = "DIMM 1 BANK 1", .locator = "DIMM 1"},
                                 {.place = "DIMM 2", .locator = "dimm 1"},
-                                {.place = "dimm2"}};
-  const auto placesOf = [&](const char* name) {
-    std::string places;
-    for (const NamedPart& named : partsNamed(machine, name)) {
-      places += named.part->place->toUtf8() + (named.isModule ? ";" : ":");
-    }
-    return places;
-  };
+                                {.place = "dimm2"},
+                                {.place = "P1-DIMMA1"}};
+  const auto placesOf = [&](const char* name) { return placesNamed(machine, name); };
   EXPECT_EQ(placesOf("CPU 1"), "CPU 1:");
   EXPECT_EQ(placesOf("cpu1"), "CPU 1:");
   EXPECT_EQ(placesOf("DIMM 1"), "DIMM 1 BANK 0;DIMM 1 BANK 1;");
@@ -167,8 +173,40 @@ TEST_F(MachineTest, PartsAreFoundByPlaceThenBySlotThenLoosely) {
   EXPECT_EQ(placesOf("DIMM 2"), "DIMM 2;");
   EXPECT_EQ(placesOf("Dimm2"), "DIMM 2;dimm2;");
   EXPECT_EQ(placesOf("DIMM1"), "DIMM 1 BANK 0;DIMM 1 BANK 1;DIMM 2;");
+  EXPECT_EQ(placesOf("p1_dimm a1"), "P1-DIMMA1;");
   EXPECT_EQ(placesOf("DIMM 3"), "");
   EXPECT_EQ(placesOf(""), "");
+  EXPECT_EQ(placesOf("-"), "");
+}
+
+TEST_F(MachineTest, PartsAreAlsoFoundByNumbersBanksAndWordsOfTheirPlaces) {
+  Machine machine;
+  machine.processors.list = {{.place = "PROC 1"}};
+  machine.memoryModules.list = {{.place = "PROC 1 DIMM 2", .bank = "NODE 0", .serialNumber = "S-1"},
+                                {.place = "PROC 2 DIMM 2", .partNumber = "M393A4-CTD"},
+                                {.place = "PROC 2 DIMM 12"},
+                                {.place = "A1"},
+                                {.place = "3"}};
+  const auto placesOf = [&](const char* name) { return placesNamed(machine, name); };
+  EXPECT_EQ(placesOf("s1"), "PROC 1 DIMM 2;");
+  EXPECT_EQ(placesOf("M393A4 CTD"), "PROC 2 DIMM 2;");
+  EXPECT_EQ(placesOf("node 0"), "PROC 1 DIMM 2;");
+  EXPECT_EQ(placesOf("DIMM2"), "PROC 1 DIMM 2;PROC 2 DIMM 2;");
+  EXPECT_EQ(placesOf("1 DIMM 2"), "PROC 1 DIMM 2;");
+  EXPECT_EQ(placesOf("DIMM.Socket.A1"), "A1;");
+  EXPECT_EQ(placesOf("1"), "PROC 1:");
+  for (const char* other : {"CPU 2 A1", "CPU 3", "DIMM", "2 A", "OC 1", "MM 2"}) {
+    EXPECT_EQ(placesOf(other), "") << other;
+  }
+}
+
+TEST_F(MachineTest, EmptyModelIsNone) {
+  Machine machine;
+  machine.hasSystem = true;
+  machine.model = String();
+  std::ostringstream out;
+  writeMachine(out, Terminal(), machine);
+  EXPECT_NE(out.str().find("Model           none\n"), std::string::npos) << out.str();
 }
 
 TEST_F(MachineTest, EqualPartsAreCounted) {
