@@ -26,7 +26,7 @@ constexpr const char* description =
     "Checks FRU data files: finds the lines that no machine can publish, or that say\n"
     "something else than their author means. Needs no CIM server.";
 constexpr const char* footer =
-    "\nExit status: 0 without errors, 1 with errors, 2 if a file cannot be read.";
+    "Exit status: 0 without errors, 1 with errors, 2 if a file cannot be read.";
 
 struct Options {
   std::vector<std::string> files;

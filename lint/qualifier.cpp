@@ -60,18 +60,26 @@ const Condition* conditionNamedIn(const String& text) {
 
 // --- what the author has probably meant ---
 
-// A number with a unit, such as "2.4 GHz" or "02400", in MHz or MiB.
+// A number with a unit, such as "2.4 GHz", "2,400" or "02400", in MHz or MiB.
 std::optional<std::string> numberMeant(const Condition& condition, const std::string& value) {
   std::string text = lower(value);
   std::erase(text, ' ');
-  std::replace(text.begin(), text.end(), ',', '.');
+  const std::size_t comma = text.find(',');
+  if (comma != std::string::npos) {
+    const std::size_t decimals = text.find_first_not_of("0123456789", comma + 1);
+    const bool isOfThousands =
+        std::min(decimals, text.size()) - comma == 4 && text.find('g', comma) == std::string::npos;
+    text.replace(comma, 1, isOfThousands ? "" : ".");
+  }
   if (text.empty() || text.size() > 16 || text.front() < '0' || text.front() > '9') {
     return std::nullopt;
   }
   const std::size_t digits = text.find_first_not_of("0123456789.");
   const std::string unit = digits == std::string::npos ? "" : text.substr(digits);
   double factor = 1;
-  if (unit == "ghz" || unit == "gb" || unit == "gib" || unit == "g") {
+  // A fraction without a unit is one of a gigahertz or gibibyte.
+  const bool isFraction = unit.empty() && text.find('.') < 3;
+  if (isFraction || unit == "ghz" || unit == "gb" || unit == "gib" || unit == "g") {
     factor = condition.category == Category::processor ? 1000 : 1024;
   } else if (!unit.empty() && unit != "mhz" && unit != "mb" && unit != "mib" && unit != "m") {
     return std::nullopt;
@@ -101,7 +109,10 @@ String impossibleWords(const Condition& condition, const QualifierText& qualifie
 // --- values that some machine can have, but probably not the one that the author thinks of ---
 
 constexpr double slowestClock = 100;
+constexpr double fastestClock = 10000;
 constexpr double largestInGigabytes = 32;
+// 4 TiB.
+constexpr double largestModule = 4194304;
 
 void checkLikely(const Condition& condition, const QualifierText& qualifier,
                  LineFindings& findings) {
@@ -117,10 +128,10 @@ void checkLikely(const Condition& condition, const QualifierText& qualifier,
   }
   const double number = std::strtod(value.c_str(), nullptr);
   if (condition.category == Category::processor) {
-    if (number < slowestClock) {
+    if (number < slowestClock || number > fastestClock) {
       warn(" is in megahertz");
     }
-  } else if (number <= largestInGigabytes) {
+  } else if (number <= largestInGigabytes || number > largestModule) {
     warn(" is in mebibytes");
   } else if (number >= 1000 && std::fmod(number, 1000) == 0) {
     const std::string meant = std::to_string(std::llround(number / 1000 * 1024));

@@ -71,6 +71,13 @@ bool namesCategory(const String& line) {
   return false;
 }
 
+// What git leaves around both versions of some lines.
+bool isConflictMark(const String& line) {
+  const auto units = line.view();
+  return units.starts_with(u"<<<<<<< ") || units.starts_with(u"||||||| ") ||
+         units.starts_with(u">>>>>>> ") || units == u"=======";
+}
+
 void checkNoEntry(const String& line, LineFindings& findings) {
   const auto error = [&](Uint32 position, const char* text) {
     findings.error(position, "no-entry", String("not an entry: ") + text);
@@ -80,7 +87,9 @@ void checkNoEntry(const String& line, LineFindings& findings) {
   const Uint32 comma = line.find(',');
   if (quote == PEG_NOT_FOUND) {
     const Uint32 separator = positionOf(line.view(), u",;\t");
-    if (typographic != PEG_NOT_FOUND) {
+    if (isConflictMark(line)) {
+      error(0, "a merge conflict begins or ends here");
+    } else if (typographic != PEG_NOT_FOUND) {
       error(typographic, "the fields must be in straight double quotes (\")");
     } else if (separator != PEG_NOT_FOUND && namesCategory(line)) {
       error(0, "the fields must be in double quotes and separated by commas");

@@ -58,8 +58,8 @@ void expectFindings(const std::vector<Case>& cases) {
 
 TEST(Checker, EntriesThatSomeMachineTakesAreRight) {
   for (const char* line :
-       {R"("1","PROCESSOR","SPEED=2400","x")", R"("1","PROCESSOR","SPEED=4294967295","x")",
-        R"("1","MEMORY","SIZE=512","x")", R"("1","MEMORY","SIZE=2147483647","x")",
+       {R"("1","PROCESSOR","SPEED=2400","x")", R"("1","PROCESSOR","SPEED=10000","x")",
+        R"("1","MEMORY","SIZE=512","x")", R"("1","MEMORY","SIZE=4194304","x")",
         R"("1","KEYBOARD","LANGUAGE=en","x")", R"("1","KEYBOARD","LANGUAGE=","x")",
         R"("1","PLANAR","","x")", R"("1","CDROM","","x, y")", R"("1","FLOPPY","","Lüfter 風 😀")",
         R"("1","OPTIONSP","","a	b")", R"("1","FAN","","'19'")", R"("1","BACKPLANE","","x")",
@@ -93,6 +93,13 @@ TEST(Checker, WhatTheAuthorHasProbablyMeantIsNamed) {
             clock + "\"2400MHz\"; write SPEED=2400");
   EXPECT_EQ(textOf(R"("1","PROCESSOR","SPEED=2,4 GHz","x")"),
             clock + "\"2,4 GHz\"; write SPEED=2400");
+  EXPECT_EQ(textOf(R"("1","PROCESSOR","SPEED=2,400 MHz","x")"),
+            clock + "\"2,400 MHz\"; write SPEED=2400");
+  EXPECT_EQ(textOf(R"("1","PROCESSOR","SPEED=2,400GHz","x")"),
+            clock + "\"2,400GHz\"; write SPEED=2400");
+  EXPECT_EQ(textOf(R"("1","PROCESSOR","SPEED=2399.998","x")"),
+            clock + "\"2399.998\"; write SPEED=2400");
+  EXPECT_EQ(textOf(R"("1","PROCESSOR","SPEED=2.4","x")"), clock + "\"2.4\"; write SPEED=2400");
   EXPECT_EQ(textOf(R"("1","PROCESSOR","SPEED=fast","x")"), clock + "\"fast\"");
   EXPECT_EQ(textOf(R"("1","MEMORY","SIZE=2GB","x")"),
             "no memory module can have the size \"2GB\"; write SIZE=2048");
@@ -109,6 +116,8 @@ TEST(Checker, ConditionsThatAreProbablyInAnotherUnitAreWarnings) {
   expectFindings({
       {R"("1","PROCESSOR","SPEED=99","x")", {"24 warning unlikely"}},
       {R"("1","PROCESSOR","SPEED=100","x")", {}},
+      {R"("1","PROCESSOR","SPEED=4294967295","x")", {"24 warning unlikely"}},
+      {R"("1","MEMORY","SIZE=2147483647","x")", {"20 warning unlikely"}},
       {R"("1","MEMORY","SIZE=32","x")", {"20 warning unlikely"}},
       {R"("1","MEMORY","SIZE=33","x")", {}},
       {R"("1","MEMORY","SIZE=1000","x")", {"20 warning unlikely"}},
@@ -169,6 +178,11 @@ TEST(Checker, QuotesAndCommasInTheWrongPlaceAreErrors) {
 TEST(Checker, LinesThatAreNotEntriesAreFound) {
   expectFindings({
       {"a heading", {"1 warning no-entry"}},
+      {"<<<<<<< HEAD", {"1 error no-entry"}},
+      {"||||||| base", {"1 error no-entry"}},
+      {"=======", {"1 error no-entry"}},
+      {">>>>>>> branch", {"1 error no-entry"}},
+      {"> text", {"1 warning no-entry"}},
       {"1,FAN,,x", {"1 error no-entry"}},
       {"1;fan;;x", {"1 error no-entry"}},
       {R"("1";"FAN";"";"x")", {"1 error no-entry"}},
@@ -349,6 +363,7 @@ TEST(Checker, WhatIsNotATextIsOneError) {
             (Findings{"2:2 error zero-byte"}));
   EXPECT_EQ(findingsIn(std::string("\xFF\xFE\"\0001\0", 6)), (Findings{"1:1 error utf-16"}));
   EXPECT_EQ(findingsIn("\n <html>\n"), (Findings{"2:2 error markup"}));
+  EXPECT_EQ(textOf("<<<<<<< HEAD"), "it begins with a merge conflict");
 }
 
 TEST(Checker, LastLineWithoutItsEndIsAnError) {
