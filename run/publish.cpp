@@ -64,6 +64,11 @@ void rehearseOne(CIMClient& client, const Item& item) {
   }
 }
 
+bool isOfAFullServer(const Pegasus::Exception& error) {
+  const auto* refusal = dynamic_cast<const CIMException*>(&error);
+  return refusal != nullptr && refusal->getCode() == Pegasus::CIM_ERR_SERVER_LIMITS_EXCEEDED;
+}
+
 // Whether the server has no GetProperty for these instances. The words are those of the
 // small-footprint broker's own provider, which has no code for it.
 bool lacksGetProperty(CIMClient& client, const CIMObjectPath& name) {
@@ -87,7 +92,7 @@ void deleteRehearsals(CIMClient& client) {
   }
 }
 
-void rehearse(CIMClient& client, const Items& items, const Deadline& deadline) {
+void rehearse(CIMClient& client, const Items& items, std::size_t before, const Deadline& deadline) {
   for (const Item& item : items) {
     if (deadline.left().count() == 0) {
       throw Failure(Status::cimServer,
@@ -96,6 +101,9 @@ void rehearse(CIMClient& client, const Items& items, const Deadline& deadline) {
     try {
       rehearseOne(client, item);
     } catch (const Pegasus::Exception& error) {
+      if (isOfAFullServer(error) && items.size() <= before) {
+        return;
+      }
       throw Failure(Status::cimServer,
                     "the CIM server does not take the entry " + harmless(item.fruNumber) + " (" +
                         harmless(item.category) + "): " + harmlessOnce(error.what()));
@@ -152,12 +160,13 @@ std::string runMorvik(const Publication& publication, const Deadline& deadline) 
         words += (words.empty() ? "" : " ") + line;
       }
     }
-    if (ended.isTimeUp) {
-      words += " (its time was up)";
-    } else if (ended.status != 0) {
-      words += " (status " + std::to_string(ended.status) + ")";
+    words = words.empty() ? "" : "morvik said: " + harmless(words);
+    if (ended.isTimeUp || ended.status != 0) {
+      words += std::string(words.empty() ? "morvik " : "; it ") +
+               (ended.isTimeUp ? "was ended, because its time was up"
+                               : "ended with status " + std::to_string(ended.status));
     }
-    return harmless(words);
+    return words;
   } catch (const std::system_error& failure) {
     throw Failure(Status::badUse, failure.what());
   }

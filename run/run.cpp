@@ -83,13 +83,13 @@ class Run {
   Report& report_;
   MachineNames& names_;
   Deadline deadline_;
+  // From the start of morvik until all is remembered, and the work directory removed.
+  std::optional<SignalsHeld> held_;
   State state_;
   std::unique_ptr<CIMClient> client_;
   show::Machine machine_;
   // Of a good run.
   std::optional<Good> good_;
-  // From the start of morvik until all is remembered.
-  std::optional<SignalsHeld> held_;
 };
 
 // --- the machine ---
@@ -289,7 +289,8 @@ void Run::look() {
 }
 
 void Run::publish(const Candidate& candidate) {
-  rehearse(*client_, *report_.predicted, Deadline(deadline_.left() / rehearsalPart));
+  rehearse(*client_, *report_.predicted, report_.before->size(),
+           Deadline(deadline_.left() / rehearsalPart));
   mustDeleteByName(*client_);
   holdSignals();
   state_.beginPublishing();
@@ -301,7 +302,7 @@ void Run::publish(const Candidate& candidate) {
     reason += missing.empty() ? "" : "not published: " + listWords(missing);
     reason += missing.empty() || others.empty() ? "" : "; ";
     reason += others.empty() ? "" : "published, but not predicted: " + listWords(others);
-    reason += words.empty() ? "" : "; morvik said: " + words;
+    reason += words.empty() ? "" : "; " + words;
     restore(candidate, reason);
   }
   state_.endPublishing();
@@ -408,6 +409,11 @@ void Run::remember() {
     } else {
       report_.notes.emplace_back(failure.what());
     }
+    try {
+      state_.writeStatus(report_);
+    } catch (const Failure&) {
+      // The reason is in the report already.
+    }
   }
   if (!settings_.metrics.empty()) {
     const auto lastSuccess =
@@ -448,7 +454,7 @@ Report run(const Settings& settings) {
     // A wrong setting is the reason even if there is no state directory to remember it.
     fail(report, failure.status(), settings.fault.empty() ? failure.what() : settings.fault);
   } catch (const Pegasus::Exception& error) {
-    fail(report, Status::cimServer, harmlessOnce(error.what()));
+    fail(report, Status::cimServer, "CIM server: " + harmlessOnce(error.what()));
   } catch (const std::exception& error) {
     fail(report, Status::badUse, harmless(error.what()));
   }

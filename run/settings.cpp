@@ -4,12 +4,14 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 #include "outcome.h"
@@ -252,7 +254,8 @@ std::variant<Settings, int> readSettings(int argc, const char* const* argv) {
   }
   findPlaces(settings);
   if (settings.fault.empty() && access(settings.morvik.c_str(), X_OK) != 0) {
-    settings.fault = "cannot run morvik: " + harmless(settings.morvik);
+    settings.fault = "cannot run morvik: " + harmless(settings.morvik) + ": " +
+                     std::generic_category().message(errno);
   }
   return settings;
 }

@@ -253,7 +253,9 @@ void State::addHistory(const Report& report) const {
   std::istringstream old(readIfThere(pathOf(show::historyFile)));
   std::deque<std::string> lines;
   for (std::string line; std::getline(old, line);) {
-    lines.push_back(line);
+    if (Json::accept(line)) {  // the disk may have damaged others
+      lines.push_back(line);
+    }
   }
   lines.push_back(dump(Json{{"format", 1},
                             {"time", timeText(report.finished)},
@@ -285,6 +287,10 @@ void State::remember(const Report& report, const std::optional<Good>& good) {
   if (!report.added().empty() || !report.removed().empty()) {
     addHistory(report);
   }
+  writeStatus(report);
+}
+
+void State::writeStatus(const Report& report) const {
   writeAtomically(pathOf(show::statusFile), dump(Json{{"format", 1},
                                                       {"last", run::toJson(report)},
                                                       {"good", good_ ? toJson(*good_) : Json()}}) +

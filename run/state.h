@@ -62,8 +62,11 @@ class State {
   void endPublishing() const;
 
   // Writes status.json, and after a good run fru.good.txt; history.jsonl if the entries have
-  // changed. `good` is absent unless the run was good. Throws Failure(badUse).
+  // changed. `good` is absent unless the run was good. Throws Failure(badUse), and has not written
+  // the rest then.
   void remember(const Report& report, const std::optional<Good>& good);
+  // The last of these steps alone.
+  void writeStatus(const Report& report) const;
 
  private:
   std::string directory_;

@@ -335,7 +335,7 @@ while True:
     wrong "--missing: 'yes' is neither ok nor fail" --files . --missing yes
     wrong "--metrics: 'a.txt' does not end with .prom" --files . --metrics a.txt
     wrong 'unknown option: --server' --server 127.0.0.1:5988
-    wrong "cannot run morvik: $PWD/missing" MORVIK_FILES=. --morvik missing
+    wrong "cannot run morvik: $PWD/missing: No such file or directory" MORVIK_FILES=. --morvik missing
     startMachine
     local value
     for value in 'a b' 'a;b' 'ftp.example.com 123456' ' '; do

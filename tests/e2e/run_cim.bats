@@ -22,7 +22,7 @@ teardown() {
     printf 'class Site_A { [Key] string k; };\n' >site.mof
     startCimd site.mof
     runFiles
-    ended 5 'CIM_ERR_INVALID_CLASS'
+    ended 5 'CIM server: CIM_ERR_INVALID_CLASS'
 }
 
 @test "a machine type that could be part of a path: refused before anything is asked" {
@@ -117,6 +117,20 @@ teardown() {
     rm disk/filler
     runFiles
     ended 0 '40 added, 4 removed'
+}
+
+@test "a CIM server that is full: as many entries as before can be published, but not more" {
+    writeMachine >machine.mof
+    startCimd --max-instances 4 "$schema/kvaxdt.mof" machine.mof
+    startGood
+    fans B 5 >"$files/1234wpk.txt"
+    runFiles
+    ended 5 'does not take the entry B1 (FAN): CIM_ERR_SERVER_LIMITS_EXCEEDED' '4 entries stay published'
+    goodStays
+    fans B 4 >"$files/1234wpk.txt"
+    runFiles
+    ended 0 '4 added, 4 removed'
+    publishedNumbersAre B1 B2 B3 B4
 }
 
 @test "a CIM server that does not answer: status 5 after the time of one request" {
@@ -231,6 +245,7 @@ killAt() { # SIGNAL FAULT
     killAt TERM 'CreateInstance 6 hang-within-body'
     equal 143 "$status" 'the status'
     equal '[0,"good"]' "$(lastRun '[.last.status, .last.result]')" 'the run'
+    [[ ! -e $state/work ]]
     publishedNumbersAre B1 B2 B3 B4
 }
 
@@ -302,6 +317,13 @@ killAt() { # SIGNAL FAULT
     runFiles
     ended 1 "4 added, 4 removed, but cannot write $state/status.json: Is a directory"
     publishedNumbersAre B1 B2 B3 B4
+    rmdir "$state/status.json"
+    rm "$state/history.jsonl"
+    mkdir "$state/history.jsonl"
+    fans C 4 >"$files/1234wpk.txt"
+    runFiles
+    ended 1 "4 added, 4 removed, but cannot write $state/history.jsonl: Is a directory"
+    equal '[1,4]' "$(lastRun '[.last.status, .good.entries]')" 'what is remembered'
 }
 
 # --- morvik itself ---
@@ -313,10 +335,12 @@ killAt() { # SIGNAL FAULT
     runFiles --morvik /bin/true
     ended 6 'not published: B1 (FAN), B2 (FAN), B3 (FAN), B4 (FAN); published, but not predicted: A1 (FAN)' \
         'the last good entries are published'
+    runFiles --morvik /bin/false
+    ended 6 'A4 (FAN); morvik ended with status 1; the last good'
     printf '#!/bin/sh\nprintf "\\033[31mred"\nkill -SEGV $$\n' >crash
     chmod +x crash
     runFiles --morvik crash
-    ended 6 'morvik said: ' '[31mred (status 139)'
+    ended 6 'morvik said: ' '[31mred; it ended with status 139;'
     run ! grep $'\033' "$out" "$err"
     printf 'no program' >crash
     runFiles --morvik crash

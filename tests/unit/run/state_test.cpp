@@ -149,9 +149,9 @@ TEST_F(StateTest, HistoryHasOnlyChangesAndIsBounded) {
   State state(directory_);
   state.remember(Report(), std::nullopt);
   EXPECT_EQ(read("history.jsonl"), "");
-  std::string old = "the oldest\n";
+  std::string old = "[\"the oldest\"]\n";
   for (int number = 0; number < 199; ++number) {
-    old += "a line\n";
+    old += "[\"a line\"]\n";
   }
   write("history.jsonl", old);
   state.remember(changed("A1"), std::nullopt);
@@ -161,6 +161,14 @@ TEST_F(StateTest, HistoryHasOnlyChangesAndIsBounded) {
   EXPECT_EQ(history.find("the oldest"), std::string::npos);
   state.remember(changed(std::string(1048576, 'x')), std::nullopt);
   EXPECT_EQ(linesIn(read("history.jsonl")), 1U);
+}
+
+TEST_F(StateTest, DamagedLinesOfTheHistoryAreDropped) {
+  write("history.jsonl", "[1]\nthe oldest\n[2");
+  State(directory_).remember(changed("A1"), std::nullopt);
+  const std::string history = read("history.jsonl");
+  EXPECT_EQ(linesIn(history), 2U);
+  EXPECT_EQ(history.find("[1]\n{"), 0U);
 }
 
 TEST_F(StateTest, FileThatCannotBeWrittenStaysAsItWas) {
