@@ -44,7 +44,7 @@ auto attempt(Read read) -> std::vector<decltype(read())> {
 // Makes the text of a property, as the tool does. A text of paths may be far longer than the
 // answer, and is refused if it is too long.
 void takeText(const Response& response) {
-  const fuzz::ResourceLimit limit(std::size_t{192} << 20U, 0, 0);
+  const fuzz::ResourceLimit limit({std::size_t{192} << 20U, 0}, {100'000'000, 0}, 0);
   try {
     static_cast<void>(response.value().toString());
   } catch (const Pegasus::Exception&) {
@@ -111,7 +111,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view body = fuzz::asText(data, size);
   std::unique_ptr<Response> response;
   {
-    const fuzz::ResourceLimit limit(std::size_t{1} << 20U, 128, size);
+    const fuzz::ResourceLimit limit({std::size_t{1} << 20U, 128}, {100'000, 300}, size);
     response = parse(body);
     if (!response) {
       return 0;

@@ -208,18 +208,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::string_view input = fuzz::asText(data, size);
   const std::size_t pieces = fuzz::takeByte(input);
   {
-    // An answer may have the whole repository, and a few bytes may be enough for a request.
-    const fuzz::ResourceLimit limit(std::size_t{4} << 20U, 512, size);
     Connection connection(server.handler());
-    std::string_view sizes = input.substr(0, std::min(pieces, input.size()));
-    input.remove_prefix(sizes.size());
-    while (!sizes.empty()) {
-      const std::size_t piece = std::min<std::size_t>(fuzz::takeByte(sizes), input.size());
-      connection.send(input.substr(0, piece));
-      input.remove_prefix(piece);
+    {
+      // An answer may have the whole repository, and a few bytes may be enough for a request.
+      fuzz::ResourceLimit limit({std::size_t{4} << 20U, 512}, {100'000, 150}, size);
+      std::string_view sizes = input.substr(0, std::min(pieces, input.size()));
+      input.remove_prefix(sizes.size());
+      while (!sizes.empty()) {
+        const std::size_t piece = std::min<std::size_t>(fuzz::takeByte(sizes), input.size());
+        connection.send(input.substr(0, piece));
+        input.remove_prefix(piece);
+      }
+      connection.send(input);
+      connection.finish();
+      limit.allowStepsFor(connection.received().size());
     }
-    connection.send(input);
-    connection.finish();
     checkAnswers(connection.received(), connection.answers());
   }
   if (server.witness.hasSeenChange) {

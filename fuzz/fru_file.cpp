@@ -189,7 +189,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   setenv("LANG", languages[fuzz::takeByte(text) % languages.size()], 1);
   setUpMachine();
   CIMClient client(1);
-  const fuzz::ResourceLimit limit(std::size_t{1} << 20U, 512, size);
+  const fuzz::ResourceLimit limit({std::size_t{1} << 20U, 512}, {200'000, 1'000}, size);
   const std::vector<String> lines = readLines(text);
   require(lines == splitLines(text), "the lines are those of the file");
   checkImport(client, text, expectedEntries(client, lines));

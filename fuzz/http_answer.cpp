@@ -197,7 +197,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view pieces = input.substr(0, count);
   input.remove_prefix(count);
   // The client makes room for 64 KiB before each piece, however small it is.
-  const fuzz::ResourceLimit limit(std::size_t{2} << 20U, 256, size);
+  const fuzz::ResourceLimit limit({std::size_t{2} << 20U, 256}, {200'000, 200}, size);
   const std::string inPieces = outcomes(operation, input, pieces);
   const std::string atOnce = outcomes(operation, input, {});
   if (inPieces != atOnce) {

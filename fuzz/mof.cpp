@@ -111,7 +111,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   otherFile = text.substr(std::min(end + separator.size(), text.size()));
   request("EnumerateClasses");
   request("EnumerateQualifiers");
-  const fuzz::ResourceLimit limit(std::size_t{2} << 20U, 2048, size);
+  const fuzz::ResourceLimit limit({std::size_t{2} << 20U, 2048}, {200'000, 2'000}, size);
   try {
     cimd::Repository repository;
     cimd::mof::loadMof({firstName}, repository);

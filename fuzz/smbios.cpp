@@ -120,7 +120,7 @@ void declare(const HostInventory& inventory) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   nameSpace();  // loads the classes before memory is counted
-  const fuzz::ResourceLimit limit(std::size_t{1} << 20U, 512, size);
+  const fuzz::ResourceLimit limit({std::size_t{1} << 20U, 512}, {200'000, 3'000}, size);
   const HostBytes host = hostFrom(fuzz::asText(data, size));
   checkStructures(host);
   declare(cimd::host::describeHost(host));
