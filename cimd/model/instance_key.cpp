@@ -175,6 +175,17 @@ CIMKeyBinding keyBinding(const String& name, const CIMValue& value) {
   }
 }
 
+// Of names in the keys of names, this one included.
+std::size_t levelsOf(const CIMObjectPath& path) {
+  std::size_t inside = 0;
+  for (const CIMKeyBinding& binding : path.getKeyBindings()) {
+    if (binding.getType() == CIMKeyBinding::REFERENCE) {
+      inside = std::max(inside, levelsOf(binding.getReference()));
+    }
+  }
+  return 1 + inside;
+}
+
 }  // namespace
 
 const Class* localClass(const CIMObjectPath& path, const KeyScope& scope) {
@@ -224,6 +235,12 @@ CIMObjectPath instancePath(const Class& cls, const Pegasus::CIMInstance& instanc
 }
 
 String describePath(const CIMObjectPath& path) {
+  // Each level doubles the backslashes of the level inside it: a request of some kilobytes would
+  // take the time of a megabyte.
+  constexpr std::size_t maxLevels = 3;
+  if (levelsOf(path) > maxLevels) {
+    return path.getClassName();
+  }
   try {
     return path.toString();
   } catch (const Pegasus::InvalidValueException&) {

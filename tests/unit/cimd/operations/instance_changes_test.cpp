@@ -93,13 +93,20 @@ TEST_F(InstanceChanges, ANewInstanceThatIsRefusedHasItsErrorAndIsNotThere) {
 }
 
 // As a text, such a name doubles in length with each level.
-TEST_F(InstanceChanges, ANameOfDeeplyNestedKeysIsNotFoundLikeAnyOther) {
-  std::string name = instanceName("Base", "Id", "1");
-  for (int i = 0; i < 35; ++i) {
-    name = "<INSTANCENAME CLASSNAME=\"Base\"><KEYBINDING NAME=\"Id\"><VALUE.REFERENCE>" + name +
-           "</VALUE.REFERENCE></KEYBINDING></INSTANCENAME>";
-  }
-  EXPECT_EQ(server_.ask("GetInstance", {{"InstanceName", name}}), "6: CIM_ERR_NOT_FOUND: Base ");
+TEST_F(InstanceChanges, AMissingNameOfMoreThanThreeLevelsIsDescribedByItsClass) {
+  const auto ask = [this](int levels) {
+    std::string name = instanceName("Base", "Id", "1");
+    for (int i = 1; i < levels; ++i) {
+      name = "<INSTANCENAME CLASSNAME=\"Base\"><KEYBINDING NAME=\"Id\"><VALUE.REFERENCE>" + name +
+             "</VALUE.REFERENCE></KEYBINDING></INSTANCENAME>";
+    }
+    return server_.ask("GetInstance", {{"InstanceName", name}});
+  };
+  EXPECT_EQ(
+      ask(3),
+      R"(6: CIM_ERR_NOT_FOUND: Base.Id=&quot;Base.Id=\&quot;Base.Id=\\\&quot;1\\\&quot;\&quot;&quot; )");
+  EXPECT_EQ(ask(4), "6: CIM_ERR_NOT_FOUND: Base ");
+  EXPECT_EQ(ask(35), "6: CIM_ERR_NOT_FOUND: Base ");
 }
 
 TEST_F(InstanceChanges, ModifyChangesGivenPropertiesOnly) {
