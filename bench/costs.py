@@ -77,8 +77,8 @@ def main():
     parser.add_argument("bench_dir", type=os.path.abspath)
     options = parser.parse_args()
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
-    with tempfile.TemporaryDirectory() as folder:
-        os.chdir(folder)
+    with tempfile.TemporaryDirectory() as directory:
+        os.chdir(directory)
         counter = Counter(options.bin_dir, options.bench_dir)
         print("%-26s %12s  %s" % ("for each line", "instructions", "system calls"))
         for name, scenario in ROWS.items():

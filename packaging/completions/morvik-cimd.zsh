@@ -3,7 +3,7 @@
 _arguments \
     '--listen[where to listen]:loopback address and port: ' \
     '(--smbios)--host[serve the inventory of this machine]' \
-    '(--host)--smbios[serve recorded tables]:folder:_files -/' \
+    '(--host)--smbios[serve recorded tables]:directory:_files -/' \
     '(--models)--model[model of the machine]:text: ' \
     '(--model)--models[models by product name]:file:_files' \
     '*--include[look for included files here too]:directory:_files -/' \

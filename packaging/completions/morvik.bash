@@ -4,7 +4,7 @@ _morvik() {
     local word=$2 previous=$3
     case $previous in
     -s) mapfile -t COMPREPLY < <(compgen -A hostname -- "$word") ;;
-    -d) COMPREPLY=() ;; # a folder of the FTP server
+    -d) COMPREPLY=() ;; # a directory of the FTP server
     *) mapfile -t COMPREPLY < <(compgen -W '-s -d' -- "$word") ;;
     esac
 }

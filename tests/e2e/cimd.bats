@@ -133,7 +133,7 @@ root/kvasd
 root/PG_InterOp' "$(LC_ALL=C sort -f <<<"$output")" 'the namespaces'
 }
 
-@test "what is created is lost at the end; what the files describe is not" {
+@test "created instances are lost at the end, declared ones are not" {
     startMachine
     createFan
     stopServers
@@ -192,7 +192,7 @@ root/PG_InterOp' "$(LC_ALL=C sort -f <<<"$output")" 'the namespaces'
     publishedAre <<<''
 }
 
-@test "a MOF file that is wrong or missing: status 3, and it never listens" {
+@test "an invalid or missing MOF file: status 3, and it never listens" {
     printf 'class Broken {\n' >broken.mof
     runInstead "$cimd" broken.mof
     equal 3 "$status" status

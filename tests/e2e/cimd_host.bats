@@ -59,7 +59,7 @@ Capacity=51539607552' "$(valuesOf KVAXDT_PhysicalMemory Capacity)" memory
 serialNumber=' "$(valuesOf KVAXDT_ComputerSystemDetails model serialNumber)" system
 }
 
-@test "--model and --models: what the machine calls itself, the rest as in the firmware" {
+@test "--model and --models: another model, the rest as in the firmware" {
     startRecorded one-socket-one-dimm --model 2345-ABC
     equal 'model="2345-ABC"
 serialNumber="KQ0012A"' "$(valuesOf KVAXDT_ComputerSystemDetails model serialNumber)" '--model'
@@ -84,7 +84,7 @@ serialNumber="KQ0012A"' "$(valuesOf KVAXDT_ComputerSystemDetails model serialNum
     grep -q 'there is no missing: models are the product names' "$err"
 }
 
-@test "classes from before a property, or with another type, get the others" {
+@test "a class that lacks a property, or has it with another type, gets the others" {
     sed '/ConfiguredMemoryClockSpeed/d; s/string PartNumber/uint8 PartNumber/' "$mof" >older.mof
     sed -i -z 's/        \[Description ( "The speed that is configured in megahertz." ),\n         PUnit ( "hertz \* 10^6" )\]\n//' older.mof
     startCimd --smbios "$recorded/one-socket-one-dimm" older.mof
@@ -131,7 +131,7 @@ SerialNumber="M-0001"' "$(valuesOf KVAXDT_PhysicalMemory Capacity PartNumber Ser
     publishedAre <before
 }
 
-@test "morvik: what the firmware does not know is no failure; the other parts are compared" {
+@test "morvik: values that the firmware lacks are not a failure; the other parts are compared" {
     startRecorded mixed-sockets-and-dimms
     printf '%s\n' '"P2600","PROCESSOR","SPEED=2600","x"' '"P1866","PROCESSOR","SPEED=1866","x"' \
         '"P4000","PROCESSOR","SPEED=4000","x"' '"M1","MEMORY","SIZE=1","x"' \
@@ -141,7 +141,7 @@ SerialNumber="M-0001"' "$(valuesOf KVAXDT_PhysicalMemory Capacity PartNumber Ser
     publishedNumbersAre M1 M49152 P1866 P2600
 }
 
-@test "no tables: processors and clocks from cpuinfo, the rest stays empty, and it says so" {
+@test "no tables: processors and clocks from cpuinfo, the rest stays empty, and the log says so" {
     mkdir bare
     cp "$recorded/one-socket-one-dimm/cpuinfo" bare
     startCimd --smbios bare "$mof"
@@ -151,7 +151,7 @@ SerialNumber="M-0001"' "$(valuesOf KVAXDT_PhysicalMemory Capacity PartNumber Ser
     equal '' "$(valuesOf KVAXDT_PhysicalMemory Capacity)" memory
 }
 
-@test "an empty folder: it says so and serves the rest" {
+@test "an empty directory: reported, and the rest is served" {
     mkdir empty
     startCimd --smbios empty "$mof"
     logHas 'warning: the host has no SMBIOS tables, and cpuinfo lists no processors'
@@ -161,15 +161,15 @@ SerialNumber="M-0001"' "$(valuesOf KVAXDT_PhysicalMemory Capacity PartNumber Ser
     listIs 'F1=fan'
 }
 
-@test "a folder that is missing, or no folder: status 3" {
-    local folder
-    for folder in missing "$mof"; do
-        endsWith 3 --smbios "$folder" "$mof"
-        complains "morvik-cimd: error: $folder is not a directory"
+@test "a directory that is missing, or is not one: status 3" {
+    local directory
+    for directory in missing "$mof"; do
+        endsWith 3 --smbios "$directory" "$mof"
+        complains "morvik-cimd: error: $directory is not a directory"
     done
 }
 
-@test "tables cut at every hundredth byte, and filled with ones: it starts, serves what is whole, and says so" {
+@test "tables cut at every hundredth byte, and filled with ones: it starts, serves the whole structures, and reports the damage" {
     local tables=$recorded/mixed-sockets-and-dimms length
     mkdir damaged
     cp "$tables"/* damaged
@@ -186,8 +186,8 @@ SerialNumber="M-0001"' "$(valuesOf KVAXDT_PhysicalMemory Capacity PartNumber Ser
     grep -q 'larger than' "$err"
 }
 
-@test "the host itself without SMBIOS: at least one processor, or it says that cpuinfo tells none" {
-    # An empty folder in place of the kernel's, whatever the host has.
+@test "the host itself without SMBIOS: at least one processor, or a report that cpuinfo has none" {
+    # An empty directory in place of the kernel's, whatever the host has.
     mount -t tmpfs none /sys/firmware 2>/dev/null || skip 'cannot mount here'
     startCimd --host "$mof"
     umount /sys/firmware
@@ -197,7 +197,7 @@ SerialNumber="M-0001"' "$(valuesOf KVAXDT_PhysicalMemory Capacity PartNumber Ser
         [[ -n $(valuesOf KVAXDT_Processor DeviceID) ]]
 }
 
-@test "without --host and --smbios nothing is told of the host" {
+@test "without --host and --smbios nothing of the host is served" {
     startCimd "$mof"
     equal '' "$(valuesOf KVAXDT_Processor DeviceID)" processors
     run ! grep -qiE 'smbios|cpuinfo' "$BATS_TEST_TMPDIR/cimd.log"

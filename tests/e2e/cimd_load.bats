@@ -42,7 +42,7 @@ startRudeClients() { # [KIND...]
     listIs ''
 }
 
-@test "the same beside slow, stuck and rude clients: still served as well" {
+@test "forty clients beside slow, stuck and rude ones: served as well" {
     local requests median worst early late
     startCimd "$mof"
     startRudeClients
@@ -55,7 +55,7 @@ startRudeClients() { # [KIND...]
     stopServers
 }
 
-@test "more connections than are kept: who made requests keeps its own, and a newcomer is served" {
+@test "more connections than are kept: clients that made requests keep theirs, and a newcomer is served" {
     startCimd "$mof"
     "$python" - "$support" <<'END'
 import sys
@@ -232,7 +232,7 @@ END
     listIs 'F1=fan'
 }
 
-@test "little memory: announcing much takes none, and a server that runs out of it goes on" {
+@test "little memory: an announced size takes none, and a server that runs out of memory goes on" {
     # Neither sanitizers nor valgrind leave a program to so few addresses.
     if grep -q __asan_init "$cimd" || [[ $(head -c 4 "$cimd") != $'\x7fELF' ]]; then
         skip 'not with other memory than the usual'

@@ -21,11 +21,11 @@ teardown() { stopServers; }
 
 needsUsers() {
     setpriv --reuid=65534 --regid=65534 --clear-groups true 2>/dev/null || skip 'root is the only user here'
-    local folder=$files
-    # The folders above are root's alone, and not those of the tests alone.
-    while [[ $folder == "$BATS_RUN_TMPDIR"* ]]; do
-        chmod a+x "$folder"
-        folder=$(dirname "$folder")
+    local directory=$files
+    # The directories above are root's alone, and not those of the tests alone.
+    while [[ $directory == "$BATS_RUN_TMPDIR"* ]]; do
+        chmod a+x "$directory"
+        directory=$(dirname "$directory")
     done
     setpriv --reuid=65534 --regid=65534 --clear-groups test -r "$mof" || skip 'other users cannot read files here'
 }
@@ -57,13 +57,13 @@ hasNoCapabilities() {
     listIs 'F1=fan'
 }
 
-@test "groups of the account that starts it are given up, too" {
+@test "groups of the account that starts it are given up too" {
     needsUsers
     startServer cimd 'morvik-cimd: listening on' setpriv --groups=0,1 "$cimd" "$mof"
     runsAs "$(id -u nobody)" "$(id -g nobody)"
 }
 
-@test "--user: that account" {
+@test "--user: it runs as that account" {
     needsUsers
     startCimd --user daemon "$mof"
     runsAs "$(id -u daemon)" "$(id -g daemon)"
@@ -77,7 +77,7 @@ hasNoCapabilities() {
     filesAre
 }
 
-@test "a store: the owner of its folder, who owns the store as well, and can use it alone" {
+@test "a store: it runs as the owner of its directory, who owns the store as well, and alone can use it" {
     needsUsers
     mkdir "$files/state"
     chown daemon:daemon "$files/state"
@@ -96,7 +96,7 @@ hasNoCapabilities() {
     listIs 'F1=fan F2=fan'
 }
 
-@test "the store is a link: the owner of the folder that it leads to" {
+@test "the store is a link: it runs as the owner of the directory that it leads to" {
     needsUsers
     mkdir "$files/state"
     chown daemon:daemon "$files/state"
@@ -107,7 +107,7 @@ hasNoCapabilities() {
     runsAs "$(id -u daemon)" "$(id -g daemon)"
 }
 
-@test "--user that may not write the directory of the store: status 1, and no file of root's is left" {
+@test "--user that may not write the directory of the store: status 1, and no file of root is left" {
     needsUsers
     mkdir "$files/state"
     endsWith 1 --user daemon --store "$files/state/fru.db" "$mof"
@@ -115,7 +115,7 @@ hasNoCapabilities() {
     equal '' "$(ls -A "$files/state")" 'the directory of the store'
 }
 
-@test "a folder of the store that is root's: root, but without capabilities, and it says so" {
+@test "the directory of the store belongs to root: root without capabilities, and the log says so" {
     startWithStore
     runsAs 0 "$(id -g)"
     hasNoCapabilities
@@ -123,7 +123,7 @@ hasNoCapabilities() {
     change create F1 fan
 }
 
-@test "a file that nobody can read: root, but without capabilities, and it says so" {
+@test "a file that the account nobody cannot read: root without capabilities, and the log says so" {
     needsUsers
     chmod 700 "$files"
     startCimd "$mof"
@@ -134,7 +134,7 @@ hasNoCapabilities() {
     logHas 'reloaded'
 }
 
-@test "a file named from the current folder, below one that is closed to nobody: it is read all the same" {
+@test "a file named from the current directory, below one that is closed to the account nobody, is read" {
     needsUsers
     mkdir -p "$files/closed/open"
     cp "$mof" "$files/closed/open"
@@ -153,7 +153,7 @@ hasNoCapabilities() {
     complains "morvik-cimd: error: cannot open $mof: Permission denied"
 }
 
-@test "a room with root alone: it keeps no capability, and says so" {
+@test "a user namespace with root alone: it keeps no capability, and the log says so" {
     ! setpriv --reuid=65534 --regid=65534 --clear-groups true 2>/dev/null || skip 'there are other users here'
     startCimd "$mof"
     hasNoCapabilities
@@ -175,7 +175,7 @@ hasNoCapabilities() {
     logHas 'reloaded: 1 namespace, 4 classes, 3 instances declared'
 }
 
-@test "not started as root: it stays who it is, and says that --user is ignored" {
+@test "not started as root: it keeps its account, and reports that --user is ignored" {
     needsUsers
     startServer cimd 'listening on' setpriv --reuid=daemon --regid=daemon --clear-groups \
         "$cimd" --user nobody "$mof"
@@ -229,7 +229,7 @@ CreateInstance refused: account mail may not change instances' \
         "$(sed -n 's/^morvik-cimd: warning: //p' "$BATS_TEST_TMPDIR/cimd.log")" 'the log'
 }
 
-@test "nobody, when it is only for lack of another account, is not the server's own" {
+@test "the account nobody, taken for lack of another, is not the server's own" {
     needsUsers
     startCimd "$mof"
     runsAs "$(id -u nobody)" "$(id -g nobody)"
@@ -276,7 +276,7 @@ CreateInstance refused: account mail may not change instances' \
     complains 'morvik-cimd: error: there is no group nonesuch'
 }
 
-@test "a kernel that does not know whose connections are: it says so, reads are served, changes refused" {
+@test "a kernel that does not know the owners of connections: reported, reads are served, changes refused" {
     needsUsers
     startServer cimd 'listening on' "$python" "$support/without_netlink.py" "$cimd" "$mof"
     logHas 'error: the kernel does not know whose connections are: all changes will be refused: sock_diag: Address family not supported by protocol'

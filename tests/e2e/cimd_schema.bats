@@ -197,7 +197,7 @@ publishFresh() {
 $here:Site_Box.Name=\"x\"" ein "$url:Site_Base"
 }
 
-@test "mi, sp, di: what a file declares is changed in the file" {
+@test "mi, sp, di: instances that a file declares are read-only" {
     local denied='CIM_ERR_ACCESS_DENIED: declared by site.mof'
     failsWith "$denied" mi "$box" 'Text="changed"'
     failsWith "$denied" sp "$box" 'Text="changed"'

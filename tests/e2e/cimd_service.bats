@@ -56,7 +56,7 @@ teardown() { stopServers; }
     fileIs "$out" ''
 }
 
-@test "--check: an output that takes nothing is a fault" {
+@test "--check: an output that cannot be written is a fault" {
     runInstead bash -c '"$@" >/dev/full' bash "$cimd" --check "$mof"
     equal 1 "$status" status
     complains 'morvik-cimd: cannot write to standard output'
@@ -143,7 +143,7 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
     complains 'morvik-cimd: error: cannot listen on 127.0.0.1:5988: Address already in use'
 }
 
-@test "port 0: the system chooses, and the message tells" {
+@test "port 0: the system chooses, and the message names the port" {
     startCimd --listen 127.0.0.1:0 "$mof"
     local port
     port=$(sed -n 's/.*listening on 127.0.0.1://p' "$BATS_TEST_TMPDIR/cimd.log")
@@ -177,7 +177,7 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
     done
 }
 
-@test "SIGHUP: a new class and new instances are served, what was published is kept, connections too" {
+@test "SIGHUP: a new class and new instances are served; published instances and connections are kept" {
     printf '\n' >more.mof
     startCimd more.mof "$mof"
     change create F1 fan create F2 disk delete F1
@@ -194,7 +194,7 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
     [[ $answer == 'HTTP/1.1 501 '* ]]
 }
 
-@test "SIGHUP with a wrong file: told with file, line and column, all is served as before" {
+@test "SIGHUP with a wrong file: reported with file, line and column, and all is served as before" {
     printf 'class T_Old { [Key] string id; };\n' >more.mof
     startWithStore more.mof
     change create F1 fan
@@ -229,7 +229,7 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
     listIs 'Z9=c A1=b M5=d'
 }
 
-@test "SIGHUP: an instance whose class is gone is told of; in a store it waits for its class" {
+@test "SIGHUP: an instance whose class is gone is reported; in a store it waits for its class" {
     printf 'class T_Disk { [Key] string id; };\n' >disk.mof
     startWithStore disk.mof
     wbemcli ci 'http://127.0.0.1:5988/root/kvasd:T_Disk.id="d1"' 'id="d1"'
@@ -263,7 +263,7 @@ END
 
 # --- messages ---
 
-@test "--log-level: what is less important is left out" {
+@test "--log-level: less important messages are left out" {
     noteOf() { # LEVEL
         startServer cimd 'listening on' "$cimd" --log-level "$1" --smbios . "$mof"
     }
@@ -342,7 +342,7 @@ waitForState() { # LINE
     done
 }
 
-@test "asked to end more than once: it ends well all the same" {
+@test "more than one SIGTERM: status 0 all the same" {
     local i
     startCimd "$mof"
     for ((i = 0; i < 50; ++i)); do
@@ -351,7 +351,7 @@ waitForState() { # LINE
     stopServers
 }
 
-@test "ready means that it listens: a client is served at once" {
+@test "a client is served as soon as it reports that it is ready" {
     startServer peer ready "$python" "$support/notify_socket.py" notify states
     NOTIFY_SOCKET=$PWD/notify "$cimd" --log-level error "$mof" 3>&- &
     servers+=("cimd:$!")
@@ -366,7 +366,7 @@ waitForState() { # LINE
     [[ ! -e states || ! -s states ]]
 }
 
-@test "a notification socket that is not there, or no name of one: it runs all the same" {
+@test "a notification socket that is missing, or has a wrong name: it runs all the same" {
     local name
     for name in "$PWD/missing" @ '' "$(printf '/%0200d' 0)"; do
         NOTIFY_SOCKET=$name startCimd "$mof"
@@ -437,7 +437,7 @@ END
     "$python" "$support/cim_client.py" send request | head -n 1 | tr -d '\r'
 }
 
-@test "a Host that is not of this host is refused: 403" {
+@test "a Host field that does not name this host is refused: 403" {
     startCimd "$mof"
     local host
     for host in 127.0.0.1:5988 127.0.0.1 127.9.9.9:80 localhost LocalHost:5988 '[::1]:5988' '[::1]'; do
@@ -451,7 +451,7 @@ END
     [[ $(answerTo 'X: y') == 'HTTP/1.1 400 '* ]]
 }
 
-@test "any Origin is refused: 403, and a page may not ask beforehand either" {
+@test "any Origin is refused: 403, and so is a preflight request" {
     startCimd "$mof"
     local origin
     for origin in http://evil.example null http://localhost http://127.0.0.1:5988 ''; do

@@ -30,7 +30,7 @@ database.close()' "$1" "${2-fru.db}"
 
 # --- what is kept ---
 
-@test "created, changed, deleted: all of it outlives kill -9" {
+@test "creations, changes and deletions outlive kill -9" {
     startWithStore
     change create F1 fan create F2 fan create F3 fan modify F2 'a & <b>' delete F3
     killServer
@@ -42,7 +42,7 @@ database.close()' "$1" "${2-fru.db}"
     listIs 'F2=a & <b> F3=disk'
 }
 
-@test "a clean end keeps the same, and leaves the store and its journal" {
+@test "they outlive a clean end, which leaves the store and its journal" {
     startWithStore
     change create F1 fan create F2 fan delete F1
     stopServers
@@ -93,7 +93,7 @@ database.close()' "$1" "${2-fru.db}"
 F2||NULL|1|Acme|NULL'
 }
 
-@test "instances of MOF files are as the files have them now; published ones stay beside them" {
+@test "instances of MOF files are as the files have them now; published ones are kept beside them" {
     startWithMachine() {
         writeMachine --model "$1" --speeds "$2" >machine.mof
         startCimd --store fru.db "$mof" machine.mof
@@ -108,7 +108,7 @@ F2||NULL|1|Acme|NULL'
     wbemcli ei -nl http://127.0.0.1:5988/root/kvasd:KVAXDT_ComputerSystemDetails | grep -qF 2222BBB
 }
 
-@test "a published instance whose name a file declares later: told of, kept, the declared one is served" {
+@test "a published instance whose name a file declares later is reported and kept; the declared one is served" {
     startWithStore
     change create F1 published
     stopServers
@@ -121,7 +121,7 @@ F2||NULL|1|Acme|NULL'
     listIs 'F1=published'
 }
 
-@test "an instance whose class is gone is told of, stays in the file, and is back with its class" {
+@test "an instance whose class is gone is reported, stays in the file, and is back with its class" {
     printf 'class T_Disk { [Key] string id; };' >disk.mof
     startWithStore disk.mof
     change create F1 fan
@@ -245,14 +245,14 @@ END
     listIs 'F1=fan'
 }
 
-@test "a store cut to half: refused" {
+@test "a truncated store: refused" {
     makeStore
     truncate -s "$(($(stat -c %s fru.db) / 2))" fru.db
     endsWith 1 --store fru.db "$mof"
     run -0 grep '^morvik-cimd: error: fru.db: .*damaged' "$err"
 }
 
-@test "an instance that was changed behind the server's back: told of, not served, kept" {
+@test "an instance that was changed behind the server's back: reported, not served, kept" {
     makeStore
     sql "UPDATE instance SET instance = replace(instance, 'fan', 'fun')"
     startWithStore
@@ -291,16 +291,16 @@ END
     equal F1 "$(sql "SELECT 'F1' FROM instance")" 'the row'
 }
 
-@test "a folder in place of the store, a missing folder: status 1 and a message" {
-    mkdir folder
-    endsWith 1 --store folder "$mof"
-    complains 'morvik-cimd: error: folder: not a regular file'
+@test "a directory in place of the store, a missing directory: status 1 and a message" {
+    mkdir directory
+    endsWith 1 --store directory "$mof"
+    complains 'morvik-cimd: error: directory: not a regular file'
     endsWith 1 --store missing/fru.db "$mof"
     complains 'morvik-cimd: error: missing/fru.db: cannot create: No such file or directory'
-    filesAre folder
+    filesAre directory
 }
 
-@test "a read-only folder: status 1 and a message" {
+@test "a read-only directory: status 1 and a message" {
     mkdir closed
     chmod 555 closed
     endsWith 1 --store closed/fru.db "$mof"

@@ -54,7 +54,7 @@ rm -f  fru.log
 '
 }
 
-@test "with /etc/redhat-release, even if empty: ftp -in, with two blanks before the redirection" {
+@test "with /etc/redhat-release, even if empty: ftp -in, with two spaces before the redirection" {
     echo '"F1","FAN","","Fan"' >1234wpk.txt
     inRoom present runRecorded -s host -d /pc/dolmex/bp_server
     fileIs "$commands" 'echo open host >> fruscript.scr
@@ -71,7 +71,7 @@ rm -f  fru.log
 '
 }
 
-@test "fru.txt is removed without a look whether it is there" {
+@test "fru.txt is removed whether or not it is there" {
     echo '"F1","FAN","","Fan"' >1234wpk.txt
     mkdir "$BATS_TEST_TMPDIR/bin"
     printf '#!/bin/sh\n' >"$BATS_TEST_TMPDIR/bin/mv"
@@ -166,7 +166,7 @@ cd dir' "$(head -n 2 "$out")" 'what went to standard output instead'
     fileIs redirected ''
 }
 
-@test "a dollar sign: the shell puts the variable's value" {
+@test "a dollar sign: the shell expands the variable" {
     startMachine
     keepScript
     PLACE=/a/b runMorvik -s '$((6 * 7))' -d '$PLACE$NOT_SET'
@@ -192,7 +192,7 @@ mv -f a;bwpk.txt fru.txt' "$(grep 'wpk' "$commands")" 'the commands with the nam
     filesAre 'a;bwpk.txt'
 }
 
-@test "a machine type with a dollar sign: the script asks for the variable's value" {
+@test "a machine type with a dollar sign: the script has the variable's value" {
     startMachine --model '[a$B.]'
     keepScript
     B=1234 runMorvik -s host -d dir
@@ -250,7 +250,7 @@ mv -f a;bwpk.txt fru.txt' "$(grep 'wpk' "$commands")" 'the commands with the nam
     fileIs fru.log 'from before\nnew\n'
 }
 
-@test "the machine type cannot be had: no command, no script, no fru.log" {
+@test "no machine type: no command, no script, no fru.log" {
     startPeer
     runRecorded -s host -d dir
     foundNothing

@@ -54,7 +54,7 @@ selectsWith() { # CLASS JSON [FRU-NUMBER...]
     selectsWith KVAXDT_Processor "[[[\"CurrentClockSpeed\", \"uint32\", [\"2400\"]]], $good]"
 }
 
-@test "SPEED: a null value is an empty text, and no failure" {
+@test "SPEED: a null value is an empty text, not a failure" {
     printf '"%s","PROCESSOR","SPEED=%s","x"\n' EMPTY '' ZERO 0 2400 2400 >fru.txt
     local null='[["CurrentClockSpeed", "uint32", null]]'
     local good='[["CurrentClockSpeed", "uint32", "2400"]]'
@@ -89,7 +89,7 @@ selectsWith() { # CLASS JSON [FRU-NUMBER...]
     done
 }
 
-@test "no other category is put to a question" {
+@test "entries of other categories ask nothing" {
     startRecordedMachine
     cat >fru.txt <<'END'
 "A1","PLANAR","SPEED=1","x"

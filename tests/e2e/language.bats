@@ -55,7 +55,7 @@ selects() { # LANG [VALUE...]
     selects $'\xe6\x97\xa5\xe6\x9c\xac' empty
 }
 
-@test "LC_ALL and LANGUAGE are not looked at" {
+@test "LC_ALL and LANGUAGE are ignored" {
     keyboardFile >fru.txt
     LC_ALL=de_DE LANGUAGE=fr LC_MESSAGES=it_IT LANG=en_US runMorvik -s 127.0.0.1 -d dir
     usedLocalCopy

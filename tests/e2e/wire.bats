@@ -58,7 +58,7 @@ END
     fileIs "$accepted" 'connection\n'
 }
 
-@test "nothing is remembered: one fresh enumeration for each line that is put to a question" {
+@test "results are not cached: each line that asks about hardware makes a fresh enumeration" {
     startPeer --machine "$project/tests/data/fru/machine.json"
     local i
     for i in 1 2 3 4 5; do

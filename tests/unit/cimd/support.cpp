@@ -12,20 +12,20 @@ namespace cimd::test {
 
 namespace fs = std::filesystem;
 
-TemporaryFolder::TemporaryFolder() {
+TemporaryDirectory::TemporaryDirectory() {
   std::string name = (fs::temp_directory_path() / "morvik-cimd-XXXXXX").string();
   if (mkdtemp(name.data()) == nullptr) {
-    throw std::runtime_error("no temporary folder");
+    throw std::runtime_error("no temporary directory");
   }
   path_ = name;
 }
 
-TemporaryFolder::~TemporaryFolder() {
+TemporaryDirectory::~TemporaryDirectory() {
   std::error_code ignored;
   fs::remove_all(path_, ignored);
 }
 
-fs::path TemporaryFolder::write(const std::string& name, const std::string& text) const {
+fs::path TemporaryDirectory::write(const std::string& name, const std::string& text) const {
   fs::path file = path_ / name;
   fs::create_directories(file.parent_path());
   std::ofstream(file, std::ios::binary) << text;
@@ -33,18 +33,18 @@ fs::path TemporaryFolder::write(const std::string& name, const std::string& text
 }
 
 void loadText(Repository& repository, const std::string& mof) {
-  const TemporaryFolder folder;
-  mof::loadMof({folder.write("test.mof", mof)}, repository);
+  const TemporaryDirectory directory;
+  mof::loadMof({directory.write("test.mof", mof)}, repository);
 }
 
 std::string loadError(const std::string& mof) {
-  const TemporaryFolder folder;
+  const TemporaryDirectory directory;
   Repository repository;
   try {
-    mof::loadMof({folder.write("test.mof", mof)}, repository);
+    mof::loadMof({directory.write("test.mof", mof)}, repository);
   } catch (const mof::MofError& error) {
     std::string message = error.what();
-    const std::string prefix = folder.path().string() + "/";
+    const std::string prefix = directory.path().string() + "/";
     for (std::size_t at = message.find(prefix); at != std::string::npos;
          at = message.find(prefix)) {
       message.erase(at, prefix.size());

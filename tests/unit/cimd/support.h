@@ -12,15 +12,15 @@
 
 namespace cimd::test {
 
-// An empty folder that is removed at the end.
-class TemporaryFolder {
+// An empty directory that is removed at the end.
+class TemporaryDirectory {
  public:
-  TemporaryFolder();
-  ~TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  TemporaryDirectory();
+  ~TemporaryDirectory();
+  TemporaryDirectory(const TemporaryDirectory&) = delete;
+  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
 
-  // Writes a file, making its folders, and returns its path.
+  // Writes a file, making its directories, and returns its path.
   std::filesystem::path write(const std::string& name, const std::string& text) const;
   const std::filesystem::path& path() const { return path_; }
 
@@ -30,7 +30,7 @@ class TemporaryFolder {
 
 // Loads the text into the repository, as a file called test.mof.
 void loadText(Repository& repository, const std::string& mof);
-// The message of the error that loading ends with, without folder: "test.mof:1:2: error: ...".
+// The message of the error that loading ends with, without directory: "test.mof:1:2: error: ...".
 // Empty when there is none.
 std::string loadError(const std::string& mof);
 

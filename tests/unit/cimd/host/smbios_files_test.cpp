@@ -13,17 +13,17 @@ namespace cimd::host {
 namespace {
 
 namespace fs = std::filesystem;
-using cimd::test::TemporaryFolder;
+using cimd::test::TemporaryDirectory;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 TEST(HostFiles, BytesAreReadUnchanged) {
-  const TemporaryFolder folder;
+  const TemporaryDirectory directory;
   const std::string bytes("\0\xFF\r\n", 4);
-  folder.write("smbios_entry_point", bytes + "1");
-  folder.write("DMI", bytes + "2");
-  folder.write("cpuinfo", bytes + "3");
-  const HostBytes host = readHostBytes(recordedHost(folder.path()));
+  directory.write("smbios_entry_point", bytes + "1");
+  directory.write("DMI", bytes + "2");
+  directory.write("cpuinfo", bytes + "3");
+  const HostBytes host = readHostBytes(recordedHost(directory.path()));
   EXPECT_EQ(host.entryPoint, bytes + "1");
   EXPECT_EQ(host.table, bytes + "2");
   EXPECT_EQ(host.cpuinfo, bytes + "3");
@@ -32,13 +32,13 @@ TEST(HostFiles, BytesAreReadUnchanged) {
 }
 
 TEST(HostFiles, MissingFilesAreNotAnError) {
-  const TemporaryFolder folder;
-  const fs::path file = folder.write("file", "");
-  for (const fs::path& directory : {folder.path(), folder.path() / "missing", file}) {
-    const HostBytes host = readHostBytes(recordedHost(directory));
-    EXPECT_FALSE(host.entryPoint || host.table || host.cpuinfo) << directory;
-    EXPECT_FALSE(host.areTablesUnreadable) << directory;
-    EXPECT_THAT(host.messages, IsEmpty()) << directory;
+  const TemporaryDirectory directory;
+  const fs::path file = directory.write("file", "");
+  for (const fs::path& place : {directory.path(), directory.path() / "missing", file}) {
+    const HostBytes host = readHostBytes(recordedHost(place));
+    EXPECT_FALSE(host.entryPoint || host.table || host.cpuinfo) << place;
+    EXPECT_FALSE(host.areTablesUnreadable) << place;
+    EXPECT_THAT(host.messages, IsEmpty()) << place;
   }
 }
 
@@ -58,11 +58,11 @@ TEST(HostFiles, TheKernelsCpuinfoIsReadThoughItHasNoSize) {
 
 // There is no writer: neither opening nor reading may wait for one.
 TEST(HostFiles, APipeIsRefusedWithoutWaiting) {
-  const TemporaryFolder folder;
-  folder.write("smbios_entry_point", "x");
-  const fs::path pipe = folder.path() / "DMI";
+  const TemporaryDirectory directory;
+  directory.write("smbios_entry_point", "x");
+  const fs::path pipe = directory.path() / "DMI";
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-  const HostBytes host = readHostBytes(recordedHost(folder.path()));
+  const HostBytes host = readHostBytes(recordedHost(directory.path()));
   EXPECT_FALSE(host.table);
   EXPECT_TRUE(host.areTablesUnreadable);
   EXPECT_THAT(host.messages, ElementsAre(pipe.string() + " is not a regular file"));
@@ -79,19 +79,19 @@ TEST(HostFiles, ADeviceWithoutEndIsRefused) {
 }
 
 TEST(HostFiles, ADirectoryIsRefused) {
-  const TemporaryFolder folder;
-  fs::create_directory(folder.path() / "smbios_entry_point");
-  const HostBytes host = readHostBytes(recordedHost(folder.path()));
+  const TemporaryDirectory directory;
+  fs::create_directory(directory.path() / "smbios_entry_point");
+  const HostBytes host = readHostBytes(recordedHost(directory.path()));
   EXPECT_TRUE(host.areTablesUnreadable);
   EXPECT_EQ(host.messages.size(), 1U);
 }
 
 TEST(HostFiles, TheirSizeIsLimited) {
-  const TemporaryFolder folder;
+  const TemporaryDirectory directory;
   for (const char* name : {"DMI", "smbios_entry_point", "cpuinfo"}) {
-    fs::resize_file(folder.write(name, ""), std::uintmax_t{1} << 40U);
+    fs::resize_file(directory.write(name, ""), std::uintmax_t{1} << 40U);
   }
-  const HostBytes host = readHostBytes(recordedHost(folder.path()));
+  const HostBytes host = readHostBytes(recordedHost(directory.path()));
   EXPECT_FALSE(host.entryPoint || host.table || host.cpuinfo);
   EXPECT_TRUE(host.areTablesUnreadable);
   EXPECT_THAT(host.messages, ElementsAre(testing::EndsWith("entry_point is larger than 4 MiB"),
@@ -102,11 +102,11 @@ TEST(HostFiles, TheirSizeIsLimited) {
 // ELOOP represents every reason other than absence, since root, who may run the tests, may read
 // all.
 TEST(HostFiles, ReasonIsReportedWhenOneCannotBeOpened) {
-  const TemporaryFolder folder;
-  fs::create_symlink("DMI", folder.path() / "DMI");
-  const HostBytes host = readHostBytes(recordedHost(folder.path()));
+  const TemporaryDirectory directory;
+  fs::create_symlink("DMI", directory.path() / "DMI");
+  const HostBytes host = readHostBytes(recordedHost(directory.path()));
   EXPECT_TRUE(host.areTablesUnreadable);
-  EXPECT_THAT(host.messages, ElementsAre("cannot open " + (folder.path() / "DMI").string() +
+  EXPECT_THAT(host.messages, ElementsAre("cannot open " + (directory.path() / "DMI").string() +
                                          ": Too many levels of symbolic links"));
 }
 

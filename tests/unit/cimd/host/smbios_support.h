@@ -49,7 +49,7 @@ std::string withRightSum(std::string bytes, std::size_t offset, unsigned value,
 HostBytes hostWith(const std::vector<StructureBuilder>& structures);
 Inventory inventoryOf(const std::vector<StructureBuilder>& structures);
 
-// A machine in the folder of recorded tables.
+// A machine in the directory of recorded tables.
 HostBytes recorded(const std::string& machine);
 
 }  // namespace cimd::host::test

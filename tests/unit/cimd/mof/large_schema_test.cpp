@@ -155,8 +155,8 @@ TEST(DmtfSchema, LoadsUnchangedWithClassesThatDeriveFromIt) {
   if (top == nullptr) {
     GTEST_SKIP() << "MORVIK_DMTF_SCHEMA does not name the schema's top file";
   }
-  const test::TemporaryFolder folder;
-  const auto own = folder.write(
+  const test::TemporaryDirectory directory;
+  const auto own = directory.write(
       "own.mof",
       "instance of Own_FRU { FRUNumber = \"F1\"; IdentifyingNumber = \"1\"; Vendor = \"V\"; };\n"
       "[Version(\"1.0.0\")] class Own_FRU : CIM_FRU { [Override(\"Name\")] string Name = \"n\"; "

@@ -140,13 +140,13 @@ TEST(MofLoader, NamespacePragmaMustNameANamespaceOfThisHost) {
 }
 
 TEST(MofLoader, NamespacePragmaHoldsForTheRestOfItsFile) {
-  const test::TemporaryFolder folder;
-  folder.write("sub/inner.mof",
-               "#pragma namespace(\"/root/inner/\")\nclass I { [Key] string k; };");
+  const test::TemporaryDirectory directory;
+  directory.write("sub/inner.mof",
+                  "#pragma namespace(\"/root/inner/\")\nclass I { [Key] string k; };");
   const auto outer =
-      folder.write("outer.mof",
-                   "class A { [Key] string k; };\n#pragma NAMESPACE(\"root/outer\")\n"
-                   "#pragma include(\"sub/inner.mof\")\nclass O { [Key] string k; };");
+      directory.write("outer.mof",
+                      "class A { [Key] string k; };\n#pragma NAMESPACE(\"root/outer\")\n"
+                      "#pragma include(\"sub/inner.mof\")\nclass O { [Key] string k; };");
   Repository repository;
   mof::loadMof({outer}, repository);
   EXPECT_NE(repository.nameSpace("ROOT/kvasd").schema().find("A"), nullptr);
@@ -156,10 +156,10 @@ TEST(MofLoader, NamespacePragmaHoldsForTheRestOfItsFile) {
 }
 
 TEST(MofLoader, AnIncludedFileSharesNamespaceAndAliases) {
-  const test::TemporaryFolder folder;
-  folder.write("classes/a.mof", "class A { [Key] string k; A ref r; };");
-  folder.write("more.mof", "instance of A as $inner { k = \"i\"; r = $outer; };");
-  const auto top = folder.write(
+  const test::TemporaryDirectory directory;
+  directory.write("classes/a.mof", "class A { [Key] string k; A ref r; };");
+  directory.write("more.mof", "instance of A as $inner { k = \"i\"; r = $outer; };");
+  const auto top = directory.write(
       "top.mof",
       "#pragma namespace(\"root/x\")\n#pragma include(\"classes/\" \"a.mof\")\n"
       "#pragma include(\"more.mof\")\ninstance of A as $outer { k = \"o\"; r = $inner; };");
@@ -170,10 +170,10 @@ TEST(MofLoader, AnIncludedFileSharesNamespaceAndAliases) {
 }
 
 TEST(MofLoader, FilesAreOneLoadButAliasesAreTheirOwn) {
-  const test::TemporaryFolder folder;
-  const auto first = folder.write("1.mof", "instance of A as $a { k = \"1\"; };");
-  const auto second = folder.write("2.mof", "instance of A as $a { k = \"2\"; };");
-  const auto classes = folder.write("3.mof", "class A { [Key] string k; };");
+  const test::TemporaryDirectory directory;
+  const auto first = directory.write("1.mof", "instance of A as $a { k = \"1\"; };");
+  const auto second = directory.write("2.mof", "instance of A as $a { k = \"2\"; };");
+  const auto classes = directory.write("3.mof", "class A { [Key] string k; };");
   Repository repository;
   mof::loadMof({first, second, classes}, repository);
   NameSpace& nameSpace = repository.nameSpace(defaultNameSpace);
@@ -181,21 +181,21 @@ TEST(MofLoader, FilesAreOneLoadButAliasesAreTheirOwn) {
 }
 
 TEST(MofLoader, BackslashesInTheNameOfAnIncludeSeparateDirectories) {
-  const test::TemporaryFolder folder;
-  folder.write("new/tools/a.mof", "class A { [Key] string k; };");
-  const auto top = folder.write("top.mof",
-                                "#pragma include(\"new\\tools\" \"\\a.mof\")\n"
-                                "instance of A { k = \"\\x41\"; };");
+  const test::TemporaryDirectory directory;
+  directory.write("new/tools/a.mof", "class A { [Key] string k; };");
+  const auto top = directory.write("top.mof",
+                                   "#pragma include(\"new\\tools\" \"\\a.mof\")\n"
+                                   "instance of A { k = \"\\x41\"; };");
   Repository repository;
   mof::loadMof({top}, repository);
   EXPECT_NO_THROW(repository.nameSpace(defaultNameSpace).instance(test::path("A", {{"k", "A"}})));
 }
 
 TEST(MofLoader, IncludesAreLookedForBesideTheirFileThenTheFirstOneThenInFurtherDirectories) {
-  const test::TemporaryFolder folder;
+  const test::TemporaryDirectory directory;
   const auto declare = [&](const char* name, std::initializer_list<const char*> files) {
     for (const char* file : files) {
-      folder.write(file, std::string("class ") + name + " {};");
+      directory.write(file, std::string("class ") + name + " {};");
     }
   };
   declare("BesideIt", {"first/sub/1.mof"});
@@ -203,12 +203,12 @@ TEST(MofLoader, IncludesAreLookedForBesideTheirFileThenTheFirstOneThenInFurtherD
   declare("FromOne", {"one/3.mof"});
   declare("FromTwo", {"two/4.mof"});
   declare("Hidden", {"first/1.mof", "one/1.mof", "one/2.mof", "two/3.mof"});
-  folder.write("first/sub/all.mof",
-               "#pragma include(\"1.mof\")\n#pragma include(\"2.mof\")\n"
-               "#pragma include(\"3.mof\")\n#pragma include(\"4.mof\")");
-  const auto first = folder.write("first/first.mof", "#pragma include(\"sub/all.mof\")");
+  directory.write("first/sub/all.mof",
+                  "#pragma include(\"1.mof\")\n#pragma include(\"2.mof\")\n"
+                  "#pragma include(\"3.mof\")\n#pragma include(\"4.mof\")");
+  const auto first = directory.write("first/first.mof", "#pragma include(\"sub/all.mof\")");
   Repository repository;
-  mof::loadMof({first}, repository, {folder.path() / "one", folder.path() / "two"});
+  mof::loadMof({first}, repository, {directory.path() / "one", directory.path() / "two"});
   const Schema& schema = repository.nameSpace(defaultNameSpace).schema();
   EXPECT_EQ(schema.size(), 4U);
   for (const char* name : {"BesideIt", "BesideTheFirst", "FromOne", "FromTwo"}) {
@@ -218,12 +218,12 @@ TEST(MofLoader, IncludesAreLookedForBesideTheirFileThenTheFirstOneThenInFurtherD
 
 // The file that was meant is there, so no other one is taken for it.
 TEST(MofLoader, AnIncludeThatCannotBeOpenedIsNotLookedForElsewhere) {
-  const test::TemporaryFolder folder;
-  std::filesystem::create_symlink("loop.mof", folder.path() / "loop.mof");
-  folder.write("other/loop.mof", "");
+  const test::TemporaryDirectory directory;
+  std::filesystem::create_symlink("loop.mof", directory.path() / "loop.mof");
+  directory.write("other/loop.mof", "");
   Repository repository;
-  EXPECT_THROW(mof::loadMof({folder.write("a.mof", "#pragma include(\"loop.mof\")")}, repository,
-                            {folder.path() / "other"}),
+  EXPECT_THROW(mof::loadMof({directory.write("a.mof", "#pragma include(\"loop.mof\")")}, repository,
+                            {directory.path() / "other"}),
                mof::MofError);
 }
 
@@ -236,16 +236,16 @@ TEST(MofLoader, FilesThatCannotBeReadAreErrors) {
 }
 
 TEST(MofLoader, ThereIsALimitOnIncludedFiles) {
-  const test::TemporaryFolder folder;
-  folder.write("empty.mof", "");
+  const test::TemporaryDirectory directory;
+  directory.write("empty.mof", "");
   std::string includes;
   for (int i = 1; i < 20000; ++i) {
     includes += "#pragma include(\"empty.mof\")\n";
   }
   Repository repository;
-  const auto most = folder.write("most.mof", includes);
+  const auto most = directory.write("most.mof", includes);
   EXPECT_NO_THROW(mof::loadMof({most}, repository));
-  const auto more = folder.write("more.mof", includes + "#pragma include(\"empty.mof\")\n");
+  const auto more = directory.write("more.mof", includes + "#pragma include(\"empty.mof\")\n");
   try {
     mof::loadMof({more}, repository);
     ADD_FAILURE();
@@ -255,11 +255,11 @@ TEST(MofLoader, ThereIsALimitOnIncludedFiles) {
 }
 
 TEST(MofLoader, ErrorsInIncludedFilesNameThem) {
-  const test::TemporaryFolder folder;
-  folder.write("b.mof", "class");
+  const test::TemporaryDirectory directory;
+  directory.write("b.mof", "class");
   Repository repository;
   try {
-    mof::loadMof({folder.write("a.mof", "#pragma include(\"b.mof\")")}, repository);
+    mof::loadMof({directory.write("a.mof", "#pragma include(\"b.mof\")")}, repository);
     FAIL();
   } catch (const mof::MofError& error) {
     EXPECT_NE(std::string(error.what()).find("b.mof:1:6: error: expected the name of a class"),
@@ -268,16 +268,16 @@ TEST(MofLoader, ErrorsInIncludedFilesNameThem) {
 }
 
 TEST(MofLoader, IncludesAreBoundedInDepth) {
-  const test::TemporaryFolder folder;
+  const test::TemporaryDirectory directory;
   for (int i = 0; i < 40; ++i) {
-    folder.write(std::to_string(i) + ".mof",
-                 "#pragma include(\"" + std::to_string(i + 1) + ".mof\")");
+    directory.write(std::to_string(i) + ".mof",
+                    "#pragma include(\"" + std::to_string(i + 1) + ".mof\")");
   }
-  folder.write("40.mof", "");
+  directory.write("40.mof", "");
   Repository repository;
-  EXPECT_THROW(mof::loadMof({folder.path() / "0.mof"}, repository), mof::MofError);
+  EXPECT_THROW(mof::loadMof({directory.path() / "0.mof"}, repository), mof::MofError);
   Repository other;
-  EXPECT_NO_THROW(mof::loadMof({folder.path() / "20.mof"}, other));
+  EXPECT_NO_THROW(mof::loadMof({directory.path() / "20.mof"}, other));
 }
 
 TEST(MofLoader, CommentsMayStandBetweenAnyTwoTokens) {

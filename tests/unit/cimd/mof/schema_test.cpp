@@ -182,12 +182,12 @@ TEST(MofSchema, WrongDeclarationsAreRefusedAtTheirPosition) {
 }
 
 TEST(MofSchema, EachClassThatIsReferredToAndNotDeclaredGivesOneWarning) {
-  const test::TemporaryFolder folder;
-  const auto file = folder.write("test.mof",
-                                 "class A { [Key] string k; C ref x; c ref again; };\n"
-                                 "class B : A { A ref known;\n uint8 f(D ref y); };\n"
-                                 "class E : A { B ref x; };\n"
-                                 "instance of B { k = \"1\"; x = \"A.k=\\\"1\\\"\"; };");
+  const test::TemporaryDirectory directory;
+  const auto file = directory.write("test.mof",
+                                    "class A { [Key] string k; C ref x; c ref again; };\n"
+                                    "class B : A { A ref known;\n uint8 f(D ref y); };\n"
+                                    "class E : A { B ref x; };\n"
+                                    "instance of B { k = \"1\"; x = \"A.k=\\\"1\\\"\"; };");
   Repository repository;
   const std::string name = file.string();
   EXPECT_EQ(mof::loadMof({file}, repository),

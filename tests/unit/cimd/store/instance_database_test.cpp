@@ -23,9 +23,9 @@ using testing::IsEmpty;
 
 class InstanceDatabaseTest : public testing::Test {
  protected:
-  std::filesystem::path file() const { return folder_.path() / "instances.db"; }
+  std::filesystem::path file() const { return directory_.path() / "instances.db"; }
 
-  test::TemporaryFolder folder_;
+  test::TemporaryDirectory directory_;
 };
 
 TEST_F(InstanceDatabaseTest, ReplacingAnInstanceKeepsItsPlaceInTheOrderOfCreation) {
@@ -181,7 +181,7 @@ TEST_F(UnservedRowTest, ADamagedRowIsReportedAndKept) {
         "checksum = checksum + 1", "checksum = 'x'", "instance = CAST(instance AS BLOB)",
         "class = CAST(class AS BLOB)", "instance = 5"}) {
     SCOPED_TRACE(change);
-    folder_.write("instances.db", sound);
+    directory_.write("instances.db", sound);
     const std::string sql = "UPDATE instance SET " + std::string(change) + " WHERE key = 'b'";
     test::runSql(file(), sql.c_str());
     {

@@ -40,13 +40,13 @@ class RecoveryTest : public testing::Test {
     rows_ = loadFile(file());
   }
 
-  fs::path file() const { return folder_.path() / "instances.db"; }
-  fs::path target() const { return folder_.path() / "new.db"; }
+  fs::path file() const { return directory_.path() / "instances.db"; }
+  fs::path target() const { return directory_.path() / "new.db"; }
 
   // Recovers from a file with this content, and returns what the new store holds.
   Rows recover(const std::string& content) {
     test::removeStore(target());
-    folder_.write("instances.db", content);
+    directory_.write("instances.db", content);
     recovery_ = recoverStore(file(), target());
     EXPECT_TRUE(test::readFile(file()) == content) << "the damaged store was changed";
     Rows found = loadFile(target());
@@ -54,7 +54,7 @@ class RecoveryTest : public testing::Test {
     return found;
   }
 
-  test::TemporaryFolder folder_;
+  test::TemporaryDirectory directory_;
   std::string sound_;
   Rows rows_;
   Recovery recovery_;
@@ -129,11 +129,11 @@ TEST_F(RecoveryTest, AChangeThatWasNotCompletedIsUndone) {
 }
 
 TEST_F(RecoveryTest, NothingIsOverwrittenOrTakenFromAnythingElse) {
-  EXPECT_THROW(recoverStore(folder_.path() / "missing.db", target()), StoreError);
-  folder_.write("text", "These are my notes.");
-  EXPECT_THROW(recoverStore(folder_.path() / "text", target()), StoreError);
+  EXPECT_THROW(recoverStore(directory_.path() / "missing.db", target()), StoreError);
+  directory_.write("text", "These are my notes.");
+  EXPECT_THROW(recoverStore(directory_.path() / "text", target()), StoreError);
   EXPECT_FALSE(fs::exists(target()));
-  folder_.write("new.db", "mine");
+  directory_.write("new.db", "mine");
   EXPECT_THROW(recoverStore(file(), target()), StoreError);
   EXPECT_EQ(test::readFile(target()), "mine");
   fs::remove(target());
@@ -143,7 +143,7 @@ TEST_F(RecoveryTest, NothingIsOverwrittenOrTakenFromAnythingElse) {
     test::inChild([this] { EXPECT_THROW(recoverStore(file(), target()), StoreError); });
   });
   std::vector<std::string> names;
-  for (const auto& entry : fs::directory_iterator(folder_.path())) {
+  for (const auto& entry : fs::directory_iterator(directory_.path())) {
     names.push_back(entry.path().filename().string());
   }
   EXPECT_THAT(names, testing::UnorderedElementsAre("instances.db", "instances.db-journal", "text"));

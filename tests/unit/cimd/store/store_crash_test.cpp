@@ -111,9 +111,9 @@ int changesBeforeKill(const fs::path& file, std::mt19937& random) {
   return acknowledged;
 }
 
-TEST(StoreCrashTest, everyAcknowledgedChangeIsThereAfterKill) {
-  const test::TemporaryFolder folder;
-  const fs::path file = folder.path() / "instances.db";
+TEST(StoreCrashTest, EveryAcknowledgedChangeIsThereAfterKill) {
+  const test::TemporaryDirectory directory;
+  const fs::path file = directory.path() / "instances.db";
   const auto seed = std::random_device()();
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937 random(seed);
@@ -163,13 +163,13 @@ class DamagedFileTest : public testing::Test {
     rows_ = loadFile(file());
   }
 
-  fs::path file() const { return folder_.path() / "instances.db"; }
+  fs::path file() const { return directory_.path() / "instances.db"; }
 
   // Either the file is refused; or what is served is as it was and in its order, and every instance
   // that is missing was reported.
   void expectNothingWrong(const std::string& content) {
     test::removeStore(file());
-    folder_.write("instances.db", content);
+    directory_.write("instances.db", content);
     Rows found;
     std::vector<std::string> warnings;
     try {
@@ -198,7 +198,7 @@ class DamagedFileTest : public testing::Test {
     EXPECT_GE(found.size() + warnings, rows_.size());
   }
 
-  test::TemporaryFolder folder_;
+  test::TemporaryDirectory directory_;
   std::string sound_;
   Rows rows_;
   int refused_ = 0;
@@ -206,7 +206,7 @@ class DamagedFileTest : public testing::Test {
   int served_ = 0;
 };
 
-TEST_F(DamagedFileTest, aChangedByteIsRefusedReportedOrWithoutEffect) {
+TEST_F(DamagedFileTest, AChangedByteIsRefusedReportedOrHarmless) {
   const auto seed = std::random_device()();
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937 random(seed);
@@ -227,7 +227,7 @@ TEST_F(DamagedFileTest, aChangedByteIsRefusedReportedOrWithoutEffect) {
   EXPECT_GT(served_, 0);
 }
 
-TEST_F(DamagedFileTest, manyChangedBytesAreRefusedReportedOrWithoutEffect) {
+TEST_F(DamagedFileTest, ManyChangedBytesAreRefusedReportedOrHarmless) {
   const auto seed = std::random_device()();
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937 random(seed);
@@ -244,9 +244,9 @@ TEST_F(DamagedFileTest, manyChangedBytesAreRefusedReportedOrWithoutEffect) {
   EXPECT_GT(refused_, 0);
 }
 
-TEST_F(DamagedFileTest, aCutFileIsRefusedUnlessItIsEmpty) {
+TEST_F(DamagedFileTest, ATruncatedFileIsRefusedUnlessItIsEmpty) {
   for (std::size_t size = 1; size < sound_.size(); size += 997) {
-    folder_.write("instances.db", sound_.substr(0, size));
+    directory_.write("instances.db", sound_.substr(0, size));
     EXPECT_NE(test::openError(file()), "") << size;
   }
 }

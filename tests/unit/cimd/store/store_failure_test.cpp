@@ -109,12 +109,12 @@ class StoreFailureTest : public testing::Test {
     system->xSetSystemCall(system, nullptr, nullptr);
   }
 
-  fs::path file() const { return folder_.path() / "instances.db"; }
+  fs::path file() const { return directory_.path() / "instances.db"; }
 
-  test::TemporaryFolder folder_;
+  test::TemporaryDirectory directory_;
 };
 
-TEST_F(StoreFailureTest, nothingIsAcknowledgedBeforeItIsOnTheDisk) {
+TEST_F(StoreFailureTest, NoChangeIsAcknowledgedBeforeItIsOnTheDisk) {
   InstanceDatabase database(file());
   EXPECT_FALSE(disk.hasUnsyncedWrites);
   for (int i = 0; i < 20; ++i) {
@@ -134,7 +134,7 @@ using Failing = int Disk::*;
 // Lets every single write, and then every single sync, of a change fail.
 class FailingCallTest : public StoreFailureTest, public testing::WithParamInterface<int> {};
 
-TEST_P(FailingCallTest, aFailedChangeLeavesNothingAndTheNextOneWorks) {
+TEST_P(FailingCallTest, AFailedChangeLeavesNothingAndTheNextOneWorks) {
   for (const Failing failing : {&Disk::failingWrite, &Disk::failingSync}) {
     test::removeStore(file());
     InstanceDatabase database(file());
@@ -170,7 +170,7 @@ TEST_P(FailingCallTest, aFailedChangeLeavesNothingAndTheNextOneWorks) {
 
 INSTANTIATE_TEST_SUITE_P(Causes, FailingCallTest, testing::Values(EIO, ENOSPC, EFBIG));
 
-TEST_F(StoreFailureTest, theErrorNamesFileAndCause) {
+TEST_F(StoreFailureTest, TheErrorNamesFileAndCause) {
   InstanceDatabase database(file());
   disk.failingWrite = 1;
   disk.cause = ENOSPC;
@@ -181,7 +181,7 @@ TEST_F(StoreFailureTest, theErrorNamesFileAndCause) {
   EXPECT_THAT(putError(database, u"a", "one"), HasSubstr(": disk I/O error: Input/output error"));
 }
 
-TEST_F(StoreFailureTest, anyFailureWhileTheFileIsMadeIsAnErrorAndTheNextTryWorks) {
+TEST_F(StoreFailureTest, AFailureWhileTheFileIsMadeIsAnErrorAndTheNextTryWorks) {
   for (const Failing failing : {&Disk::failingWrite, &Disk::failingSync}) {
     int failures = 0;
     for (int call = 1;; ++call) {
@@ -224,7 +224,7 @@ class CrashImageTest : public StoreFailureTest {
   fs::path journal() const { return file().string() + "-journal"; }
 
   Rows restored(const std::string& content) {
-    folder_.write("instances.db", content);
+    directory_.write("instances.db", content);
     return loadFile(file());
   }
 
@@ -253,9 +253,9 @@ class CrashImageTest : public StoreFailureTest {
   // The outcome with these files: either the change was made or it was not, or there is a message.
   void judge(const Image& image, bool isJournalRemoved, bool isDamaged) {
     test::removeStore(file());
-    folder_.write("instances.db", image.file);
+    directory_.write("instances.db", image.file);
     if (!isJournalRemoved) {
-      folder_.write("instances.db-journal", image.journal);
+      directory_.write("instances.db-journal", image.journal);
     }
     std::vector<std::string> warnings;
     try {
@@ -318,8 +318,8 @@ TEST_F(CrashImageTest, ADamagedJournalInUseIsReportedWithTheNumberOfChanges) {
       // Before a page of the file was written, so that the rest is sound.
       image.journal[1] = 'x';
       test::removeStore(file());
-      folder_.write("instances.db", image.file);
-      folder_.write("instances.db-journal", image.journal);
+      directory_.write("instances.db", image.file);
+      directory_.write("instances.db-journal", image.journal);
       EXPECT_EQ(loadFile(file(), &warnings), before_);
       break;
     }
@@ -330,7 +330,7 @@ TEST_F(CrashImageTest, ADamagedJournalInUseIsReportedWithTheNumberOfChanges) {
 
 // The kernel's own limits, in a process of its own.
 
-TEST_F(StoreFailureTest, aFileThatMayNotGrowIsAnErrorUntilItMay) {
+TEST_F(StoreFailureTest, AFileSizeLimitIsAnErrorUntilItIsRaised) {
   test::inChild([this] {
     signal(SIGXFSZ, SIG_IGN);
     InstanceDatabase database(file());
@@ -349,7 +349,7 @@ TEST_F(StoreFailureTest, aFileThatMayNotGrowIsAnErrorUntilItMay) {
               ElementsAre(row(u"a", "one"), row(u"c", "small enough"), row(u"b", "two")));
 }
 
-TEST_F(StoreFailureTest, aFullDiskIsAnErrorAtTheStart) {
+TEST_F(StoreFailureTest, AFullDiskIsAnErrorAtTheStart) {
   test::inChild([this] {
     signal(SIGXFSZ, SIG_IGN);
     const rlimit none{0, 0};
@@ -358,8 +358,8 @@ TEST_F(StoreFailureTest, aFullDiskIsAnErrorAtTheStart) {
   });
 }
 
-// Mounts a small file system over the folder, which only this process sees.
-bool mountSmall(const fs::path& folder, const char* size = "512k") {
+// Mounts a small file system over the directory, which only this process sees.
+bool mountSmall(const fs::path& directory, const char* size = "512k") {
   const auto user = getuid();
   const auto group = getgid();
   if (unshare(user == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0) {
@@ -371,15 +371,15 @@ bool mountSmall(const fs::path& folder, const char* size = "512k") {
     std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
   }
   return mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) == 0 &&
-         mount("tmpfs", folder.c_str(), "tmpfs", 0, (std::string("size=") + size).c_str()) == 0;
+         mount("tmpfs", directory.c_str(), "tmpfs", 0, (std::string("size=") + size).c_str()) == 0;
 }
 
-TEST_F(StoreFailureTest, aFullDiskIsAnErrorUntilThereIsSpaceAgain) {
+TEST_F(StoreFailureTest, AFullDiskIsAnErrorUntilThereIsSpaceAgain) {
   test::inChild([this] {
-    if (!mountSmall(folder_.path())) {
+    if (!mountSmall(directory_.path())) {
       GTEST_SKIP() << "this process may not mount file systems";
     }
-    const fs::path filler = folder_.path() / "filler";
+    const fs::path filler = directory_.path() / "filler";
     Rows expected;
     {
       InstanceDatabase database(file());
@@ -401,14 +401,14 @@ TEST_F(StoreFailureTest, aFullDiskIsAnErrorUntilThereIsSpaceAgain) {
     }
     EXPECT_EQ(loadFile(file()), expected);
     std::ofstream(filler) << std::string(1 << 20, 'x');
-    EXPECT_EQ(test::openError(folder_.path() / "second.db"),
+    EXPECT_EQ(test::openError(directory_.path() / "second.db"),
               "second.db: no space left on the disk");
   });
 }
 
 TEST_F(StoreFailureTest, EverythingCanBeDeletedFromAFullDisk) {
   test::inChild([this] {
-    if (!mountSmall(folder_.path(), "4m")) {
+    if (!mountSmall(directory_.path(), "4m")) {
       GTEST_SKIP() << "this process may not mount file systems";
     }
     std::mt19937 random(7);
@@ -425,7 +425,7 @@ TEST_F(StoreFailureTest, EverythingCanBeDeletedFromAFullDisk) {
         ++failures;
       }
     }
-    std::ofstream(folder_.path() / "filler") << std::string(4 << 20, 'x');
+    std::ofstream(directory_.path() / "filler") << std::string(4 << 20, 'x');
     EXPECT_GT(keys.size(), 300U);
     std::shuffle(keys.begin(), keys.end(), random);
     for (const InstanceKey& key : keys) {
@@ -465,13 +465,13 @@ TEST_F(StoreFailureTest, SpaceOfDeletedInstancesIsReturned) {
   EXPECT_EQ(fs::file_size(file()), size);
 }
 
-TEST_F(StoreFailureTest, aFileThatWasMovedOrReplacedIsAnError) {
+TEST_F(StoreFailureTest, AFileThatWasMovedOrReplacedIsAnError) {
   InstanceDatabase database(file());
   put(database, u"a", "one");
-  const fs::path elsewhere = folder_.path() / "elsewhere.db";
+  const fs::path elsewhere = directory_.path() / "elsewhere.db";
   fs::rename(file(), elsewhere);
   EXPECT_THAT(putError(database, u"b", "two"), HasSubstr(": the file was moved or removed"));
-  folder_.write("instances.db", "another");
+  directory_.write("instances.db", "another");
   EXPECT_THAT(putError(database, u"b", "two"), HasSubstr(": the file was moved or removed"));
   EXPECT_EQ(test::statusOf([&] { remove(database, u"a"); }), Pegasus::CIM_ERR_FAILED);
   fs::rename(elsewhere, file());

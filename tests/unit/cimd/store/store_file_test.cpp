@@ -43,7 +43,7 @@ class StoreFileTest : public testing::Test {
     }
   }
 
-  fs::path file() const { return folder_.path() / "instances.db"; }
+  fs::path file() const { return directory_.path() / "instances.db"; }
   void fill() {
     InstanceDatabase database(file());
     put(database, u"a", "one");
@@ -51,10 +51,10 @@ class StoreFileTest : public testing::Test {
   void expectFilled() { EXPECT_THAT(loadFile(file()), ElementsAre(row(u"a", "one"))); }
 
   OrdinaryUser user_;
-  test::TemporaryFolder folder_;
+  test::TemporaryDirectory directory_;
 };
 
-TEST_F(StoreFileTest, aMissingFileIsMadeForItsOwnerOnly) {
+TEST_F(StoreFileTest, AMissingFileIsMadeForItsOwnerOnly) {
   const mode_t before = umask(0);
   fill();
   InstanceDatabase database(file());
@@ -62,17 +62,17 @@ TEST_F(StoreFileTest, aMissingFileIsMadeForItsOwnerOnly) {
   umask(before);
   for (const char* name : {"instances.db", "instances.db-journal"}) {
     struct stat status = {};
-    ASSERT_EQ(stat((folder_.path() / name).c_str(), &status), 0) << name;
+    ASSERT_EQ(stat((directory_.path() / name).c_str(), &status), 0) << name;
     EXPECT_EQ(status.st_mode & 07777U, 0600U) << name;
   }
 }
 
-TEST_F(StoreFileTest, anEmptyFileAndAnEmptyDatabaseAreTakenAsNew) {
-  folder_.write("instances.db", "");
+TEST_F(StoreFileTest, AnEmptyFileAndAnEmptyDatabaseCountAsNew) {
+  directory_.write("instances.db", "");
   fill();
   expectFilled();
   test::removeStore(file());
-  folder_.write("instances.db", "");
+  directory_.write("instances.db", "");
   test::runSql(file(), "CREATE TABLE t (x); DROP TABLE t; VACUUM");
   ASSERT_GT(fs::file_size(file()), 0U);
   EXPECT_THAT(loadFile(file()), IsEmpty());
@@ -93,7 +93,7 @@ TEST_F(StoreFileTest, AJournalOfAtLeast256KiBIsKept) {
   EXPECT_EQ(fs::file_size(journal), 256U << 10);
 }
 
-TEST_F(StoreFileTest, aSecondServerIsRefused) {
+TEST_F(StoreFileTest, ASecondServerIsRefused) {
   fill();
   const InstanceDatabase first(file());
   test::inChild(
@@ -101,14 +101,14 @@ TEST_F(StoreFileTest, aSecondServerIsRefused) {
   EXPECT_EQ(openError(file()), "instances.db: in use by another process");
 }
 
-TEST_F(StoreFileTest, aSecondServerIsRefusedOnANewFileToo) {
+TEST_F(StoreFileTest, ASecondServerIsRefusedOnANewFileToo) {
   InstanceDatabase first(file());
   test::inChild(
       [this] { EXPECT_EQ(openError(file()), "instances.db: in use by another process"); });
   put(first, u"a", "one");
 }
 
-TEST_F(StoreFileTest, aFileInUseByAnotherProgramIsRefused) {
+TEST_F(StoreFileTest, AFileInUseByAnotherProgramIsRefused) {
   fill();
   {
     sqlite::Connection other(file().string(), 1 << 20);
@@ -118,22 +118,22 @@ TEST_F(StoreFileTest, aFileInUseByAnotherProgramIsRefused) {
   expectFilled();
 }
 
-TEST_F(StoreFileTest, whatIsNoDatabaseIsRefusedAndLeftAsItIs) {
+TEST_F(StoreFileTest, AFileThatIsNotADatabaseIsRefusedAndUnchanged) {
   for (const std::string& content :
        {std::string("x"), std::string(5000, 'x'), std::string(8192, '\0'),
         std::string("SQLite format 3"), std::string("class C { [Key] string s; };\n")}) {
-    folder_.write("instances.db", content);
+    directory_.write("instances.db", content);
     EXPECT_EQ(openError(file()),
               "instances.db: not an SQLite database" + test::wayOut("instances.db"));
     EXPECT_TRUE(test::readFile(file()) == content) << content.size();
   }
 }
 
-TEST_F(StoreFileTest, aDatabaseOfAnotherProgramIsRefusedAndLeftAsItIs) {
+TEST_F(StoreFileTest, ADatabaseOfAnotherProgramIsRefusedAndUnchanged) {
   for (const char* sql :
        {"CREATE TABLE instance (id INTEGER PRIMARY KEY)", "PRAGMA application_id = 7",
         "PRAGMA user_version = 1", "PRAGMA journal_mode = WAL; CREATE TABLE t (x)"}) {
-    folder_.write("instances.db", "");
+    directory_.write("instances.db", "");
     test::runSql(file(), sql);
     const std::string before = test::readFile(file());
     EXPECT_EQ(openError(file()), "instances.db: a database of another program") << sql;
@@ -141,7 +141,7 @@ TEST_F(StoreFileTest, aDatabaseOfAnotherProgramIsRefusedAndLeftAsItIs) {
   }
 }
 
-TEST_F(StoreFileTest, aNewerFormatIsRefusedAndLeftAsItIs) {
+TEST_F(StoreFileTest, ANewerFormatIsRefusedAndUnchanged) {
   fill();
   test::runSql(file(), "PRAGMA user_version = 2");
   const std::string before = test::readFile(file());
@@ -151,7 +151,7 @@ TEST_F(StoreFileTest, aNewerFormatIsRefusedAndLeftAsItIs) {
   EXPECT_TRUE(test::readFile(file()) == before);
 }
 
-TEST_F(StoreFileTest, aFormatThatNeverWasIsRefused) {
+TEST_F(StoreFileTest, AnUnknownOlderFormatIsRefused) {
   for (const char* sql : {"PRAGMA user_version = 0", "PRAGMA user_version = -5"}) {
     test::removeStore(file());
     fill();
@@ -160,7 +160,7 @@ TEST_F(StoreFileTest, aFormatThatNeverWasIsRefused) {
   }
 }
 
-TEST_F(StoreFileTest, changedTablesAreRefused) {
+TEST_F(StoreFileTest, ChangedTablesAreRefused) {
   constexpr const char* withoutConstraints =
       "DROP TABLE instance; CREATE TABLE instance (id INTEGER PRIMARY KEY, namespace, key, class, "
       "instance, checksum, UNIQUE (namespace, key))";
@@ -178,20 +178,20 @@ TEST_F(StoreFileTest, changedTablesAreRefused) {
   }
 }
 
-TEST_F(StoreFileTest, aTruncatedFileIsRefused) {
+TEST_F(StoreFileTest, ATruncatedFileIsRefused) {
   fill();
   fs::resize_file(file(), fs::file_size(file()) - 4096);
   EXPECT_THAT(openError(file()), HasSubstr("instances.db: damaged: "));
 }
 
-TEST_F(StoreFileTest, anIndexThatMissesARowIsRefused) {
+TEST_F(StoreFileTest, AnIndexThatLacksARowIsRefused) {
   fill();
   std::string content = test::readFile(file());
   // Namespace and key stand in the row and, behind it, in the index.
   const std::size_t entry = content.rfind("root/kvasda");
   ASSERT_NE(entry, content.find("root/kvasda"));
   content[entry + 10] = 'b';
-  folder_.write("instances.db", content);
+  directory_.write("instances.db", content);
   EXPECT_THAT(openError(file()),
               AllOf(HasSubstr("instances.db: damaged: "), HasSubstr("missing from index")));
 }
@@ -204,16 +204,16 @@ TEST_F(StoreFileTest, AJournalOrLogWithoutItsFileIsRefusedAndKept) {
     for (const bool isEmpty : {false, true}) {
       fs::remove(file());
       if (isEmpty) {
-        folder_.write("instances.db", "");
+        directory_.write("instances.db", "");
       }
-      folder_.write(log.filename().string(), std::string(1000, '\0'));
+      directory_.write(log.filename().string(), std::string(1000, '\0'));
       EXPECT_EQ(openError(file()), "instances.db: missing or empty, but instances.db" +
                                        std::string(suffix) +
                                        " is there; restore the file, or remove that one to start "
                                        "anew");
       EXPECT_EQ(fs::file_size(log), 1000U);
     }
-    folder_.write("instances.db", sound);
+    directory_.write("instances.db", sound);
     expectFilled();
   }
 }
@@ -240,51 +240,51 @@ TEST_F(StoreFileTest, AFileWithAWriteAheadLogIsTakenOver) {
   EXPECT_EQ(test::queryText(file(), "PRAGMA auto_vacuum"), "2");
 }
 
-TEST_F(StoreFileTest, aReadOnlyFileIsRefused) {
+TEST_F(StoreFileTest, AReadOnlyFileIsRefused) {
   fill();
   ASSERT_EQ(chmod(file().c_str(), 0400), 0);
   EXPECT_EQ(openError(file()), "instances.db: read-only");
 }
 
-TEST_F(StoreFileTest, aFileThatMayNotBeReadIsRefused) {
+TEST_F(StoreFileTest, AnUnreadableFileIsRefused) {
   fill();
   ASSERT_EQ(chmod(file().c_str(), 0), 0);
   EXPECT_THAT(openError(file()), HasSubstr("instances.db: unable to open database file: "
                                            "Permission denied"));
 }
 
-TEST_F(StoreFileTest, aReadOnlyFolderIsRefusedWithAndWithoutTheFile) {
-  const fs::path folder = folder_.path() / "folder";
-  fs::create_directory(folder);
-  static_cast<void>(InstanceDatabase(folder / "there.db"));
-  ASSERT_EQ(chmod(folder.c_str(), 0500), 0);
-  EXPECT_EQ(openError(folder / "missing.db"), "missing.db: cannot create: Permission denied");
-  EXPECT_EQ(openError(folder / "there.db"), "");
-  fs::permissions(folder, fs::perms::owner_all);
-  fs::remove(folder / "there.db-journal");
-  fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec);
-  EXPECT_EQ(openError(folder / "there.db"), "there.db-journal: cannot open: Permission denied");
-  ASSERT_EQ(chmod(folder.c_str(), 0700), 0);
-  EXPECT_EQ(openError(folder / "there.db"), "");
+TEST_F(StoreFileTest, AReadOnlyDirectoryIsRefusedWithAndWithoutTheFile) {
+  const fs::path directory = directory_.path() / "directory";
+  fs::create_directory(directory);
+  static_cast<void>(InstanceDatabase(directory / "there.db"));
+  ASSERT_EQ(chmod(directory.c_str(), 0500), 0);
+  EXPECT_EQ(openError(directory / "missing.db"), "missing.db: cannot create: Permission denied");
+  EXPECT_EQ(openError(directory / "there.db"), "");
+  fs::permissions(directory, fs::perms::owner_all);
+  fs::remove(directory / "there.db-journal");
+  fs::permissions(directory, fs::perms::owner_read | fs::perms::owner_exec);
+  EXPECT_EQ(openError(directory / "there.db"), "there.db-journal: cannot open: Permission denied");
+  ASSERT_EQ(chmod(directory.c_str(), 0700), 0);
+  EXPECT_EQ(openError(directory / "there.db"), "");
 }
 
-TEST_F(StoreFileTest, aMissingFolderIsRefused) {
-  EXPECT_EQ(openError(folder_.path() / "no" / "file.db"),
+TEST_F(StoreFileTest, AMissingDirectoryIsRefused) {
+  EXPECT_EQ(openError(directory_.path() / "no" / "file.db"),
             "file.db: cannot create: No such file or directory");
 }
 
-TEST_F(StoreFileTest, whatIsNoRegularFileIsRefused) {
-  const fs::path pipe = folder_.path() / "pipe";
+TEST_F(StoreFileTest, AFileThatIsNotRegularIsRefused) {
+  const fs::path pipe = directory_.path() / "pipe";
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   EXPECT_EQ(openError(pipe), "pipe: not a regular file");
-  fs::create_directory(folder_.path() / "sub");
-  EXPECT_EQ(openError(folder_.path() / "sub"), "sub: not a regular file");
+  fs::create_directory(directory_.path() / "sub");
+  EXPECT_EQ(openError(directory_.path() / "sub"), "sub: not a regular file");
 }
 
-TEST_F(StoreFileTest, aSymbolicLinkIsFollowed) {
+TEST_F(StoreFileTest, ASymbolicLinkIsFollowed) {
   fill();
-  fs::create_directory(folder_.path() / "sub");
-  const fs::path link = folder_.path() / "sub" / "link.db";
+  fs::create_directory(directory_.path() / "sub");
+  const fs::path link = directory_.path() / "sub" / "link.db";
   fs::create_symlink(file(), link);
   {
     InstanceDatabase database(link);
@@ -294,17 +294,17 @@ TEST_F(StoreFileTest, aSymbolicLinkIsFollowed) {
   EXPECT_THAT(loadFile(link), ElementsAre(row(u"a", "one")));
 }
 
-TEST_F(StoreFileTest, aSymbolicLinkToNothingIsRefused) {
-  fs::create_symlink(folder_.path() / "nothing", file());
+TEST_F(StoreFileTest, ADanglingSymbolicLinkIsRefused) {
+  fs::create_symlink(directory_.path() / "nothing", file());
   EXPECT_EQ(openError(file()), "instances.db: cannot open: No such file or directory");
-  EXPECT_FALSE(fs::exists(folder_.path() / "nothing"));
+  EXPECT_FALSE(fs::exists(directory_.path() / "nothing"));
 }
 
-TEST_F(StoreFileTest, aSecondNameForTheFileIsRefused) {
+TEST_F(StoreFileTest, AFileWithAHardLinkIsRefused) {
   fill();
-  fs::create_hard_link(file(), folder_.path() / "other.db");
+  fs::create_hard_link(file(), directory_.path() / "other.db");
   EXPECT_EQ(openError(file()), "instances.db: has a second name (a hard link)");
-  fs::remove(folder_.path() / "other.db");
+  fs::remove(directory_.path() / "other.db");
   expectFilled();
 }
 
@@ -321,16 +321,16 @@ TEST_F(StoreFileTest, NothingInAFileIsTrusted) {
 }
 
 // In a process of its own, for one that is not root may be unable to go back to where it was.
-TEST_F(StoreFileTest, aNameIsNeverTakenForAUri) {
+TEST_F(StoreFileTest, ANameIsNeverReadAsAUri) {
   test::inChild([this] {
-    fs::current_path(folder_.path());
+    fs::current_path(directory_.path());
     for (const char* name : {"file:x?mode=memory", ":memory:"}) {
       {
         InstanceDatabase database{fs::path(name)};
         put(database, u"a", "one");
       }
       EXPECT_THAT(loadFile(fs::path(name)), ElementsAre(row(u"a", "one"))) << name;
-      EXPECT_TRUE(fs::exists(folder_.path() / name));
+      EXPECT_TRUE(fs::exists(directory_.path() / name));
     }
   });
 }

@@ -31,7 +31,7 @@ void put(Journal& journal, const InstanceKey& key, const std::string& text,
 void remove(Journal& journal, const InstanceKey& key, const char* nameSpace = storeNameSpace);
 InstanceKey numberedKey(int number);
 
-// What the file is refused with, without its folder; empty when it is not.
+// What the file is refused with, without its directory; empty when it is not.
 std::string openError(const std::filesystem::path& file);
 // What the message of a damaged file ends with.
 std::string wayOut(const std::string& name);
