@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <netinet/tcp.h>
+#include <sched.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -182,6 +183,25 @@ TEST_F(ConnectionOwner, IsTheAccountThatMadeTheSocketAndAnybodyMayAsk) {
   server.join();
   close(done[0]);
   close(done[1]);
+}
+
+TEST_F(ConnectionOwner, IsUnknownForAnAccountThatTheUserNamespaceLacks) {
+  ASSERT_NO_FATAL_FAILURE(listenOn("127.0.0.1"));
+  connectTo("127.0.0.1");
+  constexpr int noNamespace = 77;
+  const int status = statusOfChild([&] {
+    if (unshare(CLONE_NEWUSER) != 0) {
+      return noNamespace;
+    }
+    // In a thread of its own, so that its socket to ask with belongs to the new namespace.
+    Owner found = 0;
+    std::thread([&] { found = owner(); }).join();
+    return found ? 1 : 0;
+  });
+  if (status == noNamespace) {
+    GTEST_SKIP() << "this process may not make a user namespace";
+  }
+  EXPECT_EQ(status, 0);
 }
 
 TEST_F(ConnectionOwner, AKernelThatDoesNotAnswerIsAnError) {
