@@ -150,17 +150,12 @@ const char* likelyCategory(const String& token) {
       return synonym.category;
     }
   }
-  const char* nearest = nullptr;
-  // A third of the letters may differ.
-  std::size_t least = word.size() / 3 + 1;
-  for (const CategoryRow& row : categoryTable) {
-    const std::size_t letters = distance(word, row.keyword);
-    if (letters < least) {
-      least = letters;
-      nearest = row.keyword;
-    }
-  }
-  return nearest;
+  // A third of the letters may differ, which no two categories are near enough for.
+  const auto* near =
+      std::find_if(categoryTable.begin(), categoryTable.end(), [&](const CategoryRow& row) {
+        return distance(word, row.keyword) <= word.size() / 3;
+      });
+  return near == categoryTable.end() ? nullptr : near->keyword;
 }
 
 // --- the fields of an entry ---

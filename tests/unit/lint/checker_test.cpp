@@ -159,6 +159,7 @@ TEST(Checker, QuotesAndCommasInTheWrongPlaceAreErrors) {
       {R"("1","FAN","", "x")", {"14 error separator"}},
       {R"("1",,FAN","","x")", {"5 error separator"}},
       {R"(1,"FAN","","x")", {"1 error unquoted"}},
+      {R"("1,"FAN","","x")", {"3 error unclosed"}},
       {R"(a"1","FAN","","x")", {"1 error text-before"}},
       {R"("1,FAN","FAN","","x")", {"3 error no-entry"}},
       {R"("1)", {"1 error no-entry"}},
@@ -185,6 +186,16 @@ TEST(Checker, LinesThatAreNotEntriesAreFound) {
       {"> text", {"1 warning no-entry"}},
       {"1,FAN,,x", {"1 error no-entry"}},
       {"1;fan;;x", {"1 error no-entry"}},
+      {"1\tFAN\t\tx", {"1 error no-entry"}},
+      {"a fan", {"1 warning no-entry"}},
+      {"first, second", {"1 warning no-entry"}},
+      {",\"FANS\"", {"1 error no-entry"}},
+      {R"("1" ,"FANS","","x")", {"4 error no-entry"}},
+      {R"(1,"FANS","","x")", {"1 error no-entry"}},
+      {"„1“,„FAN“,„“,„x“", {"1 error no-entry"}},
+      {"»1«,»FAN«,»«,»x«", {"1 error no-entry"}},
+      {"«1»,«FAN»,«»,«x»", {"1 error no-entry"}},
+      {"”1”,”FAN”,””,”x”", {"1 error no-entry"}},
       {R"("1";"FAN";"";"x")", {"1 error no-entry"}},
       {R"("1", "FAN","","x")", {"5 error no-entry"}},
       {R"("1",FAN,"","x")", {"5 error no-entry"}},
@@ -195,6 +206,16 @@ TEST(Checker, LinesThatAreNotEntriesAreFound) {
       {R"("1","FAN","","no. #2")", {"19 warning comment"}},
       {R"("1","FAN","","x" # y)", {"18 warning comment"}},
   });
+}
+
+TEST(Checker, WhatIsWrongWithALineIsSaid) {
+  const std::string entry = "\"A\",\"FLOPPY\",\"\",\"x\"\n";
+  EXPECT_EQ(textOf(entry + "„1“,„FAN“,„“,„x“"),
+            "not an entry: the fields must be in straight double quotes (\")");
+  EXPECT_EQ(textOf(entry + R"("1", "FANS","","x")"),
+            "not an entry: the fields are separated by one comma, without blanks");
+  EXPECT_EQ(textOf(entry + R"("1",FANS,"","x")"),
+            "not an entry: the category must be in double quotes");
 }
 
 TEST(Checker, LikelyCategoryIsNamed) {
@@ -210,7 +231,9 @@ TEST(Checker, LikelyCategoryIsNamed) {
   EXPECT_EQ(meant("back plane"), known("back plane", "BACKPLANE"));
   EXPECT_EQ(meant("Motherboard"), known("Motherboard", "PLANAR"));
   EXPECT_EQ(meant("fan"), "unknown category \"fan\": must be in capital letters");
+  EXPECT_EQ(meant("MEMOIR"), known("MEMOIR", "MEMORY"));
   EXPECT_EQ(meant("DISK"), "unknown category \"DISK\"");
+  EXPECT_EQ(meant("FAQS"), "unknown category \"FAQS\"");
 }
 
 TEST(Checker, TextsOfAnEntry) {
@@ -219,6 +242,7 @@ TEST(Checker, TextsOfAnEntry) {
       {R"(" ","FAN","","x")", {"2 error empty-number"}},
       {R"(" 1","FAN","","x")", {"2 warning blanks"}},
       {R"("1 ","FAN","","x")", {"3 warning blanks"}},
+      {"\"1\t\",\"FAN\",\"\",\"x\"", {"3 warning blanks"}},
       {"\"1\xC2\xA0\",\"FAN\",\"\",\"x\"", {"3 warning blanks", "3 warning foreign-number"}},
       {R"("А1","FAN","","x")", {"2 warning foreign-number"}},  // Cyrillic
       {R"("1","FAN",""," x")", {"15 warning blanks"}},
