@@ -155,13 +155,9 @@ std::vector<Entry> readEntries(CIMClient& client) {
 }
 
 bool isCategory(const String& name) {
-  std::u16string units(name.view());
-  for (char16_t& unit : units) {
-    if (unit >= u'a' && unit <= u'z') {
-      unit = static_cast<char16_t>(unit - u'a' + u'A');
-    }
-  }
-  return findCategory(String(units)).has_value();
+  return std::any_of(categoryTable.begin(), categoryTable.end(), [&](const CategoryRow& row) {
+    return String::equalNoCase(name, row.keyword);
+  });
 }
 
 bool isAmong(const std::optional<String>& category, const std::vector<std::string>& names) {

@@ -7,6 +7,7 @@
 
 #include "cim/selection.h"
 #include "import/import.h"
+#include "text.h"
 
 using Pegasus::CIMInstance;
 using Pegasus::String;
@@ -42,21 +43,6 @@ String quoted(const String& value) {
   return isPlain(value) ? value : String("\"") + value + "\"";
 }
 
-// "CPU 1, CPU 2 and 3 others".
-String listWords(std::vector<String> words, std::size_t most) {
-  if (words.size() > most) {
-    const std::string rest = std::to_string(words.size() - most + 1);
-    words.resize(most - 1);
-    words.emplace_back(rest + " others");
-  }
-  String list;
-  for (std::size_t i = 0; i < words.size(); ++i) {
-    list += i == 0 ? "" : (i + 1 < words.size() ? ", " : " and ");
-    list += words[i];
-  }
-  return list;
-}
-
 // Each value once: "1800 and 2000".
 String listWords(const Parts& parts) {
   std::vector<String> words;
@@ -68,7 +54,7 @@ String listWords(const Parts& parts) {
       words.push_back(word);
     }
   }
-  return listWords(std::move(words), mostValues);
+  return show::listWords(std::move(words), mostValues);
 }
 
 Reason difference(const char* code, const String& asked, const Parts& parts, const char* what,

@@ -57,19 +57,12 @@ std::vector<Group> groupsOf(const Fleet& fleet) {
 
 constexpr std::size_t mostNames = 4;
 
-// "db1, db2 and 10 others", without empty ones.
+// Nothing if there are none but empty ones.
 template <typename Texts>
 Text listWords(const Texts& texts) {
   std::vector<String> words(texts.begin(), texts.end());
   std::erase(words, String());
-  Text list;
-  const std::size_t shown = words.size() > mostNames ? mostNames - 1 : words.size();
-  for (std::size_t i = 0; i < shown; ++i) {
-    list = i == 0 ? words[i] : *list + (i + 1 == words.size() ? " and " : ", ") + words[i];
-  }
-  return shown == words.size()
-             ? list
-             : *list + String(" and " + std::to_string(words.size() - shown) + " others");
+  return words.empty() ? Text() : show::listWords(std::move(words), mostNames);
 }
 
 String number(std::uint64_t value) {

@@ -69,6 +69,8 @@ class Node {
     }
     return json_->get<std::uint64_t>();
   }
+  void read(std::optional<String>& value) const { value = text(); }
+  void read(std::optional<std::uint64_t>& value) const { value = number(); }
   bool isTrue() const {
     if (!json_->is_boolean()) {
       refuse(place_ + " is neither true nor false");
@@ -86,32 +88,12 @@ std::optional<std::string> utf8(const Node& node) {
   return text ? std::optional(text->toUtf8()) : std::nullopt;
 }
 
-void readMakers(const Node& node, Part& part) {
-  part.place = node["place"].text();
-  part.compared = node["comparedAs"].text();
-  part.manufacturer = node["manufacturer"].text();
-  part.partNumber = node["partNumber"].text();
-  part.serialNumber = node["serialNumber"].text();
-}
-
-Part readProcessor(const Node& node) {
+template <bool isModule>
+Part readPart(const Node& node) {
   Part part;
-  readMakers(node, part);
-  part.type = node["name"].text();
-  part.amount = node["clockMHz"].number();
-  part.maxSpeed = node["maxClockMHz"].number();
-  part.cores = node["cores"].number();
-  return part;
-}
-
-Part readModule(const Node& node) {
-  Part part;
-  readMakers(node, part);
-  part.locator = node["locator"].text();
-  part.bank = node["bank"].text();
-  part.type = node["type"].text();
-  part.amount = node["sizeBytes"].number();
-  part.maxSpeed = node["speedMHz"].number();
+  for (const PartMember& member : partMembers(isModule)) {
+    std::visit([&](auto value) { node[member.name].read(part.*value); }, member.value);
+  }
   return part;
 }
 
@@ -156,8 +138,8 @@ Machine readMachine(const Node& node, std::uint64_t format) {
   machine.hostName = node["hostName"].text();
   machine.manufacturer = node["manufacturer"].text();
   machine.serialNumber = node["serialNumber"].text();
-  machine.processors = readParts(node["processors"], readProcessor);
-  machine.memoryModules = readParts(node["memoryModules"], readModule);
+  machine.processors = readParts(node["processors"], readPart<false>);
+  machine.memoryModules = readParts(node["memoryModules"], readPart<true>);
   return machine;
 }
 

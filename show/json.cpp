@@ -1,6 +1,7 @@
 #include "json.h"
 
 #include <nlohmann/json.hpp>
+#include <string_view>
 
 #include "history.h"
 
@@ -10,46 +11,27 @@ namespace show {
 
 namespace {
 
-Json numberJson(const std::optional<std::uint64_t>& number) {
-  return number ? Json(*number) : Json();
-}
-
 // --- the machine ---
 
-Json processorJson(const Part& part) {
-  return {{"place", toJson(part.place)},
-          {"name", toJson(part.type)},
-          {"clockMHz", numberJson(part.amount)},
-          {"comparedAs", toJson(part.compared)},
-          {"maxClockMHz", numberJson(part.maxSpeed)},
-          {"cores", numberJson(part.cores)},
-          {"manufacturer", toJson(part.manufacturer)},
-          {"partNumber", toJson(part.partNumber)},
-          {"serialNumber", toJson(part.serialNumber)}};
-}
-
-Json moduleJson(const Part& part) {
-  return {{"place", toJson(part.place)},
-          {"locator", toJson(part.locator)},
-          {"bank", toJson(part.bank)},
-          {"type", toJson(part.type)},
-          {"sizeMiB", part.amount ? Json(*part.amount >> 20U) : Json()},
-          {"sizeBytes", numberJson(part.amount)},
-          {"comparedAs", toJson(part.compared)},
-          {"speedMHz", numberJson(part.maxSpeed)},
-          {"manufacturer", toJson(part.manufacturer)},
-          {"partNumber", toJson(part.partNumber)},
-          {"serialNumber", toJson(part.serialNumber)}};
+Json partJson(const Part& part, bool isModule) {
+  Json json;
+  for (const PartMember& member : partMembers(isModule)) {
+    if (std::string_view(member.name) == "sizeBytes") {
+      json["sizeMiB"] = part.amount ? Json(*part.amount >> 20U) : Json();
+    }
+    std::visit([&](auto value) { json[member.name] = toJson(part.*value); }, member.value);
+  }
+  return json;
 }
 
 // Null for a refusal.
-Json partsJson(const Parts& parts, const std::function<Json(const Part&)>& partJson) {
+Json partsJson(const Parts& parts, bool areModules, int format) {
   if (parts.refusal) {
     return {};
   }
   Json list = Json::array();
   for (const Part& part : parts.list) {
-    list.push_back(partJson(part));
+    list.push_back(format == 1 ? toJson(part.compared) : partJson(part, areModules));
   }
   return list;
 }
@@ -87,6 +69,33 @@ Json toJson(const std::optional<String>& text) {
   return text ? Json(text->toUtf8()) : Json();
 }
 
+Json toJson(const std::optional<std::uint64_t>& number) {
+  return number ? Json(*number) : Json();
+}
+
+const std::vector<PartMember>& partMembers(bool isModule) {
+  static const std::vector<PartMember> processor = {{"place", &Part::place},
+                                                    {"name", &Part::type},
+                                                    {"clockMHz", &Part::amount},
+                                                    {"comparedAs", &Part::compared},
+                                                    {"maxClockMHz", &Part::maxSpeed},
+                                                    {"cores", &Part::cores},
+                                                    {"manufacturer", &Part::manufacturer},
+                                                    {"partNumber", &Part::partNumber},
+                                                    {"serialNumber", &Part::serialNumber}};
+  static const std::vector<PartMember> module = {{"place", &Part::place},
+                                                 {"locator", &Part::locator},
+                                                 {"bank", &Part::bank},
+                                                 {"type", &Part::type},
+                                                 {"sizeBytes", &Part::amount},
+                                                 {"comparedAs", &Part::compared},
+                                                 {"speedMHz", &Part::maxSpeed},
+                                                 {"manufacturer", &Part::manufacturer},
+                                                 {"partNumber", &Part::partNumber},
+                                                 {"serialNumber", &Part::serialNumber}};
+  return isModule ? module : processor;
+}
+
 std::string dump(const Json& json) {
   return json.dump(-1, ' ', true, Json::error_handler_t::replace);
 }
@@ -115,11 +124,10 @@ Json toJson(const Entry& entry) {
 
 Json toJson(const Machine& machine, int format) {
   if (format == 1) {
-    const auto compared = [](const Part& part) { return toJson(part.compared); };
     return {{"model", toJson(machine.model)},
             {"machineType", toJson(machine.machineType)},
-            {"processorClocks", partsJson(machine.processors, compared)},
-            {"memorySizes", partsJson(machine.memoryModules, compared)},
+            {"processorClocks", partsJson(machine.processors, false, format)},
+            {"memorySizes", partsJson(machine.memoryModules, true, format)},
             {"languageCode", toJson(machine.languageCode)},
             {"lang", toJson(machine.language)}};
   }
@@ -130,8 +138,8 @@ Json toJson(const Machine& machine, int format) {
           {"serialNumber", toJson(machine.serialNumber)},
           {"languageCode", toJson(machine.languageCode)},
           {"lang", toJson(machine.language)},
-          {"processors", partsJson(machine.processors, processorJson)},
-          {"memoryModules", partsJson(machine.memoryModules, moduleJson)}};
+          {"processors", partsJson(machine.processors, false, format)},
+          {"memoryModules", partsJson(machine.memoryModules, true, format)}};
 }
 
 JsonList::JsonList(std::ostream& out, const Json& members, const char* name) : out_(out) {

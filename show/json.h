@@ -9,6 +9,7 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "entries.h"
@@ -29,12 +30,21 @@ struct Frame {
   std::optional<std::string> lastGoodRun = {};
 };
 
+// Null for what is absent.
 Json toJson(const std::optional<Pegasus::String>& text);
+Json toJson(const std::optional<std::uint64_t>& number);
 // In ASCII, so that no terminal obeys or misreads any of it.
 std::string dump(const Json& json);
 Json beginning(const Frame& frame);
 Json toJson(const Entry& entry);
 Json toJson(const Machine& machine, int format);
+
+// The members of a part in format 2, and where their values are. A module has sizeMiB besides.
+struct PartMember {
+  const char* name;
+  std::variant<std::optional<Pegasus::String> Part::*, std::optional<std::uint64_t> Part::*> value;
+};
+const std::vector<PartMember>& partMembers(bool isModule);
 
 // A document that begins with these members and goes on with a list, each item of which is on a
 // line of its own.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -109,8 +110,21 @@ const std::vector<Entry>& entriesOf(const Inventory& inventory) {
   return inventory.entries ? *inventory.entries : none;
 }
 
-bool isOf(const Entry& entry, const char* category) {
-  return entry.category && String::equalNoCase(*entry.category, category);
+using Wanted = std::function<bool(const Entry&)>;
+
+// Those of these categories, in the order of the list.
+Wanted isOf(std::vector<const char*> categories) {
+  return [categories = std::move(categories)](const Entry& entry) {
+    return entry.category &&
+           std::any_of(categories.begin(), categories.end(), [&](const char* category) {
+             return String::equalNoCase(*entry.category, category);
+           });
+  };
+}
+
+// Of none of morvik's categories, or not to be read.
+bool isOther(const Entry& entry) {
+  return !entry.category || !isCategory(*entry.category);
 }
 
 void writeEntry(std::ostream& out, const Entry& entry) {
@@ -124,23 +138,17 @@ void writeEntry(std::ostream& out, const Entry& entry) {
       << "</span></li>\n";
 }
 
-// The order numbers of a category.
-void writeEntries(std::ostream& out, const Inventory& inventory, const char* category) {
+// The order numbers.
+void writeEntries(std::ostream& out, const Inventory& inventory, const Wanted& isWanted) {
   bool isFirst = true;
   for (const Entry& entry : entriesOf(inventory)) {
-    if (isOf(entry, category)) {
+    if (isWanted(entry)) {
       out << (isFirst ? "<ul class=\"parts\">\n" : "");
       isFirst = false;
       writeEntry(out, entry);
     }
   }
   out << (isFirst ? "" : "</ul>\n");
-}
-
-bool hasEntries(const Inventory& inventory, const char* category) {
-  const auto& entries = entriesOf(inventory);
-  return std::any_of(entries.begin(), entries.end(),
-                     [&](const Entry& entry) { return isOf(entry, category); });
 }
 
 void writePart(std::ostream& out, const Part& part, bool isModule) {
@@ -176,56 +184,37 @@ void writePlaces(std::ostream& out, const Inventory& inventory, const Parts* par
     out << "<p class=\"soft\">" << (parts != nullptr && parts->refusal ? "unknown" : "none known")
         << "</p>\n";
   }
-  writeEntries(out, inventory, category);
+  writeEntries(out, inventory, isOf({category}));
   out << "</div>\n";
 }
 
+// Nothing without entries. `kind` is for the style.
 void writeZone(std::ostream& out, const Inventory& inventory, const char* title, const char* kind,
-               const std::vector<const char*>& categories) {
-  if (std::none_of(categories.begin(), categories.end(),
-                   [&](const char* category) { return hasEntries(inventory, category); })) {
-    return;
+               const Wanted& isWanted) {
+  const auto& entries = entriesOf(inventory);
+  if (std::any_of(entries.begin(), entries.end(), isWanted)) {
+    out << "<div class=\"" << kind << "\"><h3>" << title << "</h3>\n";
+    writeEntries(out, inventory, isWanted);
+    out << "</div>\n";
   }
-  out << "<div class=\"zone " << kind << "\"><h3>" << title << "</h3>\n";
-  for (const char* category : categories) {
-    writeEntries(out, inventory, category);
-  }
-  out << "</div>\n";
-}
-
-// What is of none of morvik's categories, or cannot be read.
-void writeOthers(std::ostream& out, const Inventory& inventory) {
-  bool isFirst = true;
-  for (const Entry& entry : entriesOf(inventory)) {
-    if (!entry.category || !isCategory(*entry.category)) {
-      out << (isFirst ? "<div class=\"zone outside\"><h3>Other parts</h3>\n<ul class=\"parts\">\n"
-                      : "");
-      isFirst = false;
-      writeEntry(out, entry);
-    }
-  }
-  out << (isFirst ? "" : "</ul></div>\n");
 }
 
 void writeDrawing(std::ostream& out, const Inventory& inventory) {
   const Machine* known = inventory.machine ? &*inventory.machine : nullptr;
   out << "<div class=\"chassis\">\n<div class=\"zone board\">\n";
-  if (hasEntries(inventory, "PLANAR")) {
-    out << "<div><h3>Planar</h3>\n";
-    writeEntries(out, inventory, "PLANAR");
-    out << "</div>\n";
-  }
+  writeZone(out, inventory, "Planar", "planar", isOf({"PLANAR"}));
   writePlaces(out, inventory, known != nullptr ? &known->processors : nullptr, "Processors",
               "processors", "PROCESSOR");
   writePlaces(out, inventory, known != nullptr ? &known->memoryModules : nullptr, "Memory",
               "memory", "MEMORY");
-  writeZone(out, inventory, "Service processor", "service", {"OPTIONSP"});
+  writeZone(out, inventory, "Service processor", "zone service", isOf({"OPTIONSP"}));
   out << "</div>\n<div class=\"side\">\n";
-  writeZone(out, inventory, "Fans", "fans", {"FAN"});
-  writeZone(out, inventory, "Drives and backplane", "drives", {"CDROM", "FLOPPY", "BACKPLANE"});
+  writeZone(out, inventory, "Fans", "zone fans", isOf({"FAN"}));
+  writeZone(out, inventory, "Drives and backplane", "zone drives",
+            isOf({"CDROM", "FLOPPY", "BACKPLANE"}));
   out << "</div>\n</div>\n";
-  writeZone(out, inventory, "Keyboard", "outside", {"KEYBOARD"});
-  writeOthers(out, inventory);
+  writeZone(out, inventory, "Keyboard", "zone outside", isOf({"KEYBOARD"}));
+  writeZone(out, inventory, "Other parts", "zone outside", isOther);
 }
 
 void writeFacts(std::ostream& out, const Inventory& inventory, Time now) {

@@ -36,21 +36,20 @@ namespace show {
 namespace {
 
 // What is shown of another server is not this host's, nor is the state directory that of its runs.
-bool isOwnMachine(const Options& options) {
-  return !options.isServerGiven;
+bool hasState(const Options& options) {
+  return !options.isServerGiven || options.isStateGiven;
 }
 
 Frame frameOf(const Options& options) {
-  const bool isKnown = isOwnMachine(options) || options.isStateGiven;
   return {options.format, std::chrono::system_clock::now(),
-          isKnown ? lastGoodRun(options.state) : std::nullopt};
+          hasState(options) ? lastGoodRun(options.state) : std::nullopt};
 }
 
 Machine readWholeMachine(CIMClient& client, const Options& options) {
   Machine machine = readMachine(client);
   addDetails(client, machine);
   std::array<char, HOST_NAME_MAX + 1> name{};
-  if (!machine.hostName && isOwnMachine(options) &&
+  if (!machine.hostName && !options.isServerGiven &&
       gethostname(name.data(), name.size() - 1) == 0) {
     machine.hostName = String(name.data());
   }
@@ -113,7 +112,9 @@ ExitStatus list(CIMClient& client, const Options& options, const Terminal& termi
     Table table(std::cout, terminal, options.table, listColumns(options.isAll));
     writeList(table, entries);
   }
-  if (const auto note = noteAbout(options.state, std::chrono::system_clock::now())) {
+  const auto note =
+      hasState(options) ? noteAbout(options.state, std::chrono::system_clock::now()) : std::nullopt;
+  if (note) {
     complain(String(*note));
   }
   if (!areReadable(entries)) {
@@ -190,9 +191,6 @@ ExitStatus showHistory(const Options& options, const Terminal& terminal) {
   const bool isTable = options.table.isCsv || !options.table.columns.empty();
   const std::size_t changes = writeHistory(std::cout, terminal, options.state, frame,
                                            isTable ? std::optional(options.table) : std::nullopt);
-  if (!std::cout.flush()) {
-    throw std::runtime_error("cannot write to standard output");
-  }
   if (changes == 0) {
     complain("no changes");
   }
@@ -239,7 +237,7 @@ std::string dataFileOf(const Options& options) {
 std::ifstream openDataFile(const Options& options) {
   const std::string name = dataFileOf(options);
   std::error_code error;
-  const bool isKnown = isOwnMachine(options) || options.isStateGiven;
+  const bool isKnown = hasState(options);
   if (!options.explained && (!isKnown || !std::filesystem::exists(name, error))) {
     throw std::runtime_error("--for needs --explain FILE: morvik-run has left no data file " +
                              (isKnown ? "in " + options.state : "of that machine here"));
@@ -395,20 +393,14 @@ String addressOf(const std::string& server) {
   return String(port == std::string::npos ? server + ":5988" : server);
 }
 
-}  // namespace
-
-ExitStatus run(const Options& options) {
+ExitStatus showAsked(const Options& options) {
   const Terminal terminal = terminalOf(STDOUT_FILENO);
   checkColumns(options.table, columnsOf(options));
   if (options.isHistory) {
     return showHistory(options, terminal);
   }
   if (!options.inventories.empty()) {
-    const ExitStatus status = showPage(options);
-    if (!std::cout.flush()) {
-      throw std::runtime_error("cannot write to standard output");
-    }
-    return status;
+    return showPage(options);
   }
   // Opened first: a missing file is reported even if there is no server.
   std::ifstream file;
@@ -419,28 +411,21 @@ ExitStatus run(const Options& options) {
     older = readInventory(*options.older);
   }
   if (!options.others.empty()) {
-    const ExitStatus status = explainOnOthers(options, file, terminal);
-    if (!std::cout.flush()) {
-      throw std::runtime_error("cannot write to standard output");
-    }
-    return status;
+    return explainOnOthers(options, file, terminal);
   }
-  const std::unique_ptr<CIMClient> owner = makeClient();
-  CIMClient& client = *owner;
-  client.connect(addressOf(options.server), String::EMPTY, String::EMPTY);
-  ExitStatus status = ExitStatus::entries;
-  if (options.place) {
-    status = showPlace(client, options, file, terminal);
-  } else if (older) {
-    status = compare(client, options, *older, terminal);
-  } else if (options.explained) {
-    status = explain(client, options, file, terminal);
-  } else if (options.isMachine) {
-    status = showMachine(client, options, terminal);
-  } else {
-    status = list(client, options, terminal);
-  }
-  client.disconnect();
+  const std::unique_ptr<CIMClient> client = makeClient();
+  client->connect(addressOf(options.server), String::EMPTY, String::EMPTY);
+  return options.place       ? showPlace(*client, options, file, terminal)
+         : older             ? compare(*client, options, *older, terminal)
+         : options.explained ? explain(*client, options, file, terminal)
+         : options.isMachine ? showMachine(*client, options, terminal)
+                             : list(*client, options, terminal);
+}
+
+}  // namespace
+
+ExitStatus run(const Options& options) {
+  const ExitStatus status = showAsked(options);
   if (!std::cout.flush()) {
     throw std::runtime_error("cannot write to standard output");
   }

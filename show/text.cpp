@@ -203,6 +203,20 @@ std::string padTo(std::size_t columns, std::string text) {
   return text;
 }
 
+String listWords(std::vector<String> words, std::size_t most) {
+  if (words.size() > most) {
+    const std::string rest = std::to_string(words.size() - most + 1);
+    words.resize(most - 1);
+    words.emplace_back(rest + " others");
+  }
+  String list;
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    list += i == 0 ? "" : (i + 1 < words.size() ? ", " : " and ");
+    list += words[i];
+  }
+  return list;
+}
+
 std::string styled(Style style, const std::string& text, const Terminal& terminal) {
   if (!terminal.hasColours || style == Style::plain) {
     return text;

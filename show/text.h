@@ -49,6 +49,9 @@ std::vector<std::string> wrapTo(std::size_t columns, const std::string& text);
 // The sanitized text, filled with blanks up to that width.
 std::string padTo(std::size_t columns, std::string text);
 
+// "CPU 1, CPU 2 and 3 others": at most so many things.
+Pegasus::String listWords(std::vector<Pegasus::String> words, std::size_t most);
+
 enum class Style { plain, bold, faint, green, yellow };
 
 // The text with the sequences for that style around it, if the terminal has colours.

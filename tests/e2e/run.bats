@@ -428,4 +428,8 @@ TIME  $files/1234wpk.txt
     runFiles
     runInstead "$MORVIK_BIN_DIR/morvik-show" --state "$state"
     ended 0 "morvik-show: the last good run of morvik-run was at $old; the last one: no data file for machine type 1234"
+    # Another server is not that of these runs.
+    runInstead "$MORVIK_BIN_DIR/morvik-show" --server 127.0.0.1
+    ended 0
+    fileIs "$err" ''
 }
