@@ -151,10 +151,9 @@ const char* likelyCategory(const String& token) {
     }
   }
   // A third of the letters may differ, which no two categories are near enough for.
-  const auto* near =
-      std::find_if(categoryTable.begin(), categoryTable.end(), [&](const CategoryRow& row) {
-        return distance(word, row.keyword) <= word.size() / 3;
-      });
+  const auto* near = std::find_if(
+      categoryTable.begin(), categoryTable.end(),
+      [&](const CategoryRow& row) { return distance(word, row.keyword) <= word.size() / 3; });
   return near == categoryTable.end() ? nullptr : near->keyword;
 }
 
@@ -235,7 +234,7 @@ void checkDescription(const String& line, const EntryMarks& marks, LineFindings&
 bool checkRest(const String& line, const EntryMarks& marks, LineFindings& findings) {
   const auto end = static_cast<Uint32>(withoutReturn(line).size());
   if (!has(line, marks.secondComma + 1, '"')) {
-    findings.error(std::min(marks.secondComma + 1, end), "separator",
+    findings.error(marks.secondComma + 1, "separator",
                    String("the third field does not begin with a double quote: ") + separated);
     return false;
   }
@@ -254,7 +253,7 @@ bool checkRest(const String& line, const EntryMarks& marks, LineFindings& findin
       return false;
     }
   } else if (!has(line, close + 2, '"')) {
-    findings.error(std::min(close + 2, end), "separator",
+    findings.error(close + 2, "separator",
                    String("the description does not begin with a double quote: ") + separated);
   } else if (marks.descriptionEnd == PEG_NOT_FOUND) {
     findings.error(end, "unclosed", "the description has no closing quote");
