@@ -22,23 +22,21 @@ const char* wordsOf(Kind kind) {
   return kind == Kind::added ? "added" : kind == Kind::removed ? "removed" : "changed";
 }
 
-// Members of one thing, before and after.
-class Comparison {
- public:
-  Comparison(Differences& differences, const String& part, const String& name)
-      : differences_(differences), part_(part), name_(name) {}
+struct Member {
+  const char* name;
+  Text before;
+  Text after;
+};
 
-  void member(const char* member, const Text& before, const Text& after) {
-    if (before != after) {
-      differences_.push_back({Kind::changed, part_, name_, member, before, after});
+// Those of the members of one thing that differ.
+void addChanged(Differences& differences, const String& part, const String& name,
+                const std::vector<Member>& members) {
+  for (const Member& member : members) {
+    if (member.before != member.after) {
+      differences.push_back({Kind::changed, part, name, member.name, member.before, member.after});
     }
   }
-
- private:
-  Differences& differences_;
-  String part_;
-  String name_;
-};
+}
 
 // Calls added, removed or both for the items of either list with the same key, the first with the
 // first, and so on: in the order of `before`, and then of `after`.
@@ -92,13 +90,12 @@ void compareEntries(const std::vector<Entry>& before, const std::vector<Entry>& 
   match(
       before, after, keyOf,
       [&](const Entry& a, const Entry& b) {
-        Comparison comparison(differences, b.category.value_or("entry"),
-                              b.fruNumber.value_or(String()));
-        comparison.member("category", a.category, b.category);
-        comparison.member("description", a.description, b.description);
-        comparison.member("vendor", a.vendor, b.vendor);
-        comparison.member("revisionLevel", a.revisionLevel, b.revisionLevel);
-        comparison.member("problem", a.problem, b.problem);
+        addChanged(differences, b.category.value_or("entry"), b.fruNumber.value_or(String()),
+                   {{"category", a.category, b.category},
+                    {"description", a.description, b.description},
+                    {"vendor", a.vendor, b.vendor},
+                    {"revisionLevel", a.revisionLevel, b.revisionLevel},
+                    {"problem", a.problem, b.problem}});
       },
       [&](Kind kind, const Entry& entry) {
         differences.push_back(
@@ -133,23 +130,23 @@ void compareParts(const Parts& before, const Parts& after, bool areModules,
   }
   const char* const what = areModules ? "memory module" : "processor";
   if (haveNoPlaces(before) || haveNoPlaces(after)) {
-    Comparison(differences, "machine", String())
-        .member(areModules ? "memoryModules" : "processors",
-                groupWords(comparedOnly(before), areModules),
-                groupWords(comparedOnly(after), areModules));
+    addChanged(
+        differences, "machine", String(),
+        {{areModules ? "memoryModules" : "processors", groupWords(comparedOnly(before), areModules),
+          groupWords(comparedOnly(after), areModules)}});
     return;
   }
   match(
       before.list, after.list, [](const Part& part) { return *part.place; },
       [&](const Part& a, const Part& b) {
-        Comparison comparison(differences, what, *b.place);
-        comparison.member(areModules ? "size" : "clock", partWords(a, areModules),
-                          partWords(b, areModules));
-        comparison.member(areModules ? "type" : "name", a.type, b.type);
-        comparison.member("cores", numberText(a.cores), numberText(b.cores));
-        comparison.member("manufacturer", a.manufacturer, b.manufacturer);
-        comparison.member("partNumber", a.partNumber, b.partNumber);
-        comparison.member("serialNumber", a.serialNumber, b.serialNumber);
+        addChanged(
+            differences, what, *b.place,
+            {{areModules ? "size" : "clock", partWords(a, areModules), partWords(b, areModules)},
+             {areModules ? "type" : "name", a.type, b.type},
+             {"cores", numberText(a.cores), numberText(b.cores)},
+             {"manufacturer", a.manufacturer, b.manufacturer},
+             {"partNumber", a.partNumber, b.partNumber},
+             {"serialNumber", a.serialNumber, b.serialNumber}});
       },
       [&](Kind kind, const Part& part) {
         String words = partWords(part, areModules);
@@ -167,13 +164,13 @@ Differences differencesOf(const Inventory& before, const Inventory& after) {
   if (before.machine && after.machine) {
     const Machine& a = *before.machine;
     const Machine& b = *after.machine;
-    Comparison comparison(differences, "machine", String());
     if (before.format > 1 && after.format > 1) {
-      comparison.member("hostName", a.hostName, b.hostName);
-      comparison.member("serialNumber", a.serialNumber, b.serialNumber);
+      addChanged(
+          differences, "machine", String(),
+          {{"hostName", a.hostName, b.hostName}, {"serialNumber", a.serialNumber, b.serialNumber}});
     }
-    comparison.member("model", a.model, b.model);
-    comparison.member("machineType", a.machineType, b.machineType);
+    addChanged(differences, "machine", String(),
+               {{"model", a.model, b.model}, {"machineType", a.machineType, b.machineType}});
     compareParts(a.processors, b.processors, false, differences);
     compareParts(a.memoryModules, b.memoryModules, true, differences);
   }

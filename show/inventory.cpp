@@ -211,20 +211,25 @@ std::ifstream openFile(const std::string& name) {
   return file;
 }
 
-Inventory readInventory(const std::string& fileName) {
-  std::ifstream file = openFile(fileName);
+std::string readWhole(std::istream& file, const std::string& name, std::size_t most) {
   std::string text;
   std::array<char, 65536> block{};
-  while (file) {
+  while (file && text.size() <= most) {
     file.read(block.data(), block.size());
     text.append(block.data(), static_cast<std::size_t>(file.gcount()));
-    if (text.size() > largest) {
-      refuse(fileName + ": larger than 64 MiB");
-    }
   }
   if (file.bad()) {
-    failToRead(fileName, EIO);
+    failToRead(name, EIO);
   }
+  if (text.size() > most) {
+    refuse(name + ": larger than " + std::to_string(most >> 20U) + " MiB");
+  }
+  return text;
+}
+
+Inventory readInventory(const std::string& fileName) {
+  std::ifstream file = openFile(fileName);
+  const std::string text = readWhole(file, fileName, largest);
   try {
     return parseInventory(text);
   } catch (const std::runtime_error& error) {

@@ -35,6 +35,8 @@ Inventory parseInventory(std::string_view text);
 // std::runtime_error.
 std::ifstream openFile(const std::string& name);
 [[noreturn]] void failToRead(const std::string& name, int error);
+// Throws the same if the file fails, or has more than so many bytes.
+std::string readWhole(std::istream& file, const std::string& name, std::size_t most);
 
 // As above; the message begins with the name. Throws std::runtime_error also if the file cannot be
 // read, or is larger than 64 MiB.

@@ -241,9 +241,7 @@ std::vector<NamedPart> partsNamed(const Machine& machine, const String& name) {
       [&](const Part& part) {
         return isWanted(part.bank) || isWanted(part.serialNumber) || isWanted(part.partNumber);
       },
-      [&](const Part& part) {
-        return !wanted.empty() && part.place && isShortFor(name.view(), part.place->view());
-      }};
+      [&](const Part& part) { return part.place && isShortFor(name.view(), part.place->view()); }};
   std::vector<NamedPart> found;
   for (const Same& isSame : rules) {
     for (const bool isModule : {false, true}) {

@@ -136,20 +136,6 @@ std::vector<NamedInventory> readInventories(const std::vector<std::string>& file
   return machines;
 }
 
-// The whole of a data file, which is held for all machines.
-std::istringstream readDataFile(std::istream& file, const std::string& name) {
-  std::string text(mostFileBytes + 1, '\0');
-  file.read(text.data(), static_cast<std::streamsize>(text.size()));
-  if (file.bad()) {
-    failToRead(name, EIO);
-  }
-  text.resize(static_cast<std::size_t>(file.gcount()));
-  if (text.size() > mostFileBytes) {
-    throw std::runtime_error(name + " has more than 1 MiB: it is not a FRU data file");
-  }
-  return std::istringstream(text);
-}
-
 ExitStatus explainOnOthers(const Options& options, std::istream& file, const Terminal& terminal) {
   std::vector<NamedInventory> machines = readInventories(options.others);
   std::erase_if(machines, [](const NamedInventory& read) {
@@ -161,7 +147,7 @@ ExitStatus explainOnOthers(const Options& options, std::istream& file, const Ter
   if (machines.empty()) {
     return ExitStatus::trouble;
   }
-  std::istringstream text = readDataFile(file, *options.explained);
+  std::istringstream text(readWhole(file, *options.explained, mostFileBytes));
   const Fleet fleet = explainOn(std::move(machines), text);
   if (options.isJson) {
     writeFleetJson(std::cout, {2, std::chrono::system_clock::now(), std::nullopt}, fleet);

@@ -80,28 +80,13 @@ FAN        A5          Fan,            KVAHalvoranFru1'
     run -1 "$python" "$support/valid_json.py" "$project/docs/inventory.schema.json" machine.json
 }
 
-@test "--format 1: as before version 1.0" {
-    publishSome
-    runShow --json --format 1
-    ends 0
-    equal "dict_keys(['format', 'entries'])" "$(jsonOf 'it.keys()')" 'the members of a list'
-    runShow --machine --json --format 1
-    ends 0
-    equal "{'model': 'Server 123 -[1234ABX]-', 'machineType': '1234', 'processorClocks': ['2400'], 'memorySizes': ['512'], 'languageCode': '', 'lang': None}" \
-        "$(jsonOf 'it["machine"]')" 'the machine'
-}
-
-@test "--category: any letter case, several times" {
+@test "--category: any letter case, several times; an unknown name is an error, not an empty list" {
     publishSome
     runShow --category fan --category Planar --json
     ends 0
     equal "['PLANAR', 'FAN']" "$(jsonOf '[e["category"] for e in it["entries"]]')" 'the categories'
     runShow --category CDROM
     ends 1 'no entries'
-}
-
-@test "--category: an unknown name is an error, not an empty list" {
-    publishSome
     runShow --category FANS
     ends 2 "--category: morvik has no category 'FANS'
 Try 'morvik-show --help'."
@@ -128,15 +113,6 @@ B2 false' "$(sed 1d "$out" | tr -d '\r' | awk -F , '{ print $2, $7 }')" 'all ent
     ends 0
     equal 'CATEGORY  FRU NUMBER  DESCRIPTION  IDENTIFYING NUMBER  VENDOR' "$(head -n 1 "$out")" headings
     grep -qx 'FAN       B3          other        1                   Acme' "$out"
-}
-
-@test "only entries of others: status 1 without --all" {
-    startMachine
-    createAs Acme B3 1
-    runShow
-    ends 1 'no entries'
-    runShow --all
-    ends 0
 }
 
 @test "--find: a part of a number or text, in any letter case" {
@@ -274,46 +250,7 @@ END
     grep -qE '^,A2,,KVAHalvoranFru2,KVA,,true,.+' "$out"
 }
 
-@test "names that cannot be read: status 2, one message" {
-    startRecordedMachine
-    importLines <<<'"BAD","FAN","","x"'
-    echo '* * substitute BAD=e9' >"$faults"
-    runShow
-    equal 2 "$status" status
-    grep -qx 'morvik-show: cannot read the entries: .*' "$err"
-    wrote ''
-}
-
 # --- the machine ---
-
-@test "--machine: what morvik reads of each sample machine" {
-    local name
-    for name in server-1234 server-2345 workstation-3456 rack-4567; do
-        startCimd "$schema/kvaxdt.mof" "$samples/$name.mof"
-        LANG=de_DE.UTF-8 runShow --machine
-        ends 0
-        cat "$out" >>all
-        stopServers
-    done
-    equal 'Model           Server 123 -[1234ABX]-
-Machine type    1234
-Processors      1 x 2400 MHz
-Memory modules  2 x 512 MiB
-Model           Server 234 -[2345CDY]-
-Machine type    2345
-Processors      1 x 1800 MHz, 1 x 2400 MHz
-Memory modules  1 x 256 MiB, 1 x 512 MiB, 1 x 1 GiB (1024 MiB)
-Model           3456M2X
-Machine type    3456
-Processors      1 x 3000 MHz
-Memory modules  1 x 1 GiB (1024 MiB)
-Model           Rack node, shelf 3] bay [4567R8K
-Machine type    4567
-Processors      3 x 2800 MHz, 1 x 2000 MHz
-Memory modules  1 x 512 MiB, 1 x 2 GiB (2048 MiB), 1 x 4 GiB (4096 MiB), 1 x 8 GiB (8192 MiB), 1 x 953 MiB' \
-        "$(grep -E '^(Model|Machine|Proc|Memory m)' all)" 'the machines'
-    equal 4 "$(grep -cx 'Language code   de (LANG is de_DE.UTF-8)' all)" languages
-}
 
 @test "--machine lists the parts by place, with what their makers have written on them" {
     startCimd --smbios "$BATS_TEST_DIRNAME/../data/smbios/one-socket-one-dimm" "$schema/kvaxdt.mof"
@@ -327,17 +264,6 @@ DIMM 0  512 MiB   1333 MHz                           Example Memory   EX512-1333
     fileIs "$out" 'place,part,type,comparedAs,bank,manufacturer,partNumber,serialNumber\r\n'\
 'CPU 0,1800 MHz,"Example Processor 1.8 GHz, 1 core",1800,,Example Silicon,EX1800,P-0001\r\n'\
 'DIMM 0,512 MiB,1333 MHz,512,BANK 0,Example Memory,EX512-1333,M-0001\r\n'
-}
-
-@test "--machine --json" {
-    startMachine --speeds '2400 1800' --capacities 1000000000
-    LANG=zh_CN runShow --machine --json
-    ends 0
-    equal "([2400, 1800], ['2400', '1800'], [953], '', 'zh_CN')" "$(jsonOf '(lambda m: (
-        [p["clockMHz"] for p in m["processors"]], [p["comparedAs"] for p in m["processors"]],
-        [p["sizeMiB"] for p in m["memoryModules"]], m["languageCode"], m["lang"]))(it["machine"])')" json
-    runShow --machine --json
-    equal "('', None)" "$(jsonOf '(it["machine"]["languageCode"], it["machine"]["lang"])')" 'an unset LANG'
 }
 
 @test "--machine: what morvik cannot use is marked" {

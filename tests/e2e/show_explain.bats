@@ -170,43 +170,6 @@ END
     lineSays 5 'last line without a newline: not read'
 }
 
-@test "a machine without some of its data: the reasons say what is missing" {
-    startDescribed '{"KVAXDT_FRU": [], "KVAXDT_PhysicalMemory": [], "KVAXDT_Processor":
-        [[["CurrentClockSpeed", "uint32", "1800"]], [["Other", "uint32", "1"]], [["CurrentClockSpeed", "uint32", "2400"]]]}'
-    explainLines <<'END'
-"F1","PROCESSOR","SPEED=1800","x"
-"F2","PROCESSOR","SPEED=2400","x"
-"F3","MEMORY","SIZE=512","x"
-"F4","KEYBOARD","LANGUAGE=en","x"
-END
-    ends 0
-    lineSays 1 'as KVAHalvoranFru1'
-    lineSays 2 'clock differs: 2400 asked, 1800, a missing one and 2400 here'
-    lineSays 3 'the CIM server has no memory modules'
-    lineSays 4 'language differs: en asked, none here'
-    stopServers
-    startDescribed '{"KVAXDT_FRU": []}'
-    explainLines <<<'"F1","PROCESSOR","SPEED=1800","x"'
-    ends 1
-    lineSays 1 'the CIM server does not show its processors: CIM_ERR_INVALID_CLASS: no class KVAXDT_Processor'
-}
-
-@test "--json has the same for programs" {
-    startMachine
-    LANG=en_US explainLines --json <<'END'
-"F1","FAN","x","y, z"
-# x
-"F2","PROCESSOR","SPEED=1","x"
-"F3","THING","","x"
-END
-    ends 0
-    equal "{'line': 1, 'result': 'published', 'reason': 'published', 'words': 'as KVAHalvoranFru1', 'category': 'FAN', 'fruNumber': 'F1', 'name': 'FAN', 'description': 'y, z', 'identifyingNumber': 'KVAHalvoranFru1', 'places': []}" \
-        "$(jsonOf 'it["lines"][0]')" 'a published line'
-    equal "['published', 'comment', 'clock-differs', 'unknown-category']" "$(jsonOf '[l["reason"] for l in it["lines"]]')" reasons
-    equal "(2, '1234', {'lines': 4, 'published': 1, 'leftOut': 1, 'ignored': 2})" \
-        "$(jsonOf '(it["format"], it["machine"]["machineType"], it["summary"])')" 'the rest'
-}
-
 @test "--category: only its lines are shown, but all are processed" {
     startMachine
     explainLines --category planar --category THING <<<'' || true
@@ -223,18 +186,6 @@ END
     lineSays 4 'second PLANAR: line 3 comes first'
     explainLines --category CDROM <<<'"F1","FAN","","x"'
     ends 1
-}
-
-@test "nothing is created, changed or deleted" {
-    startRecordedMachine
-    importLines <<<'"F1","FAN","","x"'
-    local before
-    before=$(published)
-    : >"$log"
-    explainLines <<<'"F2","FAN","","x"'
-    ends 0
-    equal "$before" "$(published)" 'what is published'
-    equal 'EnumerateInstanceNames EnumerateInstances' "$(operations | sort -u | paste -sd ' ')" operations
 }
 
 @test "no line fits: status 1; an empty file too" {

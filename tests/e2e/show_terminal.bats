@@ -80,25 +80,6 @@ sys.exit(f"harmful: {bad}" if bad else 0)' "$out"
     equal 80 "$(widest)" 'the widest line on a terminal that does not tell'
 }
 
-@test "wide characters and combining marks: the next column begins where it should" {
-    publishLongOnes
-    onTerminal 200
-    sed "s/$escape\[[0-9]*m//g" "$out" | sed 1d | sed 's/KVAHalvoranFru.*//' >before
-    local line
-    while IFS= read -r line; do
-        "$python" "$support/terminal.py" --widest <<<"$line"
-    done <before >widths
-    equal 3 "$(wc -l <widths)" 'the number of lines'
-    equal 1 "$(sort -u widths | wc -l)" 'the number of different beginnings'
-}
-
-@test "on a terminal that is too narrow, the terminal wraps the lines" {
-    publishLongOnes
-    onTerminal 5
-    equal 0 "$status" status
-    grep -q A1 "$out"
-}
-
 @test "a file or pipe gets whole texts, whatever COLUMNS says" {
     publishLongOnes
     COLUMNS=40 runShow

@@ -54,13 +54,15 @@ const char* const secondEntry = "getInstance root/kvasd KVAXDT_FRU.Id=\"1\" fals
 TEST_F(Entries, ShorterNumbersComeFirst) {
   for (const char* number : {"KVAHalvoranFru10", "KVAHalvoranFru9"}) {
     fakeServer.classes["KVAXDT_FRU"].push_back(
-        instanceWith("KVAXDT_FRU", {CIMProperty("IdentifyingNumber", CIMValue(String(number)))}));
+        instanceWith("KVAXDT_FRU", {CIMProperty("IdentifyingNumber", CIMValue(String(number))),
+                                    CIMProperty("Description", CIMValue(CIMTYPE_STRING, false))}));
   }
   const std::vector<Entry> entries = readEntries(client);
   ASSERT_EQ(entries.size(), 2U);
   EXPECT_EQ(entries[0].identifyingNumber, String("KVAHalvoranFru9"));
   EXPECT_EQ(entries[1].identifyingNumber, String("KVAHalvoranFru10"));
   EXPECT_FALSE(entries[0].category || entries[0].vendor) << "there is no such property";
+  EXPECT_FALSE(entries[0].description) << "null";
 }
 
 TEST_F(Entries, SubclassesAndInheritedPropertiesAreAskedFor) {
@@ -71,6 +73,7 @@ TEST_F(Entries, SubclassesAndInheritedPropertiesAreAskedFor) {
 }
 
 TEST_F(Entries, OneUnreadableEntryDoesNotHideTheOthers) {
+  fakeServer.published.rbegin()->second.addProperty(CIMProperty("Name", CIMValue(String("OTHER"))));
   failWith(XmlException("not UTF-8"), {enumeration, secondEntry});
   const std::vector<Entry> entries = readEntries(client);
   ASSERT_EQ(entries.size(), 3U);

@@ -163,6 +163,17 @@ TEST_F(ExplainerTest, ProcessorWithoutAClockLeavesTheRestUnknown) {
             "clock differs: 2400 asked, 1800, no value and a missing one here");
 }
 
+TEST_F(ExplainerTest, WhatTheServerDoesNotHaveOrShowIsSaid) {
+  haveClocks({});
+  fakeServer.classes.erase("KVAXDT_PhysicalMemory");
+  setenv("LANG", "C", 1);
+  EXPECT_EQ(wordsOf(entry("1", "PROCESSOR", "SPEED=1")), "the CIM server has no processors");
+  EXPECT_TRUE(wordsOf(entry("1", "MEMORY", "SIZE=1"))
+                  .starts_with("the CIM server does not show its memory modules: "));
+  EXPECT_EQ(wordsOf(entry("1", "KEYBOARD", "LANGUAGE=en")),
+            "language differs: en asked, none here");
+}
+
 TEST_F(ExplainerTest, ValuesThatCouldBeOverlookedAreQuoted) {
   EXPECT_EQ(wordsOf(entry("1", "PROCESSOR", "SPEED=2400 ")),
             "clock differs: \"2400 \" asked, 2400 here");

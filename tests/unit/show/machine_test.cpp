@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <sstream>
 
 #include "../src/fake_client.h"
@@ -106,6 +107,7 @@ TEST_F(MachineTest, MissingNullAndOtherTypesAreAbsent) {
   addModule("DIMM 1", {capacity(1),
                        {"MemoryType", CIMValue(String("26"))},
                        {"MaxMemorySpeed", CIMValue(Uint32{3200})},
+                       {"ConfiguredMemoryClockSpeed", CIMValue(Pegasus::CIMTYPE_UINT32, false)},
                        {"PartNumber", CIMValue(Pegasus::CIMTYPE_STRING, false)},
                        {"SerialNumber", CIMValue(Uint32{7})},
                        {"BankLabel", CIMValue(String())}});
@@ -132,6 +134,14 @@ TEST_F(MachineTest, DetailsGoToThePartOfThatNameInAnyOrder) {
   EXPECT_EQ(machine.memoryModules.list[1].compared, String("2"));
 }
 
+TEST_F(MachineTest, DetailsIncludeThoseThatAClassInherits) {
+  addModule("DIMM 1", {capacity(1)});
+  read();
+  EXPECT_TRUE(fakeServer.calls.back().starts_with(
+      "enumerateInstances root/kvasd KVAXDT_PhysicalMemory true false"))
+      << fakeServer.calls.back();
+}
+
 TEST_F(MachineTest, RefusedDetailsLeaveWhatMorvikReads) {
   addModule("DIMM 1", {capacity(Uint64{1} << 20U)});
   Machine machine = readMachine(client_);
@@ -148,55 +158,43 @@ TEST_F(MachineTest, RefusedClassesAreNamed) {
   EXPECT_EQ(groupWords(machine.processors, false), String("unknown"));
 }
 
-// Of the parts with that name: "PLACE:" of a processor, "PLACE;" of a module.
-std::string placesNamed(const Machine& machine, const char* name) {
-  std::string places;
-  for (const NamedPart& named : partsNamed(machine, name)) {
-    places += named.part->place->toUtf8() + (named.isModule ? ";" : ":");
+TEST_F(MachineTest, PartsAreFoundByPlaceThenBySlotThenByOtherNames) {
+  Machine machine;
+  machine.processors.list = {{.place = "CPU 1"}, {.place = "--"}, {}};
+  machine.memoryModules.list = {
+      {.place = "DIMM 1 BANK 0", .locator = "DIMM 1"},
+      {.place = "DIMM 1 BANK 1", .locator = "DIMM 1"},
+      {.place = "DIMM 2", .locator = "dimm 1"},
+      {.place = "dimm2"},
+      {.place = "P1-DIMMA1"},
+      {.place = "NODE 1 SLOT 2", .bank = "CHANNEL 0", .serialNumber = "S-1"},
+      {.place = "NODE 2 SLOT 2", .partNumber = "M393A4-CTD"},
+      {.place = "NODE 2 SLOT 12"},
+      {.place = "A1"},
+      {.place = "3"}};
+  for (const auto& [name, expected] :
+       std::map<std::string, std::string>{{"CPU 1", "CPU 1:"},
+                                          {"cpu1", "CPU 1:"},
+                                          {"DIMM 1", "DIMM 1 BANK 0;DIMM 1 BANK 1;"},
+                                          {"DIMM 1 BANK 1", "DIMM 1 BANK 1;"},
+                                          {"DIMM 2", "DIMM 2;"},
+                                          {"Dimm2", "DIMM 2;dimm2;"},
+                                          {"DIMM1", "DIMM 1 BANK 0;DIMM 1 BANK 1;DIMM 2;"},
+                                          {"p1_dimm a1", "P1-DIMMA1;"},
+                                          {"s1", "NODE 1 SLOT 2;"},
+                                          {"M393A4 CTD", "NODE 2 SLOT 2;"},
+                                          {"channel 0", "NODE 1 SLOT 2;"},
+                                          {"SLOT2", "NODE 1 SLOT 2;NODE 2 SLOT 2;"},
+                                          {"1 SLOT 2", "NODE 1 SLOT 2;"},
+                                          {"DIMM.Socket.A1", "A1;"}}) {
+    std::string places;
+    for (const NamedPart& named : partsNamed(machine, String(name))) {
+      places += named.part->place->toUtf8() + (named.isModule ? ";" : ":");
+    }
+    EXPECT_EQ(places, expected) << name;
   }
-  return places;
-}
-
-TEST_F(MachineTest, PartsAreFoundByPlaceThenBySlotThenLoosely) {
-  Machine machine;
-  machine.processors.list = {{.place = "CPU 1"}, {}};
-  machine.memoryModules.list = {{.place = "DIMM 1 BANK 0", .locator = "DIMM 1"},
-                                {.place = "DIMM 1 BANK 1", .locator = "DIMM 1"},
-                                {.place = "DIMM 2", .locator = "dimm 1"},
-                                {.place = "dimm2"},
-                                {.place = "P1-DIMMA1"}};
-  const auto placesOf = [&](const char* name) { return placesNamed(machine, name); };
-  EXPECT_EQ(placesOf("CPU 1"), "CPU 1:");
-  EXPECT_EQ(placesOf("cpu1"), "CPU 1:");
-  EXPECT_EQ(placesOf("DIMM 1"), "DIMM 1 BANK 0;DIMM 1 BANK 1;");
-  EXPECT_EQ(placesOf("DIMM 1 BANK 1"), "DIMM 1 BANK 1;");
-  EXPECT_EQ(placesOf("DIMM 2"), "DIMM 2;");
-  EXPECT_EQ(placesOf("Dimm2"), "DIMM 2;dimm2;");
-  EXPECT_EQ(placesOf("DIMM1"), "DIMM 1 BANK 0;DIMM 1 BANK 1;DIMM 2;");
-  EXPECT_EQ(placesOf("p1_dimm a1"), "P1-DIMMA1;");
-  EXPECT_EQ(placesOf("DIMM 3"), "");
-  EXPECT_EQ(placesOf(""), "");
-  EXPECT_EQ(placesOf("-"), "");
-}
-
-TEST_F(MachineTest, PartsAreAlsoFoundByNumbersBanksAndWordsOfTheirPlaces) {
-  Machine machine;
-  machine.processors.list = {{.place = "PROC 1"}};
-  machine.memoryModules.list = {{.place = "PROC 1 DIMM 2", .bank = "NODE 0", .serialNumber = "S-1"},
-                                {.place = "PROC 2 DIMM 2", .partNumber = "M393A4-CTD"},
-                                {.place = "PROC 2 DIMM 12"},
-                                {.place = "A1"},
-                                {.place = "3"}};
-  const auto placesOf = [&](const char* name) { return placesNamed(machine, name); };
-  EXPECT_EQ(placesOf("s1"), "PROC 1 DIMM 2;");
-  EXPECT_EQ(placesOf("M393A4 CTD"), "PROC 2 DIMM 2;");
-  EXPECT_EQ(placesOf("node 0"), "PROC 1 DIMM 2;");
-  EXPECT_EQ(placesOf("DIMM2"), "PROC 1 DIMM 2;PROC 2 DIMM 2;");
-  EXPECT_EQ(placesOf("1 DIMM 2"), "PROC 1 DIMM 2;");
-  EXPECT_EQ(placesOf("DIMM.Socket.A1"), "A1;");
-  EXPECT_EQ(placesOf("1"), "PROC 1:");
-  for (const char* other : {"CPU 2 A1", "CPU 3", "DIMM", "2 A", "OC 1", "MM 2"}) {
-    EXPECT_EQ(placesOf(other), "") << other;
+  for (const char* other : {"", "-", "DIMM 3", "CPU 2 A1", "CPU 3", "SLOT", "2 A", "OT 2"}) {
+    EXPECT_TRUE(partsNamed(machine, other).empty()) << other;
   }
 }
 

@@ -115,8 +115,9 @@ TEST(Table, LastFixedColumnGoesOnInTheNextLine) {
 }
 
 TEST(Csv, FieldsAreQuotedAsNeeded) {
-  EXPECT_EQ(written(two, {{{"a,\"b\"", "c\nd"}}, {{std::nullopt, ""}}}, {.isCsv = true}),
-            "a,longName\r\n\"a,\"\"b\"\"\",\"c\nd\"\r\n,\r\n");
+  EXPECT_EQ(written(two, {{{"a,b", "\"c\" d"}}, {{"e\nf", "g\rh"}}, {{std::nullopt, ""}}},
+                    {.isCsv = true}),
+            "a,longName\r\n\"a,b\",\"\"\"c\"\" d\"\r\n\"e\nf\",\"g\rh\"\r\n,\r\n");
 }
 
 TEST(Csv, NoFieldIsAFormula) {
