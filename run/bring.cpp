@@ -261,7 +261,6 @@ Bringer::Transfer::Transfer(const Settings& settings, Url url)
   set(CURLOPT_USERAGENT, "morvik-run/" MORVIK_VERSION);
   set(CURLOPT_ERRORBUFFER, error_.data());
   set(CURLOPT_CONNECTTIMEOUT, connectSeconds);
-  set(CURLOPT_MAXFILESIZE, static_cast<long>(mostBytes));
   set(CURLOPT_PROTOCOLS_STR, "https,http,ftps,ftp");
   // Never from a protected connection to one that is not.
   set(CURLOPT_REDIR_PROTOCOLS_STR, isSecure_ ? "https" : "https,http");
@@ -347,7 +346,7 @@ Bringer::Transfer::Result Bringer::Transfer::judgeReply(CURLcode code) {
            : isBusy                     ? Result::failedForNow
                                         : Result::failed;
   }
-  if (isTooLarge_ || code == CURLE_FILESIZE_EXCEEDED) {
+  if (isTooLarge_) {
     return Result::tooLarge;
   }
   if (code == CURLE_REMOTE_FILE_NOT_FOUND) {

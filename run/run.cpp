@@ -190,12 +190,11 @@ void Run::verify(Bringer& bringer, const std::string& name, Candidate& candidate
   try {
     const std::string sums = bringer.bring("SHA256SUMS").text;
     const std::string signed_ = bringer.bring("SHA256SUMS.gpg").text;
-    const Signature signature =
+    candidate.signatureTime =
         checkSignature(sums, signed_, settings_.keyring, state_.emptyWorkDirectory(), deadline_);
     checkSum(sums, name, candidate.text);
-    candidate.signatureTime = signature.time;
     if (!settings_.isForced) {
-      checkAge(signature.time, state_.good() ? state_.good()->signatureTime : 0,
+      checkAge(candidate.signatureTime, state_.good() ? state_.good()->signatureTime : 0,
                std::time(nullptr));
     }
   } catch (const Failure& failure) {

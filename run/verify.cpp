@@ -2,6 +2,7 @@
 
 #include <openssl/evp.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <chrono>
@@ -146,10 +147,10 @@ void checkSum(const std::string& sums, const std::string& name, const std::strin
   }
 }
 
-Signature readStatus(const std::string& statusLines, std::int64_t now) {
+std::int64_t readStatus(const std::string& statusLines, std::int64_t now) {
   std::istringstream lines(statusLines);
   bool isGood = false;  // the signature that the lines are about
-  std::optional<Signature> signature;
+  std::optional<std::int64_t> newest;
   std::string fault;
   for (std::string line; std::getline(lines, line);) {
     const std::vector<std::string> words = wordsIn(line);
@@ -163,9 +164,7 @@ Signature readStatus(const std::string& statusLines, std::int64_t now) {
     } else if (words[1] == "VALIDSIG" && isGood && words.size() > 4) {
       // Fingerprint, date, time.
       const auto time = numberIn(words[4]);
-      if (time && (!signature || signature->time < *time)) {
-        signature = Signature{*time, words[2]};
-      }
+      newest = time ? std::max(newest.value_or(*time), *time) : newest;
     } else if (const char* own = faultOf(words[1])) {
       if (words[1] == "BADSIG") {
         refuse(own);
@@ -180,10 +179,10 @@ Signature readStatus(const std::string& statusLines, std::int64_t now) {
       }
     }
   }
-  if (!signature) {
+  if (!newest) {
     refuse(fault.empty() ? "gpgv does not accept the signature" : fault);
   }
-  return *signature;
+  return *newest;
 }
 
 void checkAge(std::int64_t signedAt, std::int64_t lastGood, std::int64_t now) {
@@ -197,9 +196,9 @@ void checkAge(std::int64_t signedAt, std::int64_t lastGood, std::int64_t now) {
   }
 }
 
-Signature checkSignature(const std::string& sums, const std::string& signature,
-                         const std::string& keyring, const std::string& directory,
-                         const Deadline& deadline) {
+std::int64_t checkSignature(const std::string& sums, const std::string& signature,
+                            const std::string& keyring, const std::string& directory,
+                            const Deadline& deadline) {
   const std::filesystem::path place = directory;
   writeFile(place / "SHA256SUMS", sums);
   writeFile(place / "SHA256SUMS.gpg", signature);

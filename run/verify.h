@@ -15,17 +15,10 @@ std::string sha256(const std::string& text);
 // Throws Failure(refused) if the list does not have this sum, in either case, under this name.
 void checkSum(const std::string& sums, const std::string& name, const std::string& text);
 
-struct Signature {
-  // Both signed: the list itself, and when, in seconds since 1970.
-  std::int64_t time = 0;
-  // The fingerprint of the key.
-  std::string key;
-};
-
-// What the status lines of gpgv say. Throws Failure(refused) unless one signature is good, by a key
-// that is neither expired nor revoked, and none is bad. Times are seconds since 1970; gpgv cannot
-// check a key that is younger than `now`.
-Signature readStatus(const std::string& statusLines, std::int64_t now);
+// When the list was signed, by the status lines of gpgv. Throws Failure(refused) unless one
+// signature is good, by a key that is neither expired nor revoked, and none is bad. Times are
+// seconds since 1970; gpgv cannot check a key that is younger than `now`.
+std::int64_t readStatus(const std::string& statusLines, std::int64_t now);
 
 // Throws Failure(refused) if a list was signed before the last good one, whose time is 0 if there
 // is none, or after `now`: later lists, which the maker signs by a clock that is right, would be
@@ -36,10 +29,11 @@ void checkAge(std::int64_t signedAt, std::int64_t lastGood, std::int64_t now);
 // Failure(badUse) if it cannot be used.
 std::string keyringSum(const std::string& keyring, const std::string& setting);
 
-// Has gpgv check the signature against the keyring. Both files are written into the directory.
-// Throws Failure: refused, or badUse if gpgv or the keyring cannot be used.
-Signature checkSignature(const std::string& sums, const std::string& signature,
-                         const std::string& keyring, const std::string& directory,
-                         const Deadline& deadline);
+// Has gpgv check the signature against the keyring, and returns when it was made. Both files are
+// written into the directory. Throws Failure: refused, or badUse if gpgv or the keyring cannot be
+// used.
+std::int64_t checkSignature(const std::string& sums, const std::string& signature,
+                            const std::string& keyring, const std::string& directory,
+                            const Deadline& deadline);
 
 }  // namespace run

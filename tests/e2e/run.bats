@@ -214,15 +214,7 @@ startHttp() { # [OPTION...] as parts_http.py takes them
         goodStays
     }
     tried 'status 503' 3 3 'HTTP/1.0 503 Service Unavailable (3 tries)'
-    tried 'status 429' 3 3 'HTTP/1.0 429 Too Many Requests'
-    SECONDS=0
-    tried 'later 1' 3 3 'HTTP/1.0 503 Service Unavailable (3 tries)'
-    ((SECONDS >= 2))
-    tried 'later 61' 3 1 'HTTP/1.0 503 Service Unavailable; it asks to wait 61 seconds'
     tried 'status 403' 3 1 'HTTP/1.0 403 Forbidden'
-    tried 'status 401' 3 1 'HTTP/1.0 401 Unauthorized'
-    tried 'status 204' 3 1 'HTTP/1.0 204 No Content'
-    tried 'status 304' 3 1 'HTTP/1.0 304 Not Modified'
     tried 'cut 50' 3 3 'transfer closed'
     tried 'unsized 50' 4 1 'its last line has no newline'
     tried 'page' 4 1 'it is HTML'

@@ -7,7 +7,6 @@ Prints "ready" on standard output once it listens on 127.0.0.1. Ends on SIGTERM.
 --log FILE          a line for each request: status, path, "conditional" if it was that.
 --fault FILE        read for each request; one line, as long as the file exists:
                       status N [TIMES]  answer N instead, or only that often
-                      later SECONDS     answer 503, and ask to wait so long
                       cut BYTES         send so much of the file, then close
                       unsized BYTES     the same without announcing a length
                       stall             send nothing
@@ -71,8 +70,6 @@ class Handler(http.server.BaseHTTPRequestHandler):
         kind = fault[0] if fault else ""
         if kind == "status":
             return self.reply(int(fault[1]))
-        if kind == "later":
-            return self.reply(503, headers=[("Retry-After", fault[1])])
         if kind == "page":
             return self.reply(200, b"<!DOCTYPE html>\n<html><body>Sign in</body></html>\n")
         if kind == "redirect":

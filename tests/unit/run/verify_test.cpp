@@ -71,10 +71,13 @@ TEST(Verify, SumMustBeTheOnlyOne) {
   EXPECT_EQ(sumRefusal(sum + "  1234wpk.txt\n" + other), "SHA256SUMS has two sums for 1234wpk.txt");
 }
 
-TEST(Verify, GoodSignatureHasTimeAndKey) {
-  const Signature signature = readStatus(good, now);
-  EXPECT_EQ(signature.time, 1767225600);
-  EXPECT_EQ(signature.key, "FFFF");
+TEST(Verify, TimeIsThatOfTheNewestGoodSignature) {
+  const std::string older =
+      "[GNUPG:] NEWSIG\n[GNUPG:] GOODSIG 0123 maker\n"
+      "[GNUPG:] VALIDSIG EEEE 2025-01-01 1735689600 0 4 0 22 8 00 EEEE\n";
+  EXPECT_EQ(readStatus(good, now), 1767225600);
+  EXPECT_EQ(readStatus(good + older, now), 1767225600);
+  EXPECT_EQ(readStatus(older + good, now), 1767225600);
 }
 
 TEST(Verify, OneGoodSignatureIsEnoughUnlessOneIsBad) {
