@@ -157,14 +157,13 @@ std::string withoutUser(const std::string& words) {
                                   : words.substr(0, words.find('\'') + 1) + words.substr(end + 1);
 }
 
-// From half to one and a half times the pause, so that many machines do not come back at once.
+}  // namespace
+
 std::chrono::milliseconds withJitter(std::chrono::milliseconds pause) {
   static std::minstd_rand random{std::random_device()()};
   return std::chrono::milliseconds(std::uniform_int_distribution<std::int64_t>(
       pause.count() / 2, pause.count() * 3 / 2)(random));
 }
-
-}  // namespace
 
 void writeFile(const std::string& path, const std::string& text) {
   std::ofstream file(path, std::ios::binary);

@@ -1,6 +1,7 @@
 // Brings data files from where the settings say: an HTTP or FTP server, or this machine.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -30,6 +31,9 @@ void writeFile(const std::string& path, const std::string& text);
 // anything but a regular file, so that a pipe or a device cannot keep the reader waiting; EFBIG for
 // more bytes than `limit`.
 std::string readWholeFile(const std::string& path, std::size_t limit);
+
+// From half to one and a half times the pause, so that many machines do not come back at once.
+std::chrono::milliseconds withJitter(std::chrono::milliseconds pause);
 
 class Bringer {
  public:

@@ -17,8 +17,8 @@ inline constexpr const char* rehearsalNumber = "morvik-run rehearsal";
 // Throws Failure(cimServer) if morvik could not replace the entries, because the server does not
 // take one of them or is too slow for that to end before the deadline. For this, each entry is
 // created under another number and deleted again, unless the server is full: morvik deletes
-// `before` entries first, which make room for as many. Nothing published has been changed then, but a
-// server that fails to delete may be left with the one entry.
+// `before` entries first, which make room for as many. Nothing published has been changed then, but
+// a server that fails to delete may be left with the one entry.
 void rehearse(Pegasus::CIMClient& client, const Items& items, std::size_t before,
               const Deadline& deadline);
 

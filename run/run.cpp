@@ -311,8 +311,7 @@ void Run::publish(const Candidate& candidate) {
 // it now.
 void Run::restore(const Candidate& candidate, const std::string& reason) {
   const auto& good = state_.good();
-  const bool hasGood = canBeRestored(good);
-  const std::string& text = hasGood ? good->text : candidate.text;
+  const std::string& text = canBeRestored(good) ? good->text : candidate.text;
   const Items expected = predict(text, *client_, machine_, deadline_).items;
   if (*report_.published != expected) {
     publishOnce(text, Deadline(deadline_.left()));
@@ -325,7 +324,7 @@ void Run::restore(const Candidate& candidate, const std::string& reason) {
     report_.notes.push_back("published in a second try; in the first, " + reason);
     return;
   }
-  report_.isRestored = hasGood && isWhole;
+  report_.isRestored = isWhole;
   throw Failure(Status::notAsPredicted,
                 report_.source + ": " + reason +
                     (report_.isRestored ? "; the last good entries are published"

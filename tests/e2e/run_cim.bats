@@ -60,6 +60,8 @@ teardown() {
     printf 'CreateInstance 6 error 1\n' >"$faults"
     runFiles
     ended 6 'not published: B2 (FAN)' 'the last good entries are published'
+    run ! grep 'stay' "$err"
+    [[ ! -e $state/publishing ]]
     goodStays
     equal '[6,true]' "$(lastRun '[.last.status, .last.restored]')" 'the remembered run'
     cmp <(fans A 4) "$state/fru.good.txt"
@@ -75,6 +77,12 @@ teardown() {
     runFiles
     ended 0 'published 4 entries' 'in a second try; in the first, not published: B2 (FAN)'
     publishedNumbersAre B1 B2 B3 B4
+    : >"$state/fru.good.txt"
+    fans D 4 >"$files/1234wpk.txt"
+    printf 'CreateInstance 6 error 2\n' >"$faults"
+    runFiles
+    ended 0 'in a second try'
+    publishedNumbersAre D1 D2 D3 D4
     rm -r "$state"
     fans C 4 >"$files/1234wpk.txt"
     printf 'CreateInstance 6 error 1\nCreateInstance 10 error 1\n' >"$faults"
@@ -96,6 +104,9 @@ teardown() {
     startPeer --upstream 5989
     publishedNumbersAre B1 B2
     rm "$files/1234wpk.txt"
+    runFiles --check
+    ended 2
+    publishedNumbersAre B1 B2
     runFiles
     ended 2 'does not exist' 'an earlier run was interrupted: the last good entries are published again'
     goodStays
@@ -159,6 +170,12 @@ teardown() {
     runFiles
     ended 0 'deleted 4 entries by name, because the CIM server has no GetProperty'
     publishedNumbersAre B1 B2 B3 B4
+    fans A 4 >"$files/1234wpk.txt"
+    printf 'GetProperty * error 1:Provider_has_no_property_operations\n' >"$faults"
+    runFiles
+    ended 0 'deleted 4 entries by name'
+    fans B 4 >"$files/1234wpk.txt"
+    runFiles
     # morvik fails at an entry of somebody else, so nothing is deleted.
     createAs Other X1 other
     fans C 4 >"$files/1234wpk.txt"
@@ -283,11 +300,16 @@ killAt() { # SIGNAL FAULT
     state=$PWD/disk/state
     startGood
     fans B 4 >"$files/1234wpk.txt"
+    # More room than this list needs, and less than any may.
+    head -c 6M /dev/zero >disk/filler
+    runFiles
+    ended 1 'no room in the state directory' '4 entries stay published'
+    equal 1 "$(lastRun .last.status)" 'the remembered status'
     head -c 9M /dev/zero >disk/filler 2>/dev/null || true
     runFiles
     ended 1 'No space left on device' '4 entries stay published'
     goodStays
-    equal 0 "$(lastRun .last.status)" 'the remembered status'
+    equal 1 "$(lastRun .last.status)" 'the remembered status'
     rm disk/filler
     runFiles
     ended 0 '4 added, 4 removed'

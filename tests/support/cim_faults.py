@@ -116,8 +116,9 @@ def huge(client, request, answer, detail):
 
 
 def error(client, request, answer, detail):
-    """Answers with an error instead of carrying out the request."""
-    content = cim_xml.error(detail or 1, "deliberate")
+    """Answers with an error, CODE[:WORDS], instead of carrying out the request."""
+    code, _, words = (detail or "1").partition(":")
+    content = cim_xml.error(code, words.replace("_", " ") or "deliberate")
     send_well(client, cim_xml.answer(request.operation, request.message_id, content))
     return True
 

@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <thread>
 #include <utility>
@@ -69,7 +70,7 @@ class Server {
       EXPECT_EQ(send(client, answer.data(), answer.size(), MSG_NOSIGNAL),
                 static_cast<ssize_t>(answer.size()));
       shutdown(client, SHUT_WR);
-      readRequest(client);
+      requests_.back() += readRequest(client);
       close(client);
     }
   }
@@ -149,6 +150,7 @@ TEST(Bring, QueryIsSentAndFragmentIsNot) {
   Server server("http", {reply("200 OK")});
   EXPECT_EQ(bringFrom(settingsFor(server.url() + "/fru?token=x#part")).text, "text\n");
   EXPECT_THAT(server.requests().at(0), HasSubstr("GET /fru/1234wpk.txt?token=x HTTP/1.1\r\n"));
+  EXPECT_THAT(server.requests().at(0), HasSubstr("\r\nUser-Agent: morvik-run/"));
 }
 
 TEST(Bring, KnownVersionIsAskedForByTagAndByTime) {
@@ -187,6 +189,36 @@ TEST(Bring, WhatMayHelpIsTriedThreeTimes) {
     EXPECT_EQ(triesFor("http", reply(status, "", "")), 1U) << status;
   }
   EXPECT_EQ(triesFor("ftp", "220 ready\r\n331 password\r\n530 no\r\n"), 1U);
+}
+
+TEST(Bring, FtpUserIsAnonymousUnlessTheUrlHasOne) {
+  const std::string answer = "220 ready\r\n331 password\r\n530 no\r\n";
+  Server server("ftp", {answer, answer});
+  failureOf(settingsFor(server.url()));
+  std::string url = server.url();
+  failureOf(settingsFor(url.insert(url.find("127."), "me:secret@")));
+  EXPECT_THAT(server.requests(),
+              ElementsAre("USER anonymous\r\nPASS anonymous\r\n", "USER me\r\nPASS secret\r\n"));
+}
+
+TEST(Bring, FtpDirectoryIsOneCommand) {
+  Server server("ftp", {"220 ready\r\n331 password\r\n230 in\r\n257 \"/\"\r\n550 no\r\n"});
+  failureOf(settingsFor(server.url() + "/pc/parts"));
+  EXPECT_THAT(server.requests().at(0), HasSubstr("\r\nCWD pc/parts\r\n"));
+}
+
+TEST(Bring, PausesOfManyMachinesDiffer) {
+  using std::chrono::milliseconds;
+  milliseconds shortest{1000};
+  milliseconds longest{1000};
+  for (int i = 0; i < 100; ++i) {
+    shortest = std::min(shortest, withJitter(milliseconds(1000)));
+    longest = std::max(longest, withJitter(milliseconds(1000)));
+  }
+  EXPECT_GE(shortest, milliseconds(500));
+  EXPECT_LT(shortest, milliseconds(750));
+  EXPECT_GT(longest, milliseconds(1250));
+  EXPECT_LE(longest, milliseconds(1500));
 }
 
 TEST(Bring, PauseGrowsFourfold) {

@@ -2,10 +2,12 @@
 #include "state.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -86,6 +88,26 @@ TEST_F(StateTest, FailedRunKeepsTheGoodOne) {
   EXPECT_NE(read("status.json").find("\"result\":\"refused\""), std::string::npos);
 }
 
+TEST_F(StateTest, DataFileIsNotWrittenAgainIfItIsTheSame) {
+  State(directory_).remember(Report(), goodRun());
+  struct stat first = {};
+  struct stat second = {};
+  ASSERT_EQ(stat((directory_ / "fru.good.txt").c_str(), &first), 0);
+  State(directory_).remember(Report(), goodRun());
+  ASSERT_EQ(stat((directory_ / "fru.good.txt").c_str(), &second), 0);
+  EXPECT_EQ(first.st_ino, second.st_ino);
+}
+
+TEST_F(StateTest, NegativeNumberOfEntriesIsNone) {
+  State(directory_).remember(Report(), goodRun());
+  std::string status = read("status.json");
+  write("status.json", status.replace(status.find("\"entries\":3"), 11, "\"entries\":-3"));
+  const State state(directory_);
+  ASSERT_TRUE(state.good());
+  EXPECT_EQ(state.good()->entries, 0U);
+  EXPECT_EQ(state.good()->text, "a line\n");
+}
+
 // A run that ended between the two files has left a newer data file than the status knows.
 TEST_F(StateTest, UnknownDataFileIsGoodButHasNoVersion) {
   State(directory_).remember(Report(), goodRun());
@@ -121,6 +143,19 @@ TEST_F(StateTest, FilesOfRootBelongToTheOwnerOfTheDirectory) {
     ASSERT_EQ(stat((directory_ / name).c_str(), &status), 0) << name;
     EXPECT_EQ(status.st_uid, 65534U) << name;
   }
+}
+
+// Whoever owns the directory could link a file of root there.
+TEST_F(StateTest, FilesWithSeveralLinksKeepTheirOwner) {
+  if (geteuid() != 0 || chown(directory_.c_str(), 65534, 65534) != 0) {
+    GTEST_SKIP() << "needs root and a second account";
+  }
+  write("victim", "text");
+  fs::create_hard_link(directory_ / "victim", directory_ / "lock");
+  const State state(directory_);
+  struct stat status = {};
+  ASSERT_EQ(stat((directory_ / "victim").c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, 0U);
 }
 
 TEST_F(StateTest, InterruptionIsSeenByTheNextRun) {
@@ -180,6 +215,29 @@ TEST_F(StateTest, FileThatCannotBeWrittenStaysAsItWas) {
   writeAtomically((directory_ / "file").string(), "new");
   EXPECT_EQ(read("file"), "new");
   EXPECT_FALSE(fs::exists(directory_ / "file.tmp"));
+}
+
+TEST_F(StateTest, NothingIsLeftOfAFileThatDidNotFit) {
+  write("file", "old");
+  rlimit before = {};
+  getrlimit(RLIMIT_FSIZE, &before);
+  const rlimit small = {100, before.rlim_max};
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &small);
+  EXPECT_THROW(writeAtomically((directory_ / "file").string(), std::string(1000, 'x')), Failure);
+  setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, handler);
+  EXPECT_EQ(read("file"), "old");
+  EXPECT_FALSE(fs::exists(directory_ / "file.tmp"));
+}
+
+TEST_F(StateTest, SymbolicLinksAreNotFollowed) {
+  write("victim", "text");
+  fs::create_symlink("victim", directory_ / "file.tmp");
+  EXPECT_THROW(writeAtomically((directory_ / "file").string(), "new"), Failure);
+  EXPECT_EQ(read("victim"), "text");
+  fs::create_symlink("victim", directory_ / "lock");
+  EXPECT_THROW(State{directory_}, Failure);
 }
 
 TEST_F(StateTest, WrittenFilesAreReadableByEverybody) {
