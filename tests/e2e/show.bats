@@ -395,6 +395,8 @@ END
 Try 'morvik-show --help'."
     done <<'END'
 -jx|unknown option: -x in -jx
+--for --explain x|--for: a value is missing before --explain
+--for x --for y|--for may be given only once
 --unknown=1|unknown option: --unknown=1
 -j --csv|-j excludes --csv
 --csv --json|--json excludes --csv
