@@ -140,7 +140,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   // Each entry is tried with the whole file.
   constexpr std::size_t mostEntries = 8;
   const std::string_view text = fuzz::asText(data, size);
-  const fuzz::ResourceLimit limit(std::size_t{1} << 20U, 1024, size);
+  const fuzz::ResourceLimit limit({std::size_t{1} << 20U, 1024}, {1'000'000, 20'000}, size);
   if (checkFindings(text)) {
     return 0;
   }
