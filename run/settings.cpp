@@ -143,8 +143,7 @@ std::optional<double> numberIn(const std::string& text, double most) {
   double number = 0;
   const auto parsed = std::from_chars(text.data(), text.data() + text.size(), number);
   const bool isWhole = parsed.ec == std::errc() && parsed.ptr == text.data() + text.size();
-  return isWhole && std::isfinite(number) && number >= 0 && number <= most ? std::optional(number)
-                                                                           : std::nullopt;
+  return isWhole && number >= 0 && number <= most ? std::optional(number) : std::nullopt;
 }
 
 void readValues(Settings& settings) {
