@@ -105,7 +105,7 @@ bool isLong(const Listing& listing) {
 // A text that grows is copied each time that it has no room; room that is not used takes no memory.
 void makeRoom(std::string& text, const Listing& listing) {
   constexpr std::size_t aroundAll = 512;
-  text.reserve(std::min(2 * listing.expectedSize, maxAnswer) + aroundAll);
+  text.reserve(2 * listing.expectedSize + aroundAll);
 }
 
 }  // namespace
