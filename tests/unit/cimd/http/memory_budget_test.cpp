@@ -40,6 +40,12 @@ TEST_F(MemoryBudgetTest, AnAccountThatWouldHaveTheMostTakesNothingOfOthers) {
   EXPECT_EQ(ended_, "b1 ");
 }
 
+TEST_F(MemoryBudgetTest, AShareLargerThanTheWholeBudgetIsRefusedAtOnce) {
+  EXPECT_TRUE(share(1, "a1").resize(50));
+  EXPECT_FALSE(share(1, "a2").resize(101));
+  EXPECT_EQ(ended_, "");
+}
+
 TEST_F(MemoryBudgetTest, SmallSharesTakeNothing) {
   for (int i = 0; i < 100; ++i) {
     EXPECT_TRUE(share(1, "a").resize(10));
