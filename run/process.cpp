@@ -198,7 +198,6 @@ Ended runProgram(const Command& command) {
     become(command, program.c_str(), wordPointers.data(), variablePointers.data(), input.reading(),
            output.writing(), errors.writing(), failed.writing());
   }
-  setpgid(process, process);
   output.closeWriting();
   errors.closeWriting();
   failed.closeWriting();

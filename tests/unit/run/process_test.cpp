@@ -1,15 +1,23 @@
 // Other programs: their output, their end and their limits.
 #include "process.h"
 
+#include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): <csignal> has no sigprocmask
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <system_error>
 
 #include "outcome.h"
 
 using namespace run;
+using ::testing::HasSubstr;
 
 namespace {
 
@@ -17,6 +25,36 @@ Ended runShell(const std::string& text, std::chrono::milliseconds limit = std::c
   return runProgram(
       {.words = {"sh", "-c", text}, .directory = "/", .programs = "", .limit = limit});
 }
+
+// A pipe of which programs inherit one end.
+class Lifeline {
+ public:
+  Lifeline() {
+    if (pipe2(ends_.data(), O_CLOEXEC) != 0) {
+      throw std::system_error(errno, std::generic_category(), "pipe");
+    }
+  }
+  ~Lifeline() {
+    close(ends_[0]);
+    close(ends_[1]);
+  }
+  Lifeline(const Lifeline&) = delete;
+  Lifeline& operator=(const Lifeline&) = delete;
+  Lifeline(Lifeline&&) = delete;
+  Lifeline& operator=(Lifeline&&) = delete;
+
+  int end() const { return ends_[1]; }
+  // Whether all programs that have it end before they would by themselves.
+  bool isReleased() {
+    close(ends_[1]);
+    ends_[1] = -1;
+    pollfd end{ends_[0], POLLIN, 0};
+    return poll(&end, 1, 15'000) == 1;
+  }
+
+ private:
+  std::array<int, 2> ends_{};
+};
 
 }  // namespace
 
@@ -40,11 +78,41 @@ TEST(Process, OutputIsBounded) {
 }
 
 TEST(Process, ProgramIsKilledWithItsChildrenWhenTheTimeIsUp) {
-  const auto begin = Clock::now();
-  const Ended ended = runShell("sleep 60 & echo begun; wait", std::chrono::milliseconds(300));
+  Lifeline lifeline;
+  const Ended ended = runProgram({.words = {"sh", "-c", "sleep 20 & echo begun; wait"},
+                                  .directory = "/",
+                                  .programs = "",
+                                  .limit = std::chrono::milliseconds(300),
+                                  .inherited = lifeline.end()});
   EXPECT_TRUE(ended.isTimeUp);
   EXPECT_EQ(ended.output, "begun\n");
-  EXPECT_LT(Clock::now() - begin, std::chrono::seconds(30));
+  EXPECT_TRUE(lifeline.isReleased());
+}
+
+TEST(Process, ProgramEndsSoonAfterItsLimitIfNobodyIsLeftToEndIt) {
+  Lifeline lifeline;
+  const pid_t runner = fork();
+  if (runner == 0) {
+    runProgram({.words = {"sh", "-c", "kill -KILL $PPID; exec sleep 20"},
+                .directory = "/",
+                .programs = "",
+                .limit = std::chrono::milliseconds(100),
+                .inherited = lifeline.end()});
+    _exit(0);
+  }
+  waitpid(runner, nullptr, 0);
+  EXPECT_TRUE(lifeline.isReleased());
+}
+
+TEST(Process, ProgramsAreFoundWithoutPath) {
+  const std::string before = std::getenv("PATH");
+  unsetenv("PATH");
+  const Ended ended = runProgram({.words = {"/usr/bin/env"},
+                                  .directory = "/",
+                                  .programs = "/own",
+                                  .limit = std::chrono::minutes(1)});
+  setenv("PATH", before.c_str(), 1);
+  EXPECT_THAT(ended.output, HasSubstr("PATH=/own:/usr/sbin:/usr/bin:/sbin:/bin\n"));
 }
 
 TEST(Process, SettingsAreNotInherited) {

@@ -74,6 +74,12 @@ TEST(Report, DifferenceIsToTheOutcome) {
   EXPECT_EQ(report.removed(), Items{fan});
 }
 
+TEST(Report, AtMostFiveEntriesAreNamed) {
+  EXPECT_EQ(listWords(Items(5, fan)), "A1 (FAN), A1 (FAN), A1 (FAN), A1 (FAN), A1 (FAN)");
+  EXPECT_EQ(listWords(Items(7, fan)),
+            "A1 (FAN), A1 (FAN), A1 (FAN), A1 (FAN), A1 (FAN) and 2 more");
+}
+
 TEST(Metrics, ValuesAreEscaped) {
   Report report;
   report.published = Items{{"FAN", "A\"1", "a\\b\nc", "KVAHalvoranFru1", "KVA", "1.0"}};
