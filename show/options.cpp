@@ -81,7 +81,7 @@ void checkValues(CLI::App& app) {
 // CLI11 names the unknown arguments, but not what is wrong with them, and of "-xj" only the "-x".
 std::string messageOf(const CLI::ParseError& error, const CLI::App& app, int argc,
                       const char* const* argv) {
-  const std::string words = error.what();
+  std::string words = error.what();
   if (words.find(": At Most 1 required") != std::string::npos) {
     return words.substr(0, words.find(':')) + " may be given only once";
   }
