@@ -139,9 +139,10 @@ $(block install.md look | grep morvik-show)" "$(block README.md install | sed 's
     command -v vsftpd >/dev/null || skip 'no vsftpd here'
     srv=$BATS_TEST_TMPDIR/srv
     block parts-server.md configuration | sed "s|/srv/ftp|$srv|" >vsftpd.conf
-    # Changed only to run in the foreground and in a room.
+    # Changed only to run in the foreground and in a room, and without what systemd makes for it at the start.
+    mkdir empty
     printf '%s\n' background=NO listen_address=127.0.0.1 isolate=NO isolate_network=NO \
-        xferlog_file="$PWD/vsftpd.log" >>vsftpd.conf
+        secure_chroot_dir="$PWD/empty" xferlog_file="$PWD/vsftpd.log" >>vsftpd.conf
     # The user ftp must have access.
     chmod a+x "$BATS_RUN_TMPDIR" "$BATS_TEST_TMPDIR"/{..,../..,.}
     setpriv --reuid=65534 --regid=65534 --clear-groups test -x "$BATS_TEST_TMPDIR" ||

@@ -223,7 +223,7 @@ startHttp() { # [OPTION...] as parts_http.py takes them
     }
     tried 'status 503' 3 3 'HTTP/1.0 503 Service Unavailable (3 tries)'
     tried 'status 403' 3 1 'HTTP/1.0 403 Forbidden'
-    tried 'cut 50' 3 3 'transfer closed'
+    tried 'cut 50' 3 3 'with 38 bytes'
     tried 'unsized 50' 4 1 'its last line has no newline'
     tried 'page' 4 1 'it is HTML'
     tried 'endless' 4 1 'has more than 1 MiB'
