@@ -150,7 +150,7 @@ const char* likelyCategory(const String& token) {
       return synonym.category;
     }
   }
-  // A third of the letters may differ, which no two categories are near enough for.
+  // A third of the letters may differ. Where two categories are that near, neither is nearer.
   const auto* near = std::find_if(
       categoryTable.begin(), categoryTable.end(),
       [&](const CategoryRow& row) { return distance(word, row.keyword) <= word.size() / 3; });

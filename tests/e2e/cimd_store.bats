@@ -42,7 +42,7 @@ database.close()' "$1" "${2-fru.db}"
     listIs 'F2=a & <b> F3=disk'
 }
 
-@test "they outlive a clean end, which leaves the store and its journal" {
+@test "creations, changes and deletions outlive a clean end, which leaves the store and its journal" {
     startWithStore
     change create F1 fan create F2 fan delete F1
     stopServers
