@@ -22,7 +22,7 @@ std::string wordsOf(const std::string& script,
   const fs::path program = directory / "script";
   std::ofstream(program) << "#!/bin/sh\n" << script << "\n";
   fs::permissions(program, fs::perms::owner_all);
-  const std::string words =
+  std::string words =
       runMorvik({.morvik = program, .directory = directory, .text = "a line\n"}, Deadline(limit));
   fs::remove_all(directory);
   return words;

@@ -52,6 +52,7 @@ Settings settingsFor(const std::vector<Variable>& variables,
   }
   options.insert(options.begin(), {"morvik-run", "--morvik", "/bin/true"});
   std::vector<const char*> words;
+  words.reserve(options.size());
   for (const std::string& option : options) {
     words.push_back(option.c_str());
   }
@@ -104,6 +105,7 @@ TEST(Settings, ValuesAreRead) {
 
 TEST(Settings, EmptyVariablesAreNotSet) {
   std::vector<Variable> variables;
+  variables.reserve(names.size());
   for (const Name& name : names) {
     variables.push_back({name.variable, ""});
   }
