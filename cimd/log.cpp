@@ -17,7 +17,7 @@ struct LevelTexts {
   const char* word;
 };
 
-constexpr std::array<LevelTexts, 4> texts{{
+constexpr std::array<LevelTexts, 4> levelTexts{{
     {"<3>", "error: "},
     {"<4>", "warning: "},
     {"<6>", ""},
@@ -39,14 +39,14 @@ Log::Log(LogLevel most) : most_(most), isForJournal_(isJournal(STDERR_FILENO)) {
 
 void Log::write(LogLevel level, std::string_view text) const {
   if (isOn(level)) {
-    const LevelTexts& chosen = texts.at(static_cast<std::size_t>(level));
+    const LevelTexts& chosen = levelTexts.at(static_cast<std::size_t>(level));
     writeLine((isForJournal_ ? chosen.priority : std::string("morvik-cimd: ")) + chosen.word, text);
   }
 }
 
 void Log::writeOfFile(LogLevel level, std::string_view text) const {
   if (isOn(level)) {
-    writeLine(isForJournal_ ? texts.at(static_cast<std::size_t>(level)).priority : "", text);
+    writeLine(isForJournal_ ? levelTexts.at(static_cast<std::size_t>(level)).priority : "", text);
   }
 }
 

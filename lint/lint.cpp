@@ -22,7 +22,7 @@ namespace lint {
 
 namespace {
 
-constexpr const char* description =
+constexpr const char* programDescription =
     "Checks FRU data files: finds the lines that no machine can publish, or that say\n"
     "something else than their author means. Needs no CIM server.";
 constexpr const char* footer =
@@ -38,7 +38,7 @@ struct Options {
 // wrong.
 std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv) {
   Options options;
-  CLI::App app{description, "morvik-lint"};
+  CLI::App app{programDescription, "morvik-lint"};
   app.footer(footer);
   app.set_version_flag("-V,--version", "morvik-lint " MORVIK_VERSION, "Print the version and exit");
   app.set_help_flag("-h,--help", "Print this help and exit");

@@ -18,7 +18,6 @@ namespace {
 constexpr Uint32 longestNumber = 64;
 
 constexpr char16_t noBreakSpace = 0xA0;
-constexpr char16_t byteOrderMark = 0xFEFF;
 constexpr const char* separated = "the fields are separated by one comma, without blanks";
 
 bool isBlank(char16_t unit) {
@@ -168,7 +167,7 @@ void checkNumber(const String& line, const EntryMarks& marks, LineFindings& find
   const auto before = line.view().substr(0, open);
   if (open > 0 && isAllBlank(before)) {
     findings.warning(0, "blanks", "blanks at the beginning of the line");
-  } else if (open > 0 && before != std::u16string_view(&byteOrderMark, 1)) {
+  } else if (open > 0 && before != u"\uFEFF") {
     findings.error(0, "text-before", "the text before the first quote is ignored");
   }
   const Uint32 close = line.find(open + 1, '"');

@@ -54,6 +54,8 @@ class Descriptor {
   int number_;
 };
 
+}  // namespace
+
 // A URL in parts.
 class Url {
  public:
@@ -80,6 +82,8 @@ class Url {
  private:
   std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> handle_;
 };
+
+namespace {
 
 [[noreturn]] void refuseSetting(const char* name, const std::string& value, const char* rule) {
   throw Failure(Status::badUse, std::string(name) + ": '" + harmless(value) + "' " + rule);

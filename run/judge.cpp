@@ -37,10 +37,6 @@ bool isMeantAsEntry(const show::Explanation& explanation) {
   return code != "comment" && code != "blank";
 }
 
-[[noreturn]] void refuse(const std::string& words) {
-  throw Failure(Status::refused, words);
-}
-
 }  // namespace
 
 Items ownItems(const std::vector<show::Entry>& entries) {

@@ -6,6 +6,10 @@
 
 namespace run {
 
+void refuse(const std::string& words) {
+  throw Failure(Status::refused, words);
+}
+
 std::string harmless(std::string_view text) {
   // Enough for every message of a well-meaning server.
   constexpr Pegasus::Uint32 most = 400;

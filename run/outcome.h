@@ -54,6 +54,9 @@ class Failure : public std::runtime_error {
   Status status_;
 };
 
+// For a data file that is not to be published. Throws Failure(refused).
+[[noreturn]] void refuse(const std::string& words);
+
 using Clock = std::chrono::steady_clock;
 
 // When something must be finished.

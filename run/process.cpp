@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::size_t mostOutput = 65536;
 
-[[noreturn]] void fail(const std::string& what, int error) {
+[[noreturn]] void throwSystemError(const std::string& what, int error) {
   throw std::system_error(error, std::generic_category(), what);
 }
 
@@ -32,7 +32,7 @@ class Pipe {
  public:
   Pipe() {
     if (pipe2(ends_.data(), O_CLOEXEC) != 0) {
-      fail("pipe", errno);
+      throwSystemError("pipe", errno);
     }
   }
   ~Pipe() {
@@ -170,7 +170,7 @@ int waitFor(pid_t process) {
   int status = 0;
   while (waitpid(process, &status, 0) < 0) {
     if (errno != EINTR) {
-      fail("waitpid", errno);
+      throwSystemError("waitpid", errno);
     }
   }
   return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
@@ -192,7 +192,7 @@ Ended runProgram(const Command& command) {
   const Deadline deadline(command.limit);
   const pid_t process = fork();
   if (process < 0) {
-    fail("fork", errno);
+    throwSystemError("fork", errno);
   }
   if (process == 0) {
     become(command, program.c_str(), wordPointers.data(), variablePointers.data(), input.reading(),
@@ -205,7 +205,7 @@ Ended runProgram(const Command& command) {
   // Waits for exec, which closes the other end.
   if (read(failed.reading(), &error, sizeof error) == static_cast<ssize_t>(sizeof error)) {
     waitFor(process);
-    fail("cannot start " + words[0], error);
+    throwSystemError("cannot start " + words[0], error);
   }
   Ended ended;
   ended.isTimeUp = !readAll(output, errors, deadline, ended);

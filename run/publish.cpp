@@ -135,9 +135,9 @@ std::size_t deleteByName(CIMClient& client) {
   return count;
 }
 
-std::string runMorvik(const Publication& publication, const Deadline& deadline) {
+std::string runMorvik(const MorvikRun& run, const Deadline& deadline) {
   namespace fs = std::filesystem;
-  const fs::path directory = publication.directory;
+  const fs::path directory = run.directory;
   // morvik runs the FTP client first. This one fetches nothing, so that the file there is taken.
   std::error_code error;
   fs::create_symlink("/bin/true", directory / "ftp", error);
@@ -145,13 +145,13 @@ std::string runMorvik(const Publication& publication, const Deadline& deadline) 
     throw Failure(Status::badUse,
                   "cannot make " + (directory / "ftp").string() + ": " + error.message());
   }
-  writeFile(directory / "fru.txt", publication.text);
+  writeFile(directory / "fru.txt", run.text);
   try {
-    const Ended ended = runProgram({.words = {publication.morvik, "-s", "127.0.0.1", "-d", "/"},
-                                    .directory = publication.directory,
-                                    .programs = publication.directory,
+    const Ended ended = runProgram({.words = {run.morvik, "-s", "127.0.0.1", "-d", "/"},
+                                    .directory = run.directory,
+                                    .programs = run.directory,
                                     .limit = deadline.left(),
-                                    .inherited = publication.lock});
+                                    .inherited = run.lock});
     std::string words;
     std::istringstream lines(ended.output + ended.errors);
     for (std::string line; std::getline(lines, line);) {

@@ -34,7 +34,8 @@ bool mustDeleteByName(Pegasus::CIMClient& client);
 // Deletes the entries of morvik, and returns how many. Throws what the client throws.
 std::size_t deleteByName(Pegasus::CIMClient& client);
 
-struct Publication {
+// One run of morvik.
+struct MorvikRun {
   // The program.
   std::string morvik;
   // Empty; morvik works there.
@@ -47,6 +48,6 @@ struct Publication {
 // Runs morvik. What it prints is returned: empty, or its messages, fit for people. Whether it has
 // published anything is for the caller to find out. Throws Failure(badUse) if morvik cannot be
 // started or its work directory cannot be used.
-std::string runMorvik(const Publication& publication, const Deadline& deadline);
+std::string runMorvik(const MorvikRun& run, const Deadline& deadline);
 
 }  // namespace run

@@ -26,10 +26,6 @@ namespace {
 constexpr std::chrono::seconds gpgvLimit{30};
 constexpr std::size_t sumDigits = 64;
 
-[[noreturn]] void refuse(const std::string& words) {
-  throw Failure(Status::refused, words);
-}
-
 std::vector<std::string> wordsIn(const std::string& line) {
   std::istringstream text(line);
   std::vector<std::string> words;
@@ -115,9 +111,9 @@ std::string sha256(const std::string& text) {
 }
 
 std::string keyringSum(const std::string& keyring, const std::string& setting) {
-  constexpr std::size_t mostBytes = 16777216;
+  constexpr std::size_t mostKeyringBytes = 16777216;
   try {
-    const std::string text = readWholeFile(keyring, mostBytes);
+    const std::string text = readWholeFile(keyring, mostKeyringBytes);
     if (text.starts_with("-----BEGIN")) {
       throw Failure(Status::badUse, setting + ": " + harmless(keyring) +
                                         " is armored; convert it with gpg --dearmor");

@@ -123,7 +123,7 @@ Parts readParts(const Node& node, Part (*readPart)(const Node&)) {
   return parts;
 }
 
-Machine readMachine(const Node& node, std::uint64_t format) {
+Machine toMachine(const Node& node, std::uint64_t format) {
   Machine machine;
   machine.model = node["model"].text();
   machine.hasSystem = machine.model.has_value();
@@ -178,7 +178,7 @@ Inventory parseInventory(std::string_view text) {
   inventory.version = utf8(document["version"]);
   inventory.lastGoodRun = utf8(document["lastGoodRun"]);
   if (!document["machine"].isNull()) {
-    inventory.machine = readMachine(document["machine"], format);
+    inventory.machine = toMachine(document["machine"], format);
   }
   if (!document["entries"].isNull()) {
     inventory.entries.emplace();

@@ -82,7 +82,7 @@ std::optional<Value> valueOf(const CIMInstance& instance, const char* property) 
   }
 }
 
-std::optional<String> textOf(const CIMInstance& instance, const char* property) {
+std::optional<String> filledTextOf(const CIMInstance& instance, const char* property) {
   auto text = valueOf<String>(instance, property);
   return text && text->size() > 0 ? text : std::nullopt;
 }
@@ -105,14 +105,14 @@ std::optional<String> memoryTypeOf(const CIMInstance& instance) {
 }
 
 void addMakers(const CIMInstance& instance, Part& part) {
-  part.manufacturer = textOf(instance, "Manufacturer");
-  part.partNumber = textOf(instance, "PartNumber");
-  part.serialNumber = textOf(instance, "SerialNumber");
+  part.manufacturer = filledTextOf(instance, "Manufacturer");
+  part.partNumber = filledTextOf(instance, "PartNumber");
+  part.serialNumber = filledTextOf(instance, "SerialNumber");
 }
 
 void describeProcessor(const CIMInstance& instance, Part& part) {
-  part.place = textOf(instance, "DeviceID");
-  part.type = textOf(instance, "Name");
+  part.place = filledTextOf(instance, "DeviceID");
+  part.type = filledTextOf(instance, "Name");
   part.amount = valueOf<Uint32>(instance, "CurrentClockSpeed");
   part.maxSpeed = valueOf<Uint32>(instance, "MaxClockSpeed");
   part.cores = valueOf<Uint16>(instance, "NumberOfEnabledCores");
@@ -120,9 +120,9 @@ void describeProcessor(const CIMInstance& instance, Part& part) {
 }
 
 void describeModule(const CIMInstance& instance, Part& part) {
-  part.place = textOf(instance, "Tag");
-  part.locator = textOf(instance, "ElementName");
-  part.bank = textOf(instance, "BankLabel");
+  part.place = filledTextOf(instance, "Tag");
+  part.locator = filledTextOf(instance, "ElementName");
+  part.bank = filledTextOf(instance, "BankLabel");
   part.type = memoryTypeOf(instance);
   part.amount = valueOf<Uint64>(instance, "Capacity");
   part.maxSpeed = valueOf<Uint32>(instance, "ConfiguredMemoryClockSpeed");
@@ -133,17 +133,16 @@ void describeModule(const CIMInstance& instance, Part& part) {
 }
 
 // Nothing if the server refuses: it has answered morvik's own request, which is what counts.
-Array<CIMInstance> readWhole(CIMClient& client, const char* className) {
-  constexpr bool deepInheritance = true;
-  constexpr bool localOnly = false;
+Array<CIMInstance> readInstances(CIMClient& client, const char* cls) {
   try {
-    return client.enumerateInstances(cimNamespace, className, deepInheritance, localOnly);
+    return client.enumerateInstances(cimNamespace, cls, /*deepInheritance=*/true,
+                                     /*localOnly=*/false);
   } catch (const CIMException&) {
     return {};
   }
 }
 
-void addDetails(CIMClient& client, const char* className, Parts& parts,
+void addDetails(CIMClient& client, const char* cls, Parts& parts,
                 void (*describe)(const CIMInstance&, Part&)) {
   if (parts.list.empty()) {
     return;
@@ -152,7 +151,7 @@ void addDetails(CIMClient& client, const char* className, Parts& parts,
   for (std::size_t i = 0; i < parts.list.size(); ++i) {
     positions.emplace(parts.list[i].path, i);
   }
-  const Array<CIMInstance> instances = readWhole(client, className);
+  const Array<CIMInstance> instances = readInstances(client, cls);
   for (Uint32 i = 0; i < instances.size(); ++i) {
     const String path = pathOf(instances[i]);
     const auto position = positions.find(path);
@@ -284,11 +283,11 @@ Machine readMachine(CIMClient& client) {
 
 void addDetails(CIMClient& client, Machine& machine) {
   if (machine.hasSystem) {
-    const Array<CIMInstance> systems = readWhole(client, "KVAXDT_ComputerSystemDetails");
+    const Array<CIMInstance> systems = readInstances(client, "KVAXDT_ComputerSystemDetails");
     if (systems.size() > 0) {
-      machine.hostName = textOf(systems[0], "name");
-      machine.serialNumber = textOf(systems[0], "serialNumber");
-      machine.manufacturer = textOf(systems[0], "manufacturer");
+      machine.hostName = filledTextOf(systems[0], "name");
+      machine.serialNumber = filledTextOf(systems[0], "serialNumber");
+      machine.manufacturer = filledTextOf(systems[0], "manufacturer");
     }
   }
   addDetails(client, "KVAXDT_Processor", machine.processors, describeProcessor);

@@ -12,7 +12,7 @@ namespace show {
 
 namespace {
 
-constexpr const char* description =
+constexpr const char* programDescription =
     "Lists the FRUs that morvik has published on a CIM server, shows the machine and\n"
     "its parts, finds the number for a part, explains which lines of a FRU data file\n"
     "would be published, and shows what has changed.";
@@ -121,7 +121,7 @@ void checkCategories(const Options& options) {
 
 std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv) {
   Options options;
-  CLI::App app{description, "morvik-show"};
+  CLI::App app{programDescription, "morvik-show"};
   app.footer(footer);
   app.set_version_flag("-V,--version", "morvik-show " MORVIK_VERSION, "Print the version and exit");
   app.set_help_flag("-h,--help", "Print this help and exit");

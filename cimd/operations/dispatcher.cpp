@@ -26,7 +26,7 @@ using Pegasus::xml::Request;
 constexpr std::array<std::string_view, 6> enumerateParameters{
     "ClassName",         "LocalOnly",          "DeepInheritance",
     "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"};
-constexpr std::array<std::string_view, 1> className{"ClassName"};
+constexpr std::array<std::string_view, 1> classNameParameter{"ClassName"};
 constexpr std::array<std::string_view, 2> enumerateClassNamesParameters{"ClassName",
                                                                         "DeepInheritance"};
 constexpr std::array<std::string_view, 5> enumerateClassesParameters{
@@ -61,7 +61,7 @@ Result as(NameSpace& nameSpace, const Request& request) {
 
 constexpr std::array<Operation, 13> operations{{
     {"EnumerateInstances", Effect::reads, enumerateParameters, as<enumerateInstances>},
-    {"EnumerateInstanceNames", Effect::reads, className, as<enumerateInstanceNames>},
+    {"EnumerateInstanceNames", Effect::reads, classNameParameter, as<enumerateInstanceNames>},
     {"GetInstance", Effect::reads, getInstanceParameters, as<getInstance>},
     {"GetProperty", Effect::reads, getPropertyParameters, as<getProperty>},
     {"SetProperty", Effect::changes, setPropertyParameters, as<setProperty>},

@@ -66,20 +66,20 @@ std::uint64_t variable(string_view bytes, std::size_t& position) {
 }
 
 // A column of a record. What is not a text or an integer is neither.
-struct Column {
+struct ColumnValue {
   std::optional<std::string> text;
   std::optional<std::int64_t> integer;
 };
 
-std::vector<Column> readRecord(string_view record) {
+std::vector<ColumnValue> readRecord(string_view record) {
   std::size_t type = 0;
   const std::size_t end = variable(record, type);
   std::size_t content = end;
-  std::vector<Column> columns;
+  std::vector<ColumnValue> columns;
   while (type < end) {
     const std::uint64_t code = variable(record, type);
     std::size_t size = 0;
-    Column column;
+    ColumnValue column;
     if (code >= 12) {
       size = (code - 12) / 2;
       static_cast<void>(bigEndian(record, content, 0));
@@ -295,7 +295,7 @@ class Salvage {
     const auto id = static_cast<std::int64_t>(variable(page, position));
     const bool isFree = free_.contains(number);
     try {
-      std::vector<Column> columns =
+      std::vector<ColumnValue> columns =
           readRecord(pages_.payload(page, position, size, false, chained_));
       if (columns.size() != 6) {
         return;  // of another table
@@ -321,7 +321,8 @@ class Salvage {
 
   void readName(string_view page, std::size_t position) {
     const std::uint64_t size = variable(page, position);
-    std::vector<Column> columns = readRecord(pages_.payload(page, position, size, true, chained_));
+    std::vector<ColumnValue> columns =
+        readRecord(pages_.payload(page, position, size, true, chained_));
     if (columns.size() != 3 || !columns[0].text || !columns[1].text || !columns[2].integer) {
       throw Unreadable();
     }
@@ -340,12 +341,6 @@ class Salvage {
 };
 
 // --- files
-
-fs::path besides(const fs::path& file, const char* suffix) {
-  fs::path name = file;
-  name += suffix;
-  return name;
-}
 
 void writeNew(const fs::path& file, string_view bytes) {
   const int descriptor = open(file.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600);

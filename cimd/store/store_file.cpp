@@ -42,7 +42,7 @@ constexpr const char* tableText =
     "UNIQUE (namespace, key))";
 // What could not be read and stood in the way of a new instance of the same name. Nothing reads it
 // but people.
-constexpr const char* setAsideText =
+constexpr const char* setAsideTableText =
     "CREATE TABLE set_aside ("
     "id INTEGER PRIMARY KEY, "
     "at TEXT NOT NULL, "
@@ -81,12 +81,6 @@ fs::path locate(const fs::path& file) {
     throw StoreError(file, "has a second name (a hard link)");
   }
   return real;
-}
-
-fs::path besides(const fs::path& real, const char* suffix) {
-  fs::path name = real;
-  name += suffix;
-  return name;
 }
 
 std::uint32_t bigEndian(std::string_view bytes, std::size_t position) {
@@ -201,7 +195,7 @@ bool isEmptyDatabase(Connection& database) {
 
 void initialize(Connection& database) {
   database.execute(tableText);
-  database.execute(setAsideText);
+  database.execute(setAsideTableText);
   database.execute(("PRAGMA application_id = " + std::to_string(applicationId)).c_str());
   database.execute(("PRAGMA user_version = " + std::to_string(formatVersion)).c_str());
 }
@@ -227,7 +221,7 @@ void checkTables(Connection& database) {
   constexpr const char* tableQuery = "SELECT sql FROM sqlite_schema WHERE name = 'instance'";
   constexpr const char* setAsideQuery = "SELECT sql FROM sqlite_schema WHERE name = 'set_aside'";
   // The third is the index that stands for the table's UNIQUE.
-  if (database.text(tableQuery) != tableText || database.text(setAsideQuery) != setAsideText ||
+  if (database.text(tableQuery) != tableText || database.text(setAsideQuery) != setAsideTableText ||
       database.integer("SELECT count(*) FROM sqlite_schema") != 3) {
     throw sqlite::Error("damaged: the tables are not those of format " +
                         std::to_string(formatVersion));
@@ -314,6 +308,12 @@ void reserveJournal(const fs::path& journal) {
 }
 
 }  // namespace
+
+fs::path besides(const fs::path& file, const char* suffix) {
+  fs::path name = file;
+  name += suffix;
+  return name;
+}
 
 StoreError::StoreError(const fs::path& file, const std::string& cause)
     : std::runtime_error(file.string() + ": " + cause +

@@ -35,6 +35,9 @@ class StoreError : public std::runtime_error {
 std::int64_t rowChecksum(std::string_view nameSpace, std::string_view key,
                          std::string_view className, std::string_view instanceXml);
 
+// The file with the suffix after its name, such as the journal of a store.
+std::filesystem::path besides(const std::filesystem::path& file, const char* suffix);
+
 class StoreFile {
  public:
   // Opens the file for this process alone, until this object is destroyed. Every committed

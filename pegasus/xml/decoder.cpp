@@ -12,10 +12,6 @@ namespace Pegasus::xml {
 
 namespace {
 
-[[noreturn]] void refuse(const std::string& what) {
-  throw XmlValidationError(what);
-}
-
 [[noreturn]] void refuseChild(Element parent, Element child) {
   refuse(excerpt(child.name()) + " inside " + excerpt(parent.name()));
 }

@@ -13,10 +13,6 @@ namespace {
 // DSP0200 operations have nine parameters at most.
 constexpr std::size_t maxParameters = 64;
 
-[[noreturn]] void refuse(const std::string& what) {
-  throw XmlValidationError(what);
-}
-
 void requireParameter(Element element, std::string_view name, std::string_view parameter) {
   if (element.name() != name) {
     refuse("parameter " + excerpt(parameter) + ": " + std::string(name) + " expected");

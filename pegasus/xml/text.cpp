@@ -130,4 +130,8 @@ std::string excerpt(std::string_view text) {
   return std::string(text.substr(0, end)) + "...";
 }
 
+void refuse(const std::string& what) {
+  throw XmlValidationError(what);
+}
+
 }  // namespace Pegasus::xml

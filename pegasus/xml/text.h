@@ -36,4 +36,7 @@ void appendKeyText(std::string& out, const String& text);
 // The beginning of a UTF-8 text from outside, for a message.
 std::string excerpt(std::string_view text);
 
+// Throws XmlValidationError.
+[[noreturn]] void refuse(const std::string& what);
+
 }  // namespace Pegasus::xml

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "scripted_server.h"
+
 // A recorded answer of tests/data/traffic ("07-get-property"), with "@ID@" in place of the message
 // ID. Both have four bytes, as have the message IDs of a client that is asked less than 9000 times.
 std::string recordedAnswer(const std::string& name);
@@ -23,6 +25,11 @@ std::string propertyBody(const std::string& value);
 inline std::string propertyAnswer(const std::string& value) {
   return httpAnswer(propertyBody(value));
 }
+// Gives this answer, and nothing after it.
+inline const ScriptedServer::Script answerOnce = [](Peer& peer) {
+  peer.answer(propertyAnswer("x"));
+  peer.awaitClose();
+};
 // From the bytes of a body: chunks of at most `size` bytes, then the trailer lines.
 std::string chunked(const std::string& body, std::size_t size, const std::string& trailers = "");
 

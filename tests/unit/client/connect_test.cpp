@@ -3,8 +3,8 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <linux/tcp.h>
 #include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,11 +19,6 @@
 
 namespace Pegasus {
 namespace {
-
-const ScriptedServer::Script answerOnce = [](Peer& peer) {
-  peer.answer(propertyAnswer("x"));
-  peer.awaitClose();
-};
 
 // The message for an address; empty if connect() does not throw.
 std::string refusalOf(const std::string& address) {

@@ -16,7 +16,7 @@ using testing::HasSubstr;
 
 const std::string statusOk = "HTTP/1.1 200 OK\r\n";
 const std::string methodResponse = "CIMOperation: MethodResponse\r\n";
-const std::string begin = statusOk + methodResponse;
+const std::string head = statusOk + methodResponse;
 
 TEST(HttpRequest, HasTheHeaderThatServersExpect) {
   EXPECT_EQ(makeHttpRequest("[::1]:5988", "GetProperty", "root/\xc3\xa9 1", "<CIM/>"),
@@ -39,7 +39,7 @@ void feed(HttpAnswer& answer, std::string_view bytes) {
 }
 
 // The body of an answer that comes in these pieces, after which the connection ends.
-std::string bodyOf(const std::vector<std::string_view>& pieces) {
+std::string decode(const std::vector<std::string_view>& pieces) {
   HttpAnswer answer;
   for (const std::string_view piece : pieces) {
     feed(answer, piece);
@@ -51,15 +51,15 @@ std::string bodyOf(const std::vector<std::string_view>& pieces) {
   return answer.takeBody();
 }
 
-std::string bodyOf(const std::string& bytes) {
-  return bodyOf(std::vector<std::string_view>{bytes});
+std::string decode(const std::string& bytes) {
+  return decode(std::vector<std::string_view>{bytes});
 }
 
 // The exception that the answer leads to, which must be of this type.
 template <typename Expected>
 Expected failureOf(const std::string& bytes) {
   try {
-    ADD_FAILURE() << "accepted as an answer: " << bodyOf(bytes);
+    ADD_FAILURE() << "accepted as an answer: " << decode(bytes);
   } catch (const Expected& failure) {
     return failure;
   }
@@ -73,14 +73,14 @@ std::string malformed(const std::string& bytes) {
 // The body, or the text of the exception.
 std::string outcome(const std::vector<std::string_view>& pieces) {
   try {
-    return bodyOf(pieces);
+    return decode(pieces);
   } catch (const Exception& failure) {
     return "exception: " + failure.getMessage().toUtf8();
   }
 }
 
 std::string chunkedAnswer(const std::string& body, const std::string& trailers = "") {
-  return begin + "Transfer-Encoding: chunked\r\n\r\n" + chunked(body, 7, trailers);
+  return head + "Transfer-Encoding: chunked\r\n\r\n" + chunked(body, 7, trailers);
 }
 
 TEST(HttpAnswer, HeadersMayBeSpelledInManyWays) {
@@ -94,22 +94,22 @@ TEST(HttpAnswer, HeadersMayBeSpelledInManyWays) {
       methodResponse + "WBEMServerResponseTime: 1\r\nCIMStatusCode: 0\r\n" + length,
       methodResponse + "Content-Encoding: identity\r\n" + length};
   for (const std::string& answer : answers) {
-    EXPECT_EQ(bodyOf(statusOk + answer), "<x>") << answer;
+    EXPECT_EQ(decode(statusOk + answer), "<x>") << answer;
   }
 }
 
 TEST(HttpAnswer, BodyIsKeptExactlyHoweverItIsFramed) {
   const std::string text = "  caf\xc3\xa9\r\n  ";
-  EXPECT_EQ(bodyOf(httpAnswer(text)), text);
-  EXPECT_EQ(bodyOf(chunkedAnswer(text)), text);
-  EXPECT_EQ(bodyOf(chunkedAnswer(text, "CIMStatusCode: 0\r\n")), text);
-  EXPECT_EQ(bodyOf("HTTP/1.0 200 OK\r\n" + methodResponse + "\r\n" + text), text);
+  EXPECT_EQ(decode(httpAnswer(text)), text);
+  EXPECT_EQ(decode(chunkedAnswer(text)), text);
+  EXPECT_EQ(decode(chunkedAnswer(text, "CIMStatusCode: 0\r\n")), text);
+  EXPECT_EQ(decode("HTTP/1.0 200 OK\r\n" + methodResponse + "\r\n" + text), text);
 }
 
 TEST(HttpAnswer, InterimAnswersAreSkipped) {
   const std::string interim =
       "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 103 Early Hints\r\nA: b\r\n\r\n";
-  EXPECT_EQ(bodyOf(interim + httpAnswer("x")), "x");
+  EXPECT_EQ(decode(interim + httpAnswer("x")), "x");
   EXPECT_THAT(malformed(interim), HasSubstr("ended before"));
 }
 
@@ -181,11 +181,11 @@ TEST(HttpAnswer, HeaderAndTrailerAreLimited) {
     manyFields += "X-Field-" + std::to_string(i) + ": 0123456789\r\n";
     manyInterims += "HTTP/1.1 100 Continue\r\n\r\n";
   }
-  const std::string chunks = begin + "Transfer-Encoding: chunked\r\n\r\n";
+  const std::string chunks = head + "Transfer-Encoding: chunked\r\n\r\n";
   const std::string lastChunk = chunks + "0\r\n";
   for (const std::string& answer :
-       {begin + "X: " + std::string(70'000, 'x') + "\r\n\r\n", begin + manyFields + "\r\n",
-        begin + manyFields, "HTTP/1.1 200 " + std::string(70'000, 'x') + "\r\n\r\n", manyInterims,
+       {head + "X: " + std::string(70'000, 'x') + "\r\n\r\n", head + manyFields + "\r\n",
+        head + manyFields, "HTTP/1.1 200 " + std::string(70'000, 'x') + "\r\n\r\n", manyInterims,
         chunks + "1;" + std::string(200'000, 'x'),
         lastChunk + "X: " + std::string(200'000, 'x') + "\r\n\r\n", lastChunk + manyFields}) {
     EXPECT_THAT(malformed(answer), HasSubstr("64 KiB")) << answer.substr(0, 100);
@@ -193,16 +193,16 @@ TEST(HttpAnswer, HeaderAndTrailerAreLimited) {
 }
 
 TEST(HttpAnswer, FieldMayBeAsLongAsTheHeader) {
-  const std::string fieldBegin = begin + "X: ";
+  const std::string fieldBegin = head + "X: ";
   const std::string end = "\r\nContent-Length: 2\r\n\r\nok";
   const std::size_t room = HttpAnswer::maxHeaderSize - fieldBegin.size() - end.size() + 2;
-  EXPECT_EQ(bodyOf(fieldBegin + std::string(room, 'x') + end), "ok");
+  EXPECT_EQ(decode(fieldBegin + std::string(room, 'x') + end), "ok");
   EXPECT_THAT(malformed(fieldBegin + std::string(room + 1, 'x') + end), HasSubstr("64 KiB"));
 }
 
 // The HTTP library throws std::length_error for it.
 TEST(HttpAnswer, TrailerTooLongForTheLibraryIsAnException) {
-  const std::string lastChunk = begin + "Transfer-Encoding: chunked\r\n\r\n0\r\n";
+  const std::string lastChunk = head + "Transfer-Encoding: chunked\r\n\r\n0\r\n";
   const std::string trailer = "X: " + std::string(65'534, 'x') + "\r\n\r\n";
   const std::string_view all = trailer;
   EXPECT_THAT(outcome({lastChunk, all.substr(0, 60'000), all.substr(60'000)}), HasSubstr("64 KiB"));
@@ -210,10 +210,10 @@ TEST(HttpAnswer, TrailerTooLongForTheLibraryIsAnException) {
 
 TEST(HttpAnswer, AnnouncedBodyIsLimitedBeforeItIsRead) {
   for (const std::string& answer :
-       {begin + "Content-Length: 67108865\r\n\r\nx",
-        begin + "Content-Length: 18446744073709551615\r\n\r\nx",
-        begin + "Transfer-Encoding: chunked\r\n\r\n4000001\r\nx",
-        begin + "Transfer-Encoding: chunked\r\n\r\n1\r\nx\r\n4000000\r\nx"}) {
+       {head + "Content-Length: 67108865\r\n\r\nx",
+        head + "Content-Length: 18446744073709551615\r\n\r\nx",
+        head + "Transfer-Encoding: chunked\r\n\r\n4000001\r\nx",
+        head + "Transfer-Encoding: chunked\r\n\r\n1\r\nx\r\n4000000\r\nx"}) {
     EXPECT_THAT(malformed(answer), HasSubstr("64 MiB")) << answer;
   }
 }
@@ -221,9 +221,9 @@ TEST(HttpAnswer, AnnouncedBodyIsLimitedBeforeItIsRead) {
 TEST(HttpAnswer, BodyMayBeAsLargeAsTheLimit) {
   const std::string body(HttpAnswer::maxBodySize, 'x');
   const std::string length = "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n";
-  EXPECT_EQ(outcome({begin, length, body}).size(), body.size());
-  EXPECT_EQ(outcome({begin, "\r\n", body}).size(), body.size());
-  EXPECT_THAT(outcome({begin, "\r\n", body, "x"}), HasSubstr("64 MiB"));
+  EXPECT_EQ(outcome({head, length, body}).size(), body.size());
+  EXPECT_EQ(outcome({head, "\r\n", body}).size(), body.size());
+  EXPECT_THAT(outcome({head, "\r\n", body, "x"}), HasSubstr("64 MiB"));
 }
 
 TEST(HttpAnswer, AnnouncedLengthCostsNoMemory) {
@@ -242,7 +242,7 @@ TEST(HttpAnswer, MustBeAMethodResponse) {
 
 TEST(HttpAnswer, MustBePlainXml) {
   const auto malformedWith = [](const char* field, const std::string& value) {
-    return malformed(begin + field + ": " + value + "\r\nContent-Length: 0\r\n\r\n");
+    return malformed(head + field + ": " + value + "\r\nContent-Length: 0\r\n\r\n");
   };
   for (const char* type : {"text/html", "application/json; charset=utf-8", "xml"}) {
     EXPECT_THAT(malformedWith("Content-Type", type),

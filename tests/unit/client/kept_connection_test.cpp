@@ -16,11 +16,6 @@
 namespace Pegasus {
 namespace {
 
-const ScriptedServer::Script answerOnce = [](Peer& peer) {
-  peer.answer(propertyAnswer("x"));
-  peer.awaitClose();
-};
-
 class KeptConnection : public testing::Test {
  protected:
   // A client that is connected to a server with these scripts.

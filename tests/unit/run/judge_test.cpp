@@ -7,7 +7,7 @@ using namespace run;
 
 namespace {
 
-Item fan(const std::string& number, const std::string& description = "Fan") {
+Item fanOf(const std::string& number, const std::string& description = "Fan") {
   return {"FAN", number, description, "KVAHalvoranFru1", "KVA", "1.0"};
 }
 
@@ -95,11 +95,11 @@ TEST(Judge, ReasonWhyNothingWouldBePublishedIsShown) {
 }
 
 TEST(Judge, EqualItemsAreCounted) {
-  const Items two = {fan("A1"), fan("A1")};
-  const Items one = {fan("A1")};
+  const Items two = {fanOf("A1"), fanOf("A1")};
+  const Items one = {fanOf("A1")};
   EXPECT_EQ(missingFrom(one, two), one);
   EXPECT_EQ(missingFrom(two, one), Items());
-  EXPECT_EQ(missingFrom({fan("A1", "Old")}, one), one);
+  EXPECT_EQ(missingFrom({fanOf("A1", "Old")}, one), one);
 }
 
 TEST(Judge, OnlyOwnEntriesCount) {

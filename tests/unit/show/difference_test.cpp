@@ -10,8 +10,8 @@ using testing::IsEmpty;
 namespace show {
 namespace {
 
-Entry entry(const char* category, const char* number, const char* description,
-            const char* identifyingNumber = "KVAHalvoranFru1") {
+Entry entryOf(const char* category, const char* number, const char* description,
+              const char* identifyingNumber = "KVAHalvoranFru1") {
   Entry entry;
   entry.category = category;
   entry.fruNumber = number;
@@ -47,18 +47,18 @@ std::vector<std::string> compare(std::vector<Entry> before, std::vector<Entry> a
 }
 
 TEST(Difference, EntriesAreAddedRemovedAndChanged) {
-  EXPECT_THAT(compare({entry("FAN", "1", "a"), entry("FAN", "2", "b")},
-                      {entry("FAN", "2", "c"), entry("PLANAR", "1", "d")}),
+  EXPECT_THAT(compare({entryOf("FAN", "1", "a"), entryOf("FAN", "2", "b")},
+                      {entryOf("FAN", "2", "c"), entryOf("PLANAR", "1", "d")}),
               ElementsAre("removed FAN 1 : a -> -", "changed FAN 2 description: b -> c",
                           "added PLANAR 1 : - -> d"));
-  EXPECT_THAT(compare({entry("FAN", "1", "a")}, {entry("FAN", "1", "a")}), IsEmpty());
+  EXPECT_THAT(compare({entryOf("FAN", "1", "a")}, {entryOf("FAN", "1", "a")}), IsEmpty());
 }
 
 TEST(Difference, IdentifyingNumbersOfMorvikOnlyCountTheEntries) {
-  EXPECT_THAT(compare({entry("FAN", "1", "a", "KVAHalvoranFru2")},
-                      {entry("FAN", "1", "a", "KVAHalvoranFru1")}),
+  EXPECT_THAT(compare({entryOf("FAN", "1", "a", "KVAHalvoranFru2")},
+                      {entryOf("FAN", "1", "a", "KVAHalvoranFru1")}),
               IsEmpty());
-  Entry before = entry("FAN", "1", "a", "X1");
+  Entry before = entryOf("FAN", "1", "a", "X1");
   before.isOurs = false;
   Entry after = before;
   after.identifyingNumber = "X2";
@@ -70,15 +70,17 @@ TEST(Difference, IdentifyingNumbersOfMorvikOnlyCountTheEntries) {
 }
 
 TEST(Difference, DifferencesAreInTheOrderOfTheInventories) {
-  EXPECT_THAT(compare({entry("FAN", "2", "b"), entry("FAN", "10", "b")},
-                      {entry("FAN", "9", "a"), entry("FAN", "10", "a"), entry("FAN", "2", "a")}),
-              ElementsAre("changed FAN 2 description: b -> a", "changed FAN 10 description: b -> a",
-                          "added FAN 9 : - -> a"));
+  EXPECT_THAT(
+      compare({entryOf("FAN", "2", "b"), entryOf("FAN", "10", "b")},
+              {entryOf("FAN", "9", "a"), entryOf("FAN", "10", "a"), entryOf("FAN", "2", "a")}),
+      ElementsAre("changed FAN 2 description: b -> a", "changed FAN 10 description: b -> a",
+                  "added FAN 9 : - -> a"));
 }
 
 TEST(Difference, EqualNumbersAreComparedOneByOne) {
-  EXPECT_THAT(compare({entry("FAN", "1", "a"), entry("FAN", "1", "b")}, {entry("FAN", "1", "a")}),
-              ElementsAre("removed FAN 1 : b -> -"));
+  EXPECT_THAT(
+      compare({entryOf("FAN", "1", "a"), entryOf("FAN", "1", "b")}, {entryOf("FAN", "1", "a")}),
+      ElementsAre("removed FAN 1 : b -> -"));
 }
 
 Inventory machineWith(std::vector<Part> modules, int format = 2) {

@@ -45,8 +45,9 @@ void expectRefused(Decode decode, const std::vector<std::string>& all) {
   }
 }
 
-const std::string name = "<INSTANCENAME CLASSNAME='A'/>";
-const std::string nameSpace = "<LOCALNAMESPACEPATH><NAMESPACE NAME='root'/></LOCALNAMESPACEPATH>";
+const std::string instanceNameElement = "<INSTANCENAME CLASSNAME='A'/>";
+const std::string nameSpaceElement =
+    "<LOCALNAMESPACEPATH><NAMESPACE NAME='root'/></LOCALNAMESPACEPATH>";
 
 TEST(DecodeProperty, TextIsExact) {
   for (const auto& [content, text] : std::vector<std::pair<std::string, const char*>>{
@@ -181,7 +182,7 @@ TEST(DecodeUntypedValue, EachKindOfValue) {
   EXPECT_EQ(untyped("<VALUE.ARRAY><VALUE>a</VALUE>\n<VALUE.NULL/><VALUE/></VALUE.ARRAY>"),
             withNullElement(Array<String>{"a", "", ""}, 1));
   const CIMObjectPath path("", "", "A");
-  const std::string reference = "<VALUE.REFERENCE>" + name + "</VALUE.REFERENCE>";
+  const std::string reference = "<VALUE.REFERENCE>" + instanceNameElement + "</VALUE.REFERENCE>";
   EXPECT_EQ(untyped(reference), CIMValue(path));
   EXPECT_EQ(untyped("<VALUE.REFARRAY>" + reference + "</VALUE.REFARRAY>"),
             CIMValue(Array<CIMObjectPath>{path}));
@@ -231,14 +232,15 @@ TEST(DecodeObjectPath, SingleKeyMayHaveNoName) {
   const CIMKeyBinding text = pathOf("<KEYVALUE>x</KEYVALUE>").getKeyBindings()[0];
   EXPECT_EQ(text.getName(), "");
   EXPECT_EQ(text.getValue(), "x");
-  const CIMObjectPath reference = pathOf("<VALUE.REFERENCE>" + name + "</VALUE.REFERENCE>");
+  const CIMObjectPath reference =
+      pathOf("<VALUE.REFERENCE>" + instanceNameElement + "</VALUE.REFERENCE>");
   EXPECT_EQ(reference.getKeyBindings()[0].getReference().getClassName(), "A");
   EXPECT_EQ(pathOf("\n").getKeyBindings().size(), 0U) << "none is needed";
 }
 
 TEST(DecodeObjectPath, KeyMayBeAPath) {
   const CIMObjectPath path =
-      pathOf("<KEYBINDING NAME='r'><VALUE.REFERENCE>\n<LOCALINSTANCEPATH>" + nameSpace +
+      pathOf("<KEYBINDING NAME='r'><VALUE.REFERENCE>\n<LOCALINSTANCEPATH>" + nameSpaceElement +
              "<INSTANCENAME CLASSNAME='B'><KEYVALUE VALUETYPE='numeric'>1</KEYVALUE></INSTANCENAME>"
              "</LOCALINSTANCEPATH>\n</VALUE.REFERENCE></KEYBINDING>");
   EXPECT_EQ(path.toString(), "A.r=\"root:B.1\"");
@@ -251,10 +253,10 @@ TEST(DecodeObjectPath, InvalidNamesAreRefused) {
     return "<KEYBINDING NAME='k'>" + content + "</KEYBINDING>";
   };
   EXPECT_NO_THROW(pathOf(key("<KEYVALUE/>")));
-  EXPECT_NO_THROW(pathOf(key("<VALUE.REFERENCE>" + name + "</VALUE.REFERENCE>")));
+  EXPECT_NO_THROW(pathOf(key("<VALUE.REFERENCE>" + instanceNameElement + "</VALUE.REFERENCE>")));
   expectRefused(pathOf, {"x", key(""), "<KEYBINDING><KEYVALUE/></KEYBINDING>",
                          key("<KEYVALUE/><KEYVALUE/>"), key("<KEYVALUE VALUETYPE='real'/>"),
-                         key("text<KEYVALUE/>"), key("<OTHER>" + name + "</OTHER>"),
+                         key("text<KEYVALUE/>"), key("<OTHER>" + instanceNameElement + "</OTHER>"),
                          "<KEYVALUE/><KEYVALUE/>", "<KEYVALUE/>" + key("<KEYVALUE/>"),
                          key("<KEYVALUE/>") + "<OTHER NAME='j'><KEYVALUE/></OTHER>",
                          key("<KEYVALUE/>") + "<KEYBINDING NAME='K'><KEYVALUE/></KEYBINDING>",
@@ -265,8 +267,10 @@ TEST(DecodeObjectPath, InvalidPathsAreRefused) {
   const auto local = [](const std::string& content) {
     return objectPath("<LOCALINSTANCEPATH>" + content + "</LOCALINSTANCEPATH>");
   };
-  EXPECT_NO_THROW(local(nameSpace + name));
-  expectRefused(local, {"", name, nameSpace, "text" + nameSpace + name, nameSpace + name + name});
+  EXPECT_NO_THROW(local(nameSpaceElement + instanceNameElement));
+  expectRefused(local, {"", instanceNameElement, nameSpaceElement,
+                        "text" + nameSpaceElement + instanceNameElement,
+                        nameSpaceElement + instanceNameElement + instanceNameElement});
   const auto full = [](const std::string& content) {
     return objectPath("<INSTANCEPATH>" + content + "</INSTANCEPATH>");
   };
@@ -274,11 +278,13 @@ TEST(DecodeObjectPath, InvalidPathsAreRefused) {
     return "<NAMESPACEPATH>" + content + "</NAMESPACEPATH>";
   };
   const std::string host = "<HOST>h</HOST>";
-  EXPECT_NO_THROW(full(onHost(host + nameSpace) + name));
-  expectRefused(full,
-                {nameSpace + name, onHost(nameSpace) + name, onHost(host + nameSpace),
-                 onHost(host + nameSpace) + name + name, onHost("text" + host + nameSpace) + name,
-                 onHost(host + nameSpace + nameSpace) + name});
+  EXPECT_NO_THROW(full(onHost(host + nameSpaceElement) + instanceNameElement));
+  expectRefused(
+      full, {nameSpaceElement + instanceNameElement, onHost(nameSpaceElement) + instanceNameElement,
+             onHost(host + nameSpaceElement),
+             onHost(host + nameSpaceElement) + instanceNameElement + instanceNameElement,
+             onHost("text" + host + nameSpaceElement) + instanceNameElement,
+             onHost(host + nameSpaceElement + nameSpaceElement) + instanceNameElement});
 }
 
 TEST(DecodeArray, ReferencesAreInAnElementOfTheirOwn) {
@@ -313,9 +319,10 @@ TEST(DecodeInstance, PropertiesKeepTheirOrder) {
 }
 
 TEST(DecodeInstance, InvalidInstancesAreRefused) {
-  expectRefused(instance, {"<INSTANCE/>", name, "<INSTANCE CLASSNAME='A'>x</INSTANCE>",
-                           "<INSTANCE CLASSNAME='A'><VALUE/></INSTANCE>",
-                           "<INSTANCE CLASSNAME='A'><PROPERTY NAME='p'/></INSTANCE>"});
+  expectRefused(instance,
+                {"<INSTANCE/>", instanceNameElement, "<INSTANCE CLASSNAME='A'>x</INSTANCE>",
+                 "<INSTANCE CLASSNAME='A'><VALUE/></INSTANCE>",
+                 "<INSTANCE CLASSNAME='A'><PROPERTY NAME='p'/></INSTANCE>"});
 }
 
 // Letter case must not separate the two when the names are sorted.
@@ -351,8 +358,8 @@ TEST(DecodeNamedInstance, PathIsTheName) {
   EXPECT_EQ(both.getPath().toString(), "A.\"k\"");
   EXPECT_EQ(both.getPropertyCount(), 1U);
   const CIMInstance withPath =
-      named("<VALUE.INSTANCEWITHPATH><INSTANCEPATH><NAMESPACEPATH><HOST>h</HOST>" + nameSpace +
-            "</NAMESPACEPATH>" + name +
+      named("<VALUE.INSTANCEWITHPATH><INSTANCEPATH><NAMESPACEPATH><HOST>h</HOST>" +
+            nameSpaceElement + "</NAMESPACEPATH>" + instanceNameElement +
             "</INSTANCEPATH><INSTANCE CLASSNAME='A'/></VALUE.INSTANCEWITHPATH>");
   EXPECT_EQ(withPath.getPath().toString(), "//h/root:A");
 }
@@ -363,7 +370,8 @@ TEST(DecodeNamedInstance, OtherContentIsRefused) {
   };
   const std::string object = "<INSTANCE CLASSNAME='A'/>";
   expectRefused(namedWith,
-                {"", name, object, object + name, name + object + object, name + "x" + object});
+                {"", instanceNameElement, object, object + instanceNameElement,
+                 instanceNameElement + object + object, instanceNameElement + "x" + object});
   EXPECT_THROW(named("<VALUE.OBJECT>" + object + "</VALUE.OBJECT>"), XmlValidationError);
 }
 

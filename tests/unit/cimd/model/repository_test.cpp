@@ -16,7 +16,7 @@ using Pegasus::Uint32;
 using test::path;
 using test::statusOf;
 
-constexpr const char* schema = R"(
+constexpr const char* repositorySchema = R"(
   class Base { [Key] string Id; string Text = "none"; uint32 Number; };
   class Derived : Base { string Extra; string Text = "none"; };
   [Abstract] class Nothing { [Key] string Id; };
@@ -27,7 +27,7 @@ constexpr const char* schema = R"(
 
 class RepositoryTest : public testing::Test {
  protected:
-  RepositoryTest() { test::loadText(repository_, schema); }
+  RepositoryTest() { test::loadText(repository_, repositorySchema); }
 
   NameSpace& nameSpace() { return repository_.nameSpace(defaultNameSpace); }
   void create(const char* cls, const char* id) {

@@ -24,7 +24,7 @@ Token only(std::string_view text) {
   return all.empty() ? Token() : all.front();
 }
 
-std::string error(std::string_view text) {
+std::string lexerError(std::string_view text) {
   try {
     tokens(text);
   } catch (const MofError& mofError) {
@@ -82,10 +82,10 @@ TEST(MofLexer, RealsHaveAPointWithADigitAfterIt) {
 TEST(MofLexer, MalformedNumbersAreRefusedWhole) {
   for (const char* text : {"12abc", "08", "019", "102b", "0x", "0xG", "1.", "1.e5", ".", "-", "+",
                            "1e5", "1.2.3", "1.0e", "--1", "0x-1", "1.0e999", "b1b+"}) {
-    EXPECT_NE(error(text), "") << text;
+    EXPECT_NE(lexerError(text), "") << text;
   }
-  EXPECT_EQ(error("x = 12abc;"), "f:1:5: error: expected a number, found '12abc'");
-  EXPECT_EQ(error("18446744073709551616"),
+  EXPECT_EQ(lexerError("x = 12abc;"), "f:1:5: error: expected a number, found '12abc'");
+  EXPECT_EQ(lexerError("18446744073709551616"),
             "f:1:1: error: the number 18446744073709551616 is too large");
 }
 
@@ -109,15 +109,15 @@ TEST(MofLexer, VerbatimStringsHaveNoEscapes) {
 }
 
 TEST(MofLexer, MalformedStringsAreRefused) {
-  EXPECT_EQ(error("\"abc"), "f:1:5: error: expected \" before the end of the file");
-  EXPECT_EQ(error("\"abc\ndef\""), "f:1:5: error: expected \" before the end of the line");
-  EXPECT_EQ(error("\"a\\q\""), "f:1:3: error: unknown escape \\q");
-  EXPECT_EQ(error("\"a\\\n\""), "f:1:3: error: unknown escape \\");
-  EXPECT_EQ(error("\"\\xZ\""),
+  EXPECT_EQ(lexerError("\"abc"), "f:1:5: error: expected \" before the end of the file");
+  EXPECT_EQ(lexerError("\"abc\ndef\""), "f:1:5: error: expected \" before the end of the line");
+  EXPECT_EQ(lexerError("\"a\\q\""), "f:1:3: error: unknown escape \\q");
+  EXPECT_EQ(lexerError("\"a\\\n\""), "f:1:3: error: unknown escape \\");
+  EXPECT_EQ(lexerError("\"\\xZ\""),
             "f:1:2: error: expected one to four hexadecimal digits, not all zero, after \\x");
-  EXPECT_EQ(error("\"\\x0\""),
+  EXPECT_EQ(lexerError("\"\\x0\""),
             "f:1:2: error: expected one to four hexadecimal digits, not all zero, after \\x");
-  EXPECT_EQ(error(std::string_view("\"a\0b\"", 5)),
+  EXPECT_EQ(lexerError(std::string_view("\"a\0b\"", 5)),
             "f:1:3: error: unexpected control character 0x00");
 }
 
@@ -128,7 +128,7 @@ TEST(MofLexer, CharactersAreOneCodeUnit) {
   EXPECT_EQ(only("'\\x20AC'").string, String("\xE2\x82\xAC"));
   EXPECT_EQ(only("'\xC3\xA9'").string, String("\xC3\xA9"));
   for (const char* text : {"''", "'ab'", "'a", "'", "'\xF0\x9F\x98\x80'", "'\n'"}) {
-    EXPECT_NE(error(text), "") << text;
+    EXPECT_NE(lexerError(text), "") << text;
   }
 }
 
@@ -139,11 +139,11 @@ TEST(MofLexer, CommentsSeparateTokens) {
     names += token.text;
   }
   EXPECT_EQ(names, "abcd");
-  EXPECT_NE(error("a / b"), "");
+  EXPECT_NE(lexerError("a / b"), "");
 }
 
 TEST(MofLexer, UnclosedCommentIsRefusedWhereItBegins) {
-  EXPECT_EQ(error("a\n  /* x"), "f:2:3: error: expected '*/' after this, found end of file");
+  EXPECT_EQ(lexerError("a\n  /* x"), "f:2:3: error: expected '*/' after this, found end of file");
 }
 
 TEST(MofLexer, PositionsCountLinesAndCharacters) {
@@ -168,7 +168,7 @@ TEST(MofLexer, AliasesPragmasAndNamesAreTokens) {
                 .kind,
             TokenKind::identifier);
   for (const char* text : {"$", "$1", "#", "#define", "?", "\x01", "a.b"}) {
-    EXPECT_NE(error(text), "") << text;
+    EXPECT_NE(lexerError(text), "") << text;
   }
 }
 
@@ -176,7 +176,7 @@ TEST(MofLexer, AliasesPragmasAndNamesAreTokens) {
 TEST(MofLexer, NamesThatCannotBeSentAreRefused) {
   EXPECT_EQ(only("A\xEF\xBF\xBD").kind, TokenKind::identifier);
   for (const char* name : {"A\xEF\xBF\xBE", "\xEF\xBF\xBFz", "$A\xEF\xBF\xBE"}) {
-    EXPECT_NE(error(name).find("cannot be sent"), std::string::npos) << name;
+    EXPECT_NE(lexerError(name).find("cannot be sent"), std::string::npos) << name;
   }
 }
 

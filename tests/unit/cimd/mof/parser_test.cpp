@@ -22,7 +22,7 @@ T only(std::string_view text) {
   return std::get<T>(all.at(0));
 }
 
-std::string error(std::string_view text) {
+std::string parserError(std::string_view text) {
   try {
     parse(text);
   } catch (const MofError& mofError) {
@@ -181,7 +181,7 @@ TEST(MofParser, ErrorsNameThePositionAndWhatWasExpected) {
            {"#pragma include \"x\"", "f:1:17: error: expected '(', found a string"},
            {"#pragma include (x)", "f:1:18: error: expected a string, found 'x'"},
        }) {
-    EXPECT_EQ(error(c.text), c.message) << c.text;
+    EXPECT_EQ(parserError(c.text), c.message) << c.text;
   }
 }
 
@@ -194,10 +194,10 @@ TEST(MofParser, EveryPrefixHasADefinedOutcome) {
       "d = 1.5e1; };";
   for (std::size_t length = 0; length < whole.size(); ++length) {
     const std::string prefix = whole.substr(0, length);
-    const std::string message = error(prefix);
+    const std::string message = parserError(prefix);
     EXPECT_TRUE(message.empty() || message.starts_with("f:")) << prefix;
   }
-  EXPECT_EQ(error(whole), "");
+  EXPECT_EQ(parserError(whole), "");
 }
 
 }  // namespace

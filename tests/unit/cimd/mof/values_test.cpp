@@ -23,7 +23,7 @@ CIMValue valueOf(const std::string& type, const std::string& text) {
 }
 
 // The message without its position.
-std::string error(const std::string& type, const std::string& text) {
+std::string valueError(const std::string& type, const std::string& text) {
   try {
     valueOf(type, text);
   } catch (const MofError& mofError) {
@@ -109,13 +109,13 @@ TEST(MofValues, ValuesOfAnotherTypeOrRangeAreRefused) {
         {"string[]", "\"a\"", "expected values in braces, found a single value"},
         {"string[1]", "{\"a\", \"b\"}", "expected at most 1 values, found 2"},
         {"A ref", "\"no path!\"", "expected an object path such as Class.key=\"text\""}}) {
-    EXPECT_EQ(error(c.type, c.mof), c.message) << c.type << ' ' << c.mof;
+    EXPECT_EQ(valueError(c.type, c.mof), c.message) << c.type << ' ' << c.mof;
   }
   std::string keys = "A.k0=0";
   for (int i = 1; i <= 100; ++i) {
     keys += ",k" + std::to_string(i) + "=0";
   }
-  EXPECT_EQ(error("A ref", "\"" + keys + "\""), "the object path has too many keys");
+  EXPECT_EQ(valueError("A ref", "\"" + keys + "\""), "the object path has too many keys");
 }
 
 TEST(MofValues, DatetimesThatNoClockOrCalendarHasAreRefused) {
@@ -124,7 +124,7 @@ TEST(MofValues, DatetimesThatNoClockOrCalendarHasAreRefused) {
         "2026112109300a.000000+060", "20261121093000.000000+0600", " 20261121093000.000000+060",
         "20261301000000.000000+000", "20261132000000.000000+000", "20261121240000.000000+000",
         "20261121006000.000000+000", "20261121000061.000000+000", "00000001240000.000000:000"}) {
-    EXPECT_EQ(error("datetime", std::string("\"") + wrong + "\""),
+    EXPECT_EQ(valueError("datetime", std::string("\"") + wrong + "\""),
               "expected a datetime such as \"20261121093000.000000+060\"")
         << wrong;
   }
@@ -142,7 +142,7 @@ TEST(MofValues, CharactersThatCannotBeSentAreRefused) {
                         {"A ref", "\"A.k=\\\"\\x19\\\"\"", "25"},
                         {"char16", "'\\x19'", "25"},
                         {"char16", "25", "25"}}) {
-    EXPECT_EQ(error(c.type, c.mof),
+    EXPECT_EQ(valueError(c.type, c.mof),
               std::string("the text has a character that cannot be sent in CIM-XML (number ") +
                   c.number + ")")
         << c.type << ' ' << c.mof;

@@ -20,7 +20,7 @@ using Pegasus::xml::RequestWriter;
 using Pegasus::xml::Response;
 using test::path;
 
-constexpr const char* schema = R"(
+constexpr const char* dispatcherSchema = R"(
   class Base { [Key] string Id; string Text; };
   class Derived : Base { uint32 Number = 7; string Many[] = {"a", "b"}; };
   instance of Derived { Id = "d"; Text = "t"; };
@@ -29,7 +29,7 @@ constexpr const char* schema = R"(
 
 class DispatcherTest : public testing::Test {
  protected:
-  DispatcherTest() { test::loadText(repository_, schema); }
+  DispatcherTest() { test::loadText(repository_, dispatcherSchema); }
 
   static RequestWriter request(const char* method, const char* nameSpace = "root/kvasd") {
     return RequestWriter("id", method, nameSpace);

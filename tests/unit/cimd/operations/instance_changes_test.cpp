@@ -15,7 +15,7 @@ using test::Parameters;
 using test::value;
 using test::values;
 
-constexpr const char* schema = R"(
+constexpr const char* changesSchema = R"(
 class Base { [Key] string Id; string Text = "dflt"; uint8 Number; string Many[]; Base ref Next;
              string Two[2]; datetime When; };
 class Sub : Base { boolean Flag = true; };
@@ -74,7 +74,7 @@ class InstanceChanges : public testing::Test {
                                        {"PropertyName", value(name)}});
   }
 
-  test::Server server_{schema};
+  test::Server server_{changesSchema};
 };
 
 // The rules themselves are those of the model.

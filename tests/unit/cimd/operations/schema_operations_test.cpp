@@ -13,7 +13,7 @@ using test::Parameters;
 using test::value;
 using test::values;
 
-constexpr const char* schema = R"(
+constexpr const char* operationsSchema = R"(
 Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
 Qualifier Description : string = null, Scope(any), Flavor(EnableOverride, ToSubclass, Translatable);
 Qualifier Version : string = null, Scope(class), Flavor(Restricted);
@@ -49,7 +49,7 @@ class SchemaOperations : public testing::Test {
     return attributes(server_.ask("EnumerateClassNames", parameters), "CLASSNAME", "NAME");
   }
 
-  test::Server server_{schema};
+  test::Server server_{operationsSchema};
   const std::pair<std::string, std::string> all_{"LocalOnly", value("false")};
   const std::pair<std::string, std::string> deep_{"DeepInheritance", value("true")};
   const std::pair<std::string, std::string> bare_{"IncludeQualifiers", value("false")};

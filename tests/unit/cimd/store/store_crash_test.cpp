@@ -96,12 +96,12 @@ int changesBeforeKill(const fs::path& file, std::mt19937& random) {
   std::mt19937 moments(static_cast<std::mt19937::result_type>(child));
   int acknowledged = 0;
   char byte = 0;
-  for (auto wanted = moments() % 40; wanted > 0 && read(ends[0], &byte, 1) == 1; --wanted) {
+  for (auto wanted = moments() % 40; wanted > 0 && ::read(ends[0], &byte, 1) == 1; --wanted) {
     ++acknowledged;
   }
   std::this_thread::sleep_for(std::chrono::microseconds(moments() % 3000));
   kill(child, SIGKILL);
-  while (read(ends[0], &byte, 1) == 1) {
+  while (::read(ends[0], &byte, 1) == 1) {
     ++acknowledged;
   }
   close(ends[0]);
