@@ -68,7 +68,8 @@ Account accountWithId(uid_t user) {
         return getpwuid_r(user, &entry, buffer.data(), buffer.size(), found);
       },
       [&](const passwd& entry) {
-        return Account{user, harmless(entry.pw_name), groupsOf(entry)};
+        Account found{user, harmless(entry.pw_name), groupsOf(entry)};
+        return found;
       });
   return account.value_or(Account{user, std::to_string(user), {}});
 }
@@ -79,7 +80,8 @@ std::optional<AccountIds> accountNamed(const std::string& name) {
         return getpwnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), found);
       },
       [](const passwd& entry) {
-        return AccountIds{entry.pw_uid, entry.pw_gid};
+        const AccountIds found{entry.pw_uid, entry.pw_gid};
+        return found;
       });
 }
 

@@ -29,7 +29,7 @@ struct Row {
   const char* option;
   // Null if there is no variable.
   const char* variable;
-  std::string Settings::*value;
+  TextSetting value;
   const char* type;
   const char* help;
 };
@@ -78,12 +78,12 @@ std::string environment(const char* name) {
 }
 
 bool isSource(const Row& row) {
-  constexpr std::string Settings::*sources[] = {&Settings::url, &Settings::files, &Settings::file,
-                                                &Settings::ftpServer, &Settings::ftpDirectory};
+  constexpr TextSetting sources[] = {&Settings::url, &Settings::files, &Settings::file,
+                                     &Settings::ftpServer, &Settings::ftpDirectory};
   return std::find(std::begin(sources), std::end(sources), row.value) != std::end(sources);
 }
 
-bool isFromOption(const Settings& settings, std::string Settings::*value) {
+bool isFromOption(const Settings& settings, TextSetting value) {
   const auto& all = settings.fromOptions;
   return std::find(all.begin(), all.end(), value) != all.end();
 }
@@ -147,7 +147,7 @@ std::optional<double> numberIn(const std::string& text, double most) {
 }
 
 void readValues(Settings& settings) {
-  constexpr double longestPause = 60;  // more would be most of the time that a run has
+  constexpr double longestRetryPause = 60;  // more would be most of the time that a run has
   if (!settings.metrics.empty() && !settings.metrics.ends_with(".prom")) {
     const std::string file = std::exchange(settings.metrics, "");
     refuse(settings.nameOf(&Settings::metrics), file, "does not end with .prom");
@@ -161,7 +161,7 @@ void readValues(Settings& settings) {
     settings.minShare = *share;
   }
   if (!settings.retryPauseText.empty()) {
-    const auto pause = numberIn(settings.retryPauseText, longestPause);
+    const auto pause = numberIn(settings.retryPauseText, longestRetryPause);
     if (!pause) {
       refuse(settings.nameOf(&Settings::retryPauseText), settings.retryPauseText,
              "is not a number from 0 to 60");
@@ -216,7 +216,7 @@ std::string messageOf(const CLI::ParseError& error, const CLI::App& app) {
 
 }  // namespace
 
-const char* Settings::nameOf(std::string Settings::*value) const {
+const char* Settings::nameOf(TextSetting value) const {
   const auto* row = std::find_if(std::begin(rows), std::end(rows),
                                  [&](const Row& each) { return each.value == value; });
   return row->variable == nullptr || isFromOption(*this, value) ? row->option : row->variable;

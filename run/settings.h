@@ -9,6 +9,10 @@
 
 namespace run {
 
+struct Settings;
+// One of its texts.
+using TextSetting = std::string Settings::*;
+
 // A text is empty if it is not set.
 struct Settings {
   // Where the data files are. After readSettings() exactly one of these is set, or none with the
@@ -29,7 +33,7 @@ struct Settings {
   std::string state;
   std::string morvik;
   // Which of these texts options have set; variables have set the others.
-  std::vector<std::string Settings::*> fromOptions;
+  std::vector<TextSetting> fromOptions;
   bool isCheck = false;
   bool isForced = false;
   bool isJson = false;
@@ -44,7 +48,7 @@ struct Settings {
   std::string fault;
 
   // "--keyring" or "MORVIK_KEYRING", by what has set it.
-  const char* nameOf(std::string Settings::*value) const;
+  const char* nameOf(TextSetting value) const;
 };
 
 // The settings, or the exit status after help or version have been printed. Throws Failure(badUse)

@@ -43,7 +43,7 @@ LineRead readAnyBytes(std::istream& file, std::string& line) {
 LineRead readAnyLine(std::istream& file, String& line) {
   std::string bytes;
   const LineRead read = readAnyBytes(file, bytes);
-  line = toText(bytes.c_str());
+  line = toText(std::string_view(bytes).substr(0, bytes.find('\0')));
   return read;
 }
 

@@ -18,7 +18,7 @@ namespace {
 struct Name {
   const char* option;
   const char* variable;
-  std::string Settings::*value;
+  TextSetting value;
 };
 
 constexpr std::array<Name, 12> names{{
@@ -140,8 +140,8 @@ TEST(Settings, FirstPlaceOfSeveralVariablesIsUsed) {
                                      {"MORVIK_URL", "http://a"},
                                      {"MORVIK_SERVER", "b"},
                                      {"MORVIK_DIRECTORY", "/c"}};
-  const std::string Settings::*order[] = {&Settings::file, &Settings::files, &Settings::url,
-                                          &Settings::ftpServer};
+  const TextSetting order[] = {&Settings::file, &Settings::files, &Settings::url,
+                               &Settings::ftpServer};
   for (const auto used : order) {
     const Settings settings = settingsFor(variables);
     EXPECT_EQ(settings.fault, "");
