@@ -11,6 +11,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   target_compile_options(morvik_options INTERFACE -Wno-restrict)
 endif()
 
+if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # An included file is a header to GCC, which must not use an unnamed namespace.
+  target_compile_options(morvik_options INTERFACE -Wno-subobject-linkage)
+endif()
+
 # An index outside its container ends the program. This costs one part in a hundred of the processor
 # time of reading XML, and less elsewhere.
 target_compile_definitions(morvik_options INTERFACE _GLIBCXX_ASSERTIONS)
