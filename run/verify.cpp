@@ -55,7 +55,7 @@ std::optional<std::string> sumIn(const std::string& line, const std::string& nam
 }
 
 std::string timeWords(std::int64_t seconds) {
-  return show::timeText(std::chrono::system_clock::from_time_t(seconds));
+  return show::timeText(std::chrono::system_clock::time_point(std::chrono::seconds(seconds)));
 }
 
 // Clocks differ, and so do time zones in which they are set.

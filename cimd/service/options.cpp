@@ -21,7 +21,7 @@ constexpr const char* footer =
 // Of any client that only uses this server for what it is for, and of what it is made for.
 constexpr std::size_t smallestRequest = std::size_t{64} << 10U;
 constexpr std::size_t largestRequest = std::size_t{64} << 20U;
-constexpr std::size_t largestLimit = std::size_t{1} << 40U;
+constexpr std::size_t largestLimit = std::size_t{1} << (sizeof(std::size_t) > 4 ? 40U : 31U);
 
 struct ListenAddress {
   std::string address;

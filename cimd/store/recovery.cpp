@@ -65,6 +65,14 @@ std::uint64_t variable(string_view bytes, std::size_t& position) {
   }
 }
 
+// As a size or position in the file.
+std::size_t toSize(std::uint64_t number) {
+  if (!std::in_range<std::size_t>(number)) {
+    throw Unreadable();
+  }
+  return static_cast<std::size_t>(number);
+}
+
 // A column of a record. What is not a text or an integer is neither.
 struct ColumnValue {
   std::optional<std::string> text;
@@ -73,7 +81,7 @@ struct ColumnValue {
 
 std::vector<ColumnValue> readRecord(string_view record) {
   std::size_t type = 0;
-  const std::size_t end = variable(record, type);
+  const std::size_t end = toSize(variable(record, type));
   std::size_t content = end;
   std::vector<ColumnValue> columns;
   while (type < end) {
@@ -81,7 +89,7 @@ std::vector<ColumnValue> readRecord(string_view record) {
     std::size_t size = 0;
     ColumnValue column;
     if (code >= 12) {
-      size = (code - 12) / 2;
+      size = toSize((code - 12) / 2);
       static_cast<void>(bigEndian(record, content, 0));
       if (size > record.size() - content) {
         throw Unreadable();
@@ -90,7 +98,7 @@ std::vector<ColumnValue> readRecord(string_view record) {
         column.text = std::string(record.substr(content, size));
       }
     } else if (code >= 1 && code <= 6) {
-      size = code < 5 ? code : code == 5 ? 6 : 8;
+      size = code < 5 ? toSize(code) : code == 5 ? 6 : 8;
       const std::uint64_t bits = bigEndian(record, content, size);
       const auto unused = static_cast<unsigned>(64 - 8 * size);
       column.integer = static_cast<std::int64_t>(bits << unused) >> unused;
@@ -111,7 +119,7 @@ class Pages {
     const std::uint64_t given = bytes_.size() < 100 ? 0 : bigEndian(bytes_, 16, 2);
     const bool isPossible = given >= 512 && given <= 32768 && (given & (given - 1)) == 0;
     // The one that this program's files have.
-    size_ = isPossible ? given : given == 1 ? 65536 : 4096;
+    size_ = isPossible ? toSize(given) : given == 1 ? 65536 : 4096;
   }
 
   std::size_t count() const { return (bytes_.size() + size_ - 1) / size_; }
@@ -123,7 +131,7 @@ class Pages {
     if (number == 0 || number > count()) {
       throw Unreadable();
     }
-    return string_view(bytes_).substr((number - 1) * size_, size_);
+    return string_view(bytes_).substr(toSize(number - 1) * size_, size_);
   }
   std::size_t size() const { return size_; }
 
@@ -136,8 +144,8 @@ class Pages {
         if (!pages.insert(static_cast<PageNumber>(trunk)).second) {
           break;
         }
-        const std::uint64_t leaves = bigEndian(content, 4, 4);
-        for (std::uint64_t i = 0; i < leaves; ++i) {
+        const std::size_t leaves = toSize(bigEndian(content, 4, 4));
+        for (std::size_t i = 0; i < leaves; ++i) {
           pages.insert(static_cast<PageNumber>(bigEndian(content, 8 + 4 * i, 4)));
         }
         trunk = bigEndian(content, 0, 4);
@@ -149,7 +157,7 @@ class Pages {
 
   // The content of a cell that is on the page from `position` on, and then in the pages of a chain,
   // which are added to `chain`.
-  std::string payload(string_view page, std::size_t position, std::uint64_t size, bool isIndex,
+  std::string payload(string_view page, std::size_t position, std::size_t size, bool isIndex,
                       std::set<PageNumber>& chain) const {
     const std::size_t most = isIndex ? (size_ - 12) * 64 / 255 - 23 : size_ - 35;
     const std::size_t least = (size_ - 12) * 32 / 255 - 23;
@@ -172,7 +180,7 @@ class Pages {
       if (!chain.insert(static_cast<PageNumber>(next)).second) {
         throw Unreadable();
       }
-      const std::size_t part = std::min<std::size_t>(size - content.size(), size_ - 4);
+      const std::size_t part = std::min(size - content.size(), size_ - 4);
       if (more.size() < 4 + part) {
         throw Unreadable();
       }
@@ -275,10 +283,10 @@ class Salvage {
 
   void readCells(PageNumber number, string_view page, std::size_t start, unsigned char type) {
     const std::size_t pointers = start + (type == indexInterior ? 12 : 8);
-    const std::uint64_t count = bigEndian(page, start + 3, 2);
-    for (std::uint64_t i = 0; i < count; ++i) {
+    const std::size_t count = toSize(bigEndian(page, start + 3, 2));
+    for (std::size_t i = 0; i < count; ++i) {
       try {
-        const std::size_t cell = bigEndian(page, pointers + 2 * i, 2);
+        const std::size_t cell = toSize(bigEndian(page, pointers + 2 * i, 2));
         type == tableLeaf ? readRow(number, page, cell)
                           : readName(page, cell + (type == indexInterior ? 4 : 0));
       } catch (const Unreadable&) {
@@ -291,7 +299,7 @@ class Salvage {
 
   // The columns of table instance; the id is not among them.
   void readRow(PageNumber number, string_view page, std::size_t position) {
-    const std::uint64_t size = variable(page, position);
+    const std::size_t size = toSize(variable(page, position));
     const auto id = static_cast<std::int64_t>(variable(page, position));
     const bool isFree = free_.contains(number);
     try {
@@ -320,7 +328,7 @@ class Salvage {
   }
 
   void readName(string_view page, std::size_t position) {
-    const std::uint64_t size = variable(page, position);
+    const std::size_t size = toSize(variable(page, position));
     std::vector<ColumnValue> columns =
         readRecord(pages_.payload(page, position, size, true, chained_));
     if (columns.size() != 3 || !columns[0].text || !columns[1].text || !columns[2].integer) {

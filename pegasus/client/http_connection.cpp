@@ -178,7 +178,9 @@ bool HttpConnection::isStale() const {
   pollfd waiting{socket_, POLLIN, 0};
   const auto left = closeUntil_ - steady_clock::now();
   const bool isWaiting = !isServerKeeping_ && left > left.zero();
-  const timespec pause{0, isWaiting ? std::chrono::nanoseconds(left).count() : 0};
+  timespec pause{};
+  pause.tv_nsec =
+      isWaiting ? static_cast<decltype(pause.tv_nsec)>(std::chrono::nanoseconds(left).count()) : 0;
   return ppoll(&waiting, 1, &pause, nullptr) > 0;
 }
 
