@@ -118,6 +118,7 @@ class Connection {
         std::move(socket), std::nullopt, handler, limits,
         std::make_shared<cimd::MemoryBudget>(limits.heldBytes, limits.smallBytes),
         cimd::HttpSession::Events{
+            .begun = {},
             .ready = [this](cimd::Turn /*turn*/,
                             cimd::Turns::Job job) { asio::post(io_, std::move(job)); },
             .served = [this] { ++answers_; },
