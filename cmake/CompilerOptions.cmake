@@ -11,6 +11,9 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   target_compile_options(morvik_options INTERFACE -Wno-restrict)
 endif()
 
+# Files of more than 2 GiB on 32 bits.
+target_compile_definitions(morvik_options INTERFACE _FILE_OFFSET_BITS=64)
+
 if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # An included file is a header to GCC, which must not use an unnamed namespace.
   target_compile_options(morvik_options INTERFACE -Wno-subobject-linkage)

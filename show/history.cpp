@@ -71,10 +71,18 @@ Json memberOf(const Json& status, const char* name) {
 
 }  // namespace
 
+// By the calendar of <chrono>: time_t ends in 2038 where it has 32 bits.
 std::string timeText(std::chrono::system_clock::time_point time) {
-  const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+  const auto day = std::chrono::floor<std::chrono::days>(time);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss clock(std::chrono::floor<std::chrono::seconds>(time - day));
   std::tm parts = {};
-  gmtime_r(&seconds, &parts);
+  parts.tm_year = static_cast<int>(date.year()) - 1900;
+  parts.tm_mon = static_cast<int>(static_cast<unsigned>(date.month())) - 1;
+  parts.tm_mday = static_cast<int>(static_cast<unsigned>(date.day()));
+  parts.tm_hour = static_cast<int>(clock.hours().count());
+  parts.tm_min = static_cast<int>(clock.minutes().count());
+  parts.tm_sec = static_cast<int>(clock.seconds().count());
   char text[32];
   return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts)};
 }
@@ -82,10 +90,15 @@ std::string timeText(std::chrono::system_clock::time_point time) {
 std::optional<std::chrono::system_clock::time_point> timeIn(const std::string& text) {
   std::tm parts = {};
   const char* end = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%SZ", &parts);
-  if (end == nullptr || *end != '\0') {
+  // The clock counts nanoseconds, which end in 2262.
+  if (end == nullptr || *end != '\0' || parts.tm_year < 0 || parts.tm_year >= 300) {
     return std::nullopt;
   }
-  return std::chrono::system_clock::from_time_t(timegm(&parts));
+  const std::chrono::year_month_day date(std::chrono::year(parts.tm_year + 1900),
+                                         std::chrono::month(parts.tm_mon + 1U),
+                                         std::chrono::day(parts.tm_mday + 0U));
+  return std::chrono::sys_days(date) + std::chrono::hours(parts.tm_hour) +
+         std::chrono::minutes(parts.tm_min) + std::chrono::seconds(parts.tm_sec);
 }
 
 std::optional<std::string> lastGoodRun(const std::string& stateDirectory) {

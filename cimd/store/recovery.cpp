@@ -23,7 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 using std::string_view;
 
-constexpr std::size_t largestFile = std::size_t{4} << 30U;
+constexpr std::size_t largestFile = std::size_t{1} << (sizeof(std::size_t) > 4 ? 32U : 30U);
 
 // --- the pages of an SQLite file ("Database File Format" of its documentation)
 

@@ -59,6 +59,9 @@ TEST(Report, TimeIsWrittenInUtcAndReadAgain) {
   EXPECT_EQ(show::timeIn("2025-11-24 16:00:00"), std::nullopt);
   EXPECT_EQ(show::timeIn("2025-11-24T16:00:00Zx"), std::nullopt);
   EXPECT_EQ(show::timeIn(""), std::nullopt);
+  EXPECT_EQ(show::timeIn("9999-12-31T23:59:59Z"), std::nullopt);
+  EXPECT_EQ(show::timeIn("1899-12-31T23:59:59Z"), std::nullopt);
+  EXPECT_EQ(timeText(show::timeIn("2126-11-22T02:03:04Z").value()), "2126-11-22T02:03:04Z");
 }
 
 TEST(Report, DifferenceIsToTheOutcome) {
