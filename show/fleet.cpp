@@ -179,6 +179,7 @@ void writeFleet(std::ostream& out, const Terminal& terminal, const TableForm& fo
     out << '\n';
   }
   std::vector<std::string> names;
+  names.reserve(groups.size());
   for (std::size_t i = 0; i < groups.size(); ++i) {
     names.push_back(form.isCsv ? labels[i].toUtf8() : std::to_string(i + 1));
   }

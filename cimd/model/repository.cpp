@@ -20,6 +20,7 @@ NameSpace* Repository::find(const String& name) const {
 
 std::vector<String> Repository::names() const {
   std::vector<String> names;
+  names.reserve(nameSpaces_.size());
   for (const auto& [folded, nameSpace] : nameSpaces_) {
     names.push_back(nameSpace->name());
   }

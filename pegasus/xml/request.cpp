@@ -161,6 +161,7 @@ Element Request::parameterValue(std::string_view name) const {
 
 std::vector<std::string> Request::parameterNames() const {
   std::vector<std::string> names;
+  names.reserve(parameters_.size());
   for (const Element value : parameters_) {
     names.emplace_back(requireName(value, "NAME"));
   }

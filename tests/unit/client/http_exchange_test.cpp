@@ -140,6 +140,7 @@ TEST(HttpAnswer, PiecesMakeNoDifference) {
       ASSERT_EQ(outcome({all.substr(0, cut), all.substr(cut)}), whole) << name << " at " << cut;
     }
     std::vector<std::string_view> single;
+    single.reserve(bytes.size());
     for (std::size_t i = 0; i < bytes.size(); i++) {
       single.push_back(std::string_view(bytes).substr(i, 1));
     }

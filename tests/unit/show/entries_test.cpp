@@ -39,6 +39,7 @@ class Entries : public testing::Test {
   // What the server is asked, without arguments.
   static std::vector<std::string> operations() {
     std::vector<std::string> names;
+    names.reserve(fakeServer.calls.size());
     for (const std::string& call : fakeServer.calls) {
       names.push_back(call.substr(0, call.find(' ')));
     }

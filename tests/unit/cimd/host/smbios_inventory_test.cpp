@@ -27,6 +27,7 @@ std::string utf8(const std::optional<String>& text) {
 
 std::vector<std::string> deviceIds(const Inventory& inventory) {
   std::vector<std::string> result;
+  result.reserve(inventory.processors.size());
   for (const ProcessorFacts& processor : inventory.processors) {
     result.push_back(processor.deviceId.toUtf8());
   }
@@ -35,6 +36,7 @@ std::vector<std::string> deviceIds(const Inventory& inventory) {
 
 std::vector<std::string> tags(const Inventory& inventory) {
   std::vector<std::string> result;
+  result.reserve(inventory.memory.size());
   for (const MemoryFacts& memory : inventory.memory) {
     result.push_back(memory.tag.toUtf8());
   }

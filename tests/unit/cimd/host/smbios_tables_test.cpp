@@ -71,6 +71,7 @@ TEST(SmbiosEntryPoint, TruncatedOnesAreRefused) {
 // The types of the structures read.
 std::vector<unsigned> types(const StructureTable& table) {
   std::vector<unsigned> result;
+  result.reserve(table.structures.size());
   for (const Structure& structure : table.structures) {
     result.push_back(structure.type());
   }
