@@ -43,15 +43,17 @@ startRudeClients() { # [KIND...]
 }
 
 @test "forty clients beside slow, stuck and rude ones: served as well" {
-    local requests median worst early late
+    local requests median worst early late most=16384
+    ! grep -q __asan_init "$cimd" || most=32768
     startCimd "$mof"
     startRudeClients
     # Until the rude ones hold all the connections and half-sent requests that they hold.
     runGoodClients 40 "$seconds"
     runGoodClients 40 "$seconds"
     isGood
-    # They keep five requests of 1 MB half sent, and how much of each varies.
-    ((late < early + 16384))
+    # They keep five requests of 1 MB half sent, and how much of each varies. The address sanitizer returns nothing to
+    # the system.
+    ((late < early + most))
     stopServers
 }
 
