@@ -112,6 +112,7 @@ SerialNumber="M-0001"' "$(valuesOf KVAXDT_PhysicalMemory Capacity PartNumber Ser
     cmp first second
 }
 
+# bats test_tags=changes
 @test "morvik: from the tables to the file for the machine type to the published entries" {
     startRecorded one-socket-one-dimm --store fru.db
     startFtp
@@ -131,6 +132,7 @@ SerialNumber="M-0001"' "$(valuesOf KVAXDT_PhysicalMemory Capacity PartNumber Ser
     publishedAre <before
 }
 
+# bats test_tags=changes
 @test "morvik: values that the firmware lacks are not a failure; the other parts are compared" {
     startRecorded mixed-sockets-and-dimms
     printf '%s\n' '"P2600","PROCESSOR","SPEED=2600","x"' '"P1866","PROCESSOR","SPEED=1866","x"' \
@@ -151,6 +153,7 @@ SerialNumber="M-0001"' "$(valuesOf KVAXDT_PhysicalMemory Capacity PartNumber Ser
     equal '' "$(valuesOf KVAXDT_PhysicalMemory Capacity)" memory
 }
 
+# bats test_tags=changes
 @test "an empty directory: reported, and the rest is served" {
     mkdir empty
     startCimd --smbios empty "$mof"
