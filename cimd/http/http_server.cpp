@@ -58,7 +58,7 @@ HttpLimits limitsOfProcess(std::size_t maxRequest) {
   }
   const rlim_t left =
       std::max<rlim_t>(descriptors.rlim_cur, otherDescriptors + 1) - otherDescriptors;
-  limits.connections = std::min<std::size_t>(limits.connections, left);
+  limits.connections = static_cast<std::size_t>(std::min<rlim_t>(limits.connections, left));
   return limits;
 }
 
