@@ -94,9 +94,10 @@ std::optional<std::chrono::system_clock::time_point> timeIn(const std::string& t
   if (end == nullptr || *end != '\0' || parts.tm_year < 0 || parts.tm_year >= 300) {
     return std::nullopt;
   }
-  const std::chrono::year_month_day date(std::chrono::year(parts.tm_year + 1900),
-                                         std::chrono::month(parts.tm_mon + 1U),
-                                         std::chrono::day(parts.tm_mday + 0U));
+  const std::chrono::year_month_day date(
+      std::chrono::year(parts.tm_year + 1900),
+      std::chrono::month(static_cast<unsigned>(parts.tm_mon) + 1),
+      std::chrono::day(static_cast<unsigned>(parts.tm_mday)));
   return std::chrono::sys_days(date) + std::chrono::hours(parts.tm_hour) +
          std::chrono::minutes(parts.tm_min) + std::chrono::seconds(parts.tm_sec);
 }
