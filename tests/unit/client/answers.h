@@ -25,7 +25,7 @@ std::string propertyBody(const std::string& value);
 inline std::string propertyAnswer(const std::string& value) {
   return httpAnswer(propertyBody(value));
 }
-// Gives this answer, and nothing after it.
+// Answers one request, then waits for the client to close.
 inline const ScriptedServer::Script answerOnce = [](Peer& peer) {
   peer.answer(propertyAnswer("x"));
   peer.awaitClose();
