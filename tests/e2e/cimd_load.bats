@@ -83,26 +83,6 @@ assert silent[-1].recv(12) == b"HTTP/1.1 501"
 END
 }
 
-@test "clients that made one request and stay: a newcomer is served all the same" {
-    startCimd "$mof"
-    "$python" - "$support" <<'END'
-import sys
-sys.path.insert(0, sys.argv[1])
-from cim_session import Session
-
-settled = [Session() for _ in range(300)]
-for session in settled:
-    session.frus()
-newcomers = [Session() for _ in range(20)]
-for session in newcomers:
-    session.connection.connect()
-kept = [session.connection.sock for session in newcomers]
-for session in newcomers:
-    session.frus()
-assert kept == [session.connection.sock for session in newcomers], "a connection was ended"
-END
-}
-
 @test "silent uploads, unread answers, a flood of connections: small requests are served" {
     startCimd --max-instances 100 "$mof"
     "$python" - "$support" <<'END' >&3

@@ -49,7 +49,7 @@ hasNoCapabilities() {
 
 @test "without a store it is nobody, without groups and capabilities, before it listens" {
     needsUsers
-    startCimd "$mof"
+    startServer cimd 'morvik-cimd: listening on' setpriv --groups=0,1 "$cimd" "$mof"
     runsAs "$(id -u nobody)" "$(id -g nobody)"
     hasNoCapabilities
     logHasNot root
@@ -57,23 +57,14 @@ hasNoCapabilities() {
     listIs 'F1=fan'
 }
 
-@test "groups of the account that starts it are given up too" {
-    needsUsers
-    startServer cimd 'morvik-cimd: listening on' setpriv --groups=0,1 "$cimd" "$mof"
-    runsAs "$(id -u nobody)" "$(id -g nobody)"
-}
-
-@test "--user: it runs as that account" {
-    needsUsers
-    startCimd --user daemon "$mof"
-    runsAs "$(id -u daemon)" "$(id -g daemon)"
-    hasNoCapabilities
-}
-
-@test "an account that does not exist: status 3, and nothing is made" {
+@test "an account or group that does not exist: status 3, also with --check, and nothing is made" {
     endsWith 3 --user nonesuch --store fru.db "$mof"
     complains 'morvik-cimd: error: there is no account nonesuch'
     endsWith 3 --check --user nonesuch "$mof"
+    endsWith 3 --writers root,nonesuch "$mof"
+    complains 'morvik-cimd: error: there is no account nonesuch'
+    endsWith 3 --check --writers @nonesuch "$mof"
+    complains 'morvik-cimd: error: there is no group nonesuch'
     filesAre
 }
 
@@ -212,6 +203,8 @@ mayNotChange() { # ACCOUNT
 @test "root and the server's own account change instances, everybody reads, and refusals are logged once" {
     needsUsers
     startCimd --user daemon "$mof"
+    runsAs "$(id -u daemon)" "$(id -g daemon)"
+    hasNoCapabilities
     mayChange root
     mayChange daemon
     create root
@@ -267,13 +260,6 @@ CreateInstance refused: account mail may not change instances' \
     reload
     logHas 'reloaded: 1 namespace'
     mayChange daemon
-}
-
-@test "--writers: an account or group that does not exist: status 3, also with --check" {
-    endsWith 3 --writers root,nonesuch "$mof"
-    complains 'morvik-cimd: error: there is no account nonesuch'
-    endsWith 3 --check --writers @nonesuch "$mof"
-    complains 'morvik-cimd: error: there is no group nonesuch'
 }
 
 @test "a kernel that does not know the owners of connections: reported, reads are served, changes refused" {

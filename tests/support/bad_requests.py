@@ -5,10 +5,8 @@ bad_requests.py statuses    each bad request once: "NAME STATUS ERROR", with the
                             answer ("none" without one) and its CIMError header, if any
 bad_requests.py prefixes    every prefix of a good request
 bad_requests.py damages     a good request with one byte at a time replaced
-bad_requests.py unfinished COUNT   opens that many connections with half a request, closes them all
 """
 
-import socket
 import sys
 
 import cim_client
@@ -54,6 +52,10 @@ BAD = {
     "binary": bytes(range(256)) * 10,
     "get": b"GET / HTTP/1.1\r\nHost: localhost\r\n\r\n",
     "no-host": without(b"Host"),
+    "other-host": replaced(b"Host: 127.0.0.1:5988", b"Host: example.com"),
+    "two-hosts": replaced(b"Host:", b"Host: example.com\r\nHost:"),
+    "origin": replaced(b"Host:", b"Origin: http://localhost:5988\r\nHost:"),
+    "preflight": b"OPTIONS /cimom HTTP/1.1\r\nHost: localhost\r\nOrigin: http://example.com\r\n\r\n",
     "no-operation": without(b"CIMOperation"),
     "no-method": without(b"CIMMethod"),
     "no-object": without(b"CIMObject"),
@@ -102,24 +104,13 @@ def send_damages():
         cim_client.send(GOOD[:position] + b"\xff" + GOOD[position + 1 :])
 
 
-def leave_unfinished(count):
-    clients = []
-    for _ in range(int(count)):
-        client = socket.create_connection(cim_client.ADDRESS)
-        client.sendall(GOOD[: len(GOOD) // 2])
-        clients.append(client)
-    for client in clients:
-        client.close()
-
-
 COMMANDS = {
     "statuses": print_statuses,
     "prefixes": send_prefixes,
     "damages": send_damages,
-    "unfinished": leave_unfinished,
 }
 
 if __name__ == "__main__":
-    if len(sys.argv) < 2 or sys.argv[1] not in COMMANDS:
+    if len(sys.argv) != 2 or sys.argv[1] not in COMMANDS:
         sys.exit(__doc__)
-    COMMANDS[sys.argv[1]](*sys.argv[2:])
+    COMMANDS[sys.argv[1]]()

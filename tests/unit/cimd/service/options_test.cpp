@@ -35,6 +35,7 @@ TEST(Options, DefaultsAndFilesInOrder) {
   const Options options = good({"b.mof", "a.mof"});
   EXPECT_EQ(options.address, "127.0.0.1");
   EXPECT_EQ(options.port, 5988);
+  EXPECT_EQ(options.logLevel, LogLevel::info);
   EXPECT_EQ(options.files, (std::vector<std::filesystem::path>{"b.mof", "a.mof"}));
 }
 

@@ -133,6 +133,7 @@ TEST_F(InstanceDatabaseTest, APublishedInstanceIsRestoredAsItWas) {
   Pegasus::CIMInstance given = test::instance("B", {{"Id", "\t<K\u20AC\"> "}});
   given.addProperty({"Other", Pegasus::CIMValue(test::path("A", {{"Id", "a"}}))});
   given.addProperty({"Texts", Pegasus::CIMValue(Pegasus::Array<String>{"one", ""})});
+  given.addProperty({"Number", Pegasus::CIMValue(Pegasus::CIMTYPE_REAL64, false)});
   before.nameSpace("root/kvasd").createInstance(given, Origin::published);
   Repository after;
   test::loadText(after, mof);
