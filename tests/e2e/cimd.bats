@@ -95,7 +95,8 @@ $here:Site_Own" ecn "$url:Site_Base"
 -Load=1.5
 -Shift=-3
 -Mark=c" gi -nl "$box"
-    answers "$here:Site_Part.Id=5 Text=\"five\"" gi "$url:Site_Part.Id=5" Text
+    run -0 wbemcli gi "$url:Site_Part.Id=0x5"
+    grep -qF 'Id=5,Text="five"' <<<"$output"
     answers "$here:Site_Base.Name=\"b\" Number=
 $here:Site_Box.Name=\"x\" Number=7" ei "$url:Site_Base" Number
     answers "$here:Site_Base.Name=\"b\"
