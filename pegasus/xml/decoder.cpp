@@ -79,9 +79,9 @@ CIMKeyBinding::Type keyType(Element keyValue) {
 CIMKeyBinding decodeKey(const String& name, Element value) {
   if (value && value.name() == "KEYVALUE") {
     const CIMKeyBinding::Type type = keyType(value);
-    const std::string text = textOnly(value);
+    const std::string_view text = textOnly(value);
     const bool isExact = type == CIMKeyBinding::STRING;
-    return {name, String(isExact ? std::string_view(text) : text::trimmed(text)), type};
+    return {name, String(isExact ? text : text::trimmed(text)), type};
   }
   return {name, decodeReference(value)};
 }
@@ -141,8 +141,7 @@ CIMObjectPath decodeInstancePath(Element element) {
   const Element name = requireNext(nameSpacePath.next(), element, "INSTANCENAME");
   requireNoMore(element, name.next());
   CIMObjectPath path = decodeInstanceName(name);
-  const std::string hostText = textOnly(host);
-  path.setHost(String(text::trimmed(hostText)));
+  path.setHost(String(text::trimmed(textOnly(host))));
   path.setNameSpace(decodeLocalNameSpacePath(nameSpace));
   return path;
 }
@@ -187,9 +186,19 @@ void decodePropertyInto(std::vector<CIMProperty>& properties, Element element,
                           propagated && text::equalNoCase(text::trimmed(*propagated), "true"));
 }
 
+// At most the limit.
+std::size_t countProperties(Element instance) {
+  std::size_t count = 0;
+  for (Element child = instance.firstChild(); child && count < maxProperties;
+       child = child.next()) {
+    ++count;
+  }
+  return count;
+}
+
 std::vector<CIMProperty> decodeProperties(Element instance) {
   std::vector<CIMProperty> properties;
-  properties.reserve(std::min<std::size_t>(instance.childCount(), maxProperties));
+  properties.reserve(countProperties(instance));
   for (Element child = instance.firstChild(); child; child = child.next()) {
     const std::string_view kind = child.name();
     if (kind == "QUALIFIER") {
@@ -234,7 +243,7 @@ Element optionalChild(Element element) {
   return child;
 }
 
-std::string textOnly(Element element) {
+std::string_view textOnly(Element element) {
   requireNoMore(element, element.firstChild());
   return element.text();
 }
@@ -257,7 +266,7 @@ CIMValue decodeTypedValue(CIMType type, bool isArray, Element element) {
   if (element.name() != "VALUE") {
     refuse("VALUE expected, not " + excerpt(element.name()));
   }
-  const std::string text = textOnly(element);
+  const std::string_view text = textOnly(element);
   // Some servers send a null value of a type without an empty text like this.
   const bool isText = type == CIMTYPE_STRING || type == CIMTYPE_CHAR16;
   if (!isText && text::trimmed(text).empty()) {
@@ -271,7 +280,7 @@ CIMValue decodeUntypedValue(Element element) {
     return CIMValue();
   }
   if (element.name() == "VALUE") {
-    return CIMValue(textOnly(element));
+    return CIMValue(String(textOnly(element)));
   }
   if (element.name() == "VALUE.ARRAY") {
     return decodeArray(CIMTYPE_STRING, element);

@@ -49,6 +49,6 @@ std::string_view requireName(Element element, const char* attribute);
 // The only child element, or none. Throws when there are more, or text beside it.
 Element optionalChild(Element element);
 // The text of a VALUE, KEYVALUE or HOST; throws when it holds elements.
-std::string textOnly(Element element);
+std::string_view textOnly(Element element);
 
 }  // namespace Pegasus::xml

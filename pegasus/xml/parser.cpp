@@ -1,4 +1,4 @@
-#include "xml/scanner.h"
+#include "xml/parser.h"
 
 #include <Pegasus/Common/Exception.h>
 #include <utf8.h>
@@ -11,8 +11,6 @@
 #include <cstdint>
 #include <cstring>
 #include <optional>
-#include <string>
-#include <vector>
 
 namespace Pegasus::xml {
 
@@ -20,17 +18,17 @@ namespace {
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
-// True if each of the eight bytes is ASCII and, except for line feeds, not a control character. The
-// highest bit of each byte shows this: it is clear in ASCII, and the sums below carry into it but
-// not into the next byte.
-bool arePlain(const char* eight) {
-  constexpr std::uint64_t eachByte = 0x0101010101010101;
-  constexpr std::uint64_t highBits = 0x80 * eachByte;
-  std::uint64_t bytes = 0;
-  std::memcpy(&bytes, eight, sizeof bytes);
-  const std::uint64_t fromBlankOn = bytes + (0x80 - ' ') * eachByte;
-  const std::uint64_t noLineFeed = (bytes ^ ('\n' * eachByte)) + 0x7F * eachByte;
-  return (bytes & highBits) == 0 && ((fromBlankOn | ~noLineFeed) & highBits) == highBits;
+constexpr std::ptrdiff_t blockSize = 32;
+
+// True if each byte of the block is ASCII and, except for line feeds, not a control character.
+// Without an early end, so that the compiler compares many at once.
+bool isPlainBlock(const char* block) {
+  unsigned char odd = 0;
+  for (std::ptrdiff_t i = 0; i < blockSize; ++i) {
+    const auto byte = static_cast<signed char>(block[i]);  // negative past ASCII
+    odd |= static_cast<unsigned char>((byte < ' ') & (byte != '\n'));
+  }
+  return odd == 0;
 }
 
 constexpr bool isNameStart(char c) {
@@ -49,13 +47,15 @@ constexpr std::array<bool, 256> listNameCharacters() {
 constexpr std::array<bool, 256> listValueCharacters() {
   std::array<bool, 256> isIn{};
   for (unsigned i = 0; i < isIn.size(); ++i) {
-    isIn[i] = i != 0 && i != '"' && i != '\'' && i != '<' && i != '&';
+    const char c = static_cast<char>(i);
+    isIn[i] =
+        i != 0 && c != '"' && c != '\'' && c != '<' && c != '&' && (c == ' ' || !text::isSpace(c));
   }
   return isIn;
 }
 
 // Tables by character, since names and attributes are most of a message. The second has the
-// characters without a special meaning in the value of an attribute.
+// characters that stand for themselves in the value of an attribute.
 constexpr std::array<bool, 256> nameCharacters = listNameCharacters();
 constexpr std::array<bool, 256> valueCharacters = listValueCharacters();
 
@@ -63,12 +63,12 @@ bool isNameCharacter(char c) {
   return nameCharacters[static_cast<unsigned char>(c)];
 }
 
-class Scanner {
+class Parser {
  public:
-  Scanner(const std::string& text, const XmlLimits& limits, ControlReferences controlReferences)
-      : text_(text), limits_(limits), controlReferences_(controlReferences) {}
+  Parser(std::string& text, const XmlLimits& limits, ControlReferences controlReferences)
+      : begin_(text.data()), text_(text), limits_(limits), controlReferences_(controlReferences) {}
 
-  void scanDocument() {
+  std::vector<Node> parseDocument() {
     checkCharacters();
     skip(byteOrderMark);
     if (startsWith("<?xml") && position_ + 5 < text_.size() &&
@@ -83,16 +83,22 @@ class Scanner {
       }
     }
     if (!open_.empty()) {
-      fail("the text ends inside element " + excerpt(open_.back()));
+      fail("the text ends inside element " + excerpt(nodes_[open_.back().index].name));
     }
-    if (!hasRoot_) {
+    if (nodes_.empty()) {
       fail("there is no element");
     }
+    return std::move(nodes_);
   }
 
-  bool mayHaveTextInPieces() const { return mayHaveTextInPieces_; }
-
  private:
+  // An element whose end tag has not been read.
+  struct OpenElement {
+    std::size_t index;
+    // Its last child element, or 0.
+    std::size_t lastChild = 0;
+  };
+
   [[noreturn]] void fail(const std::string& what) const { failAt(position_, what); }
   [[noreturn]] static void failAt(std::size_t position, const std::string& what) {
     throw XmlException("XML error at byte " + std::to_string(position) + ": " + what);
@@ -118,11 +124,12 @@ class Scanner {
   static bool isAscii(char c) { return static_cast<unsigned char>(c) < 0x80; }
 
   // Skips to the first character that is not ASCII, or a control character other than white space;
-  // eight at a time, also where one of them is a tab.
+  // by blocks, also where there is a tab in one.
   static const char* skipPlain(const char* place, const char* end) {
     const auto isPlain = [](char c) { return isAscii(c) && (c >= ' ' || text::isSpace(c)); };
-    while (end - place >= 8 && (arePlain(place) || std::all_of(place, place + 8, isPlain))) {
-      place += 8;
+    while (end - place >= blockSize &&
+           (isPlainBlock(place) || std::all_of(place, place + blockSize, isPlain))) {
+      place += blockSize;
     }
     return std::find_if_not(place, end, isPlain);
   }
@@ -195,10 +202,12 @@ class Scanner {
     position_ = found + end.size();
     return content;
   }
-  void countNode() {
-    if (++nodes_ > limits_.nodes) {
-      fail("too many elements, attributes and pieces of text");
+  std::size_t addNode() {
+    if (nodes_.size() >= limits_.nodes) {
+      fail("too many elements and attributes");
     }
+    nodes_.emplace_back();
+    return nodes_.size() - 1;
   }
 
   std::string_view scanName() {
@@ -218,7 +227,6 @@ class Scanner {
       position_ += 2;
       scanEndTag();
     } else {
-      mayHaveTextInPieces_ = true;
       scanOtherMarkup();
     }
   }
@@ -263,9 +271,11 @@ class Scanner {
     if (open_.empty()) {
       fail("text outside the root element");
     }
-    countNode();
     position_ += std::string_view("<![CDATA[").size();
-    skipPast("]]>", "a CDATA section");
+    const std::string_view text = skipPast("]]>", "a CDATA section");
+    const std::size_t end = position_;
+    addText(rewritten(text, false));
+    position_ = end;
   }
 
   // The parts of the declaration come in this order; only the first is required.
@@ -293,27 +303,37 @@ class Scanner {
   }
 
   void scanStartTag() {
-    if (open_.empty() && hasRoot_) {
+    if (open_.empty() && !nodes_.empty()) {
       fail("a second root element");
     }
     if (open_.size() >= limits_.depth) {
       fail("elements nested deeper than " + std::to_string(limits_.depth));
     }
-    countNode();
-    hasRoot_ = true;
+    const std::size_t element = addNode();
+    if (!open_.empty()) {
+      addChild(open_.back(), element);
+    }
     ++position_;
-    const std::string_view name = scanName();
-    scanAttributes();
+    nodes_[element].name = scanName();
+    scanAttributes(element);
     if (skip('/')) {
       expect('>');
       return;
     }
     expect('>');
-    open_.push_back(name);
+    open_.push_back({element});
+  }
+
+  void addChild(OpenElement& parent, std::size_t child) {
+    if (parent.lastChild != 0) {
+      nodes_[parent.lastChild].next = static_cast<std::uint32_t>(child - parent.lastChild);
+    }
+    parent.lastChild = child;
+    nodes_[parent.index].hasChildren = true;
   }
 
   void scanEndTag() {
-    if (open_.empty() || !skip(open_.back()) || isNameCharacter(next())) {
+    if (open_.empty() || !skip(nodes_[open_.back().index].name) || isNameCharacter(next())) {
       refuseEndTag();
     }
     open_.pop_back();
@@ -327,23 +347,25 @@ class Scanner {
     fail("an end tag without its start tag: " + excerpt(name));
   }
 
-  void scanAttributes() {
-    attributes_.clear();
+  void scanAttributes(std::size_t element) {
     while (skipSpace() && isNameStart(next())) {
       const std::string_view name = scanName();
-      if (std::find(attributes_.begin(), attributes_.end(), name) != attributes_.end()) {
+      const auto first = nodes_.begin() + static_cast<std::ptrdiff_t>(element + 1);
+      if (std::any_of(first, nodes_.end(),
+                      [name](const Node& each) { return each.name == name; })) {
         fail("a second attribute " + excerpt(name));
       }
-      if (attributes_.size() >= limits_.attributes) {
+      if (nodes_[element].attributeCount >= limits_.attributes) {
         fail("more than " + std::to_string(limits_.attributes) + " attributes");
       }
-      countNode();
-      attributes_.push_back(name);
-      scanAttributeValue();
+      const std::size_t attribute = addNode();
+      ++nodes_[element].attributeCount;
+      nodes_[attribute].name = name;
+      nodes_[attribute].text = scanAttributeValue();
     }
   }
 
-  // Starts at the equal sign; returns the text between the quotes unchanged.
+  // Starts at the equal sign.
   std::string_view scanAttributeValue() {
     skipSpace();
     expect('=');
@@ -353,21 +375,38 @@ class Scanner {
       fail("a quoted attribute value expected");
     }
     const std::size_t start = ++position_;
-    for (;;) {
-      skipWhile(valueCharacters);
-      if (next() == quote) {
-        return text_.substr(start, position_++ - start);
-      }
-      if (next() == '&') {
-        scanReference();
-      } else if (next() == '<') {
-        fail("'<' in an attribute value");
-      } else if (position_ == text_.size()) {
+    skipWhile(valueCharacters);
+    std::size_t end = position_;
+    while (!skip(quote)) {
+      if (position_ == text_.size()) {
         expect(quote);
-      } else {
-        ++position_;  // the other quote
       }
+      if (next() == '<') {
+        fail("'<' in an attribute value");
+      }
+      end = next() == '&' ? writeReference(end) : write(end, takeCharacter(' '));
     }
+    return text_.substr(start, end - start);
+  }
+
+  // The next character, or `space` for a line end or, in an attribute, for any white space.
+  char takeCharacter(char space) {
+    const char c = begin_[position_++];
+    if (c == '\r') {
+      skip('\n');
+    }
+    return c == '\r' || (space == ' ' && text::isSpace(c)) ? space : c;
+  }
+
+  // Each writes to `end`, the end of the text that has been rewritten in its place, and returns its
+  // new end. Nothing takes more than what it is written for.
+  std::size_t write(std::size_t end, char c) {
+    begin_[end] = c;
+    return end + 1;
+  }
+  std::size_t writeReference(std::size_t end) {
+    const char32_t character = scanReference();
+    return offset(utf8::unchecked::append(static_cast<std::uint32_t>(character), begin_ + end));
   }
 
   void scanText() {
@@ -377,51 +416,72 @@ class Scanner {
       }
       return;
     }
-    countNode();
     // Most text is white space between two elements.
-    skipSpace();
+    const std::size_t start = position_;
+    while (next() == '\n' || next() == ' ') {
+      ++position_;
+    }
     if (next() == '<') {
+      addText(text_.substr(start, position_ - start), false);
       return;
     }
-    const std::string_view text = textBefore('<');
+    const std::string_view text = text_.substr(start, text_.find('<', position_) - start);
     if (text.find("]]>") != std::string_view::npos) {
-      position_ += text.find("]]>");
+      position_ = start + text.find("]]>");
       fail("']]>' outside a CDATA section");
     }
-    scanReferences(text);
+    addText(rewritten(text, true));
   }
 
-  // The text before the next such character, or before the end.
-  std::string_view textBefore(char end) const {
-    return text_.substr(position_, text_.find(end, position_) - position_);
-  }
-
-  // `text` starts at the current position; the scan continues after it.
-  void scanReferences(std::string_view text) {
-    const std::size_t start = position_;
-    std::size_t next = 0;
-    while ((next = text.find('&', next)) != std::string_view::npos) {
-      position_ = start + next;
-      scanReference();
-      next = position_ - start;
+  // Text of an element with its references resolved and its line ends as line feeds; the scan
+  // continues after it.
+  std::string_view rewritten(std::string_view text, bool hasReferences) {
+    constexpr auto npos = std::string_view::npos;
+    const std::size_t start = offset(text.data());
+    const std::size_t stop = start + text.size();
+    if (text.find('\r') == npos && (!hasReferences || text.find('&') == npos)) {
+      position_ = stop;
+      return text;
     }
-    position_ = start + text.size();
+    std::size_t end = start;
+    for (position_ = start; position_ < stop;) {
+      end = hasReferences && next() == '&' ? writeReference(end) : write(end, takeCharacter('\n'));
+    }
+    return text_.substr(start, end - start);
   }
 
-  void scanReference() {
+  void addText(std::string_view text) {
+    addText(text, !std::all_of(text.begin(), text.end(), text::isSpace<char>));
+  }
+  // Adds to the text of the innermost open element, moving it down to the piece before. The text of
+  // an element with child elements is not needed: it is white space, or the element is refused.
+  void addText(std::string_view text, bool isMoreThanSpace) {
+    Node& element = nodes_[open_.back().index];
+    element.hasText = element.hasText || isMoreThanSpace;
+    if (element.text.empty()) {
+      element.text = text;
+    } else if (!element.hasChildren) {
+      const std::size_t start = offset(element.text.data());
+      std::memmove(begin_ + start + element.text.size(), text.data(), text.size());
+      element.text = text_.substr(start, element.text.size() + text.size());
+    }
+  }
+
+  char32_t scanReference() {
+    static constexpr std::array<std::pair<std::string_view, char32_t>, 5> entities{
+        {{"&amp;", U'&'}, {"&lt;", U'<'}, {"&gt;", U'>'}, {"&quot;", U'"'}, {"&apos;", U'\''}}};
     if (startsWith("&#")) {
-      scanCharacterReference();
-      return;
+      return scanCharacterReference();
     }
-    for (const std::string_view entity : {"&amp;", "&lt;", "&gt;", "&quot;", "&apos;"}) {
+    for (const auto& [entity, character] : entities) {
       if (skip(entity)) {
-        return;
+        return character;
       }
     }
     fail("'&' that does not begin a reference of XML");
   }
 
-  void scanCharacterReference() {
+  char32_t scanCharacterReference() {
     const std::size_t start = position_;
     position_ += 2;
     const int base = skip("x") ? 16 : 10;
@@ -440,27 +500,24 @@ class Scanner {
     if (error != std::errc() || !isAllowed) {
       failAt(start, "a reference to a character that XML forbids");
     }
+    return character;
   }
 
+  char* const begin_;
   // Followed by a NUL that is not part of it.
-  std::string_view text_;
+  const std::string_view text_;
   const XmlLimits& limits_;
-  ControlReferences controlReferences_;
+  const ControlReferences controlReferences_;
   std::size_t position_ = 0;
-  std::size_t nodes_ = 0;
-  bool hasRoot_ = false;
-  bool mayHaveTextInPieces_ = false;
-  std::vector<std::string_view> open_;
-  std::vector<std::string_view> attributes_;
+  std::vector<Node> nodes_;
+  std::vector<OpenElement> open_;
 };
 
 }  // namespace
 
-bool checkWellFormed(const std::string& text, const XmlLimits& limits,
-                     ControlReferences controlReferences) {
-  Scanner scanner(text, limits, controlReferences);
-  scanner.scanDocument();
-  return scanner.mayHaveTextInPieces();
+std::vector<Node> parse(std::string& text, const XmlLimits& limits,
+                        ControlReferences controlReferences) {
+  return Parser(text, limits, controlReferences).parseDocument();
 }
 
 }  // namespace Pegasus::xml
