@@ -13,7 +13,6 @@
 #include "checker.h"
 #include "cim/machine.h"
 #include "cim/selection.h"
-#include "data_file.h"
 #include "explainer.h"
 #include "fake_client.h"
 #include "support/check.h"

@@ -10,12 +10,11 @@
 #include <tuple>
 #include <utility>
 
-#include "data_file.h"
+#include "explainer.h"
 #include "import/fru_file.h"
 #include "import/import.h"
 #include "import/publication.h"
-#include "qualifier.h"
-#include "shape.h"
+#include "line.h"
 
 using Pegasus::CIMInstance;
 using Pegasus::String;
@@ -129,10 +128,9 @@ void Checker::checkLine(LineRead read, const std::string& bytes) {
     return;
   }
   checkText(line, bytes, findings);
-  auto& items = findings.items();
-  std::stable_sort(items.begin(), items.end(),
+  std::stable_sort(findings.items.begin(), findings.items.end(),
                    [](const auto& a, const auto& b) { return a.position < b.position; });
-  for (const LineFindings::Item& item : items) {
+  for (const LineFindings::Item& item : findings.items) {
     report_({lines_, column(columnIn(line, item.position)), item.severity, item.code, item.text});
   }
 }
@@ -160,7 +158,7 @@ void Checker::checkEntry(Category category, const String& line, LineFindings& fi
     checkQualifier(category, line, marks, findings);
   }
   // What is wrong already is corrected first.
-  if (!findings.hasError()) {
+  if (!findings.hasError) {
     checkPublication(category, line, marks, findings);
   }
 }

@@ -2,13 +2,25 @@
 // if some machine can publish it.
 #pragma once
 
-#include <cstddef>
+#include <Pegasus/Common/String.h>
+
+#include <cstdint>
 #include <functional>
 #include <string>
 
-#include "finding.h"
-
 namespace lint {
+
+enum class Severity { error, warning };
+
+struct Finding {
+  // Both from 1. A column is a character of the line.
+  std::uint64_t line = 1;
+  std::uint64_t column = 1;
+  Severity severity = Severity::error;
+  // For programs; the manual page lists them all.
+  const char* code = "";
+  Pegasus::String text;
+};
 
 // Reports what is wrong with the file, in the order of lines and columns. The text has at most one
 // byte more than show::mostFileBytes; with that it is too large, and not looked at.

@@ -1,15 +1,214 @@
-#include <clocale>
-#include <exception>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
-#include "lint.h"
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <clocale>
+#include <cstdint>
+#include <exception>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "checker.h"
+#include "explainer.h"
+#include "file.h"
+#include "text.h"
+
+using lint::Finding;
+using lint::Severity;
+using Pegasus::String;
+
+namespace {
+
+constexpr const char* programDescription =
+    "Checks FRU data files: finds the lines that no machine can publish, or that say\n"
+    "something else than their author means. Needs no CIM server.";
+constexpr const char* footer =
+    "Exit status: 0 without errors, 1 with errors, 2 if a file cannot be read.";
+
+// The manual page lists the same.
+enum class ExitStatus { clean = 0, findings = 1, trouble = 2 };
+
+struct Options {
+  std::vector<std::string> files;
+  bool isJson = false;
+  bool isStrict = false;
+};
+
+void complain(const std::string& message) {
+  std::cerr << "morvik-lint: " << show::sanitized(String(message), show::terminalOf(STDERR_FILENO))
+            << std::endl;
+}
+
+// --- the files that are checked ---
+
+constexpr std::chrono::seconds writerPatience{5};
+
+// Whether the descriptor is of a pipe. Devices are not read: some of them never end.
+bool isPipe(int descriptor, const std::string& name) {
+  struct stat status = {};
+  if (fstat(descriptor, &status) != 0) {
+    show::failToRead(name, errno);
+  }
+  if (name != "-" && !S_ISREG(status.st_mode) && !S_ISFIFO(status.st_mode)) {
+    throw std::runtime_error("cannot read " + name +
+                             (S_ISDIR(status.st_mode) ? ": is a directory" : ": is not a file"));
+  }
+  return S_ISFIFO(status.st_mode);
+}
+
+// The bytes of a file or pipe, "-" for standard input; at most `limit` of them. A named pipe is
+// waited for until it has a writer, at most some seconds; that writer may take as long as it wants.
+std::string readInput(const std::string& name, std::size_t limit) {
+  // Without blocking, which an open of a named pipe does until somebody writes to it.
+  const show::Descriptor file(
+      name == "-" ? dup(STDIN_FILENO)
+                  : open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  if (file.number() < 0) {
+    show::failToRead(name, errno);
+  }
+  // Without a writer, a named pipe is at its end before it has begun.
+  bool mayBegin = isPipe(file.number(), name) && name != "-";
+  const auto end = std::chrono::steady_clock::now() + writerPatience;
+  std::string text;
+  std::array<char, 16384> buffer{};
+  while (text.size() < limit) {
+    const ssize_t got =
+        read(file.number(), buffer.data(), std::min(buffer.size(), limit - text.size()));
+    if (got > 0) {
+      text.append(buffer.data(), static_cast<std::size_t>(got));
+      mayBegin = false;
+    } else if (got == 0 && !mayBegin) {
+      break;
+    } else if (got == 0) {
+      if (std::chrono::steady_clock::now() > end) {
+        throw std::runtime_error("cannot read " + name + ": nobody writes to the pipe");
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    } else if (errno == EAGAIN) {
+      mayBegin = false;
+      pollfd entry = {file.number(), POLLIN, 0};
+      poll(&entry, 1, -1);
+    } else if (errno != EINTR) {
+      show::failToRead(name, errno);
+    }
+  }
+  return text;
+}
+
+// --- the findings ---
+
+// Writes the findings, and counts them.
+class Output {
+ public:
+  explicit Output(bool isJson) : isJson_(isJson) {
+    if (isJson_) {
+      std::cout << R"({"format":1,"findings":[)";
+    }
+  }
+
+  void write(const std::string& file, const Finding& finding) {
+    const bool isError = finding.severity == Severity::error;
+    const char* const severity = isError ? "error" : "warning";
+    if (isJson_) {
+      const nlohmann::ordered_json item = {
+          {"file", String(file).toUtf8()}, {"line", finding.line}, {"column", finding.column},
+          {"severity", severity},          {"code", finding.code}, {"text", finding.text.toUtf8()}};
+      std::cout << (errors + warnings == 0 ? "\n" : ",\n") << item.dump(-1, ' ', true);
+    } else {
+      std::cout << show::sanitized(String(file), terminal_) << ':' << finding.line << ':'
+                << finding.column << ": " << severity << ": "
+                << show::sanitized(finding.text, terminal_) << '\n';
+    }
+    ++(isError ? errors : warnings);
+  }
+
+  void end(std::size_t files) {
+    if (isJson_) {
+      const nlohmann::ordered_json summary = {
+          {"files", files}, {"errors", errors}, {"warnings", warnings}};
+      std::cout << (errors + warnings == 0 ? "]" : "\n]") << ",\"summary\":" << summary << "}\n";
+    }
+    if (!std::cout.flush()) {
+      throw std::runtime_error("cannot write to standard output");
+    }
+  }
+
+  std::uint64_t errors = 0;
+  std::uint64_t warnings = 0;
+
+ private:
+  const bool isJson_;
+  const show::Terminal terminal_ = show::terminalOf(STDOUT_FILENO);
+};
+
+ExitStatus checkFiles(const Options& options) {
+  Output output(options.isJson);
+  std::size_t checked = 0;
+  for (const std::string& file : options.files) {
+    std::string text;
+    try {
+      text = readInput(file, show::mostFileBytes + 1);
+    } catch (const std::exception& error) {
+      complain(error.what());
+      continue;
+    }
+    ++checked;
+    lint::check(text, [&](const Finding& finding) { output.write(file, finding); });
+  }
+  output.end(checked);
+  if (checked < options.files.size()) {
+    return ExitStatus::trouble;
+  }
+  const bool isBad = output.errors > 0 || (options.isStrict && output.warnings > 0);
+  return isBad ? ExitStatus::findings : ExitStatus::clean;
+}
+
+ExitStatus run(int argc, const char* const* argv) {
+  Options options;
+  CLI::App app{programDescription, "morvik-lint"};
+  app.footer(footer);
+  app.set_version_flag("-V,--version", "morvik-lint " MORVIK_VERSION, "Print the version and exit");
+  app.set_help_flag("-h,--help", "Print this help and exit");
+  app.add_flag("-j,--json", options.isJson, "Write JSON");
+  app.add_flag("-W,--strict", options.isStrict, "End with status 1 for warnings, too");
+  app.add_option("FILE", options.files, "FRU data files; - is standard input")
+      ->type_name("")
+      ->required();
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) {  // help and version come this way too
+      app.exit(error);
+      return ExitStatus::clean;
+    }
+    const bool isUnknown = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
+    complain(isUnknown && !app.remaining().empty() ? "unknown option: " + app.remaining().front()
+                                                   : error.what());
+    std::cerr << "Try 'morvik-lint --help'." << std::endl;
+    return ExitStatus::trouble;
+  }
+  return checkFiles(options);
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   // Says which characters a terminal understands; nothing else depends on it.
   std::setlocale(LC_CTYPE, "");
   try {
-    return static_cast<int>(lint::run(argc, argv));
+    return static_cast<int>(run(argc, argv));
   } catch (const std::exception& error) {
-    lint::complain(error.what());
+    complain(error.what());
   }
-  return static_cast<int>(lint::ExitStatus::trouble);
+  return static_cast<int>(ExitStatus::trouble);
 }

@@ -1,14 +1,15 @@
-#include "qualifier.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "cim/machine.h"
 #include "cim/selection.h"
+#include "line.h"
+#include "text/ascii.h"
 
 using Pegasus::String;
 using Pegasus::Uint32;
@@ -20,19 +21,17 @@ namespace {
 // How a category is matched against the machine.
 struct Condition {
   Category category;
-  const char* keyword;
   const char* token;
   QualifierText (*cut)(const String&);
   bool (*canBe)(const String&);
   const char* what;
 };
 
-constexpr Condition conditions[] = {{Category::processor, "PROCESSOR", "SPEED=", cutSpeed,
-                                     canBeClock, "no processor can have the clock "},
-                                    {Category::memory, "MEMORY", "SIZE=", cutSize, canBeMemorySize,
-                                     "no memory module can have the size "},
-                                    {Category::keyboard, "KEYBOARD", "LANGUAGE=", cutLanguage,
-                                     canBeLanguage, "no machine can have the language "}};
+constexpr Condition conditions[] = {
+    {Category::processor, "SPEED=", cutSpeed, canBeClock, "no processor can have the clock "},
+    {Category::memory, "SIZE=", cutSize, canBeMemorySize, "no memory module can have the size "},
+    {Category::keyboard, "LANGUAGE=", cutLanguage, canBeLanguage,
+     "no machine can have the language "}};
 
 const Condition* findCondition(Category category) {
   const auto* found =
@@ -42,8 +41,7 @@ const Condition* findCondition(Category category) {
 }
 
 std::string lower(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 0x20) : c; });
+  std::transform(text.begin(), text.end(), text.begin(), Pegasus::text::lowered<char>);
   return text;
 }
 
@@ -71,7 +69,7 @@ std::optional<std::string> numberMeant(const Condition& condition, const std::st
         std::min(decimals, text.size()) - comma == 4 && text.find('g', comma) == std::string::npos;
     text.replace(comma, 1, isOfThousands ? "" : ".");
   }
-  if (text.empty() || text.size() > 16 || text.front() < '0' || text.front() > '9') {
+  if (text.empty() || text.size() > 16 || !Pegasus::text::isDigit(text.front())) {
     return std::nullopt;
   }
   const std::size_t digits = text.find_first_not_of("0123456789.");
@@ -156,8 +154,9 @@ String missingWords(const Condition& condition, const String& field) {
   if (named == nullptr) {
     return words;
   }
-  return named == &condition ? words + ": it must be in capital letters"
-                             : words + ": " + named->token + " is for " + named->keyword + " only";
+  return named == &condition
+             ? words + ": it must be in capital letters"
+             : words + ": " + named->token + " is for " + keywordOf(named->category) + " only";
 }
 
 // Nothing of this category is compared with the machine.
@@ -166,7 +165,7 @@ void checkUnused(Category category, const String& field, Uint32 begin, LineFindi
   if (named != nullptr) {
     findings.error(begin, "wrong-qualifier",
                    keywordOf(category) + " has no condition: " + named->token + " is for " +
-                       named->keyword + " only");
+                       keywordOf(named->category) + " only");
   } else if (field.size() > 0) {
     findings.warning(begin, "unused-text",
                      keywordOf(category) + " has no condition: the third field is ignored");

@@ -1,11 +1,12 @@
-#include "shape.h"
-
 #include <algorithm>
 #include <iterator>
 #include <numeric>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "line.h"
+#include "text/ascii.h"
 
 using Pegasus::String;
 using Pegasus::Uint32;
@@ -48,8 +49,7 @@ Uint32 positionOf(std::u16string_view text, std::u16string_view units) {
 
 std::string upper(const String& text) {
   std::string bytes = text.toUtf8();
-  std::transform(bytes.begin(), bytes.end(), bytes.begin(),
-                 [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 0x20) : c; });
+  std::transform(bytes.begin(), bytes.end(), bytes.begin(), Pegasus::text::raised<char>);
   return bytes;
 }
 
@@ -58,10 +58,9 @@ std::string upper(const String& text) {
 // Whether some word of the line is a category, in any letter case: the author meant an entry.
 bool namesCategory(const String& line) {
   const std::string text = upper(line);
-  const auto isLetter = [](char c) { return c >= 'A' && c <= 'Z'; };
   for (auto begin = text.begin(); begin != text.end();) {
-    begin = std::find_if(begin, text.end(), isLetter);
-    const auto end = std::find_if_not(begin, text.end(), isLetter);
+    begin = std::find_if(begin, text.end(), Pegasus::text::isLetter<char>);
+    const auto end = std::find_if_not(begin, text.end(), Pegasus::text::isLetter<char>);
     if (findCategory(String(std::string(begin, end)))) {
       return true;
     }

@@ -1,20 +1,19 @@
 #include "bring.h"
 
 #include <curl/curl.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <filesystem>
-#include <fstream>
 #include <random>
+#include <string_view>
 #include <system_error>
 #include <thread>
 
-#include "data_file.h"
+#include "explainer.h"
+#include "file.h"
+#include "text/ascii.h"
 
 namespace run {
 
@@ -30,29 +29,6 @@ constexpr int pauseGrowth = 4;
 // If a server asks to wait for longer, the next night is soon enough.
 constexpr std::chrono::seconds longestPause{60};
 constexpr long mostRedirects = 5;
-
-[[noreturn]] void failToRead(int error) {
-  throw std::system_error(error, std::generic_category());
-}
-
-class Descriptor {
- public:
-  explicit Descriptor(const std::string& path)
-      : number_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {}
-  ~Descriptor() {
-    if (number_ >= 0) {
-      close(number_);
-    }
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  Descriptor(Descriptor&&) = delete;
-  Descriptor& operator=(Descriptor&&) = delete;
-  int number() const { return number_; }
-
- private:
-  int number_;
-};
 
 }  // namespace
 
@@ -85,14 +61,10 @@ class Url {
 
 namespace {
 
-[[noreturn]] void refuseSetting(const char* name, const std::string& value, const char* rule) {
-  throw Failure(Status::badUse, std::string(name) + ": '" + harmless(value) + "' " + rule);
-}
-
 // The FTP server of the settings, as a URL. A path that begins with a slash begins with two in a
 // URL: without it, it would be below the directory of the login.
 Url urlOfFtpServer(const Settings& settings) {
-  const std::string& server = settings.ftpServer;
+  const std::string& server = settings.ftpServer.text;
   const std::size_t blank = server.find(' ');
   const std::string host = server.substr(0, blank);
   const std::string port = blank == std::string::npos ? "" : server.substr(blank + 1);
@@ -103,31 +75,29 @@ Url urlOfFtpServer(const Settings& settings) {
   Url url;
   if (host.empty() || !isHost || !isPort || !url.set(CURLUPART_URL, "ftp://" + host + "/") ||
       (!port.empty() && !url.set(CURLUPART_PORT, port))) {
-    refuseSetting(settings.nameOf(&Settings::ftpServer), server,
+    refuseSetting(settings.ftpServer, server,
                   "is not a host name, perhaps with a blank and a port");
   }
-  if (!url.set(CURLUPART_PATH, "/" + settings.ftpDirectory, CURLU_URLENCODE)) {
-    refuseSetting(settings.nameOf(&Settings::ftpDirectory), settings.ftpDirectory,
-                  "is not a directory");
+  if (!url.set(CURLUPART_PATH, "/" + settings.ftpDirectory.text, CURLU_URLENCODE)) {
+    refuseSetting(settings.ftpDirectory, settings.ftpDirectory.text, "is not a directory");
   }
   return url;
 }
 
 Url urlOf(const Settings& settings) {
-  if (settings.url.empty()) {
+  if (settings.url.text.empty()) {
     return urlOfFtpServer(settings);
   }
   constexpr std::array<const char*, 5> schemes{"https", "http", "ftps", "ftp", "file"};
   Url url;
   // The value may hold a password, and is not shown.
-  if (!url.set(CURLUPART_URL, settings.url)) {
-    throw Failure(Status::badUse, std::string(settings.nameOf(&Settings::url)) +
+  if (!url.set(CURLUPART_URL, settings.url.text)) {
+    throw Failure(Status::badUse, std::string(settings.url.name) +
                                       " is not a URL, such as https://parts.example.com/fru");
   }
   const std::string scheme = url.get(CURLUPART_SCHEME);
   if (std::find(schemes.begin(), schemes.end(), scheme) == schemes.end()) {
-    refuseSetting(settings.nameOf(&Settings::url), scheme,
-                  "is not one of https, http, ftps, ftp and file");
+    refuseSetting(settings.url, scheme, "is not one of https, http, ftps, ftp and file");
   }
   url.set(CURLUPART_FRAGMENT, "");
   return url;
@@ -169,42 +139,6 @@ std::chrono::milliseconds withJitter(std::chrono::milliseconds pause) {
       pause.count() / 2, pause.count() * 3 / 2)(random));
 }
 
-void writeFile(const std::string& path, const std::string& text) {
-  std::ofstream file(path, std::ios::binary);
-  file << text;
-  file.close();
-  if (!file) {
-    throw Failure(Status::badUse, "cannot write " + path + ": " +
-                                      std::error_code(errno, std::generic_category()).message());
-  }
-}
-
-std::string readWholeFile(const std::string& path, std::size_t limit) {
-  const Descriptor file(path);
-  struct stat status = {};
-  if (file.number() < 0 || fstat(file.number(), &status) != 0) {
-    failToRead(errno);
-  }
-  if (!S_ISREG(status.st_mode)) {
-    failToRead(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
-  }
-  std::string text;
-  std::array<char, 16384> buffer{};
-  for (;;) {
-    const ssize_t got = read(file.number(), buffer.data(), buffer.size());
-    if (got == 0) {
-      return text;
-    }
-    if (got < 0 && errno != EINTR) {
-      failToRead(errno);
-    }
-    text.append(buffer.data(), got < 0 ? 0 : static_cast<std::size_t>(got));
-    if (text.size() > limit) {
-      failToRead(EFBIG);
-    }
-  }
-}
-
 // --- servers ---
 
 // One connection to a server, and what one try of one file gave.
@@ -222,17 +156,16 @@ class Bringer::Transfer {
   Result attempt(const std::string& address, const std::optional<Version>& known,
                  std::chrono::milliseconds limit);
   Result judgeReply(CURLcode code);
-  void takeLine(std::string line);
+  // Returns how much it has taken; less than there was ends the transfer.
+  std::size_t takeText(std::string_view text);
+  void takeLine(std::string_view line);
   std::string words() const;
-  long getInfo(CURLINFO info) const;
   template <typename Value>
   void set(CURLoption option, Value value) {
     if (curl_easy_setopt(handle_.get(), option, value) != CURLE_OK) {
       throw Failure(Status::badUse, "the installed libcurl lacks a feature that is needed");
     }
   }
-  static std::size_t takeText(char* bytes, std::size_t one, std::size_t count, void* self);
-  static std::size_t takeHeader(char* bytes, std::size_t one, std::size_t count, void* self);
 
   Url url_;
   bool isHttp_;
@@ -255,7 +188,7 @@ Bringer::Transfer::Transfer(const Settings& settings, Url url)
       isHttp_(url_.get(CURLUPART_SCHEME).starts_with("http")),
       isSecure_(url_.get(CURLUPART_SCHEME) == "https"),
       retryPause_(settings.retryPause),
-      certificates_(settings.nameOf(&Settings::certificates)),
+      certificates_(settings.certificates.name),
       handle_(curl_easy_init(), curl_easy_cleanup) {
   if (handle_ == nullptr) {
     throw Failure(Status::badUse, "libcurl cannot be used");
@@ -271,8 +204,8 @@ Bringer::Transfer::Transfer(const Settings& settings, Url url)
   set(CURLOPT_MAXREDIRS, mostRedirects);
   set(CURLOPT_SSL_VERIFYPEER, 1L);
   set(CURLOPT_SSL_VERIFYHOST, 2L);
-  if (!settings.certificates.empty()) {
-    set(CURLOPT_CAINFO, settings.certificates.c_str());
+  if (!settings.certificates.text.empty()) {
+    set(CURLOPT_CAINFO, settings.certificates.text.c_str());
   }
   // One CWD with the whole directory, as an FTP client does it.
   set(CURLOPT_FTP_FILEMETHOD, static_cast<long>(CURLFTPMETHOD_SINGLECWD));
@@ -280,33 +213,28 @@ Bringer::Transfer::Transfer(const Settings& settings, Url url)
   if (!isHttp_ && url_.get(CURLUPART_USER).empty()) {
     set(CURLOPT_USERPWD, "anonymous:anonymous");
   }
-  set(CURLOPT_WRITEFUNCTION, &takeText);
+  set(
+      CURLOPT_WRITEFUNCTION, +[](char* bytes, std::size_t, std::size_t count, void* self) {
+        return static_cast<Transfer*>(self)->takeText({bytes, count});
+      });
   set(CURLOPT_WRITEDATA, static_cast<void*>(this));
-  set(CURLOPT_HEADERFUNCTION, &takeHeader);
+  set(
+      CURLOPT_HEADERFUNCTION, +[](char* bytes, std::size_t, std::size_t count, void* self) {
+        static_cast<Transfer*>(self)->takeLine({bytes, count});
+        return count;
+      });
   set(CURLOPT_HEADERDATA, static_cast<void*>(this));
 }
 
-std::size_t Bringer::Transfer::takeText(char* bytes, std::size_t one, std::size_t count,
-                                        void* self) {
-  auto& transfer = *static_cast<Transfer*>(self);
-  std::string& text = transfer.brought_.text;
-  transfer.isTooLarge_ = text.size() + one * count > mostBytes;
-  if (transfer.isTooLarge_) {
-    return 0;  // ends the transfer
-  }
-  text.append(bytes, one * count);
-  return one * count;
+std::size_t Bringer::Transfer::takeText(std::string_view text) {
+  isTooLarge_ = brought_.text.size() + text.size() > mostBytes;
+  brought_.text += isTooLarge_ ? "" : text;
+  return isTooLarge_ ? 0 : text.size();
 }
 
-std::size_t Bringer::Transfer::takeHeader(char* bytes, std::size_t one, std::size_t count,
-                                          void* self) {
-  static_cast<Transfer*>(self)->takeLine(std::string(bytes, one * count));
-  return one * count;
-}
-
-void Bringer::Transfer::takeLine(std::string line) {
+void Bringer::Transfer::takeLine(std::string_view line) {
   while (line.ends_with('\n') || line.ends_with('\r')) {
-    line.pop_back();
+    line.remove_suffix(1);
   }
   if (!isHttp_) {
     // 4 and 5 are failures; 421 may come at any time.
@@ -321,10 +249,9 @@ void Bringer::Transfer::takeLine(std::string line) {
     return;
   }
   const std::size_t colon = std::min(line.find(':'), line.size());
-  const std::size_t begin = line.find_first_not_of(": \t", colon);
-  const std::string value = begin == std::string::npos ? "" : line.substr(begin);
+  const auto value = Pegasus::text::trimmed(line.substr(std::min(colon + 1, line.size())));
   const auto isHeader = [&](const char* name) {
-    return curl_strequal(line.substr(0, colon).c_str(), name) != 0;
+    return Pegasus::text::equalNoCase(line.substr(0, colon), name);
   };
   // What is remembered must be small.
   constexpr std::size_t longest = 200;
@@ -335,14 +262,9 @@ void Bringer::Transfer::takeLine(std::string line) {
   }
 }
 
-long Bringer::Transfer::getInfo(CURLINFO info) const {
-  long value = 0;
-  curl_easy_getinfo(handle_.get(), info, &value);
-  return value;
-}
-
 Bringer::Transfer::Result Bringer::Transfer::judgeReply(CURLcode code) {
-  const long reply = getInfo(CURLINFO_RESPONSE_CODE);
+  long reply = 0;
+  curl_easy_getinfo(handle_.get(), CURLINFO_RESPONSE_CODE, &reply);
   if (isHttp_ && reply >= 400) {
     const bool isBusy = reply == 408 || reply == 425 || reply == 429 || reply >= 500;
     return reply == 404 || reply == 410 ? Result::missing
@@ -462,12 +384,12 @@ Brought Bringer::Transfer::bring(const std::string& name, const std::optional<Ve
 
 Bringer::Bringer(const Settings& settings, const Deadline& deadline)
     : settings_(settings), deadline_(deadline) {
-  if (!settings.file.empty()) {
-    directory_ = std::filesystem::path(settings.file).parent_path();
+  if (!settings.file.text.empty()) {
+    directory_ = std::filesystem::path(settings.file.text).parent_path();
     return;
   }
-  if (!settings.files.empty()) {
-    directory_ = settings.files;
+  if (!settings.files.text.empty()) {
+    directory_ = settings.files.text;
     return;
   }
   Url url = urlOf(settings);
@@ -482,12 +404,12 @@ Bringer::Bringer(const Settings& settings, const Deadline& deadline)
 Bringer::~Bringer() = default;
 
 bool Bringer::isByType() const {
-  return settings_.file.empty();
+  return settings_.file.text.empty();
 }
 
 std::string Bringer::nameFor(const std::string& machineType) const {
   return isByType() ? machineType + "wpk.txt"
-                    : std::filesystem::path(settings_.file).filename().string();
+                    : std::filesystem::path(settings_.file.text).filename().string();
 }
 
 std::string Bringer::addressOf(const std::string& name) const {
@@ -502,9 +424,7 @@ Brought Bringer::bring(const std::string& name, const std::optional<Version>& kn
 
 Brought Bringer::readHere(const std::string& path) const {
   try {
-    Brought brought;
-    brought.text = readWholeFile(path, mostBytes);
-    return brought;
+    return {.text = show::readFile(path, mostBytes)};
   } catch (const std::system_error& error) {
     const int number = error.code().value();
     if (number == EFBIG) {

@@ -20,17 +20,9 @@ struct Version {
 struct Brought {
   // The server has the version that it was asked about, and sent no text.
   bool isUnchanged = false;
-  std::string text;
-  Version version;
+  std::string text = {};
+  Version version = {};
 };
-
-// Writes a file for another program to read at once. Throws Failure(badUse).
-void writeFile(const std::string& path, const std::string& text);
-
-// The whole file. Throws std::system_error, with ENOENT if there is no such file; EINVAL for
-// anything but a regular file, so that a pipe or a device cannot keep the reader waiting; EFBIG for
-// more bytes than `limit`.
-std::string readWholeFile(const std::string& path, std::size_t limit);
 
 // From half to one and a half times the pause, so that many machines do not come back at once.
 std::chrono::milliseconds withJitter(std::chrono::milliseconds pause);

@@ -22,7 +22,7 @@ void complain(const std::string& words) {
 Status say(const run::Report& report, const run::Settings& settings) {
   const bool isGood = report.status == Status::good;
   if (settings.isJson) {
-    std::cout << run::dump(run::toJson(report)) << std::endl;
+    std::cout << show::dump(run::toJson(report)) << std::endl;
   } else if (isGood && !settings.isQuiet) {
     std::cout << report.message << std::endl;
   }

@@ -9,12 +9,13 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
+#include <fstream>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
 
+#include "file.h"
 #include "outcome.h"
 
 namespace run {
@@ -28,36 +29,18 @@ constexpr std::size_t mostOutput = 65536;
 }
 
 // Both ends are closed at exec.
-class Pipe {
- public:
-  Pipe() {
-    if (pipe2(ends_.data(), O_CLOEXEC) != 0) {
-      throwSystemError("pipe", errno);
-    }
-  }
-  ~Pipe() {
-    closeReading();
-    closeWriting();
-  }
-  Pipe(const Pipe&) = delete;
-  Pipe& operator=(const Pipe&) = delete;
-  Pipe(Pipe&&) = delete;
-  Pipe& operator=(Pipe&&) = delete;
-
-  int reading() const { return ends_[0]; }
-  int writing() const { return ends_[1]; }
-  void closeReading() { close(ends_[0]); }
-  void closeWriting() { close(ends_[1]); }
-
- private:
-  static void close(int& end) {
-    if (end >= 0) {
-      ::close(end);
-    }
-    end = -1;
-  }
-  std::array<int, 2> ends_{-1, -1};
+struct Pipe {
+  show::Descriptor reading;
+  show::Descriptor writing;
 };
+
+Pipe makePipe() {
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+    throwSystemError("pipe", errno);
+  }
+  return {show::Descriptor(ends[0]), show::Descriptor(ends[1])};
+}
 
 std::vector<std::string> environmentFor(const Command& command) {
   std::vector<std::string> variables;
@@ -133,26 +116,27 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
 }
 
 // Reads what is there; closes the pipe at its end.
-void readSome(Pipe& pipe, std::string& text) {
+void readSome(show::Descriptor& pipe, std::string& text) {
   std::array<char, 4096> buffer{};
-  const ssize_t got = read(pipe.reading(), buffer.data(), buffer.size());
+  const ssize_t got = read(pipe.number(), buffer.data(), buffer.size());
   if (got > 0) {
     const auto room = mostOutput - text.size();
     text.append(buffer.data(), std::min(static_cast<std::size_t>(got), room));
   } else if (got == 0 || (errno != EINTR && errno != EAGAIN)) {
-    pipe.closeReading();
+    pipe.close();
   }
 }
 
 // Until both pipes have ended: false if the time is up before.
-bool readAll(Pipe& output, Pipe& errors, const Deadline& deadline, Ended& ended) {
-  while (output.reading() >= 0 || errors.reading() >= 0) {
+bool readAll(show::Descriptor& output, show::Descriptor& errors, const Deadline& deadline,
+             Ended& ended) {
+  while (output.number() >= 0 || errors.number() >= 0) {
     const auto left = deadline.left().count();
     if (left == 0) {
       return false;
     }
     // poll() leaves out descriptors below zero.
-    std::array<pollfd, 2> waited{{{output.reading(), POLLIN, 0}, {errors.reading(), POLLIN, 0}}};
+    std::array<pollfd, 2> waited{{{output.number(), POLLIN, 0}, {errors.number(), POLLIN, 0}}};
     if (poll(waited.data(), waited.size(), static_cast<int>(left)) <= 0) {
       continue;
     }
@@ -184,36 +168,45 @@ Ended runProgram(const Command& command) {
   std::vector<std::string> variables = environmentFor(command);
   std::vector<char*> wordPointers = pointersTo(words);
   std::vector<char*> variablePointers = pointersTo(variables);
-  Pipe input;
-  Pipe output;
-  Pipe errors;
-  Pipe failed;
-  input.closeWriting();
+  const show::Descriptor input = makePipe().reading;  // at its end, because nobody can write to it
+  Pipe output = makePipe();
+  Pipe errors = makePipe();
+  Pipe failed = makePipe();
   const Deadline deadline(command.limit);
   const pid_t process = fork();
   if (process < 0) {
     throwSystemError("fork", errno);
   }
   if (process == 0) {
-    become(command, program.c_str(), wordPointers.data(), variablePointers.data(), input.reading(),
-           output.writing(), errors.writing(), failed.writing());
+    become(command, program.c_str(), wordPointers.data(), variablePointers.data(), input.number(),
+           output.writing.number(), errors.writing.number(), failed.writing.number());
   }
-  output.closeWriting();
-  errors.closeWriting();
-  failed.closeWriting();
+  output.writing.close();
+  errors.writing.close();
+  failed.writing.close();
   int error = 0;
   // Waits for exec, which closes the other end.
-  if (read(failed.reading(), &error, sizeof error) == static_cast<ssize_t>(sizeof error)) {
+  if (read(failed.reading.number(), &error, sizeof error) == static_cast<ssize_t>(sizeof error)) {
     waitFor(process);
     throwSystemError("cannot start " + words[0], error);
   }
   Ended ended;
-  ended.isTimeUp = !readAll(output, errors, deadline, ended);
+  ended.isTimeUp = !readAll(output.reading, errors.reading, deadline, ended);
   if (ended.isTimeUp) {
     kill(-process, SIGKILL);
   }
   ended.status = waitFor(process);
   return ended;
+}
+
+void writeFile(const std::string& path, const std::string& text) {
+  std::ofstream file(path, std::ios::binary);
+  file << text;
+  file.close();
+  if (!file) {
+    throw Failure(Status::badUse,
+                  "cannot write " + path + ": " + std::generic_category().message(errno));
+  }
 }
 
 SignalsHeld::SignalsHeld() {

@@ -37,6 +37,9 @@ struct Ended {
 // std::system_error if it cannot be started.
 Ended runProgram(const Command& command);
 
+// Writes a file for another program to read at once. Throws Failure(badUse).
+void writeFile(const std::string& path, const std::string& text);
+
 // As long as this lives, SIGTERM, SIGINT and SIGHUP wait.
 class SignalsHeld {
  public:

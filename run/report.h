@@ -7,14 +7,14 @@
 #include <string>
 #include <vector>
 
-#include "history.h"
-#include "judge.h"
 #include "outcome.h"
+#include "publish.h"
+#include "table.h"
 
 namespace run {
 
 using Time = std::chrono::system_clock::time_point;
-using Json = nlohmann::ordered_json;
+using show::Json;
 
 struct Report {
   Status status = Status::good;
@@ -57,7 +57,17 @@ using show::timeText;
 Json toJson(const Report& report);
 Json toJson(const Items& items);
 
-// ASCII, in one line.
-std::string dump(const Json& json);
+// Who the machine is; UTF-8, empty if the CIM server does not know it.
+struct MachineNames {
+  std::string type;
+  std::string model;
+  std::string serial;
+};
+
+// Metrics of the last run, for the textfile collector of Prometheus' node exporter. What is not
+// known is left out: the entries if the CIM server did not answer, the last success before the
+// first one.
+std::string metricsText(const Report& report, const MachineNames& machine,
+                        const std::optional<Time>& lastSuccess);
 
 }  // namespace run

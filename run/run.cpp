@@ -10,10 +10,7 @@
 #include "cim/client.h"
 #include "cim/machine.h"
 #include "entries.h"
-#include "history.h"
-#include "judge.h"
 #include "machine.h"
-#include "metrics.h"
 #include "process.h"
 #include "publish.h"
 #include "state.h"
@@ -38,17 +35,6 @@ constexpr int rehearsalPart = 4;
 constexpr int mostLooks = 3;
 constexpr std::chrono::seconds pauseBetweenLooks{2};
 
-// A data file that may be published.
-struct Candidate {
-  std::string address;
-  std::string text;
-  Version version;
-  // 0 if it is not signed.
-  std::int64_t signatureTime = 0;
-  // The sum of the keyring; empty if it is not verified.
-  std::string keyring;
-};
-
 class Run {
  public:
   Run(const Settings& settings, Report& report, MachineNames& names)
@@ -56,7 +42,7 @@ class Run {
         report_(report),
         names_(names),
         deadline_(runLimit),
-        state_(settings.state) {}
+        state_(settings.state.text) {}
 
   // Throws Failure, and what the client throws.
   void go();
@@ -65,18 +51,17 @@ class Run {
 
  private:
   void askMachine();
-  Candidate bring();
-  Candidate bringOnce(Bringer& bringer, const std::string& name, bool isFirst);
-  void verify(Bringer& bringer, const std::string& name, Candidate& candidate);
-  void judge(const Candidate& candidate);
-  void publish(const Candidate& candidate);
+  Good bring();
+  Good bringOnce(Bringer& bringer, const std::string& name, bool isFirst);
+  void verify(Bringer& bringer, const std::string& name, Good& candidate);
+  void judge(const Good& candidate);
+  void publish(const Good& candidate);
   // Afterwards report_.published is what is published, and absent if that is unknown.
   std::string publishOnce(const std::string& text, Deadline limit);
   void look();
-  void restore(const Candidate& candidate, const std::string& reason);
+  void restore(const Good& candidate, const std::string& reason);
   // If the last run was interrupted, what it left is replaced.
   void mend();
-  Good goodOf(const Candidate& candidate) const;
   void holdSignals();
 
   const Settings& settings_;
@@ -121,7 +106,7 @@ void Run::askMachine() {
   if (machine_.model) {
     names_.model = machine_.model->toUtf8();
   }
-  if (!settings_.metrics.empty()) {
+  if (!settings_.metrics.text.empty()) {
     const auto systems = readSystems(*client_);
     names_.serial = systems.size() == 0 ? "" : serialOf(systems[0]);
   }
@@ -146,7 +131,7 @@ void checkMachineType(const show::Machine& machine, const std::string& type) {
 
 // --- the data file ---
 
-Candidate Run::bring() {
+Good Run::bring() {
   const Deadline limit(std::min<Clock::duration>(bringLimit, deadline_.left()));
   Bringer bringer(settings_, limit);
   if (bringer.isByType()) {
@@ -158,7 +143,7 @@ Candidate Run::bring() {
     return bringOnce(bringer, name, true);
   } catch (const Failure& failure) {
     // A maker who replaces files at this moment may have replaced only some of them.
-    if (settings_.keyring.empty() || failure.status() != Status::refused ||
+    if (settings_.keyring.text.empty() || failure.status() != Status::refused ||
         limit.left() <= settings_.retryPause) {
       throw;
     }
@@ -167,17 +152,17 @@ Candidate Run::bring() {
   return bringOnce(bringer, name, false);
 }
 
-Candidate Run::bringOnce(Bringer& bringer, const std::string& name, bool isFirst) {
-  Candidate candidate;
-  candidate.address = report_.source;
+Good Run::bringOnce(Bringer& bringer, const std::string& name, bool isFirst) {
+  Good candidate;
+  candidate.source = report_.source;
   const auto& good = state_.good();
-  const bool isKnown = isFirst && good && good->source == candidate.address && !good->text.empty();
+  const bool isKnown = isFirst && good && good->source == candidate.source && !good->text.empty();
   const Brought brought =
       bringer.bring(name, isKnown ? std::optional(good->version) : std::nullopt);
   candidate.text = brought.isUnchanged ? good->text : brought.text;
   candidate.version = brought.isUnchanged ? good->version : brought.version;
-  if (!settings_.keyring.empty()) {
-    candidate.keyring = keyringSum(settings_.keyring, settings_.nameOf(&Settings::keyring));
+  if (!settings_.keyring.text.empty()) {
+    candidate.keyring = keyringSum(settings_.keyring);
     // A text that was verified with this keyring, and has not changed since, need not be again.
     if (!brought.isUnchanged || good->keyring != candidate.keyring) {
       verify(bringer, name, candidate);
@@ -186,12 +171,12 @@ Candidate Run::bringOnce(Bringer& bringer, const std::string& name, bool isFirst
   return candidate;
 }
 
-void Run::verify(Bringer& bringer, const std::string& name, Candidate& candidate) {
+void Run::verify(Bringer& bringer, const std::string& name, Good& candidate) {
   try {
     const std::string sums = bringer.bring("SHA256SUMS").text;
     const std::string signed_ = bringer.bring("SHA256SUMS.gpg").text;
-    candidate.signatureTime =
-        checkSignature(sums, signed_, settings_.keyring, state_.emptyWorkDirectory(), deadline_);
+    candidate.signatureTime = checkSignature(sums, signed_, settings_.keyring.text,
+                                             state_.emptyWorkDirectory(), deadline_);
     checkSum(sums, name, candidate.text);
     if (!settings_.isForced) {
       checkAge(candidate.signatureTime, state_.good() ? state_.good()->signatureTime : 0,
@@ -200,11 +185,11 @@ void Run::verify(Bringer& bringer, const std::string& name, Candidate& candidate
   } catch (const Failure& failure) {
     // A file without a signature is not a missing file.
     const Status status = failure.status() == Status::noFile ? Status::refused : failure.status();
-    throw Failure(status, candidate.address + " cannot be verified: " + failure.what());
+    throw Failure(status, candidate.source + " cannot be verified: " + failure.what());
   }
 }
 
-void Run::judge(const Candidate& candidate) {
+void Run::judge(const Good& candidate) {
   const auto& good = state_.good();
   try {
     checkForm(candidate.text);
@@ -216,22 +201,8 @@ void Run::judge(const Candidate& candidate) {
     if (failure.status() != Status::refused) {
       throw;
     }
-    throw Failure(Status::refused, candidate.address + " is refused: " + failure.what());
+    throw Failure(Status::refused, candidate.source + " is refused: " + failure.what());
   }
-}
-
-Good Run::goodOf(const Candidate& candidate) const {
-  Good good;
-  good.source = candidate.address;
-  good.text = candidate.text;
-  good.entries = report_.predicted->size();
-  good.version = candidate.version;
-  good.keyring = candidate.keyring;
-  // An older one has been accepted by force, and is the measure from now on.
-  good.signatureTime = candidate.signatureTime != 0 ? candidate.signatureTime
-                       : state_.good()              ? state_.good()->signatureTime
-                                                    : 0;
-  return good;
 }
 
 // --- publishing ---
@@ -260,7 +231,7 @@ std::string Run::publishOnce(const std::string& text, Deadline limit) {
     report_.notes.push_back("deleted " + countWords(deleteByName(*client_), " ") +
                             "by name, because the CIM server has no GetProperty for them");
   }
-  std::string words = runMorvik({.morvik = settings_.morvik,
+  std::string words = runMorvik({.morvik = settings_.morvik.text,
                                  .directory = state_.emptyWorkDirectory(),
                                  .text = text,
                                  .lock = state_.lock()},
@@ -287,7 +258,7 @@ void Run::look() {
   }
 }
 
-void Run::publish(const Candidate& candidate) {
+void Run::publish(const Good& candidate) {
   rehearse(*client_, *report_.predicted, report_.before->size(),
            Deadline(deadline_.left() / rehearsalPart));
   mustDeleteByName(*client_);
@@ -309,7 +280,7 @@ void Run::publish(const Candidate& candidate) {
 
 // The new file once more if there is no other: a CIM server that was started again meanwhile takes
 // it now.
-void Run::restore(const Candidate& candidate, const std::string& reason) {
+void Run::restore(const Good& candidate, const std::string& reason) {
   const auto& good = state_.good();
   const std::string& text = canBeRestored(good) ? good->text : candidate.text;
   const Items expected = predict(text, *client_, machine_, deadline_).items;
@@ -362,7 +333,7 @@ void Run::mend() {
 void Run::go() {
   askMachine();
   try {
-    const Candidate candidate = bring();
+    Good candidate = bring();
     judge(candidate);
     if (!settings_.isCheck) {
       if (report_.before == report_.predicted) {
@@ -370,7 +341,12 @@ void Run::go() {
       } else {
         publish(candidate);
       }
-      good_ = goodOf(candidate);
+      // An older signature has been accepted by force, and is the measure from now on.
+      if (candidate.signatureTime == 0 && state_.good()) {
+        candidate.signatureTime = state_.good()->signatureTime;
+      }
+      candidate.entries = report_.predicted->size();
+      good_ = std::move(candidate);
     }
     report_.message = goodWords(report_);
   } catch (const Failure& failure) {
@@ -413,11 +389,11 @@ void Run::remember() {
       // The reason is in the report already.
     }
   }
-  if (!settings_.metrics.empty()) {
+  if (!settings_.metrics.text.empty()) {
     const auto lastSuccess =
         state_.good() ? show::timeIn(state_.good()->finished) : std::optional<Time>();
     try {
-      writeAtomically(settings_.metrics, metricsText(report_, names_, lastSuccess));
+      writeAtomically(settings_.metrics.text, metricsText(report_, names_, lastSuccess));
     } catch (const Failure& failure) {
       report_.notes.emplace_back(failure.what());
     }

@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
-#include <optional>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -29,7 +29,7 @@ struct Row {
   const char* option;
   // Null if there is no variable.
   const char* variable;
-  TextSetting value;
+  Setting Settings::*value;
   const char* type;
   const char* help;
 };
@@ -67,25 +67,12 @@ std::string footerText() {
   return text;
 }
 
-std::string environment(const char* name) {
-  const char* value = name == nullptr ? nullptr : std::getenv(name);
-  return value == nullptr ? "" : value;
-}
-
-[[noreturn]] void refuse(const std::string& name, const std::string& value,
-                         const std::string& rule) {
-  throw Failure(Status::badUse, name + ": '" + harmless(value) + "' " + rule);
-}
+// Those that say where the data files are.
+constexpr Setting Settings::*sources[] = {&Settings::url, &Settings::files, &Settings::file,
+                                          &Settings::ftpServer, &Settings::ftpDirectory};
 
 bool isSource(const Row& row) {
-  constexpr TextSetting sources[] = {&Settings::url, &Settings::files, &Settings::file,
-                                     &Settings::ftpServer, &Settings::ftpDirectory};
   return std::find(std::begin(sources), std::end(sources), row.value) != std::end(sources);
-}
-
-bool isFromOption(const Settings& settings, TextSetting value) {
-  const auto& all = settings.fromOptions;
-  return std::find(all.begin(), all.end(), value) != all.end();
 }
 
 // The variables, for what no option has set. An option that says where the files are replaces all
@@ -95,84 +82,77 @@ void addEnvironment(const CLI::App& app, Settings& settings) {
     return isSource(row) && app.count(row.option) > 0;
   });
   for (const Row& row : rows) {
-    if (app.count(row.option) > 0) {
-      settings.fromOptions.push_back(row.value);
-    } else if (!(hasSource && isSource(row))) {
-      settings.*row.value = environment(row.variable);
+    Setting& setting = settings.*row.value;
+    const bool isOption = row.variable == nullptr || app.count(row.option) > 0;
+    setting.name = isOption ? row.option : row.variable;
+    if (!isOption && !(hasSource && isSource(row))) {
+      const char* value = std::getenv(row.variable);
+      setting.text = value == nullptr ? "" : value;
     }
   }
 }
 
 // MORVIK_FILE has always come before the FTP server; the settings file may have several.
 void chooseSource(Settings& settings) {
-  const bool hasFtp = !settings.ftpServer.empty() || !settings.ftpDirectory.empty();
-  const std::string given[] = {settings.file, settings.files, settings.url};
-  const auto count = std::count_if(std::begin(given), std::end(given),
-                                   [](const std::string& text) { return !text.empty(); });
+  const bool hasFtp = !settings.ftpServer.text.empty() || !settings.ftpDirectory.text.empty();
+  const auto count = std::count_if(std::begin(sources), std::begin(sources) + 3,
+                                   [&](auto source) { return !(settings.*source).text.empty(); });
   if (count == 0 && !hasFtp) {
     throw Failure(Status::badUse,
                   "no parts server is set: set MORVIK_URL, MORVIK_FILES, MORVIK_FILE or "
                   "MORVIK_SERVER, for morvik.service in " MORVIK_SETTINGS_FILE);
   }
-  const bool byOption = std::any_of(std::begin(rows), std::end(rows), [&](const Row& row) {
-    return isSource(row) && isFromOption(settings, row.value);
+  const bool byOption = std::any_of(std::begin(sources), std::end(sources), [&](auto source) {
+    return std::string_view((settings.*source).name).starts_with("--");
   });
   if (byOption && count + (hasFtp ? 1 : 0) > 1) {
     throw Failure(Status::badUse, "use only one of --file, --files, --url and --ftp-server");
   }
-  if (!settings.file.empty()) {
-    settings.files.clear();
+  if (!settings.file.text.empty()) {
+    settings.files.text.clear();
   }
-  if (!settings.file.empty() || !settings.files.empty()) {
-    settings.url.clear();
+  if (!settings.file.text.empty() || !settings.files.text.empty()) {
+    settings.url.text.clear();
   }
   if (count > 0) {
-    settings.ftpServer.clear();
-    settings.ftpDirectory.clear();
+    settings.ftpServer.text.clear();
+    settings.ftpDirectory.text.clear();
     return;
   }
-  if (settings.ftpServer.empty()) {
-    settings.ftpServer = MORVIK_DEFAULT_PARTS_SERVER;
+  if (settings.ftpServer.text.empty()) {
+    settings.ftpServer.text = MORVIK_DEFAULT_PARTS_SERVER;
   }
-  if (settings.ftpDirectory.empty()) {
-    settings.ftpDirectory = "/pc/dolmex/bp_server";
+  if (settings.ftpDirectory.text.empty()) {
+    settings.ftpDirectory.text = "/pc/dolmex/bp_server";
   }
 }
 
-std::optional<double> numberIn(const std::string& text, double most) {
+// The number in the text; `usual` if it is not set.
+double numberIn(const Setting& setting, int most, double usual) {
+  const std::string& text = setting.text;
   double number = 0;
   const auto parsed = std::from_chars(text.data(), text.data() + text.size(), number);
   const bool isWhole = parsed.ec == std::errc() && parsed.ptr == text.data() + text.size();
-  return isWhole && number >= 0 && number <= most ? std::optional(number) : std::nullopt;
+  if (!text.empty() && !(isWhole && number >= 0 && number <= most)) {
+    refuseSetting(setting, text, "is not a number from 0 to " + std::to_string(most));
+  }
+  return text.empty() ? usual : number;
 }
 
 void readValues(Settings& settings) {
-  constexpr double longestRetryPause = 60;  // more would be most of the time that a run has
-  if (!settings.metrics.empty() && !settings.metrics.ends_with(".prom")) {
-    const std::string file = std::exchange(settings.metrics, "");
-    refuse(settings.nameOf(&Settings::metrics), file, "does not end with .prom");
+  constexpr int longestRetryPause = 60;  // more would be most of the time that a run has
+  if (!settings.metrics.text.empty() && !settings.metrics.text.ends_with(".prom")) {
+    const std::string file = std::exchange(settings.metrics.text, "");
+    refuseSetting(settings.metrics, file, "does not end with .prom");
   }
-  if (!settings.minShareText.empty()) {
-    const auto share = numberIn(settings.minShareText, 1);
-    if (!share) {
-      refuse(settings.nameOf(&Settings::minShareText), settings.minShareText,
-             "is not a number from 0 to 1");
-    }
-    settings.minShare = *share;
+  settings.minShare = numberIn(settings.minShareText, 1, settings.minShare);
+  settings.retryPause = std::chrono::milliseconds(
+      std::lround(numberIn(settings.retryPauseText, longestRetryPause, 5) * 1000));
+  const std::string& missing = settings.missingText.text;
+  if (!missing.empty() && missing != "ok" && missing != "fail") {
+    refuseSetting(settings.missingText, missing, "is neither ok nor fail");
   }
-  if (!settings.retryPauseText.empty()) {
-    const auto pause = numberIn(settings.retryPauseText, longestRetryPause);
-    if (!pause) {
-      refuse(settings.nameOf(&Settings::retryPauseText), settings.retryPauseText,
-             "is not a number from 0 to 60");
-    }
-    settings.retryPause = std::chrono::milliseconds(std::lround(*pause * 1000));
-  }
-  if (!settings.missingText.empty() && settings.missingText != "ok" &&
-      settings.missingText != "fail") {
-    refuse(settings.nameOf(&Settings::missingText), settings.missingText, "is neither ok nor fail");
-  }
-  settings.isMissingGood = settings.missingText == "ok";
+  settings.isMissingGood = missing == "ok";
 }
 
 // The program in the same directory, as in a build, or in the same prefix.
@@ -190,17 +170,18 @@ std::string findMorvik() {
 
 void findPlaces(Settings& settings) {
   // systemd gives a list if the unit has several directories; morvik.service has one.
-  settings.state = settings.state.substr(0, settings.state.find(':'));
-  if (settings.state.empty()) {
-    settings.state = "/var/lib/morvik";
+  std::string& state = settings.state.text;
+  state = state.substr(0, state.find(':'));
+  if (state.empty()) {
+    state = "/var/lib/morvik";
   }
-  if (settings.morvik.empty()) {
-    settings.morvik = findMorvik();
+  if (settings.morvik.text.empty()) {
+    settings.morvik.text = findMorvik();
   }
-  for (std::string* place : {&settings.state, &settings.morvik, &settings.keyring, &settings.files,
-                             &settings.file, &settings.metrics}) {
-    if (!place->empty()) {
-      *place = std::filesystem::absolute(*place);
+  for (Setting* place : {&settings.state, &settings.morvik, &settings.keyring, &settings.files,
+                         &settings.file, &settings.metrics}) {
+    if (!place->text.empty()) {
+      place->text = std::filesystem::absolute(place->text);
     }
   }
 }
@@ -216,10 +197,8 @@ std::string messageOf(const CLI::ParseError& error, const CLI::App& app) {
 
 }  // namespace
 
-const char* Settings::nameOf(TextSetting value) const {
-  const auto* row = std::find_if(std::begin(rows), std::end(rows),
-                                 [&](const Row& each) { return each.value == value; });
-  return row->variable == nullptr || isFromOption(*this, value) ? row->option : row->variable;
+void refuseSetting(const Setting& setting, const std::string& value, const std::string& rule) {
+  throw Failure(Status::badUse, std::string(setting.name) + ": '" + harmless(value) + "' " + rule);
 }
 
 std::variant<Settings, int> readSettings(int argc, const char* const* argv) {
@@ -230,7 +209,8 @@ std::variant<Settings, int> readSettings(int argc, const char* const* argv) {
   app.set_help_flag("-h,--help", "Print this help and exit");
   for (const Row& row : rows) {
     const std::string variable = row.variable == nullptr ? "" : std::string(" ") + row.variable;
-    app.add_option(row.option, settings.*row.value, row.help)->type_name(row.type + variable);
+    app.add_option(row.option, (settings.*row.value).text, row.help)
+        ->type_name(row.type + variable);
   }
   app.add_flag("--check", settings.isCheck, "Do everything but publishing");
   app.add_flag("--force", settings.isForced, "Accept far fewer entries, and an older signed list");
@@ -252,8 +232,8 @@ std::variant<Settings, int> readSettings(int argc, const char* const* argv) {
     settings.fault = failure.what();
   }
   findPlaces(settings);
-  if (settings.fault.empty() && access(settings.morvik.c_str(), X_OK) != 0) {
-    settings.fault = "cannot run morvik: " + harmless(settings.morvik) + ": " +
+  if (settings.fault.empty() && access(settings.morvik.text.c_str(), X_OK) != 0) {
+    settings.fault = "cannot run morvik: " + harmless(settings.morvik.text) + ": " +
                      std::generic_category().message(errno);
   }
   return settings;

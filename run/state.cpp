@@ -6,11 +6,12 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <deque>
 #include <filesystem>
 #include <sstream>
+#include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "history.h"
 #include "verify.h"
@@ -34,43 +35,34 @@ constexpr std::size_t mostStatusBytes = 16777216;
   throw Failure(Status::badUse, what + ": " + std::generic_category().message(error));
 }
 
-// Closed at the end of its scope.
-class File {
- public:
-  File(const std::string& path, int flags)
-      : number_(open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, 0644)), path_(path) {
-    if (number_ < 0) {
-      fail("cannot write " + path_, errno);
-    }
+// Without following a symbolic link.
+show::Descriptor openFor(const std::string& path, int flags) {
+  show::Descriptor file(open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, 0644));
+  if (file.number() < 0) {
+    fail("cannot write " + path, errno);
   }
-  ~File() { close(number_); }
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
-  File(File&&) = delete;
-  File& operator=(File&&) = delete;
+  return file;
+}
 
-  int number() const { return number_; }
-
-  void write(const std::string& text) const {
-    for (std::size_t done = 0; done < text.size();) {
-      const ssize_t written = ::write(number_, text.data() + done, text.size() - done);
-      if (written < 0 && errno != EINTR) {
-        fail("cannot write " + path_, errno);
-      }
-      done += written < 0 ? 0 : static_cast<std::size_t>(written);
-    }
+void makeDurable(const show::Descriptor& file, const std::string& path) {
+  if (fsync(file.number()) != 0) {
+    fail("cannot write " + path, errno);
   }
+}
 
-  void makeDurable() const {
-    if (fsync(number_) != 0) {
-      fail("cannot write " + path_, errno);
+void makeDirectoryDurable(const std::string& directory) {
+  makeDurable(openFor(directory, O_RDONLY | O_DIRECTORY), directory);
+}
+
+void write(const show::Descriptor& file, const std::string& path, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = ::write(file.number(), text.data(), text.size());
+    if (written < 0 && errno != EINTR) {
+      fail("cannot write " + path, errno);
     }
+    text.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
   }
-
- private:
-  int number_;
-  std::string path_;
-};
+}
 
 // What root makes must not be in the way of the account that the directory belongs to.
 void giveToOwnerOf(const fs::path& directory, int file) {
@@ -81,11 +73,6 @@ void giveToOwnerOf(const fs::path& directory, int file) {
       (S_ISDIR(own.st_mode) || own.st_nlink == 1)) {
     [[maybe_unused]] const int ignored = fchown(file, owner.st_uid, owner.st_gid);
   }
-}
-
-void makeDirectoryDurable(const fs::path& directory) {
-  const File file(directory, O_RDONLY | O_DIRECTORY);
-  file.makeDurable();
 }
 
 // Deletes the file again if it could not be written: what is left of it may be most of a full disk.
@@ -102,11 +89,6 @@ class Temporary {
  private:
   std::string path_;
 };
-
-std::string textOf(const Json& object, const char* member) {
-  const auto found = object.find(member);
-  return found != object.end() && found->is_string() ? found->get<std::string>() : "";
-}
 
 std::int64_t numberOf(const Json& object, const char* member) {
   const auto found = object.find(member);
@@ -126,10 +108,36 @@ Json toJson(const Good& good) {
 
 std::string readIfThere(const std::string& path) {
   try {
-    return readWholeFile(path, mostStatusBytes);
+    return show::readFile(path, mostStatusBytes);
   } catch (const std::system_error&) {
     return "";
   }
+}
+
+// Makes the directory if it is missing.
+show::Descriptor lockIn(const std::string& directory) {
+  std::error_code error;
+  fs::create_directories(directory, error);
+  struct stat status = {};
+  if (error || stat(directory.c_str(), &status) != 0) {
+    fail("cannot use the state directory " + directory, error ? error.value() : errno);
+  }
+  if ((status.st_mode & S_IWOTH) != 0) {
+    throw Failure(Status::badUse, "everybody can write to the state directory " + directory);
+  }
+  const std::string name = directory + "/lock";
+  show::Descriptor lock(open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+  if (lock.number() < 0) {
+    fail("cannot use " + name, errno);
+  }
+  giveToOwnerOf(directory, lock.number());
+  if (flock(lock.number(), LOCK_EX | LOCK_NB) == 0) {
+    return lock;
+  }
+  if (errno != EWOULDBLOCK) {
+    fail("cannot lock the state directory " + directory, errno);
+  }
+  throw Failure(Status::badUse, "another run is using the state directory " + directory);
 }
 
 }  // namespace
@@ -137,11 +145,11 @@ std::string readIfThere(const std::string& path) {
 void writeAtomically(const std::string& path, const std::string& text) {
   const Temporary temporary(path + ".tmp");
   {
-    const File file(temporary.path(), O_WRONLY | O_CREAT | O_TRUNC);
+    const show::Descriptor file = openFor(temporary.path(), O_WRONLY | O_CREAT | O_TRUNC);
     fchmod(file.number(), 0644);  // whatever the umask of the service is
     giveToOwnerOf(fs::path(path).parent_path(), file.number());
-    file.write(text);
-    file.makeDurable();
+    write(file, temporary.path(), text);
+    makeDurable(file, temporary.path());
   }
   if (rename(temporary.path().c_str(), path.c_str()) != 0) {
     fail("cannot write " + path, errno);
@@ -149,41 +157,13 @@ void writeAtomically(const std::string& path, const std::string& text) {
   makeDirectoryDurable(fs::path(path).parent_path());
 }
 
-State::State(std::string directory) : directory_(std::move(directory)) {
-  std::error_code error;
-  fs::create_directories(directory_, error);
-  struct stat status = {};
-  if (error || stat(directory_.c_str(), &status) != 0) {
-    fail("cannot use the state directory " + directory_, error ? error.value() : errno);
-  }
-  if ((status.st_mode & S_IWOTH) != 0) {
-    throw Failure(Status::badUse, "everybody can write to the state directory " + directory_);
-  }
-  lock_ = open(pathOf("lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-  if (lock_ < 0) {
-    fail("cannot use " + pathOf("lock"), errno);
-  }
-  giveToOwnerOf(directory_, lock_);
-  if (flock(lock_, LOCK_EX | LOCK_NB) != 0) {
-    const int reason = errno;
-    close(lock_);
-    if (reason != EWOULDBLOCK) {
-      fail("cannot lock the state directory " + directory_, reason);
-    }
-    throw Failure(Status::badUse, "another run is using the state directory " + directory_);
-  }
-  try {
-    readStatus();
-  } catch (...) {
-    close(lock_);
-    throw;
-  }
+State::State(std::string directory) : directory_(std::move(directory)), lock_(lockIn(directory_)) {
+  readStatus();
 }
 
 State::~State() {
   std::error_code ignored;
   fs::remove_all(pathOf("work"), ignored);
-  close(lock_);
 }
 
 std::string State::emptyWorkDirectory() const {
@@ -196,28 +176,28 @@ std::string State::emptyWorkDirectory() const {
   if (error) {
     fail("cannot use " + work, error.value());
   }
-  giveToOwnerOf(directory_, File(work, O_RDONLY | O_DIRECTORY).number());
+  giveToOwnerOf(directory_, openFor(work, O_RDONLY | O_DIRECTORY).number());
   return work;
 }
 
 void State::readStatus() {
   const Json status = Json::parse(readIfThere(pathOf(show::statusFile)), nullptr, false);
-  const auto found = status.is_object() ? status.find("good") : status.end();
-  if (!status.is_object() || found == status.end() || !found->is_object()) {
+  const auto found = status.find("good");
+  if (found == status.end() || !found->is_object()) {
     return;
   }
   good_.emplace();
-  good_->finished = textOf(*found, "finished");
+  good_->finished = show::textIn(*found, "finished");
   good_->signatureTime = numberOf(*found, "signatureTime");
   good_->text = readIfThere(pathOf(show::goodFile));
   // Another one is there if a run has ended between the two files: good, but unknown otherwise.
-  if (good_->text.empty() || sha256(good_->text) != textOf(*found, "sha256")) {
+  if (good_->text.empty() || sha256(good_->text) != show::textIn(*found, "sha256")) {
     return;
   }
-  good_->source = textOf(*found, "source");
+  good_->source = show::textIn(*found, "source");
   good_->entries = static_cast<std::size_t>(std::max<std::int64_t>(numberOf(*found, "entries"), 0));
-  good_->keyring = textOf(*found, "keyring");
-  good_->version = {textOf(*found, "etag"), textOf(*found, "lastModified")};
+  good_->keyring = show::textIn(*found, "keyring");
+  good_->version = {show::textIn(*found, "etag"), show::textIn(*found, "lastModified")};
 }
 
 bool State::isInterrupted() const {
@@ -228,7 +208,7 @@ bool State::isInterrupted() const {
 void State::beginPublishing() const {
   {
     const Temporary reserve(pathOf("reserve.tmp"));
-    const File file(reserve.path(), O_WRONLY | O_CREAT | O_TRUNC);
+    const show::Descriptor file = openFor(reserve.path(), O_WRONLY | O_CREAT | O_TRUNC);
     const int error = posix_fallocate(file.number(), 0, roomNeeded);
     if (error != 0 && error != EOPNOTSUPP && error != EINVAL) {
       fail("no room in the state directory " + directory_, error);
@@ -251,28 +231,27 @@ void State::endPublishing() const {
 
 void State::addHistory(const Report& report) const {
   std::istringstream old(readIfThere(pathOf(show::historyFile)));
-  std::deque<std::string> lines;
+  std::vector<std::string> lines;
   for (std::string line; std::getline(old, line);) {
     if (Json::accept(line)) {  // the disk may have damaged others
       lines.push_back(line);
     }
   }
-  lines.push_back(dump(Json{{"format", 1},
-                            {"time", timeText(report.finished)},
-                            {"source", report.source},
-                            {"added", toJson(report.added())},
-                            {"removed", toJson(report.removed())}}));
-  std::size_t bytes = 0;
-  for (const std::string& line : lines) {
-    bytes += line.size() + 1;
-  }
-  while (lines.size() > mostHistoryLines || (bytes > mostHistoryBytes && lines.size() > 1)) {
-    bytes -= lines.front().size() + 1;
-    lines.pop_front();
-  }
+  lines.push_back(show::dump(Json{{"format", 1},
+                                  {"time", timeText(report.finished)},
+                                  {"source", report.source},
+                                  {"added", toJson(report.added())},
+                                  {"removed", toJson(report.removed())}}));
+  // From the newest on.
   std::string text;
-  for (const std::string& line : lines) {
-    text += line + "\n";
+  std::size_t count = 0;
+  for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
+    if (count == mostHistoryLines ||
+        (count > 0 && text.size() + line->size() + 1 > mostHistoryBytes)) {
+      break;
+    }
+    text.insert(0, *line + "\n");
+    ++count;
   }
   writeAtomically(pathOf(show::historyFile), text);
 }
@@ -291,10 +270,11 @@ void State::remember(const Report& report, const std::optional<Good>& good) {
 }
 
 void State::writeStatus(const Report& report) const {
-  writeAtomically(pathOf(show::statusFile), dump(Json{{"format", 1},
-                                                      {"last", run::toJson(report)},
-                                                      {"good", good_ ? toJson(*good_) : Json()}}) +
-                                                "\n");
+  writeAtomically(pathOf(show::statusFile),
+                  show::dump(Json{{"format", 1},
+                                  {"last", run::toJson(report)},
+                                  {"good", good_ ? toJson(*good_) : Json()}}) +
+                      "\n");
 }
 
 }  // namespace run

@@ -17,20 +17,21 @@
 #include <string>
 
 #include "bring.h"
+#include "file.h"
 #include "report.h"
 
 namespace run {
 
-// The last good run.
+// The data file of a good run, or of one that may become good.
 struct Good {
-  // As in timeText().
+  // When the run ended, as in timeText().
   std::string finished;
   // The rest is about the data file. Empty if there was none.
   std::string source;
   std::string text;
   std::size_t entries = 0;
   Version version;
-  // The newest that was seen; 0 for none. Kept while files are not signed.
+  // 0 if it is not signed. Of a good run the newest that was seen, kept while files are not signed.
   std::int64_t signatureTime = 0;
   // The sum of the keyring that the text was verified with; empty if it was not.
   std::string keyring;
@@ -47,7 +48,7 @@ class State {
   State(State&&) = delete;
   State& operator=(State&&) = delete;
 
-  int lock() const { return lock_; }
+  int lock() const { return lock_.number(); }
   // An empty directory. Throws Failure(badUse).
   std::string emptyWorkDirectory() const;
 
@@ -70,7 +71,7 @@ class State {
 
  private:
   std::string directory_;
-  int lock_ = -1;
+  show::Descriptor lock_;
   std::optional<Good> good_;
 
   std::string pathOf(const char* name) const { return directory_ + "/" + name; }

@@ -14,9 +14,10 @@
 #include <system_error>
 #include <vector>
 
-#include "bring.h"
-#include "history.h"
+#include "file.h"
 #include "process.h"
+#include "text.h"
+#include "text/ascii.h"
 
 namespace run {
 
@@ -48,9 +49,7 @@ std::optional<std::string> sumIn(const std::string& line, const std::string& nam
     return std::nullopt;
   }
   std::string sum = line.substr(0, sumDigits);
-  for (char& digit : sum) {
-    digit = digit >= 'A' && digit <= 'F' ? static_cast<char>(digit - 'A' + 'a') : digit;
-  }
+  std::transform(sum.begin(), sum.end(), sum.begin(), Pegasus::text::lowered<char>);
   return sum;
 }
 
@@ -110,19 +109,21 @@ std::string sha256(const std::string& text) {
   return digits;
 }
 
-std::string keyringSum(const std::string& keyring, const std::string& setting) {
+std::string keyringSum(const Setting& keyring) {
   constexpr std::size_t mostKeyringBytes = 16777216;
+  const auto refuseKeyring = [&](const std::string& words) {
+    throw Failure(Status::badUse, std::string(keyring.name) + ": " + words);
+  };
+  std::string text;
   try {
-    const std::string text = readWholeFile(keyring, mostKeyringBytes);
-    if (text.starts_with("-----BEGIN")) {
-      throw Failure(Status::badUse, setting + ": " + harmless(keyring) +
-                                        " is armored; convert it with gpg --dearmor");
-    }
-    return sha256(text);
+    text = show::readFile(keyring.text, mostKeyringBytes);
   } catch (const std::system_error& error) {
-    throw Failure(Status::badUse,
-                  setting + ": cannot read " + harmless(keyring) + ": " + error.code().message());
+    refuseKeyring("cannot read " + harmless(keyring.text) + ": " + error.code().message());
   }
+  if (text.starts_with("-----BEGIN")) {
+    refuseKeyring(harmless(keyring.text) + " is armored; convert it with gpg --dearmor");
+  }
+  return sha256(text);
 }
 
 void checkSum(const std::string& sums, const std::string& name, const std::string& text) {

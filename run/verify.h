@@ -6,6 +6,7 @@
 #include <string>
 
 #include "outcome.h"
+#include "settings.h"
 
 namespace run {
 
@@ -25,9 +26,8 @@ std::int64_t readStatus(const std::string& statusLines, std::int64_t now);
 // older.
 void checkAge(std::int64_t signedAt, std::int64_t lastGood, std::int64_t now);
 
-// The sum of the keyring itself. `setting` is the name of the setting, for messages. Throws
-// Failure(badUse) if it cannot be used.
-std::string keyringSum(const std::string& keyring, const std::string& setting);
+// The sum of the keyring itself. Throws Failure(badUse) if it cannot be used.
+std::string keyringSum(const Setting& keyring);
 
 // Has gpgv check the signature against the keyring, and returns when it was made. Both files are
 // written into the directory. Throws Failure: refused, or badUse if gpgv or the keyring cannot be

@@ -189,10 +189,28 @@ Columns differenceColumns() {
           {"new", "NEW"}};
 }
 
-void writeDifferences(Table& table, const Differences& differences) {
-  const auto filled = [](const String& text) {
-    return text.size() > 0 ? Text(text) : std::nullopt;
-  };
+void writeDifferences(const Output& output, const std::optional<std::string>& since,
+                      const Differences& differences) {
+  if (output.json) {
+    Json members = beginning(*output.json);
+    members["since"] = since ? Json(*since) : Json();
+    JsonList list(output, members, "differences");
+    for (const Difference& d : differences) {
+      list.add({{"change", wordsOf(d.kind)},
+                {"part", toJson(d.part)},
+                {"name", toJson(d.name)},
+                {"member", toJson(d.member)},
+                {"old", toJson(d.before)},
+                {"new", toJson(d.after)}});
+    }
+    list.end();
+    return;
+  }
+  if (differences.empty() && !output.form.isCsv) {
+    return;
+  }
+  const auto filled = [](const String& text) { return text.size() > 0 ? Text(text) : Text(); };
+  Table table(output, differenceColumns());
   for (const Difference& d : differences) {
     const Style style = d.kind == Kind::added     ? Style::green
                         : d.kind == Kind::removed ? Style::faint
@@ -203,22 +221,6 @@ void writeDifferences(Table& table, const Differences& differences) {
          true});
   }
   table.end();
-}
-
-void writeDifferencesJson(std::ostream& out, const Frame& frame,
-                          const std::optional<std::string>& since, const Differences& differences) {
-  Json members = beginning(frame);
-  members["since"] = since ? Json(*since) : Json();
-  JsonList list(out, members, "differences");
-  for (const Difference& d : differences) {
-    list.add({{"change", wordsOf(d.kind)},
-              {"part", toJson(d.part)},
-              {"name", toJson(d.name)},
-              {"member", toJson(d.member)},
-              {"old", toJson(d.before)},
-              {"new", toJson(d.after)}});
-  }
-  list.end(Json::object());
 }
 
 }  // namespace show

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "inventory.h"
-#include "json.h"
 #include "table.h"
 
 namespace show {
@@ -30,10 +29,8 @@ struct Difference {
 std::vector<Difference> differencesOf(const Inventory& before, const Inventory& after);
 
 Columns differenceColumns();
-void writeDifferences(Table& table, const std::vector<Difference>& differences);
 // `since` is the time of the older inventory, if it has one.
-void writeDifferencesJson(std::ostream& out, const Frame& frame,
-                          const std::optional<std::string>& since,
-                          const std::vector<Difference>& differences);
+void writeDifferences(const Output& output, const std::optional<std::string>& since,
+                      const std::vector<Difference>& differences);
 
 }  // namespace show

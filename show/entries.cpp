@@ -160,10 +160,4 @@ bool isCategory(const String& name) {
   });
 }
 
-bool isAmong(const std::optional<String>& category, const std::vector<std::string>& names) {
-  return names.empty() || std::any_of(names.begin(), names.end(), [&](const std::string& name) {
-           return category && String::equalNoCase(*category, String(name));
-         });
-}
-
 }  // namespace show

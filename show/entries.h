@@ -4,7 +4,6 @@
 #include <Pegasus/Client/CIMClient.h>
 
 #include <optional>
-#include <string>
 #include <vector>
 
 namespace show {
@@ -32,8 +31,5 @@ std::vector<Entry> readEntries(Pegasus::CIMClient& client);
 
 // Whether morvik has a category of this name, in any letter case.
 bool isCategory(const Pegasus::String& name);
-
-// Whether `category` is one of the names, letter case ignored. Without names, every category is.
-bool isAmong(const std::optional<Pegasus::String>& category, const std::vector<std::string>& names);
 
 }  // namespace show

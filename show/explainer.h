@@ -1,20 +1,66 @@
-// Which lines of a FRU data file would be published on this machine, and why not the others.
+// What can be said of a FRU data file: without a machine, whether it can be one at all, and which
+// of its lines are entries; and which of these would be published on a machine, and why not the
+// others.
 #pragma once
 
 #include <Pegasus/Client/CIMClient.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
-#include "data_file.h"
 #include "import/fru_file.h"
 #include "import/publication.h"
 #include "machine.h"
 
 namespace show {
+
+struct Reason {
+  // For programs; the manual pages list them all.
+  const char* code = "";
+  Pegasus::String words;
+};
+
+// A larger file is not a FRU data file: the largest in use have a few hundred lines of less than
+// 256 bytes.
+inline constexpr std::size_t mostFileBytes = 1048576;
+
+// Why a text cannot be a whole FRU data file.
+struct FormProblem {
+  const char* code;
+  const char* words;
+  // Of the byte where it shows.
+  std::size_t offset;
+};
+
+// Nothing if the text has no problem. A last line without a newline is reported only if there is no
+// other: the text before it can still be read.
+std::optional<FormProblem> findFormProblem(const std::string& text);
+
+// What a line is.
+struct Recognition {
+  // Of an entry.
+  std::optional<Category> category;
+  // The second field, as the line has it; absent if the line does not have the form of an entry.
+  std::optional<Pegasus::String> token;
+  // Why it is not an entry.
+  Reason reason;
+};
+
+// `read` is how the line was read, which is not `end`.
+Recognition recognise(LineRead read, const Pegasus::String& line);
+
+// Why the instance cannot be sent to a server; nothing if it can.
+std::optional<Reason> whyNotSendable(const Pegasus::CIMInstance& instance);
+
+// Whether XML 1.0 has this unit of a text; a text from a file has no unpaired surrogates.
+bool isXmlUnit(char16_t unit);
+
+// --- on a machine ---
 
 enum class Result {
   published,
@@ -62,14 +108,13 @@ class Explainer {
   // Nothing if the creation succeeds.
   std::optional<Reason> whyNotCreated(const Pegasus::CIMInstance& instance,
                                       const Explanation& explanation) const;
-  void notePublishedLine(Category category, const Explanation& explanation);
 
   Pegasus::CIMClient* client_ = nullptr;
   const Machine& machine_;
   Publication publication_;
   std::uint64_t lines_ = 0;
-  std::uint64_t planarLine_ = 0;
-  std::uint64_t cdromLine_ = 0;
+  // The first published line of each category.
+  std::map<Category, std::uint64_t> firstLines_;
   // The lines of the published entries, by FRU number and IdentifyingNumber.
   std::map<std::pair<Pegasus::String, Pegasus::String>, std::uint64_t> published_;
 };

@@ -55,6 +55,15 @@ std::vector<Group> groupsOf(const Fleet& fleet) {
   return groups;
 }
 
+// Each machine alone.
+std::vector<Group> singleGroups(const Fleet& fleet) {
+  std::vector<Group> groups;
+  for (std::size_t i = 0; i < fleet.machines.size(); ++i) {
+    groups.push_back({i});
+  }
+  return groups;
+}
+
 constexpr std::size_t mostNames = 4;
 
 // Nothing if there are none but empty ones.
@@ -70,14 +79,14 @@ String number(std::uint64_t value) {
 }
 
 // Which machines each column of the matrix is of.
-void writeGroups(std::ostream& out, const Terminal& terminal, const Fleet& fleet,
-                 const std::vector<Group>& groups, const std::vector<String>& labels) {
-  Table table(out, terminal, {},
-              {{"column", "COLUMN"},
-               {"machines", "MACHINES"},
-               {"types", "TYPES"},
-               {"models", "MODELS", Shown::ifFilled},
-               {"names", "NAMES"}});
+void writeGroups(const Output& output, const Fleet& fleet, const std::vector<Group>& groups,
+                 const std::vector<String>& labels) {
+  const Output whole = {output.out, output.terminal};
+  Table table(whole, {{"column", "COLUMN"},
+                      {"machines", "MACHINES"},
+                      {"types", "TYPES"},
+                      {"models", "MODELS", Shown::ifFilled},
+                      {"names", "NAMES"}});
   for (std::size_t i = 0; i < groups.size(); ++i) {
     std::set<String> types;
     std::set<String> models;
@@ -104,7 +113,7 @@ std::string linesWords(const std::vector<std::uint64_t>& lines) {
   return words;
 }
 
-void writeSummary(std::ostream& out, const Terminal& terminal, const Fleet& fleet) {
+void writeSummary(const Output& output, const Fleet& fleet) {
   std::vector<std::uint64_t> none;
   for (const FleetLine& entry : fleet.entries) {
     if (entry.count() == 0) {
@@ -116,11 +125,38 @@ void writeSummary(std::ostream& out, const Terminal& terminal, const Fleet& flee
       (fleet.entries.size() == 1 ? " entry: " : " entries: ") + std::to_string(none.size()) +
       " for none of the machines" + (none.empty() ? "" : ": " + linesWords(none)) + "; " +
       std::to_string(fleet.ignored) + (fleet.ignored == 1 ? " line ignored" : " lines ignored");
-  out << '\n';
-  for (const std::string& line :
-       terminal.columns == 0 ? std::vector{counts} : wrapTo(terminal.columns, counts)) {
-    out << line << '\n';
+  output.out << '\n';
+  for (const std::string& line : wrapTo(output.terminal.columns, counts)) {
+    output.out << line << '\n';
   }
+}
+
+void writeJson(const Output& output, const Fleet& fleet) {
+  Json members = beginning(*output.json);
+  for (const auto& [file, inventory] : fleet.machines) {
+    members["machines"].push_back({{"file", String(file).toUtf8()},
+                                   {"hostName", toJson(inventory.machine->hostName)},
+                                   {"machineType", toJson(inventory.machine->machineType)},
+                                   {"model", toJson(inventory.machine->model)}});
+  }
+  JsonList list(output, members, "matrix");
+  std::uint64_t none = 0;
+  for (const FleetLine& entry : fleet.entries) {
+    Json published = Json::array();
+    for (std::size_t i = 0; i < entry.isPublished.size(); ++i) {
+      if (entry.isPublished[i]) {
+        published.push_back(i);
+      }
+    }
+    none += published.empty() ? 1 : 0;
+    list.add({{"line", entry.line},
+              {"category", toJson(entry.category)},
+              {"fruNumber", toJson(entry.fields.fruNumber)},
+              {"description", toJson(entry.fields.description)},
+              {"publishedOn", std::move(published)}});
+  }
+  list.end({{"counts",
+             {{"entries", fleet.entries.size()}, {"forNone", none}, {"ignored", fleet.ignored}}}});
 }
 
 }  // namespace
@@ -165,23 +201,21 @@ Fleet explainOn(std::vector<NamedInventory> machines, std::istream& file) {
   return fleet;
 }
 
-void writeFleet(std::ostream& out, const Terminal& terminal, const TableForm& form,
-                const Fleet& fleet) {
+void writeFleet(const Output& output, const Fleet& fleet) {
+  if (output.json) {
+    return writeJson(output, fleet);
+  }
+  const bool isCsv = output.form.isCsv;
   const std::vector<String> labels = labelsOf(fleet.machines);
-  std::vector<Group> groups;
-  if (form.isCsv) {
-    for (std::size_t i = 0; i < fleet.machines.size(); ++i) {
-      groups.push_back({i});
-    }
-  } else {
-    groups = groupsOf(fleet);
-    writeGroups(out, terminal, fleet, groups, labels);
-    out << '\n';
+  const std::vector<Group> groups = isCsv ? singleGroups(fleet) : groupsOf(fleet);
+  if (!isCsv) {
+    writeGroups(output, fleet, groups, labels);
+    output.out << '\n';
   }
   std::vector<std::string> names;
   names.reserve(groups.size());
   for (std::size_t i = 0; i < groups.size(); ++i) {
-    names.push_back(form.isCsv ? labels[i].toUtf8() : std::to_string(i + 1));
+    names.push_back(isCsv ? labels[i].toUtf8() : std::to_string(i + 1));
   }
   Columns columns = {{"line", "LINE"},
                      {"category", "CATEGORY"},
@@ -191,51 +225,21 @@ void writeFleet(std::ostream& out, const Terminal& terminal, const TableForm& fo
   for (const std::string& name : names) {
     columns.push_back({name.c_str(), name.c_str()});
   }
-  Table table(out, terminal, form, columns);
+  Table table(output, columns);
   for (const FleetLine& entry : fleet.entries) {
     Table::Row row = {{number(entry.line), entry.category, entry.fields.fruNumber,
                        entry.fields.description, number(entry.count())},
                       entry.count() == 0 ? Style::yellow : Style::plain};
     for (const Group& group : groups) {
-      row.cells.push_back(entry.isPublished[group.front()] ? Text(form.isCsv ? "published" : "x")
+      row.cells.push_back(entry.isPublished[group.front()] ? Text(isCsv ? "published" : "x")
                                                            : Text());
     }
     table.add(row);
   }
   table.end();
-  if (!form.isCsv) {
-    writeSummary(out, terminal, fleet);
+  if (!isCsv) {
+    writeSummary(output, fleet);
   }
-}
-
-void writeFleetJson(std::ostream& out, const Frame& frame, const Fleet& fleet) {
-  Json members = beginning(frame);
-  Json machines = Json::array();
-  for (const auto& [file, inventory] : fleet.machines) {
-    machines.push_back({{"file", String(file).toUtf8()},
-                        {"hostName", toJson(inventory.machine->hostName)},
-                        {"machineType", toJson(inventory.machine->machineType)},
-                        {"model", toJson(inventory.machine->model)}});
-  }
-  members["machines"] = std::move(machines);
-  JsonList list(out, members, "matrix");
-  std::uint64_t none = 0;
-  for (const FleetLine& entry : fleet.entries) {
-    Json published = Json::array();
-    for (std::size_t i = 0; i < entry.isPublished.size(); ++i) {
-      if (entry.isPublished[i]) {
-        published.push_back(i);
-      }
-    }
-    none += published.empty() ? 1 : 0;
-    list.add({{"line", entry.line},
-              {"category", toJson(entry.category)},
-              {"fruNumber", toJson(entry.fields.fruNumber)},
-              {"description", toJson(entry.fields.description)},
-              {"publishedOn", std::move(published)}});
-  }
-  list.end({{"counts",
-             {{"entries", fleet.entries.size()}, {"forNone", none}, {"ignored", fleet.ignored}}}});
 }
 
 }  // namespace show

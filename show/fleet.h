@@ -5,16 +5,11 @@
 #include <cstdint>
 #include <istream>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <vector>
 
-#include "entries.h"
 #include "explainer.h"
 #include "inventory.h"
-#include "json.h"
-#include "table.h"
-#include "text.h"
 
 namespace show {
 
@@ -41,8 +36,6 @@ struct Fleet {
 Fleet explainOn(std::vector<NamedInventory> machines, std::istream& file);
 
 // Machines that publish the same lines share a column. In CSV each has its own.
-void writeFleet(std::ostream& out, const Terminal& terminal, const TableForm& form,
-                const Fleet& fleet);
-void writeFleetJson(std::ostream& out, const Frame& frame, const Fleet& fleet);
+void writeFleet(const Output& output, const Fleet& fleet);
 
 }  // namespace show

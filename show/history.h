@@ -3,12 +3,9 @@
 
 #include <chrono>
 #include <optional>
-#include <ostream>
 #include <string>
 
-#include "json.h"
 #include "table.h"
-#include "text.h"
 
 namespace show {
 
@@ -16,12 +13,6 @@ namespace show {
 inline constexpr const char* statusFile = "status.json";
 inline constexpr const char* historyFile = "history.jsonl";
 inline constexpr const char* goodFile = "fru.good.txt";
-
-// "2026-11-22T02:00:00Z" (RFC 3339).
-std::string timeText(std::chrono::system_clock::time_point time);
-
-// Of a text such as "2026-11-22T02:00:00Z"; absent for any other.
-std::optional<std::chrono::system_clock::time_point> timeIn(const std::string& text);
 
 // When the last good run ended, in that form. Nothing if there was none, or it is not known.
 std::optional<std::string> lastGoodRun(const std::string& stateDirectory);
@@ -32,12 +23,10 @@ std::optional<std::string> lastGoodRun(const std::string& stateDirectory);
 std::optional<std::string> noteAbout(const std::string& stateDirectory,
                                      std::chrono::system_clock::time_point now);
 
-// Writes the changes, the newest last, and returns how many there are. With `json`,
-// as an object with the list of them; with `form`, as a table with a row for each entry. Lines that
-// cannot be read are left out. Throws std::runtime_error if there is no history.
-std::size_t writeHistory(std::ostream& out, const Terminal& terminal,
-                         const std::string& stateDirectory, const std::optional<Frame>& json,
-                         const std::optional<TableForm>& form);
+// Writes the changes, the newest last, and returns how many there are: in CSV, or with chosen
+// columns, as a table with a row for each entry. Lines that cannot be read are left out. Throws
+// std::runtime_error if there is no history.
+std::size_t writeHistory(const Output& output, const std::string& stateDirectory);
 
 Columns historyColumns();
 

@@ -1,15 +1,12 @@
 #include "inventory.h"
 
-#include <array>
-#include <cerrno>
 #include <charconv>
-#include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
-#include <system_error>
+#include <type_traits>
 
-#include "json.h"
+#include "file.h"
 
 using Pegasus::String;
 
@@ -18,6 +15,88 @@ namespace show {
 namespace {
 
 constexpr std::size_t largest = std::size_t{64} << 20U;
+
+// --- the members of format 2, in their order: reading and writing both go through them ---
+
+template <typename AnyEntry, typename Visit>
+void visitEntry(AnyEntry& entry, const Visit& visit) {
+  visit("category", entry.category);
+  visit("fruNumber", entry.fruNumber);
+  visit("description", entry.description);
+  visit("identifyingNumber", entry.identifyingNumber);
+  visit("vendor", entry.vendor);
+  visit("revisionLevel", entry.revisionLevel);
+  visit("publishedByMorvik", entry.isOurs);
+  visit("problem", entry.problem);
+}
+
+template <typename AnyPart, typename Visit>
+void visitPart(AnyPart& part, bool isModule, const Visit& visit) {
+  visit("place", part.place);
+  if (isModule) {
+    visit("locator", part.locator);
+    visit("bank", part.bank);
+  }
+  visit(isModule ? "type" : "name", part.type);
+  visit(isModule ? "sizeBytes" : "clockMHz", part.amount);
+  visit("comparedAs", part.compared);
+  visit(isModule ? "speedMHz" : "maxClockMHz", part.maxSpeed);
+  if (!isModule) {
+    visit("cores", part.cores);
+  }
+  visit("manufacturer", part.manufacturer);
+  visit("partNumber", part.partNumber);
+  visit("serialNumber", part.serialNumber);
+}
+
+template <typename AnyMachine, typename Visit>
+void visitMachine(AnyMachine& machine, int format, const Visit& visit) {
+  if (format > 1) {
+    visit("hostName", machine.hostName);
+    visit("manufacturer", machine.manufacturer);
+  }
+  visit("model", machine.model);
+  visit("machineType", machine.machineType);
+  if (format == 1) {
+    visit("processorClocks", machine.processors);
+    visit("memorySizes", machine.memoryModules);
+  } else {
+    visit("serialNumber", machine.serialNumber);
+  }
+  visit("languageCode", machine.languageCode);
+  visit("lang", machine.language);
+  if (format > 1) {
+    visit("processors", machine.processors);
+    visit("memoryModules", machine.memoryModules);
+  }
+}
+
+// --- writing ---
+
+Json partJson(const Part& part, bool isModule) {
+  Json json;
+  visitPart(part, isModule, [&](const char* name, const auto& value) {
+    if (std::string_view(name) == "sizeBytes") {
+      json["sizeMiB"] = part.amount ? Json(*part.amount >> 20U) : Json();
+    }
+    json[name] = toJson(value);
+  });
+  return json;
+}
+
+// Null for a refusal.
+Json partsJson(const Parts& parts, bool areModules, int format) {
+  if (parts.refusal) {
+    return {};
+  }
+  Json list = Json::array();
+  for (const Part& part : parts.list) {
+    list.push_back(format == 1 ? toJson(part.compared) : partJson(part, areModules));
+  }
+  return list;
+}
+
+// --- reading ---
 
 [[noreturn]] void refuse(const std::string& words) {
   throw std::runtime_error(words);
@@ -28,8 +107,6 @@ class Node {
  public:
   Node(const Json& json, std::string place) : json_(&json), place_(std::move(place)) {}
 
-  const std::string& place() const { return place_; }
-  const Json& json() const { return *json_; }
   bool isNull() const { return json_->is_null(); }
 
   // Null where there is no such member.
@@ -51,31 +128,33 @@ class Node {
     }
     return nodes;
   }
-  std::optional<String> text() const {
-    if (isNull()) {
-      return std::nullopt;
-    }
-    if (!json_->is_string()) {
+  void read(std::optional<String>& value) const {
+    if (!isNull() && !json_->is_string()) {
       refuse(place_ + " is not a text");
     }
-    return String(std::string_view(json_->get_ref<const std::string&>()));
+    value = isNull() ? std::nullopt : std::optional<String>(json_->get_ref<const std::string&>());
   }
-  std::optional<std::uint64_t> number() const {
-    if (isNull()) {
-      return std::nullopt;
-    }
-    if (!json_->is_number_unsigned()) {
+  void read(std::optional<std::string>& value) const {
+    std::optional<String> text;
+    read(text);
+    value = text ? std::optional(text->toUtf8()) : std::nullopt;
+  }
+  void read(String& value) const {
+    std::optional<String> text;
+    read(text);
+    value = text.value_or(String());
+  }
+  void read(std::optional<std::uint64_t>& value) const {
+    if (!isNull() && !json_->is_number_unsigned()) {
       refuse(place_ + " is not a whole number");
     }
-    return json_->get<std::uint64_t>();
+    value = isNull() ? std::nullopt : std::optional(json_->get<std::uint64_t>());
   }
-  void read(std::optional<String>& value) const { value = text(); }
-  void read(std::optional<std::uint64_t>& value) const { value = number(); }
-  bool isTrue() const {
+  void read(bool& value) const {
     if (!json_->is_boolean()) {
       refuse(place_ + " is neither true nor false");
     }
-    return json_->get<bool>();
+    value = json_->get<bool>();
   }
 
  private:
@@ -83,80 +162,70 @@ class Node {
   std::string place_;
 };
 
-std::optional<std::string> utf8(const Node& node) {
-  const auto text = node.text();
-  return text ? std::optional(text->toUtf8()) : std::nullopt;
-}
-
-template <bool isModule>
-Part readPart(const Node& node) {
-  Part part;
-  for (const PartMember& member : partMembers(isModule)) {
-    std::visit([&](auto value) { node[member.name].read(part.*value); }, member.value);
-  }
-  return part;
-}
-
-// Of format 1.
-template <unsigned shift>
-Part readCompared(const Node& node) {
-  Part part;
-  part.compared = node.text();
-  const std::string digits = part.compared ? part.compared->toUtf8() : "";
+// Of format 1: a module's size is in mebibytes.
+void readCompared(const Node& node, bool isModule, Part& part) {
+  node.read(part.compared);
+  const std::string digits = part.compared.value_or(String()).toUtf8();
   std::uint32_t number = 0;
   const auto end = std::from_chars(digits.data(), digits.data() + digits.size(), number);
   if (end.ec == std::errc() && end.ptr == digits.data() + digits.size()) {
-    part.amount = std::uint64_t{number} << shift;
+    part.amount = std::uint64_t{number} << (isModule ? 20U : 0U);
   }
-  return part;
 }
 
-Parts readParts(const Node& node, Part (*readPart)(const Node&)) {
-  Parts parts;
+void readParts(const Node& node, bool areModules, int format, Parts& parts) {
   if (node.isNull()) {
     parts.refusal = "unknown";
-    return parts;
+    return;
   }
   for (const Node& item : node.items()) {
-    parts.list.push_back(readPart(item));
+    Part& part = parts.list.emplace_back();
+    if (format == 1) {
+      readCompared(item, areModules, part);
+    } else {
+      visitPart(part, areModules, [&](const char* name, auto& value) { item[name].read(value); });
+    }
   }
-  return parts;
 }
 
-Machine toMachine(const Node& node, std::uint64_t format) {
+Machine machineIn(const Node& node, int format) {
   Machine machine;
-  machine.model = node["model"].text();
+  visitMachine(machine, format, [&](const char* name, auto& value) {
+    if constexpr (std::is_same_v<decltype(value), Parts&>) {
+      readParts(node[name], &value == &machine.memoryModules, format, value);
+    } else {
+      node[name].read(value);
+    }
+  });
   machine.hasSystem = machine.model.has_value();
-  machine.machineType = node["machineType"].text();
-  machine.languageCode = node["languageCode"].text().value_or(String());
-  machine.language = node["lang"].text();
-  if (format == 1) {
-    machine.processors = readParts(node["processorClocks"], readCompared<0>);
-    machine.memoryModules = readParts(node["memorySizes"], readCompared<20>);
-    return machine;
-  }
-  machine.hostName = node["hostName"].text();
-  machine.manufacturer = node["manufacturer"].text();
-  machine.serialNumber = node["serialNumber"].text();
-  machine.processors = readParts(node["processors"], readPart<false>);
-  machine.memoryModules = readParts(node["memoryModules"], readPart<true>);
   return machine;
 }
 
-Entry readEntry(const Node& node) {
-  Entry entry;
-  entry.category = node["category"].text();
-  entry.fruNumber = node["fruNumber"].text();
-  entry.description = node["description"].text();
-  entry.identifyingNumber = node["identifyingNumber"].text();
-  entry.vendor = node["vendor"].text();
-  entry.revisionLevel = node["revisionLevel"].text();
-  entry.isOurs = node["publishedByMorvik"].isTrue();
-  entry.problem = node["problem"].text();
-  return entry;
+}  // namespace
+
+Json toJson(const Entry& entry) {
+  Json json;
+  visitEntry(entry, [&](const char* name, const auto& value) {
+    if constexpr (std::is_same_v<decltype(value), const bool&>) {
+      json[name] = value;
+    } else {
+      json[name] = toJson(value);
+    }
+  });
+  return json;
 }
 
-}  // namespace
+Json toJson(const Machine& machine, int format) {
+  Json json;
+  visitMachine(machine, format, [&](const char* name, const auto& value) {
+    if constexpr (std::is_same_v<decltype(value), const Parts&>) {
+      json[name] = partsJson(value, &value == &machine.memoryModules, format);
+    } else {
+      json[name] = toJson(value);
+    }
+  });
+  return json;
+}
 
 Inventory parseInventory(std::string_view text) {
   const Json json = Json::parse(text, nullptr, false);
@@ -167,64 +236,30 @@ Inventory parseInventory(std::string_view text) {
     refuse("not a document of morvik-show");
   }
   const Node document(json, "");
-  const std::uint64_t format = document["format"].number().value_or(0);
-  if (format < 1 || format > 2) {
-    refuse(format == 0 ? "not a document of morvik-show"
-                       : "format " + std::to_string(format) + " is not known here");
+  std::optional<std::uint64_t> format;
+  document["format"].read(format);
+  if (format.value_or(0) < 1 || *format > 2) {
+    refuse(format.value_or(0) == 0 ? "not a document of morvik-show"
+                                   : "format " + std::to_string(*format) + " is not known here");
   }
   Inventory inventory;
-  inventory.format = static_cast<int>(format);
-  inventory.time = utf8(document["time"]);
-  inventory.version = utf8(document["version"]);
-  inventory.lastGoodRun = utf8(document["lastGoodRun"]);
+  inventory.format = static_cast<int>(*format);
+  document["time"].read(inventory.time);
+  document["lastGoodRun"].read(inventory.lastGoodRun);
   if (!document["machine"].isNull()) {
-    inventory.machine = toMachine(document["machine"], format);
+    inventory.machine = machineIn(document["machine"], inventory.format);
   }
   if (!document["entries"].isNull()) {
     inventory.entries.emplace();
     for (const Node& item : document["entries"].items()) {
-      inventory.entries->push_back(readEntry(item));
+      visitEntry(inventory.entries->emplace_back(),
+                 [&](const char* name, auto& value) { item[name].read(value); });
     }
   }
   if (!inventory.machine && !inventory.entries) {
     refuse("neither a list nor a machine");
   }
   return inventory;
-}
-
-void failToRead(const std::string& name, int error) {
-  throw std::system_error(error, std::generic_category(), "cannot read " + name);
-}
-
-std::ifstream openFile(const std::string& name) {
-  std::error_code error;
-  const auto status = std::filesystem::status(name, error);
-  const bool isFile = is_regular_file(status) || is_fifo(status);
-  if (exists(status) && !isFile) {
-    refuse("cannot read " + name + ": not a file");
-  }
-  errno = 0;
-  std::ifstream file(name);
-  if (!file.good()) {
-    failToRead(name, errno != 0 ? errno : EIO);
-  }
-  return file;
-}
-
-std::string readWhole(std::istream& file, const std::string& name, std::size_t most) {
-  std::string text;
-  std::array<char, 65536> block{};
-  while (file && text.size() <= most) {
-    file.read(block.data(), block.size());
-    text.append(block.data(), static_cast<std::size_t>(file.gcount()));
-  }
-  if (file.bad()) {
-    failToRead(name, EIO);
-  }
-  if (text.size() > most) {
-    refuse(name + ": larger than " + std::to_string(most >> 20U) + " MiB");
-  }
-  return text;
 }
 
 Inventory readInventory(const std::string& fileName) {

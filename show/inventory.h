@@ -1,8 +1,7 @@
-// What is read from files: the JSON documents of morvik-show, of this machine from before or of
-// other machines.
+// What the JSON documents of morvik-show have in them, as docs/inventory.schema.json describes it,
+// and how such documents are read: of this machine from before, or of other machines.
 #pragma once
 
-#include <fstream>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,14 +9,17 @@
 
 #include "entries.h"
 #include "machine.h"
+#include "table.h"
 
 namespace show {
+
+Json toJson(const Entry& entry);
+Json toJson(const Machine& machine, int format);
 
 struct Inventory {
   int format = 2;
   // RFC 3339; absent in format 1.
   std::optional<std::string> time;
-  std::optional<std::string> version;
   std::optional<std::string> lastGoodRun;
   // Absent in a list of format 1. In format 1, parts have only the compared text and the amount,
   // which is whole mebibytes for a module.
@@ -30,13 +32,6 @@ struct Inventory {
 // with the place of the mistake, as in "machine.processors[2].place is not a text", for any other
 // text.
 Inventory parseInventory(std::string_view text);
-
-// Opens a file or pipe; not a device, some of which never end. Throws std::system_error or
-// std::runtime_error.
-std::ifstream openFile(const std::string& name);
-[[noreturn]] void failToRead(const std::string& name, int error);
-// Throws the same if the file fails, or has more than so many bytes.
-std::string readWhole(std::istream& file, const std::string& name, std::size_t most);
 
 // As above; the message begins with the name. Throws std::runtime_error also if the file cannot be
 // read, or is larger than 64 MiB.

@@ -5,6 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "inventory.h"
+
 using Pegasus::String;
 
 namespace show {
@@ -54,10 +56,94 @@ String languageWords(const Machine& machine) {
          (machine.language ? String(" (LANG is ") + *machine.language + ")" : " (LANG is not set)");
 }
 
-Style styleOf(Result result) {
-  return result == Result::published ? Style::green
-         : result == Result::leftOut ? Style::yellow
-                                     : Style::faint;
+// A document whose only other member is the machine.
+Json documentOf(const Output& output, const Machine& machine) {
+  Json document = beginning(*output.json);
+  document["machine"] = toJson(machine, output.json->format);
+  return document;
+}
+
+void writeWords(const Output& output, const Machine& machine) {
+  const Terminal& terminal = output.terminal;
+  const auto line = [&](const char* label, const Text& words) {
+    if (!words) {
+      return;
+    }
+    const std::size_t room = std::max(terminal.columns, 2 * labelColumns) - labelColumns;
+    std::string begin = styled(Style::bold, padTo(labelColumns, label), terminal);
+    for (const std::string& part :
+         wrapTo(terminal.columns == 0 ? 0 : room, sanitized(*words, terminal))) {
+      output.out << begin << part << '\n';
+      begin.assign(labelColumns, ' ');
+    }
+  };
+  line("Host name", machine.hostName);
+  line("Model", modelWords(machine));
+  line("Machine type", machineTypeWords(machine));
+  line("Serial number", machine.serialNumber);
+  line("Processors", groupWords(machine.processors, false));
+  line("Memory modules", groupWords(machine.memoryModules, true));
+  line("Language code", languageWords(machine));
+}
+
+// --- explanations ---
+
+// How a result is written, and where it is counted.
+struct ResultRow {
+  const char* words;
+  Style style;
+  std::uint64_t Summary::*count;
+};
+
+const ResultRow& rowOf(Result result) {
+  static constexpr ResultRow rows[] = {{"published", Style::green, &Summary::published},
+                                       {"left out", Style::yellow, &Summary::leftOut},
+                                       {"ignored", Style::faint, &Summary::ignored}};
+  return rows[static_cast<std::size_t>(result)];
+}
+
+Json explanationJson(const Explanation& explanation, int format) {
+  const auto field = [&](String EntryFields::*member) {
+    return explanation.fields ? toJson((*explanation.fields).*member) : Json();
+  };
+  Json json = {{"line", explanation.line},
+               {"result", rowOf(explanation.result).words},
+               {"reason", explanation.reason.code},
+               {"words", toJson(explanation.reason.words)},
+               {"category", toJson(explanation.category)},
+               {"fruNumber", field(&EntryFields::fruNumber)},
+               {"name", field(&EntryFields::name)},
+               {"description", field(&EntryFields::description)},
+               {"identifyingNumber", toJson(explanation.identifyingNumber)}};
+  if (format > 1) {
+    json["places"] = Json::array();
+    for (const String& place : explanation.places) {
+      json["places"].push_back(place.toUtf8());
+    }
+  }
+  return json;
+}
+
+Table::Row explanationRow(const Explanation& explanation) {
+  const auto& fields = explanation.fields;
+  const ResultRow& result = rowOf(explanation.result);
+  return {{String(std::to_string(explanation.line)), String(result.words),
+           fields ? Text(explanation.category.value_or(String())) : Text(),
+           fields ? Text(fields->fruNumber) : Text(), fields ? Text(fields->description) : Text(),
+           explanation.reason.words},
+          result.style};
+}
+
+// Calls `write` with each.
+template <typename Write>
+Summary countAll(const NextExplanation& next, const Write& write) {
+  Summary summary;
+  while (const auto explanation = next()) {
+    write(*explanation);
+    ++summary.lines;
+    ++(summary.*rowOf(explanation->result).count);
+  }
+  return summary;
 }
 
 }  // namespace
@@ -118,10 +204,21 @@ Columns explanationColumns() {
           {"words", "REASON", Shown::always, 30}};
 }
 
-void writeList(Table& table, const std::vector<Entry>& entries) {
+void writeList(const Output& output, bool withVendor, const Machine& machine,
+               const std::vector<Entry>& entries) {
+  if (output.json) {
+    JsonList list(output,
+                  output.json->format > 1 ? documentOf(output, machine) : beginning(*output.json),
+                  "entries");
+    for (const Entry& entry : entries) {
+      list.add(toJson(entry));
+    }
+    return list.end();
+  }
+  Table table(output, listColumns(withVendor));
   for (const Entry& entry : entries) {
     const Style style = entry.isOurs ? Style::plain : Style::faint;
-    const bool isReplaced = entry.problem && !table.isCsv();
+    const bool isReplaced = entry.problem && !output.form.isCsv;
     const Text description =
         isReplaced ? String("(cannot be read: ") + *entry.problem + ")" : entry.description;
     table.add({{entry.category, entry.fruNumber, description, entry.identifyingNumber, entry.vendor,
@@ -159,29 +256,21 @@ String groupWords(const Parts& parts, bool areModules) {
   return list.size() > 0 ? list : "none";
 }
 
-void writeMachine(std::ostream& out, const Terminal& terminal, const Machine& machine) {
-  const auto line = [&](const char* label, const Text& words) {
-    if (!words) {
-      return;
-    }
-    const std::size_t room = std::max(terminal.columns, 2 * labelColumns) - labelColumns;
-    const std::string text = sanitized(*words, terminal);
-    std::string begin = styled(Style::bold, padTo(labelColumns, label), terminal);
-    for (const std::string& part : terminal.columns == 0 ? std::vector{text} : wrapTo(room, text)) {
-      out << begin << part << '\n';
-      begin.assign(labelColumns, ' ');
-    }
-  };
-  line("Host name", machine.hostName);
-  line("Model", modelWords(machine));
-  line("Machine type", machineTypeWords(machine));
-  line("Serial number", machine.serialNumber);
-  line("Processors", groupWords(machine.processors, false));
-  line("Memory modules", groupWords(machine.memoryModules, true));
-  line("Language code", languageWords(machine));
-}
-
-void writeParts(Table& table, const Machine& machine) {
+void writeMachine(const Output& output, const Machine& machine) {
+  if (output.json) {
+    output.out << dump(documentOf(output, machine)) << '\n';
+    return;
+  }
+  const bool isOnlyTable = output.form.isCsv || !output.form.columns.empty();
+  const bool hasParts = !machine.processors.list.empty() || !machine.memoryModules.list.empty();
+  if (!isOnlyTable) {
+    writeWords(output, machine);
+    output.out << (hasParts ? "\n" : "");
+  }
+  if (!hasParts && !isOnlyTable) {
+    return;
+  }
+  Table table(output, machineColumns());
   for (const bool isModule : {false, true}) {
     for (const Part& part : (isModule ? machine.memoryModules : machine.processors).list) {
       table.add({{part.place, partWords(part, isModule), typeWords(part, isModule), part.compared,
@@ -198,7 +287,21 @@ Columns numberColumns() {
           {"description", "DESCRIPTION"}};
 }
 
-void writeNumbers(Table& table, const std::vector<PartNumber>& numbers) {
+void writeNumbers(const Output& output, const Machine& machine,
+                  const std::vector<PartNumber>& numbers) {
+  if (output.json) {
+    JsonList list(output, documentOf(output, machine), "numbers");
+    for (const PartNumber& number : numbers) {
+      list.add({{"place", toJson(number.named.part->place)},
+                {"category", number.named.isModule ? "MEMORY" : "PROCESSOR"},
+                {"fruNumber", toJson(number.fruNumber)},
+                {"description", toJson(number.description)}});
+    }
+    return list.end();
+  }
+  Output withoutHeadings = output;
+  withoutHeadings.form.hasHeadings = output.form.hasHeadings && output.form.isCsv;
+  Table table(withoutHeadings, numberColumns());
   for (const PartNumber& number : numbers) {
     const auto& [part, isModule] = number.named;
     table.add({{part->place, partWords(*part, isModule), number.fruNumber, number.description},
@@ -208,41 +311,31 @@ void writeNumbers(Table& table, const std::vector<PartNumber>& numbers) {
   table.end();
 }
 
-void writeNumbersJson(std::ostream& out, const Frame& frame, const Machine& machine,
-                      const std::vector<PartNumber>& numbers) {
-  Json members = beginning(frame);
-  members["machine"] = toJson(machine, frame.format);
-  JsonList list(out, members, "numbers");
-  for (const PartNumber& number : numbers) {
-    const auto& [part, isModule] = number.named;
-    list.add({{"place", toJson(part->place)},
-              {"category", isModule ? "MEMORY" : "PROCESSOR"},
-              {"fruNumber", toJson(number.fruNumber)},
-              {"description", toJson(number.description)}});
+Summary writeExplanations(const Output& output, const Machine& machine,
+                          const NextExplanation& next) {
+  if (output.json) {
+    JsonList list(output, documentOf(output, machine), "lines");
+    const Summary summary = countAll(next, [&](const Explanation& explanation) {
+      list.add(explanationJson(explanation, output.json->format));
+    });
+    list.end({{"summary",
+               {{"lines", summary.lines},
+                {"published", summary.published},
+                {"leftOut", summary.leftOut},
+                {"ignored", summary.ignored}}}});
+    return summary;
   }
-  list.end(Json::object());
-}
-
-Summary writeExplanations(Table& table, const NextExplanation& next) {
-  Summary summary;
-  while (const auto explanation = next()) {
-    const auto& fields = explanation->fields;
-    const auto field = [&](const String& text) { return fields ? Text(text) : std::nullopt; };
-    table.add({{String(std::to_string(explanation->line)), String(wordsOf(explanation->result)),
-                field(explanation->category.value_or(String())),
-                fields ? Text(fields->fruNumber) : std::nullopt,
-                fields ? Text(fields->description) : std::nullopt, explanation->reason.words},
-               styleOf(explanation->result)});
-    summary.count(explanation->result);
-  }
+  Table table(output, explanationColumns());
+  const Summary summary = countAll(
+      next, [&](const Explanation& explanation) { table.add(explanationRow(explanation)); });
   table.end();
+  if (!output.form.isCsv) {
+    output.out << '\n'
+               << summary.lines << (summary.lines == 1 ? " line: " : " lines: ")
+               << summary.published << " published, " << summary.leftOut << " left out, "
+               << summary.ignored << " ignored\n";
+  }
   return summary;
-}
-
-void writeSummary(std::ostream& out, const Summary& summary) {
-  out << '\n'
-      << summary.lines << (summary.lines == 1 ? " line: " : " lines: ") << summary.published
-      << " published, " << summary.leftOut << " left out, " << summary.ignored << " ignored\n";
 }
 
 }  // namespace show

@@ -1,11 +1,12 @@
-// What people get: the tables of morvik-show. CSV, of the same tables, is for spreadsheets.
+// What is written: the tables of morvik-show and what people read beside them, and the same in
+// JSON.
 #pragma once
 
-#include <ostream>
+#include <functional>
 #include <vector>
 
 #include "entries.h"
-#include "json.h"
+#include "explainer.h"
 #include "machine.h"
 #include "table.h"
 
@@ -13,18 +14,29 @@ namespace show {
 
 // Vendors are shown if the list has entries of other publishers.
 Columns listColumns(bool withVendor);
+// JSON of format 1 is without the machine.
+void writeList(const Output& output, bool withVendor, const Machine& machine,
+               const std::vector<Entry>& entries);
+
+// What morvik reads, in words, and the parts, by place.
 Columns machineColumns();
+void writeMachine(const Output& output, const Machine& machine);
+
+// How many lines had each result.
+struct Summary {
+  std::uint64_t lines = 0;
+  std::uint64_t published = 0;
+  std::uint64_t leftOut = 0;
+  std::uint64_t ignored = 0;
+};
+
+// The explanation of the next line, or nothing after the last one.
+using NextExplanation = std::function<std::optional<Explanation>()>;
+
+// Writes each explanation before it asks for the next: a file may be of any length.
 Columns explanationColumns();
-
-void writeList(Table& table, const std::vector<Entry>& entries);
-
-// What morvik reads, in words; the table has the parts, by place.
-void writeMachine(std::ostream& out, const Terminal& terminal, const Machine& machine);
-void writeParts(Table& table, const Machine& machine);
-
-// Each explanation is written before the next is asked for: a file may be of any length.
-Summary writeExplanations(Table& table, const NextExplanation& next);
-void writeSummary(std::ostream& out, const Summary& summary);
+Summary writeExplanations(const Output& output, const Machine& machine,
+                          const NextExplanation& next);
 
 // The number for a part, and the part.
 struct PartNumber {
@@ -35,9 +47,8 @@ struct PartNumber {
 };
 
 Columns numberColumns();
-void writeNumbers(Table& table, const std::vector<PartNumber>& numbers);
-void writeNumbersJson(std::ostream& out, const Frame& frame, const Machine& machine,
-                      const std::vector<PartNumber>& numbers);
+void writeNumbers(const Output& output, const Machine& machine,
+                  const std::vector<PartNumber>& numbers);
 
 // "2400 MHz", "16 GiB"; what morvik makes of a part without a value.
 Pegasus::String partWords(const Part& part, bool isModule);

@@ -1,6 +1,7 @@
 #include "table.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <numeric>
 #include <stdexcept>
 #include <string_view>
@@ -61,30 +62,23 @@ void checkColumns(const TableForm& form, const Columns& columns) {
   }
 }
 
-Table::Table(std::ostream& out, const Terminal& terminal, const TableForm& form,
-             const Columns& columns)
-    : out_(out), terminal_(terminal), form_(form), columns_(columns) {
-  for (const std::string& name : form.columns) {
+Table::Table(const Output& output, const Columns& columns)
+    : out_(output.out), terminal_(output.terminal), form_(output.form), columns_(columns) {
+  for (const std::string& name : form_.columns) {
     positions_.push_back(positionOf(name, columns).value());
   }
-  for (std::size_t i = 0; form.columns.empty() && i < columns.size(); ++i) {
-    if (form.isCsv || columns[i].shown != Shown::onDemand) {
+  for (std::size_t i = 0; form_.columns.empty() && i < columns.size(); ++i) {
+    if (form_.isCsv || columns[i].shown != Shown::onDemand) {
       positions_.push_back(i);
     }
   }
   isFixed_ = columns.front().width > 0;
-  if (form.hasHeadings) {
+  if (form_.hasHeadings) {
     Line headings = {{}, Style::bold, false};
     for (const std::size_t position : positions_) {
-      headings.cells.emplace_back(form.isCsv ? columns[position].name : columns[position].heading);
+      headings.cells.emplace_back(form_.isCsv ? columns[position].name : columns[position].heading);
     }
-    if (form.isCsv) {
-      writeCsv(headings.cells);
-    } else if (isFixed_) {
-      writeFixed(headings);
-    } else {
-      lines_.push_back(std::move(headings));
-    }
+    write(std::move(headings));
   }
 }
 
@@ -103,7 +97,10 @@ Table::Cells Table::chosen(const Row& row) const {
 }
 
 void Table::add(const Row& row) {
-  Line line = {chosen(row), row.style, row.isWrapped};
+  write({chosen(row), row.style, row.isWrapped});
+}
+
+void Table::write(Line line) {
   if (form_.isCsv) {
     writeCsv(line.cells);
   } else if (isFixed_) {
@@ -165,13 +162,8 @@ void Table::writeFitted(const Line& line, const std::vector<std::size_t>& widths
   std::vector<std::vector<std::string>> parts;
   std::size_t height = 1;
   for (std::size_t i = 0; i < widths.size(); ++i) {
-    if (terminal_.columns == 0) {
-      parts.push_back({line.cells[i]});
-    } else if (line.isWrapped) {
-      parts.push_back(wrapTo(widths[i], line.cells[i]));
-    } else {
-      parts.push_back({cutTo(widths[i], line.cells[i], terminal_)});
-    }
+    parts.push_back(line.isWrapped ? wrapTo(widths[i], line.cells[i])
+                                   : std::vector{cutTo(widths[i], line.cells[i], terminal_)});
     height = std::max(height, parts.back().size());
   }
   for (std::size_t row = 0; row < height; ++row) {
@@ -226,6 +218,55 @@ std::vector<std::size_t> Table::widths() const {
     --widest;
   }
   return widths;
+}
+
+// --- JSON ---
+
+Json toJson(const std::optional<String>& text) {
+  return text ? Json(text->toUtf8()) : Json();
+}
+
+Json toJson(const std::optional<std::uint64_t>& number) {
+  return number ? Json(*number) : Json();
+}
+
+std::string textIn(const Json& value, const char* member) {
+  const auto found = value.find(member);
+  return found != value.end() && found->is_string() ? found->get<std::string>() : "";
+}
+
+std::string dump(const Json& json) {
+  return json.dump(-1, ' ', true, Json::error_handler_t::replace);
+}
+
+Json beginning(const Frame& frame) {
+  if (frame.format == 1) {
+    return {{"format", 1}};
+  }
+  return {{"format", frame.format},
+          {"program", "morvik-show"},
+          {"version", MORVIK_VERSION},
+          {"time", timeText(frame.time)},
+          {"lastGoodRun", frame.lastGoodRun ? Json(*frame.lastGoodRun) : Json()}};
+}
+
+JsonList::JsonList(const Output& output, const Json& members, const char* name) : out_(output.out) {
+  std::string begin = dump(members);
+  begin.back() = ',';
+  out_ << begin << Json(name) << ":[";
+}
+
+void JsonList::add(const Json& item) {
+  out_ << (isEmpty_ ? "\n" : ",\n") << dump(item);
+  isEmpty_ = false;
+}
+
+void JsonList::end() {
+  end(Json::object());
+}
+
+void JsonList::end(const Json& more) {
+  out_ << (isEmpty_ ? "]" : "\n]") << (more.empty() ? "}" : "," + dump(more).substr(1)) << '\n';
 }
 
 }  // namespace show

@@ -1,9 +1,12 @@
-// Tables, for people and as CSV.
+// How lists are written: tables for people, CSV, and JSON.
 #pragma once
 
 #include <Pegasus/Common/String.h>
 
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -42,6 +45,27 @@ struct TableForm {
   std::vector<std::string> columns = {};
 };
 
+// The members stay in the order in which they are written.
+using Json = nlohmann::ordered_json;
+
+// What every document of JSON begins with.
+struct Frame {
+  // 1 is the format before 1.0: without the rest, and numbers are texts.
+  int format = 2;
+  std::chrono::system_clock::time_point time = {};
+  // RFC 3339, of morvik-run; absent where it is not known.
+  std::optional<std::string> lastGoodRun = {};
+};
+
+// Where the output goes, and in which form.
+struct Output {
+  std::ostream& out;
+  Terminal terminal = {};
+  TableForm form = {};
+  // Absent for a table.
+  std::optional<Frame> json = {};
+};
+
 // Throws std::runtime_error if the form has the name of no column.
 void checkColumns(const TableForm& form, const Columns& columns);
 
@@ -52,8 +76,8 @@ void checkColumns(const TableForm& form, const Columns& columns);
 // terminal has, the widest ones are cut.
 class Table {
  public:
-  // `out` and `terminal` must outlive this. The names in the form must be good.
-  Table(std::ostream& out, const Terminal& terminal, const TableForm& form, const Columns& columns);
+  // `output` must outlive this. The names in its form must be good.
+  Table(const Output& output, const Columns& columns);
 
   struct Row {
     // As many as there are columns; a missing value is shown as "-".
@@ -62,7 +86,6 @@ class Table {
     // Whether texts that are too long go on in the next line instead of being cut.
     bool isWrapped = false;
   };
-  bool isCsv() const { return form_.isCsv; }
   void add(const Row& row);
   // Must be the last call.
   void end();
@@ -75,6 +98,7 @@ class Table {
     bool isWrapped;
   };
   Cells chosen(const Row& row) const;
+  void write(Line line);
   void writeCsv(const Cells& cells);
   void writeFixed(const Line& line);
   void writeFitted(const Line& line, const std::vector<std::size_t>& widths);
@@ -83,13 +107,38 @@ class Table {
 
   std::ostream& out_;
   const Terminal& terminal_;
-  TableForm form_;
+  const TableForm& form_;
   // The positions of the columns that are shown, in order.
   std::vector<std::size_t> positions_;
   Columns columns_;
   bool isFixed_;
   // Until the widths are known.
   std::vector<Line> lines_;
+};
+
+// Null for what is absent.
+Json toJson(const std::optional<Pegasus::String>& text);
+Json toJson(const std::optional<std::uint64_t>& number);
+// The text of a member; empty if there is none, or the value is no object or text.
+std::string textIn(const Json& value, const char* member);
+// In ASCII, in one line, so that no terminal obeys or misreads any of it.
+std::string dump(const Json& json);
+// The first members of a document.
+Json beginning(const Frame& frame);
+
+// A document that begins with these members and goes on with a list, each item of which is on a
+// line of its own.
+class JsonList {
+ public:
+  JsonList(const Output& output, const Json& members, const char* name);
+  void add(const Json& item);
+  // `more` are the members after the list.
+  void end();
+  void end(const Json& more);
+
+ private:
+  std::ostream& out_;
+  bool isEmpty_ = true;
 };
 
 }  // namespace show

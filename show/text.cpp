@@ -10,6 +10,7 @@
 
 #include <charconv>
 #include <cstdlib>
+#include <ctime>
 #include <iterator>
 #include <string_view>
 
@@ -164,6 +165,9 @@ std::string cutTo(std::size_t columns, const std::string& text, const Terminal& 
 }
 
 std::vector<std::string> wrapTo(std::size_t columns, const std::string& text) {
+  if (columns == 0) {
+    return {text};
+  }
   std::vector<std::string> lines(1);
   std::size_t width = 0;
   std::size_t blank = std::string::npos;  // the last one in the current line
@@ -201,6 +205,37 @@ std::string padTo(std::size_t columns, std::string text) {
     text.append(columns - width, ' ');
   }
   return text;
+}
+
+// By the calendar of <chrono>: time_t ends in 2038 where it has 32 bits.
+std::string timeText(std::chrono::system_clock::time_point time) {
+  const auto day = std::chrono::floor<std::chrono::days>(time);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss clock(std::chrono::floor<std::chrono::seconds>(time - day));
+  std::tm parts = {};
+  parts.tm_year = static_cast<int>(date.year()) - 1900;
+  parts.tm_mon = static_cast<int>(static_cast<unsigned>(date.month())) - 1;
+  parts.tm_mday = static_cast<int>(static_cast<unsigned>(date.day()));
+  parts.tm_hour = static_cast<int>(clock.hours().count());
+  parts.tm_min = static_cast<int>(clock.minutes().count());
+  parts.tm_sec = static_cast<int>(clock.seconds().count());
+  char text[32];
+  return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts)};
+}
+
+std::optional<std::chrono::system_clock::time_point> timeIn(const std::string& text) {
+  std::tm parts = {};
+  const char* end = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%SZ", &parts);
+  // The clock counts nanoseconds, which end in 2262.
+  if (end == nullptr || *end != '\0' || parts.tm_year < 0 || parts.tm_year >= 300) {
+    return std::nullopt;
+  }
+  const std::chrono::year_month_day date(
+      std::chrono::year(parts.tm_year + 1900),
+      std::chrono::month(static_cast<unsigned>(parts.tm_mon) + 1),
+      std::chrono::day(static_cast<unsigned>(parts.tm_mday)));
+  return std::chrono::sys_days(date) + std::chrono::hours(parts.tm_hour) +
+         std::chrono::minutes(parts.tm_min) + std::chrono::seconds(parts.tm_sec);
 }
 
 String listWords(std::vector<String> words, std::size_t most) {

@@ -5,8 +5,9 @@
 
 #include <Pegasus/Common/String.h>
 
+#include <chrono>
 #include <cstddef>
-#include <ostream>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -43,7 +44,8 @@ std::size_t columnsOf(const std::string& text);
 // `columns` 0, all of it.
 std::string cutTo(std::size_t columns, const std::string& text, const Terminal& terminal);
 
-// The sanitized text in lines of at most that many columns, broken at blanks where possible.
+// The sanitized text in lines of at most that many columns, broken at blanks where possible; with
+// `columns` 0, in one.
 std::vector<std::string> wrapTo(std::size_t columns, const std::string& text);
 
 // The sanitized text, filled with blanks up to that width.
@@ -51,6 +53,11 @@ std::string padTo(std::size_t columns, std::string text);
 
 // "CPU 1, CPU 2 and 3 others": at most so many things.
 Pegasus::String listWords(std::vector<Pegasus::String> words, std::size_t most);
+
+// "2026-11-22T02:00:00Z" (RFC 3339).
+std::string timeText(std::chrono::system_clock::time_point time);
+// Of a text such as "2026-11-22T02:00:00Z"; absent for any other.
+std::optional<std::chrono::system_clock::time_point> timeIn(const std::string& text);
 
 enum class Style { plain, bold, faint, green, yellow };
 

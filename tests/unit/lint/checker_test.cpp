@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "data_file.h"
+#include "explainer.h"
 
 namespace lint {
 namespace {

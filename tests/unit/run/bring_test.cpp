@@ -107,7 +107,7 @@ std::string reply(const std::string& status, const std::string& headers = "",
 
 Settings settingsFor(const std::string& url) {
   Settings settings;
-  settings.url = url;
+  settings.url.text = url;
   settings.retryPause = std::chrono::milliseconds(0);
   return settings;
 }

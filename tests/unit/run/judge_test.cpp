@@ -1,5 +1,5 @@
 // Which data files are refused before anything is deleted, and how entries are compared.
-#include "judge.h"
+#include "publish.h"
 
 #include <gtest/gtest.h>
 

@@ -4,9 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "history.h"
-#include "metrics.h"
-#include "outcome.h"
+#include "text.h"
 
 using namespace run;
 using ::testing::HasSubstr;

@@ -18,7 +18,7 @@ namespace {
 struct Name {
   const char* option;
   const char* variable;
-  TextSetting value;
+  Setting Settings::*value;
 };
 
 constexpr std::array<Name, 12> names{{
@@ -81,13 +81,13 @@ TEST(Settings, EachHasAnOptionAndAVariable) {
     variables.push_back({name.variable, value});
     const Settings byVariable = settingsFor(variables);
     EXPECT_EQ(byVariable.fault, "") << name.variable;
-    EXPECT_EQ(byVariable.*name.value, value) << name.variable;
-    EXPECT_STREQ(byVariable.nameOf(name.value), name.variable);
+    EXPECT_EQ((byVariable.*name.value).text, value) << name.variable;
+    EXPECT_STREQ((byVariable.*name.value).name, name.variable);
     variables.back().value = "/other.prom";
     const Settings byOption = settingsFor(variables, {name.option, value});
     EXPECT_EQ(byOption.fault, "") << name.option;
-    EXPECT_EQ(byOption.*name.value, value) << name.option;
-    EXPECT_STREQ(byOption.nameOf(name.value), name.option);
+    EXPECT_EQ((byOption.*name.value).text, value) << name.option;
+    EXPECT_STREQ((byOption.*name.value).name, name.option);
   }
 }
 
@@ -115,7 +115,7 @@ TEST(Settings, EmptyVariablesAreNotSet) {
   EXPECT_EQ(settings.minShare, 0.5);
   EXPECT_FALSE(settings.isMissingGood);
   EXPECT_EQ(settings.retryPause, std::chrono::seconds(5));
-  EXPECT_EQ(settings.state, "/var/lib/morvik");
+  EXPECT_EQ(settings.state.text, "/var/lib/morvik");
 }
 
 TEST(Settings, WrongValueIsNamedAsItWasGiven) {
@@ -131,7 +131,7 @@ TEST(Settings, WrongValueIsNamedAsItWasGiven) {
             "MORVIK_MISSING: 'OK' is neither ok nor fail");
   const Settings settings = settingsFor({{"MORVIK_FILES", "/a"}, {"MORVIK_METRICS", "a.txt"}});
   EXPECT_EQ(settings.fault, "MORVIK_METRICS: 'a.txt' does not end with .prom");
-  EXPECT_EQ(settings.metrics, "");
+  EXPECT_EQ(settings.metrics.text, "");
 }
 
 TEST(Settings, FirstPlaceOfSeveralVariablesIsUsed) {
@@ -140,15 +140,15 @@ TEST(Settings, FirstPlaceOfSeveralVariablesIsUsed) {
                                      {"MORVIK_URL", "http://a"},
                                      {"MORVIK_SERVER", "b"},
                                      {"MORVIK_DIRECTORY", "/c"}};
-  const TextSetting order[] = {&Settings::file, &Settings::files, &Settings::url,
-                               &Settings::ftpServer};
+  constexpr Setting Settings::*order[] = {&Settings::file, &Settings::files, &Settings::url,
+                                          &Settings::ftpServer};
   for (const auto used : order) {
     const Settings settings = settingsFor(variables);
     EXPECT_EQ(settings.fault, "");
     for (const auto place : order) {
-      EXPECT_EQ((settings.*place).empty(), place != used);
+      EXPECT_EQ((settings.*place).text.empty(), place != used);
     }
-    EXPECT_EQ(settings.ftpDirectory, used == &Settings::ftpServer ? "/c" : "");
+    EXPECT_EQ(settings.ftpDirectory.text, used == &Settings::ftpServer ? "/c" : "");
     variables.erase(variables.begin());
   }
 }
@@ -157,23 +157,23 @@ TEST(Settings, PlaceOfAnOptionReplacesThoseOfVariables) {
   const Settings settings =
       settingsFor({{"MORVIK_FILE", "/file"}, {"MORVIK_DIRECTORY", "/c"}}, {"--ftp-server", "b"});
   EXPECT_EQ(settings.fault, "");
-  EXPECT_EQ(settings.file, "");
-  EXPECT_EQ(settings.ftpServer, "b");
-  EXPECT_EQ(settings.ftpDirectory, "/pc/dolmex/bp_server");
+  EXPECT_EQ(settings.file.text, "");
+  EXPECT_EQ(settings.ftpServer.text, "b");
+  EXPECT_EQ(settings.ftpDirectory.text, "/pc/dolmex/bp_server");
   EXPECT_EQ(faultOf({}, {"--file", "/a", "--url", "http://b"}),
             "use only one of --file, --files, --url and --ftp-server");
 }
 
 TEST(Settings, PlaceMustBeSet) {
   EXPECT_TRUE(faultOf({}).starts_with("no parts server is set: set MORVIK_URL, "));
-  EXPECT_FALSE(settingsFor({{"MORVIK_DIRECTORY", "/c"}}).ftpServer.empty());
+  EXPECT_FALSE(settingsFor({{"MORVIK_DIRECTORY", "/c"}}).ftpServer.text.empty());
 }
 
 TEST(Settings, FilesAreFoundFromTheWorkingDirectory) {
   ASSERT_EQ(chdir("/tmp"), 0);
   const Settings settings =
       settingsFor({{"MORVIK_FILES", "a"}, {"MORVIK_KEYRING", "b"}}, {"--state", "c:d"});
-  EXPECT_EQ(settings.files, "/tmp/a");
-  EXPECT_EQ(settings.keyring, "/tmp/b");
-  EXPECT_EQ(settings.state, "/tmp/c");
+  EXPECT_EQ(settings.files.text, "/tmp/a");
+  EXPECT_EQ(settings.keyring.text, "/tmp/b");
+  EXPECT_EQ(settings.state.text, "/tmp/c");
 }

@@ -135,9 +135,7 @@ TEST(Fleet, ExplanationsAreThoseOfAServer) {
 
 std::string written(const std::vector<NamedInventory>& machines, bool isCsv = false) {
   std::ostringstream out;
-  TableForm form;
-  form.isCsv = isCsv;
-  writeFleet(out, Terminal(), form, explainLines(machines));
+  writeFleet({.out = out, .form = {.isCsv = isCsv}}, explainLines(machines));
   return out.str();
 }
 

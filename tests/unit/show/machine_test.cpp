@@ -203,7 +203,7 @@ TEST_F(MachineTest, EmptyModelIsNone) {
   machine.hasSystem = true;
   machine.model = String();
   std::ostringstream out;
-  writeMachine(out, Terminal(), machine);
+  writeMachine({out}, machine);
   EXPECT_NE(out.str().find("Model           none\n"), std::string::npos) << out.str();
 }
 

@@ -16,8 +16,8 @@ const Columns two = {{"a", "A"}, {"longName", "B"}};
 std::string written(const Columns& columns, const std::vector<Table::Row>& rows,
                     const TableForm& form = {}, std::size_t width = 0) {
   std::ostringstream out;
-  const Terminal terminal = {.columns = width};
-  Table table(out, terminal, form, columns);
+  const Output output = {out, {.columns = width}, form};
+  Table table(output, columns);
   for (const Table::Row& row : rows) {
     table.add(row);
   }

@@ -1,5 +1,5 @@
 // JSON: what it has on each line, in which order and in which characters, and reading it back.
-#include "json.h"
+#include "output.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +19,7 @@ const Frame format1 = {.format = 1};
 
 std::string listOf(const Frame& form, const std::vector<Entry>& entries) {
   std::ostringstream out;
-  writeJson(out, form, Machine(), entries);
+  writeList({.out = out, .json = form}, false, Machine(), entries);
   return out.str();
 }
 
@@ -52,7 +52,7 @@ Machine someMachine() {
 
 std::string machineOf(const Frame& form, const Machine& machine) {
   std::ostringstream out;
-  writeMachineJson(out, form, machine);
+  writeMachine({.out = out, .json = form}, machine);
   return out.str();
 }
 
@@ -133,10 +133,11 @@ TEST(Json, ExplanationsAreBetweenMachineAndSummary) {
   for (const bool isFormat1 : {true, false}) {
     bool isWritten = false;
     std::ostringstream out;
-    writeExplanationsJson(
-        out, isFormat1 ? format1 : frame, Machine(), [&]() -> std::optional<Explanation> {
-          return std::exchange(isWritten, true) ? std::nullopt : std::optional(explanation);
-        });
+    writeExplanations({.out = out, .json = isFormat1 ? format1 : frame}, Machine(),
+                      [&]() -> std::optional<Explanation> {
+                        return std::exchange(isWritten, true) ? std::nullopt
+                                                              : std::optional(explanation);
+                      });
     const std::string text = out.str();
     EXPECT_TRUE(text.substr(0, text.find('\n')).ends_with("},\"lines\":[")) << text;
     EXPECT_EQ(
@@ -156,13 +157,13 @@ TEST(Inventory, WhatIsWrittenIsReadBack) {
   std::ostringstream out;
   Frame good = frame;
   good.lastGoodRun = "2026-11-21T02:00:00Z";
-  writeJson(out, good, someMachine(), {entry});
+  writeList({.out = out, .json = good}, false, someMachine(), {entry});
   const Inventory inventory = parseInventory(out.str());
   EXPECT_EQ(inventory.time, "2026-11-22T06:00:00Z");
   EXPECT_EQ(inventory.lastGoodRun, "2026-11-21T02:00:00Z");
   ASSERT_TRUE(inventory.machine && inventory.entries);
   std::ostringstream again;
-  writeJson(again, good, *inventory.machine, *inventory.entries);
+  writeList({.out = again, .json = good}, false, *inventory.machine, *inventory.entries);
   EXPECT_EQ(again.str(), out.str());
 }
 

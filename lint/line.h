@@ -1,0 +1,46 @@
+// What is wrong with one line. morvik takes a malformed line as its cuts give it; the author meant
+// something else.
+#pragma once
+
+#include <vector>
+
+#include "checker.h"
+#include "explainer.h"
+#include "import/fru_file.h"
+
+namespace lint {
+
+// The findings of a line, at positions in its text as src/ counts them.
+struct LineFindings {
+  struct Item {
+    Pegasus::Uint32 position;
+    Severity severity;
+    const char* code;
+    Pegasus::String text;
+  };
+  std::vector<Item> items;
+  bool hasError = false;
+
+  void error(Pegasus::Uint32 position, const char* code, const Pegasus::String& text) {
+    items.push_back({position, Severity::error, code, text});
+    hasError = true;
+  }
+  void warning(Pegasus::Uint32 position, const char* code, const Pegasus::String& text) {
+    items.push_back({position, Severity::warning, code, text});
+  }
+};
+
+// The form of a line, its quotes and commas, and the texts between them: of one that names none of
+// the nine categories, with what recognise() has made of it.
+void checkIgnoredLine(const Pegasus::String& line, const show::Recognition& recognition,
+                      LineFindings& findings);
+// Of an entry. Returns whether its condition, the third field, is whole.
+bool checkFields(const Pegasus::String& line, const EntryMarks& marks, LineFindings& findings);
+
+// The condition of an entry. It must be whole: the positions that limit it are in the line.
+void checkQualifier(Category category, const Pegasus::String& line, const EntryMarks& marks,
+                    LineFindings& findings);
+// What an entry asks of a machine, as morvik reads it; the empty text if its category asks nothing.
+Pegasus::String conditionOf(Category category, const Pegasus::String& line);
+
+}  // namespace lint
