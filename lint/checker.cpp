@@ -128,10 +128,11 @@ void Checker::checkLine(LineRead read, const std::string& bytes) {
     return;
   }
   checkText(line, bytes, findings);
-  std::stable_sort(findings.items.begin(), findings.items.end(),
-                   [](const auto& a, const auto& b) { return a.position < b.position; });
-  for (const LineFindings::Item& item : findings.items) {
-    report_({lines_, column(columnIn(line, item.position)), item.severity, item.code, item.text});
+  std::stable_sort(findings.list.begin(), findings.list.end(),
+                   [](const auto& a, const auto& b) { return a.column < b.column; });
+  for (const Finding& f : findings.list) {
+    report_({lines_, column(columnIn(line, static_cast<Uint32>(f.column))), f.severity, f.code,
+             f.text});
   }
 }
 

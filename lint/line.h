@@ -12,21 +12,16 @@ namespace lint {
 
 // The findings of a line, at positions in its text as src/ counts them.
 struct LineFindings {
-  struct Item {
-    Pegasus::Uint32 position;
-    Severity severity;
-    const char* code;
-    Pegasus::String text;
-  };
-  std::vector<Item> items;
+  // Each has its position in place of a column, and no line.
+  std::vector<Finding> list;
   bool hasError = false;
 
   void error(Pegasus::Uint32 position, const char* code, const Pegasus::String& text) {
-    items.push_back({position, Severity::error, code, text});
+    list.push_back({0, position, Severity::error, code, text});
     hasError = true;
   }
   void warning(Pegasus::Uint32 position, const char* code, const Pegasus::String& text) {
-    items.push_back({position, Severity::warning, code, text});
+    list.push_back({0, position, Severity::warning, code, text});
   }
 };
 

@@ -48,12 +48,6 @@ class Url {
     const std::unique_ptr<char, decltype(&curl_free)> owner(text, curl_free);
     return text;
   }
-  // The path, then the name.
-  void append(const std::string& name) {
-    std::string path = get(CURLUPART_PATH);
-    path += path.ends_with('/') ? "" : "/";
-    set(CURLUPART_PATH, path + name);
-  }
 
  private:
   std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> handle_;
@@ -144,22 +138,210 @@ std::chrono::milliseconds withJitter(std::chrono::milliseconds pause) {
 // One connection to a server, and what one try of one file gave.
 class Bringer::Transfer {
  public:
-  Transfer(const Settings& settings, Url url);
+  Transfer(const Settings& settings, Url url)
+      : url_(std::move(url)),
+        isHttp_(url_.get(CURLUPART_SCHEME).starts_with("http")),
+        isSecure_(url_.get(CURLUPART_SCHEME) == "https"),
+        retryPause_(settings.retryPause),
+        certificates_(settings.certificates.name),
+        handle_(curl_easy_init(), curl_easy_cleanup) {
+    if (handle_ == nullptr) {
+      throw Failure(Status::badUse, "libcurl cannot be used");
+    }
+    set(CURLOPT_NOSIGNAL, 1L);
+    set(CURLOPT_USERAGENT, "morvik-run/" MORVIK_VERSION);
+    set(CURLOPT_ERRORBUFFER, error_.data());
+    set(CURLOPT_CONNECTTIMEOUT, connectSeconds);
+    set(CURLOPT_PROTOCOLS_STR, "https,http,ftps,ftp");
+    // Never from a protected connection to one that is not.
+    set(CURLOPT_REDIR_PROTOCOLS_STR, isSecure_ ? "https" : "https,http");
+    set(CURLOPT_FOLLOWLOCATION, 1L);
+    set(CURLOPT_MAXREDIRS, mostRedirects);
+    set(CURLOPT_SSL_VERIFYPEER, 1L);
+    set(CURLOPT_SSL_VERIFYHOST, 2L);
+    if (!settings.certificates.text.empty()) {
+      set(CURLOPT_CAINFO, settings.certificates.text.c_str());
+    }
+    // One CWD with the whole directory, as an FTP client does it.
+    set(CURLOPT_FTP_FILEMETHOD, static_cast<long>(CURLFTPMETHOD_SINGLECWD));
+    set(CURLOPT_FTP_RESPONSE_TIMEOUT, connectSeconds);
+    if (!isHttp_ && url_.get(CURLUPART_USER).empty()) {
+      set(CURLOPT_USERPWD, "anonymous:anonymous");
+    }
+    set(
+        CURLOPT_WRITEFUNCTION, +[](char* bytes, std::size_t, std::size_t count, void* self) {
+          return static_cast<Transfer*>(self)->takeText({bytes, count});
+        });
+    set(CURLOPT_WRITEDATA, static_cast<void*>(this));
+    set(
+        CURLOPT_HEADERFUNCTION, +[](char* bytes, std::size_t, std::size_t count, void* self) {
+          static_cast<Transfer*>(self)->takeLine({bytes, count});
+          return count;
+        });
+    set(CURLOPT_HEADERDATA, static_cast<void*>(this));
+  }
 
-  std::string addressOf(const std::string& name) const;
+  std::string addressOf(const std::string& name) const {
+    Url url = urlFor(name);
+    // A password is secret, and a query may be; a user name is not.
+    url.set(CURLUPART_PASSWORD, "");
+    url.set(CURLUPART_QUERY, "");
+    return harmless(url.get(CURLUPART_URL));
+  }
+
   Brought bring(const std::string& name, const std::optional<Version>& known,
-                const Deadline& deadline);
+                const Deadline& deadline) {
+    const std::string address = urlFor(name).get(CURLUPART_URL);
+    std::chrono::milliseconds pause = retryPause_;
+    for (int tries = 1;; ++tries) {
+      const auto limit = std::min<std::chrono::milliseconds>(deadline.left(),
+                                                             std::chrono::seconds(transferSeconds));
+      const Result result = attempt(address, known, std::max(limit, std::chrono::milliseconds(1)));
+      if (result == Result::there || result == Result::unchanged) {
+        brought_.isUnchanged = result == Result::unchanged;
+        return brought_;
+      }
+      if (code_ == CURLE_SSL_CACERT_BADFILE) {
+        throw Failure(Status::badUse, certificates_ + ": " + words());
+      }
+      if (result == Result::missing) {
+        throw Failure(Status::noFile, addressOf(name) + ": " + words());
+      }
+      if (result == Result::tooLarge) {
+        throw Failure(Status::refused, addressOf(name) + " has more than 1 MiB");
+      }
+      curl_off_t asked = 0;
+      curl_easy_getinfo(handle_.get(), CURLINFO_RETRY_AFTER, &asked);
+      const bool isTooLong = asked > longestPause.count();
+      const std::chrono::seconds after(isTooLong ? 0 : asked);
+      const auto wait = std::max<std::chrono::milliseconds>(withJitter(pause), after);
+      if (result == Result::failed || isTooLong || tries == mostTries || deadline.left() <= wait) {
+        throw Failure(
+            Status::notReached,
+            "cannot fetch " + addressOf(name) + ": " + words() +
+                (isTooLong ? "; it asks to wait " + std::to_string(asked) + " seconds" : "") +
+                (tries > 1 ? " (" + std::to_string(tries) + " tries)" : ""));
+      }
+      std::this_thread::sleep_for(wait);
+      pause *= pauseGrowth;
+    }
+  }
 
  private:
+  Url urlFor(const std::string& name) const {
+    Url url;
+    url.set(CURLUPART_URL, url_.get(CURLUPART_URL));
+    const std::string path = url.get(CURLUPART_PATH);
+    url.set(CURLUPART_PATH, path + (path.ends_with('/') ? "" : "/") + name);
+    return url;
+  }
+
   enum class Result { there, unchanged, missing, failed, failedForNow, tooLarge };
 
   Result attempt(const std::string& address, const std::optional<Version>& known,
-                 std::chrono::milliseconds limit);
-  Result judgeReply(CURLcode code);
+                 std::chrono::milliseconds limit) {
+    brought_ = {};
+    isTooLarge_ = false;
+    serverWords_.clear();
+    error_.fill('\0');
+    std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers(nullptr,
+                                                                        curl_slist_free_all);
+    const auto addHeader = [&](const char* name, const std::string& value) {
+      if (!value.empty()) {
+        headers.reset(curl_slist_append(headers.release(), (name + value).c_str()));
+      }
+    };
+    if (isHttp_ && known) {
+      addHeader("If-None-Match: ", known->etag);
+      addHeader("If-Modified-Since: ", known->lastModified);
+    }
+    set(CURLOPT_HTTPHEADER, headers.get());
+    set(CURLOPT_URL, address.c_str());
+    set(CURLOPT_TIMEOUT_MS, static_cast<long>(limit.count()));
+    code_ = curl_easy_perform(handle_.get());
+    set(CURLOPT_HTTPHEADER, static_cast<curl_slist*>(nullptr));
+    const Result result = judgeReply(code_);
+    // An answer to a question that was not asked.
+    return result == Result::unchanged && headers == nullptr ? Result::failed : result;
+  }
+
+  Result judgeReply(CURLcode code) {
+    long reply = 0;
+    curl_easy_getinfo(handle_.get(), CURLINFO_RESPONSE_CODE, &reply);
+    if (isHttp_ && reply >= 400) {
+      const bool isBusy = reply == 408 || reply == 425 || reply == 429 || reply >= 500;
+      return reply == 404 || reply == 410 ? Result::missing
+             : isBusy                     ? Result::failedForNow
+                                          : Result::failed;
+    }
+    if (isTooLarge_) {
+      return Result::tooLarge;
+    }
+    if (code == CURLE_REMOTE_FILE_NOT_FOUND) {
+      return Result::missing;
+    }
+    if (code != CURLE_OK) {
+      const bool isFtpBusy = !isHttp_ && serverWords_.starts_with('4');
+      return isFtpBusy || isRetriable(code) ? Result::failedForNow : Result::failed;
+    }
+    if (isHttp_ && reply == 304) {
+      return Result::unchanged;
+    }
+    return !isHttp_ || reply == 200 ? Result::there : Result::failed;
+  }
+
   // Returns how much it has taken; less than there was ends the transfer.
-  std::size_t takeText(std::string_view text);
-  void takeLine(std::string_view line);
-  std::string words() const;
+  std::size_t takeText(std::string_view text) {
+    isTooLarge_ = brought_.text.size() + text.size() > mostBytes;
+    brought_.text += isTooLarge_ ? "" : text;
+    return isTooLarge_ ? 0 : text.size();
+  }
+
+  void takeLine(std::string_view line) {
+    while (line.ends_with('\n') || line.ends_with('\r')) {
+      line.remove_suffix(1);
+    }
+    if (!isHttp_) {
+      // 4 and 5 are failures; 421 may come at any time.
+      if (line.starts_with('4') || line.starts_with('5')) {
+        serverWords_ = line;
+      }
+      return;
+    }
+    if (line.starts_with("HTTP/")) {  // of each answer in a row of redirections
+      serverWords_ = line;
+      brought_.version = {};
+      return;
+    }
+    const std::size_t colon = std::min(line.find(':'), line.size());
+    const auto value = Pegasus::text::trimmed(line.substr(std::min(colon + 1, line.size())));
+    const auto isHeader = [&](const char* name) {
+      return Pegasus::text::equalNoCase(line.substr(0, colon), name);
+    };
+    // What is remembered must be small.
+    constexpr std::size_t longest = 200;
+    if (isHeader("etag") && value.size() <= longest) {
+      brought_.version.etag = value;
+    } else if (isHeader("last-modified") && value.size() <= longest) {
+      brought_.version.lastModified = value;
+    }
+  }
+
+  // Both what libcurl says and what the server says, because either may be the better one.
+  std::string words() const {
+    const std::string server = serverWords_.empty() ? "" : "the server answered: " + serverWords_;
+    std::string own;
+    if (code_ == CURLE_UNSUPPORTED_PROTOCOL && !server.empty()) {
+      own = std::string("it redirects to another protocol than ") +
+            (isSecure_ ? "https" : "http and https");
+    } else if (error_[0] != '\0') {
+      own = withoutUser(error_.data());
+    } else if (code_ != CURLE_OK && server.empty()) {  // only the name of the error
+      own = curl_easy_strerror(code_);
+    }
+    return harmless(own) + (own.empty() || server.empty() ? "" : "; ") + harmless(server);
+  }
+
   template <typename Value>
   void set(CURLoption option, Value value) {
     if (curl_easy_setopt(handle_.get(), option, value) != CURLE_OK) {
@@ -182,203 +364,6 @@ class Bringer::Transfer {
   // The status line of HTTP, or the last line of FTP that reports a failure.
   std::string serverWords_;
 };
-
-Bringer::Transfer::Transfer(const Settings& settings, Url url)
-    : url_(std::move(url)),
-      isHttp_(url_.get(CURLUPART_SCHEME).starts_with("http")),
-      isSecure_(url_.get(CURLUPART_SCHEME) == "https"),
-      retryPause_(settings.retryPause),
-      certificates_(settings.certificates.name),
-      handle_(curl_easy_init(), curl_easy_cleanup) {
-  if (handle_ == nullptr) {
-    throw Failure(Status::badUse, "libcurl cannot be used");
-  }
-  set(CURLOPT_NOSIGNAL, 1L);
-  set(CURLOPT_USERAGENT, "morvik-run/" MORVIK_VERSION);
-  set(CURLOPT_ERRORBUFFER, error_.data());
-  set(CURLOPT_CONNECTTIMEOUT, connectSeconds);
-  set(CURLOPT_PROTOCOLS_STR, "https,http,ftps,ftp");
-  // Never from a protected connection to one that is not.
-  set(CURLOPT_REDIR_PROTOCOLS_STR, isSecure_ ? "https" : "https,http");
-  set(CURLOPT_FOLLOWLOCATION, 1L);
-  set(CURLOPT_MAXREDIRS, mostRedirects);
-  set(CURLOPT_SSL_VERIFYPEER, 1L);
-  set(CURLOPT_SSL_VERIFYHOST, 2L);
-  if (!settings.certificates.text.empty()) {
-    set(CURLOPT_CAINFO, settings.certificates.text.c_str());
-  }
-  // One CWD with the whole directory, as an FTP client does it.
-  set(CURLOPT_FTP_FILEMETHOD, static_cast<long>(CURLFTPMETHOD_SINGLECWD));
-  set(CURLOPT_FTP_RESPONSE_TIMEOUT, connectSeconds);
-  if (!isHttp_ && url_.get(CURLUPART_USER).empty()) {
-    set(CURLOPT_USERPWD, "anonymous:anonymous");
-  }
-  set(
-      CURLOPT_WRITEFUNCTION, +[](char* bytes, std::size_t, std::size_t count, void* self) {
-        return static_cast<Transfer*>(self)->takeText({bytes, count});
-      });
-  set(CURLOPT_WRITEDATA, static_cast<void*>(this));
-  set(
-      CURLOPT_HEADERFUNCTION, +[](char* bytes, std::size_t, std::size_t count, void* self) {
-        static_cast<Transfer*>(self)->takeLine({bytes, count});
-        return count;
-      });
-  set(CURLOPT_HEADERDATA, static_cast<void*>(this));
-}
-
-std::size_t Bringer::Transfer::takeText(std::string_view text) {
-  isTooLarge_ = brought_.text.size() + text.size() > mostBytes;
-  brought_.text += isTooLarge_ ? "" : text;
-  return isTooLarge_ ? 0 : text.size();
-}
-
-void Bringer::Transfer::takeLine(std::string_view line) {
-  while (line.ends_with('\n') || line.ends_with('\r')) {
-    line.remove_suffix(1);
-  }
-  if (!isHttp_) {
-    // 4 and 5 are failures; 421 may come at any time.
-    if (line.starts_with('4') || line.starts_with('5')) {
-      serverWords_ = line;
-    }
-    return;
-  }
-  if (line.starts_with("HTTP/")) {  // of each answer in a row of redirections
-    serverWords_ = line;
-    brought_.version = {};
-    return;
-  }
-  const std::size_t colon = std::min(line.find(':'), line.size());
-  const auto value = Pegasus::text::trimmed(line.substr(std::min(colon + 1, line.size())));
-  const auto isHeader = [&](const char* name) {
-    return Pegasus::text::equalNoCase(line.substr(0, colon), name);
-  };
-  // What is remembered must be small.
-  constexpr std::size_t longest = 200;
-  if (isHeader("etag") && value.size() <= longest) {
-    brought_.version.etag = value;
-  } else if (isHeader("last-modified") && value.size() <= longest) {
-    brought_.version.lastModified = value;
-  }
-}
-
-Bringer::Transfer::Result Bringer::Transfer::judgeReply(CURLcode code) {
-  long reply = 0;
-  curl_easy_getinfo(handle_.get(), CURLINFO_RESPONSE_CODE, &reply);
-  if (isHttp_ && reply >= 400) {
-    const bool isBusy = reply == 408 || reply == 425 || reply == 429 || reply >= 500;
-    return reply == 404 || reply == 410 ? Result::missing
-           : isBusy                     ? Result::failedForNow
-                                        : Result::failed;
-  }
-  if (isTooLarge_) {
-    return Result::tooLarge;
-  }
-  if (code == CURLE_REMOTE_FILE_NOT_FOUND) {
-    return Result::missing;
-  }
-  if (code != CURLE_OK) {
-    const bool isFtpBusy = !isHttp_ && serverWords_.starts_with('4');
-    return isFtpBusy || isRetriable(code) ? Result::failedForNow : Result::failed;
-  }
-  if (isHttp_ && reply == 304) {
-    return Result::unchanged;
-  }
-  return !isHttp_ || reply == 200 ? Result::there : Result::failed;
-}
-
-Bringer::Transfer::Result Bringer::Transfer::attempt(const std::string& address,
-                                                     const std::optional<Version>& known,
-                                                     std::chrono::milliseconds limit) {
-  brought_ = {};
-  isTooLarge_ = false;
-  serverWords_.clear();
-  error_.fill('\0');
-  std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers(nullptr, curl_slist_free_all);
-  const auto addHeader = [&](const char* name, const std::string& value) {
-    if (!value.empty()) {
-      headers.reset(curl_slist_append(headers.release(), (name + value).c_str()));
-    }
-  };
-  if (isHttp_ && known) {
-    addHeader("If-None-Match: ", known->etag);
-    addHeader("If-Modified-Since: ", known->lastModified);
-  }
-  set(CURLOPT_HTTPHEADER, headers.get());
-  set(CURLOPT_URL, address.c_str());
-  set(CURLOPT_TIMEOUT_MS, static_cast<long>(limit.count()));
-  code_ = curl_easy_perform(handle_.get());
-  set(CURLOPT_HTTPHEADER, static_cast<curl_slist*>(nullptr));
-  const Result result = judgeReply(code_);
-  // An answer to a question that was not asked.
-  return result == Result::unchanged && headers == nullptr ? Result::failed : result;
-}
-
-// Both what libcurl says and what the server says, because either may be the better one.
-std::string Bringer::Transfer::words() const {
-  const std::string server = serverWords_.empty() ? "" : "the server answered: " + serverWords_;
-  std::string own;
-  if (code_ == CURLE_UNSUPPORTED_PROTOCOL && !server.empty()) {
-    own = std::string("it redirects to another protocol than ") +
-          (isSecure_ ? "https" : "http and https");
-  } else if (error_[0] != '\0') {
-    own = withoutUser(error_.data());
-  } else if (code_ != CURLE_OK && server.empty()) {  // only the name of the error
-    own = curl_easy_strerror(code_);
-  }
-  return harmless(own) + (own.empty() || server.empty() ? "" : "; ") + harmless(server);
-}
-
-std::string Bringer::Transfer::addressOf(const std::string& name) const {
-  Url url;
-  url.set(CURLUPART_URL, url_.get(CURLUPART_URL));
-  url.append(name);
-  // A password is secret, and a query may be; a user name is not.
-  url.set(CURLUPART_PASSWORD, "");
-  url.set(CURLUPART_QUERY, "");
-  return harmless(url.get(CURLUPART_URL));
-}
-
-Brought Bringer::Transfer::bring(const std::string& name, const std::optional<Version>& known,
-                                 const Deadline& deadline) {
-  Url url;
-  url.set(CURLUPART_URL, url_.get(CURLUPART_URL));
-  url.append(name);
-  const std::string address = url.get(CURLUPART_URL);
-  std::chrono::milliseconds pause = retryPause_;
-  for (int tries = 1;; ++tries) {
-    const auto limit =
-        std::min<std::chrono::milliseconds>(deadline.left(), std::chrono::seconds(transferSeconds));
-    const Result result = attempt(address, known, std::max(limit, std::chrono::milliseconds(1)));
-    if (result == Result::there || result == Result::unchanged) {
-      brought_.isUnchanged = result == Result::unchanged;
-      return brought_;
-    }
-    if (code_ == CURLE_SSL_CACERT_BADFILE) {
-      throw Failure(Status::badUse, certificates_ + ": " + words());
-    }
-    if (result == Result::missing) {
-      throw Failure(Status::noFile, addressOf(name) + ": " + words());
-    }
-    if (result == Result::tooLarge) {
-      throw Failure(Status::refused, addressOf(name) + " has more than 1 MiB");
-    }
-    curl_off_t asked = 0;
-    curl_easy_getinfo(handle_.get(), CURLINFO_RETRY_AFTER, &asked);
-    const bool isTooLong = asked > longestPause.count();
-    const std::chrono::seconds after(isTooLong ? 0 : asked);
-    const auto wait = std::max<std::chrono::milliseconds>(withJitter(pause), after);
-    if (result == Result::failed || isTooLong || tries == mostTries || deadline.left() <= wait) {
-      throw Failure(
-          Status::notReached,
-          "cannot fetch " + addressOf(name) + ": " + words() +
-              (isTooLong ? "; it asks to wait " + std::to_string(asked) + " seconds" : "") +
-              (tries > 1 ? " (" + std::to_string(tries) + " tries)" : ""));
-    }
-    std::this_thread::sleep_for(wait);
-    pause *= pauseGrowth;
-  }
-}
 
 // --- any place ---
 

@@ -12,6 +12,7 @@
 #include "import/fru_file.h"
 #include "import/publication.h"
 #include "process.h"
+#include "text.h"
 
 using Pegasus::Array;
 using Pegasus::CIMClient;
@@ -31,15 +32,9 @@ std::string textOf(const std::optional<String>& value) {
   return value ? value->toUtf8() : "";
 }
 
-// What the import gives every entry, besides what the line has.
-Item toItem(const show::Explanation& explanation) {
-  const EntryFields& fields = *explanation.fields;
-  return {fields.name.toUtf8(),
-          fields.fruNumber.toUtf8(),
-          fields.description.toUtf8(),
-          textOf(explanation.identifyingNumber),
-          "KVA",
-          "1.0"};
+Item toItem(const show::Entry& entry) {
+  return {textOf(entry.category),          textOf(entry.fruNumber), textOf(entry.description),
+          textOf(entry.identifyingNumber), textOf(entry.vendor),    textOf(entry.revisionLevel)};
 }
 
 // Neither a comment nor a blank line.
@@ -50,17 +45,12 @@ bool isMeantAsEntry(const show::Explanation& explanation) {
 
 constexpr const char* className = "KVAXDT_FRU";
 
-std::optional<std::string> numberIn(const CIMObjectPath& name) {
-  for (const auto& key : name.getKeyBindings()) {
-    if (String::equalNoCase(key.getName(), "IdentifyingNumber")) {
-      return key.getValue().toUtf8();
-    }
-  }
-  return std::nullopt;
+String numberIn(const CIMObjectPath& name) {
+  return show::keyIn(name, "IdentifyingNumber").value_or(String());
 }
 
 bool hasOurNumber(const CIMObjectPath& name) {
-  return isOurNumber(String(numberIn(name).value_or("")));
+  return isOurNumber(numberIn(name));
 }
 
 CIMInstance rehearsalOf(const Item& item) {
@@ -111,9 +101,7 @@ Items ownItems(const std::vector<show::Entry>& entries) {
   Items items;
   for (const show::Entry& entry : entries) {
     if (entry.isOurs) {
-      items.push_back({textOf(entry.category), textOf(entry.fruNumber), textOf(entry.description),
-                       textOf(entry.identifyingNumber), textOf(entry.vendor),
-                       textOf(entry.revisionLevel)});
+      items.push_back(toItem(entry));
     }
   }
   std::sort(items.begin(), items.end());
@@ -146,7 +134,7 @@ Prediction predict(const std::string& text, Pegasus::CIMClient& client,
       }
       const show::Explanation explanation = explainer.explain(read, line);
       if (explanation.result == show::Result::published) {
-        prediction.items.push_back(toItem(explanation));
+        prediction.items.push_back(toItem(*explanation.entry));
       } else if (prediction.reason.empty() && isMeantAsEntry(explanation)) {
         prediction.reason = "line " + std::to_string(explanation.line) + ": " +
                             harmless(explanation.reason.words.toUtf8());
@@ -168,8 +156,8 @@ void checkShare(const Prediction& prediction, std::size_t before, double minShar
            (prediction.reason.empty() ? "" : "; " + prediction.reason));
   }
   if (static_cast<double>(predicted) < minShare * static_cast<double>(before)) {
-    refuse("it has " + std::to_string(predicted) + (predicted == 1 ? " entry" : " entries") +
-           " for this machine, but " + std::to_string(before) +
+    refuse("it has " + show::counted(predicted, "entry", "entries") + " for this machine, but " +
+           std::to_string(before) +
            " are expected from the last run; use --force if that is right");
   }
 }
@@ -178,7 +166,7 @@ void checkShare(const Prediction& prediction, std::size_t before, double minShar
 
 void deleteRehearsals(CIMClient& client) {
   for (const CIMObjectPath& name : client.enumerateInstanceNames(cimNamespace, className)) {
-    if (numberIn(name) == rehearsalNumber) {
+    if (numberIn(name) == String(rehearsalNumber)) {
       client.deleteInstance(cimNamespace, name);
     }
   }

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "import/fru_file.h"
+#include "text.h"
 
 namespace run {
 
@@ -25,6 +26,10 @@ std::string quoted(const std::string& value) {
     text += c == '\\' ? "\\\\" : c == '"' ? "\\\"" : c == '\n' ? "\\n" : std::string(1, c);
   }
   return text + "\"";
+}
+
+std::string quoted(const std::optional<Pegasus::String>& value) {
+  return quoted(value ? value->toUtf8() : "");
 }
 
 void describe(std::ostream& out, const char* name, const char* help) {
@@ -84,10 +89,6 @@ Items Report::removed() const {
   return before && end ? missingFrom(*end, *before) : Items();
 }
 
-std::string countWords(std::size_t count, const std::string& rest) {
-  return std::to_string(count) + (count == 1 ? " entry" : " entries") + rest;
-}
-
 std::string listWords(const Items& items) {
   constexpr std::size_t most = 5;
   std::string words;
@@ -100,7 +101,8 @@ std::string listWords(const Items& items) {
 }
 
 std::string goodWords(const Report& report) {
-  const std::string what = countWords(report.predicted->size(), " of ") + report.source;
+  const std::string what =
+      show::counted(report.predicted->size(), "entry of ", "entries of ") + report.source;
   const std::string added = std::to_string(report.added().size());
   const std::string removed = std::to_string(report.removed().size());
   if (report.isCheck) {
@@ -143,7 +145,7 @@ Json toJson(const Report& report) {
           {"removed", toJson(report.removed())}};
 }
 
-std::string metricsText(const Report& report, const MachineNames& machine,
+std::string metricsText(const Report& report, const show::Machine& machine,
                         const std::optional<Time>& lastSuccess) {
   std::ostringstream out;
   writeTime(out, "morvik_last_run_timestamp_seconds", "When the last run ended.", report.finished);
@@ -154,8 +156,9 @@ std::string metricsText(const Report& report, const MachineNames& machine,
   describe(out, "morvik_run_status", "Exit status of the last run; 0 is good.");
   out << "morvik_run_status " << static_cast<int>(report.status) << '\n';
   describe(out, "morvik_machine_info", "The machine, as its CIM server describes it.");
-  out << "morvik_machine_info{type=" << quoted(machine.type) << ",model=" << quoted(machine.model)
-      << ",serial=" << quoted(machine.serial) << "} 1\n";
+  out << "morvik_machine_info{type=" << quoted(machine.machineType)
+      << ",model=" << quoted(machine.model) << ",serial=" << quoted(machine.serialNumber)
+      << "} 1\n";
   const auto& items = report.published ? report.published : report.before;
   if (items) {
     writeEntries(out, *items);

@@ -41,9 +41,6 @@ struct Report {
   Items removed() const;
 };
 
-// "1 entry" or "2 entries", and the rest.
-std::string countWords(std::size_t count, const std::string& rest);
-
 // Some of the items, by number and category.
 std::string listWords(const Items& items);
 
@@ -57,17 +54,10 @@ using show::timeText;
 Json toJson(const Report& report);
 Json toJson(const Items& items);
 
-// Who the machine is; UTF-8, empty if the CIM server does not know it.
-struct MachineNames {
-  std::string type;
-  std::string model;
-  std::string serial;
-};
-
 // Metrics of the last run, for the textfile collector of Prometheus' node exporter. What is not
 // known is left out: the entries if the CIM server did not answer, the last success before the
 // first one.
-std::string metricsText(const Report& report, const MachineNames& machine,
+std::string metricsText(const Report& report, const show::Machine& machine,
                         const std::optional<Time>& lastSuccess);
 
 }  // namespace run

@@ -17,8 +17,6 @@
 #include "verify.h"
 
 using Pegasus::CIMClient;
-using Pegasus::CIMInstance;
-using Pegasus::Uint32;
 
 namespace run {
 
@@ -37,12 +35,8 @@ constexpr std::chrono::seconds pauseBetweenLooks{2};
 
 class Run {
  public:
-  Run(const Settings& settings, Report& report, MachineNames& names)
-      : settings_(settings),
-        report_(report),
-        names_(names),
-        deadline_(runLimit),
-        state_(settings.state.text) {}
+  Run(const Settings& settings, Report& report)
+      : settings_(settings), report_(report), deadline_(runLimit), state_(settings.state.text) {}
 
   // Throws Failure, and what the client throws.
   void go();
@@ -66,7 +60,6 @@ class Run {
 
   const Settings& settings_;
   Report& report_;
-  MachineNames& names_;
   Deadline deadline_;
   // From the start of morvik until all is remembered, and the work directory removed.
   std::optional<SignalsHeld> held_;
@@ -78,12 +71,6 @@ class Run {
 };
 
 // --- the machine ---
-
-std::string serialOf(const CIMInstance& system) {
-  const auto position = system.findProperty("serialNumber");
-  return position == PEG_NOT_FOUND ? ""
-                                   : system.getProperty(position).getValue().toString().toUtf8();
-}
 
 void Run::askMachine() {
   client_ = makeClient();
@@ -101,14 +88,6 @@ void Run::askMachine() {
   }
   if (machine_.machineType) {
     report_.machineType = machine_.machineType->toUtf8();
-  }
-  names_.type = report_.machineType;
-  if (machine_.model) {
-    names_.model = machine_.model->toUtf8();
-  }
-  if (!settings_.metrics.text.empty()) {
-    const auto systems = readSystems(*client_);
-    names_.serial = systems.size() == 0 ? "" : serialOf(systems[0]);
   }
 }
 
@@ -228,8 +207,8 @@ bool canBeRestored(const std::optional<Good>& good) {
 std::string Run::publishOnce(const std::string& text, Deadline limit) {
   if (mustDeleteByName(*client_)) {
     report_.published.reset();
-    report_.notes.push_back("deleted " + countWords(deleteByName(*client_), " ") +
-                            "by name, because the CIM server has no GetProperty for them");
+    report_.notes.push_back("deleted " + show::counted(deleteByName(*client_), "entry", "entries") +
+                            " by name, because the CIM server has no GetProperty for them");
   }
   std::string words = runMorvik({.morvik = settings_.morvik.text,
                                  .directory = state_.emptyWorkDirectory(),
@@ -393,7 +372,7 @@ void Run::remember() {
     const auto lastSuccess =
         state_.good() ? show::timeIn(state_.good()->finished) : std::optional<Time>();
     try {
-      writeAtomically(settings_.metrics.text, metricsText(report_, names_, lastSuccess));
+      writeAtomically(settings_.metrics.text, metricsText(report_, machine_, lastSuccess));
     } catch (const Failure& failure) {
       report_.notes.emplace_back(failure.what());
     }
@@ -404,9 +383,9 @@ void fail(Report& report, Status status, const std::string& words) {
   report.status = status;
   report.message = words;
   if (report.published && !report.published->empty() && status != Status::notAsPredicted) {
-    report.message +=
-        "; " + countWords(report.published->size(),
-                          report.published->size() == 1 ? " stays published" : " stay published");
+    report.message += "; " +
+                      show::counted(report.published->size(), "entry stays", "entries stay") +
+                      " published";
   }
 }
 
@@ -416,10 +395,9 @@ Report run(const Settings& settings) {
   Report report;
   report.started = std::chrono::system_clock::now();
   report.isCheck = settings.isCheck;
-  MachineNames names;
   std::unique_ptr<Run> run;
   try {
-    run = std::make_unique<Run>(settings, report, names);
+    run = std::make_unique<Run>(settings, report);
     if (!settings.fault.empty()) {
       throw Failure(Status::badUse, settings.fault);
     }

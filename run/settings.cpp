@@ -171,7 +171,7 @@ std::string findMorvik() {
 void findPlaces(Settings& settings) {
   // systemd gives a list if the unit has several directories; morvik.service has one.
   std::string& state = settings.state.text;
-  state = state.substr(0, state.find(':'));
+  state.erase(std::min(state.find(':'), state.size()));
   if (state.empty()) {
     state = "/var/lib/morvik";
   }

@@ -41,33 +41,11 @@ std::optional<String> textOf(const CIMInstance& instance, const char* property) 
   return value.isNull() ? std::nullopt : std::optional<String>(value.toString());
 }
 
-Entry toEntry(const CIMInstance& instance) {
-  Entry entry;
-  entry.category = textOf(instance, "Name");
-  entry.fruNumber = textOf(instance, "FRUNumber");
-  entry.description = textOf(instance, "Description");
-  entry.identifyingNumber = textOf(instance, "IdentifyingNumber");
-  entry.vendor = textOf(instance, "Vendor");
-  entry.revisionLevel = textOf(instance, "RevisionLevel");
-  entry.isOurs = isOurNumber(entry.identifyingNumber.value_or(String()));
-  return entry;
-}
-
-std::optional<String> keyOf(const CIMObjectPath& name, const char* key) {
-  const auto& keys = name.getKeyBindings();
-  for (const auto& binding : keys) {
-    if (String::equalNoCase(binding.getName(), key)) {
-      return binding.getValue();
-    }
-  }
-  return std::nullopt;
-}
-
 Entry unreadableEntry(const CIMObjectPath& name, const Exception& error) {
   Entry entry;
-  entry.fruNumber = keyOf(name, "FRUNumber");
-  entry.identifyingNumber = keyOf(name, "IdentifyingNumber");
-  entry.vendor = keyOf(name, "Vendor");
+  entry.fruNumber = keyIn(name, "FRUNumber");
+  entry.identifyingNumber = keyIn(name, "IdentifyingNumber");
+  entry.vendor = keyIn(name, "Vendor");
   entry.isOurs = isOurNumber(entry.identifyingNumber.value_or(String()));
   entry.problem = error.getMessage();
   return entry;
@@ -146,6 +124,27 @@ auto orderOf(const Entry& entry) {
 }
 
 }  // namespace
+
+Entry toEntry(const CIMInstance& instance) {
+  Entry entry;
+  entry.category = textOf(instance, "Name");
+  entry.fruNumber = textOf(instance, "FRUNumber");
+  entry.description = textOf(instance, "Description");
+  entry.identifyingNumber = textOf(instance, "IdentifyingNumber");
+  entry.vendor = textOf(instance, "Vendor");
+  entry.revisionLevel = textOf(instance, "RevisionLevel");
+  entry.isOurs = isOurNumber(entry.identifyingNumber.value_or(String()));
+  return entry;
+}
+
+std::optional<String> keyIn(const CIMObjectPath& name, const char* key) {
+  for (const auto& binding : name.getKeyBindings()) {
+    if (String::equalNoCase(binding.getName(), key)) {
+      return binding.getValue();
+    }
+  }
+  return std::nullopt;
+}
 
 std::vector<Entry> readEntries(CIMClient& client) {
   std::vector<Entry> entries = readAny(client);

@@ -22,6 +22,12 @@ struct Entry {
   std::optional<Pegasus::String> problem;
 };
 
+// What the instance has.
+Entry toEntry(const Pegasus::CIMInstance& instance);
+
+// The value of the key, whose name is compared in any letter case; absent if there is none.
+std::optional<Pegasus::String> keyIn(const Pegasus::CIMObjectPath& name, const char* key);
+
 // All entries, those of other publishers included: by category in the order of morvik's own table,
 // then those of other categories, and last those that cannot be read; within a category by number.
 // One entry that cannot be read does not hide the others: if the answer with all of them cannot be

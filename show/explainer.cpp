@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "cim/selection.h"
-#include "entries.h"
 #include "import/import.h"
 #include "text.h"
 
@@ -44,10 +43,6 @@ constexpr std::size_t mostPlaces = 32;
 
 String lineWords(std::uint64_t line) {
   return String("line ") + String(std::to_string(line));
-}
-
-String valueOf(const CIMInstance& instance, const char* property) {
-  return instance.getProperty(instance.findProperty(property)).getValue().toString();
 }
 
 // --- why a line does not fit this machine; whether it fits is not decided here ---
@@ -244,17 +239,18 @@ void Explainer::explainEntry(Category category, const String& line, Explanation&
   }
   CIMInstance instance(String("KVAXDT_FRU"));
   fillInstance(category, line, instance, publication_);
-  explanation.identifyingNumber = valueOf(instance, "IdentifyingNumber");
-  if (const auto reason = whyNotCreated(instance, explanation)) {
+  explanation.entry = toEntry(instance);
+  const String& number = *explanation.entry->identifyingNumber;
+  if (const auto reason = whyNotCreated(instance, *explanation.entry)) {
     explanation.reason = *reason;
     return;
   }
   notePublished(category, publication_);
-  published_[{explanation.fields->fruNumber, *explanation.identifyingNumber}] = explanation.line;
+  published_[{*explanation.entry->fruNumber, number}] = explanation.line;
   firstLines_.emplace(category, explanation.line);
   explanation.result = Result::published;
   explanation.places = placesFor(category, line, machine_);
-  explanation.reason = {"published", String("as ") + *explanation.identifyingNumber +
+  explanation.reason = {"published", String("as ") + number +
                                          (explanation.places.empty() ? "" : ", for ") +
                                          listWords(explanation.places, mostPlaces)};
 }
@@ -284,16 +280,14 @@ Reason Explainer::whyNotSelected(Category category, const String& line) const {
 }
 
 std::optional<Reason> Explainer::whyNotCreated(const CIMInstance& instance,
-                                               const Explanation& explanation) const {
+                                               const Entry& entry) const {
   if (auto reason = whyNotSendable(instance)) {
     return reason;
   }
-  const auto same =
-      published_.find({explanation.fields->fruNumber, *explanation.identifyingNumber});
+  const auto same = published_.find({*entry.fruNumber, *entry.identifyingNumber});
   if (same != published_.end()) {
     return Reason{"same-key", String("refused: same FRU number and identifying number ") +
-                                  *explanation.identifyingNumber + " as " +
-                                  lineWords(same->second)};
+                                  *entry.identifyingNumber + " as " + lineWords(same->second)};
   }
   return std::nullopt;
 }

@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "entries.h"
 #include "import/fru_file.h"
 #include "import/publication.h"
 #include "machine.h"
@@ -80,8 +81,8 @@ struct Explanation {
   std::optional<Pegasus::String> category;
   // Of entries, published or left out.
   std::optional<EntryFields> fields;
-  // Of entries that morvik would try to publish.
-  std::optional<Pegasus::String> identifyingNumber;
+  // What morvik would try to publish of an entry.
+  std::optional<Entry> entry;
   // Of published PROCESSOR and MEMORY entries: the places of the parts that it is for.
   std::vector<Pegasus::String> places;
 };
@@ -107,7 +108,7 @@ class Explainer {
   Reason whyNotSelected(Category category, const Pegasus::String& line) const;
   // Nothing if the creation succeeds.
   std::optional<Reason> whyNotCreated(const Pegasus::CIMInstance& instance,
-                                      const Explanation& explanation) const;
+                                      const Entry& entry) const;
 
   Pegasus::CIMClient* client_ = nullptr;
   const Machine& machine_;

@@ -120,11 +120,10 @@ void writeSummary(const Output& output, const Fleet& fleet) {
       none.push_back(entry.line);
     }
   }
-  const std::string counts =
-      std::to_string(fleet.entries.size()) +
-      (fleet.entries.size() == 1 ? " entry: " : " entries: ") + std::to_string(none.size()) +
-      " for none of the machines" + (none.empty() ? "" : ": " + linesWords(none)) + "; " +
-      std::to_string(fleet.ignored) + (fleet.ignored == 1 ? " line ignored" : " lines ignored");
+  const std::string counts = counted(fleet.entries.size(), "entry: ", "entries: ") +
+                             std::to_string(none.size()) + " for none of the machines" +
+                             (none.empty() ? "" : ": " + linesWords(none)) + "; " +
+                             counted(fleet.ignored, "line", "lines") + " ignored";
   output.out << '\n';
   for (const std::string& line : wrapTo(output.terminal.columns, counts)) {
     output.out << line << '\n';

@@ -264,6 +264,7 @@ Machine readMachine(CIMClient& client) {
     machine.hasSystem = systems.size() > 0;
     if (machine.hasSystem) {
       machine.model = textOf(systems[0], modelText);
+      machine.serialNumber = filledTextOf(systems[0], "serialNumber");
     }
   } catch (const CIMException& refusal) {
     machine.systemRefusal = refusal.getMessage();

@@ -78,8 +78,8 @@ struct NamedPart {
 // "DIMM A1" has for A1.
 std::vector<NamedPart> partsNamed(const Machine& machine, const Pegasus::String& name);
 
-// As far as morvik reads it: parts have nothing but the compared text. Throws what the client
-// throws, except for the server's refusals.
+// As far as morvik reads it, and the serial number: parts have nothing but the compared text.
+// Throws what the client throws, except for the server's refusals.
 Machine readMachine(Pegasus::CIMClient& client);
 
 // Adds the rest. morvik asks for local properties only, so what a class inherits takes another

@@ -96,8 +96,8 @@ bool areReadable(const std::vector<Entry>& entries) {
   const auto unreadable = std::count_if(
       entries.begin(), entries.end(), [](const Entry& entry) { return entry.problem.has_value(); });
   if (unreadable > 0) {
-    const std::string count = std::to_string(unreadable);
-    complain(String(count + (unreadable == 1 ? " entry" : " entries") + " cannot be read"));
+    complain(String(counted(static_cast<std::size_t>(unreadable), "entry", "entries") +
+                    " cannot be read"));
   }
   return unreadable == 0;
 }

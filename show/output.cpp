@@ -114,7 +114,8 @@ Json explanationJson(const Explanation& explanation, int format) {
                {"fruNumber", field(&EntryFields::fruNumber)},
                {"name", field(&EntryFields::name)},
                {"description", field(&EntryFields::description)},
-               {"identifyingNumber", toJson(explanation.identifyingNumber)}};
+               {"identifyingNumber",
+                toJson(explanation.entry ? explanation.entry->identifyingNumber : Text())}};
   if (format > 1) {
     json["places"] = Json::array();
     for (const String& place : explanation.places) {
@@ -168,7 +169,7 @@ Text typeWords(const Part& part, bool isModule) {
     add(numbered(*part.maxSpeed, "MHz"));
   }
   if (part.cores) {
-    add(numbered(*part.cores, *part.cores == 1 ? "core" : "cores"));
+    add(String(counted(*part.cores, "core", "cores")));
   }
   return words;
 }
@@ -331,9 +332,8 @@ Summary writeExplanations(const Output& output, const Machine& machine,
   table.end();
   if (!output.form.isCsv) {
     output.out << '\n'
-               << summary.lines << (summary.lines == 1 ? " line: " : " lines: ")
-               << summary.published << " published, " << summary.leftOut << " left out, "
-               << summary.ignored << " ignored\n";
+               << counted(summary.lines, "line: ", "lines: ") << summary.published << " published, "
+               << summary.leftOut << " left out, " << summary.ignored << " ignored\n";
   }
   return summary;
 }

@@ -1,8 +1,8 @@
 #include "page.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -33,22 +33,11 @@ constexpr std::size_t longText = 400;
 std::string escaped(const String& text) {
   std::string result;
   for (const char c : sanitized(text, Terminal())) {
-    switch (c) {
-      case '&':
-        result += "&amp;";
-        break;
-      case '<':
-        result += "&lt;";
-        break;
-      case '>':
-        result += "&gt;";
-        break;
-      case '"':
-        result += "&quot;";
-        break;
-      default:
-        result += c;
-    }
+    result += c == '&'   ? "&amp;"
+              : c == '<' ? "&lt;"
+              : c == '>' ? "&gt;"
+              : c == '"' ? "&quot;"
+                         : std::string(1, c);
   }
   return result;
 }
@@ -61,10 +50,6 @@ std::string html(const String& text) {
 
 std::string html(const Text& text) {
   return text && text->size() > 0 ? html(*text) : "-";
-}
-
-std::string counted(std::size_t count, const char* one, const char* many) {
-  return std::to_string(count) + ' ' + (count == 1 ? one : many);
 }
 
 // --- ages ---
@@ -110,21 +95,15 @@ const std::vector<Entry>& entriesOf(const Inventory& inventory) {
   return inventory.entries ? *inventory.entries : none;
 }
 
-using Wanted = std::function<bool(const Entry&)>;
+// Those of these categories; without any, those of none of morvik's categories, or not to be read.
+using Categories = std::vector<const char*>;
 
-// Those of these categories, in the order of the list.
-Wanted isOf(std::vector<const char*> categories) {
-  return [categories = std::move(categories)](const Entry& entry) {
-    return entry.category &&
-           std::any_of(categories.begin(), categories.end(), [&](const char* category) {
-             return String::equalNoCase(*entry.category, category);
-           });
-  };
-}
-
-// Of none of morvik's categories, or not to be read.
-bool isOther(const Entry& entry) {
-  return !entry.category || !isCategory(*entry.category);
+bool isOf(const Entry& entry, const Categories& categories) {
+  const String category = entry.category.value_or(String());
+  return categories.empty()
+             ? !isCategory(category)
+             : std::any_of(categories.begin(), categories.end(),
+                           [&](const char* name) { return String::equalNoCase(category, name); });
 }
 
 void writeEntry(std::ostream& out, const Entry& entry) {
@@ -139,10 +118,10 @@ void writeEntry(std::ostream& out, const Entry& entry) {
 }
 
 // The order numbers.
-void writeEntries(std::ostream& out, const Inventory& inventory, const Wanted& isWanted) {
+void writeEntries(std::ostream& out, const Inventory& inventory, const Categories& categories) {
   bool isFirst = true;
   for (const Entry& entry : entriesOf(inventory)) {
-    if (isWanted(entry)) {
+    if (isOf(entry, categories)) {
       out << (isFirst ? "<ul class=\"parts\">\n" : "");
       isFirst = false;
       writeEntry(out, entry);
@@ -170,51 +149,50 @@ void writePart(std::ostream& out, const Part& part, bool isModule) {
 }
 
 // The sockets or slots, and what is ordered for them.
-void writePlaces(std::ostream& out, const Inventory& inventory, const Parts* parts,
-                 const char* title, const char* kind, const char* category) {
-  const bool isModule = std::string_view(category) == "MEMORY";
-  out << "<div class=\"zone " << kind << "\"><h3>" << title << "</h3>\n";
-  if (parts != nullptr && !parts->list.empty()) {
+void writePlaces(std::ostream& out, const Inventory& inventory, bool areModules) {
+  out << "<div class=\"zone " << (areModules ? "memory" : "processors") << "\"><h3>"
+      << (areModules ? "Memory" : "Processors") << "</h3>\n";
+  static const Machine none;
+  const Machine& machine = inventory.machine ? *inventory.machine : none;
+  const Parts& parts = areModules ? machine.memoryModules : machine.processors;
+  if (!parts.list.empty()) {
     out << "<ul class=\"places\">\n";
-    for (const Part& part : parts->list) {
-      writePart(out, part, isModule);
+    for (const Part& part : parts.list) {
+      writePart(out, part, areModules);
     }
     out << "</ul>\n";
   } else {
-    out << "<p class=\"soft\">" << (parts != nullptr && parts->refusal ? "unknown" : "none known")
-        << "</p>\n";
+    out << "<p class=\"soft\">" << (parts.refusal ? "unknown" : "none known") << "</p>\n";
   }
-  writeEntries(out, inventory, isOf({category}));
+  writeEntries(out, inventory, {areModules ? "MEMORY" : "PROCESSOR"});
   out << "</div>\n";
 }
 
 // Nothing without entries. `kind` is for the style.
 void writeZone(std::ostream& out, const Inventory& inventory, const char* title, const char* kind,
-               const Wanted& isWanted) {
+               const Categories& categories) {
   const auto& entries = entriesOf(inventory);
-  if (std::any_of(entries.begin(), entries.end(), isWanted)) {
+  if (std::any_of(entries.begin(), entries.end(),
+                  [&](const Entry& entry) { return isOf(entry, categories); })) {
     out << "<div class=\"" << kind << "\"><h3>" << title << "</h3>\n";
-    writeEntries(out, inventory, isWanted);
+    writeEntries(out, inventory, categories);
     out << "</div>\n";
   }
 }
 
 void writeDrawing(std::ostream& out, const Inventory& inventory) {
-  const Machine* known = inventory.machine ? &*inventory.machine : nullptr;
   out << "<div class=\"chassis\">\n<div class=\"zone board\">\n";
-  writeZone(out, inventory, "Planar", "planar", isOf({"PLANAR"}));
-  writePlaces(out, inventory, known != nullptr ? &known->processors : nullptr, "Processors",
-              "processors", "PROCESSOR");
-  writePlaces(out, inventory, known != nullptr ? &known->memoryModules : nullptr, "Memory",
-              "memory", "MEMORY");
-  writeZone(out, inventory, "Service processor", "zone service", isOf({"OPTIONSP"}));
+  writeZone(out, inventory, "Planar", "planar", {"PLANAR"});
+  writePlaces(out, inventory, false);
+  writePlaces(out, inventory, true);
+  writeZone(out, inventory, "Service processor", "zone service", {"OPTIONSP"});
   out << "</div>\n<div class=\"side\">\n";
-  writeZone(out, inventory, "Fans", "zone fans", isOf({"FAN"}));
+  writeZone(out, inventory, "Fans", "zone fans", {"FAN"});
   writeZone(out, inventory, "Drives and backplane", "zone drives",
-            isOf({"CDROM", "FLOPPY", "BACKPLANE"}));
+            {"CDROM", "FLOPPY", "BACKPLANE"});
   out << "</div>\n</div>\n";
-  writeZone(out, inventory, "Keyboard", "zone outside", isOf({"KEYBOARD"}));
-  writeZone(out, inventory, "Other parts", "zone outside", isOther);
+  writeZone(out, inventory, "Keyboard", "zone outside", {"KEYBOARD"});
+  writeZone(out, inventory, "Other parts", "zone outside", {});
 }
 
 void writeFacts(std::ostream& out, const Inventory& inventory, Time now) {
@@ -291,16 +269,8 @@ void writeMachines(std::ostream& out, const std::vector<NamedInventory>& machine
 // Each part once, with the machines that have it.
 void writeParts(std::ostream& out, const std::vector<NamedInventory>& machines,
                 const std::vector<String>& labels) {
-  struct Key {
-    String fruNumber;
-    String category;
-    String description;
-    bool operator<(const Key& other) const {
-      return std::tie(fruNumber, category, description) <
-             std::tie(other.fruNumber, other.category, other.description);
-    }
-  };
-  std::map<Key, std::set<std::size_t>> parts;
+  // By FRU number, category and description.
+  std::map<std::array<String, 3>, std::set<std::size_t>> parts;
   for (std::size_t i = 0; i < machines.size(); ++i) {
     for (const Entry& entry : entriesOf(machines[i].inventory)) {
       if (!entry.problem) {
@@ -312,10 +282,9 @@ void writeParts(std::ostream& out, const std::vector<NamedInventory>& machines,
   }
   writeHead(out, "parts", "Parts", {"FRU number", "Category", "Description", "Machines"});
   for (const auto& [part, hosts] : parts) {
-    out << "<tr><th scope=\"row\" class=\"number\">" << html(Text(part.fruNumber)) << "</th><td>"
-        << html(Text(part.category)) << "</td><td>" << html(Text(part.description))
-        << "</td><td data-v=\"" << hosts.size() << "\"><details><summary>" << hosts.size()
-        << "</summary><noscript>";
+    out << "<tr><th scope=\"row\" class=\"number\">" << html(Text(part[0])) << "</th><td>"
+        << html(Text(part[1])) << "</td><td>" << html(Text(part[2])) << "</td><td data-v=\""
+        << hosts.size() << "\"><details><summary>" << hosts.size() << "</summary><noscript>";
     for (const std::size_t host : hosts) {
       out << "<a href=\"#m" << host + 1 << "\">" << html(labels[host]) << "</a> ";
     }

@@ -238,6 +238,10 @@ std::optional<std::chrono::system_clock::time_point> timeIn(const std::string& t
          std::chrono::minutes(parts.tm_min) + std::chrono::seconds(parts.tm_sec);
 }
 
+std::string counted(std::size_t count, const char* one, const char* many) {
+  return std::to_string(count) + ' ' + (count == 1 ? one : many);
+}
+
 String listWords(std::vector<String> words, std::size_t most) {
   if (words.size() > most) {
     const std::string rest = std::to_string(words.size() - most + 1);

@@ -51,6 +51,9 @@ std::vector<std::string> wrapTo(std::size_t columns, const std::string& text);
 // The sanitized text, filled with blanks up to that width.
 std::string padTo(std::size_t columns, std::string text);
 
+// "1 entry" or "2 entries".
+std::string counted(std::size_t count, const char* one, const char* many);
+
 // "CPU 1, CPU 2 and 3 others": at most so many things.
 Pegasus::String listWords(std::vector<Pegasus::String> words, std::size_t most);
 

@@ -104,7 +104,11 @@ TEST(Metrics, UnknownValuesAreLeftOut) {
   Report report;
   report.status = Status::cimServer;
   report.finished = at(1764000000);
-  const std::string text = metricsText(report, {"1234", "Server", "S1"}, std::nullopt);
+  show::Machine machine;
+  machine.machineType = "1234";
+  machine.model = "Server";
+  machine.serialNumber = "S1";
+  const std::string text = metricsText(report, machine, std::nullopt);
   EXPECT_THAT(text, HasSubstr("morvik_run_status 5\n"));
   EXPECT_THAT(text, HasSubstr("morvik_last_run_timestamp_seconds 1764000000\n"));
   EXPECT_THAT(text,
