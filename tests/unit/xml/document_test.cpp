@@ -1,4 +1,5 @@
 #include "xml/document.h"
+#include <Pegasus/Common/Exception.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -271,8 +272,23 @@ TEST(XmlDocument, TextThatIsNotUtf8IsRefused) {
   }
 }
 
+// Long texts are checked many bytes at a time.
+TEST(XmlDocument, PlaceInALongTextMakesNoDifference) {
+  for (std::size_t before = 0; before < 100; ++before) {
+    const auto around = [before](const std::string& character) {
+      return "<a>" + std::string(before, 'x') + character + std::string(100, 'x') + "</a>";
+    };
+    for (const char* bad : {"\x01", "\x1F", "\x80", "\xC3", "\xFF", "\xEF\xBF\xBE"}) {
+      EXPECT_NE(refusal(around(bad)), "") << before;
+    }
+    for (const char* good : {"\t", "\n", "\r", "\x7F", "\u00e9"}) {
+      EXPECT_EQ(refusal(around(good)), "") << before;
+    }
+  }
+}
+
 TEST(XmlDocument, DepthIsBoundedBeforeATreeIsBuilt) {
-  const std::size_t limit = XmlDocument::maxDepth;
+  const std::size_t limit = XmlLimits().depth;
   const auto nested = [](std::size_t depth) {
     return repeated("<a>", depth) + repeated("</a>", depth);
   };
@@ -291,8 +307,8 @@ TEST(XmlDocument, AttributesOfAnElementAreBounded) {
     }
     return xml + "/>";
   };
-  EXPECT_EQ(refusal(element(XmlDocument::maxAttributes)), "");
-  EXPECT_NE(refusal(element(XmlDocument::maxAttributes + 1)), "");
+  EXPECT_EQ(refusal(element(XmlLimits().attributes)), "");
+  EXPECT_NE(refusal(element(XmlLimits().attributes + 1)), "");
   EXPECT_NE(refusal(element(1'000'000)), "");
 }
 
@@ -307,14 +323,17 @@ TEST(XmlDocument, WideDocumentsAreRead) {
 
 TEST(XmlDocument, NodesAreBounded) {
   // Without the limit its tree takes sixteen times the memory of the text.
-  EXPECT_EQ(refusal("<a>" + repeated("<b/>", XmlDocument::maxNodes) + "</a>").substr(0, 17),
+  EXPECT_EQ(refusal("<a>" + repeated("<b/>", XmlLimits().nodes) + "</a>").substr(0, 17),
             "XML error at byte");
 }
 
 TEST(XmlDocument, ElementsAndAttributesCount) {
-  for (std::string xml : {"<a><b/><b/><b/><b/></a>", "<a b='' c=''><b/>x<!-- -->x<b/></a>"}) {
-    EXPECT_EQ(parse(xml, {10, 10, 5}).size(), 5U);
-    EXPECT_THROW(parse(xml, {10, 10, 4}), XmlException) << xml;
+  const auto parse = [](const char* xml, std::size_t nodes) {
+    const XmlDocument document(xml, ControlReferences::refused, {10, 10, nodes});
+  };
+  for (const char* xml : {"<a><b/><b/><b/><b/></a>", "<a b='' c=''><b/>x<!-- -->x<b/></a>"}) {
+    EXPECT_NO_THROW(parse(xml, 5)) << xml;
+    EXPECT_THROW(parse(xml, 4), XmlException) << xml;
   }
 }
 

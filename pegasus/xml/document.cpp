@@ -1,4 +1,4 @@
-#include "xml/parser.h"
+#include "xml/document.h"
 
 #include <Pegasus/Common/Exception.h>
 #include <utf8.h>
@@ -68,7 +68,7 @@ class Parser {
   Parser(std::string& text, const XmlLimits& limits, ControlReferences controlReferences)
       : begin_(text.data()), text_(text), limits_(limits), controlReferences_(controlReferences) {}
 
-  std::vector<Node> parseDocument() {
+  std::vector<XmlNode> parseDocument() {
     checkCharacters();
     skip(byteOrderMark);
     if (startsWith("<?xml") && position_ + 5 < text_.size() &&
@@ -352,7 +352,7 @@ class Parser {
       const std::string_view name = scanName();
       const auto first = nodes_.begin() + static_cast<std::ptrdiff_t>(element + 1);
       if (std::any_of(first, nodes_.end(),
-                      [name](const Node& each) { return each.name == name; })) {
+                      [name](const XmlNode& each) { return each.name == name; })) {
         fail("a second attribute " + excerpt(name));
       }
       if (nodes_[element].attributeCount >= limits_.attributes) {
@@ -456,7 +456,7 @@ class Parser {
   // Adds to the text of the innermost open element, moving it down to the piece before. The text of
   // an element with child elements is not needed: it is white space, or the element is refused.
   void addText(std::string_view text, bool isMoreThanSpace) {
-    Node& element = nodes_[open_.back().index];
+    XmlNode& element = nodes_[open_.back().index];
     element.hasText = element.hasText || isMoreThanSpace;
     if (element.text.empty()) {
       element.text = text;
@@ -509,15 +509,14 @@ class Parser {
   const XmlLimits& limits_;
   const ControlReferences controlReferences_;
   std::size_t position_ = 0;
-  std::vector<Node> nodes_;
+  std::vector<XmlNode> nodes_;
   std::vector<OpenElement> open_;
 };
 
 }  // namespace
 
-std::vector<Node> parse(std::string& text, const XmlLimits& limits,
-                        ControlReferences controlReferences) {
-  return Parser(text, limits, controlReferences).parseDocument();
-}
+XmlDocument::XmlDocument(std::string text, ControlReferences controlReferences,
+                         const XmlLimits& limits)
+    : text_(std::move(text)), nodes_(Parser(text_, limits, controlReferences).parseDocument()) {}
 
 }  // namespace Pegasus::xml
