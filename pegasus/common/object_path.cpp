@@ -242,7 +242,7 @@ CIMObjectPath parseObjectPath(const String& text) {
   return PathReader(text.view()).read();
 }
 
-std::errc readInteger(std::string_view text, Integer& integer) {
+std::errc readInteger(std::string_view text, Integer& integer, LeadingZero leadingZero) {
   const bool isNegative = text.starts_with('-');
   std::string_view digits = text;
   if (isNegative || text.starts_with('+')) {
@@ -255,7 +255,7 @@ std::errc readInteger(std::string_view text, Integer& integer) {
   } else if (digits.ends_with('b') || digits.ends_with('B')) {
     digits.remove_suffix(1);
     base = 2;
-  } else if (digits.size() > 1 && digits.front() == '0') {
+  } else if (leadingZero == LeadingZero::octal && digits.size() > 1 && digits.front() == '0') {
     digits.remove_prefix(1);
     base = 8;
   }

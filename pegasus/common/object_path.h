@@ -1,5 +1,5 @@
-// Reads object paths as CIMObjectPath::toString() writes them, and the integers in them, which MOF
-// has in the same form (DMTF DSP0004).
+// Reads object paths as CIMObjectPath::toString() writes them, and integers as paths, MOF (DMTF
+// DSP0004) and CIM-XML (DSP0201) have them.
 #pragma once
 
 #include <Pegasus/Common/CIMObjectPath.h>
@@ -22,9 +22,13 @@ struct Integer {
   Uint64 magnitude = 0;
 };
 
+// In CIM-XML zeros may come before a decimal number; elsewhere they make it octal.
+enum class LeadingZero { octal, decimal };
+
 // Reads an integer with or without sign: 101b (binary), 017 (octal), 15 (decimal), 0xF
 // (hexadecimal). Errors as of std::from_chars: invalid_argument, or result_out_of_range when the
 // absolute value does not fit in 64 bits; then `integer` is not set.
-std::errc readInteger(std::string_view text, Integer& integer);
+std::errc readInteger(std::string_view text, Integer& integer,
+                      LeadingZero leadingZero = LeadingZero::octal);
 
 }  // namespace Pegasus

@@ -13,12 +13,6 @@ namespace {
 // DSP0200 operations have nine parameters at most.
 constexpr std::size_t maxParameters = 64;
 
-void requireParameter(Element element, std::string_view name, std::string_view parameter) {
-  if (element.name() != name) {
-    refuse("parameter " + excerpt(parameter) + ": " + std::string(name) + " expected");
-  }
-}
-
 // The only child besides correlators, which mean something to the sender's own log only.
 Element callIn(Element request) {
   Element call = request.firstChild();
@@ -159,6 +153,14 @@ Element Request::parameterValue(std::string_view name) const {
   return Element();
 }
 
+Element Request::parameterValue(std::string_view name, std::string_view element) const {
+  const Element value = parameterValue(name);
+  if (value && value.name() != element) {
+    refuse("parameter " + excerpt(name) + ": " + std::string(element) + " expected");
+  }
+  return value;
+}
+
 std::vector<std::string> Request::parameterNames() const {
   std::vector<std::string> names;
   names.reserve(parameters_.size());
@@ -184,38 +186,25 @@ String Request::targetClass() const {
 }
 
 std::optional<String> Request::className(std::string_view parameter) const {
-  const Element value = parameterValue(parameter);
-  if (!value) {
-    return std::nullopt;
-  }
-  requireParameter(value, "CLASSNAME", parameter);
-  return String(requireName(value, "NAME"));
+  const Element value = parameterValue(parameter, "CLASSNAME");
+  return value ? std::optional(String(requireName(value, "NAME"))) : std::nullopt;
 }
 
 std::optional<CIMObjectPath> Request::instanceName(std::string_view parameter) const {
-  const Element value = parameterValue(parameter);
-  if (!value) {
-    return std::nullopt;
-  }
-  requireParameter(value, "INSTANCENAME", parameter);
-  return decodeObjectPath(value);
+  const Element value = parameterValue(parameter, "INSTANCENAME");
+  return value ? std::optional(decodeObjectPath(value)) : std::nullopt;
 }
 
 std::optional<CIMInstance> Request::instance(std::string_view parameter) const {
-  const Element value = parameterValue(parameter);
-  if (!value) {
-    return std::nullopt;
-  }
-  requireParameter(value, "INSTANCE", parameter);
-  return decodeInstance(value);
+  const Element value = parameterValue(parameter, "INSTANCE");
+  return value ? std::optional(decodeInstance(value)) : std::nullopt;
 }
 
 std::optional<CIMInstance> Request::namedInstance(std::string_view parameter) const {
-  const Element value = parameterValue(parameter);
+  const Element value = parameterValue(parameter, "VALUE.NAMEDINSTANCE");
   if (!value) {
     return std::nullopt;
   }
-  requireParameter(value, "VALUE.NAMEDINSTANCE", parameter);
   CIMInstance instance = decodeNamedInstance(value);
   const auto className = requireName(value.firstChild().next(), "CLASSNAME");
   if (!String::equalNoCase(instance.getClassName(), String(className))) {
@@ -229,31 +218,25 @@ CIMValue Request::value(std::string_view parameter, CIMType type, bool isArray) 
 }
 
 std::optional<String> Request::name(std::string_view parameter) const {
-  const Element value = parameterValue(parameter);
-  if (!value) {
-    return std::nullopt;
-  }
-  requireParameter(value, "VALUE", parameter);
-  return String(text::trimmed(textOnly(value)));
+  const Element value = parameterValue(parameter, "VALUE");
+  return value ? std::optional(String(text::trimmed(textOnly(value)))) : std::nullopt;
 }
 
 std::optional<Boolean> Request::boolean(std::string_view parameter) const {
-  const Element value = parameterValue(parameter);
+  const Element value = parameterValue(parameter, "VALUE");
   if (!value) {
     return std::nullopt;
   }
-  requireParameter(value, "VALUE", parameter);
   Boolean result = false;
   parseScalar(CIMTYPE_BOOLEAN, textOnly(value)).get(result);
   return result;
 }
 
 CIMPropertyList Request::propertyList(std::string_view parameter) const {
-  const Element value = parameterValue(parameter);
+  const Element value = parameterValue(parameter, "VALUE.ARRAY");
   if (!value) {
     return CIMPropertyList();
   }
-  requireParameter(value, "VALUE.ARRAY", parameter);
   Uint32 count = 0;
   for (Element name = value.firstChild(); name; name = name.next()) {
     if (++count > maxProperties) {

@@ -84,6 +84,8 @@ class Request {
   void readIntrinsicCall();
   // The content of the parameter, or none.
   Element parameterValue(std::string_view name) const;
+  // The same; throws if it is another element than this.
+  Element parameterValue(std::string_view name, std::string_view element) const;
 
   std::unique_ptr<XmlDocument> document_;
   std::vector<Element> parameters_;

@@ -1,6 +1,7 @@
 #include "xml/values.h"
 
 #include "common/cim_types.h"
+#include "common/object_path.h"
 #include "text/ascii.h"
 #include "xml/decoder.h"
 #include "xml/text.h"
@@ -24,37 +25,12 @@ namespace {
   throw XmlValidationError(expected + (" expected, not: " + excerpt(text)));
 }
 
-// Takes off the sign before a number; true for minus.
-bool takeSign(std::string_view& digits) {
-  const bool signGiven = !digits.empty() && (digits.front() == '-' || digits.front() == '+');
-  const bool isNegative = signGiven && digits.front() == '-';
-  digits.remove_prefix(signGiven ? 1 : 0);
-  return isNegative;
-}
-
-// Takes off the prefix or suffix that shows the base.
-int takeBase(std::string_view& digits) {
-  if (digits.starts_with("0x") || digits.starts_with("0X")) {
-    digits.remove_prefix(2);
-    return 16;
-  }
-  if (digits.ends_with('b') || digits.ends_with('B')) {
-    digits.remove_suffix(1);
-    return 2;
-  }
-  return 10;
-}
-
 template <typename T>
 T parseInteger(std::string_view text) {
-  std::string_view digits = trimmed(text);
-  const bool isNegative = takeSign(digits);
-  const int base = takeBase(digits);
-  Uint64 magnitude = 0;
-  const char* const end = digits.data() + digits.size();
-  const auto [stop, error] = std::from_chars(digits.data(), end, magnitude, base);
-  const std::optional<T> number = toInteger<T>(isNegative, magnitude);
-  if (error != std::errc() || stop != end || !number) {
+  Integer integer;
+  const std::errc error = readInteger(trimmed(text), integer, LeadingZero::decimal);
+  const std::optional<T> number = toInteger<T>(integer.isNegative, integer.magnitude);
+  if (error != std::errc() || !number) {
     refuseText("an integer of its type", text);
   }
   return *number;
@@ -63,7 +39,10 @@ T parseInteger(std::string_view text) {
 template <typename T>
 T parseReal(std::string_view text) {
   std::string_view digits = trimmed(text);
-  const bool isNegative = takeSign(digits);
+  const bool isNegative = digits.starts_with('-');
+  if (isNegative || digits.starts_with('+')) {
+    digits.remove_prefix(1);
+  }
   T magnitude = 0;
   if (equalNoCase(digits, "INF")) {
     magnitude = std::numeric_limits<T>::infinity();
