@@ -1,17 +1,12 @@
 // What machines call themselves by --model and --models.
 #include "host/models.h"
 
-#include <gtest/gtest.h>
-
 #include <stdexcept>
 
 #include "smbios_support.h"
 
-namespace cimd::host {
+namespace cimd::test {
 namespace {
-
-using Pegasus::String;
-using test::systemStructure;
 
 using Names = std::map<String, String>;
 
@@ -46,8 +41,7 @@ TEST(Models, ModelTakesThePlaceOfTheProductName) {
   const Models byProduct = {.byProduct = {{"ProL", "1234"}, {"OEM", "2345"}}};
   const auto modelOf = [](const char* product, const Models& models) {
     const Inventory inventory = takeInventory(
-        test::hostWith({systemStructure(product, "S1"), test::processorStructure("CPU", 1800)}),
-        models);
+        hostWith({systemStructure(product, "S1"), processorStructure("CPU", 1800)}), models);
     EXPECT_EQ(inventory.system->serialNumber, String("S1"));
     EXPECT_EQ(inventory.processors.size(), 1U) << "the rest stays";
     EXPECT_TRUE(inventory.messages.empty());
@@ -61,7 +55,7 @@ TEST(Models, ModelTakesThePlaceOfTheProductName) {
 
 TEST(Models, OneForEveryMachineNeedsNoProductName) {
   const Models any = {.any = "3456"};
-  EXPECT_EQ(takeInventory(test::hostWith({}), any).system->model, String("3456"));
+  EXPECT_EQ(takeInventory(hostWith({}), any).system->model, String("3456"));
   EXPECT_EQ(takeInventory(HostBytes(), any).system->model, String("3456"));
   HostBytes unreadable;
   unreadable.areTablesUnreadable = true;
@@ -69,4 +63,4 @@ TEST(Models, OneForEveryMachineNeedsNoProductName) {
 }
 
 }  // namespace
-}  // namespace cimd::host
+}  // namespace cimd::test

@@ -1,15 +1,10 @@
 // Hosts without SMBIOS tables: processors as the kernel sees them.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include "host/inventory.h"
 
 #include "smbios_support.h"
 
-namespace cimd::host {
+namespace cimd::test {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 std::string describe(const ProcessorFacts& processor) {
   return processor.deviceId.toUtf8() + '|' + (processor.name ? processor.name->toUtf8() : "none") +
@@ -88,10 +83,10 @@ TEST(HostWithoutSmbios, HasOnlyItsProcessorsAndReportsThat) {
 
 TEST(HostWithoutSmbios, OneFileOfTheTwoIsNotEnough) {
   HostBytes bytes = withoutTables();
-  bytes.entryPoint = test::entryPoint64(100);
+  bytes.entryPoint = entryPoint64(100);
   EXPECT_EQ(takeInventory(bytes).processors.size(), 1U);
   bytes = withoutTables();
-  bytes.table = test::systemStructure("s", "1").bytes();
+  bytes.table = systemStructure("s", "1").bytes();
   EXPECT_FALSE(takeInventory(bytes).system);
 }
 
@@ -103,7 +98,7 @@ TEST(HostWithoutSmbios, WithoutCpuinfoNothingIsLeft) {
 }
 
 TEST(HostWithoutSmbios, DamagedEntryPointIsNotUsed) {
-  HostBytes bytes = test::hostWith({test::systemStructure("s", "1")});
+  HostBytes bytes = hostWith({systemStructure("s", "1")});
   bytes.entryPoint->back() = '!';
   bytes.cpuinfo = withoutTables().cpuinfo;
   const Inventory inventory = takeInventory(bytes);
@@ -114,7 +109,7 @@ TEST(HostWithoutSmbios, DamagedEntryPointIsNotUsed) {
 }
 
 TEST(HostWithoutSmbios, TableWithoutProcessorsLeavesThemToCpuinfo) {
-  HostBytes bytes = test::hostWith({test::systemStructure("s", "1")});
+  HostBytes bytes = hostWith({systemStructure("s", "1")});
   bytes.cpuinfo = withoutTables().cpuinfo;
   const Inventory inventory = takeInventory(bytes);
   EXPECT_TRUE(inventory.system);
@@ -138,4 +133,4 @@ TEST(HostWithoutSmbios, TablesThatCannotBeReadAreNotReplaced) {
 }
 
 }  // namespace
-}  // namespace cimd::host
+}  // namespace cimd::test

@@ -1,6 +1,4 @@
 // Reads the bytes of tables and cpuinfo.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include "host/host_files.h"
@@ -9,13 +7,10 @@
 
 #include "support.h"
 
-namespace cimd::host {
+namespace cimd::test {
 namespace {
 
 namespace fs = std::filesystem;
-using cimd::test::TemporaryDirectory;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 TEST(HostFiles, BytesAreReadUnchanged) {
   const TemporaryDirectory directory;
@@ -94,9 +89,9 @@ TEST(HostFiles, TheirSizeIsLimited) {
   const HostBytes host = readHostBytes(recordedHost(directory.path()));
   EXPECT_FALSE(host.entryPoint || host.table || host.cpuinfo);
   EXPECT_TRUE(host.areTablesUnreadable);
-  EXPECT_THAT(host.messages, ElementsAre(testing::EndsWith("entry_point is larger than 4 MiB"),
-                                         testing::EndsWith("DMI is larger than 4 MiB"),
-                                         testing::EndsWith("cpuinfo is larger than 32 MiB")));
+  EXPECT_THAT(host.messages, ElementsAre(EndsWith("entry_point is larger than 4 MiB"),
+                                         EndsWith("DMI is larger than 4 MiB"),
+                                         EndsWith("cpuinfo is larger than 32 MiB")));
 }
 
 // ELOOP represents every reason other than absence, since root, who may run the tests, may read
@@ -111,4 +106,4 @@ TEST(HostFiles, ReasonIsReportedWhenOneCannotBeOpened) {
 }
 
 }  // namespace
-}  // namespace cimd::host
+}  // namespace cimd::test

@@ -1,25 +1,12 @@
 // The inventory that the structures of a table describe.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include "host/inventory.h"
 
 #include <set>
 
 #include "smbios_support.h"
 
-namespace cimd::host {
+namespace cimd::test {
 namespace {
-
-using Pegasus::String;
-using Pegasus::Uint32;
-using Pegasus::Uint64;
-using test::inventoryOf;
-using test::memoryStructure;
-using test::processorStructure;
-using test::StructureBuilder;
-using test::systemStructure;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 std::string utf8(const std::optional<String>& text) {
   return text ? text->toUtf8() : "(none)";
@@ -76,7 +63,7 @@ TEST(SmbiosSystem, PlaceholderIsNotAValue) {
        {"Default string", "To Be Filled By O.E.M.", "To be filled by O.E.M. ",
         "System Serial Number", "NOT SPECIFIED", "   ", "None", "1234567890", "0123456789", "OEM",
         "O.E.M.", "00000000", "0000", "x.x", "X.X", "System Product Name"}) {
-    const auto isNamed = testing::HasSubstr("placeholder");
+    const auto isNamed = HasSubstr("placeholder");
     const Inventory one = inventoryOf({systemStructure("a", text), processorStructure("CPU0", 1)});
     EXPECT_EQ(utf8(one.system->model), "a");
     EXPECT_EQ(utf8(one.system->serialNumber), "(none)") << text;
@@ -116,7 +103,7 @@ TEST(SmbiosProcessor, ClockIsTheCurrentSpeed) {
 }
 
 TEST(SmbiosProcessor, SpeedOfZeroIsUnknown) {
-  HostBytes bytes = test::hostWith({processorStructure("a", 0).word(0x14, 4000)});
+  HostBytes bytes = hostWith({processorStructure("a", 0).word(0x14, 4000)});
   bytes.cpuinfo = "processor : 0\ncpu MHz : 2400.000\n";
   const Inventory inventory = takeInventory(bytes);
   ASSERT_EQ(deviceIds(inventory), (std::vector<std::string>{"a"}));
@@ -141,7 +128,7 @@ TEST(SmbiosProcessor, OnlyPopulatedSocketsCount) {
 }
 
 TEST(SmbiosProcessor, EmptySocketsAreNotReplacedByCpuinfo) {
-  HostBytes bytes = test::hostWith({processorStructure("a", 1).byte(0x18, 0)});
+  HostBytes bytes = hostWith({processorStructure("a", 1).byte(0x18, 0)});
   bytes.cpuinfo = "processor : 0\ncpu MHz : 2400.000\n";
   EXPECT_THAT(deviceIds(takeInventory(bytes)), IsEmpty());
 }
@@ -176,7 +163,7 @@ TEST(SmbiosMemory, SizeAndExtendedSizeGiveTheCapacity) {
 TEST(SmbiosMemory, SpeedsAndTypeAreThoseOfTheDmtf) {
   struct Case {
     unsigned smbios;
-    std::optional<Pegasus::Uint16> dmtf;
+    std::optional<Uint16> dmtf;
   };
   for (const Case& c : {Case{0x0F, 17},
                         {0x12, 20},
@@ -214,8 +201,8 @@ TEST(SmbiosProcessor, MoreThan254CoresAreInTheWord) {
         .processors.at(0)
         .enabledCores;
   };
-  EXPECT_EQ(coresOf(8, 300), Pegasus::Uint16{8});
-  EXPECT_EQ(coresOf(0xFF, 300), Pegasus::Uint16{300});
+  EXPECT_EQ(coresOf(8, 300), Uint16{8});
+  EXPECT_EQ(coresOf(0xFF, 300), Uint16{300});
   EXPECT_EQ(coresOf(0, 300), std::nullopt);
 }
 
@@ -258,7 +245,7 @@ TEST(SmbiosMemory, TagAndBankLabel) {
 }
 
 TEST(SmbiosMemory, RepeatedLocatorsGetTheirBankIntoTheName) {
-  const auto memory = [](const char* locator, const char* bank, Pegasus::Uint16 size) {
+  const auto memory = [](const char* locator, const char* bank, Uint16 size) {
     return memoryStructure(locator, size).text(0x11, bank);
   };
   EXPECT_THAT(
@@ -325,7 +312,7 @@ TEST(SmbiosKeys, TensOfThousandsThatDifferTooLateAreNumberedQuickly) {
   for (int i = 0; i < 30000; ++i) {
     structures.push_back(memoryStructure(std::string(256, 'x') + std::to_string(i / 2), 1));
   }
-  const std::vector<std::string> all = tags(takeInventory(test::hostWith(structures)));
+  const std::vector<std::string> all = tags(takeInventory(hostWith(structures)));
   EXPECT_EQ((std::set<std::string>(all.begin(), all.end()).size()), 30000U);
 }
 
@@ -363,15 +350,15 @@ TEST(SmbiosInventory, InactiveStructuresAreIgnored) {
 }
 
 TEST(SmbiosInventory, StructuresBeforeDamageAreKeptAndDamageIsReported) {
-  HostBytes bytes = test::hostWith(
+  HostBytes bytes = hostWith(
       {systemStructure("s", "1"), processorStructure("p", 1), memoryStructure("m", 1).byte(1, 3)});
   const Inventory inventory = takeInventory(bytes);
   EXPECT_EQ(utf8(inventory.system->model), "s");
   EXPECT_THAT(deviceIds(inventory), ElementsAre("p"));
   EXPECT_THAT(tags(inventory), IsEmpty());
   EXPECT_THAT(inventory.messages,
-              ElementsAre(testing::StartsWith("the SMBIOS table is damaged: the structure at")));
+              ElementsAre(StartsWith("the SMBIOS table is damaged: the structure at")));
 }
 
 }  // namespace
-}  // namespace cimd::host
+}  // namespace cimd::test

@@ -1,8 +1,6 @@
 // Tables made by firmware, compared with the findings of an independent reader; and the same tables
 // damaged at every place.
 #include <Pegasus/Common/CIMInstance.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include "host/inventory.h"
 #include "host/smbios.h"
 #include "xml/encoder.h"
@@ -15,14 +13,10 @@
 #include "smbios_support.h"
 #include "support.h"
 
-namespace cimd::host {
+namespace cimd::test {
 namespace {
 
 using nlohmann::json;
-using Pegasus::CIMInstance;
-using Pegasus::CIMProperty;
-using testing::ElementsAreArray;
-using testing::IsEmpty;
 
 const char* const machines[] = {"one-socket-one-dimm", "default-strings",
                                 "mixed-sockets-and-dimms"};
@@ -66,7 +60,7 @@ TEST(SmbiosRecorded, TheInventoryIsWhatAnIndependentReaderFound) {
   for (const char* machine : machines) {
     SCOPED_TRACE(machine);
     const json expected = expectedOf(machine);
-    const HostInventory host = describeHost(test::recorded(machine));
+    const HostInventory host = describeHost(recorded(machine));
     EXPECT_THAT(rows(host.instances, "KVAXDT_ComputerSystemDetails", "model", "serialNumber"),
                 ElementsAreArray(
                     rows(json::array({expected.at("system")}), "product_name", "serial_number")));
@@ -84,13 +78,13 @@ TEST(SmbiosRecorded, TheInventoryIsWhatAnIndependentReaderFound) {
 TEST(SmbiosRecorded, MakersFactsAreServed) {
   const auto factsOf = [](const CIMInstance& instance) {
     std::string facts;
-    for (Pegasus::Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
+    for (Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
       facts += instance.getProperty(i).getName().toUtf8() + '=' +
                textOf(instance, instance.getProperty(i).getName().toUtf8().c_str()) + '\n';
     }
     return facts;
   };
-  const auto host = describeHost(test::recorded("mixed-sockets-and-dimms"));
+  const auto host = describeHost(recorded("mixed-sockets-and-dimms"));
   EXPECT_EQ(factsOf(host.instances.at(1)),
             "DeviceID=CPU 1\nName=Example Processor 8C\nCurrentClockSpeed=2600\n"
             "MaxClockSpeed=4000\nNumberOfEnabledCores=8\nManufacturer=Example Silicon\n"
@@ -105,7 +99,7 @@ TEST(SmbiosRecorded, MakersFactsAreServed) {
 // Name and type of each property, in order.
 std::vector<std::string> shape(const CIMInstance& instance) {
   std::vector<std::string> result;
-  for (Pegasus::Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
+  for (Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
     const CIMProperty& property = instance.getProperty(i);
     result.push_back(property.getName().toUtf8() + ' ' +
                      Pegasus::cimTypeToString(property.getType()));
@@ -116,8 +110,8 @@ std::vector<std::string> shape(const CIMInstance& instance) {
 TEST(HostInstances, HaveThePropertiesOfTheirClassWhetherNullOrNot) {
   Inventory full;
   full.system = SystemFacts{"model", "serial"};
-  full.processors = {{"cpu", Pegasus::String("name"), 1}};
-  full.memory = {{"tag", Pegasus::String("slot"), Pegasus::String("bank"), 1}};
+  full.processors = {{"cpu", String("name"), 1}};
+  full.memory = {{"tag", String("slot"), String("bank"), 1}};
   Inventory sparse;
   sparse.system = SystemFacts{};
   sparse.processors = {{"cpu", {}, {}}};
@@ -126,21 +120,19 @@ TEST(HostInstances, HaveThePropertiesOfTheirClassWhetherNullOrNot) {
     const std::vector<CIMInstance> made = makeInstances(inventory, "host");
     ASSERT_EQ(made.size(), 3U);
     EXPECT_EQ(made[0].getClassName(), "KVAXDT_ComputerSystemDetails");
-    EXPECT_THAT(shape(made[0]), testing::ElementsAre("name string", "model string",
-                                                     "serialNumber string", "manufacturer string"));
+    EXPECT_THAT(shape(made[0]), ElementsAre("name string", "model string", "serialNumber string",
+                                            "manufacturer string"));
     EXPECT_EQ(made[1].getClassName(), "KVAXDT_Processor");
-    EXPECT_THAT(
-        shape(made[1]),
-        testing::ElementsAre("DeviceID string", "Name string", "CurrentClockSpeed uint32",
-                             "MaxClockSpeed uint32", "NumberOfEnabledCores uint16",
-                             "Manufacturer string", "PartNumber string", "SerialNumber string"));
+    EXPECT_THAT(shape(made[1]),
+                ElementsAre("DeviceID string", "Name string", "CurrentClockSpeed uint32",
+                            "MaxClockSpeed uint32", "NumberOfEnabledCores uint16",
+                            "Manufacturer string", "PartNumber string", "SerialNumber string"));
     EXPECT_EQ(made[2].getClassName(), "KVAXDT_PhysicalMemory");
-    EXPECT_THAT(
-        shape(made[2]),
-        testing::ElementsAre("Tag string", "BankLabel string", "Capacity uint64",
-                             "ElementName string", "MemoryType uint16", "MaxMemorySpeed uint32",
-                             "ConfiguredMemoryClockSpeed uint32", "Manufacturer string",
-                             "PartNumber string", "SerialNumber string"));
+    EXPECT_THAT(shape(made[2]),
+                ElementsAre("Tag string", "BankLabel string", "Capacity uint64",
+                            "ElementName string", "MemoryType uint16", "MaxMemorySpeed uint32",
+                            "ConfiguredMemoryClockSpeed uint32", "Manufacturer string",
+                            "PartNumber string", "SerialNumber string"));
     EXPECT_EQ(textOf(made[0], "name"), "host");
   }
 }
@@ -158,11 +150,10 @@ TEST(HostInstances, ASystemWithAWeirdNameCanBeSent) {
 TEST(HostInstances, FitTheClassesOfTheSchema) {
   for (const char* machine : machines) {
     Repository repository;
-    cimd::test::loadText(repository, cimd::test::readFile(std::string(MORVIK_TEST_DATA_DIR) +
-                                                          "/../../schema/kvaxdt.mof"));
+    loadText(repository, readFile(std::string(MORVIK_TEST_DATA_DIR) + "/../../schema/kvaxdt.mof"));
     auto& nameSpace = repository.nameSpace(defaultNameSpace);
     const auto source = std::make_shared<const std::string>(machine);
-    const HostInventory host = describeHost(test::recorded(machine));
+    const HostInventory host = describeHost(recorded(machine));
     for (const CIMInstance& instance : host.instances) {
       EXPECT_NO_THROW(nameSpace.declareInstance(instance, source)) << machine;
     }
@@ -223,7 +214,7 @@ void expectSound(const HostBytes& bytes) {
 
 TEST(SmbiosDamage, EveryTruncationKeepsTheStructuresBeforeIt) {
   for (const char* machine : machines) {
-    const HostBytes good = test::recorded(machine);
+    const HostBytes good = recorded(machine);
     const EntryPoint entryPoint = *readEntryPoint(*good.entryPoint);
     const std::size_t all = touchAll(*good.table, entryPoint);
     std::size_t previous = 0;
@@ -250,7 +241,7 @@ constexpr std::size_t bitsForOne = 1;
 
 TEST(SmbiosDamage, EveryFlippedBitOfTheTableDoesNoHarm) {
   for (const char* machine : machines) {
-    const HostBytes good = test::recorded(machine);
+    const HostBytes good = recorded(machine);
     const EntryPoint exact = *readEntryPoint(*good.entryPoint);
     const EntryPoint lying{0xFFFFFFFF, std::nullopt};
     for (std::size_t bit = 0; bit < good.table->size() * 8; bit += bitsForOne) {
@@ -265,7 +256,7 @@ TEST(SmbiosDamage, EveryFlippedBitOfTheTableDoesNoHarm) {
 }
 
 TEST(SmbiosDamage, ManyWrongBytesDoNoHarm) {
-  const HostBytes good = test::recorded("mixed-sockets-and-dimms");
+  const HostBytes good = recorded("mixed-sockets-and-dimms");
   for (unsigned seed = 0; seed < 1000; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);  // NOLINT(cert-msc32-c,cert-msc51-cpp): a failure must come again
@@ -280,15 +271,15 @@ TEST(SmbiosDamage, ManyWrongBytesDoNoHarm) {
 }
 
 TEST(SmbiosDamage, EveryWrongByteOfAnEntryPointIsFoundOrDoesNoHarm) {
-  for (const std::string& good : {test::entryPoint32(0xFFFF, 0xFFFF), test::entryPoint64(~0U)}) {
-    HostBytes bytes = test::recorded("default-strings");
+  for (const std::string& good : {entryPoint32(0xFFFF, 0xFFFF), entryPoint64(~0U)}) {
+    HostBytes bytes = recorded("default-strings");
     for (std::size_t i = 0; i < good.size(); ++i) {
       for (unsigned value = 0; value < 256; ++value) {
         std::string bad = good;
         bad[i] = static_cast<char>(value);
         EXPECT_EQ(readEntryPoint(ExactBytes(bad).view()).has_value(), bad == good);
         // With valid sums the wrong byte is accepted.
-        bytes.entryPoint = test::withRightSum(good, i, value, good.size() == 0x18 ? 0x05 : 0x04);
+        bytes.entryPoint = withRightSum(good, i, value, good.size() == 0x18 ? 0x05 : 0x04);
         readEntryPoint(ExactBytes(*bytes.entryPoint).view());
         if (value % 16 == 0) {
           expectSound(bytes);
@@ -299,4 +290,4 @@ TEST(SmbiosDamage, EveryWrongByteOfAnEntryPointIsFoundOrDoesNoHarm) {
 }
 
 }  // namespace
-}  // namespace cimd::host
+}  // namespace cimd::test

@@ -2,7 +2,7 @@
 
 #include <numeric>
 
-namespace cimd::host::test {
+namespace cimd::test {
 
 namespace {
 
@@ -126,4 +126,4 @@ HostBytes recorded(const std::string& machine) {
       recordedHost(std::filesystem::path(MORVIK_TEST_DATA_DIR) / "smbios" / machine));
 }
 
-}  // namespace cimd::host::test
+}  // namespace cimd::test

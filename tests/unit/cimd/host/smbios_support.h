@@ -9,7 +9,11 @@
 #include <string_view>
 #include <vector>
 
-namespace cimd::host::test {
+#include "support.h"
+
+namespace cimd::test {
+
+using namespace host;
 
 // A structure under construction: a formatted part of zeroes, filled field by field.
 class StructureBuilder {
@@ -52,4 +56,4 @@ Inventory inventoryOf(const std::vector<StructureBuilder>& structures);
 // A machine in the directory of recorded tables.
 HostBytes recorded(const std::string& machine);
 
-}  // namespace cimd::host::test
+}  // namespace cimd::test

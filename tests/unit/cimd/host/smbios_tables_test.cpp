@@ -1,17 +1,10 @@
 // Entry points and structures, good and damaged.
-#include <gtest/gtest.h>
 #include "host/smbios.h"
 
 #include "smbios_support.h"
 
-namespace cimd::host {
+namespace cimd::test {
 namespace {
-
-using test::endOfTable;
-using test::entryPoint32;
-using test::entryPoint64;
-using test::StructureBuilder;
-using test::withRightSum;
 
 TEST(SmbiosEntryPoint, FormOf32BitsHasLengthAndCount) {
   const auto entryPoint = readEntryPoint(entryPoint32(0xFEDC, 0x0321));
@@ -170,8 +163,8 @@ TEST(SmbiosStructures, ReadingEndsWithTheTableOrAtDamage) {
            {withStrings({"text\0", 5}), {any, none}, {1}, endless},
            {withStrings({"text\0more", 9}), {any, none}, {1}, endless}}) {
     const StructureTable table = readStructures(c.bytes, c.entryPoint);
-    EXPECT_EQ(types(table), c.types) << testing::PrintToString(c.bytes);
-    EXPECT_EQ(table.damage, c.damage) << testing::PrintToString(c.bytes);
+    EXPECT_EQ(types(table), c.types) << PrintToString(c.bytes);
+    EXPECT_EQ(table.damage, c.damage) << PrintToString(c.bytes);
   }
 }
 
@@ -187,4 +180,4 @@ TEST(SmbiosStructures, TheirNumberIsLimited) {
 }
 
 }  // namespace
-}  // namespace cimd::host
+}  // namespace cimd::test

@@ -62,14 +62,12 @@ class ConnectionOwner : public testing::Test {
   tcp::endpoint own_;
 };
 
-class ConnectionOwnerAt : public ConnectionOwner,
-                          public testing::WithParamInterface<const char*> {};
+class ConnectionOwnerAt : public ConnectionOwner, public testing::WithParamInterface<const char*> {
+ protected:
+  void SetUp() override { listenOn(GetParam()); }
+};
 
 TEST_P(ConnectionOwnerAt, IsKnownUntilTheClientClosesItsSocket) {
-  ASSERT_NO_FATAL_FAILURE(listenOn(GetParam()));
-  if (IsSkipped()) {
-    return;
-  }
   connectTo(GetParam());
   EXPECT_EQ(owner(), getuid());
   client_.shutdown(tcp::socket::shutdown_send);
@@ -81,10 +79,6 @@ TEST_P(ConnectionOwnerAt, IsKnownUntilTheClientClosesItsSocket) {
 
 // Every one of these counts as root's for the kernel.
 TEST_P(ConnectionOwnerAt, IsUnknownForAClientThatSendsAndClosesAtOnce) {
-  ASSERT_NO_FATAL_FAILURE(listenOn(GetParam()));
-  if (IsSkipped()) {
-    return;
-  }
   connectTo(GetParam());
   asio::write(client_, asio::buffer("request", 7));
   client_.close();
@@ -95,10 +89,6 @@ TEST_P(ConnectionOwnerAt, IsUnknownForAClientThatSendsAndClosesAtOnce) {
 }
 
 TEST_P(ConnectionOwnerAt, IsUnknownAfterAReset) {
-  ASSERT_NO_FATAL_FAILURE(listenOn(GetParam()));
-  if (IsSkipped()) {
-    return;
-  }
   connectTo(GetParam());
   client_.set_option(asio::socket_base::linger(true, 0));
   client_.close();
@@ -107,10 +97,6 @@ TEST_P(ConnectionOwnerAt, IsUnknownAfterAReset) {
 
 // The kernel finds such a socket for any peer.
 TEST_P(ConnectionOwnerAt, IsNotThatOfASocketThatListensAtThePeersAddress) {
-  ASSERT_NO_FATAL_FAILURE(listenOn(GetParam()));
-  if (IsSkipped()) {
-    return;
-  }
   EXPECT_EQ(
       ownerOfConnection(acceptor_.local_endpoint(), {acceptor_.local_endpoint().address(), 5988}),
       std::nullopt);

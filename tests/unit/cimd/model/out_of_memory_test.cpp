@@ -1,5 +1,4 @@
 // Creating an instance when memory runs out on the way.
-#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <new>

@@ -1,18 +1,13 @@
 // Schemas as large as the DMTF's load in reasonable time, and deep inheritance is complete.
-#include <gtest/gtest.h>
 #include "mof/loader.h"
 
 #include <chrono>
 #include <cstdlib>
 
-#include "requests.h"
+#include "support.h"
 
-namespace cimd {
+namespace cimd::test {
 namespace {
-
-using test::attributes;
-using test::className;
-using test::value;
 
 // Generous: a schema takes a fraction of this, a sanitizer some times as much, and what grows with
 // the square of the number of classes more.
@@ -94,25 +89,25 @@ void inTime(const char* what, Action action) {
   action();
   const auto taken = std::chrono::steady_clock::now() - start;
   EXPECT_LT(taken, mostTime) << what;
-  testing::Test::RecordProperty(
+  Test::RecordProperty(
       what,
       std::to_string(std::chrono::duration_cast<std::chrono::milliseconds>(taken).count()) + " ms");
 }
 
-class LargeSchema : public testing::Test {
+class LargeSchema : public Test {
  protected:
   static void SetUpTestSuite() {
-    inTime("load", [] { server = new test::Server(largeSchema()); });
+    inTime("load", [] { server = new Server(largeSchema()); });
   }
   static void TearDownTestSuite() {
     delete server;
     server = nullptr;
   }
 
-  static test::Server* server;
+  static Server* server;
 };
 
-test::Server* LargeSchema::server = nullptr;
+Server* LargeSchema::server = nullptr;
 
 TEST_F(LargeSchema, HasEveryClass) {
   EXPECT_EQ(server->repository.counts().classes, std::size_t{classCount});
@@ -155,13 +150,13 @@ TEST(DmtfSchema, LoadsUnchangedWithClassesThatDeriveFromIt) {
   if (top == nullptr) {
     GTEST_SKIP() << "MORVIK_DMTF_SCHEMA does not name the schema's top file";
   }
-  const test::TemporaryDirectory directory;
+  const TemporaryDirectory directory;
   const auto own = directory.write(
       "own.mof",
       "instance of Own_FRU { FRUNumber = \"F1\"; IdentifyingNumber = \"1\"; Vendor = \"V\"; };\n"
       "[Version(\"1.0.0\")] class Own_FRU : CIM_FRU { [Override(\"Name\")] string Name = \"n\"; "
       "};");
-  test::Server server("");
+  Server server("");
   inTime("load", [&] { mof::loadMof({own, top}, server.repository); });
   EXPECT_GT(server.repository.counts().classes, 1000U);
   for (const char* above : {"CIM_FRU", "CIM_ManagedElement"}) {
@@ -177,4 +172,4 @@ TEST(DmtfSchema, LoadsUnchangedWithClassesThatDeriveFromIt) {
 }
 
 }  // namespace
-}  // namespace cimd
+}  // namespace cimd::test

@@ -1,5 +1,4 @@
 #include "operations/access.h"
-#include <gtest/gtest.h>
 
 #include <grp.h>
 #include <pwd.h>
@@ -9,7 +8,7 @@
 
 #include "support.h"
 
-namespace cimd {
+namespace cimd::test {
 namespace {
 
 using std::chrono::milliseconds;
@@ -99,19 +98,19 @@ TEST(ReportLimit, NoMoreThan64ReportsInAMinute) {
   EXPECT_TRUE(limit.isDue(99, start + minutes(1)));
 }
 
-class AccessTest : public testing::Test {
+class AccessTest : public Test {
  protected:
   // The error of a change, with what is logged.
   std::string changeBy(Caller& caller) {
-    testing::internal::CaptureStderr();
+    internal::CaptureStderr();
     std::string answer;
     try {
       access_.checkMayChange(caller, "CreateInstance");
-    } catch (const Pegasus::CIMException& error) {
-      EXPECT_EQ(error.getCode(), Pegasus::CIM_ERR_ACCESS_DENIED);
+    } catch (const CIMException& error) {
+      EXPECT_EQ(error.getCode(), CIM_ERR_ACCESS_DENIED);
       answer = error.getDescription().toUtf8();
     }
-    return answer + "\n" + testing::internal::GetCapturedStderr();
+    return answer + "\n" + internal::GetCapturedStderr();
   }
 
   Log log_{LogLevel::info};
@@ -155,4 +154,4 @@ TEST_F(AccessTest, WhyTheKernelDoesNotAnswerIsForTheLog) {
 }
 
 }  // namespace
-}  // namespace cimd
+}  // namespace cimd::test

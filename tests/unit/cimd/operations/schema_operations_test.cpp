@@ -1,17 +1,9 @@
-// The operations on classes and qualifiers, by the XML of their answers.
-#include <gtest/gtest.h>
+// The operations on classes, qualifiers and namespaces, by the XML of their answers.
 
-#include "requests.h"
+#include "support.h"
 
-namespace cimd {
+namespace cimd::test {
 namespace {
-
-using test::attributes;
-using test::className;
-using test::elementNamed;
-using test::Parameters;
-using test::value;
-using test::values;
 
 constexpr const char* operationsSchema = R"(
 Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
@@ -35,7 +27,7 @@ class Other { [Key] string Id; };
 class Link { [Key] Base ref From; };
 )";
 
-class SchemaOperations : public testing::Test {
+class SchemaOperations : public Test {
  protected:
   static Parameters with(const std::string& cls, const Parameters& more) {
     Parameters all{{"ClassName", className(cls)}};
@@ -49,7 +41,7 @@ class SchemaOperations : public testing::Test {
     return attributes(server_.ask("EnumerateClassNames", parameters), "CLASSNAME", "NAME");
   }
 
-  test::Server server_{operationsSchema};
+  Server server_{operationsSchema};
   const std::pair<std::string, std::string> all_{"LocalOnly", value("false")};
   const std::pair<std::string, std::string> deep_{"DeepInheritance", value("true")};
   const std::pair<std::string, std::string> bare_{"IncludeQualifiers", value("false")};
@@ -178,57 +170,8 @@ TEST_F(SchemaOperations, QualifierDeclarationsAreReturnedOneByOneOrAll) {
             std::string::npos);
 }
 
-TEST_F(SchemaOperations, EachFaultHasItsError) {
-  struct Case {
-    const char* method;
-    Parameters parameters;
-    int error;
-  };
-  const auto wrong = className("NoSuchClass");
-  for (const Case& c :
-       {Case{"GetClass", {{"ClassName", wrong}}, Pegasus::CIM_ERR_NOT_FOUND},
-        {"GetClass", {}, Pegasus::CIM_ERR_INVALID_PARAMETER},
-        {"GetClass", {{"ClassName", value("Base")}}, Pegasus::CIM_ERR_INVALID_PARAMETER},
-        {"GetClass",
-         {{"ClassName", wrong}, {"DeepInheritance", value("true")}},
-         Pegasus::CIM_ERR_INVALID_PARAMETER},
-        {"GetClass",
-         {{"ClassName", wrong}, {"LocalOnly", value("maybe")}},
-         Pegasus::CIM_ERR_INVALID_PARAMETER},
-        {"GetClass",
-         {{"ClassName", wrong}, {"PropertyList", value("Id")}},
-         Pegasus::CIM_ERR_INVALID_PARAMETER},
-        {"EnumerateClasses", {{"ClassName", wrong}}, Pegasus::CIM_ERR_INVALID_CLASS},
-        {"EnumerateClasses", {{"ClassName", value("Base")}}, Pegasus::CIM_ERR_INVALID_PARAMETER},
-        {"EnumerateClasses",
-         {{"PropertyList", values({"Id"})}},
-         Pegasus::CIM_ERR_INVALID_PARAMETER},
-        {"EnumerateClassNames", {{"ClassName", wrong}}, Pegasus::CIM_ERR_INVALID_CLASS},
-        {"EnumerateClassNames", {{"LocalOnly", value("true")}}, Pegasus::CIM_ERR_INVALID_PARAMETER},
-        {"EnumerateClassNames",
-         {{"DeepInheritance", className("Base")}},
-         Pegasus::CIM_ERR_INVALID_PARAMETER},
-        {"GetQualifier", {{"QualifierName", value("None")}}, Pegasus::CIM_ERR_NOT_FOUND},
-        {"GetQualifier", {}, Pegasus::CIM_ERR_INVALID_PARAMETER},
-        {"GetQualifier", {{"QualifierName", className("Key")}}, Pegasus::CIM_ERR_INVALID_PARAMETER},
-        {"EnumerateQualifiers",
-         {{"ClassName", className("Base")}},
-         Pegasus::CIM_ERR_INVALID_PARAMETER}}) {
-    EXPECT_EQ(server_.errorOf(c.method, c.parameters), c.error) << c.method;
-    EXPECT_EQ(server_.errorOf(c.method, c.parameters, "root/nowhere"),
-              Pegasus::CIM_ERR_INVALID_NAMESPACE)
-        << c.method;
-  }
-}
-
-TEST_F(SchemaOperations, ErrorsNameWhatIsMissing) {
-  EXPECT_EQ(getClass("NoSuchClass"), "6: CIM_ERR_NOT_FOUND: NoSuchClass ");
-  EXPECT_EQ(server_.ask("EnumerateClassNames", {}, "root/x"),
-            "3: CIM_ERR_INVALID_NAMESPACE: root/x ");
-}
-
 TEST(EmbeddedObjects, PropertiesCarryTheAttributeInClassesAndInstances) {
-  test::Server server(R"(
+  Server server(R"(
     class In { [Key] string Id; };
     class Out { [Key] string Id; [EmbeddedInstance("In")] string One; [EmbeddedObject] string Any_;
                 [EmbeddedInstance("In")] string Many[]; [EmbeddedObject(false)] string Plain; };
@@ -244,7 +187,7 @@ TEST(EmbeddedObjects, PropertiesCarryTheAttributeInClassesAndInstances) {
            attributes(xml, "PROPERTY.ARRAY", "EmbeddedObject");
   };
   const auto get = [&](const char* id, const Parameters& more = {}) {
-    Parameters parameters{{"InstanceName", test::instanceName("Below", "Id", id)}};
+    Parameters parameters{{"InstanceName", instanceName("Below", "Id", id)}};
     parameters.insert(parameters.end(), more.begin(), more.end());
     return server.ask("GetInstance", parameters);
   };
@@ -265,7 +208,7 @@ TEST_F(SchemaOperations, InstancesCarryTheQualifiersOfTheirClassIfAsked) {
   server_.ask("CreateInstance", {{"NewInstance",
                                   "<INSTANCE CLASSNAME=\"Leaf\"><PROPERTY NAME=\"Id\" "
                                   "TYPE=\"string\"><VALUE>1</VALUE></PROPERTY></INSTANCE>"}});
-  const Parameters name{{"InstanceName", test::instanceName("Leaf", "Id", "1")}};
+  const Parameters name{{"InstanceName", instanceName("Leaf", "Id", "1")}};
   EXPECT_EQ(server_.ask("GetInstance", name).find("QUALIFIER"), std::string::npos);
   Parameters qualified = name;
   qualified.emplace_back("IncludeQualifiers", value("true"));
@@ -279,5 +222,124 @@ TEST_F(SchemaOperations, InstancesCarryTheQualifiersOfTheirClassIfAsked) {
   EXPECT_EQ(attributes(elementNamed(xml, "PROPERTY", "Text"), "QUALIFIER", "PROPAGATED"), "true ");
 }
 
+// Finding the namespaces as clients do it: pywbem's WBEMServer, cimcli ns, and what walks the tree
+// of __Namespace from root.
+class ComputedNameSpace : public Test {
+ protected:
+  // The property Name of all instances of the class.
+  std::string names(const std::string& cls, const std::string& nameSpace) {
+    const std::string xml =
+        server_.ask("EnumerateInstances", {{"ClassName", className(cls)}}, nameSpace);
+    std::string found;
+    const std::string begin = "<PROPERTY NAME=\"Name\" TYPE=\"string\"><VALUE>";
+    for (std::size_t at = xml.find(begin); at != std::string::npos; at = xml.find(begin, at + 1)) {
+      const std::size_t from = at + begin.size();
+      found += xml.substr(from, xml.find('<', from) - from) + " ";
+    }
+    return found;
+  }
+  int enumerating(const std::string& cls, const std::string& nameSpace) {
+    return server_.errorOf("EnumerateInstanceNames", {{"ClassName", className(cls)}}, nameSpace);
+  }
+
+  Server server_{R"(
+    class A { [Key] string Id; };
+    #pragma namespace("root/Cimv2/test")
+    class B { [Key] string Id; };
+  )"};
+};
+
+TEST_F(ComputedNameSpace, InteropHasAnInstanceForEachNamespace) {
+  for (const char* interop : {"interop", "root/PG_InterOp", "Root/pg_interop"}) {
+    EXPECT_EQ(names("CIM_Namespace", interop),
+              "interop root/Cimv2/test root/kvasd root/PG_InterOp ");
+  }
+  EXPECT_EQ(names("CIM_ObjectManager", "interop"), "morvik-cimd ");
+}
+
+TEST_F(ComputedNameSpace, NamesHaveTheKeysOfTheStandardClasses) {
+  const std::string xml =
+      server_.ask("EnumerateInstanceNames", {{"ClassName", className("cim_namespace")}}, "interop");
+  EXPECT_TRUE(attributes(xml, "KEYBINDING", "NAME")
+                  .starts_with("SystemCreationClassName SystemName ObjectManagerCreationClassName "
+                               "ObjectManagerName CreationClassName Name System"));
+  const std::string manager =
+      server_.ask("GetClass", {{"ClassName", className("CIM_ObjectManager")}}, "interop");
+  EXPECT_EQ(attributes(manager, "PROPERTY", "NAME"),
+            "SystemCreationClassName SystemName CreationClassName Name ElementName Description ");
+  EXPECT_EQ(attributes(manager, "QUALIFIER", "NAME"), "Key Key Key Key ");
+}
+
+TEST_F(ComputedNameSpace, ChildrenAreTheNamesOfTheNextLevel) {
+  EXPECT_EQ(names("__Namespace", "root"), "Cimv2 kvasd PG_InterOp ");
+  EXPECT_EQ(names("__Namespace", "ROOT/cimv2"), "test ");
+  EXPECT_EQ(names(" __namespace\n", "ROOT/cimv2"), "test ");
+  EXPECT_EQ(names("__Namespace", "root/kvasd"), "");
+  EXPECT_EQ(names("__Namespace", "interop"), "");
+  const std::string kvasd = instanceName("__Namespace", "Name", "kvasd");
+  EXPECT_EQ(server_.ask("GetProperty", {{"InstanceName", kvasd}, {"PropertyName", value("Name")}},
+                        "root"),
+            value("kvasd"));
+  EXPECT_EQ(server_.errorOf("GetInstance", {{"InstanceName", kvasd}}, "root/kvasd"),
+            CIM_ERR_NOT_FOUND);
+}
+
+TEST_F(ComputedNameSpace, OtherClassesAndLevelsHaveTheirErrors) {
+  EXPECT_EQ(enumerating("A", "interop"), CIM_ERR_INVALID_CLASS);
+  EXPECT_EQ(server_.ask("EnumerateClassNames", {}, "interop"),
+            className("CIM_ObjectManager") + className("CIM_Namespace"));
+  EXPECT_EQ(enumerating("A", "root"), CIM_ERR_INVALID_NAMESPACE);
+  EXPECT_EQ(enumerating("CIM_Namespace", "root"), CIM_ERR_INVALID_NAMESPACE);
+  EXPECT_EQ(enumerating("__Namespace", "root/nowhere"), CIM_ERR_INVALID_NAMESPACE);
+  EXPECT_EQ(enumerating("__Namespace", "roo"), CIM_ERR_INVALID_NAMESPACE);
+  EXPECT_EQ(enumerating("CIM_Namespace", "root/kvasd"), CIM_ERR_INVALID_CLASS);
+  // A list of classes does not have it.
+  EXPECT_EQ(server_.ask("EnumerateClassNames", {}), className("A"));
+}
+
+TEST_F(ComputedNameSpace, ChangesAreNotSupported) {
+  const std::string name = instanceName("__Namespace", "Name", "kvasd");
+  const std::string created =
+      "<INSTANCE CLASSNAME=\"__Namespace\"><PROPERTY NAME=\"Name\" TYPE=\"string\">"
+      "<VALUE>new</VALUE></PROPERTY></INSTANCE>";
+  EXPECT_EQ(server_.ask("CreateInstance", {{"NewInstance", created}}, "root"),
+            "7: CIM_ERR_NOT_SUPPORTED: class __Namespace is read-only ");
+  EXPECT_EQ(server_.errorOf("DeleteInstance", {{"InstanceName", name}}, "root"),
+            CIM_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(server_.errorOf(
+                "SetProperty",
+                {{"InstanceName", name}, {"PropertyName", value("Name")}, {"NewValue", value("x")}},
+                "root"),
+            CIM_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(server_.errorOf("ModifyInstance",
+                            {{"ModifiedInstance",
+                              "<VALUE.NAMEDINSTANCE>" + name + created + "</VALUE.NAMEDINSTANCE>"}},
+                            "root"),
+            CIM_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(names("__Namespace", "root"), "Cimv2 kvasd PG_InterOp ");
+}
+
+TEST_F(ComputedNameSpace, DeclaredClassesAndNamespacesComeFirst) {
+  loadText(server_.repository, R"(
+    #pragma namespace("Interop")
+    class C { [Key] string Name; };
+    instance of C { Name = "mine"; };
+    #pragma namespace("root/PG_InterOp")
+    class CIM_Namespace { [Key] string Name; };
+    instance of CIM_Namespace { Name = "declared"; };
+  )");
+  EXPECT_EQ(names("C", "interop"), "mine ");
+  EXPECT_EQ(names("CIM_Namespace", "interop"),
+            "Interop root/Cimv2/test root/kvasd root/PG_InterOp ");
+  EXPECT_EQ(names("CIM_Namespace", "root/PG_InterOp"), "declared ");
+  EXPECT_EQ(server_.errorOf("CreateInstance",
+                            {{"NewInstance",
+                              "<INSTANCE CLASSNAME=\"CIM_Namespace\"><PROPERTY NAME=\"Name\" "
+                              "TYPE=\"string\"><VALUE>new</VALUE></PROPERTY></INSTANCE>"}},
+                            "root/PG_InterOp"),
+            0);
+  EXPECT_EQ(names("CIM_Namespace", "root/PG_InterOp"), "declared new ");
+}
+
 }  // namespace
-}  // namespace cimd
+}  // namespace cimd::test

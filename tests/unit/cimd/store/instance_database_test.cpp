@@ -1,31 +1,18 @@
 #include <Pegasus/Common/Exception.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include "store/sqlite.h"
 
 #include <new>
 
 #include "store_support.h"
 
-namespace cimd {
+namespace cimd::test {
 namespace {
 
-using Pegasus::String;
-using test::load;
-using test::loadFile;
-using test::put;
-using test::remove;
-using test::row;
-using test::Rows;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-
-class InstanceDatabaseTest : public testing::Test {
+class InstanceDatabaseTest : public Test {
  protected:
   std::filesystem::path file() const { return directory_.path() / "instances.db"; }
 
-  test::TemporaryDirectory directory_;
+  TemporaryDirectory directory_;
 };
 
 TEST_F(InstanceDatabaseTest, ReplacingAnInstanceKeepsItsPlaceInTheOrderOfCreation) {
@@ -95,23 +82,23 @@ TEST_F(InstanceDatabaseTest, AnySqliteToolShowsTheInstances) {
     InstanceDatabase database(file());
     put(database, u"a", "<INSTANCE>Grüße</INSTANCE>");
   }
-  EXPECT_EQ(test::queryText(file(),
-                            "SELECT namespace || '|' || key || '|' || class || '|' || "
-                            "instance FROM instance"),
+  EXPECT_EQ(queryText(file(),
+                      "SELECT namespace || '|' || key || '|' || class || '|' || "
+                      "instance FROM instance"),
             "root/kvasd|a|KVAXDT_FRU|<INSTANCE>Grüße</INSTANCE>");
 }
 
 TEST_F(InstanceDatabaseTest, AKeyWithAnUnpairedSurrogateIsRefused) {
   InstanceDatabase database(file());
   const InstanceKey halfPair(1, u'\xD83D');
-  EXPECT_THAT(test::putError(database, halfPair, "x"), HasSubstr("cannot store the instance in "));
-  EXPECT_EQ(test::statusOf([&] { remove(database, halfPair); }), Pegasus::CIM_ERR_FAILED);
+  EXPECT_THAT(putError(database, halfPair, "x"), HasSubstr("cannot store the instance in "));
+  EXPECT_EQ(statusOf([&] { remove(database, halfPair); }), CIM_ERR_FAILED);
   EXPECT_THAT(load(database), IsEmpty());
 }
 
 TEST_F(InstanceDatabaseTest, AnInstanceLargerThanTheLimitIsRefusedAndTheNextOneStored) {
   InstanceDatabase database(file());
-  EXPECT_THAT(test::putError(database, u"a", std::string(65U << 20, 'x')), HasSubstr("too large"));
+  EXPECT_THAT(putError(database, u"a", std::string(65U << 20, 'x')), HasSubstr("too large"));
   put(database, u"b", "small");
   EXPECT_THAT(load(database), ElementsAre(row(u"b", "small")));
 }
@@ -127,16 +114,16 @@ TEST_F(InstanceDatabaseTest, APublishedInstanceIsRestoredAsItWas) {
     return instances.size() == 1 ? instances[0]->nameXml + instances[0]->instanceXml : "";
   };
   Repository before;
-  test::loadText(before, mof);
+  loadText(before, mof);
   InstanceDatabase database(file());
   before.setJournal(&database);
-  Pegasus::CIMInstance given = test::instance("B", {{"Id", "\t<K\u20AC\"> "}});
-  given.addProperty({"Other", Pegasus::CIMValue(test::path("A", {{"Id", "a"}}))});
-  given.addProperty({"Texts", Pegasus::CIMValue(Pegasus::Array<String>{"one", ""})});
-  given.addProperty({"Number", Pegasus::CIMValue(Pegasus::CIMTYPE_REAL64, false)});
+  CIMInstance given = instance("B", {{"Id", "\t<K\u20AC\"> "}});
+  given.addProperty({"Other", CIMValue(path("A", {{"Id", "a"}}))});
+  given.addProperty({"Texts", CIMValue(Array<String>{"one", ""})});
+  given.addProperty({"Number", CIMValue(CIMTYPE_REAL64, false)});
   before.nameSpace("root/kvasd").createInstance(given, Origin::published);
   Repository after;
-  test::loadText(after, mof);
+  loadText(after, mof);
   EXPECT_THAT(database.load([&](const String& name, const InstanceKey& key, std::string_view text) {
     after.nameSpace(name).restoreInstance(text, key);
   }),
@@ -158,7 +145,7 @@ class UnservedRowTest : public InstanceDatabaseTest {
   void damage(const char* key) const {
     const std::string sql =
         "UPDATE instance SET class = 'D' WHERE key = '" + std::string(key) + "'";
-    test::runSql(file(), sql.c_str());
+    runSql(file(), sql.c_str());
   }
 
   // Loads, and expects that only the instance "b" is left out, with this warning.
@@ -171,12 +158,12 @@ class UnservedRowTest : public InstanceDatabaseTest {
   }
 
   std::string count(const char* table) const {
-    return test::queryText(file(), (std::string("SELECT count(*) FROM ") + table).c_str());
+    return queryText(file(), (std::string("SELECT count(*) FROM ") + table).c_str());
   }
 };
 
 TEST_F(UnservedRowTest, ADamagedRowIsReportedAndKept) {
-  const std::string sound = test::readFile(file());
+  const std::string sound = readFile(file());
   for (const char* change :
        {"instance = replace(instance, 'two', 'twa')", "namespace = 'root/kvase'", "class = 'D'",
         "checksum = checksum + 1", "checksum = 'x'", "instance = CAST(instance AS BLOB)",
@@ -184,7 +171,7 @@ TEST_F(UnservedRowTest, ADamagedRowIsReportedAndKept) {
     SCOPED_TRACE(change);
     directory_.write("instances.db", sound);
     const std::string sql = "UPDATE instance SET " + std::string(change) + " WHERE key = 'b'";
-    test::runSql(file(), sql.c_str());
+    runSql(file(), sql.c_str());
     {
       InstanceDatabase database(file());
       std::vector<std::string> warnings;
@@ -196,7 +183,7 @@ TEST_F(UnservedRowTest, ADamagedRowIsReportedAndKept) {
 }
 
 TEST_F(UnservedRowTest, ControlCharactersOfADamagedKeyAreReplaced) {
-  test::runSql(file(), "UPDATE instance SET key = 'x' || char(10) || char(27) WHERE key = 'b'");
+  runSql(file(), "UPDATE instance SET key = 'x' || char(10) || char(27) WHERE key = 'b'");
   InstanceDatabase database(file());
   expectLeftOut(database, "x?\?");
 }
@@ -207,7 +194,7 @@ TEST_F(UnservedRowTest, ARowThatTheModelRefusesIsReportedWithItsReason) {
   const auto warnings =
       database.load([&served](const String&, const InstanceKey& key, std::string_view text) {
         if (key == u"b") {
-          throw Pegasus::CIMException(Pegasus::CIM_ERR_INVALID_CLASS, "no such class");
+          throw CIMException(CIM_ERR_INVALID_CLASS, "no such class");
         }
         served.emplace_back(text);
       });
@@ -226,7 +213,7 @@ TEST_F(UnservedRowTest, PuttingAnInstanceOfTheSameNameSetsTheRowAside) {
                 ElementsAre(row(u"a", "one"), row(u"c", "three"), row(u"b", "newer")));
   }
   EXPECT_EQ(count("set_aside"), "1");
-  EXPECT_EQ(test::queryText(file(), "SELECT instance FROM set_aside WHERE key = 'b'"), "two");
+  EXPECT_EQ(queryText(file(), "SELECT instance FROM set_aside WHERE key = 'b'"), "two");
 }
 
 TEST_F(UnservedRowTest, RemovingAnInstanceOfTheSameNameSetsTheRowAside) {
@@ -256,7 +243,7 @@ TEST_F(UnservedRowTest, ARowThatTheNextLoadServesIsNotSetAside) {
   {
     InstanceDatabase database(file());
     database.load([](const String&, const InstanceKey&, std::string_view) {
-      throw Pegasus::CIMException(Pegasus::CIM_ERR_INVALID_CLASS, "no such class");
+      throw CIMException(CIM_ERR_INVALID_CLASS, "no such class");
     });
     EXPECT_EQ(load(database).size(), 3U);
     put(database, u"b", "new");
@@ -294,4 +281,4 @@ TEST_F(UnservedRowTest, TheIdOfARowSetAsideIsForgotten) {
 }
 
 }  // namespace
-}  // namespace cimd
+}  // namespace cimd::test

@@ -1,27 +1,16 @@
 #include "store/recovery.h"
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <random>
 
 #include "store_support.h"
 
-namespace cimd {
+namespace cimd::test {
 namespace {
 
 namespace fs = std::filesystem;
-using test::loadFile;
-using test::numberedKey;
-using test::put;
-using test::remove;
-using test::Rows;
-using testing::Contains;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
 
-class RecoveryTest : public testing::Test {
+class RecoveryTest : public Test {
  protected:
   RecoveryTest() {
     {
@@ -36,7 +25,7 @@ class RecoveryTest : public testing::Test {
       }
       put(database, numberedKey(8), std::string(20000, 'y'));
     }
-    sound_ = test::readFile(file());
+    sound_ = readFile(file());
     rows_ = loadFile(file());
   }
 
@@ -45,16 +34,16 @@ class RecoveryTest : public testing::Test {
 
   // Recovers from a file with this content, and returns what the new store holds.
   Rows recover(const std::string& content) {
-    test::removeStore(target());
+    removeStore(target());
     directory_.write("instances.db", content);
     recovery_ = recoverStore(file(), target());
-    EXPECT_TRUE(test::readFile(file()) == content) << "the damaged store was changed";
+    EXPECT_TRUE(readFile(file()) == content) << "the damaged store was changed";
     Rows found = loadFile(target());
     EXPECT_EQ(found.size(), recovery_.instances);
     return found;
   }
 
-  test::TemporaryDirectory directory_;
+  TemporaryDirectory directory_;
   std::string sound_;
   Rows rows_;
   Recovery recovery_;
@@ -84,7 +73,7 @@ TEST_F(RecoveryTest, AChangedTextIsReportedWithTheNameOfItsInstance) {
 TEST_F(RecoveryTest, WhatIsMissingAtTheEndIsReported) {
   const Rows found = recover(sound_.substr(0, sound_.size() / 2));
   EXPECT_LT(found.size(), rows_.size());
-  EXPECT_THAT(found, testing::Not(IsEmpty()));
+  EXPECT_THAT(found, Not(IsEmpty()));
   EXPECT_THAT(recovery_.unreadable, Contains(HasSubstr("pages that are missing at the end")));
 }
 
@@ -92,7 +81,7 @@ TEST_F(RecoveryTest, WhateverIsDamagedWhatIsRecoveredWasStoredAndTheRestIsReport
   const auto seed = std::random_device()();
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937 random(seed);
-  const int rounds = test::roundsFromEnvironment("MORVIK_DAMAGE_ROUNDS", 200) / 2;
+  const int rounds = roundsFromEnvironment("MORVIK_DAMAGE_ROUNDS", 200) / 2;
   for (int round = 0; round < rounds && !HasFailure(); ++round) {
     std::string content = sound_;
     const std::size_t start = random() % content.size();
@@ -114,15 +103,15 @@ TEST_F(RecoveryTest, WhateverIsDamagedWhatIsRecoveredWasStoredAndTheRestIsReport
 
 TEST_F(RecoveryTest, AChangeThatWasNotCompletedIsUndone) {
   const fs::path journal = file().string() + "-journal";
-  test::inChild([this] {
+  inChild([this] {
     sqlite::Connection database(file().string(), 1 << 20);
     database.execute("PRAGMA cache_size = 1");  // pages go to the file before the end
     database.execute("BEGIN");
     database.execute("DELETE FROM instance");
     _exit(0);
   });
-  ASSERT_NE(test::readFile(journal)[0], '\0');
-  const std::string content = test::readFile(file());
+  ASSERT_NE(readFile(journal)[0], '\0');
+  const std::string content = readFile(file());
   ASSERT_FALSE(content == sound_);
   EXPECT_TRUE(recover(content) == rows_);
   EXPECT_THAT(recovery_.unreadable, IsEmpty());
@@ -135,19 +124,19 @@ TEST_F(RecoveryTest, NothingIsOverwrittenOrTakenFromAnythingElse) {
   EXPECT_FALSE(fs::exists(target()));
   directory_.write("new.db", "mine");
   EXPECT_THROW(recoverStore(file(), target()), StoreError);
-  EXPECT_EQ(test::readFile(target()), "mine");
+  EXPECT_EQ(readFile(target()), "mine");
   fs::remove(target());
-  test::inChild([this] {
+  inChild([this] {
     const InstanceDatabase database(file());
     // A process does not see its own locks.
-    test::inChild([this] { EXPECT_THROW(recoverStore(file(), target()), StoreError); });
+    inChild([this] { EXPECT_THROW(recoverStore(file(), target()), StoreError); });
   });
   std::vector<std::string> names;
   for (const auto& entry : fs::directory_iterator(directory_.path())) {
     names.push_back(entry.path().filename().string());
   }
-  EXPECT_THAT(names, testing::UnorderedElementsAre("instances.db", "instances.db-journal", "text"));
+  EXPECT_THAT(names, UnorderedElementsAre("instances.db", "instances.db-journal", "text"));
 }
 
 }  // namespace
-}  // namespace cimd
+}  // namespace cimd::test

@@ -1,7 +1,6 @@
 // What the file holds after the process was killed at any moment, or after bytes of it were
 // changed.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -14,17 +13,10 @@
 
 #include "store_support.h"
 
-namespace cimd {
+namespace cimd::test {
 namespace {
 
 namespace fs = std::filesystem;
-using test::load;
-using test::loadFile;
-using test::numberedKey;
-using test::put;
-using test::remove;
-using test::row;
-using test::Rows;
 
 // What is done to the database, and to what the test knows of it.
 struct Change {
@@ -43,8 +35,7 @@ struct Change {
   }
 
   void apply(Rows& rows) const {
-    const std::string prefix =
-        std::string(test::storeNameSpace) + " key" + std::to_string(key) + " ";
+    const std::string prefix = std::string(storeNameSpace) + " key" + std::to_string(key) + " ";
     const auto place = std::find_if(rows.begin(), rows.end(), [&prefix](const std::string& text) {
       return text.starts_with(prefix);
     });
@@ -112,17 +103,17 @@ int changesBeforeKill(const fs::path& file, std::mt19937& random) {
 }
 
 TEST(StoreCrashTest, EveryAcknowledgedChangeIsThereAfterKill) {
-  const test::TemporaryDirectory directory;
+  const TemporaryDirectory directory;
   const fs::path file = directory.path() / "instances.db";
   const auto seed = std::random_device()();
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937 random(seed);
   Rows rows;
   int changes = 0;
-  const int rounds = test::roundsFromEnvironment("MORVIK_KILL_ROUNDS", 25);
-  for (int round = 0; round < rounds && !testing::Test::HasFailure(); ++round) {
+  const int rounds = roundsFromEnvironment("MORVIK_KILL_ROUNDS", 25);
+  for (int round = 0; round < rounds && !Test::HasFailure(); ++round) {
     if (round % 5 == 0) {  // killed while it makes the file, too
-      test::removeStore(file);
+      removeStore(file);
       rows.clear();
     }
     std::mt19937 replay = random;
@@ -145,7 +136,7 @@ TEST(StoreCrashTest, EveryAcknowledgedChangeIsThereAfterKill) {
   RecordProperty("changes", changes);
 }
 
-class DamagedFileTest : public testing::Test {
+class DamagedFileTest : public Test {
  protected:
   DamagedFileTest() {
     {
@@ -153,13 +144,13 @@ class DamagedFileTest : public testing::Test {
       for (int i = 0; i < 40; ++i) {
         put(database, numberedKey(i),
             "text " + std::to_string(i) + std::string(static_cast<std::size_t>(i) * 10, 'y'),
-            i % 3 == 0 ? "root/other" : test::storeNameSpace);
+            i % 3 == 0 ? "root/other" : storeNameSpace);
       }
       put(database, numberedKey(100), std::string(20000, 'z'));
       remove(database, numberedKey(7));
       put(database, numberedKey(8), "replaced");
     }
-    sound_ = test::readFile(file());
+    sound_ = readFile(file());
     rows_ = loadFile(file());
   }
 
@@ -168,7 +159,7 @@ class DamagedFileTest : public testing::Test {
   // Either the file is refused; or what is served is as it was and in its order, and every instance
   // that is missing was reported.
   void expectNothingWrong(const std::string& content) {
-    test::removeStore(file());
+    removeStore(file());
     directory_.write("instances.db", content);
     Rows found;
     std::vector<std::string> warnings;
@@ -177,8 +168,8 @@ class DamagedFileTest : public testing::Test {
       found = load(database, &warnings);
       expectPart(found, warnings.size());
       for (const InstanceKey& key : {numberedKey(1), numberedKey(1000)}) {
-        test::putError(database, key, "new");
-        test::statusOf([&] { remove(database, key); });
+        putError(database, key, "new");
+        statusOf([&] { remove(database, key); });
       }
     } catch (const StoreError&) {
       ++refused_;
@@ -198,7 +189,7 @@ class DamagedFileTest : public testing::Test {
     EXPECT_GE(found.size() + warnings, rows_.size());
   }
 
-  test::TemporaryDirectory directory_;
+  TemporaryDirectory directory_;
   std::string sound_;
   Rows rows_;
   int refused_ = 0;
@@ -212,8 +203,7 @@ TEST_F(DamagedFileTest, AChangedByteIsRefusedReportedOrHarmless) {
   std::mt19937 random(seed);
   // The header byte for byte, since every one of them means something, and then anywhere.
   const std::size_t headerSize = 100;
-  const auto rounds =
-      static_cast<std::size_t>(test::roundsFromEnvironment("MORVIK_DAMAGE_ROUNDS", 300));
+  const auto rounds = static_cast<std::size_t>(roundsFromEnvironment("MORVIK_DAMAGE_ROUNDS", 300));
   for (std::size_t round = 0; round < headerSize + rounds && !HasFailure(); ++round) {
     std::string content = sound_;
     const std::size_t position = round < headerSize ? round : random() % content.size();
@@ -231,7 +221,7 @@ TEST_F(DamagedFileTest, ManyChangedBytesAreRefusedReportedOrHarmless) {
   const auto seed = std::random_device()();
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937 random(seed);
-  const int rounds = test::roundsFromEnvironment("MORVIK_DAMAGE_ROUNDS", 300) / 4;
+  const int rounds = roundsFromEnvironment("MORVIK_DAMAGE_ROUNDS", 300) / 4;
   for (int round = 0; round < rounds && !HasFailure(); ++round) {
     std::string content = sound_;
     const std::size_t start = random() % content.size();
@@ -247,9 +237,9 @@ TEST_F(DamagedFileTest, ManyChangedBytesAreRefusedReportedOrHarmless) {
 TEST_F(DamagedFileTest, ATruncatedFileIsRefusedUnlessItIsEmpty) {
   for (std::size_t size = 1; size < sound_.size(); size += 997) {
     directory_.write("instances.db", sound_.substr(0, size));
-    EXPECT_NE(test::openError(file()), "") << size;
+    EXPECT_NE(openError(file()), "") << size;
   }
 }
 
 }  // namespace
-}  // namespace cimd
+}  // namespace cimd::test

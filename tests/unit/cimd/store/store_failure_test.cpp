@@ -1,8 +1,6 @@
 // What happens when the disk does not do what it is asked.
 #include <errno.h>
 #include <fcntl.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sched.h>
 #include <signal.h>
 #include <sqlite3.h>
@@ -78,22 +76,12 @@ extern "C" int fdatasync(int /*descriptor*/) {
   return syncFile();
 }
 
-namespace cimd {
+namespace cimd::test {
 namespace {
 
 namespace fs = std::filesystem;
-using test::load;
-using test::loadFile;
-using test::numberedKey;
-using test::put;
-using test::putError;
-using test::remove;
-using test::row;
-using test::Rows;
-using testing::ElementsAre;
-using testing::HasSubstr;
 
-class StoreFailureTest : public testing::Test {
+class StoreFailureTest : public Test {
  protected:
   StoreFailureTest() {
     disk = Disk();
@@ -111,7 +99,7 @@ class StoreFailureTest : public testing::Test {
 
   fs::path file() const { return directory_.path() / "instances.db"; }
 
-  test::TemporaryDirectory directory_;
+  TemporaryDirectory directory_;
 };
 
 TEST_F(StoreFailureTest, NoChangeIsAcknowledgedBeforeItIsOnTheDisk) {
@@ -132,11 +120,11 @@ TEST_F(StoreFailureTest, NoChangeIsAcknowledgedBeforeItIsOnTheDisk) {
 using Failing = int Disk::*;
 
 // Lets every single write, and then every single sync, of a change fail.
-class FailingCallTest : public StoreFailureTest, public testing::WithParamInterface<int> {};
+class FailingCallTest : public StoreFailureTest, public WithParamInterface<int> {};
 
 TEST_P(FailingCallTest, AFailedChangeLeavesNothingAndTheNextOneWorks) {
   for (const Failing failing : {&Disk::failingWrite, &Disk::failingSync}) {
-    test::removeStore(file());
+    removeStore(file());
     InstanceDatabase database(file());
     put(database, u"a", "one");
     put(database, u"b", "two");
@@ -154,7 +142,7 @@ TEST_P(FailingCallTest, AFailedChangeLeavesNothingAndTheNextOneWorks) {
       EXPECT_THAT(error, HasSubstr("CIM_ERR_FAILED: cannot store the instance in "));
       EXPECT_EQ(load(database), before) << call;
       disk.*failing = 1;
-      EXPECT_EQ(test::statusOf([&] { remove(database, u"b"); }), Pegasus::CIM_ERR_FAILED);
+      EXPECT_EQ(statusOf([&] { remove(database, u"b"); }), CIM_ERR_FAILED);
       EXPECT_EQ(load(database), before) << call;
       disk.*failing = 0;
       put(database, u"c", "three");
@@ -168,7 +156,7 @@ TEST_P(FailingCallTest, AFailedChangeLeavesNothingAndTheNextOneWorks) {
   EXPECT_EQ(loadFile(file()).size(), 2U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Causes, FailingCallTest, testing::Values(EIO, ENOSPC, EFBIG));
+INSTANTIATE_TEST_SUITE_P(Causes, FailingCallTest, Values(EIO, ENOSPC, EFBIG));
 
 TEST_F(StoreFailureTest, TheErrorNamesFileAndCause) {
   InstanceDatabase database(file());
@@ -185,9 +173,9 @@ TEST_F(StoreFailureTest, AFailureWhileTheFileIsMadeIsAnErrorAndTheNextTryWorks) 
   for (const Failing failing : {&Disk::failingWrite, &Disk::failingSync}) {
     int failures = 0;
     for (int call = 1;; ++call) {
-      test::removeStore(file());
+      removeStore(file());
       disk.*failing = call;
-      const std::string error = test::openError(file());
+      const std::string error = openError(file());
       disk.*failing = 0;
       if (error.empty()) {
         break;
@@ -232,16 +220,14 @@ class CrashImageTest : public StoreFailureTest {
   template <typename Change>
   std::vector<Image> imagesOf(Change change) {
     std::vector<Image> images;
-    test::removeStore(file());
+    removeStore(file());
     {
       InstanceDatabase database(file());
       for (int i = 0; i < 60; ++i) {
         put(database, numberedKey(i), std::string(static_cast<std::size_t>(100 + i * 20), 'x'));
       }
       before_ = load(database);
-      disk.observer = [&] {
-        images.push_back({test::readFile(file()), test::readFile(journal())});
-      };
+      disk.observer = [&] { images.push_back({readFile(file()), readFile(journal())}); };
       change(database);
       disk.observer = nullptr;
       after_ = load(database);
@@ -252,7 +238,7 @@ class CrashImageTest : public StoreFailureTest {
 
   // The outcome with these files: either the change was made or it was not, or there is a message.
   void judge(const Image& image, bool isJournalRemoved, bool isDamaged) {
-    test::removeStore(file());
+    removeStore(file());
     directory_.write("instances.db", image.file);
     if (!isJournalRemoved) {
       directory_.write("instances.db-journal", image.journal);
@@ -274,7 +260,7 @@ class CrashImageTest : public StoreFailureTest {
 
   void judgeAll(const std::vector<Image>& images) {
     std::mt19937 random(static_cast<std::mt19937::result_type>(images.size()));
-    const int rounds = test::roundsFromEnvironment("MORVIK_DAMAGE_ROUNDS", 100) / 50;
+    const int rounds = roundsFromEnvironment("MORVIK_DAMAGE_ROUNDS", 100) / 50;
     ASSERT_GT(images.size(), 8U);
     for (const Image& image : images) {
       judge(image, false, false);
@@ -317,7 +303,7 @@ TEST_F(CrashImageTest, ADamagedJournalInUseIsReportedWithTheNumberOfChanges) {
     if (image.journal[0] != '\0') {
       // Before a page of the file was written, so that the rest is sound.
       image.journal[1] = 'x';
-      test::removeStore(file());
+      removeStore(file());
       directory_.write("instances.db", image.file);
       directory_.write("instances.db-journal", image.journal);
       EXPECT_EQ(loadFile(file(), &warnings), before_);
@@ -331,7 +317,7 @@ TEST_F(CrashImageTest, ADamagedJournalInUseIsReportedWithTheNumberOfChanges) {
 // The kernel's own limits, in a process of its own.
 
 TEST_F(StoreFailureTest, AFileSizeLimitIsAnErrorUntilItIsRaised) {
-  test::inChild([this] {
+  inChild([this] {
     signal(SIGXFSZ, SIG_IGN);
     InstanceDatabase database(file());
     put(database, u"a", "one");
@@ -350,11 +336,11 @@ TEST_F(StoreFailureTest, AFileSizeLimitIsAnErrorUntilItIsRaised) {
 }
 
 TEST_F(StoreFailureTest, AFullDiskIsAnErrorAtTheStart) {
-  test::inChild([this] {
+  inChild([this] {
     signal(SIGXFSZ, SIG_IGN);
     const rlimit none{0, 0};
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
-    EXPECT_THAT(test::openError(file()), HasSubstr("instances.db: disk I/O error: File too large"));
+    EXPECT_THAT(openError(file()), HasSubstr("instances.db: disk I/O error: File too large"));
   });
 }
 
@@ -375,7 +361,7 @@ bool mountSmall(const fs::path& directory, const char* size = "512k") {
 }
 
 TEST_F(StoreFailureTest, AFullDiskIsAnErrorUntilThereIsSpaceAgain) {
-  test::inChild([this] {
+  inChild([this] {
     if (!mountSmall(directory_.path())) {
       GTEST_SKIP() << "this process may not mount file systems";
     }
@@ -401,13 +387,12 @@ TEST_F(StoreFailureTest, AFullDiskIsAnErrorUntilThereIsSpaceAgain) {
     }
     EXPECT_EQ(loadFile(file()), expected);
     std::ofstream(filler) << std::string(1 << 20, 'x');
-    EXPECT_EQ(test::openError(directory_.path() / "second.db"),
-              "second.db: no space left on the disk");
+    EXPECT_EQ(openError(directory_.path() / "second.db"), "second.db: no space left on the disk");
   });
 }
 
 TEST_F(StoreFailureTest, EverythingCanBeDeletedFromAFullDisk) {
-  test::inChild([this] {
+  inChild([this] {
     if (!mountSmall(directory_.path(), "4m")) {
       GTEST_SKIP() << "this process may not mount file systems";
     }
@@ -429,7 +414,7 @@ TEST_F(StoreFailureTest, EverythingCanBeDeletedFromAFullDisk) {
     EXPECT_GT(keys.size(), 300U);
     std::shuffle(keys.begin(), keys.end(), random);
     for (const InstanceKey& key : keys) {
-      EXPECT_EQ(test::statusOf([&] { remove(database, key); }), Pegasus::CIM_ERR_SUCCESS);
+      EXPECT_EQ(statusOf([&] { remove(database, key); }), CIM_ERR_SUCCESS);
     }
     EXPECT_TRUE(load(database).empty());
     while (database.returnSpace()) {
@@ -473,7 +458,7 @@ TEST_F(StoreFailureTest, AFileThatWasMovedOrReplacedIsAnError) {
   EXPECT_THAT(putError(database, u"b", "two"), HasSubstr(": the file was moved or removed"));
   directory_.write("instances.db", "another");
   EXPECT_THAT(putError(database, u"b", "two"), HasSubstr(": the file was moved or removed"));
-  EXPECT_EQ(test::statusOf([&] { remove(database, u"a"); }), Pegasus::CIM_ERR_FAILED);
+  EXPECT_EQ(statusOf([&] { remove(database, u"a"); }), CIM_ERR_FAILED);
   fs::rename(elsewhere, file());
   const fs::path journal = file().string() + "-journal";
   fs::rename(journal, elsewhere);
@@ -488,4 +473,4 @@ TEST_F(StoreFailureTest, AFileThatWasMovedOrReplacedIsAnError) {
 }
 
 }  // namespace
-}  // namespace cimd
+}  // namespace cimd::test

@@ -1,22 +1,12 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "store_support.h"
 
-namespace cimd {
+namespace cimd::test {
 namespace {
 
 namespace fs = std::filesystem;
-using test::loadFile;
-using test::openError;
-using test::put;
-using test::row;
-using testing::AllOf;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
 
 // Root may do what modes forbid, so the tests of modes give the privileges up for a while.
 class OrdinaryUser {
@@ -35,7 +25,7 @@ class OrdinaryUser {
   bool isOrdinary_;
 };
 
-class StoreFileTest : public testing::Test {
+class StoreFileTest : public Test {
  protected:
   void SetUp() override {
     if (!user_.isOrdinary()) {
@@ -51,7 +41,7 @@ class StoreFileTest : public testing::Test {
   void expectFilled() { EXPECT_THAT(loadFile(file()), ElementsAre(row(u"a", "one"))); }
 
   OrdinaryUser user_;
-  test::TemporaryDirectory directory_;
+  TemporaryDirectory directory_;
 };
 
 TEST_F(StoreFileTest, AMissingFileIsMadeForItsOwnerOnly) {
@@ -71,9 +61,9 @@ TEST_F(StoreFileTest, AnEmptyFileAndAnEmptyDatabaseCountAsNew) {
   directory_.write("instances.db", "");
   fill();
   expectFilled();
-  test::removeStore(file());
+  removeStore(file());
   directory_.write("instances.db", "");
-  test::runSql(file(), "CREATE TABLE t (x); DROP TABLE t; VACUUM");
+  runSql(file(), "CREATE TABLE t (x); DROP TABLE t; VACUUM");
   ASSERT_GT(fs::file_size(file()), 0U);
   EXPECT_THAT(loadFile(file()), IsEmpty());
 }
@@ -96,15 +86,13 @@ TEST_F(StoreFileTest, AJournalOfAtLeast256KiBIsKept) {
 TEST_F(StoreFileTest, ASecondServerIsRefused) {
   fill();
   const InstanceDatabase first(file());
-  test::inChild(
-      [this] { EXPECT_EQ(openError(file()), "instances.db: in use by another process"); });
+  inChild([this] { EXPECT_EQ(openError(file()), "instances.db: in use by another process"); });
   EXPECT_EQ(openError(file()), "instances.db: in use by another process");
 }
 
 TEST_F(StoreFileTest, ASecondServerIsRefusedOnANewFileToo) {
   InstanceDatabase first(file());
-  test::inChild(
-      [this] { EXPECT_EQ(openError(file()), "instances.db: in use by another process"); });
+  inChild([this] { EXPECT_EQ(openError(file()), "instances.db: in use by another process"); });
   put(first, u"a", "one");
 }
 
@@ -123,9 +111,8 @@ TEST_F(StoreFileTest, AFileThatIsNotADatabaseIsRefusedAndUnchanged) {
        {std::string("x"), std::string(5000, 'x'), std::string(8192, '\0'),
         std::string("SQLite format 3"), std::string("class C { [Key] string s; };\n")}) {
     directory_.write("instances.db", content);
-    EXPECT_EQ(openError(file()),
-              "instances.db: not an SQLite database" + test::wayOut("instances.db"));
-    EXPECT_TRUE(test::readFile(file()) == content) << content.size();
+    EXPECT_EQ(openError(file()), "instances.db: not an SQLite database" + wayOut("instances.db"));
+    EXPECT_TRUE(readFile(file()) == content) << content.size();
   }
 }
 
@@ -134,28 +121,28 @@ TEST_F(StoreFileTest, ADatabaseOfAnotherProgramIsRefusedAndUnchanged) {
        {"CREATE TABLE instance (id INTEGER PRIMARY KEY)", "PRAGMA application_id = 7",
         "PRAGMA user_version = 1", "PRAGMA journal_mode = WAL; CREATE TABLE t (x)"}) {
     directory_.write("instances.db", "");
-    test::runSql(file(), sql);
-    const std::string before = test::readFile(file());
+    runSql(file(), sql);
+    const std::string before = readFile(file());
     EXPECT_EQ(openError(file()), "instances.db: a database of another program") << sql;
-    EXPECT_TRUE(test::readFile(file()) == before) << sql;
+    EXPECT_TRUE(readFile(file()) == before) << sql;
   }
 }
 
 TEST_F(StoreFileTest, ANewerFormatIsRefusedAndUnchanged) {
   fill();
-  test::runSql(file(), "PRAGMA user_version = 2");
-  const std::string before = test::readFile(file());
+  runSql(file(), "PRAGMA user_version = 2");
+  const std::string before = readFile(file());
   EXPECT_EQ(openError(file()),
             "instances.db: written by a newer version of this program (format 2, this one reads "
             "up to 1)");
-  EXPECT_TRUE(test::readFile(file()) == before);
+  EXPECT_TRUE(readFile(file()) == before);
 }
 
 TEST_F(StoreFileTest, AnUnknownOlderFormatIsRefused) {
   for (const char* sql : {"PRAGMA user_version = 0", "PRAGMA user_version = -5"}) {
-    test::removeStore(file());
+    removeStore(file());
     fill();
-    test::runSql(file(), sql);
+    runSql(file(), sql);
     EXPECT_THAT(openError(file()), HasSubstr("instances.db: damaged: format ")) << sql;
   }
 }
@@ -169,11 +156,11 @@ TEST_F(StoreFileTest, ChangedTablesAreRefused) {
         "ALTER TABLE set_aside RENAME TO aside",
         "CREATE TRIGGER t AFTER INSERT ON instance BEGIN DELETE FROM instance; END",
         "CREATE INDEX i ON instance (class)", withoutConstraints}) {
-    test::removeStore(file());
+    removeStore(file());
     fill();
-    test::runSql(file(), sql);
+    runSql(file(), sql);
     EXPECT_EQ(openError(file()), "instances.db: damaged: the tables are not those of format 1" +
-                                     test::wayOut("instances.db"))
+                                     wayOut("instances.db"))
         << sql;
   }
 }
@@ -186,7 +173,7 @@ TEST_F(StoreFileTest, ATruncatedFileIsRefused) {
 
 TEST_F(StoreFileTest, AnIndexThatLacksARowIsRefused) {
   fill();
-  std::string content = test::readFile(file());
+  std::string content = readFile(file());
   // Namespace and key stand in the row and, behind it, in the index.
   const std::size_t entry = content.rfind("root/kvasda");
   ASSERT_NE(entry, content.find("root/kvasda"));
@@ -198,7 +185,7 @@ TEST_F(StoreFileTest, AnIndexThatLacksARowIsRefused) {
 
 TEST_F(StoreFileTest, AJournalOrLogWithoutItsFileIsRefusedAndKept) {
   fill();
-  const std::string sound = test::readFile(file());
+  const std::string sound = readFile(file());
   for (const char* suffix : {"-journal", "-wal"}) {
     const fs::path log = file().string() + suffix;
     for (const bool isEmpty : {false, true}) {
@@ -225,19 +212,19 @@ TEST_F(StoreFileTest, AFileWithAWriteAheadLogIsTakenOver) {
     put(database, u"a", "one");
     put(database, u"b", "two");
   }
-  test::runSql(file(), "PRAGMA journal_mode = DELETE; PRAGMA auto_vacuum = NONE; VACUUM");
-  test::inChild([this] {
+  runSql(file(), "PRAGMA journal_mode = DELETE; PRAGMA auto_vacuum = NONE; VACUUM");
+  inChild([this] {
     sqlite::Connection database(file().string(), 1 << 20);
     database.execute("PRAGMA journal_mode = WAL");
     database.execute("DELETE FROM instance WHERE key = 'b'");
-    _exit(testing::Test::HasFailure() ? 1 : 0);  // without closing
+    _exit(Test::HasFailure() ? 1 : 0);  // without closing
   });
   const fs::path log = file().string() + "-wal";
   ASSERT_GT(fs::file_size(log), 0U);
   expectFilled();
   EXPECT_FALSE(fs::exists(log));
-  EXPECT_EQ(test::queryText(file(), "PRAGMA journal_mode"), "delete");
-  EXPECT_EQ(test::queryText(file(), "PRAGMA auto_vacuum"), "2");
+  EXPECT_EQ(queryText(file(), "PRAGMA journal_mode"), "delete");
+  EXPECT_EQ(queryText(file(), "PRAGMA auto_vacuum"), "2");
 }
 
 TEST_F(StoreFileTest, AReadOnlyFileIsRefused) {
@@ -322,7 +309,7 @@ TEST_F(StoreFileTest, NothingInAFileIsTrusted) {
 
 // In a process of its own, for one that is not root may be unable to go back to where it was.
 TEST_F(StoreFileTest, ANameIsNeverReadAsAUri) {
-  test::inChild([this] {
+  inChild([this] {
     fs::current_path(directory_.path());
     for (const char* name : {"file:x?mode=memory", ":memory:"}) {
       {
@@ -336,4 +323,4 @@ TEST_F(StoreFileTest, ANameIsNeverReadAsAUri) {
 }
 
 }  // namespace
-}  // namespace cimd
+}  // namespace cimd::test

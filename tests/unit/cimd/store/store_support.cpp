@@ -22,10 +22,10 @@ constexpr int largeEnough = 1 << 30;
 
 Rows load(InstanceDatabase& database, std::vector<std::string>* warnings) {
   Rows rows;
-  const auto found = database.load([&rows](const Pegasus::String& nameSpace, const InstanceKey& key,
-                                           std::string_view instanceXml) {
-    rows.push_back(row(key, std::string(instanceXml), nameSpace.toUtf8()));
-  });
+  const auto found = database.load(
+      [&rows](const String& nameSpace, const InstanceKey& key, std::string_view instanceXml) {
+        rows.push_back(row(key, std::string(instanceXml), nameSpace.toUtf8()));
+      });
   if (warnings != nullptr) {
     *warnings = found;
   } else {
@@ -40,7 +40,7 @@ Rows loadFile(const fs::path& file, std::vector<std::string>* warnings) {
 }
 
 std::string row(const InstanceKey& key, const std::string& text, const std::string& nameSpace) {
-  return nameSpace + " " + Pegasus::String(std::u16string(key)).toUtf8() + " " + text;
+  return nameSpace + " " + String(std::u16string(key)).toUtf8() + " " + text;
 }
 
 void put(Journal& journal, const InstanceKey& key, const std::string& text, const char* nameSpace) {
@@ -84,8 +84,8 @@ void removeStore(const fs::path& file) {
 std::string putError(Journal& journal, const InstanceKey& key, const std::string& text) {
   try {
     put(journal, key, text);
-  } catch (const Pegasus::CIMException& error) {
-    EXPECT_EQ(error.getCode(), Pegasus::CIM_ERR_FAILED);
+  } catch (const CIMException& error) {
+    EXPECT_EQ(error.getCode(), CIM_ERR_FAILED);
     return error.getDescription().toUtf8();
   }
   return "";
@@ -110,7 +110,7 @@ void inChild(const std::function<void()>& body) {
       ADD_FAILURE() << error.what();
     }
     std::cout.flush();
-    _exit(testing::Test::HasFailure() ? 1 : 0);
+    _exit(Test::HasFailure() ? 1 : 0);
   }
   int status = 0;
   ASSERT_EQ(waitpid(child, &status, 0), child);

@@ -1,7 +1,9 @@
-// Whose request is worked on next.
-#include "http/turns.h"
+// Whose request is worked on next, and whose memory gives way when that for large ones is used up.
 #include <gtest/gtest.h>
+#include "http/memory_budget.h"
+#include "http/turns.h"
 
+#include <deque>
 #include <string>
 
 namespace cimd {
@@ -45,25 +47,9 @@ TEST_F(TurnsTest, SmallRequestsGoBeforeLargeOnes) {
   EXPECT_EQ(order(), "s1 s2 L1 L2 ");
 }
 
-TEST_F(TurnsTest, AfterSixteenSmallRequestsComesALargeOne) {
+TEST_F(TurnsTest, ARoundEndsAfterSixteenSmallRequestsAndAfterALargeOne) {
   add(1, Turn::large, "L1");
   add(1, Turn::large, "L2");
-  for (int i = 0; i < 33; ++i) {
-    add(1, Turn::small, "s");
-  }
-  std::string expected;
-  for (const char* large : {"L1 ", "L2 "}) {
-    for (int i = 0; i < 16; ++i) {
-      expected += "s ";
-    }
-    expected += large;
-  }
-  EXPECT_EQ(order(), expected + "s ");
-}
-
-TEST_F(TurnsTest, ARoundEndsAfterSixteenSmallRequestsAndAfterALargeOne) {
-  add(1, Turn::large, "L");
-  add(1, Turn::large, "L");
   for (int i = 0; i < 48; ++i) {
     add(1, Turn::small, "s");
   }
@@ -71,11 +57,11 @@ TEST_F(TurnsTest, ARoundEndsAfterSixteenSmallRequestsAndAfterALargeOne) {
     turns_.next()();
     order_ += turns_.isRoundOver() ? "| " : "";
   }
-  std::string small;
+  std::string sixteen;
   for (int i = 0; i < 16; ++i) {
-    small += "s ";
+    sixteen += "s ";
   }
-  EXPECT_EQ(order_, small + "| L | " + small + "| L | " + small + "| ");
+  EXPECT_EQ(order_, sixteen + "| L1 | " + sixteen + "| L2 | " + sixteen + "| ");
 }
 
 TEST_F(TurnsTest, AccountsTakeTurns) {
@@ -116,6 +102,52 @@ TEST_F(TurnsTest, SmallRequestsGoBetweenThePartsOfALargeOne) {
   turns_.next()();
   add(1, Turn::small, "s2");
   EXPECT_EQ(order(), "L s1 s2 L L ");
+}
+
+class MemoryBudgetTest : public testing::Test {
+ protected:
+  MemoryShare& share(const Owner& owner, const std::string& name) {
+    return shares_.emplace_back(budget_, owner, [this, name] { ended_ += name + ' '; });
+  }
+
+  std::shared_ptr<MemoryBudget> budget_ = std::make_shared<MemoryBudget>(100, 10);
+  std::string ended_;
+  std::deque<MemoryShare> shares_;
+};
+
+TEST_F(MemoryBudgetTest, TheAccountWithTheMostGivesUpItsOldest) {
+  EXPECT_TRUE(share(1, "a1").resize(20));
+  EXPECT_TRUE(share(2, "b1").resize(30));
+  EXPECT_TRUE(share(2, "b2").resize(40));
+  MemoryShare& third = share(3, "c1");
+  EXPECT_TRUE(third.resize(20));
+  EXPECT_EQ(ended_, "b1 ");
+  EXPECT_TRUE(third.resize(40));
+  EXPECT_EQ(ended_, "b1 ");
+}
+
+TEST_F(MemoryBudgetTest, AnAccountThatWouldHaveTheMostTakesNothingOfOthers) {
+  EXPECT_TRUE(share(1, "a1").resize(40));
+  MemoryShare& oldest = share(2, "b1");
+  EXPECT_TRUE(oldest.resize(30));
+  EXPECT_TRUE(share(2, "b2").resize(60));
+  EXPECT_EQ(ended_, "b1 ");
+  EXPECT_FALSE(share(3, "c1").resize(70));
+  EXPECT_EQ(ended_, "b1 ");
+}
+
+TEST_F(MemoryBudgetTest, AShareLargerThanTheWholeBudgetIsRefusedAtOnce) {
+  EXPECT_TRUE(share(1, "a1").resize(50));
+  EXPECT_FALSE(share(1, "a2").resize(101));
+  EXPECT_EQ(ended_, "");
+}
+
+TEST_F(MemoryBudgetTest, SmallSharesTakeNothing) {
+  for (int i = 0; i < 100; ++i) {
+    EXPECT_TRUE(share(1, "a").resize(10));
+  }
+  EXPECT_TRUE(share(2, "b").resize(100));
+  EXPECT_EQ(ended_, "");
 }
 
 }  // namespace
