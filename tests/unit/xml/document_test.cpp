@@ -77,6 +77,8 @@ TEST(XmlDocument, AttributesAreFoundByExactName) {
   EXPECT_EQ(document.root().attribute("TWO"), "");
   EXPECT_EQ(document.root().attribute("three"), "a&A\"\"'<");
   EXPECT_FALSE(document.root().attribute("ONE"));
+  EXPECT_FALSE(document.root().attribute("On"));
+  EXPECT_FALSE(document.root().attribute("One2"));
 }
 
 TEST(XmlDocument, TextIsExact) {
@@ -146,6 +148,7 @@ TEST(XmlDocument, OtherDeclarationsAreRefused) {
 
 TEST(XmlDocument, MessageShowsWhatIsWrongAndWhere) {
   expectRefused({{"<a><b></a>", "9: an end tag without its start tag: a"},
+                 {"<a></ab>", "7: an end tag without its start tag: ab"},
                  {"<a>&foo;</a>", "3: '&' that does not begin a reference of XML"},
                  {"<a>\xFF</a>", "3: not UTF-8"},
                  {"<a>\x01</a>", "3: a control character"},
