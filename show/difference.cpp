@@ -114,7 +114,7 @@ bool haveNoPlaces(const Parts& parts) {
 Parts comparedOnly(const Parts& parts) {
   Parts result;
   for (const Part& part : parts.list) {
-    result.list.push_back({.compared = part.compared});
+    result.list.push_back({.isModule = part.isModule, .compared = part.compared});
   }
   return result;
 }
@@ -130,26 +130,24 @@ void compareParts(const Parts& before, const Parts& after, bool areModules,
   }
   const char* const what = areModules ? "memory module" : "processor";
   if (haveNoPlaces(before) || haveNoPlaces(after)) {
-    addChanged(
-        differences, "machine", String(),
-        {{areModules ? "memoryModules" : "processors", groupWords(comparedOnly(before), areModules),
-          groupWords(comparedOnly(after), areModules)}});
+    addChanged(differences, "machine", String(),
+               {{areModules ? "memoryModules" : "processors", groupWords(comparedOnly(before)),
+                 groupWords(comparedOnly(after))}});
     return;
   }
   match(
       before.list, after.list, [](const Part& part) { return *part.place; },
       [&](const Part& a, const Part& b) {
-        addChanged(
-            differences, what, *b.place,
-            {{areModules ? "size" : "clock", partWords(a, areModules), partWords(b, areModules)},
-             {areModules ? "type" : "name", a.type, b.type},
-             {"cores", numberText(a.cores), numberText(b.cores)},
-             {"manufacturer", a.manufacturer, b.manufacturer},
-             {"partNumber", a.partNumber, b.partNumber},
-             {"serialNumber", a.serialNumber, b.serialNumber}});
+        addChanged(differences, what, *b.place,
+                   {{areModules ? "size" : "clock", partWords(a), partWords(b)},
+                    {areModules ? "type" : "name", a.type, b.type},
+                    {"cores", numberText(a.cores), numberText(b.cores)},
+                    {"manufacturer", a.manufacturer, b.manufacturer},
+                    {"partNumber", a.partNumber, b.partNumber},
+                    {"serialNumber", a.serialNumber, b.serialNumber}});
       },
       [&](Kind kind, const Part& part) {
-        String words = partWords(part, areModules);
+        String words = partWords(part);
         for (const Text& more : {part.type, part.partNumber, part.serialNumber}) {
           words += more ? String(", ") + *more : String();
         }

@@ -31,7 +31,8 @@ void visitEntry(AnyEntry& entry, const Visit& visit) {
 }
 
 template <typename AnyPart, typename Visit>
-void visitPart(AnyPart& part, bool isModule, const Visit& visit) {
+void visitPart(AnyPart& part, const Visit& visit) {
+  const bool isModule = part.isModule;
   visit("place", part.place);
   if (isModule) {
     visit("locator", part.locator);
@@ -73,9 +74,9 @@ void visitMachine(AnyMachine& machine, int format, const Visit& visit) {
 
 // --- writing ---
 
-Json partJson(const Part& part, bool isModule) {
+Json partJson(const Part& part) {
   Json json;
-  visitPart(part, isModule, [&](const char* name, const auto& value) {
+  visitPart(part, [&](const char* name, const auto& value) {
     if (std::string_view(name) == "sizeBytes") {
       json["sizeMiB"] = part.amount ? Json(*part.amount >> 20U) : Json();
     }
@@ -85,13 +86,13 @@ Json partJson(const Part& part, bool isModule) {
 }
 
 // Null for a refusal.
-Json partsJson(const Parts& parts, bool areModules, int format) {
+Json partsJson(const Parts& parts, int format) {
   if (parts.refusal) {
     return {};
   }
   Json list = Json::array();
   for (const Part& part : parts.list) {
-    list.push_back(format == 1 ? toJson(part.compared) : partJson(part, areModules));
+    list.push_back(format == 1 ? toJson(part.compared) : partJson(part));
   }
   return list;
 }
@@ -163,13 +164,13 @@ class Node {
 };
 
 // Of format 1: a module's size is in mebibytes.
-void readCompared(const Node& node, bool isModule, Part& part) {
+void readCompared(const Node& node, Part& part) {
   node.read(part.compared);
   const std::string digits = part.compared.value_or(String()).toUtf8();
   std::uint32_t number = 0;
   const auto end = std::from_chars(digits.data(), digits.data() + digits.size(), number);
   if (end.ec == std::errc() && end.ptr == digits.data() + digits.size()) {
-    part.amount = std::uint64_t{number} << (isModule ? 20U : 0U);
+    part.amount = std::uint64_t{number} << (part.isModule ? 20U : 0U);
   }
 }
 
@@ -180,10 +181,11 @@ void readParts(const Node& node, bool areModules, int format, Parts& parts) {
   }
   for (const Node& item : node.items()) {
     Part& part = parts.list.emplace_back();
+    part.isModule = areModules;
     if (format == 1) {
-      readCompared(item, areModules, part);
+      readCompared(item, part);
     } else {
-      visitPart(part, areModules, [&](const char* name, auto& value) { item[name].read(value); });
+      visitPart(part, [&](const char* name, auto& value) { item[name].read(value); });
     }
   }
 }
@@ -219,7 +221,7 @@ Json toJson(const Machine& machine, int format) {
   Json json;
   visitMachine(machine, format, [&](const char* name, const auto& value) {
     if constexpr (std::is_same_v<decltype(value), const Parts&>) {
-      json[name] = partsJson(value, &value == &machine.memoryModules, format);
+      json[name] = partsJson(value, format);
     } else {
       json[name] = toJson(value);
     }

@@ -48,11 +48,12 @@ std::optional<String> textOf(const CIMInstance& instance, ComparedText text) {
   }
 }
 
-Parts readParts(CIMClient& client, Read read, ComparedText text) {
+Parts readParts(CIMClient& client, bool areModules, Read read, ComparedText text) {
   Parts parts;
   try {
     for (const CIMInstance& instance : read(client)) {
-      parts.list.push_back({.compared = textOf(instance, text), .path = pathOf(instance)});
+      parts.list.push_back(
+          {.isModule = areModules, .compared = textOf(instance, text), .path = pathOf(instance)});
     }
   } catch (const CIMException& refusal) {
     parts.refusal = refusal.getMessage();
@@ -227,7 +228,17 @@ bool Parts::isBroken() const {
   return std::any_of(list.begin(), list.end(), [](const Part& part) { return !part.compared; });
 }
 
-std::vector<NamedPart> partsNamed(const Machine& machine, const String& name) {
+std::vector<const Part*> Machine::parts() const {
+  std::vector<const Part*> all;
+  for (const Parts* some : {&processors, &memoryModules}) {
+    for (const Part& part : some->list) {
+      all.push_back(&part);
+    }
+  }
+  return all;
+}
+
+std::vector<const Part*> partsNamed(const Machine& machine, const String& name) {
   using Same = std::function<bool(const Part&)>;
   const std::u16string wanted = folded(name.view());
   const auto isWanted = [&](const std::optional<String>& text) {
@@ -241,13 +252,11 @@ std::vector<NamedPart> partsNamed(const Machine& machine, const String& name) {
         return isWanted(part.bank) || isWanted(part.serialNumber) || isWanted(part.partNumber);
       },
       [&](const Part& part) { return part.place && isShortFor(name.view(), part.place->view()); }};
-  std::vector<NamedPart> found;
+  std::vector<const Part*> found;
   for (const Same& isSame : rules) {
-    for (const bool isModule : {false, true}) {
-      for (const Part& part : (isModule ? machine.memoryModules : machine.processors).list) {
-        if (isSame(part)) {
-          found.push_back({&part, isModule});
-        }
+    for (const Part* part : machine.parts()) {
+      if (isSame(*part)) {
+        found.push_back(part);
       }
     }
     if (!found.empty()) {
@@ -273,8 +282,8 @@ Machine readMachine(CIMClient& client) {
   if (getMachineType(client, machineType) == 1) {
     machine.machineType = machineType;
   }
-  machine.processors = readParts(client, readProcessors, clockText);
-  machine.memoryModules = readParts(client, readMemoryModules, memorySizeText);
+  machine.processors = readParts(client, false, readProcessors, clockText);
+  machine.memoryModules = readParts(client, true, readMemoryModules, memorySizeText);
   machine.languageCode = languageCode();
   if (const char* language = std::getenv("LANG")) {
     machine.language = String(language);

@@ -13,6 +13,7 @@ namespace show {
 // A processor or memory module. Absent is whatever the server does not say; it may be another
 // maker's, whose classes have other properties.
 struct Part {
+  bool isModule = false;
   // The text with which morvik compares an entry: the clock in megahertz, or the size in mebibytes.
   // Empty for a null value; absent if the instance lacks the property or has it in another type,
   // which makes morvik stop there.
@@ -65,18 +66,16 @@ struct Machine {
   // Of LANG: of this process, not of the server. The code is empty if there is none for it.
   Pegasus::String languageCode;
   std::optional<Pegasus::String> language;
-};
 
-struct NamedPart {
-  const Part* part;
-  bool isModule;
+  // The processors, then the modules.
+  std::vector<const Part*> parts() const;
 };
 
 // The parts whose place is that; if there are none, those whose slot is labelled so; then those of
 // which one of these has the same letters and digits; then those whose bank, serial number or part
 // number it is; then those whose place ends with these words, or has another word before, as
 // "DIMM A1" has for A1.
-std::vector<NamedPart> partsNamed(const Machine& machine, const Pegasus::String& name);
+std::vector<const Part*> partsNamed(const Machine& machine, const Pegasus::String& name);
 
 // As far as morvik reads it, and the serial number: parts have nothing but the compared text.
 // Throws what the client throws, except for the server's refusals.

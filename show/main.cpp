@@ -195,9 +195,8 @@ ExitStatus showMachine(CIMClient& client, const Options& options, const Output& 
   if (isRefused) {
     return ExitStatus::trouble;
   }
-  const bool isEmpty =
-      !machine.hasSystem && machine.processors.list.empty() && machine.memoryModules.list.empty();
-  return isEmpty ? ExitStatus::noEntries : ExitStatus::entries;
+  return !machine.hasSystem && machine.parts().empty() ? ExitStatus::noEntries
+                                                       : ExitStatus::entries;
 }
 
 // The file to explain, or else that of the last good run of this machine.
@@ -256,52 +255,45 @@ ExitStatus explain(CIMClient& client, const Options& options, std::istream& file
 [[noreturn]] void failToFind(const std::string& place, const Machine& machine) {
   std::string words = "no part at '" + place + "'; there are";
   const char* separator = " ";
-  for (const Parts* parts : {&machine.processors, &machine.memoryModules}) {
-    for (const Part& part : parts->list) {
-      words += separator + part.place.value_or("?").toUtf8();
-      separator = ", ";
-    }
+  for (const Part* part : machine.parts()) {
+    words += separator + part->place.value_or("?").toUtf8();
+    separator = ", ";
   }
-  throw std::runtime_error(*separator == ' ' ? "the CIM server has no parts" : words);
+  throw std::runtime_error(machine.parts().empty() ? "the CIM server has no parts" : words);
 }
 
-bool isFor(const Explanation& line, const NamedPart& named) {
+bool isFor(const Explanation& line, const Part& part) {
   const auto& places = line.places;
-  return line.category == (named.isModule ? "MEMORY" : "PROCESSOR") && named.part->place &&
-         std::find(places.begin(), places.end(), *named.part->place) != places.end();
+  return line.category == (part.isModule ? "MEMORY" : "PROCESSOR") && part.place &&
+         std::find(places.begin(), places.end(), *part.place) != places.end();
 }
 
 ExitStatus showPlace(CIMClient& client, const Options& options, std::istream& file,
                      const Output& output) {
   const Machine machine = readWholeMachine(client, options);
-  std::vector<PartNumber> numbers;
-  for (const NamedPart& named : partsNamed(machine, String(*options.place))) {
-    numbers.push_back({named, {}, {}});
-  }
-  if (numbers.empty()) {
+  const std::vector<const Part*> parts = partsNamed(machine, String(*options.place));
+  if (parts.empty()) {
     failToFind(*options.place, machine);
   }
-  const std::size_t parts = numbers.size();
+  std::vector<std::vector<PartNumber>> found(parts.size());
   Explainer explainer(client, machine);
   while (const auto line = nextOf(explainer, file, dataFileOf(options))) {
-    for (std::size_t i = 0; i < parts; ++i) {
-      if (isFor(*line, numbers[i].named)) {
-        PartNumber number = {numbers[i].named, line->fields->fruNumber, line->fields->description};
-        // The first takes the place of the part without a number.
-        if (numbers[i].fruNumber) {
-          numbers.push_back(std::move(number));
-        } else {
-          numbers[i] = std::move(number);
-        }
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+      if (isFor(*line, *parts[i])) {
+        found[i].push_back({parts[i], line->fields->fruNumber, line->fields->description});
       }
     }
   }
-  std::stable_sort(numbers.begin(), numbers.end(), [](const PartNumber& a, const PartNumber& b) {
-    return std::less<>()(a.named.part, b.named.part);
-  });
+  std::vector<PartNumber> numbers;
+  bool isEachFound = true;
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    isEachFound = isEachFound && !found[i].empty();
+    if (found[i].empty()) {
+      found[i].push_back({parts[i]});
+    }
+    numbers.insert(numbers.end(), found[i].begin(), found[i].end());
+  }
   writeNumbers(output, machine, numbers);
-  const bool isEachFound = std::all_of(numbers.begin(), numbers.end(),
-                                       [](const PartNumber& number) { return number.fruNumber; });
   if (!isEachFound) {
     complain(String("no entry of " + dataFileOf(options) + " is for it"));
   }

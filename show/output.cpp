@@ -81,8 +81,8 @@ void writeWords(const Output& output, const Machine& machine) {
   line("Model", modelWords(machine));
   line("Machine type", machineTypeWords(machine));
   line("Serial number", machine.serialNumber);
-  line("Processors", groupWords(machine.processors, false));
-  line("Memory modules", groupWords(machine.memoryModules, true));
+  line("Processors", groupWords(machine.processors));
+  line("Memory modules", groupWords(machine.memoryModules));
   line("Language code", languageWords(machine));
 }
 
@@ -149,11 +149,11 @@ Summary countAll(const NextExplanation& next, const Write& write) {
 
 }  // namespace
 
-String partWords(const Part& part, bool isModule) {
+String partWords(const Part& part) {
   if (!part.compared) {
     return "missing: morvik stops here";
   }
-  if (!isModule) {
+  if (!part.isModule) {
     return part.compared->size() > 0 ? *part.compared + " MHz" : "no value";
   }
   if (!part.amount) {
@@ -162,10 +162,10 @@ String partWords(const Part& part, bool isModule) {
   return sizeWords(*part.amount);
 }
 
-Text typeWords(const Part& part, bool isModule) {
+Text typeWords(const Part& part) {
   Text words = part.type;
   const auto add = [&](const String& more) { words = words ? *words + ", " + more : more; };
-  if (isModule && part.maxSpeed) {
+  if (part.isModule && part.maxSpeed) {
     add(numbered(*part.maxSpeed, "MHz"));
   }
   if (part.cores) {
@@ -230,15 +230,15 @@ void writeList(const Output& output, bool withVendor, const Machine& machine,
   table.end();
 }
 
-String groupWords(const Parts& parts, bool areModules) {
+String groupWords(const Parts& parts) {
   if (parts.refusal) {
     return "unknown";
   }
   std::vector<std::pair<String, std::size_t>> groups;
   for (const Part& part : parts.list) {
-    String words = partWords(part, areModules);
+    String words = partWords(part);
     const String compared = part.compared.value_or(String()) + " MiB";
-    if (areModules && part.amount && words != compared) {
+    if (part.isModule && part.amount && words != compared) {
       words += String(" (") + compared + ")";
     }
     const auto group = std::find_if(groups.begin(), groups.end(),
@@ -263,20 +263,18 @@ void writeMachine(const Output& output, const Machine& machine) {
     return;
   }
   const bool isOnlyTable = output.form.isCsv || !output.form.columns.empty();
-  const bool hasParts = !machine.processors.list.empty() || !machine.memoryModules.list.empty();
+  const std::vector<const Part*> parts = machine.parts();
   if (!isOnlyTable) {
     writeWords(output, machine);
-    output.out << (hasParts ? "\n" : "");
+    output.out << (parts.empty() ? "" : "\n");
   }
-  if (!hasParts && !isOnlyTable) {
+  if (parts.empty() && !isOnlyTable) {
     return;
   }
   Table table(output, machineColumns());
-  for (const bool isModule : {false, true}) {
-    for (const Part& part : (isModule ? machine.memoryModules : machine.processors).list) {
-      table.add({{part.place, partWords(part, isModule), typeWords(part, isModule), part.compared,
-                  part.bank, part.manufacturer, part.partNumber, part.serialNumber}});
-    }
+  for (const Part* part : parts) {
+    table.add({{part->place, partWords(*part), typeWords(*part), part->compared, part->bank,
+                part->manufacturer, part->partNumber, part->serialNumber}});
   }
   table.end();
 }
@@ -293,8 +291,8 @@ void writeNumbers(const Output& output, const Machine& machine,
   if (output.json) {
     JsonList list(output, documentOf(output, machine), "numbers");
     for (const PartNumber& number : numbers) {
-      list.add({{"place", toJson(number.named.part->place)},
-                {"category", number.named.isModule ? "MEMORY" : "PROCESSOR"},
+      list.add({{"place", toJson(number.part->place)},
+                {"category", number.part->isModule ? "MEMORY" : "PROCESSOR"},
                 {"fruNumber", toJson(number.fruNumber)},
                 {"description", toJson(number.description)}});
     }
@@ -304,8 +302,7 @@ void writeNumbers(const Output& output, const Machine& machine,
   withoutHeadings.form.hasHeadings = output.form.hasHeadings && output.form.isCsv;
   Table table(withoutHeadings, numberColumns());
   for (const PartNumber& number : numbers) {
-    const auto& [part, isModule] = number.named;
-    table.add({{part->place, partWords(*part, isModule), number.fruNumber, number.description},
+    table.add({{number.part->place, partWords(*number.part), number.fruNumber, number.description},
                Style::plain,
                true});
   }

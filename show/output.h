@@ -38,12 +38,12 @@ Columns explanationColumns();
 Summary writeExplanations(const Output& output, const Machine& machine,
                           const NextExplanation& next);
 
-// The number for a part, and the part.
+// The number for a part.
 struct PartNumber {
-  NamedPart named;
+  const Part* part;
   // Both absent if there is no entry for the part.
-  std::optional<Pegasus::String> fruNumber;
-  std::optional<Pegasus::String> description;
+  std::optional<Pegasus::String> fruNumber = {};
+  std::optional<Pegasus::String> description = {};
 };
 
 Columns numberColumns();
@@ -51,11 +51,11 @@ void writeNumbers(const Output& output, const Machine& machine,
                   const std::vector<PartNumber>& numbers);
 
 // "2400 MHz", "16 GiB"; what morvik makes of a part without a value.
-Pegasus::String partWords(const Part& part, bool isModule);
+Pegasus::String partWords(const Part& part);
 // "DDR4, 2666 MHz"; "Processor 3 GHz, 8 cores".
-std::optional<Pegasus::String> typeWords(const Part& part, bool isModule);
+std::optional<Pegasus::String> typeWords(const Part& part);
 
 // "2 x 16 GiB (16384 MiB), 1 x 953 MiB": equal ones are counted, in the order of the first of them.
-Pegasus::String groupWords(const Parts& parts, bool areModules);
+Pegasus::String groupWords(const Parts& parts);
 
 }  // namespace show

@@ -130,14 +130,14 @@ void writeEntries(std::ostream& out, const Inventory& inventory, const Categorie
   out << (isFirst ? "" : "</ul>\n");
 }
 
-void writePart(std::ostream& out, const Part& part, bool isModule) {
-  out << "<li><b>" << html(part.place) << "</b> " << html(partWords(part, isModule));
+void writePart(std::ostream& out, const Part& part) {
+  out << "<li><b>" << html(part.place) << "</b> " << html(partWords(part));
   // What is printed at the slot, unless the place says so already.
   const bool isSaid = part.place && part.locator &&
                       part.place->view().find(part.locator->view()) != std::u16string_view::npos;
   std::string details;
-  for (const Text& text : {isSaid ? Text() : part.locator, typeWords(part, isModule),
-                           part.manufacturer, part.partNumber}) {
+  for (const Text& text :
+       {isSaid ? Text() : part.locator, typeWords(part), part.manufacturer, part.partNumber}) {
     if (text && text->size() > 0) {
       details += (details.empty() ? "" : ", ") + html(*text);
     }
@@ -158,7 +158,7 @@ void writePlaces(std::ostream& out, const Inventory& inventory, bool areModules)
   if (!parts.list.empty()) {
     out << "<ul class=\"places\">\n";
     for (const Part& part : parts.list) {
-      writePart(out, part, areModules);
+      writePart(out, part);
     }
     out << "</ul>\n";
   } else {
@@ -257,8 +257,8 @@ void writeMachines(std::ostream& out, const std::vector<NamedInventory>& machine
     cell(known ? known->machineType : std::nullopt);
     cell(known ? known->model : std::nullopt);
     cell(known ? known->serialNumber : std::nullopt);
-    cell(known ? Text(groupWords(known->processors, false)) : std::nullopt);
-    cell(known ? Text(groupWords(known->memoryModules, true)) : std::nullopt);
+    cell(known ? Text(groupWords(known->processors)) : std::nullopt);
+    cell(known ? Text(groupWords(known->memoryModules)) : std::nullopt);
     const Age age = ageOf(inventory.time, now);
     out << countCell(entriesOf(inventory).size()) << "<td class=\"count\" data-v=\"" << age.seconds
         << "\">" << html(age) << "</td></tr>\n";

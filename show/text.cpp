@@ -59,16 +59,19 @@ class Utf8Locale {
   locale_t before_;
 };
 
-// -1 for what is not printable.
-int widthOf(char32_t c) {
+// Nothing for what is not printable.
+std::optional<std::size_t> widthOf(char32_t c) {
   if (c >= 0x20 && c < 0x7F) {
     return 1;
   }
-  if (c == 0) {  // to wcwidth() it is the end of a text
-    return -1;
-  }
   const Utf8Locale inUtf8;
-  return wcwidth(static_cast<wchar_t>(c));
+  // To wcwidth(), zero is the end of a text.
+  const int width = c == 0 ? -1 : wcwidth(static_cast<wchar_t>(c));
+  return width < 0 ? std::nullopt : std::optional(static_cast<std::size_t>(width));
+}
+
+std::size_t columnsFor(char32_t c) {
+  return widthOf(c).value_or(0);
 }
 
 // These have no width of their own, but change the order in which the line around them reads.
@@ -77,25 +80,12 @@ bool turnsDirection(char32_t c) {
          (c >= 0x2066 && c <= 0x2069);
 }
 
-const char* sequenceOf(Style style) {
-  switch (style) {
-    case Style::bold:
-      return "\x1b[1m";
-    case Style::faint:
-      return "\x1b[2m";
-    case Style::green:
-      return "\x1b[32m";
-    case Style::yellow:
-      return "\x1b[33m";
-    case Style::plain:
-      break;
-  }
-  return "";
-}
+// By style.
+constexpr const char* sequences[] = {"", "\x1b[1m", "\x1b[2m", "\x1b[32m", "\x1b[33m"};
 
 // Whether the character must not reach a terminal.
 bool isHarmful(char32_t c) {
-  return turnsDirection(c) || widthOf(c) < 0;
+  return turnsDirection(c) || !widthOf(c);
 }
 
 }  // namespace
@@ -141,8 +131,7 @@ String lowered(const String& text) {
 std::size_t columnsOf(const std::string& text) {
   std::size_t columns = 0;
   for (auto position = text.begin(); position != text.end();) {
-    const int width = widthOf(utf8::next(position, text.end()));
-    columns += width > 0 ? static_cast<std::size_t>(width) : 0;
+    columns += columnsFor(utf8::next(position, text.end()));
   }
   return columns;
 }
@@ -155,8 +144,7 @@ std::string cutTo(std::size_t columns, const std::string& text, const Terminal& 
   std::size_t taken = 0;
   auto end = text.begin();
   for (auto position = end; position != text.end(); end = position) {
-    const int width = widthOf(utf8::next(position, text.end()));
-    taken += width > 0 ? static_cast<std::size_t>(width) : 0;
+    taken += columnsFor(utf8::next(position, text.end()));
     if (taken > columns - 1) {
       break;
     }
@@ -173,8 +161,8 @@ std::vector<std::string> wrapTo(std::size_t columns, const std::string& text) {
   std::size_t blank = std::string::npos;  // the last one in the current line
   for (auto position = text.begin(); position != text.end();) {
     const auto begin = position;
-    const int own = widthOf(utf8::next(position, text.end()));
-    width += own > 0 ? static_cast<std::size_t>(own) : 0;
+    const std::size_t own = columnsFor(utf8::next(position, text.end()));
+    width += own;
     if (width > columns && *begin == ' ') {
       lines.emplace_back();
       width = 0;
@@ -188,7 +176,7 @@ std::vector<std::string> wrapTo(std::size_t columns, const std::string& text) {
         lines.back().resize(blank);
       }
       lines.push_back(rest);
-      width = columnsOf(rest) + (own > 0 ? static_cast<std::size_t>(own) : 0);
+      width = columnsOf(rest) + own;
       blank = std::string::npos;
     }
     if (*begin == ' ') {
@@ -260,7 +248,7 @@ std::string styled(Style style, const std::string& text, const Terminal& termina
   if (!terminal.hasColours || style == Style::plain) {
     return text;
   }
-  return sequenceOf(style) + text + "\x1b[0m";
+  return sequences[static_cast<std::size_t>(style)] + text + "\x1b[0m";
 }
 
 }  // namespace show

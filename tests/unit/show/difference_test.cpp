@@ -92,7 +92,8 @@ Inventory machineWith(std::vector<Part> modules, int format = 2) {
 }
 
 TEST(Difference, PartsAreComparedByPlace) {
-  const Part small = {.compared = "512", .place = "D1", .type = "DDR4", .amount = 512U << 20U};
+  const Part small = {
+      .isModule = true, .compared = "512", .place = "D1", .type = "DDR4", .amount = 512U << 20U};
   Part large = small;
   large.compared = "1024";
   large.amount = 1024U << 20U;
@@ -107,8 +108,9 @@ TEST(Difference, PartsAreComparedByPlace) {
 }
 
 TEST(Difference, PartsWithoutPlacesAreCounted) {
-  const Part placed = {.compared = "512", .place = "D1", .type = "DDR4", .amount = 512U << 20U};
-  const Part bare = {.compared = "512"};
+  const Part placed = {
+      .isModule = true, .compared = "512", .place = "D1", .type = "DDR4", .amount = 512U << 20U};
+  const Part bare = {.isModule = true, .compared = "512"};
   EXPECT_THAT(compare(machineWith({bare, bare}, 1), machineWith({placed})),
               ElementsAre("changed machine  memoryModules: 2 x 512 MiB -> 1 x 512 MiB"));
   EXPECT_THAT(compare(machineWith({bare}, 1), machineWith({placed})), IsEmpty());

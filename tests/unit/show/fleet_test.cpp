@@ -21,7 +21,7 @@ namespace {
 Parts partsOf(const std::vector<std::optional<String>>& texts) {
   Parts parts;
   for (const auto& text : texts) {
-    parts.list.push_back({text});
+    parts.list.push_back({.compared = text});
   }
   return parts;
 }

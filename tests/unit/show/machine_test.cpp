@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "../src/fake_client.h"
+#include "inventory.h"
 #include "output.h"
 
 using Pegasus::Array;
@@ -78,29 +80,18 @@ TEST_F(MachineTest, DetailsAreThoseOfTheDmtf) {
                        {"Manufacturer", CIMValue(String("M"))},
                        {"PartNumber", CIMValue(String("PN"))},
                        {"SerialNumber", CIMValue(String("SN"))}});
-  const Machine machine = read();
-  EXPECT_EQ(machine.hostName, String("db1"));
-  EXPECT_EQ(machine.machineType, String("1234"));
-  EXPECT_EQ(machine.serialNumber, String("S1"));
-  EXPECT_EQ(machine.manufacturer, String("Maker"));
-  const Part& processor = machine.processors.list.at(0);
-  EXPECT_EQ(processor.place, String("CPU 1"));
-  EXPECT_EQ(processor.compared, String("2400"));
-  EXPECT_EQ(processor.type, String("Processor"));
-  EXPECT_EQ(processor.amount, 2400U);
-  EXPECT_EQ(processor.maxSpeed, 3000U);
-  EXPECT_EQ(processor.cores, 8U);
-  EXPECT_EQ(processor.serialNumber, String("P1"));
-  const Part& module = machine.memoryModules.list.at(0);
-  EXPECT_EQ(module.place, String("DIMM 1"));
-  EXPECT_EQ(module.locator, String("slot"));
-  EXPECT_EQ(module.bank, String("BANK 0"));
-  EXPECT_EQ(module.compared, String("16384"));
-  EXPECT_EQ(module.type, String("DDR4"));
-  EXPECT_EQ(module.maxSpeed, 2933U);
-  EXPECT_EQ(module.manufacturer, String("M"));
-  EXPECT_EQ(module.partNumber, String("PN"));
-  EXPECT_EQ(module.serialNumber, String("SN"));
+  Machine machine = read();
+  machine.language = "en_US";
+  machine.languageCode = "en";
+  EXPECT_EQ(
+      toJson(machine, 2).dump(),
+      R"({"hostName":"db1","manufacturer":"Maker","model":"-[1234ABX]-","machineType":"1234",)"
+      R"("serialNumber":"S1","languageCode":"en","lang":"en_US",)"
+      R"("processors":[{"place":"CPU 1","name":"Processor","clockMHz":2400,"comparedAs":"2400",)"
+      R"("maxClockMHz":3000,"cores":8,"manufacturer":null,"partNumber":null,"serialNumber":"P1"}],)"
+      R"("memoryModules":[{"place":"DIMM 1","locator":"slot","bank":"BANK 0","type":"DDR4",)"
+      R"("sizeMiB":16384,"sizeBytes":17179869184,"comparedAs":"16384","speedMHz":2933,)"
+      R"("manufacturer":"M","partNumber":"PN","serialNumber":"SN"}]})");
 }
 
 TEST_F(MachineTest, MissingNullAndOtherTypesAreAbsent) {
@@ -155,7 +146,7 @@ TEST_F(MachineTest, RefusedClassesAreNamed) {
   fakeServer.classes.clear();
   const Machine machine = read();
   EXPECT_TRUE(machine.systemRefusal && machine.processors.refusal && machine.memoryModules.refusal);
-  EXPECT_EQ(groupWords(machine.processors, false), String("unknown"));
+  EXPECT_EQ(groupWords(machine.processors), String("unknown"));
 }
 
 TEST_F(MachineTest, PartsAreFoundByPlaceThenBySlotThenByOtherNames) {
@@ -188,8 +179,8 @@ TEST_F(MachineTest, PartsAreFoundByPlaceThenBySlotThenByOtherNames) {
                                           {"1 SLOT 2", "NODE 1 SLOT 2;"},
                                           {"DIMM.Socket.A1", "A1;"}}) {
     std::string places;
-    for (const NamedPart& named : partsNamed(machine, String(name))) {
-      places += named.part->place->toUtf8() + (named.isModule ? ";" : ":");
+    for (const Part* part : partsNamed(machine, String(name))) {
+      places += part->place->toUtf8() + (part == &machine.processors.list[0] ? ":" : ";");
     }
     EXPECT_EQ(places, expected) << name;
   }
@@ -198,29 +189,43 @@ TEST_F(MachineTest, PartsAreFoundByPlaceThenBySlotThenByOtherNames) {
   }
 }
 
-TEST_F(MachineTest, EmptyModelIsNone) {
+TEST_F(MachineTest, WhatMorvikCannotUseIsMarked) {
+  const auto wordsOf = [](const Machine& machine) {
+    std::ostringstream out;
+    writeMachine({out}, machine);
+    const std::string text = out.str();
+    return text.substr(0, text.find("Processors"));
+  };
   Machine machine;
+  EXPECT_EQ(wordsOf(machine),
+            "Model           unknown\nMachine type    unknown: morvik fetches nothing\n");
   machine.hasSystem = true;
-  machine.model = String();
-  std::ostringstream out;
-  writeMachine({out}, machine);
-  EXPECT_NE(out.str().find("Model           none\n"), std::string::npos) << out.str();
+  machine.machineType = "1234";
+  EXPECT_EQ(wordsOf(machine),
+            "Model           unknown: the CIM server gives none\nMachine type    1234\n");
+  machine.model = "1234";
+  machine.machineType = "";
+  EXPECT_EQ(wordsOf(machine),
+            "Model           1234\nMachine type    none: morvik takes no type from this model\n");
+  machine.model = "";
+  EXPECT_EQ(wordsOf(machine), "Model           none\nMachine type    none\n");
 }
 
 TEST_F(MachineTest, EqualPartsAreCounted) {
   Parts modules;
-  EXPECT_EQ(groupWords(modules, true), String("none"));
+  EXPECT_EQ(groupWords(modules), String("none"));
   for (const std::uint64_t mebibytes : {16384U, 953U, 16384U}) {
-    modules.list.push_back(
-        {.compared = String(std::to_string(mebibytes)), .amount = mebibytes << 20U});
+    modules.list.push_back({.isModule = true,
+                            .compared = String(std::to_string(mebibytes)),
+                            .amount = mebibytes << 20U});
   }
-  EXPECT_EQ(groupWords(modules, true), String("2 x 16 GiB (16384 MiB), 1 x 953 MiB"));
-  modules.list = {{.compared = "0"}, {.compared = "512"}, {}};
-  EXPECT_EQ(groupWords(modules, true),
+  EXPECT_EQ(groupWords(modules), String("2 x 16 GiB (16384 MiB), 1 x 953 MiB"));
+  modules.list = {{.isModule = true, .compared = "0"}, {.isModule = true, .compared = "512"}, {}};
+  EXPECT_EQ(groupWords(modules),
             String("1 x no value, 1 x 512 MiB, 1 x missing: morvik stops here"));
   Parts processors;
   processors.list = {{.compared = "2400"}, {.compared = ""}, {.compared = "2400"}};
-  EXPECT_EQ(groupWords(processors, false), String("2 x 2400 MHz, 1 x no value"));
+  EXPECT_EQ(groupWords(processors), String("2 x 2400 MHz, 1 x no value"));
 }
 
 }  // namespace

@@ -120,6 +120,15 @@ TEST(Csv, FieldsAreQuotedAsNeeded) {
             "a,longName\r\n\"a,b\",\"\"\"c\"\" d\"\r\n\"e\nf\",\"g\rh\"\r\n,\r\n");
 }
 
+TEST(Csv, FileGetsTextsAsTheyAreAndATerminalHarmlessOnes) {
+  for (const bool isTerminal : {false, true}) {
+    std::ostringstream out;
+    const Output output = {out, {.isTerminal = isTerminal}, {.isCsv = true, .hasHeadings = false}};
+    Table(output, two).add({{"a\u009b\u202eb", ""}});
+    EXPECT_EQ(out.str(), isTerminal ? "a\uFFFD\uFFFDb,\r\n" : "a\u009b\u202eb,\r\n");
+  }
+}
+
 TEST(Csv, NoFieldIsAFormula) {
   std::string expected;
   std::vector<Table::Row> rows;
