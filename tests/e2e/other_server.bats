@@ -1,13 +1,8 @@
 #!/usr/bin/env bats
 # The programs on an OpenPegasus server, with the DMTF schema and schema/kvaxdt-dmtf.mof.
 
-# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
-source "$BATS_TEST_DIRNAME/../support/e2e.bash"
 # shellcheck source-path=SCRIPTDIR source=../support/show.bash
 source "$BATS_TEST_DIRNAME/../support/show.bash"
-
-setup() { enterWorkDirectory; }
-teardown() { stopServers; }
 
 import() {
     LANG=de_DE runMorvik -s 127.0.0.1 -d dir

@@ -1,13 +1,8 @@
 #!/usr/bin/env bats
 # morvik-show: what is listed, in which form, and how it ends.
 
-# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
-source "$BATS_TEST_DIRNAME/../support/e2e.bash"
 # shellcheck source-path=SCRIPTDIR source=../support/show.bash
 source "$BATS_TEST_DIRNAME/../support/show.bash"
-
-setup() { enterWorkDirectory; }
-teardown() { stopServers; }
 
 publishSome() {
     startMachine
@@ -264,30 +259,6 @@ DIMM 0  512 MiB   1333 MHz                           Example Memory   EX512-1333
     fileIs "$out" 'place,part,type,comparedAs,bank,manufacturer,partNumber,serialNumber\r\n'\
 'CPU 0,1800 MHz,"Example Processor 1.8 GHz, 1 core",1800,,Example Silicon,EX1800,P-0001\r\n'\
 'DIMM 0,512 MiB,1333 MHz,512,BANK 0,Example Memory,EX512-1333,M-0001\r\n'
-}
-
-@test "--machine: what morvik cannot use is marked" {
-    startDescribed '{"KVAXDT_ComputerSystemDetails": [[["model", "string", "1234"]]],
-        "KVAXDT_Processor": [[["CurrentClockSpeed", "uint32", "2400"]], [["Other", "uint32", "1"]],
-            [["CurrentClockSpeed", "uint32", null]]],
-        "KVAXDT_PhysicalMemory": []}'
-    runShow --machine
-    ends 0
-    equal "Host name       $(hostname)
-Model           1234
-Machine type    none: morvik takes no type from this model
-Processors      1 x 2400 MHz, 1 x missing: morvik stops here, 1 x no value
-Memory modules  none
-Language code   none (LANG is not set)" "$(head -n 6 "$out")" 'the machine'
-    runShow --machine --json
-    equal "['2400', None, '']" "$(jsonOf '[p["comparedAs"] for p in it["machine"]["processors"]]')" 'the clocks'
-    stopServers
-    startDescribed '{"KVAXDT_ComputerSystemDetails": [[["name", "string", "x"]]],
-        "KVAXDT_Processor": [], "KVAXDT_PhysicalMemory": []}'
-    runShow --machine
-    ends 0
-    equal 'Model           unknown: the CIM server gives none
-Machine type    unknown: morvik fetches nothing' "$(sed -n 2,3p "$out")" 'a system without model'
 }
 
 @test "--machine: status 1 if the server has no data, 2 if it refuses" {

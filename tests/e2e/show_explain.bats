@@ -1,13 +1,8 @@
 #!/usr/bin/env bats
 # morvik-show --explain: it predicts exactly what a run of morvik publishes, and explains the rest.
 
-# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
-source "$BATS_TEST_DIRNAME/../support/e2e.bash"
 # shellcheck source-path=SCRIPTDIR source=../support/show.bash
 source "$BATS_TEST_DIRNAME/../support/show.bash"
-
-setup() { enterWorkDirectory; }
-teardown() { stopServers; }
 
 # What is said of FILE, and then what a run over FTP does with it, on the machine that is served.
 # Sets `count` to the number of entries.
@@ -98,76 +93,17 @@ explainLines() { # [ARG...]; the lines come from standard input
     runShow --explain lines.txt "$@"
 }
 
-# The line of that number ends so.
-lineSays() { # NUMBER TEXT
-    equal "$2" "$(awk -v line="$1" '/^ / && $1 == line' "$out" | tail -c "$((${#2} + 1))")" "line $1"
-}
-
-@test "each reason in words" {
-    startMachine --speeds '1800 2000 1800' --capacities '268435456 536870912'
-    LANG=en_US explainLines <<'END'
-# a comment
-
-"F1","FAN","","x"
-"F2","PROCESSOR","SPEED=2400","x"
-"F3","PROCESSOR","","x"
-"F4","PROCESSOR","SPEED=2000 ","x"
-"F5","MEMORY","SIZE=768","x"
-"F6","MEMORY","","x"
-"F7","KEYBOARD","LANGUAGE=EN","x"
-"F8","KEYBOARD","","x"
-"F9","PLANAR","","x"
-"F10","PLANAR","","x"
-"F11","CDROM","","x"
-"F12","CDROM","","x"
-"F13","CDROM","","x"
-"F14","FANS","","x"
-"F15","fan","","x"
-"F16", "FAN","","x"
-a heading
-"F17","FLOPPY","","x # y"
-"F18","FLOPPY","","x"
-"F18","OPTIONSP","","x"
-"F18","FAN","","x"
-END
-    ends 0
-    lineSays 1 'comment: the line has a #'
-    lineSays 2 'blank line'
-    lineSays 3 'published  FAN        F1          as KVAHalvoranFru1'
-    lineSays 4 'left out   PROCESSOR  F2          clock differs: 2400 asked, 1800 and 2000 here'
-    lineSays 5 'the line has no SPEED='
-    lineSays 6 'clock differs: "2000 " asked, 1800 and 2000 here'
-    lineSays 7 'size differs: 768 asked, 256 and 512 here'
-    lineSays 8 'size differs: "," asked, 256 and 512 here; the line has no SIZE='
-    lineSays 9 'language differs: EN asked, en here'
-    lineSays 10 'language differs: YBOARD asked, en here; the line has no LANGUAGE='
-    lineSays 12 'left out   PLANAR     F10         second PLANAR: line 11 comes first'
-    lineSays 13 'as KVAHalvoranFru1'
-    lineSays 14 'second CDROM: line 13 comes first'
-    lineSays 15 'second CDROM: line 13 comes first'
-    lineSays 16 'ignored    -          -           unknown category "FANS"'
-    lineSays 17 'unknown category "fan": must be in capital letters'
-    lineSays 18 'not an entry: does not begin like "number","CATEGORY"'
-    lineSays 19 'not an entry: does not begin like "number","CATEGORY"'
-    lineSays 20 'comment: the line has a #'
-    lineSays 22 'refused: same FRU number and identifying number KVAHalvoranFru1 as line 21'
-    lineSays 23 'as KVAHalvoranFru2'
-    equal '23 lines: 5 published, 11 left out, 7 ignored' "$(tail -n 1 "$out")" 'the summary'
-}
-
-@test "lines outside the format: too long, unfinished, and with a character that cannot be sent" {
+@test "a line for each line of the file, and how many there were of each kind" {
     startMachine
-    explainLines < <(
-        printf '"%s","FAN","","x"\n' "$(printf '%0240d' 0)" # 255 bytes
-        printf '"%s","FAN","","x"\n' "$(printf '%0241d' 0)"
-        printf '"F\001","FAN","","x"\n"F4","FAN","","x"\n"F5","FAN","","x"'
-    )
+    LANG=en_US explainLines <<<$'# a comment\n"F1","FAN","","x"\n"F2","PROCESSOR","SPEED=1800","x"\n"F3","FANS","","x"'
     ends 0
-    grep -qE '^   1  published' "$out"
-    lineSays 2 'too long: more than 255 bytes'
-    grep -qE '^   3  left out .*cannot be sent: ' "$out"
-    lineSays 4 'as KVAHalvoranFru3'
-    lineSays 5 'last line without a newline: not read'
+    wrote 'LINE  RESULT     CATEGORY   FRU NUMBER  REASON
+   1  ignored    -          -           comment: the line has a #
+   2  published  FAN        F1          as KVAHalvoranFru1
+   3  left out   PROCESSOR  F2          clock differs: 1800 asked, 2400 here
+   4  ignored    -          -           unknown category "FANS"
+
+4 lines: 1 published, 1 left out, 2 ignored'
 }
 
 @test "--category: only its lines are shown, but all are processed" {
@@ -183,7 +119,7 @@ Try 'morvik-show --help'."
 END
     ends 0
     equal '2 lines: 1 published, 1 left out, 0 ignored' "$(tail -n 1 "$out")" 'the summary'
-    lineSays 4 'second PLANAR: line 3 comes first'
+    grep -q '^   4 .* second PLANAR: line 3 comes first$' "$out"
     explainLines --category CDROM <<<'"F1","FAN","","x"'
     ends 1
 }
@@ -272,4 +208,61 @@ print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)' "$show" --explain
     small=$(memoryFor small.txt)
     large=$(memoryFor large.txt)
     ((small > 0 && large < small + 16384))
+}
+
+# --- other machines, by their inventories, without a server ---
+
+makeFleet() {
+    "$python" "$support/fleet.py" fleet 3
+    printf '"F1","FAN","","x"\n"F2","PROCESSOR","SPEED=1","x"\n' >list.txt
+}
+
+@test "--on: the status shows whether any entry is for any machine" {
+    makeFleet
+    runShow --explain list.txt --on fleet/*.json
+    ends 0
+    equal '2 entries: 1 for none of the machines: line 2; 0 lines ignored' "$(tail -n 1 "$out")" 'the summary'
+    sed -i 1d list.txt
+    runShow --explain list.txt --on fleet/*.json
+    ends 1
+}
+
+@test "--on: JSON is as its schema says" {
+    makeFleet
+    runShow --explain list.txt --on fleet/*.json --json
+    ends 0
+    equal '[[0, 1, 2], []] host-0001' "$(jsonOf 'str([l["publishedOn"] for l in it["matrix"]]) + " " + it["machines"][0]["hostName"]')" \
+        'the matrix'
+    equal "{'entries': 2, 'forNone': 1, 'ignored': 0}" "$(jsonOf 'it["counts"]')" 'the numbers'
+    cp "$out" matrix.json
+    "$python" -c 'import jsonschema' 2>/dev/null || skip 'no jsonschema here'
+    "$python" "$support/valid_json.py" "$project/docs/inventory.schema.json" matrix.json
+}
+
+@test "--on: inventories that cannot be used: a message for each, and the others are compared" {
+    makeFleet
+    echo '{"format": 2' >damaged.json
+    echo '{"format": 2, "machine": {"processors": [7]}}' >strange.json
+    echo '{"name": "another program"}' >other.json
+    echo '{"format": 1, "entries": []}' >list.json
+    runShow --explain list.txt --on damaged.json strange.json other.json list.json missing.json fleet fleet/host-0001.json
+    equal 2 "$status" status
+    equal 'damaged.json strange.json other.json missing.json fleet list.json' \
+        "$(cut -d ' ' -f 2- "$err" | grep -oE '(damaged|strange|other|list|missing)\.json|fleet' | uniq | paste -sd ' ')" 'the files in messages'
+    equal '2 entries: 1 for none of the machines: line 2; 0 lines ignored' "$(tail -n 1 "$out")" 'the summary'
+    runShow --explain list.txt --on list.json
+    ends 2 'list.json: it does not describe a machine; use --machine --json'
+}
+
+@test "--on: a list that is too large, and wrong options, are refused" {
+    makeFleet
+    yes '"F1","FAN","","x"' | head -c 1048577 >large.txt || true
+    runShow --explain large.txt --on fleet/host-0001.json
+    ends 2 'large.txt: larger than 1 MiB'
+    runShow --on fleet/host-0001.json
+    equal 2 "$status" 'the status without --explain'
+    runShow --explain list.txt --on
+    equal 2 "$status" 'the status without inventories'
+    runShow --explain list.txt --on fleet/host-0001.json --server db1
+    equal 2 "$status" 'the status with a server'
 }

@@ -1,8 +1,6 @@
 #!/usr/bin/env bats
 # morvik-show on a terminal: width, colours, and no commands to the terminal.
 
-# shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
-source "$BATS_TEST_DIRNAME/../support/e2e.bash"
 # shellcheck source-path=SCRIPTDIR source=../support/show.bash
 source "$BATS_TEST_DIRNAME/../support/show.bash"
 
@@ -11,7 +9,6 @@ setup() {
     unset NO_COLOR COLUMNS
     export TERM=xterm LC_ALL=C.UTF-8
 }
-teardown() { stopServers; }
 
 escape=$'\e'
 
@@ -102,10 +99,6 @@ sys.exit(f"harmful: {bad}" if bad else 0)' "$out"
     run ! grep -q "$escape" "$out"
     runShow
     run ! grep -q "$escape" "$out"
-}
-
-@test "colours: none in JSON and CSV" {
-    publishLongOnes
     onTerminal 80 --json
     run ! grep -q "$escape" "$out"
     onTerminal 80 --csv
@@ -123,30 +116,6 @@ sys.exit(f"harmful: {bad}" if bad else 0)' "$out"
         [[ -s $out ]]
         isHarmless
     done
-}
-
-@test "a file that is shown on a terminal later is harmless too, except CSV" {
-    startHostile
-    runShow
-    ends 0
-    isHarmless
-    equal '   F�31mAN   A���1       a�b�gnp.exe�c�d�e  KVAHalvoranFru1�0;owned�' "   $(tail -n 1 "$out")" 'the line'
-    runShow --json
-    ends 0
-    isHarmless
-}
-
-@test "JSON and CSV keep every character" {
-    # But for the carriage return: XML makes a line feed of it.
-    startHostile
-    runShow --json
-    ends 0
-    equal "'a\\x85b\\u202egnp.exe\\u2066c\\u2028d\\x7fe'" "$(jsonOf 'ascii(it["entries"][0]["description"])')" 'in JSON'
-    runShow --csv
-    ends 0
-    equal "['F\\x9b31mAN', 'A\\t\\n\\n1', 'a\\x85b\\u202egnp.exe\\u2066c\\u2028d\\x7fe', 'KVAHalvoranFru1\\x9d0;owned\\x9c', '\\u200fKVA', '1', 'true', '']" \
-        "$("$python" -c 'import csv, sys
-print(ascii(list(csv.reader(open(sys.argv[1], encoding="utf-8", newline="")))[1]))' "$out")" 'in CSV'
 }
 
 @test "the error message of a hostile server is harmless on the terminal" {

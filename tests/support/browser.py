@@ -12,6 +12,7 @@ import tempfile
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
+from selenium.webdriver.support.wait import WebDriverWait
 from selenium.webdriver.common.keys import Keys
 
 
@@ -101,9 +102,10 @@ def search(browser):
     field.send_keys("a112400")
     found = column(browser, "machines", 0)
     browser.find_element(By.XPATH, "//tr[th='A112400']//summary").click()
-    hosts = browser.execute_script(
+    # The browser reports the click to the script when it has time.
+    hosts = WebDriverWait(browser, 20).until(lambda _: browser.execute_script(
         """const row = [...document.querySelectorAll("#parts tbody tr")].find((row) => row.cells[0].textContent === "A112400");
-           return [...row.querySelectorAll("a")].map((link) => link.textContent)""")
+           return [...row.querySelectorAll("a")].map((link) => link.textContent)"""))
     expect(hosts, found, "the machines with the part")
     expect(["A112400"], column(browser, "parts", 0), "the part")
     if not 0 < len(found) < len(everything):

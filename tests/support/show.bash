@@ -1,5 +1,11 @@
 # shellcheck shell=bash disable=SC2034,SC2154 # what is set elsewhere, and used elsewhere
-# What the tests of morvik-show share. Loaded by each of them after e2e.bash.
+# What the tests of morvik-show share. Loaded by each of them.
+
+# shellcheck source=tests/support/e2e.bash
+source "$BATS_TEST_DIRNAME/../support/e2e.bash"
+
+setup() { enterWorkDirectory; }
+teardown() { stopServers; }
 
 show=$MORVIK_BIN_DIR/morvik-show
 samples=$schema/samples

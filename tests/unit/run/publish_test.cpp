@@ -1,4 +1,5 @@
-// The rehearsal and the run of morvik, as far as they need no CIM server.
+// Which data files are refused before anything is deleted, how entries are compared, and the run of
+// morvik, as far as that needs no CIM server.
 #include "publish.h"
 
 #include <gtest/gtest.h>
@@ -8,6 +9,7 @@
 #include <fstream>
 
 #include "cim/client.h"
+#include "failure.h"
 
 using namespace run;
 namespace fs = std::filesystem;
@@ -28,17 +30,84 @@ std::string wordsOf(const std::string& script,
   return words;
 }
 
-template <typename Function>
-Status failureOf(const Function& function) {
-  try {
-    function();
-  } catch (const Failure& failure) {
-    return failure.status();
-  }
-  return Status::good;
+Item fanOf(const std::string& number, const std::string& description = "Fan") {
+  return {"FAN", number, description, "KVAHalvoranFru1", "KVA", "1.0"};
+}
+
+show::Entry entry(const char* number) {
+  show::Entry entry;
+  entry.fruNumber = "F1";
+  entry.identifyingNumber = number;
+  entry.isOurs = std::string(number).starts_with("KVAHalvoranFru");
+  return entry;
 }
 
 }  // namespace
+
+TEST(Judge, OnlyAWholeTextPasses) {
+  const std::string line = "\"A1\",\"FAN\",\"\",\"Fan\"";
+  const std::string cut = "its last line has no newline, so it is probably cut short";
+  const std::string html = "it is HTML or XML, not a FRU data file";
+  for (const auto& [text, words] : std::vector<std::pair<std::string, std::string>>{
+           {line + "\n", ""},
+           {"# only a comment\n", ""},
+           {"\xEF\xBB\xBF" + line + "\r\n", ""},
+           {"\"A1\",\"FAN\",\"\",\"a < b\"\n", ""},
+           {"", "it is empty"},
+           {" \r\n\t\n", "it has only blank lines"},
+           {"\xEF\xBB\xBF", "it has only blank lines"},
+           {line, cut},
+           {line + "\r", cut},
+           {std::string("a\0b\n", 4), "it has zero bytes, so it is damaged or not a text"},
+           {"\x1F\x8B\b and more\n", "it is compressed by gzip"},
+           {std::string("\xFF\xFE\"\0\n\0", 6), "it is in UTF-16; save it in UTF-8"},
+           {line + "\r" + line + "\r", "its lines end with CR alone; save it with LF or CR LF"},
+           {"<html>\n", html},
+           {"\n  <!DOCTYPE html>\n", html},
+           {"<?xml version=\"1.0\"?>\n", html},
+           {"\xEF\xBB\xBF<p>\n", html}}) {
+    EXPECT_EQ(failureOf([&text = text] { checkForm(text); }),
+              Words(words.empty() ? Status::good : Status::refused, words))
+        << text;
+  }
+}
+
+TEST(Judge, ShareIsOfTheEntriesBeforeAndNoEntryIsNeverEnough) {
+  struct Case {
+    std::size_t predicted;
+    std::size_t before;
+    double share;
+    bool isEnough;
+  };
+  for (const Case& each : {Case{1, 0, 0.5, true}, Case{2, 4, 0.5, true}, Case{1, 4, 0.5, false},
+                           Case{3, 5, 0.5, true}, Case{2, 5, 0.5, false}, Case{4, 5, 1, false},
+                           Case{1, 1000, 0, true}, Case{0, 0, 0, false}, Case{0, 4, 0, false}}) {
+    EXPECT_EQ(failureOf([&] {
+                checkShare({Items(each.predicted), ""}, each.before, each.share);
+              }).first,
+              each.isEnough ? Status::good : Status::refused)
+        << each.predicted << " of " << each.before;
+  }
+  EXPECT_EQ(failureOf([] {
+              checkShare({{}, "line 2: no such clock"}, 0, 0);
+            }).second,
+            "no entry of it would be published on this machine; line 2: no such clock");
+}
+
+TEST(Judge, EqualItemsAreCounted) {
+  const Items two = {fanOf("A1"), fanOf("A1")};
+  const Items one = {fanOf("A1")};
+  EXPECT_EQ(missingFrom(one, two), one);
+  EXPECT_EQ(missingFrom(two, one), Items());
+  EXPECT_EQ(missingFrom({fanOf("A1", "Old")}, one), one);
+}
+
+TEST(Judge, OnlyOwnEntriesCount) {
+  const Items items = ownItems({entry("KVAHalvoranFru1"), entry("Other1")});
+  ASSERT_EQ(items.size(), 1U);
+  EXPECT_EQ(items[0].identifyingNumber, "KVAHalvoranFru1");
+  EXPECT_EQ(items[0].description, "");
+}
 
 TEST(Publish, NothingIsSaidOfAMorvikThatHasPublishedItsFile) {
   EXPECT_EQ(wordsOf("echo; echo 'A local copy of fru.txt is detected. MORVIK will run'; "
@@ -61,8 +130,9 @@ TEST(Publish, NothingIsAskedOfTheCimServerWhenTheTimeIsUp) {
   const auto client = makeClient();  // without a connection, each request is another failure
   const Deadline past(std::chrono::seconds(0));
   const Items items = {{"FAN", "A1", "Fan", "KVAHalvoranFru1", "KVA", "1.0"}};
-  EXPECT_EQ(failureOf([&] { rehearse(*client, items, 0, past); }), Status::cimServer);
-  EXPECT_EQ(
-      failureOf([&] { predict("\"A1\",\"FAN\",\"\",\"Fan\"\n", *client, show::Machine(), past); }),
-      Status::cimServer);
+  EXPECT_EQ(failureOf([&] { rehearse(*client, items, 0, past); }).first, Status::cimServer);
+  EXPECT_EQ(failureOf([&] {
+              predict("\"A1\",\"FAN\",\"\",\"Fan\"\n", *client, show::Machine(), past);
+            }).first,
+            Status::cimServer);
 }

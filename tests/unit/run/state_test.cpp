@@ -12,6 +12,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "failure.h"
+
 using namespace run;
 namespace fs = std::filesystem;
 
@@ -123,12 +125,7 @@ TEST_F(StateTest, UnknownDataFileIsGoodButHasNoVersion) {
 
 TEST_F(StateTest, DirectoryIsLocked) {
   const State state(directory_);
-  try {
-    const State second(directory_);
-    FAIL() << "locked twice";
-  } catch (const Failure& failure) {
-    EXPECT_EQ(failure.status(), Status::badUse);
-  }
+  EXPECT_EQ(failureOf([&] { const State second(directory_); }).first, Status::badUse);
 }
 
 TEST_F(StateTest, FilesOfRootBelongToTheOwnerOfTheDirectory) {
