@@ -1,4 +1,4 @@
-// What the client library costs for one operation: enumerates a class again and again.
+// Measures an operation of the client library: enumerates a class again and again.
 //
 //     client HOST:PORT NAMESPACE CLASS COUNT
 //

@@ -49,7 +49,7 @@ class Counter(Bench):
         return {row[-1]: int(row[3]) for row in rows if row[-1] != "total"}
 
     def each(self, count, scenario):
-        """What `count` tells for one more line, by name; nothing where that is next to nothing."""
+        """The counts of `count` for one more line, by name; those of almost zero are left out."""
         few, many = (count(*SCENARIOS[scenario](lines)) for lines in (FEW, FEW + MORE))
         costs = {name: (many[name] - few.get(name, 0)) / MORE for name in many}
         return {name: cost for name, cost in costs.items() if cost >= 0.05}

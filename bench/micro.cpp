@@ -1,4 +1,4 @@
-// What single steps of a run cost: encoding, decoding, text, lines and their fields.
+// Measures single steps of a run: encoding, decoding, text, lines and their fields.
 #include <benchmark/benchmark.h>
 #include "import/fru_file.h"
 #include "xml/encoder.h"

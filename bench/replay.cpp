@@ -3,7 +3,7 @@
 //
 //     replay HOST PORT FILE
 //
-// FILE holds the requests one after the other, each behind a line with its length in bytes. Prints
+// FILE holds the requests one after the other, each after a line with its length in bytes. Prints
 // the seconds that passed, the seconds of CPU time and the number of requests.
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -51,7 +51,7 @@ class Connection {
     address_.sin_family = AF_INET;
     address_.sin_port = htons(static_cast<std::uint16_t>(std::strtoul(port, nullptr, 10)));
     if (inet_pton(AF_INET, host, &address_.sin_addr) != 1) {
-      fail("HOST is no IPv4 address");
+      fail("HOST is not an IPv4 address");
     }
     open();
   }

@@ -20,7 +20,7 @@ struct Account {
   std::vector<gid_t> groups;
 };
 
-// What the database says about this number, which it need not have.
+// The account with this number, which the database need not have.
 Account accountWithId(uid_t user);
 
 struct AccountIds {

@@ -50,7 +50,7 @@ std::string readFile(const fs::path& path, std::size_t limit, FileKind kind) {
   if (isRegularOnly && fstat(file.number(), &status) == 0 && !S_ISREG(status.st_mode)) {
     throw FileError(path.string() + " is not a regular file", false);
   }
-  // To the end, since the files of the kernel do not tell their sizes.
+  // To the end, since the files of the kernel do not report their sizes.
   std::string bytes;
   std::array<char, 65536> buffer{};
   for (;;) {

@@ -12,7 +12,7 @@ enum class LogLevel { error, warning, info, debug };
 // which the journal takes off (sd-daemon(3)).
 class Log {
  public:
-  // What is less important than `most` is left out.
+  // Messages that are less important than `most` are left out.
   explicit Log(LogLevel most);
 
   bool isOn(LogLevel level) const { return level <= most_; }

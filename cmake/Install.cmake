@@ -10,7 +10,7 @@ if(NOT DEFINED MORVIK_ZSH_COMPLETIONS_DIR)
   set(MORVIK_ZSH_COMPLETIONS_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
 endif()
 
-# Of what is installed without a word about it.
+# The component of everything that does not name one.
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME tool)
 
 # Installs a manual page. The pages name the version and places of the installation.

@@ -33,7 +33,8 @@ struct HostBytes {
   // There are SMBIOS tables that this process cannot read (only root may read those of the kernel).
   // That differs from no tables: what they would say must not be replaced.
   bool areTablesUnreadable = false;
-  // What could not be read and why, for the log, one sentence each. A missing file is not an error.
+  // A sentence for the log for each file that could not be read, with the reason. A missing file is
+  // not an error.
   std::vector<std::string> messages;
 };
 

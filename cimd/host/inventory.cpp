@@ -137,7 +137,7 @@ bool isPlaceholder(std::string_view bytes) {
                      [&text](const char* placeholder) { return text == placeholder; });
 }
 
-// What a field of a part has, unless it is blank or a placeholder.
+// The text of a field of a part, unless it is blank or a placeholder.
 std::optional<String> makersText(const Structure& structure, std::size_t offset,
                                  std::size_t maxLength) {
   const auto bytes = structure.textAt(offset);
@@ -152,7 +152,7 @@ MakersFacts makersFacts(const Structure& structure, std::size_t manufacturer,
           makersText(structure, serialNumber, maxSerialNumber)};
 }
 
-// What a field of the system has, unless it is a placeholder.
+// The text of a field of the system, unless it is a placeholder.
 std::optional<String> systemText(const std::optional<std::string_view>& bytes, const char* what,
                                  const char* property, std::vector<std::string>& messages) {
   if (bytes && isPlaceholder(*bytes)) {

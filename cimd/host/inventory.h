@@ -24,7 +24,7 @@ struct SystemFacts {
   std::optional<Pegasus::String> manufacturer = {};
 };
 
-// What the maker of a part has written on it. Placeholders are missing here, too.
+// Texts that the maker wrote into a part. Placeholders are missing here, too.
 struct MakersFacts {
   std::optional<Pegasus::String> manufacturer;
   std::optional<Pegasus::String> partNumber;

@@ -1,4 +1,4 @@
-// What machines call themselves, where the product names of their maker have no machine type.
+// Models of machines whose product names have no machine type.
 #pragma once
 
 #include <Pegasus/Common/String.h>

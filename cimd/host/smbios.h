@@ -14,8 +14,7 @@
 
 namespace cimd::host {
 
-// What the entry point says about the table, but for its place in memory: the kernel offers it as a
-// file.
+// The entry point of the table without its place in memory: the kernel offers it as a file.
 struct EntryPoint {
   // In bytes; exact in the 32-bit form, an upper limit in the 64-bit form.
   std::size_t tableLength = 0;

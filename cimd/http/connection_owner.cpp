@@ -111,8 +111,8 @@ std::size_t askAndReceive(const Query& query, Bytes& answer) {
   }
 }
 
-// What the kernel has for the socket at `first` that is connected to `second`: this socket, or else
-// one that listens at `first`. Nothing when there is neither.
+// Asks the kernel for the socket at `first` that is connected to `second`: returns this socket, or
+// else one that listens at `first`. Nothing when there is neither.
 std::optional<inet_diag_msg> askKernel(const tcp::endpoint& first, const tcp::endpoint& second) {
   struct {
     nlmsghdr header;

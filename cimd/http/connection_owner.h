@@ -1,4 +1,4 @@
-// Who is at the other end of a TCP connection within this machine, as the kernel knows it
+// The account at the other end of a TCP connection within this machine, as the kernel knows it
 // (sock_diag(7)). Anybody may ask.
 #pragma once
 

@@ -27,7 +27,7 @@ struct HttpLimits {
   // one whose last request began or was answered longest ago. So silent connections, however many,
   // do not push out clients at work, the latter not a newcomer, and no account another.
   std::size_t connections = 256;
-  // Of requests that are being read and of answers that are being sent, all connections together,
+  // For requests that are being read and answers that are being sent, all connections together,
   // without those of up to `smallBytes`. When it is used up, the account with the most gives up the
   // request or answer that has taken longest.
   std::size_t heldBytes = std::size_t{256} << 20U;

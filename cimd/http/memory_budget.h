@@ -32,7 +32,7 @@ class MemoryBudget {
   std::list<MemoryShare*> holders_;
 };
 
-// What one connection has of the budget; given back at its end.
+// The part of the budget that one connection uses; given back at its end.
 class MemoryShare {
  public:
   // `owner` is the account that the memory is for. `yield` ends the connection. It is called when
@@ -71,8 +71,8 @@ class MemoryShare {
   }
 
  private:
-  // Of the account that has the most when this share has `wanted` bytes; null when that has no
-  // other share yet.
+  // The oldest share of the account that has the most when this share has `wanted` bytes; null when
+  // that has no other share yet.
   MemoryShare* oldestOfLargest(std::size_t wanted) {
     std::map<Owner, std::size_t> sums{{owner_, wanted - counted_}};
     for (const MemoryShare* share : budget_->holders_) {

@@ -1,4 +1,4 @@
-// What the HTTP transport asks of the rest of the server.
+// The interface through which the HTTP transport calls the rest of the server.
 #pragma once
 
 #include <boost/beast/http/message.hpp>
@@ -19,7 +19,7 @@ using RequestHeader = boost::beast::http::request_header<>;
 // The transport adds Content-Length and Connection, and sets the version.
 using HttpAnswer = boost::beast::http::response<boost::beast::http::string_body>;
 
-// What the header of an accepted request says about its CIM operation (DMTF DSP0200).
+// The CIM operation that the header of an accepted request names (DMTF DSP0200).
 struct CimRequest {
   // "73-" when the request is an M-POST with "ns=73" in its Man field (RFC 2774): the names of CIM
   // fields begin with it, in the answer too. Empty for POST.

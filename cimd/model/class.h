@@ -81,8 +81,8 @@ struct PropertyDeclaration {
   // The class that a reference points to; empty for other types.
   Pegasus::String referenceClass;
   bool isKey = false;
-  // Of the type above; null without default. A property that overrides another one has its own
-  // default or none: it does not inherit the other's.
+  // A value of the type above; null without default. A property that overrides another one has its
+  // own default or none: it does not inherit the other's.
   Pegasus::CIMValue defaultValue;
   Qualifiers qualifiers = {};
 };

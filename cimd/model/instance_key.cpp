@@ -175,7 +175,7 @@ CIMKeyBinding keyBinding(const String& name, const CIMValue& value) {
   }
 }
 
-// Of names in the keys of names, this one included.
+// The depth of names in the keys of names, this one included.
 std::size_t levelsOf(const CIMObjectPath& path) {
   std::size_t inside = 0;
   for (const CIMKeyBinding& binding : path.getKeyBindings()) {

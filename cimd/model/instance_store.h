@@ -71,7 +71,7 @@ class InstanceStore {
 
   // The class must outlive the store.
   Addition prepare(const Class& cls, InstanceKey key, StoredInstance instance);
-  // Of this store, which must have no instance with this key.
+  // Takes an addition that was made for this store, which must have no instance with this key.
   void add(Addition addition) noexcept;
   // There must be an instance with this key; its successor keeps its place in lists.
   void replace(const InstanceKey& key, InstancePointer instance) noexcept;

@@ -20,7 +20,7 @@ class Journal {
   // (DMTF DSP0201), in UTF-8.
   virtual void put(const Pegasus::String& nameSpace, const InstanceKey& key,
                    const Pegasus::String& className, std::string_view instanceXml) = 0;
-  // The instance is gone. One that is not in the journal is no error.
+  // The instance is gone. One that is not in the journal is not an error.
   virtual void remove(const Pegasus::String& nameSpace, const InstanceKey& key) = 0;
 };
 

@@ -75,7 +75,7 @@ CIMObjectPath NameSpace::add(const Class& cls, StoredInstance stored, bool isJou
   if (isCounted && isJournaled) {
     quota_->checkInstance(size);
   }
-  // Whatever can fail comes before the journal, which must not have what is not here.
+  // Every step that can fail comes before the journal, which must not have what is not here.
   auto addition = instances_.prepare(cls, std::move(key), std::move(stored));
   if (journal_ != nullptr && isJournaled) {
     journal_->put(name_, addition.key(), cls.name(), addition.stored().instanceXml);

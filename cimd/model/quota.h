@@ -8,11 +8,11 @@
 
 namespace cimd {
 
-// Of all namespaces together. What was stored with other limits is loaded and counted all the same:
-// then instances can be changed to smaller ones and deleted, but not created.
+// For all namespaces together. Instances that were stored with other limits are loaded and counted
+// all the same: then instances can be changed to smaller ones and deleted, but not created.
 struct Quota {
   std::size_t maxInstances = 10'000;
-  // Of their CIM-XML. In memory an instance takes about four times as much.
+  // The size of their CIM-XML. In memory an instance takes about four times as much.
   std::size_t maxBytes = std::size_t{64} << 20U;
   std::size_t instances = 0;
   std::size_t bytes = 0;

@@ -36,7 +36,7 @@ class Repository {
   // Makes the namespace if there is none of this name. It lives as long as the repository.
   NameSpace& addNameSpace(const Pegasus::String& name);
 
-  // Of what clients publish in all namespaces.
+  // The limit on what clients publish in all namespaces.
   Quota& quota() { return *quota_; }
 
   // NameSpace::setJournal() for all namespaces that there are now.

@@ -30,10 +30,10 @@ struct Token {
   Position position;
   // The token as it is in the file, but an alias without its "$". Valid as long as the lexed text.
   std::string_view text = {};
-  // Of a string: the text, escapes resolved. Of a character: one code unit.
+  // For a string, the text, escapes resolved; for a character, one code unit.
   Pegasus::String string = {};
   Pegasus::Integer integer = {};
-  // Of a real.
+  // For a real.
   Pegasus::Real64 real = 0;
 };
 

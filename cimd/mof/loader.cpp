@@ -154,7 +154,7 @@ class Reader {
 
   const std::vector<fs::path>& includeDirectories_;
   std::size_t unit_ = 0;
-  // Of the file given that is being read.
+  // The directory of the given file that is being read.
   fs::path unitDirectory_;
   std::size_t fileCount_ = 0;
   // The files that are being read, the outermost first.

@@ -22,7 +22,7 @@ struct Literal {
   bool boolean = false;
   Pegasus::Integer integer = {};
   Pegasus::Real64 real = 0;
-  // Of a string: its pieces joined. Of a character: one code unit. Of an alias: its name without
+  // For a string, its pieces joined; for a character, one code unit; for an alias, its name without
   // "$".
   Pegasus::String text = {};
 };
@@ -48,7 +48,7 @@ using QualifierList = std::vector<QualifierSyntax>;
 // The type of a property, parameter or method.
 struct DataType {
   Pegasus::CIMType type = Pegasus::CIMTYPE_STRING;
-  // Of a reference: the class that it points to.
+  // For a reference, the class that it points to.
   Pegasus::String className;
   bool isArray = false;
   // 0 for any number of elements.

@@ -1,4 +1,4 @@
-// Who may change instances. Reading is free to everybody on this machine.
+// Decides who may change instances. Reading is free to everybody on this machine.
 #pragma once
 
 #include <chrono>
@@ -14,7 +14,7 @@
 
 namespace cimd {
 
-// Who sends the requests of one connection.
+// The sender of the requests of one connection.
 class Caller {
  public:
   // Returns the number of the account; nothing when that is unknown. Throws std::system_error when

@@ -11,8 +11,8 @@ namespace {
 using Pegasus::CIMInstance;
 using Pegasus::String;
 
-// What morvik compares cannot be left out. The rest is for people, and a class from before these
-// properties, or of another maker, need not have them.
+// Properties that morvik compares cannot be left out. The rest is for people, and a class from
+// before these properties, or of another maker, need not have them.
 bool isOptional(const String& property) {
   return property != "model" && property != "CurrentClockSpeed" && property != "Capacity";
 }

@@ -1,4 +1,4 @@
-// What the server declares: the contents of MOF files and the inventory of the host.
+// The declarations of the server: the contents of MOF files and the inventory of the host.
 #pragma once
 
 #include <filesystem>

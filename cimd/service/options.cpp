@@ -18,7 +18,8 @@ constexpr const char* description =
 constexpr const char* footer =
     "\nExit status: 0 normal end, 1 run-time error, 2 wrong usage, 3 wrong configuration.";
 
-// Of any client that only uses this server for what it is for, and of what it is made for.
+// Every request of ordinary clients fits into the first; the server is made for no larger ones than
+// the second.
 constexpr std::size_t smallestRequest = std::size_t{64} << 10U;
 constexpr std::size_t largestRequest = std::size_t{64} << 20U;
 constexpr std::size_t largestLimit = std::size_t{1} << (sizeof(std::size_t) > 4 ? 40U : 31U);
@@ -189,7 +190,7 @@ void addAll(CLI::App& app, Options& options, Texts& texts) {
   app.add_option("FILE", texts.files, "MOF files to load, in this order")->type_name("");
 }
 
-// What the parser cannot check, or only after it has missed an option that does not exist.
+// Checks what the parser cannot, or only after it has missed an option that does not exist.
 void checkTogether(const Options& options, const Texts& texts) {
   if (texts.files.empty() && texts.recover.empty()) {
     throw CLI::RequiredError("FILE");

@@ -26,7 +26,7 @@ struct Options {
   // take it from instead of those of this host.
   bool isHost = false;
   std::optional<std::filesystem::path> recordedTables;
-  // What this machine calls itself: a text, or a file with one for each product name.
+  // The model of this machine: a text, or a file with one for each product name.
   std::optional<std::string> model;
   std::optional<std::filesystem::path> models;
   // Without it, instances are kept in memory only.

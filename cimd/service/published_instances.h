@@ -1,5 +1,5 @@
-// What clients published, across restarts and reloads: on disk where there is a store, otherwise in
-// memory only.
+// The instances that clients published, across restarts and reloads: on disk where there is a
+// store, otherwise in memory only.
 #pragma once
 
 #include <filesystem>

@@ -200,7 +200,7 @@ class Service {
     });
   }
 
-  // What is served stays as it is unless everything new is good.
+  // Keeps serving what it has unless everything new is good.
   void reload() {
     try {
       Writers writers = findWriters(options_, ownAccount_);

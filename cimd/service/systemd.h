@@ -1,4 +1,4 @@
-// What systemd passes to a service, and what it wants to know of it.
+// The socket that systemd passes to a service, and the states that the service reports.
 #pragma once
 
 #include <boost/asio/io_context.hpp>

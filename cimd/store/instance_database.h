@@ -73,7 +73,7 @@ class InstanceDatabase final : public Journal {
     std::int64_t checksum;
     bool operator==(const Row&) const = default;
   };
-  // What the file has under a name: a row, or nothing.
+  // The content of the file under a name: a row, or nothing.
   struct Content {
     std::string nameSpace;
     std::string key;

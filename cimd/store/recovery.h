@@ -1,4 +1,4 @@
-// What is readable of a damaged store, in a new one.
+// Writes the readable part of a damaged store into a new one.
 #pragma once
 
 #include <cstddef>

@@ -18,12 +18,12 @@ namespace {
 namespace fs = std::filesystem;
 using sqlite::Connection;
 
-// Tells this program's files from those of others: the bytes of "mvkd".
+// Marks the files of this program: the bytes of "mvkd".
 constexpr std::int64_t applicationId = 0x6D766B64;
 // To be raised with every change of the table or of what stands in it.
 constexpr std::int64_t formatVersion = 1;
 
-// What the journal has at least. The deletion of an instance changes a dozen pages of 4 KiB.
+// The smallest size of the journal. The deletion of an instance changes a dozen pages of 4 KiB.
 constexpr std::size_t journalReserve = 256 << 10;
 
 // Far more than an instance has, for a request is smaller.
@@ -40,7 +40,7 @@ constexpr const char* tableText =
     "instance TEXT NOT NULL, "
     "checksum INTEGER NOT NULL, "
     "UNIQUE (namespace, key))";
-// What could not be read and stood in the way of a new instance of the same name. Nothing reads it
+// Rows that could not be read and had the name of a new instance. Nothing reads them
 // but people.
 constexpr const char* setAsideTableText =
     "CREATE TABLE set_aside ("
@@ -118,7 +118,7 @@ struct JournalHeader {
   bool isValid;
   std::size_t pages;
   std::uint32_t nonce;
-  // Of the whole file, before the change.
+  // The number of pages of the file before the change.
   std::uint32_t pagesBefore;
   std::size_t sectorSize;
   std::size_t pageSize;

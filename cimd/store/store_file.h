@@ -56,7 +56,7 @@ class StoreFile {
 
   sqlite::Connection& database() { return database_; }
 
-  // Of a damaged journal; empty when there is nothing to report.
+  // A line about a damaged journal; empty when there is nothing to report.
   const std::string& warning() const { return warning_; }
 
   // Throws sqlite::Error when the file or its journal was moved or removed: a change would then not
@@ -73,7 +73,7 @@ class StoreFile {
   std::filesystem::path journal_;
   std::string warning_;
   sqlite::Connection database_;
-  // What the journal's name must stand for.
+  // The file that the journal's name must stand for.
   dev_t journalDevice_ = 0;
   ino_t journalNumber_ = 0;
 };

@@ -38,7 +38,7 @@ class CIMClientRep {
     } catch (const CIMException&) {
       throw;
     } catch (const Exception&) {
-      // What else the server may still send on this connection is not to be trusted.
+      // Nothing more that arrives on this connection can be trusted.
       connection.close();
       throw;
     }

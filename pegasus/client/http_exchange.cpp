@@ -134,7 +134,7 @@ struct HttpAnswer::Parser {
 
   boost::optional<http::response_parser<GrowingBody>> message;
   boost::beast::flat_buffer unparsed;
-  // Of interim responses and the final one together.
+  // The sum for interim responses and the final one.
   std::size_t headerSize = 0;
 };
 

@@ -12,7 +12,7 @@ namespace Pegasus {
 
 namespace {
 
-// Of a CIMDateTime: yyyymmddhhmmss.mmmmmmsutc or ddddddddhhmmss.mmmmmm:000.
+// The form of a CIMDateTime: yyyymmddhhmmss.mmmmmmsutc or ddddddddhhmmss.mmmmmm:000.
 constexpr std::size_t dateTimeSize = 25;
 constexpr std::size_t dotPosition = 14;
 constexpr std::size_t signPosition = 21;

@@ -16,7 +16,7 @@ namespace Pegasus::xml {
 
 // Far more than any class has. Finding a property compares its name with those before it.
 constexpr Uint32 maxProperties = 1000;
-// Of one instance name. Comparing two names compares each key with each.
+// The limit for one instance name. Comparing two names compares each key with each.
 constexpr Uint32 maxKeyBindings = 100;
 
 // VALUE, VALUE.ARRAY, VALUE.REFERENCE or VALUE.REFARRAY as a value of this type. A missing element

@@ -17,7 +17,7 @@
 namespace Pegasus::xml {
 
 struct XmlLimits {
-  // Of nested elements: deeper than any CIM-XML message, embedded references included.
+  // Levels of elements: deeper than any CIM-XML message, embedded references included.
   std::size_t depth = 128;
   // Attributes of one element; CIM-XML defines at most nine.
   std::size_t attributes = 32;
@@ -36,7 +36,7 @@ struct XmlNode {
   std::string_view name;
   // The value of an attribute; the character data of an element up to its first child element.
   std::string_view text;
-  // Of an element, the number of nodes from it to the next sibling element; 0 if there is none.
+  // For an element, the number of nodes from it to the next sibling element; 0 if there is none.
   std::uint32_t next = 0;
   std::uint16_t attributeCount = 0;
   bool hasChildren = false;

@@ -59,7 +59,7 @@ std::size_t appendPlain(std::string& out, std::u16string_view units, std::size_t
   return static_cast<std::size_t>(end - units.begin());
 }
 
-// What to do with a character that XML forbids.
+// The treatment of a character that XML forbids.
 enum class Forbidden { refuse, replace, referToControls };
 
 void appendChecked(std::string& out, char32_t c, Forbidden forbidden) {

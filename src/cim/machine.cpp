@@ -57,7 +57,7 @@ String toMegabytesText(Uint64 bytes) {
   return {digits};
 }
 
-// Of decimal digits only.
+// The number that a text of nothing but decimal digits stands for.
 std::optional<Uint32> numberIn(const String& text) {
   Uint64 number = 0;
   for (Uint32 i = 0; i < text.size(); i++) {

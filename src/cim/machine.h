@@ -1,4 +1,4 @@
-// What the program asks the CIM server about this machine: instances with all their properties, and
+// Asks the CIM server about this machine: for instances with all their properties, and
 // the texts that are made of them. Nothing is cached: each question sends one enumeration.
 #pragma once
 

@@ -28,7 +28,7 @@ bool fitsClock(const Pegasus::String& line, const Pegasus::String& clock);
 bool fitsSize(const Pegasus::String& line, const Pegasus::String& size);
 bool fitsLanguage(const Pegasus::String& line, const Pegasus::String& code);
 
-// What a line asks for.
+// The condition of a line.
 struct QualifierText {
   // Whether the line has the token.
   bool isGiven;

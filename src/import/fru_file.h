@@ -13,7 +13,7 @@
 #include <optional>
 #include <string>
 
-// What the next line of the file is.
+// The kind of the next line of the file.
 enum class LineRead {
   complete,
   // Outside the format: more bytes than a line may have.

@@ -5,7 +5,7 @@
 
 #include "import/fru_file.h"
 
-// What one import has published so far.
+// The state of one import.
 struct Publication {
   Pegasus::Uint32 processorCount = 0;
   Pegasus::Uint32 memoryCount = 0;

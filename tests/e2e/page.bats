@@ -4,7 +4,7 @@
 # shellcheck source-path=SCRIPTDIR source=../support/show.bash
 source "$BATS_TEST_DIRNAME/../support/show.bash"
 
-# What a check of browser.py finds wrong with page.html.
+# Runs a check of browser.py on page.html, which must find nothing wrong.
 looks() { # CHECK [ARG...]
     { command -v chromedriver && "$python" -c 'import selenium'; } >/dev/null 2>&1 ||
         skip 'no Chromium here: scripts/setup browser'

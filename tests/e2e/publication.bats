@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# What is deleted before an import, and what is created: numbers, properties, characters.
+# Deletion before an import, and creation: numbers, properties, characters.
 
 # shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
 source "$BATS_TEST_DIRNAME/../support/e2e.bash"

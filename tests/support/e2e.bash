@@ -1,4 +1,4 @@
-# What the tests of whole programs share. Loaded by each of them; runs inside a room, so the ports 21
+# Shared by the tests of whole programs. Loaded by each of them; runs inside a room, so the ports 21
 # and 5988 are free.
 #
 # Every test works in a directory of its own and ends the servers it has started by their process
@@ -23,7 +23,7 @@ enterWorkDirectory() {
     mkdir -p "$BATS_TEST_TMPDIR/work"
     cd "$BATS_TEST_TMPDIR/work" || return
     unset LANG LC_ALL LC_CTYPE LANGUAGE
-    # What the FTP client writes must not depend on the person who runs the tests.
+    # The output of the FTP client must not depend on the person who runs the tests.
     export HOME=$BATS_TEST_TMPDIR
 }
 

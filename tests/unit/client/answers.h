@@ -12,7 +12,7 @@
 std::string recordedAnswer(const std::string& name);
 std::string recordedRequest(const std::string& name);
 
-// What follows the header of an HTTP message.
+// The part of an HTTP message after its header.
 std::string bodyOf(const std::string& message);
 
 // A complete HTTP answer with Content-Length; `fields` are further header lines, each with its end.

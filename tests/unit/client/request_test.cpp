@@ -1,4 +1,4 @@
-// What operations send that no recording shows, and how it leaves.
+// Requests of operations that no recording shows, and how they leave.
 #include <Pegasus/Client/CIMClient.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -99,7 +99,7 @@ TEST(Request, WithACharacterThatXmlLacksIsNotSent) {
   EXPECT_EQ(server.problems(), "");
 }
 
-// What else can be wrong with a body is tested with the decoder.
+// Other faults of a body are tested with the decoder.
 TEST(Request, AnswerToAnotherRequestIsAnError) {
   std::string answer = propertyBody("x");
   answer.replace(answer.find("@ID@"), 4, "1000");

@@ -76,7 +76,7 @@ class ScriptedServer {
   // All requests, in the order in which they came.
   std::vector<std::string> requests();
   std::size_t connections();
-  // What went otherwise than the scripts say.
+  // Differences from the scripts.
   std::string problems();
 
  private:

@@ -10,10 +10,10 @@
 #include <vector>
 
 struct FakeServer {
-  // What enumerateInstances answers for a class; a class that is missing here is
+  // The answer of enumerateInstances for a class; a class that is missing here is
   // CIM_ERR_INVALID_CLASS.
   std::map<std::string, std::vector<Pegasus::CIMInstance>> classes;
-  // What has been published: each a KVAXDT_FRU, named by its position in `published` ever.
+  // The published instances: each a KVAXDT_FRU, named by its position in `published` ever.
   std::map<int, Pegasus::CIMInstance> published;
   int nextName = 0;
   // Every operation with all its arguments, in order.

@@ -1,5 +1,5 @@
-// What is written is read back as the same. Both halves are ours, so a misunderstanding could
-// cancel out here: the recorded traffic is the check against that.
+// Everything that is written is read back as the same. Both halves are ours, so a misunderstanding
+// could cancel out here: the recorded traffic is the check against that.
 #include <gtest/gtest.h>
 #include "xml/decoder.h"
 #include "xml/encoder.h"

@@ -27,7 +27,7 @@ class CIMClientRep;
 //                                    and could not be opened again; nothing was sent
 //   ConnectionTimeoutException       the time-out ran out; the connection has been dropped, and
 //                                    the next operation opens a new one
-//   CIMClientMalformedHTTPException  the answer is no HTTP response, ended early, or is larger than
+//   CIMClientMalformedHTTPException  the answer is not an HTTP response, ended early, or exceeds
 //                                    64 MiB
 //   CIMClientHTTPErrorException      an HTTP status other than 200
 //   XmlException, XmlValidationError the body is not XML, or not CIM-XML

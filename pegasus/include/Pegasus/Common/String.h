@@ -63,7 +63,7 @@ class String {
   void toLower();
 
   // The text as bytes with a terminating zero, one byte per code unit (ISO 8859-1). The caller owns
-  // the array and frees it with delete[]. `extraBytes` are allocated behind the terminating zero.
+  // the array and frees it with delete[]. `extraBytes` are allocated after the terminating zero.
   // A unit above 255 throws TruncatedCharacter, or with `noThrow` is cut to its low byte.
   char* allocateCString(Uint32 extraBytes = 0, Boolean noThrow = false) const;
 
