@@ -56,6 +56,9 @@ TEST(Connect, AddressMustBeHostAndPort) {
     EXPECT_THAT(refusalOf(address), testing::HasSubstr("not host:port")) << address;
   }
   EXPECT_NE(refusalOf("[1:2]:5988"), "");
+  // An IPv6 address may have a zone. There is none like this on the interface.
+  EXPECT_THAT(refusalOf("[fe80::1%lo]:1"),
+              testing::AllOf(testing::Not(testing::HasSubstr("not host:port")), testing::Ne("")));
 }
 
 // The label is longer than any label of a name, so no name server is asked.
