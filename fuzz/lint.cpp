@@ -125,9 +125,9 @@ void checkPublished(CIMClient& client, std::string_view text, std::uint64_t numb
     if (explanation.line == number) {
       require(explanation.result == show::Result::published,
               "an entry without errors is published");
-      require(explanation.fields->fruNumber.view() == fields[0] &&
-                  explanation.fields->name.view() == fields[1] &&
-                  explanation.fields->description.view() == fields[3],
+      require(explanation.entry->fruNumber->view() == fields[0] &&
+                  explanation.entry->category->view() == fields[1] &&
+                  explanation.entry->description->view() == fields[3],
               "an entry is published as it is written");
     }
   }

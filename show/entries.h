@@ -10,16 +10,16 @@ namespace show {
 
 // A text is absent if the server has no value.
 struct Entry {
-  std::optional<Pegasus::String> category;
-  std::optional<Pegasus::String> fruNumber;
-  std::optional<Pegasus::String> description;
-  std::optional<Pegasus::String> identifyingNumber;
-  std::optional<Pegasus::String> vendor;
-  std::optional<Pegasus::String> revisionLevel;
+  std::optional<Pegasus::String> category = {};
+  std::optional<Pegasus::String> fruNumber = {};
+  std::optional<Pegasus::String> description = {};
+  std::optional<Pegasus::String> identifyingNumber = {};
+  std::optional<Pegasus::String> vendor = {};
+  std::optional<Pegasus::String> revisionLevel = {};
   // Whether morvik takes it for one of its own.
   bool isOurs = false;
   // Why the entry cannot be read. It then has no other texts than those in its instance name.
-  std::optional<Pegasus::String> problem;
+  std::optional<Pegasus::String> problem = {};
 };
 
 // What the instance has.

@@ -232,7 +232,9 @@ Explanation Explainer::explain(LineRead read, const String& line) {
 
 void Explainer::explainEntry(Category category, const String& line, Explanation& explanation) {
   explanation.result = Result::leftOut;
-  explanation.fields = cutEntryFields(line);
+  const EntryFields fields = cutEntryFields(line);
+  explanation.entry = {
+      .category = fields.name, .fruNumber = fields.fruNumber, .description = fields.description};
   if (!isWanted(category, line)) {
     explanation.reason = whyNotSelected(category, line);
     return;

@@ -79,9 +79,8 @@ struct Explanation {
   Reason reason;
   // As the line has it; absent if it names none.
   std::optional<Pegasus::String> category;
-  // Of entries, published or left out.
-  std::optional<EntryFields> fields;
-  // What morvik would try to publish of an entry.
+  // What the line has, and what an import would add: only the first for an entry that is not for
+  // this machine.
   std::optional<Entry> entry;
   // Of published PROCESSOR and MEMORY entries: the places of the parts that it is for.
   std::vector<Pegasus::String> places;

@@ -43,8 +43,8 @@ std::vector<Group> groupsOf(const Fleet& fleet) {
   for (std::size_t i = 0; i < fleet.machines.size(); ++i) {
     std::vector<bool> published;
     published.reserve(fleet.entries.size());
-    for (const FleetLine& entry : fleet.entries) {
-      published.push_back(entry.isPublished[i]);
+    for (const FleetLine& each : fleet.entries) {
+      published.push_back(each.isPublished[i]);
     }
     const auto [group, isNew] = known.try_emplace(std::move(published), groups.size());
     if (isNew) {
@@ -115,9 +115,9 @@ std::string linesWords(const std::vector<std::uint64_t>& lines) {
 
 void writeSummary(const Output& output, const Fleet& fleet) {
   std::vector<std::uint64_t> none;
-  for (const FleetLine& entry : fleet.entries) {
-    if (entry.count() == 0) {
-      none.push_back(entry.line);
+  for (const FleetLine& each : fleet.entries) {
+    if (each.count() == 0) {
+      none.push_back(each.line);
     }
   }
   const std::string counts = counted(fleet.entries.size(), "entry: ", "entries: ") +
@@ -140,18 +140,18 @@ void writeJson(const Output& output, const Fleet& fleet) {
   }
   JsonList list(output, members, "matrix");
   std::uint64_t none = 0;
-  for (const FleetLine& entry : fleet.entries) {
+  for (const FleetLine& each : fleet.entries) {
     Json published = Json::array();
-    for (std::size_t i = 0; i < entry.isPublished.size(); ++i) {
-      if (entry.isPublished[i]) {
+    for (std::size_t i = 0; i < each.isPublished.size(); ++i) {
+      if (each.isPublished[i]) {
         published.push_back(i);
       }
     }
     none += published.empty() ? 1 : 0;
-    list.add({{"line", entry.line},
-              {"category", toJson(entry.category)},
-              {"fruNumber", toJson(entry.fields.fruNumber)},
-              {"description", toJson(entry.fields.description)},
+    list.add({{"line", each.line},
+              {"category", toJson(each.category)},
+              {"fruNumber", toJson(each.entry.fruNumber)},
+              {"description", toJson(each.entry.description)},
               {"publishedOn", std::move(published)}});
   }
   list.end({{"counts",
@@ -186,16 +186,16 @@ Fleet explainOn(std::vector<NamedInventory> machines, std::istream& file) {
     for (Explainer& explainer : explainers) {
       explanations.push_back(explainer.explain(read, line));
     }
-    if (explanations.empty() || !explanations.front().fields) {
+    if (explanations.empty() || !explanations.front().entry) {
       ++fleet.ignored;
       continue;
     }
     const Explanation& first = explanations.front();
-    FleetLine entry = {first.line, first.category.value_or(String()), *first.fields, {}};
+    FleetLine each = {first.line, first.category.value_or(String()), *first.entry, {}};
     for (const std::size_t explainer : explainerOf) {
-      entry.isPublished.push_back(explanations[explainer].result == Result::published);
+      each.isPublished.push_back(explanations[explainer].result == Result::published);
     }
-    fleet.entries.push_back(std::move(entry));
+    fleet.entries.push_back(std::move(each));
   }
   return fleet;
 }
@@ -225,13 +225,13 @@ void writeFleet(const Output& output, const Fleet& fleet) {
     columns.push_back({name.c_str(), name.c_str()});
   }
   Table table(output, columns);
-  for (const FleetLine& entry : fleet.entries) {
-    Table::Row row = {{number(entry.line), entry.category, entry.fields.fruNumber,
-                       entry.fields.description, number(entry.count())},
-                      entry.count() == 0 ? Style::yellow : Style::plain};
+  for (const FleetLine& each : fleet.entries) {
+    Table::Row row = {{number(each.line), each.category, each.entry.fruNumber,
+                       each.entry.description, number(each.count())},
+                      each.count() == 0 ? Style::yellow : Style::plain};
     for (const Group& group : groups) {
-      row.cells.push_back(entry.isPublished[group.front()] ? Text(isCsv ? "published" : "x")
-                                                           : Text());
+      row.cells.push_back(each.isPublished[group.front()] ? Text(isCsv ? "published" : "x")
+                                                          : Text());
     }
     table.add(row);
   }

@@ -18,7 +18,7 @@ struct FleetLine {
   // From 1.
   std::uint64_t line = 0;
   Pegasus::String category;
-  EntryFields fields;
+  Entry entry;
   // For each machine, whether it publishes the entry.
   std::vector<bool> isPublished;
 

@@ -238,11 +238,10 @@ ExitStatus explain(CIMClient& client, const Options& options, std::istream& file
   const auto next = [&]() -> std::optional<Explanation> {
     for (auto explanation = nextOf(explainer, file, *options.explained); explanation;
          explanation = nextOf(explainer, file, *options.explained)) {
-      const auto& fields = explanation->fields;
-      const bool hasFields = fields.has_value();
+      const Entry entry = explanation->entry.value_or(Entry());
       if (isWanted(options, explanation->category,
-                   {explanation->category, hasFields ? fields->fruNumber : String(),
-                    hasFields ? fields->description : String(), explanation->reason.words})) {
+                   {explanation->category, entry.fruNumber, entry.description,
+                    explanation->reason.words})) {
         return explanation;
       }
     }
@@ -280,7 +279,7 @@ ExitStatus showPlace(CIMClient& client, const Options& options, std::istream& fi
   while (const auto line = nextOf(explainer, file, dataFileOf(options))) {
     for (std::size_t i = 0; i < parts.size(); ++i) {
       if (isFor(*line, *parts[i])) {
-        found[i].push_back({parts[i], line->fields->fruNumber, line->fields->description});
+        found[i].push_back({parts[i], line->entry->fruNumber, line->entry->description});
       }
     }
   }

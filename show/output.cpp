@@ -103,19 +103,16 @@ const ResultRow& rowOf(Result result) {
 }
 
 Json explanationJson(const Explanation& explanation, int format) {
-  const auto field = [&](String EntryFields::*member) {
-    return explanation.fields ? toJson((*explanation.fields).*member) : Json();
-  };
+  const Entry entry = explanation.entry.value_or(Entry());
   Json json = {{"line", explanation.line},
                {"result", rowOf(explanation.result).words},
                {"reason", explanation.reason.code},
                {"words", toJson(explanation.reason.words)},
                {"category", toJson(explanation.category)},
-               {"fruNumber", field(&EntryFields::fruNumber)},
-               {"name", field(&EntryFields::name)},
-               {"description", field(&EntryFields::description)},
-               {"identifyingNumber",
-                toJson(explanation.entry ? explanation.entry->identifyingNumber : Text())}};
+               {"fruNumber", toJson(entry.fruNumber)},
+               {"name", toJson(entry.category)},
+               {"description", toJson(entry.description)},
+               {"identifyingNumber", toJson(entry.identifyingNumber)}};
   if (format > 1) {
     json["places"] = Json::array();
     for (const String& place : explanation.places) {
@@ -126,12 +123,11 @@ Json explanationJson(const Explanation& explanation, int format) {
 }
 
 Table::Row explanationRow(const Explanation& explanation) {
-  const auto& fields = explanation.fields;
+  const auto& entry = explanation.entry;
   const ResultRow& result = rowOf(explanation.result);
   return {{String(std::to_string(explanation.line)), String(result.words),
-           fields ? Text(explanation.category.value_or(String())) : Text(),
-           fields ? Text(fields->fruNumber) : Text(), fields ? Text(fields->description) : Text(),
-           explanation.reason.words},
+           entry ? explanation.category : Text(), entry ? entry->fruNumber : Text(),
+           entry ? entry->description : Text(), explanation.reason.words},
           result.style};
 }
 

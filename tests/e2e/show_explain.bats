@@ -141,22 +141,6 @@ END
     wrote ''
 }
 
-@test "a server that fails during the explanation: status 2, not a wrong reason" {
-    startRecordedMachine
-    local fault
-    for fault in close error; do
-        # The machine is read first; then each line asks anew.
-        printf 'EnumerateInstances/KVAXDT_Processor 3 %s\n' "$fault" >"$faults"
-        explainLines <<'END'
-"F1","PROCESSOR","SPEED=2400","x"
-"F2","PROCESSOR","SPEED=2400","x"
-"F3","PROCESSOR","SPEED=2400","x"
-END
-        equal 2 "$status" "the status after $fault"
-        grep -q 'the CIM server failed, or changed while it was read' "$err"
-    done
-}
-
 @test "a file that cannot be read: status 2, and no server is contacted" {
     startDescribed '{}'
     runShow --explain missing.txt
