@@ -242,16 +242,15 @@ void State::addHistory(const Report& report) const {
                                   {"source", report.source},
                                   {"added", toJson(report.added())},
                                   {"removed", toJson(report.removed())}}));
-  // From the newest on.
+  std::size_t first = lines.size() - 1;
+  std::size_t bytes = lines.back().size() + 1;
+  while (first > 0 && lines.size() - first < mostHistoryLines &&
+         bytes + lines[first - 1].size() + 1 <= mostHistoryBytes) {
+    bytes += lines[--first].size() + 1;
+  }
   std::string text;
-  std::size_t count = 0;
-  for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
-    if (count == mostHistoryLines ||
-        (count > 0 && text.size() + line->size() + 1 > mostHistoryBytes)) {
-      break;
-    }
-    text.insert(0, *line + "\n");
-    ++count;
+  for (std::size_t i = first; i < lines.size(); ++i) {
+    text += lines[i] + "\n";
   }
   writeAtomically(pathOf(show::historyFile), text);
 }

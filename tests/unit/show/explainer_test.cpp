@@ -8,17 +8,10 @@
 
 #include "../src/fake_client.h"
 
-using Pegasus::CIM_ERR_FAILED;
-using Pegasus::CIMClient;
-using Pegasus::CIMException;
-using Pegasus::CIMProperty;
-using Pegasus::CIMValue;
-using Pegasus::String;
-using Pegasus::Uint32;
-using Pegasus::Uint64;
-
 namespace show {
 namespace {
+
+using namespace Pegasus;
 
 class ExplainerTest : public testing::Test {
  protected:
@@ -144,8 +137,8 @@ TEST_F(ExplainerTest, PublishedPartsHaveTheirPlaces) {
   auto& processors = fakeServer.classes["KVAXDT_Processor"];
   for (std::size_t i = 0; i < processors.size(); ++i) {
     processors[i].addProperty({"DeviceID", CIMValue(String(ids[i]))});
-    Pegasus::Array<Pegasus::CIMKeyBinding> keys;
-    keys.append(Pegasus::CIMKeyBinding("DeviceID", ids[i], Pegasus::CIMKeyBinding::STRING));
+    Array<CIMKeyBinding> keys;
+    keys.append(CIMKeyBinding("DeviceID", ids[i], CIMKeyBinding::STRING));
     processors[i].setPath({String(), String(), "KVAXDT_Processor", keys});
   }
   const Explanation processor = explain(lineOf("1", "PROCESSOR", "SPEED=2400"));
@@ -166,9 +159,8 @@ TEST_F(ExplainerTest, ManyValuesAreNotAllNamed) {
 TEST_F(ExplainerTest, ProcessorWithoutAClockLeavesTheRestUnknown) {
   haveClocks({1800});
   auto& processors = fakeServer.classes["KVAXDT_Processor"];
-  processors.push_back(
-      instanceWith("KVAXDT_Processor",
-                   {CIMProperty("CurrentClockSpeed", CIMValue(Pegasus::CIMTYPE_UINT32, false))}));
+  processors.push_back(instanceWith(
+      "KVAXDT_Processor", {CIMProperty("CurrentClockSpeed", CIMValue(CIMTYPE_UINT32, false))}));
   processors.push_back(instanceWith("KVAXDT_Processor", {}));
   const Explanation explanation = explain(lineOf("1", "PROCESSOR", "SPEED=2400"));
   EXPECT_STREQ(explanation.reason.code, "unknown-here");

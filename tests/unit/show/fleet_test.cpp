@@ -8,15 +8,10 @@
 
 #include "../src/fake_client.h"
 
-using Pegasus::CIMClient;
-using Pegasus::CIMProperty;
-using Pegasus::CIMValue;
-using Pegasus::String;
-using Pegasus::Uint32;
-using Pegasus::Uint64;
-
 namespace show {
 namespace {
+
+using namespace Pegasus;
 
 Parts partsOf(const std::vector<std::optional<String>>& texts) {
   Parts parts;

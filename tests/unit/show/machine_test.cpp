@@ -11,21 +11,10 @@
 #include "inventory.h"
 #include "output.h"
 
-using Pegasus::Array;
-using Pegasus::CIM_ERR_FAILED;
-using Pegasus::CIMClient;
-using Pegasus::CIMException;
-using Pegasus::CIMInstance;
-using Pegasus::CIMKeyBinding;
-using Pegasus::CIMProperty;
-using Pegasus::CIMValue;
-using Pegasus::String;
-using Pegasus::Uint16;
-using Pegasus::Uint32;
-using Pegasus::Uint64;
-
 namespace show {
 namespace {
+
+using namespace Pegasus;
 
 class MachineTest : public testing::Test {
  protected:
@@ -98,8 +87,8 @@ TEST_F(MachineTest, MissingNullAndOtherTypesAreAbsent) {
   addModule("DIMM 1", {capacity(1),
                        {"MemoryType", CIMValue(String("26"))},
                        {"MaxMemorySpeed", CIMValue(Uint32{3200})},
-                       {"ConfiguredMemoryClockSpeed", CIMValue(Pegasus::CIMTYPE_UINT32, false)},
-                       {"PartNumber", CIMValue(Pegasus::CIMTYPE_STRING, false)},
+                       {"ConfiguredMemoryClockSpeed", CIMValue(CIMTYPE_UINT32, false)},
+                       {"PartNumber", CIMValue(CIMTYPE_STRING, false)},
                        {"SerialNumber", CIMValue(Uint32{7})},
                        {"BankLabel", CIMValue(String())}});
   addModule("DIMM 2", {{"MemoryType", CIMValue(Uint16{1})}});
