@@ -11,17 +11,10 @@ teardown() { stopServers; }
 
 # --- what ends by itself ---
 
-@test "--help names every option and every status" {
+@test "--help and --version: status 0, on standard output" {
     endsWith 0 --help
     fileIs "$err" ''
-    local word
-    for word in --listen --host --smbios --include --store --user --writers --max-request --max-instances --max-bytes --recover --check --log-level --help --version FILE \
-        'Exit status: 0 normal end, 1 run-time error, 2 wrong usage, 3 wrong configuration'; do
-        grep -qF -- "$word" "$out"
-    done
-}
-
-@test "--version: the name and the version of the project" {
+    grep -qF 'Exit status: 0 normal end, 1 run-time error, 2 wrong usage, 3 wrong configuration' "$out"
     endsWith 0 --version
     fileIs "$err" ''
     equal "morvik-cimd $(sed -nE 's/^project\(.*VERSION ([0-9.]+).*/\1/p' "$project/CMakeLists.txt")" \

@@ -12,26 +12,31 @@ std::string utf8(const std::optional<String>& text) {
   return text ? text->toUtf8() : "(none)";
 }
 
+// The keys of processors and of memory.
 std::vector<std::string> deviceIds(const Inventory& inventory) {
-  std::vector<std::string> result;
-  result.reserve(inventory.processors.size());
+  std::vector<std::string> ids;
   for (const ProcessorFacts& processor : inventory.processors) {
-    result.push_back(processor.deviceId.toUtf8());
+    ids.push_back(processor.deviceId.toUtf8());
   }
-  return result;
+  return ids;
 }
-
 std::vector<std::string> tags(const Inventory& inventory) {
-  std::vector<std::string> result;
-  result.reserve(inventory.memory.size());
+  std::vector<std::string> ids;
   for (const MemoryFacts& memory : inventory.memory) {
-    result.push_back(memory.tag.toUtf8());
+    ids.push_back(memory.tag.toUtf8());
   }
-  return result;
+  return ids;
+}
+std::vector<std::string> deviceIds(const std::vector<StructureBuilder>& structures) {
+  return deviceIds(inventoryOf(structures));
+}
+std::vector<std::string> tags(const std::vector<StructureBuilder>& structures) {
+  return tags(inventoryOf(structures));
 }
 
-TEST(SmbiosSystem, ProductNameIsTakenVerbatim) {
-  const Inventory inventory = inventoryOf({systemStructure("  Server  123 -[1234ABX]-  ", " S1 ")});
+TEST(SmbiosSystem, ProductNameOfTheFirstStructureIsTakenVerbatim) {
+  const Inventory inventory = inventoryOf({systemStructure("  Server  123 -[1234ABX]-  ", " S1 "),
+                                           systemStructure("of a second structure", "2")});
   ASSERT_TRUE(inventory.system);
   EXPECT_EQ(utf8(inventory.system->model), "  Server  123 -[1234ABX]-  ");
   EXPECT_EQ(utf8(inventory.system->serialNumber), " S1 ");
@@ -45,11 +50,6 @@ TEST(SmbiosSystem, WithoutTextsBothAreMissing) {
     EXPECT_EQ(utf8(inventory.system->model), "(none)");
     EXPECT_EQ(utf8(inventory.system->serialNumber), "(none)");
   }
-}
-
-TEST(SmbiosSystem, TheFirstStructureCounts) {
-  const Inventory inventory = inventoryOf({systemStructure("a", "1"), systemStructure("b", "2")});
-  EXPECT_EQ(utf8(inventory.system->model), "a");
 }
 
 TEST(SmbiosSystem, MissingStructureIsReported) {
@@ -87,43 +87,35 @@ TEST(SmbiosSystem, TextLikeAPlaceholderIsAValue) {
   }
 }
 
-TEST(SmbiosProcessor, DesignationNameAndClock) {
-  const Inventory inventory =
-      inventoryOf({processorStructure(" Proc 1 ", 2600).text(0x10, "Example CPU @ 2.60GHz   ")});
-  ASSERT_EQ(deviceIds(inventory), (std::vector<std::string>{"Proc 1"}));
-  EXPECT_EQ(utf8(inventory.processors[0].name), "Example CPU @ 2.60GHz");
-  EXPECT_EQ(inventory.processors[0].clockMegahertz, 2600U);
-}
-
-TEST(SmbiosProcessor, ClockIsTheCurrentSpeed) {
-  for (const unsigned speed : {1866U, 0xFFFFU}) {
-    const Inventory inventory = inventoryOf({processorStructure("a", speed).word(0x14, 4000)});
-    EXPECT_EQ(inventory.processors.at(0).clockMegahertz, speed);
+TEST(SmbiosProcessor, DesignationNameAndCurrentClock) {
+  struct Case {
+    unsigned speed;
+    std::optional<Uint32> clock;
+  };
+  for (const Case& c : {Case{2600, 2600}, {0xFFFF, 0xFFFF}, {0, std::nullopt}}) {
+    HostBytes bytes = hostWith({processorStructure(" Proc 1 ", c.speed)
+                                    .text(0x10, "Example CPU @ 2.60GHz   ")
+                                    .word(0x14, 4000)});
+    bytes.cpuinfo = "processor : 0\ncpu MHz : 2400.000\n";
+    const Inventory inventory = takeInventory(bytes);
+    ASSERT_EQ(deviceIds(inventory), std::vector<std::string>{"Proc 1"});
+    EXPECT_EQ(utf8(inventory.processors[0].name), "Example CPU @ 2.60GHz");
+    EXPECT_EQ(inventory.processors[0].clockMegahertz, c.clock) << "not the clock of cpuinfo";
   }
-}
-
-TEST(SmbiosProcessor, SpeedOfZeroIsUnknown) {
-  HostBytes bytes = hostWith({processorStructure("a", 0).word(0x14, 4000)});
-  bytes.cpuinfo = "processor : 0\ncpu MHz : 2400.000\n";
-  const Inventory inventory = takeInventory(bytes);
-  ASSERT_EQ(deviceIds(inventory), (std::vector<std::string>{"a"}));
-  EXPECT_EQ(inventory.processors[0].clockMegahertz, std::nullopt) << "not the clock of cpuinfo";
 }
 
 TEST(SmbiosProcessor, OnlyPopulatedSocketsCount) {
   // Populated is bit 6; the lower bits show whether the processor is enabled.
   for (const unsigned status : {0x40U, 0x41U, 0x42U, 0x43U, 0x44U, 0x47U, 0xC1U}) {
-    EXPECT_THAT(deviceIds(inventoryOf({processorStructure("a", 1).byte(0x18, status)})),
-                ElementsAre("a"))
+    EXPECT_THAT(deviceIds({processorStructure("a", 1).byte(0x18, status)}), ElementsAre("a"))
         << status;
   }
   for (const StructureBuilder& tooShort :
        {StructureBuilder(4, 0x18).text(4, "a").word(0x16, 1), StructureBuilder(4, 4)}) {
-    EXPECT_THAT(deviceIds(inventoryOf({tooShort})), IsEmpty());
+    EXPECT_THAT(deviceIds({tooShort}), IsEmpty());
   }
   for (const unsigned status : {0x00U, 0x01U, 0x07U, 0xBFU}) {
-    EXPECT_THAT(deviceIds(inventoryOf({processorStructure("a", 1).byte(0x18, status)})), IsEmpty())
-        << status;
+    EXPECT_THAT(deviceIds({processorStructure("a", 1).byte(0x18, status)}), IsEmpty()) << status;
   }
 }
 
@@ -225,8 +217,8 @@ TEST(SmbiosMakers, PlaceholdersAreMissingAndLongTextsAreCut) {
 }
 
 TEST(SmbiosMemory, EmptySlotsAreLeftOut) {
-  EXPECT_THAT(tags(inventoryOf({memoryStructure("a", 0), memoryStructure("b", 0x8000),
-                                memoryStructure("c", 1), StructureBuilder(17, 0x0D)})),
+  EXPECT_THAT(tags({memoryStructure("a", 0), memoryStructure("b", 0x8000), memoryStructure("c", 1),
+                    StructureBuilder(17, 0x0D)}),
               ElementsAre("c"));
 }
 
@@ -249,41 +241,31 @@ TEST(SmbiosMemory, RepeatedLocatorsGetTheirBankIntoTheName) {
     return memoryStructure(locator, size).text(0x11, bank);
   };
   EXPECT_THAT(
-      tags(inventoryOf({memory("DIMM 0", "BANK 0", 1), memory("DIMM 1", "BANK 0", 1),
-                        memory("DIMM 0 ", "BANK 1", 1), memory("DIMM 0", "BANK 1", 1),
-                        memoryStructure("DIMM 0", 1)})),
+      tags({memory("DIMM 0", "BANK 0", 1), memory("DIMM 1", "BANK 0", 1),
+            memory("DIMM 0 ", "BANK 1", 1), memory("DIMM 0", "BANK 1", 1),
+            memoryStructure("DIMM 0", 1)}),
       ElementsAre("DIMM 0 BANK 0", "DIMM 1", "DIMM 0 BANK 1", "DIMM 0 BANK 1 #2", "DIMM 0"));
   // An empty slot counts, so that a module keeps its name when another one is put in.
-  EXPECT_THAT(tags(inventoryOf({memory("DIMM 0", "BANK 0", 1), memory("DIMM 0", "BANK 1", 0)})),
+  EXPECT_THAT(tags({memory("DIMM 0", "BANK 0", 1), memory("DIMM 0", "BANK 1", 0)}),
               ElementsAre("DIMM 0 BANK 0"));
 }
 
-TEST(SmbiosKeys, RepeatedDesignationsAreNumbered) {
-  EXPECT_THAT(deviceIds(inventoryOf({processorStructure("CPU", 1), processorStructure("CPU", 1),
-                                     processorStructure("CPU ", 1)})),
-              ElementsAre("CPU", "CPU #2", "CPU #3"));
-  EXPECT_THAT(tags(inventoryOf({memoryStructure("D", 1), memoryStructure("D", 1)})),
-              ElementsAre("D", "D #2"));
-}
-
-TEST(SmbiosKeys, DesignationThatLooksNumberedIsNotUsedTwice) {
-  EXPECT_THAT(tags(inventoryOf({memoryStructure("D #2", 1), memoryStructure("D", 1),
-                                memoryStructure("D", 1), memoryStructure("D #2", 1)})),
-              ElementsAre("D #2", "D", "D #3", "D #2 #2"));
-}
-
-TEST(SmbiosKeys, MissingAndBlankDesignationsAreNumberedToo) {
+TEST(SmbiosKeys, RepeatedMissingAndBlankDesignationsAreNumbered) {
+  const auto cpu = [](const char* socket) { return processorStructure(socket, 1); };
+  const auto dimm = [](const char* locator) { return memoryStructure(locator, 1); };
   const StructureBuilder nameless = StructureBuilder(4, 0x30).byte(0x18, 0x41);
-  EXPECT_THAT(deviceIds(inventoryOf({nameless, processorStructure("  ", 1), nameless})),
+  EXPECT_THAT(deviceIds({cpu("CPU"), cpu("CPU"), cpu("CPU ")}),
               ElementsAre("CPU", "CPU #2", "CPU #3"));
+  EXPECT_THAT(deviceIds({nameless, cpu("  "), nameless}), ElementsAre("CPU", "CPU #2", "CPU #3"));
+  EXPECT_THAT(tags({dimm("D"), dimm("D")}), ElementsAre("D", "D #2"));
+  EXPECT_THAT(tags({dimm("D #2"), dimm("D"), dimm("D"), dimm("D #2")}),
+              ElementsAre("D #2", "D", "D #3", "D #2 #2"));
 }
 
 // Otherwise a module put into the first slot would take the key of the second.
 TEST(SmbiosKeys, AddingAPartLeavesTheOtherKeysAlone) {
-  EXPECT_THAT(tags(inventoryOf({memoryStructure("D", 0), memoryStructure("D", 1)})),
-              ElementsAre("D #2"));
-  EXPECT_THAT(deviceIds(inventoryOf(
-                  {processorStructure("C", 1).byte(0x18, 0), processorStructure("C", 1)})),
+  EXPECT_THAT(tags({memoryStructure("D", 0), memoryStructure("D", 1)}), ElementsAre("D #2"));
+  EXPECT_THAT(deviceIds({processorStructure("C", 1).byte(0x18, 0), processorStructure("C", 1)}),
               ElementsAre("C #2"));
 }
 
@@ -338,15 +320,12 @@ TEST(SmbiosTexts, Utf8AndEverythingElse) {
 TEST(SmbiosInventory, StructuresComeInAnyOrderAmongOthers) {
   const Inventory inventory =
       inventoryOf({memoryStructure("m", 1), StructureBuilder(0, 0x18), processorStructure("p", 1),
+                   memoryStructure("inactive", 1).byte(0, 126),
                    StructureBuilder(221, 9).text(4, "other"), systemStructure("s", "1")});
   EXPECT_EQ(utf8(inventory.system->model), "s");
   EXPECT_THAT(deviceIds(inventory), ElementsAre("p"));
   EXPECT_THAT(tags(inventory), ElementsAre("m"));
   EXPECT_THAT(inventory.messages, IsEmpty());
-}
-
-TEST(SmbiosInventory, InactiveStructuresAreIgnored) {
-  EXPECT_THAT(tags(inventoryOf({memoryStructure("m", 1).byte(0, 126)})), IsEmpty());
 }
 
 TEST(SmbiosInventory, StructuresBeforeDamageAreKeptAndDamageIsReported) {

@@ -10,22 +10,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The property of the only instance of the class.
-std::string valueOf(const std::string& mof, const char* className, const char* property) {
-  Repository repository;
-  loadText(repository, mof);
-  NameSpace& nameSpace = repository.nameSpace(defaultNameSpace);
-  const auto instances = nameSpace.instances(nameSpace.classNamed(className));
-  EXPECT_EQ(instances.size(), 1U);
-  const CIMInstance& instance = instances.at(0)->instance;
-  return instance.getProperty(instance.findProperty(property)).getValue().toString().toUtf8();
-}
-
 TEST(MofLoader, ValuesThatAreNotGivenAreTheDefaults) {
-  const std::string cls = "class A { [Key] string k = \"dk\"; string d = \"dflt\"; };";
-  EXPECT_EQ(valueOf(cls + "instance of A {};", "A", "d"), "dflt");
-  EXPECT_EQ(valueOf(cls + "instance of A {};", "A", "k"), "dk");
-  EXPECT_EQ(valueOf(cls + "instance of A { d = NULL; };", "A", "d"), "");
+  Server server(
+      "class A { [Key] string k = \"dk\"; string d = \"dflt\"; };"
+      "instance of A {}; instance of A { k = \"2\"; d = NULL; };");
+  const auto valueIn = [&](const char* key) {
+    return server.ask("GetProperty", {{"InstanceName", instanceName("A", "k", key)},
+                                      {"PropertyName", value("d")}});
+  };
+  EXPECT_EQ(valueIn("dk"), value("dflt"));
+  EXPECT_EQ(valueIn("2"), "");
 }
 
 TEST(MofLoader, WrongInstancesAreRefusedAtTheirPosition) {

@@ -1,5 +1,7 @@
+// The command line and the log.
 #include "service/options.h"
 #include <gtest/gtest.h>
+#include "log.h"
 
 namespace cimd {
 namespace {
@@ -37,32 +39,28 @@ TEST(Options, DefaultsAndFilesInOrder) {
   EXPECT_EQ(options.port, 5988);
   EXPECT_EQ(options.logLevel, LogLevel::info);
   EXPECT_EQ(options.files, (std::vector<std::filesystem::path>{"b.mof", "a.mof"}));
+  EXPECT_EQ(good({"--recover", "fru.db"}).recover, "fru.db") << "needs no files";
 }
 
 TEST(Options, IncludeTakesOneDirectoryEachTime) {
   const Options options = good({"--include", "one", "a.mof", "--include", "two", "b.mof"});
   EXPECT_EQ(options.includeDirectories, (std::vector<std::filesystem::path>{"one", "two"}));
   EXPECT_EQ(options.files, (std::vector<std::filesystem::path>{"a.mof", "b.mof"}));
-  expectStatus(ExitStatus::usage, {"--include", "", "a.mof"});
-  expectStatus(ExitStatus::usage, {"a.mof", "--include"});
 }
 
-TEST(Options, ModelsNeedAHost) {
+TEST(Options, AnInventoryIsOfTheHostOrRecorded) {
+  EXPECT_TRUE(good({"--host", "a.mof"}).isHost);
+  const Options recorded = good({"--smbios", "tables", "a.mof"});
+  EXPECT_TRUE(recorded.isHost);
+  EXPECT_EQ(recorded.recordedTables, "tables");
   EXPECT_EQ(good({"--host", "--model", "1234 A", "a.mof"}).model, "1234 A");
   EXPECT_EQ(good({"--smbios", "d", "--models", "m", "a.mof"}).models, "m");
-  expectStatus(ExitStatus::usage, {"--model", "x", "a.mof"});
-  expectStatus(ExitStatus::usage, {"--models", "x", "a.mof"});
-  expectStatus(ExitStatus::usage, {"--host", "--model", "x", "--models", "y", "a.mof"});
-  expectStatus(ExitStatus::usage, {"--host", "--model", "", "a.mof"});
 }
 
 TEST(Options, WritersMayBeRepeatedAndAreSeparatedByCommas) {
   const Options options = good({"--writers", "alice,@operators", "a.mof", "--writers", "bob"});
   EXPECT_EQ(options.writers, (std::vector<std::string>{"alice", "@operators", "bob"}));
   EXPECT_EQ(good({"a.mof"}).writers, std::vector<std::string>());
-  for (const char* list : {"", ",", "a,", ",a", "a,,b", "@", "a,@"}) {
-    expectStatus(ExitStatus::usage, {"a.mof", "--writers", list});
-  }
 }
 
 TEST(Options, ListenTakesAnyLoopbackAddress) {
@@ -81,16 +79,37 @@ TEST(Options, ListenTakesAnyLoopbackAddress) {
   }
 }
 
-TEST(Options, OtherAddressesAndUnknownOptionsAreWrongUsage) {
-  for (const char* text :
+TEST(Options, WrongUsageIsRefused) {
+  for (const char* address :
        {"", "127.0.0.1", "127.0.0.1:", "127.0.0.1:x", "127.0.0.1:5x", "127.0.0.1:65536",
         "127.0.0.1:-1", "localhost:5988", "0.0.0.0:5988", "10.0.0.1:5988", "[::]:5988",
         "[::2]:5988", "::1:5988", "[127.0.0.1]:5988", ":5988", "[]:5988"}) {
-    expectStatus(ExitStatus::usage, {"a.mof", "--listen", text});
+    expectStatus(ExitStatus::usage, {"a.mof", "--listen", address});
   }
-  expectStatus(ExitStatus::usage, {});
-  expectStatus(ExitStatus::usage, {"--listen", "127.0.0.1:1"});
-  expectStatus(ExitStatus::usage, {"--no-such-option", "a.mof"});
+  for (const char* list : {"", ",", "a,", ",a", "a,,b", "@", "a,@"}) {
+    expectStatus(ExitStatus::usage, {"a.mof", "--writers", list});
+  }
+  for (const char* size : {"", "-1", "65535", "65MiB", "1XB", "99999999999999999999"}) {
+    expectStatus(ExitStatus::usage, {"a.mof", "--max-request", size});
+  }
+  for (const char* limit : {"", "-1", "x", "99999999999999999999"}) {
+    expectStatus(ExitStatus::usage, {"a.mof", "--max-instances", limit});
+    expectStatus(ExitStatus::usage, {"a.mof", "--max-bytes", limit});
+  }
+  for (const std::vector<const char*>& arguments :
+       std::vector<std::vector<const char*>>{{},
+                                             {"--listen", "127.0.0.1:1"},
+                                             {"--no-such-option", "a.mof"},
+                                             {"--include", "", "a.mof"},
+                                             {"a.mof", "--include"},
+                                             {"--model", "x", "a.mof"},
+                                             {"--models", "x", "a.mof"},
+                                             {"--host", "--model", "x", "--models", "y", "a.mof"},
+                                             {"--host", "--model", "", "a.mof"},
+                                             {"--host", "--smbios", "tables", "a.mof"},
+                                             {"--recover", ""}}) {
+    expectStatus(ExitStatus::usage, arguments);
+  }
 }
 
 TEST(Options, AnUnknownOptionIsNamedEvenWithoutFiles) {
@@ -98,14 +117,6 @@ TEST(Options, AnUnknownOptionIsNamedEvenWithoutFiles) {
   const char* const arguments[] = {"morvik-cimd", "--bogus"};
   readOptions(2, arguments);
   EXPECT_NE(testing::internal::GetCapturedStderr().find("--bogus"), std::string::npos);
-}
-
-TEST(Options, HostAndSmbiosExcludeEachOther) {
-  expectStatus(ExitStatus::usage, {"--host", "--smbios", "tables", "a.mof"});
-  EXPECT_TRUE(good({"--host", "a.mof"}).isHost);
-  const Options recorded = good({"--smbios", "tables", "a.mof"});
-  EXPECT_TRUE(recorded.isHost);
-  EXPECT_EQ(recorded.recordedTables, "tables");
 }
 
 TEST(Options, LimitsHaveUnitsAndBounds) {
@@ -118,24 +129,33 @@ TEST(Options, LimitsHaveUnitsAndBounds) {
   EXPECT_EQ(given.maxRequest, 65536U);
   EXPECT_EQ(given.maxInstances, 7U);
   EXPECT_EQ(given.maxBytes, 2U << 20);
-  for (const char* text : {"", "-1", "65535", "65MiB", "1XB", "99999999999999999999"}) {
-    expectStatus(ExitStatus::usage, {"a.mof", "--max-request", text});
-  }
-  for (const char* text : {"", "-1", "x", "99999999999999999999"}) {
-    expectStatus(ExitStatus::usage, {"a.mof", "--max-instances", text});
-    expectStatus(ExitStatus::usage, {"a.mof", "--max-bytes", text});
-  }
-}
-
-TEST(Options, RecoveryNeedsNoFiles) {
-  EXPECT_EQ(good({"--recover", "fru.db"}).recover, "fru.db");
-  expectStatus(ExitStatus::usage, {"--recover", ""});
 }
 
 TEST(Options, HelpAndVersionEndWellAndPrint) {
   for (const char* option : {"-h", "--help", "-V", "--version"}) {
     expectStatus(ExitStatus::ok, {option});
   }
+}
+
+std::string written(LogLevel most, LogLevel level, const char* text) {
+  testing::internal::CaptureStderr();
+  Log(most).write(level, text);
+  return testing::internal::GetCapturedStderr();
+}
+
+TEST(Log, AMessageIsOneLineWhateverItQuotes) {
+  EXPECT_EQ(written(LogLevel::info, LogLevel::error, "a\nb\x1B[1m\x7F\tc"),
+            "morvik-cimd: error: a?b?[1m??c\n");
+  EXPECT_EQ(written(LogLevel::info, LogLevel::info,
+                    "Gr\xC3\xBC\xC3\x9F"
+                    "e"),
+            "morvik-cimd: Gr\xC3\xBC\xC3\x9F"
+            "e\n");
+}
+
+TEST(Log, LessImportantMessagesAreLeftOut) {
+  EXPECT_EQ(written(LogLevel::warning, LogLevel::info, "x"), "");
+  EXPECT_EQ(written(LogLevel::warning, LogLevel::warning, "x"), "morvik-cimd: warning: x\n");
 }
 
 }  // namespace

@@ -8,35 +8,21 @@
 namespace cimd::test {
 namespace {
 
-class InstanceDatabaseTest : public Test {
- protected:
-  std::filesystem::path file() const { return directory_.path() / "instances.db"; }
+using InstanceDatabaseTest = StoreTest;
 
-  TemporaryDirectory directory_;
-};
-
-TEST_F(InstanceDatabaseTest, ReplacingAnInstanceKeepsItsPlaceInTheOrderOfCreation) {
-  const Rows expected = {row(u"3", "first"), row(u"1", "second"), row(u"2", "first")};
+TEST_F(InstanceDatabaseTest, InstancesAreInTheOrderOfTheirCreationAndNotOfTheirChanges) {
+  const Rows expected = {row(u"3", "first"), row(u"1", "second"), row(u"2", "again")};
   {
     InstanceDatabase database(file());
-    put(database, u"3", "first");
-    put(database, u"1", "first");
-    put(database, u"2", "first");
+    for (const char16_t* key : {u"2", u"3", u"1"}) {
+      put(database, key, "first");
+    }
+    remove(database, u"2");
+    put(database, u"2", "again");
     put(database, u"1", "second");
     EXPECT_EQ(load(database), expected);
   }
   EXPECT_EQ(loadFile(file()), expected);
-}
-
-TEST_F(InstanceDatabaseTest, AnInstanceRemovedAndPutAgainComesLast) {
-  {
-    InstanceDatabase database(file());
-    put(database, u"a", "first");
-    put(database, u"b", "first");
-    remove(database, u"a");
-    put(database, u"a", "again");
-  }
-  EXPECT_THAT(loadFile(file()), ElementsAre(row(u"b", "first"), row(u"a", "again")));
 }
 
 TEST_F(InstanceDatabaseTest, RemovingAnUnknownInstanceDoesNothing) {
@@ -133,7 +119,7 @@ TEST_F(InstanceDatabaseTest, APublishedInstanceIsRestoredAsItWas) {
 }
 
 // Rows that cannot be served: someone or something changed them, or the model refuses them.
-class UnservedRowTest : public InstanceDatabaseTest {
+class UnservedRowTest : public StoreTest {
  protected:
   UnservedRowTest() {
     InstanceDatabase database(file());
@@ -163,13 +149,13 @@ class UnservedRowTest : public InstanceDatabaseTest {
 };
 
 TEST_F(UnservedRowTest, ADamagedRowIsReportedAndKept) {
-  const std::string sound = readFile(file());
+  const std::string sound = content();
   for (const char* change :
        {"instance = replace(instance, 'two', 'twa')", "namespace = 'root/kvase'", "class = 'D'",
         "checksum = checksum + 1", "checksum = 'x'", "instance = CAST(instance AS BLOB)",
         "class = CAST(class AS BLOB)", "instance = 5"}) {
     SCOPED_TRACE(change);
-    directory_.write("instances.db", sound);
+    setContent(sound);
     const std::string sql = "UPDATE instance SET " + std::string(change) + " WHERE key = 'b'";
     runSql(file(), sql.c_str());
     {
@@ -202,40 +188,43 @@ TEST_F(UnservedRowTest, ARowThatTheModelRefusesIsReportedWithItsReason) {
   EXPECT_THAT(warnings, ElementsAre(HasSubstr("no such class")));
 }
 
-TEST_F(UnservedRowTest, PuttingAnInstanceOfTheSameNameSetsTheRowAside) {
-  damage("b");
-  {
-    InstanceDatabase database(file());
-    expectLeftOut(database);
-    put(database, u"b", "new");
-    put(database, u"b", "newer");
-    EXPECT_THAT(load(database),
-                ElementsAre(row(u"a", "one"), row(u"c", "three"), row(u"b", "newer")));
+TEST_F(UnservedRowTest, AChangeOfTheSameInstanceSetsTheRowAside) {
+  const std::string sound = content();
+  struct Case {
+    const char* what;
+    void (*change)(InstanceDatabase& database);
+    Rows rows;
+    const char* aside;
+  };
+  for (const Case& c : {Case{"put",
+                             [](InstanceDatabase& database) {
+                               put(database, u"b", "new");
+                               put(database, u"b", "newer");
+                             },
+                             {row(u"a", "one"), row(u"c", "three"), row(u"b", "newer")},
+                             "two"},
+                        {"remove",
+                         [](InstanceDatabase& database) { remove(database, u"b"); },
+                         {row(u"a", "one"), row(u"c", "three")},
+                         "two"},
+                        {"a change of another instance",
+                         [](InstanceDatabase& database) { put(database, u"a", "new"); },
+                         {row(u"a", "new"), row(u"c", "three")},
+                         ""}}) {
+    SCOPED_TRACE(c.what);
+    setContent(sound);
+    damage("b");
+    {
+      InstanceDatabase database(file());
+      expectLeftOut(database);
+      c.change(database);
+      std::vector<std::string> warnings;
+      EXPECT_EQ(load(database, &warnings), c.rows);
+      EXPECT_EQ(warnings.size(), *c.aside == '\0' ? 1U : 0U);
+    }
+    EXPECT_EQ(queryText(file(), "SELECT coalesce(group_concat(instance), '') FROM set_aside"),
+              c.aside);
   }
-  EXPECT_EQ(count("set_aside"), "1");
-  EXPECT_EQ(queryText(file(), "SELECT instance FROM set_aside WHERE key = 'b'"), "two");
-}
-
-TEST_F(UnservedRowTest, RemovingAnInstanceOfTheSameNameSetsTheRowAside) {
-  damage("b");
-  {
-    InstanceDatabase database(file());
-    expectLeftOut(database);
-    remove(database, u"b");
-    EXPECT_THAT(load(database), ElementsAre(row(u"a", "one"), row(u"c", "three")));
-  }
-  EXPECT_EQ(count("instance"), "2");
-  EXPECT_EQ(count("set_aside"), "1");
-}
-
-TEST_F(UnservedRowTest, ChangingAnotherInstanceSetsNothingAside) {
-  damage("b");
-  {
-    InstanceDatabase database(file());
-    expectLeftOut(database);
-    put(database, u"a", "new");
-  }
-  EXPECT_EQ(count("set_aside"), "0");
 }
 
 // As after a reload with a class that was missing.

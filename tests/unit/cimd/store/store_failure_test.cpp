@@ -2,10 +2,8 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <sched.h>
-#include <signal.h>
 #include <sqlite3.h>
 #include <sys/mount.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -79,9 +77,7 @@ extern "C" int fdatasync(int /*descriptor*/) {
 namespace cimd::test {
 namespace {
 
-namespace fs = std::filesystem;
-
-class StoreFailureTest : public Test {
+class StoreFailureTest : public StoreTest {
  protected:
   StoreFailureTest() {
     disk = Disk();
@@ -96,10 +92,6 @@ class StoreFailureTest : public Test {
     sqlite3_vfs* const system = sqlite3_vfs_find(nullptr);
     system->xSetSystemCall(system, nullptr, nullptr);
   }
-
-  fs::path file() const { return directory_.path() / "instances.db"; }
-
-  TemporaryDirectory directory_;
 };
 
 TEST_F(StoreFailureTest, NoChangeIsAcknowledgedBeforeItIsOnTheDisk) {
@@ -209,13 +201,6 @@ struct Image {
 // Every state that the files have while a change is made, and what is done to them afterwards.
 class CrashImageTest : public StoreFailureTest {
  protected:
-  fs::path journal() const { return file().string() + "-journal"; }
-
-  Rows restored(const std::string& content) {
-    directory_.write("instances.db", content);
-    return loadFile(file());
-  }
-
   // The states of the files during the change; before_ and after_ are what they then hold.
   template <typename Change>
   std::vector<Image> imagesOf(Change change) {
@@ -238,8 +223,7 @@ class CrashImageTest : public StoreFailureTest {
 
   // The outcome with these files: either the change was made or it was not, or there is a message.
   void judge(const Image& image, bool isJournalRemoved, bool isDamaged) {
-    removeStore(file());
-    directory_.write("instances.db", image.file);
+    setContent(image.file);
     if (!isJournalRemoved) {
       directory_.write("instances.db-journal", image.journal);
     }
@@ -303,8 +287,7 @@ TEST_F(CrashImageTest, ADamagedJournalInUseIsReportedWithTheNumberOfChanges) {
     if (image.journal[0] != '\0') {
       // Before a page of the file was written, so that the rest is sound.
       image.journal[1] = 'x';
-      removeStore(file());
-      directory_.write("instances.db", image.file);
+      setContent(image.file);
       directory_.write("instances.db-journal", image.journal);
       EXPECT_EQ(loadFile(file(), &warnings), before_);
       break;
@@ -315,34 +298,6 @@ TEST_F(CrashImageTest, ADamagedJournalInUseIsReportedWithTheNumberOfChanges) {
 }
 
 // The kernel's own limits, in a process of its own.
-
-TEST_F(StoreFailureTest, AFileSizeLimitIsAnErrorUntilItIsRaised) {
-  inChild([this] {
-    signal(SIGXFSZ, SIG_IGN);
-    InstanceDatabase database(file());
-    put(database, u"a", "one");
-    const rlimit unlimited{RLIM_INFINITY, RLIM_INFINITY};
-    const rlimit small{60000, RLIM_INFINITY};
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    EXPECT_THAT(putError(database, u"b", std::string(100000, 'x')), HasSubstr("File too large"));
-    EXPECT_THAT(load(database), ElementsAre(row(u"a", "one")));
-    put(database, u"c", "small enough");
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &unlimited), 0);
-    put(database, u"b", "two");
-    EXPECT_EQ(load(database).size(), 3U);
-  });
-  EXPECT_THAT(loadFile(file()),
-              ElementsAre(row(u"a", "one"), row(u"c", "small enough"), row(u"b", "two")));
-}
-
-TEST_F(StoreFailureTest, AFullDiskIsAnErrorAtTheStart) {
-  inChild([this] {
-    signal(SIGXFSZ, SIG_IGN);
-    const rlimit none{0, 0};
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
-    EXPECT_THAT(openError(file()), HasSubstr("instances.db: disk I/O error: File too large"));
-  });
-}
 
 // Mounts a small file system over the directory, which only this process sees.
 bool mountSmall(const fs::path& directory, const char* size = "512k") {
@@ -434,22 +389,6 @@ TEST_F(StoreFailureTest, LackOfMemoryIsNotAnErrorOfTheStore) {
   EXPECT_THAT(load(database), ElementsAre(row(u"a", "one"), row(u"b", "two")));
 }
 
-TEST_F(StoreFailureTest, SpaceOfDeletedInstancesIsReturned) {
-  InstanceDatabase database(file());
-  const auto size = fs::file_size(file());
-  EXPECT_FALSE(database.returnSpace());
-  for (int i = 0; i < 100; ++i) {
-    put(database, numberedKey(i), std::string(30000, 'x'));
-  }
-  EXPECT_GT(fs::file_size(file()), size + 3000000);
-  for (int i = 0; i < 100; ++i) {
-    remove(database, numberedKey(i));
-  }
-  while (database.returnSpace()) {
-  }
-  EXPECT_EQ(fs::file_size(file()), size);
-}
-
 TEST_F(StoreFailureTest, AFileThatWasMovedOrReplacedIsAnError) {
   InstanceDatabase database(file());
   put(database, u"a", "one");
@@ -460,14 +399,13 @@ TEST_F(StoreFailureTest, AFileThatWasMovedOrReplacedIsAnError) {
   EXPECT_THAT(putError(database, u"b", "two"), HasSubstr(": the file was moved or removed"));
   EXPECT_EQ(statusOf([&] { remove(database, u"a"); }), CIM_ERR_FAILED);
   fs::rename(elsewhere, file());
-  const fs::path journal = file().string() + "-journal";
-  fs::rename(journal, elsewhere);
+  fs::rename(journal(), elsewhere);
   EXPECT_THAT(putError(database, u"b", "two"),
               HasSubstr("-journal was moved or removed; restart the server"));
-  fs::copy_file(elsewhere, journal);
+  fs::copy_file(elsewhere, journal());
   EXPECT_THAT(putError(database, u"b", "two"), HasSubstr("-journal was moved or removed"));
   EXPECT_FALSE(database.returnSpace());
-  fs::rename(elsewhere, journal);
+  fs::rename(elsewhere, journal());
   put(database, u"b", "two");
   EXPECT_THAT(load(database), ElementsAre(row(u"a", "one"), row(u"b", "two")));
 }

@@ -6,8 +6,6 @@
 namespace cimd::test {
 namespace {
 
-namespace fs = std::filesystem;
-
 // Root may do what modes forbid, so the tests of modes give the privileges up for a while.
 class OrdinaryUser {
  public:
@@ -25,23 +23,20 @@ class OrdinaryUser {
   bool isOrdinary_;
 };
 
-class StoreFileTest : public Test {
+// The directory belongs to that user, too.
+class StoreFileTest : protected OrdinaryUser, public StoreTest {
  protected:
   void SetUp() override {
-    if (!user_.isOrdinary()) {
+    if (!isOrdinary()) {
       GTEST_SKIP() << "cannot become another user than root here";
     }
   }
 
-  fs::path file() const { return directory_.path() / "instances.db"; }
   void fill() {
     InstanceDatabase database(file());
     put(database, u"a", "one");
   }
   void expectFilled() { EXPECT_THAT(loadFile(file()), ElementsAre(row(u"a", "one"))); }
-
-  OrdinaryUser user_;
-  TemporaryDirectory directory_;
 };
 
 TEST_F(StoreFileTest, AMissingFileIsMadeForItsOwnerOnly) {
@@ -69,123 +64,107 @@ TEST_F(StoreFileTest, AnEmptyFileAndAnEmptyDatabaseCountAsNew) {
 }
 
 TEST_F(StoreFileTest, AJournalOfAtLeast256KiBIsKept) {
-  const fs::path journal = file().string() + "-journal";
   fill();
-  EXPECT_EQ(fs::file_size(journal), 256U << 10);
+  EXPECT_EQ(fs::file_size(journal()), 256U << 10);
   {
     InstanceDatabase database(file());
     put(database, u"b", std::string(1 << 20, 'x'));
     put(database, u"b", std::string(1 << 20, 'y'));
-    EXPECT_EQ(fs::file_size(journal), 256U << 10);
+    EXPECT_EQ(fs::file_size(journal()), 256U << 10);
   }
-  fs::remove(journal);
+  fs::remove(journal());
   EXPECT_EQ(loadFile(file()).size(), 2U);
-  EXPECT_EQ(fs::file_size(journal), 256U << 10);
+  EXPECT_EQ(fs::file_size(journal()), 256U << 10);
 }
 
-TEST_F(StoreFileTest, ASecondServerIsRefused) {
-  fill();
-  const InstanceDatabase first(file());
-  inChild([this] { EXPECT_EQ(openError(file()), "instances.db: in use by another process"); });
-  EXPECT_EQ(openError(file()), "instances.db: in use by another process");
-}
-
-TEST_F(StoreFileTest, ASecondServerIsRefusedOnANewFileToo) {
-  InstanceDatabase first(file());
-  inChild([this] { EXPECT_EQ(openError(file()), "instances.db: in use by another process"); });
-  put(first, u"a", "one");
-}
-
-TEST_F(StoreFileTest, AFileInUseByAnotherProgramIsRefused) {
-  fill();
+TEST_F(StoreFileTest, AFileThatIsOpenElsewhereIsRefused) {
+  const auto expectRefused = [this] {
+    EXPECT_EQ(openError(file()), "instances.db: in use by another process");
+  };
+  for (const char* state : {"new", "filled"}) {
+    SCOPED_TRACE(state);
+    InstanceDatabase first(file());
+    inChild(expectRefused);
+    expectRefused();
+    put(first, u"a", "one");
+  }
   {
     sqlite::Connection other(file().string(), 1 << 20);
     const sqlite::Transaction transaction(other);
-    EXPECT_EQ(openError(file()), "instances.db: in use by another process");
+    expectRefused();
   }
   expectFilled();
 }
 
 TEST_F(StoreFileTest, AFileThatIsNotADatabaseIsRefusedAndUnchanged) {
-  for (const std::string& content :
+  for (const std::string& text :
        {std::string("x"), std::string(5000, 'x'), std::string(8192, '\0'),
         std::string("SQLite format 3"), std::string("class C { [Key] string s; };\n")}) {
-    directory_.write("instances.db", content);
+    setContent(text);
     EXPECT_EQ(openError(file()), "instances.db: not an SQLite database" + wayOut("instances.db"));
-    EXPECT_TRUE(readFile(file()) == content) << content.size();
+    EXPECT_TRUE(content() == text) << text.size();
   }
 }
 
-TEST_F(StoreFileTest, ADatabaseOfAnotherProgramIsRefusedAndUnchanged) {
-  for (const char* sql :
-       {"CREATE TABLE instance (id INTEGER PRIMARY KEY)", "PRAGMA application_id = 7",
-        "PRAGMA user_version = 1", "PRAGMA journal_mode = WAL; CREATE TABLE t (x)"}) {
-    directory_.write("instances.db", "");
-    runSql(file(), sql);
-    const std::string before = readFile(file());
-    EXPECT_EQ(openError(file()), "instances.db: a database of another program") << sql;
-    EXPECT_TRUE(readFile(file()) == before) << sql;
+TEST_F(StoreFileTest, ADatabaseThatIsNotAStoreOfThisFormatIsRefusedAndUnchanged) {
+  const std::string otherProgram = "a database of another program";
+  const std::string tables =
+      "damaged: the tables are not those of format 1" + wayOut("instances.db");
+  struct Case {
+    bool isFilled;
+    const char* sql;
+    std::string error;
+  };
+  for (const Case& c : {
+           Case{false, "CREATE TABLE instance (id INTEGER PRIMARY KEY)", otherProgram},
+           {false, "PRAGMA application_id = 7", otherProgram},
+           {false, "PRAGMA user_version = 1", otherProgram},
+           {false, "PRAGMA journal_mode = WAL; CREATE TABLE t (x)", otherProgram},
+           {true, "PRAGMA user_version = 2",
+            "written by a newer version of this program (format 2, this one reads up to 1)"},
+           {true, "PRAGMA user_version = 0",
+            "damaged: format 0 does not exist" + wayOut("instances.db")},
+           {true, "PRAGMA user_version = -5",
+            "damaged: format -5 does not exist" + wayOut("instances.db")},
+           {true, "DROP TABLE instance", tables},
+           {true, "ALTER TABLE instance ADD COLUMN more", tables},
+           {true, "CREATE TABLE more (x)", tables},
+           {true, "ALTER TABLE set_aside RENAME TO aside", tables},
+           {true, "CREATE TRIGGER t AFTER INSERT ON instance BEGIN DELETE FROM instance; END",
+            tables},
+           {true, "CREATE INDEX i ON instance (class)", tables},
+           // Without its constraints.
+           {true,
+            "DROP TABLE instance; CREATE TABLE instance (id INTEGER PRIMARY KEY, namespace, key, "
+            "class, instance, checksum, UNIQUE (namespace, key))",
+            tables},
+       }) {
+    setContent("");
+    if (c.isFilled) {
+      fill();
+    }
+    runSql(file(), c.sql);
+    const std::string before = content();
+    EXPECT_EQ(openError(file()), "instances.db: " + c.error) << c.sql;
+    EXPECT_TRUE(content() == before) << c.sql;
   }
-}
-
-TEST_F(StoreFileTest, ANewerFormatIsRefusedAndUnchanged) {
-  fill();
-  runSql(file(), "PRAGMA user_version = 2");
-  const std::string before = readFile(file());
-  EXPECT_EQ(openError(file()),
-            "instances.db: written by a newer version of this program (format 2, this one reads "
-            "up to 1)");
-  EXPECT_TRUE(readFile(file()) == before);
-}
-
-TEST_F(StoreFileTest, AnUnknownOlderFormatIsRefused) {
-  for (const char* sql : {"PRAGMA user_version = 0", "PRAGMA user_version = -5"}) {
-    removeStore(file());
-    fill();
-    runSql(file(), sql);
-    EXPECT_THAT(openError(file()), HasSubstr("instances.db: damaged: format ")) << sql;
-  }
-}
-
-TEST_F(StoreFileTest, ChangedTablesAreRefused) {
-  constexpr const char* withoutConstraints =
-      "DROP TABLE instance; CREATE TABLE instance (id INTEGER PRIMARY KEY, namespace, key, class, "
-      "instance, checksum, UNIQUE (namespace, key))";
-  for (const char* sql :
-       {"DROP TABLE instance", "ALTER TABLE instance ADD COLUMN more", "CREATE TABLE more (x)",
-        "ALTER TABLE set_aside RENAME TO aside",
-        "CREATE TRIGGER t AFTER INSERT ON instance BEGIN DELETE FROM instance; END",
-        "CREATE INDEX i ON instance (class)", withoutConstraints}) {
-    removeStore(file());
-    fill();
-    runSql(file(), sql);
-    EXPECT_EQ(openError(file()), "instances.db: damaged: the tables are not those of format 1" +
-                                     wayOut("instances.db"))
-        << sql;
-  }
-}
-
-TEST_F(StoreFileTest, ATruncatedFileIsRefused) {
-  fill();
-  fs::resize_file(file(), fs::file_size(file()) - 4096);
-  EXPECT_THAT(openError(file()), HasSubstr("instances.db: damaged: "));
 }
 
 TEST_F(StoreFileTest, AnIndexThatLacksARowIsRefused) {
   fill();
-  std::string content = readFile(file());
+  std::string changed = content();
   // Namespace and key stand in the row and, behind it, in the index.
-  const std::size_t entry = content.rfind("root/kvasda");
-  ASSERT_NE(entry, content.find("root/kvasda"));
-  content[entry + 10] = 'b';
-  directory_.write("instances.db", content);
+  const std::size_t entry = changed.rfind("root/kvasda");
+  ASSERT_NE(entry, changed.find("root/kvasda"));
+  changed[entry + 10] = 'b';
+  setContent(changed);
   EXPECT_THAT(openError(file()),
               AllOf(HasSubstr("instances.db: damaged: "), HasSubstr("missing from index")));
 }
 
 TEST_F(StoreFileTest, AJournalOrLogWithoutItsFileIsRefusedAndKept) {
   fill();
-  const std::string sound = readFile(file());
+  const std::string sound = content();
   for (const char* suffix : {"-journal", "-wal"}) {
     const fs::path log = file().string() + suffix;
     for (const bool isEmpty : {false, true}) {
@@ -227,14 +206,10 @@ TEST_F(StoreFileTest, AFileWithAWriteAheadLogIsTakenOver) {
   EXPECT_EQ(queryText(file(), "PRAGMA auto_vacuum"), "2");
 }
 
-TEST_F(StoreFileTest, AReadOnlyFileIsRefused) {
+TEST_F(StoreFileTest, AFileWithoutPermissionIsRefused) {
   fill();
   ASSERT_EQ(chmod(file().c_str(), 0400), 0);
   EXPECT_EQ(openError(file()), "instances.db: read-only");
-}
-
-TEST_F(StoreFileTest, AnUnreadableFileIsRefused) {
-  fill();
   ASSERT_EQ(chmod(file().c_str(), 0), 0);
   EXPECT_THAT(openError(file()), HasSubstr("instances.db: unable to open database file: "
                                            "Permission denied"));
@@ -255,17 +230,17 @@ TEST_F(StoreFileTest, AReadOnlyDirectoryIsRefusedWithAndWithoutTheFile) {
   EXPECT_EQ(openError(directory / "there.db"), "");
 }
 
-TEST_F(StoreFileTest, AMissingDirectoryIsRefused) {
-  EXPECT_EQ(openError(directory_.path() / "no" / "file.db"),
+TEST_F(StoreFileTest, APlaceThatHoldsNoRegularFileIsRefused) {
+  const fs::path& directory = directory_.path();
+  EXPECT_EQ(openError(directory / "no" / "file.db"),
             "file.db: cannot create: No such file or directory");
-}
-
-TEST_F(StoreFileTest, AFileThatIsNotRegularIsRefused) {
-  const fs::path pipe = directory_.path() / "pipe";
-  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-  EXPECT_EQ(openError(pipe), "pipe: not a regular file");
-  fs::create_directory(directory_.path() / "sub");
-  EXPECT_EQ(openError(directory_.path() / "sub"), "sub: not a regular file");
+  ASSERT_EQ(mkfifo((directory / "pipe").c_str(), 0600), 0);
+  EXPECT_EQ(openError(directory / "pipe"), "pipe: not a regular file");
+  fs::create_directory(directory / "sub");
+  EXPECT_EQ(openError(directory / "sub"), "sub: not a regular file");
+  fs::create_symlink(directory / "nothing", directory / "link");
+  EXPECT_EQ(openError(directory / "link"), "link: cannot open: No such file or directory");
+  EXPECT_FALSE(fs::exists(directory / "nothing"));
 }
 
 TEST_F(StoreFileTest, ASymbolicLinkIsFollowed) {
@@ -275,16 +250,10 @@ TEST_F(StoreFileTest, ASymbolicLinkIsFollowed) {
   fs::create_symlink(file(), link);
   {
     InstanceDatabase database(link);
-    EXPECT_TRUE(fs::exists(file().string() + "-journal"));
+    EXPECT_TRUE(fs::exists(journal()));
     EXPECT_FALSE(fs::exists(link.string() + "-journal"));
   }
   EXPECT_THAT(loadFile(link), ElementsAre(row(u"a", "one")));
-}
-
-TEST_F(StoreFileTest, ADanglingSymbolicLinkIsRefused) {
-  fs::create_symlink(directory_.path() / "nothing", file());
-  EXPECT_EQ(openError(file()), "instances.db: cannot open: No such file or directory");
-  EXPECT_FALSE(fs::exists(directory_.path() / "nothing"));
 }
 
 TEST_F(StoreFileTest, AFileWithAHardLinkIsRefused) {

@@ -1,22 +1,18 @@
 // What the file holds after the process was killed at any moment, or after bytes of it were
-// changed.
+// changed, and what a new store can have of it.
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
-#include <random>
 #include <thread>
 
+#include "store/recovery.h"
 #include "store_support.h"
 
 namespace cimd::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 // What is done to the database, and to what the test knows of it.
 struct Change {
@@ -102,41 +98,56 @@ int changesBeforeKill(const fs::path& file, std::mt19937& random) {
   return acknowledged;
 }
 
-TEST(StoreCrashTest, EveryAcknowledgedChangeIsThereAfterKill) {
-  const TemporaryDirectory directory;
-  const fs::path file = directory.path() / "instances.db";
-  const auto seed = std::random_device()();
-  SCOPED_TRACE("seed " + std::to_string(seed));
-  std::mt19937 random(seed);
+// With random numbers whose seed is part of each failure.
+class RandomStoreTest : public StoreTest {
+ protected:
+  const std::mt19937::result_type seed_ = std::random_device()();
+  const ScopedTrace trace_{__FILE__, __LINE__, "seed " + std::to_string(seed_)};
+  std::mt19937 random_{seed_};
+};
+
+using StoreCrashTest = RandomStoreTest;
+
+TEST_F(StoreCrashTest, EveryAcknowledgedChangeIsThereAfterKill) {
   Rows rows;
   int changes = 0;
   const int rounds = roundsFromEnvironment("MORVIK_KILL_ROUNDS", 25);
   for (int round = 0; round < rounds && !Test::HasFailure(); ++round) {
     if (round % 5 == 0) {  // killed while it makes the file, too
-      removeStore(file);
+      removeStore(file());
       rows.clear();
     }
-    std::mt19937 replay = random;
-    const int acknowledged = changesBeforeKill(file, random);
+    std::mt19937 replay = random_;
+    const int acknowledged = changesBeforeKill(file(), random_);
     for (int i = 0; i < acknowledged; ++i) {
       randomChange(replay).apply(rows);
     }
     // The one change that was under way may have come to its end or not.
     Rows withNext = rows;
     randomChange(replay).apply(withNext);
-    const Rows found = loadFile(file);
+    const Rows found = loadFile(file());
     EXPECT_TRUE(found == rows || found == withNext)
         << "round " << round << ", " << acknowledged << " acknowledged, " << found.size()
         << " found, " << rows.size() << " expected";
     rows = found;
-    random = replay;
+    random_ = replay;
     changes += acknowledged;
   }
   EXPECT_GT(changes, rounds);
   RecordProperty("changes", changes);
 }
 
-class DamagedFileTest : public Test {
+// Whatever was found was stored so, and in this order.
+void expectInOrder(const Rows& found, const Rows& stored) {
+  auto place = stored.begin();
+  for (const std::string& text : found) {
+    place = std::find(place, stored.end(), text);
+    ASSERT_NE(place, stored.end()) << "never stored so: " << text.substr(0, 200);
+    ++place;
+  }
+}
+
+class DamagedFileTest : public RandomStoreTest {
  protected:
   DamagedFileTest() {
     {
@@ -150,23 +161,21 @@ class DamagedFileTest : public Test {
       remove(database, numberedKey(7));
       put(database, numberedKey(8), "replaced");
     }
-    sound_ = readFile(file());
+    sound_ = content();
     rows_ = loadFile(file());
   }
-
-  fs::path file() const { return directory_.path() / "instances.db"; }
 
   // Either the file is refused; or what is served is as it was and in its order, and every instance
   // that is missing was reported.
   void expectNothingWrong(const std::string& content) {
-    removeStore(file());
-    directory_.write("instances.db", content);
+    setContent(content);
     Rows found;
     std::vector<std::string> warnings;
     try {
       InstanceDatabase database(file());
       found = load(database, &warnings);
-      expectPart(found, warnings.size());
+      expectInOrder(found, rows_);
+      EXPECT_GE(found.size() + warnings.size(), rows_.size());
       for (const InstanceKey& key : {numberedKey(1), numberedKey(1000)}) {
         putError(database, key, "new");
         statusOf([&] { remove(database, key); });
@@ -179,17 +188,6 @@ class DamagedFileTest : public Test {
     reported_ += warnings.empty() ? 0 : 1;
   }
 
-  void expectPart(const Rows& found, std::size_t warnings) {
-    auto place = rows_.begin();
-    for (const std::string& text : found) {
-      place = std::find(place, rows_.end(), text);
-      ASSERT_NE(place, rows_.end()) << "served, but never stored so: " << text.substr(0, 200);
-      ++place;
-    }
-    EXPECT_GE(found.size() + warnings, rows_.size());
-  }
-
-  TemporaryDirectory directory_;
   std::string sound_;
   Rows rows_;
   int refused_ = 0;
@@ -198,17 +196,14 @@ class DamagedFileTest : public Test {
 };
 
 TEST_F(DamagedFileTest, AChangedByteIsRefusedReportedOrHarmless) {
-  const auto seed = std::random_device()();
-  SCOPED_TRACE("seed " + std::to_string(seed));
-  std::mt19937 random(seed);
   // The header byte for byte, since every one of them means something, and then anywhere.
   const std::size_t headerSize = 100;
   const auto rounds = static_cast<std::size_t>(roundsFromEnvironment("MORVIK_DAMAGE_ROUNDS", 300));
   for (std::size_t round = 0; round < headerSize + rounds && !HasFailure(); ++round) {
     std::string content = sound_;
-    const std::size_t position = round < headerSize ? round : random() % content.size();
+    const std::size_t position = round < headerSize ? round : random_() % content.size();
     content[position] =
-        static_cast<char>(content[position] ^ static_cast<char>(1 + random() % 255));
+        static_cast<char>(content[position] ^ static_cast<char>(1 + random_() % 255));
     SCOPED_TRACE("byte " + std::to_string(position));
     expectNothingWrong(content);
   }
@@ -218,16 +213,13 @@ TEST_F(DamagedFileTest, AChangedByteIsRefusedReportedOrHarmless) {
 }
 
 TEST_F(DamagedFileTest, ManyChangedBytesAreRefusedReportedOrHarmless) {
-  const auto seed = std::random_device()();
-  SCOPED_TRACE("seed " + std::to_string(seed));
-  std::mt19937 random(seed);
   const int rounds = roundsFromEnvironment("MORVIK_DAMAGE_ROUNDS", 300) / 4;
   for (int round = 0; round < rounds && !HasFailure(); ++round) {
     std::string content = sound_;
-    const std::size_t start = random() % content.size();
-    const std::size_t end = std::min(content.size(), start + 1 + random() % 5000);
+    const std::size_t start = random_() % content.size();
+    const std::size_t end = std::min(content.size(), start + 1 + random_() % 5000);
     for (std::size_t i = start; i < end; ++i) {
-      content[i] = random() % 4 == 0 ? static_cast<char>(random()) : '\0';
+      content[i] = random_() % 4 == 0 ? static_cast<char>(random_()) : '\0';
     }
     expectNothingWrong(content);
   }
@@ -236,9 +228,121 @@ TEST_F(DamagedFileTest, ManyChangedBytesAreRefusedReportedOrHarmless) {
 
 TEST_F(DamagedFileTest, ATruncatedFileIsRefusedUnlessItIsEmpty) {
   for (std::size_t size = 1; size < sound_.size(); size += 997) {
-    directory_.write("instances.db", sound_.substr(0, size));
+    setContent(sound_.substr(0, size));
     EXPECT_NE(openError(file()), "") << size;
   }
+}
+
+class RecoveryTest : public RandomStoreTest {
+ protected:
+  RecoveryTest() {
+    {
+      InstanceDatabase database(file());
+      for (int i = 0; i < 200; ++i) {
+        put(database, numberedKey(i), std::string(static_cast<std::size_t>(10 + i * 3), 'x'));
+      }
+      put(database, numberedKey(300), std::string(100000, 'z'));
+      put(database, InstanceKey(3000, u'k'), "long key");
+      for (int i = 0; i < 200; i += 7) {
+        remove(database, numberedKey(i));
+      }
+      put(database, numberedKey(8), std::string(20000, 'y'));
+    }
+    sound_ = content();
+    rows_ = loadFile(file());
+  }
+
+  fs::path target() const { return directory_.path() / "new.db"; }
+
+  // Recovers from a file with this content, and returns what the new store holds.
+  Rows recover(const std::string& content) {
+    removeStore(target());
+    directory_.write("instances.db", content);
+    recovery_ = recoverStore(file(), target());
+    EXPECT_TRUE(readFile(file()) == content) << "the damaged store was changed";
+    Rows found = loadFile(target());
+    EXPECT_EQ(found.size(), recovery_.instances);
+    return found;
+  }
+
+  std::string sound_;
+  Rows rows_;
+  Recovery recovery_;
+};
+
+TEST_F(RecoveryTest, AStoreIsRecoveredWholeAlsoWithoutItsHeaderAndTables) {
+  EXPECT_TRUE(recover(sound_) == rows_);
+  EXPECT_THAT(recovery_.unreadable, IsEmpty());
+  EXPECT_TRUE(recover(std::string(4096, '\0') + sound_.substr(4096)) == rows_);
+  EXPECT_THAT(recovery_.unreadable, ElementsAre("page 1 of the file"));
+}
+
+TEST_F(RecoveryTest, AChangedTextIsReportedWithTheNameOfItsInstance) {
+  std::string content = sound_;
+  content[content.find("zzzz") + 50000] = 'q';
+  Rows expected = rows_;
+  std::erase_if(expected, [](const std::string& text) { return text.find("zzzz") != text.npos; });
+  EXPECT_TRUE(recover(content) == expected);
+  EXPECT_THAT(recovery_.unreadable, ElementsAre("instance 201 (root/kvasd, key300)"));
+}
+
+TEST_F(RecoveryTest, WhatIsMissingAtTheEndIsReported) {
+  const Rows found = recover(sound_.substr(0, sound_.size() / 2));
+  EXPECT_LT(found.size(), rows_.size());
+  EXPECT_THAT(found, Not(IsEmpty()));
+  EXPECT_THAT(recovery_.unreadable, Contains(HasSubstr("pages that are missing at the end")));
+}
+
+TEST_F(RecoveryTest, WhateverIsDamagedWhatIsRecoveredWasStoredAndTheRestIsReported) {
+  const int rounds = roundsFromEnvironment("MORVIK_DAMAGE_ROUNDS", 200) / 2;
+  for (int round = 0; round < rounds && !HasFailure(); ++round) {
+    std::string content = sound_;
+    const std::size_t start = random_() % content.size();
+    const std::size_t size = random_() % 3 == 0 ? 1 : random_() % 6000;
+    for (std::size_t i = start; i < std::min(content.size(), start + size); ++i) {
+      content[i] = static_cast<char>(random_() % 4 == 0 ? random_() : 0);
+    }
+    SCOPED_TRACE(std::to_string(size) + " bytes at " + std::to_string(start));
+    const Rows found = recover(content);
+    expectInOrder(found, rows_);
+    EXPECT_TRUE(found.size() == rows_.size() || !recovery_.unreadable.empty());
+  }
+}
+
+TEST_F(RecoveryTest, AChangeThatWasNotCompletedIsUndone) {
+  inChild([this] {
+    sqlite::Connection database(file().string(), 1 << 20);
+    database.execute("PRAGMA cache_size = 1");  // pages go to the file before the end
+    database.execute("BEGIN");
+    database.execute("DELETE FROM instance");
+    _exit(0);
+  });
+  ASSERT_NE(readFile(journal())[0], '\0');
+  const std::string content = readFile(file());
+  ASSERT_FALSE(content == sound_);
+  EXPECT_TRUE(recover(content) == rows_);
+  EXPECT_THAT(recovery_.unreadable, IsEmpty());
+}
+
+TEST_F(RecoveryTest, NothingIsOverwrittenOrTakenFromAnythingElse) {
+  EXPECT_THROW(recoverStore(directory_.path() / "missing.db", target()), StoreError);
+  directory_.write("text", "These are my notes.");
+  EXPECT_THROW(recoverStore(directory_.path() / "text", target()), StoreError);
+  EXPECT_FALSE(fs::exists(target()));
+  directory_.write("new.db", "mine");
+  EXPECT_THROW(recoverStore(file(), target()), StoreError);
+  EXPECT_EQ(readFile(target()), "mine");
+  fs::remove(target());
+  inChild([this] {
+    const InstanceDatabase database(file());
+    // A process does not see its own locks.
+    inChild([this] { EXPECT_THROW(recoverStore(file(), target()), StoreError); });
+  });
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(directory_.path())) {
+    names.push_back(entry.path().filename().string());
+  }
+  EXPECT_THAT(names, UnorderedElementsAre("instances.db", "instances.db-journal", "text"));
 }
 
 }  // namespace
