@@ -14,7 +14,6 @@ namespace show {
 
 namespace {
 
-using Text = std::optional<String>;
 using Kind = Difference::Kind;
 using Differences = std::vector<Difference>;
 

@@ -18,8 +18,8 @@ struct Difference {
   Pegasus::String name;
   // The member of JSON that has changed; empty if all of the part is new or gone.
   Pegasus::String member;
-  std::optional<Pegasus::String> before;
-  std::optional<Pegasus::String> after;
+  Text before;
+  Text after;
 };
 
 // Compares what both have. Entries of morvik are the same if category and FRU number are: their

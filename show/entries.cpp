@@ -32,13 +32,13 @@ constexpr const char* className = "KVAXDT_FRU";
 constexpr Boolean deepInheritance = true;
 constexpr Boolean localOnly = false;
 
-std::optional<String> textOf(const CIMInstance& instance, const char* property) {
+Text textOf(const CIMInstance& instance, const char* property) {
   const Uint32 position = instance.findProperty(property);
   if (position == PEG_NOT_FOUND) {
     return std::nullopt;
   }
   const CIMValue& value = instance.getProperty(position).getValue();
-  return value.isNull() ? std::nullopt : std::optional<String>(value.toString());
+  return value.isNull() ? std::nullopt : Text(value.toString());
 }
 
 Entry unreadableEntry(const CIMObjectPath& name, const Exception& error) {
@@ -137,7 +137,7 @@ Entry toEntry(const CIMInstance& instance) {
   return entry;
 }
 
-std::optional<String> keyIn(const CIMObjectPath& name, const char* key) {
+Text keyIn(const CIMObjectPath& name, const char* key) {
   for (const auto& binding : name.getKeyBindings()) {
     if (String::equalNoCase(binding.getName(), key)) {
       return binding.getValue();

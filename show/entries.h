@@ -6,27 +6,29 @@
 #include <optional>
 #include <vector>
 
+#include "text.h"
+
 namespace show {
 
 // A text is absent if the server has no value.
 struct Entry {
-  std::optional<Pegasus::String> category = {};
-  std::optional<Pegasus::String> fruNumber = {};
-  std::optional<Pegasus::String> description = {};
-  std::optional<Pegasus::String> identifyingNumber = {};
-  std::optional<Pegasus::String> vendor = {};
-  std::optional<Pegasus::String> revisionLevel = {};
+  Text category = {};
+  Text fruNumber = {};
+  Text description = {};
+  Text identifyingNumber = {};
+  Text vendor = {};
+  Text revisionLevel = {};
   // Whether morvik takes it for one of its own.
   bool isOurs = false;
   // Why the entry cannot be read. It then has no other texts than those in its instance name.
-  std::optional<Pegasus::String> problem = {};
+  Text problem = {};
 };
 
 // What the instance has.
 Entry toEntry(const Pegasus::CIMInstance& instance);
 
 // The value of the key, whose name is compared in any letter case; absent if there is none.
-std::optional<Pegasus::String> keyIn(const Pegasus::CIMObjectPath& name, const char* key);
+Text keyIn(const Pegasus::CIMObjectPath& name, const char* key);
 
 // All entries, those of other publishers included: by category in the order of morvik's own table,
 // then those of other categories, and last those that cannot be read; within a category by number.

@@ -47,7 +47,7 @@ struct Recognition {
   // Of an entry.
   std::optional<Category> category;
   // The second field, as the line has it; absent if the line does not have the form of an entry.
-  std::optional<Pegasus::String> token;
+  Text token;
   // Why it is not an entry.
   Reason reason;
 };
@@ -78,7 +78,7 @@ struct Explanation {
   Result result = Result::ignored;
   Reason reason;
   // As the line has it; absent if it names none.
-  std::optional<Pegasus::String> category;
+  Text category;
   // What the line has, and what an import would add: only the first for an entry that is not for
   // this machine.
   std::optional<Entry> entry;

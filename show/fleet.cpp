@@ -13,8 +13,6 @@ namespace show {
 
 namespace {
 
-using Text = std::optional<String>;
-
 // All that an explanation depends on. Machines that have the same of it are explained once.
 using Compared = std::tuple<std::set<String>, std::set<String>, String>;
 

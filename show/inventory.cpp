@@ -129,19 +129,19 @@ class Node {
     }
     return nodes;
   }
-  void read(std::optional<String>& value) const {
+  void read(Text& value) const {
     if (!isNull() && !json_->is_string()) {
       refuse(place_ + " is not a text");
     }
-    value = isNull() ? std::nullopt : std::optional<String>(json_->get_ref<const std::string&>());
+    value = isNull() ? std::nullopt : Text(json_->get_ref<const std::string&>());
   }
   void read(std::optional<std::string>& value) const {
-    std::optional<String> text;
+    Text text;
     read(text);
     value = text ? std::optional(text->toUtf8()) : std::nullopt;
   }
   void read(String& value) const {
-    std::optional<String> text;
+    Text text;
     read(text);
     value = text.value_or(String());
   }

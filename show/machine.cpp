@@ -40,7 +40,7 @@ String pathOf(const CIMInstance& instance) {
   }
 }
 
-std::optional<String> textOf(const CIMInstance& instance, ComparedText text) {
+Text textOf(const CIMInstance& instance, ComparedText text) {
   try {
     return text(instance);
   } catch (const Exception&) {
@@ -83,13 +83,13 @@ std::optional<Value> valueOf(const CIMInstance& instance, const char* property) 
   }
 }
 
-std::optional<String> filledTextOf(const CIMInstance& instance, const char* property) {
+Text filledTextOf(const CIMInstance& instance, const char* property) {
   auto text = valueOf<String>(instance, property);
   return text && text->size() > 0 ? text : std::nullopt;
 }
 
 // The types of CIM_PhysicalMemory.MemoryType that a server of the last 25 years may have.
-std::optional<String> memoryTypeOf(const CIMInstance& instance) {
+Text memoryTypeOf(const CIMInstance& instance) {
   struct Row {
     Uint16 number;
     const char* name;
@@ -102,7 +102,7 @@ std::optional<String> memoryTypeOf(const CIMInstance& instance) {
   const auto number = valueOf<Uint16>(instance, "MemoryType");
   const auto* const row =
       std::find_if(rows.begin(), rows.end(), [&](const Row& r) { return number == r.number; });
-  return row == rows.end() ? std::nullopt : std::optional<String>(row->name);
+  return row == rows.end() ? std::nullopt : Text(row->name);
 }
 
 void addMakers(const CIMInstance& instance, Part& part) {
@@ -241,7 +241,7 @@ std::vector<const Part*> Machine::parts() const {
 std::vector<const Part*> partsNamed(const Machine& machine, const String& name) {
   using Same = std::function<bool(const Part&)>;
   const std::u16string wanted = folded(name.view());
-  const auto isWanted = [&](const std::optional<String>& text) {
+  const auto isWanted = [&](const Text& text) {
     return text && !wanted.empty() && folded(text->view()) == wanted;
   };
   const std::array<Same, 5> rules = {

@@ -8,6 +8,8 @@
 #include <optional>
 #include <vector>
 
+#include "text.h"
+
 namespace show {
 
 // A processor or memory module. Absent is whatever the server does not say; it may be another
@@ -17,17 +19,17 @@ struct Part {
   // The text with which morvik compares an entry: the clock in megahertz, or the size in mebibytes.
   // Empty for a null value; absent if the instance lacks the property or has it in another type,
   // which makes morvik stop there.
-  std::optional<Pegasus::String> compared = {};
+  Text compared = {};
   // The DeviceID of a processor, the Tag of a module.
-  std::optional<Pegasus::String> place = {};
+  Text place = {};
   // What is printed at the place; more than one may have the same.
-  std::optional<Pegasus::String> locator = {};
-  std::optional<Pegasus::String> bank = {};
+  Text locator = {};
+  Text bank = {};
   // A processor's name, or the type of a module, such as DDR4.
-  std::optional<Pegasus::String> type = {};
-  std::optional<Pegasus::String> manufacturer = {};
-  std::optional<Pegasus::String> partNumber = {};
-  std::optional<Pegasus::String> serialNumber = {};
+  Text type = {};
+  Text manufacturer = {};
+  Text partNumber = {};
+  Text serialNumber = {};
   // In megahertz, or bytes.
   std::optional<std::uint64_t> amount = {};
   // In megahertz: that of a processor, or the configured one of a module.
@@ -41,7 +43,7 @@ struct Part {
 struct Parts {
   std::vector<Part> list;
   // Why the server refused to answer; there are no parts then.
-  std::optional<Pegasus::String> refusal;
+  Text refusal;
 
   // Whether morvik, going through the parts, meets one whose text fits before it stops.
   bool anyFits(const std::function<bool(const Pegasus::String&)>& fits) const;
@@ -51,21 +53,21 @@ struct Parts {
 };
 
 struct Machine {
-  std::optional<Pegasus::String> hostName;
-  std::optional<Pegasus::String> manufacturer;
-  std::optional<Pegasus::String> serialNumber;
+  Text hostName;
+  Text manufacturer;
+  Text serialNumber;
   // Of the first system, which is the only one that counts.
-  std::optional<Pegasus::String> model;
+  Text model;
   // Whether there is a system, and why the server refused to show any.
   bool hasSystem = false;
-  std::optional<Pegasus::String> systemRefusal;
+  Text systemRefusal;
   // Absent if morvik fails to get it, and then fetches nothing.
-  std::optional<Pegasus::String> machineType;
+  Text machineType;
   Parts processors;
   Parts memoryModules;
   // Of LANG: of this process, not of the server. The code is empty if there is none for it.
   Pegasus::String languageCode;
-  std::optional<Pegasus::String> language;
+  Text language;
 
   // The processors, then the modules.
   std::vector<const Part*> parts() const;

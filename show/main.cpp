@@ -63,8 +63,7 @@ Machine readWholeMachine(CIMClient& client, const Options& options) {
 }
 
 // Whether the category is one of those asked for, and one of the texts has what is looked for.
-bool isWanted(const Options& options, const std::optional<String>& category,
-              std::initializer_list<std::optional<String>> texts) {
+bool isWanted(const Options& options, const Text& category, std::initializer_list<Text> texts) {
   const auto& names = options.categories;
   const bool isAmong =
       names.empty() || std::any_of(names.begin(), names.end(), [&](const std::string& name) {

@@ -13,8 +13,6 @@ namespace show {
 
 namespace {
 
-using Text = std::optional<String>;
-
 constexpr std::size_t labelColumns = 16;
 
 String numbered(std::uint64_t number, const char* unit) {

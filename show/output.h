@@ -42,8 +42,8 @@ Summary writeExplanations(const Output& output, const Machine& machine,
 struct PartNumber {
   const Part* part;
   // Both absent if there is no entry for the part.
-  std::optional<Pegasus::String> fruNumber = {};
-  std::optional<Pegasus::String> description = {};
+  Text fruNumber = {};
+  Text description = {};
 };
 
 Columns numberColumns();
@@ -53,7 +53,7 @@ void writeNumbers(const Output& output, const Machine& machine,
 // "2400 MHz", "16 GiB"; what morvik makes of a part without a value.
 Pegasus::String partWords(const Part& part);
 // "DDR4, 2666 MHz"; "Processor 3 GHz, 8 cores".
-std::optional<Pegasus::String> typeWords(const Part& part);
+Text typeWords(const Part& part);
 
 // "2 x 16 GiB (16384 MiB), 1 x 953 MiB": equal ones are counted, in the order of the first of them.
 Pegasus::String groupWords(const Parts& parts);

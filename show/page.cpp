@@ -20,7 +20,6 @@ namespace show {
 namespace {
 
 using Time = std::chrono::system_clock::time_point;
-using Text = std::optional<String>;
 
 // As old as what morvik-show itself warns of.
 constexpr std::chrono::hours old{48};

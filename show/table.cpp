@@ -222,7 +222,7 @@ std::vector<std::size_t> Table::widths() const {
 
 // --- JSON ---
 
-Json toJson(const std::optional<String>& text) {
+Json toJson(const Text& text) {
   return text ? Json(text->toUtf8()) : Json();
 }
 

@@ -81,7 +81,7 @@ class Table {
 
   struct Row {
     // As many as there are columns; a missing value is shown as "-".
-    std::vector<std::optional<Pegasus::String>> cells;
+    std::vector<Text> cells;
     Style style = Style::plain;
     // Whether texts that are too long go on in the next line instead of being cut.
     bool isWrapped = false;
@@ -117,7 +117,7 @@ class Table {
 };
 
 // Null for what is absent.
-Json toJson(const std::optional<Pegasus::String>& text);
+Json toJson(const Text& text);
 Json toJson(const std::optional<std::uint64_t>& number);
 // The text of a member; empty if there is none, or the value is no object or text.
 std::string textIn(const Json& value, const char* member);

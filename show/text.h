@@ -13,6 +13,9 @@
 
 namespace show {
 
+// A text, or none: a server or file need not have one.
+using Text = std::optional<Pegasus::String>;
+
 // Where the output goes. As constructed: a file or a pipe, which gets every character as it is.
 struct Terminal {
   bool isTerminal = false;
