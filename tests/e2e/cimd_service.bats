@@ -62,7 +62,6 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
         fileIs "$out" ''
     }
     wrongUsage 'FILE is required'
-    wrongUsage 'FILE is required' --store fru.db
     wrongUsage 'The following argument was not expected: --nonsense' --nonsense "$mof"
     wrongUsage '--store: must not be empty' --store '' "$mof"
     wrongUsage '--user: must not be empty' --user '' "$mof"
