@@ -142,7 +142,7 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
       ->type_name("TEXT");
   app.add_flag("--all", options.isAll, "Show the entries of other publishers, too");
   app.add_flag("-j,--json", options.isJson, "Write JSON");
-  app.add_option("--format", options.format, "Of JSON: 2, or 1 as before version 1.0")
+  app.add_option("--format", options.format, "Of JSON: 2, or the earlier 1")
       ->type_name("NUMBER")
       ->check(CLI::Validator(checkFormat, ""));
   app.add_flag("--csv", options.table.isCsv, "Write CSV");

@@ -53,7 +53,7 @@ void HttpSession::close() {
   abandon();
 }
 
-// The queue may keep a session that waits for its turn a while longer, but not what is large of it.
+// The queue may keep a session that waits for its turn a while longer, but not its large parts.
 void HttpSession::abandon() {
   stream_.close();
   if (isWaiting_) {

@@ -90,12 +90,12 @@ void checkParameters(const Request& request, const Operation& operation) {
   }
 }
 
-// One part of an answer takes some milliseconds: a small instance some microseconds, a large one
-// the more, the larger it is.
+// One part of an answer takes some milliseconds: a small instance takes some microseconds, and a
+// large one in proportion to its size.
 constexpr std::size_t partElements = 64;
 constexpr std::size_t partBytes = std::size_t{256} << 10U;
-// All published instances fit by default. With qualifiers, which a class has once and its instances
-// then each, an answer could be many times as large.
+// All published instances fit by default. With qualifiers, which each instance then repeats, an
+// answer could be many times as large.
 constexpr std::size_t maxAnswer = std::size_t{128} << 20U;
 
 bool isLong(const Listing& listing) {

@@ -25,14 +25,14 @@ enum class LineRead {
 };
 
 // Takes the next line from the file. Lines are byte strings of at most 255; a zero byte ends the
-// text of its line. `line` gets the text of a complete line, without its newline, and what there is
-// of any other.
+// text of its line. `line` gets the text of a complete line, without its newline, and what was
+// read of any other.
 LineRead readAnyLine(std::istream& file, Pegasus::String& line);
 
 // The same, but gives the bytes, those from a zero byte on included.
 LineRead readAnyBytes(std::istream& file, std::string& line);
 
-// Puts the next complete line into `line` and answers true; false at the end. Lines that are too
+// Puts the next complete line into `line` and returns true; false at the end. Lines that are too
 // long are skipped as a whole. A last line without newline and a read that fails end the file.
 bool readLine(std::istream& file, Pegasus::String& line);
 
