@@ -158,7 +158,7 @@ void Checker::checkEntry(Category category, const String& line, LineFindings& fi
   if (checkFields(line, marks, findings)) {
     checkQualifier(category, line, marks, findings);
   }
-  // What is wrong already is corrected first.
+  // Errors that are known are to be corrected first.
   if (!findings.hasError) {
     checkPublication(category, line, marks, findings);
   }

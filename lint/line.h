@@ -1,4 +1,4 @@
-// What is wrong with one line. morvik takes a malformed line as its cuts give it; the author meant
+// Findings in one line. morvik takes a malformed line as its cuts give it; the author meant
 // something else.
 #pragma once
 
@@ -29,13 +29,13 @@ struct LineFindings {
 // the nine categories, with what recognise() has made of it.
 void checkIgnoredLine(const Pegasus::String& line, const show::Recognition& recognition,
                       LineFindings& findings);
-// Of an entry. Returns whether its condition, the third field, is whole.
+// Checks an entry. Returns whether its condition, the third field, is whole.
 bool checkFields(const Pegasus::String& line, const EntryMarks& marks, LineFindings& findings);
 
 // The condition of an entry. It must be whole: the positions that limit it are in the line.
 void checkQualifier(Category category, const Pegasus::String& line, const EntryMarks& marks,
                     LineFindings& findings);
-// What an entry asks of a machine, as morvik reads it; the empty text if its category asks nothing.
+// The condition of an entry, as morvik reads it; the empty text if its category has none.
 Pegasus::String conditionOf(Category category, const Pegasus::String& line);
 
 }  // namespace lint

@@ -69,7 +69,7 @@ bool namesCategory(const String& line) {
   return false;
 }
 
-// What git leaves around both versions of some lines.
+// A mark that git leaves around both versions of some lines.
 bool isConflictMark(const String& line) {
   const auto units = line.view();
   return units.starts_with(u"<<<<<<< ") || units.starts_with(u"||||||| ") ||

@@ -318,7 +318,7 @@ class Bringer::Transfer {
     const auto isHeader = [&](const char* name) {
       return Pegasus::text::equalNoCase(line.substr(0, colon), name);
     };
-    // What is remembered must be small.
+    // The values are remembered, so they must be small.
     constexpr std::size_t longest = 200;
     if (isHeader("etag") && value.size() <= longest) {
       brought_.version.etag = value;
@@ -356,7 +356,7 @@ class Bringer::Transfer {
   // The name of the setting, for messages.
   std::string certificates_;
   std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> handle_;
-  // Of the last try.
+  // The result of the last try.
   CURLcode code_ = CURLE_OK;
   std::array<char, CURL_ERROR_SIZE> error_{};
   Brought brought_;

@@ -11,7 +11,7 @@
 
 namespace run {
 
-// What a server said about a version of a file, to be asked whether it still has that version.
+// Marks that a server gave to a version of a file, to be asked whether it still has that version.
 struct Version {
   std::string etag;
   std::string lastModified;

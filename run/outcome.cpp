@@ -19,13 +19,7 @@ std::string harmless(std::string_view text) {
 }
 
 std::string harmlessOnce(std::string_view text) {
-  const std::size_t colon = text.find(": ");
-  if (colon != std::string_view::npos) {
-    const std::string_view name = text.substr(0, colon + 2);
-    const std::string_view rest = text.substr(name.size());
-    text = rest.starts_with(name) ? rest : text;
-  }
-  return harmless(text);
+  return harmless(show::withNameOnce(text).toUtf8());
 }
 
 }  // namespace run

@@ -77,8 +77,7 @@ class Deadline {
 // writing are replaced, cut after 400 characters. For whatever comes from a server or a file.
 std::string harmless(std::string_view text);
 
-// The same for the text of an exception of the CIM client. A server may begin its words with the
-// name of the error, which the client has put before them.
+// The same for the message of an exception of the CIM client, with the name of the error once.
 std::string harmlessOnce(std::string_view text);
 
 }  // namespace run

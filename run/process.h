@@ -26,7 +26,7 @@ struct Ended {
   // 0 to 255; 128 and the number of the signal if one has ended it.
   int status = 0;
   bool isTimeUp = false;
-  // What it wrote to standard output and error, at most 64 KiB of each; the rest is read and lost.
+  // Standard output and error, at most 64 KiB of each; the rest is read and lost.
   std::string output;
   std::string errors;
 };

@@ -1,6 +1,6 @@
-// What would be published of a data file on this machine, and whether that is good enough, judged
-// with the functions of morvik itself before anything is changed; and having morvik publish the
-// file, without anything to fetch.
+// Judges which entries of a data file would be published on this machine, and whether that is good
+// enough, with the functions of morvik itself before anything is changed; and has morvik publish
+// the file, without anything to fetch.
 #pragma once
 
 #include <Pegasus/Client/CIMClient.h>
@@ -44,12 +44,12 @@ void checkForm(const std::string& text);
 
 struct Prediction {
   Items items;
-  // Of the first line that would not be published, and is meant to be; empty if there is none.
+  // For the first line that would not be published, and is meant to be; empty if there is none.
   std::string reason;
 };
 
-// What a run of morvik would publish, asking the server as it does. Throws Failure(cimServer) if
-// the server fails, and after the deadline.
+// Predicts what a run of morvik would publish, asking the server as it does. Throws
+// Failure(cimServer) if the server fails, and after the deadline.
 Prediction predict(const std::string& text, Pegasus::CIMClient& client,
                    const show::Machine& machine, const Deadline& deadline);
 
@@ -70,7 +70,7 @@ inline constexpr const char* rehearsalNumber = "morvik-run rehearsal";
 void rehearse(Pegasus::CIMClient& client, const Items& items, std::size_t before,
               const Deadline& deadline);
 
-// What a rehearsal may have left. Throws what the client throws.
+// Deletes entries that a rehearsal may have left. Throws what the client throws.
 void deleteRehearsals(Pegasus::CIMClient& client);
 
 // morvik asks for the property IdentifyingNumber of each earlier entry, which some servers refuse.

@@ -72,7 +72,7 @@ void writeEntries(std::ostream& out, const Items& items) {
   }
 }
 
-// What there is at the end, or would be.
+// The entries at the end of the run, or those that there would be.
 const std::optional<Items>& endOf(const Report& report) {
   return report.isCheck ? report.predicted : report.published;
 }

@@ -1,4 +1,4 @@
-// What a run did, for people, programs and the files that remember it.
+// Reports a run to people, programs and the files that remember it.
 #pragma once
 
 #include <chrono>

@@ -66,7 +66,7 @@ class Run {
   State state_;
   std::unique_ptr<CIMClient> client_;
   show::Machine machine_;
-  // Of a good run.
+  // The file of a good run.
   std::optional<Good> good_;
 };
 

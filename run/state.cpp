@@ -64,7 +64,7 @@ void write(const show::Descriptor& file, const std::string& path, std::string_vi
   }
 }
 
-// What root makes must not be in the way of the account that the directory belongs to.
+// Files that root makes must not be in the way of the account that the directory belongs to.
 void giveToOwnerOf(const fs::path& directory, int file) {
   struct stat owner = {};
   struct stat own = {};

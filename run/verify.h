@@ -10,7 +10,7 @@
 
 namespace run {
 
-// Of these bytes: 64 lower-case hexadecimal digits.
+// The sum of these bytes in 64 lower-case hexadecimal digits.
 std::string sha256(const std::string& text);
 
 // Throws Failure(refused) if the list does not have this sum, in either case, under this name.

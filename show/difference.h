@@ -1,4 +1,4 @@
-// What has changed between two inventories of a machine.
+// Changes between two inventories of a machine.
 #pragma once
 
 #include <optional>

@@ -47,7 +47,7 @@ Entry unreadableEntry(const CIMObjectPath& name, const Exception& error) {
   entry.identifyingNumber = keyIn(name, "IdentifyingNumber");
   entry.vendor = keyIn(name, "Vendor");
   entry.isOurs = isOurNumber(entry.identifyingNumber.value_or(String()));
-  entry.problem = error.getMessage();
+  entry.problem = withNameOnce(error.what());
   return entry;
 }
 

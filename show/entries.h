@@ -24,7 +24,7 @@ struct Entry {
   Text problem = {};
 };
 
-// What the instance has.
+// The entry in an instance.
 Entry toEntry(const Pegasus::CIMInstance& instance);
 
 // The value of the key, whose name is compared in any letter case; absent if there is none.

@@ -121,7 +121,7 @@ Reason whyItDiffers(Category category, const String& line, const Machine& machin
   return reason;
 }
 
-// Of the parts that have a place.
+// The places of the parts for which a line is, as far as they have one.
 std::vector<String> placesFor(Category category, const String& line, const Machine& machine) {
   if (category != Category::processor && category != Category::memory) {
     return {};

@@ -1,4 +1,4 @@
-// What can be said of a FRU data file: without a machine, whether it can be one at all, and which
+// Explains a FRU data file: without a machine, whether it can be one at all, and which
 // of its lines are entries; and which of these would be published on a machine, and why not the
 // others.
 #pragma once
@@ -34,7 +34,7 @@ inline constexpr std::size_t mostFileBytes = 1048576;
 struct FormProblem {
   const char* code;
   const char* words;
-  // Of the byte where it shows.
+  // The place of the byte where it shows.
   std::size_t offset;
 };
 
@@ -42,9 +42,9 @@ struct FormProblem {
 // other: the text before it can still be read.
 std::optional<FormProblem> findFormProblem(const std::string& text);
 
-// What a line is.
+// The kind of a line.
 struct Recognition {
-  // Of an entry.
+  // For an entry.
   std::optional<Category> category;
   // The second field, as the line has it; absent if the line does not have the form of an entry.
   Text token;
@@ -71,7 +71,7 @@ enum class Result {
   ignored,
 };
 
-// What becomes of one line.
+// The outcome for one line.
 struct Explanation {
   // From 1.
   std::uint64_t line = 0;
@@ -79,10 +79,10 @@ struct Explanation {
   Reason reason;
   // As the line has it; absent if it names none.
   Text category;
-  // What the line has, and what an import would add: only the first for an entry that is not for
-  // this machine.
+  // The fields of the line, and those that an import would add: only the former for an entry that
+  // is not for this machine.
   std::optional<Entry> entry;
-  // Of published PROCESSOR and MEMORY entries: the places of the parts that it is for.
+  // For published PROCESSOR and MEMORY entries, the places of their parts.
   std::vector<Pegasus::String> places;
 };
 

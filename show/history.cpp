@@ -52,7 +52,7 @@ std::vector<Json> changesIn(const std::string& stateDirectory) {
   return objectsIn(changes);
 }
 
-// What people get of a text in a file.
+// A text in a file, as it is shown to people.
 std::string clean(const Output& output, const Json& object, const char* member) {
   return sanitized(String(textIn(object, member)), output.terminal);
 }

@@ -1,4 +1,4 @@
-// What morvik-run has left in its state directory: how its last runs went, and what they changed.
+// Reads the state directory of morvik-run: how its last runs went, and what they changed.
 #pragma once
 
 #include <chrono>
@@ -17,7 +17,7 @@ inline constexpr const char* goodFile = "fru.good.txt";
 // When the last good run ended, in that form. Nothing if there was none, or it is not known.
 std::optional<std::string> lastGoodRun(const std::string& stateDirectory);
 
-// What people should know about the last runs: that none was good for more than two days before
+// A warning about the last runs: that none was good for more than two days before
 // `now`. Nothing if there is no status file, or it cannot be read: morvik may be run by other
 // means.
 std::optional<std::string> noteAbout(const std::string& stateDirectory,

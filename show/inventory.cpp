@@ -163,7 +163,7 @@ class Node {
   std::string place_;
 };
 
-// Of format 1: a module's size is in mebibytes.
+// In format 1 the size of a module is in mebibytes.
 void readCompared(const Node& node, Part& part) {
   node.read(part.compared);
   const std::string digits = part.compared.value_or(String()).toUtf8();

@@ -1,5 +1,5 @@
-// What the JSON documents of morvik-show have in them, as docs/inventory.schema.json describes it,
-// and how such documents are read: of this machine from before, or of other machines.
+// The content of the JSON documents of morvik-show, as docs/inventory.schema.json describes it, and
+// reading such documents: earlier ones of this machine, or those of other machines.
 #pragma once
 
 #include <optional>
@@ -38,12 +38,12 @@ Inventory parseInventory(std::string_view text);
 Inventory readInventory(const std::string& fileName);
 
 struct NamedInventory {
-  // Of its file, or its server.
+  // The name of its file, or of its server.
   std::string name;
   Inventory inventory;
 };
 
-// What people know each by: its host name; where there is none, the name of its file; and both
+// A name of each for people: its host name; where there is none, the name of its file; and both
 // where several have the same host name.
 std::vector<Pegasus::String> labelsOf(const std::vector<NamedInventory>& inventories);
 

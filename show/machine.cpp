@@ -56,7 +56,7 @@ Parts readParts(CIMClient& client, bool areModules, Read read, ComparedText text
           {.isModule = areModules, .compared = textOf(instance, text), .path = pathOf(instance)});
     }
   } catch (const CIMException& refusal) {
-    parts.refusal = refusal.getMessage();
+    parts.refusal = withNameOnce(refusal.what());
   }
   return parts;
 }
@@ -182,7 +182,7 @@ std::u16string folded(std::u16string_view text) {
   return units;
 }
 
-// What is before the words at the end: "PROC 1 " of "PROC 1 DIMM 2" for "dimm2". Nothing if the
+// The text before the words at the end: "PROC 1 " of "PROC 1 DIMM 2" for "dimm2". Nothing if the
 // text does not end with them.
 std::optional<std::u16string_view> beforeWords(std::u16string_view text, std::u16string_view end) {
   for (std::size_t i = 1; i < text.size(); ++i) {
@@ -276,7 +276,7 @@ Machine readMachine(CIMClient& client) {
       machine.serialNumber = filledTextOf(systems[0], "serialNumber");
     }
   } catch (const CIMException& refusal) {
-    machine.systemRefusal = refusal.getMessage();
+    machine.systemRefusal = withNameOnce(refusal.what());
   }
   String machineType;
   if (getMachineType(client, machineType) == 1) {

@@ -1,4 +1,4 @@
-// What morvik would read of this machine, and what else the server knows of its parts.
+// Reads what morvik would read of this machine, and what else the server knows of its parts.
 #pragma once
 
 #include <Pegasus/Client/CIMClient.h>
@@ -22,7 +22,7 @@ struct Part {
   Text compared = {};
   // The DeviceID of a processor, the Tag of a module.
   Text place = {};
-  // What is printed at the place; more than one may have the same.
+  // The print at the place; more than one may have the same.
   Text locator = {};
   Text bank = {};
   // A processor's name, or the type of a module, such as DDR4.
@@ -56,7 +56,7 @@ struct Machine {
   Text hostName;
   Text manufacturer;
   Text serialNumber;
-  // Of the first system, which is the only one that counts.
+  // That of the first system, which is the only one that counts.
   Text model;
   // Whether there is a system, and why the server refused to show any.
   bool hasSystem = false;
@@ -65,7 +65,7 @@ struct Machine {
   Text machineType;
   Parts processors;
   Parts memoryModules;
-  // Of LANG: of this process, not of the server. The code is empty if there is none for it.
+  // From LANG of this process, not of the server. The code is empty if there is none for it.
   Pegasus::String languageCode;
   Text language;
 

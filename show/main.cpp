@@ -41,7 +41,7 @@ void complain(const String& message) {
   std::cerr << "morvik-show: " << sanitized(message, terminalOf(STDERR_FILENO)) << std::endl;
 }
 
-// What is shown of another server is not this host's, nor is the state directory that of its runs.
+// Another server does not describe this host, and the state directory has no runs of its host.
 bool hasState(const Options& options) {
   return !options.isServerGiven || options.isStateGiven;
 }
@@ -336,7 +336,7 @@ ExitStatus run(const Options& options) {
   checkColumns(options.table, columnsOf(options));
   Output output = {std::cout, terminalOf(STDOUT_FILENO), options.table, {}};
   if (options.isJson) {
-    // Of other machines, the runs here say nothing.
+    // The runs of this machine say nothing about other machines.
     output.json =
         options.others.empty() ? frameOf(options) : Frame{.time = std::chrono::system_clock::now()};
   }
@@ -376,7 +376,7 @@ ExitStatus runAsAsked(int argc, char** argv) {
     }
     return status;
   } catch (const std::exception& error) {
-    complain(String(error.what()));
+    complain(withNameOnce(error.what()));
   }
   return ExitStatus::trouble;
 }

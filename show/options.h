@@ -14,7 +14,7 @@ struct Options {
   // Host and port. An IPv6 address is in brackets.
   std::string server = "127.0.0.1:5988";
   bool isJson = false;
-  // Of JSON, 1 or 2.
+  // The format of JSON, 1 or 2.
   int format = 2;
   TableForm table;
   // Whether `server` and `state` were given; another server's state is not here.
@@ -37,7 +37,7 @@ struct Options {
   std::optional<std::string> older;
   // The categories to show, in any letter case; all if there are none.
   std::vector<std::string> categories;
-  // What a number or text of an entry must have in it, in any letter case.
+  // A part of a number or text of the entries to list, in any letter case.
   std::optional<std::string> wanted;
 };
 

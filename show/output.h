@@ -1,5 +1,4 @@
-// What is written: the tables of morvik-show and what people read beside them, and the same in
-// JSON.
+// Writes the tables of morvik-show and what people read beside them, and the same in JSON.
 #pragma once
 
 #include <functional>
@@ -18,7 +17,7 @@ Columns listColumns(bool withVendor);
 void writeList(const Output& output, bool withVendor, const Machine& machine,
                const std::vector<Entry>& entries);
 
-// What morvik reads, in words, and the parts, by place.
+// The values that morvik reads, in words, and the parts, by place.
 Columns machineColumns();
 void writeMachine(const Output& output, const Machine& machine);
 

@@ -131,7 +131,7 @@ void writeEntries(std::ostream& out, const Inventory& inventory, const Categorie
 
 void writePart(std::ostream& out, const Part& part) {
   out << "<li><b>" << html(part.place) << "</b> " << html(partWords(part));
-  // What is printed at the slot, unless the place says so already.
+  // The print at the slot, unless the place says so already.
   const bool isSaid = part.place && part.locator &&
                       part.place->view().find(part.locator->view()) != std::u16string_view::npos;
   std::string details;

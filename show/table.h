@@ -48,7 +48,7 @@ struct TableForm {
 // The members stay in the order in which they are written.
 using Json = nlohmann::ordered_json;
 
-// What every document of JSON begins with.
+// The beginning of every JSON document.
 struct Frame {
   // 1 is the format before 1.0: without the rest, and numbers are texts.
   int format = 2;

@@ -117,6 +117,16 @@ std::string sanitized(const String& text, const Terminal& terminal) {
   return result;
 }
 
+String withNameOnce(std::string_view message) {
+  const std::size_t colon = message.find(": ");
+  if (colon != std::string_view::npos) {
+    const std::string_view name = message.substr(0, colon + 2);
+    const std::string_view rest = message.substr(name.size());
+    return String(rest.starts_with(name) ? rest : message);
+  }
+  return String(message);
+}
+
 String lowered(const String& text) {
   const Utf8Locale inUtf8;
   std::u16string units(text.view());

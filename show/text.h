@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace show {
@@ -26,8 +27,8 @@ struct Terminal {
   std::size_t columns = 0;
 };
 
-// What the descriptor is, and what the environment says of it: COLUMNS for the width, NO_COLOR and
-// TERM for colours, the locale for the characters. setlocale() must have been called.
+// The kind of the descriptor, and the settings of the environment for it: COLUMNS for the width,
+// NO_COLOR and TERM for colours, the locale for the characters. setlocale() must have been called.
 Terminal terminalOf(int descriptor);
 
 // The text as UTF-8 with U+FFFD for each character that must not reach a terminal: control
@@ -35,6 +36,10 @@ Terminal terminalOf(int descriptor);
 // does not know as printable. On a terminal for ASCII only, '?' for these and for each character
 // past ASCII.
 std::string sanitized(const Pegasus::String& text, const Terminal& terminal);
+
+// The message of an exception of the CIM client. A server may begin its words with the name of the
+// error, which the client has put before them; it is left out once.
+Pegasus::String withNameOnce(std::string_view message);
 
 // In small letters, in whatever locale; for comparisons.
 Pegasus::String lowered(const Pegasus::String& text);
@@ -62,7 +67,7 @@ Pegasus::String listWords(std::vector<Pegasus::String> words, std::size_t most);
 
 // "2026-11-22T02:00:00Z" (RFC 3339).
 std::string timeText(std::chrono::system_clock::time_point time);
-// Of a text such as "2026-11-22T02:00:00Z"; absent for any other.
+// The time in a text such as "2026-11-22T02:00:00Z"; absent for any other.
 std::optional<std::chrono::system_clock::time_point> timeIn(const std::string& text);
 
 enum class Style { plain, bold, faint, green, yellow };

@@ -18,7 +18,7 @@ for (const list of document.querySelectorAll("details")) list.addEventListener("
 
 const collator = new Intl.Collator("en", { numeric: true, sensitivity: "base" });
 
-// What a cell is sorted by; null goes to the end, whatever the direction.
+// The sort key of a cell; null goes to the end, whatever the direction.
 function keyOf(row, column) {
   const cell = row.cells[column];
   if (cell.dataset.v === undefined) return cell.textContent.trim() || null;
@@ -52,7 +52,7 @@ for (const table of document.querySelectorAll("table")) {
   }
 }
 
-// What is in a machine's markup, which has only these references.
+// The text in a machine's markup, which has only these references.
 function wordsOf(section) {
   const folded = section.querySelector(":scope > noscript");
   if (!folded) return section.textContent;

@@ -17,7 +17,7 @@ startRecorded() { # NAME [ARG...]
     startCimd --smbios "$recorded/$name" "$@" "$mof"
 }
 
-# Of each instance of the class the values of these properties, as the client shows them.
+# Prints for each instance of the class the values of these properties, as the client shows them.
 valuesOf() { # CLASS PROPERTY...
     local class=$1
     shift

@@ -1,6 +1,6 @@
 #!/usr/bin/env bats
-# What morvik-cimd gives up when root starts it, and which accounts may change instances. Needs a room with
-# the users of the host: --users.
+# The privileges that morvik-cimd gives up when root starts it, and the accounts that may change instances.
+# Needs a room with the users of the host: --users.
 
 # shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
 source "$BATS_TEST_DIRNAME/../support/e2e.bash"

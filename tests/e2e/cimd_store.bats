@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# What morvik-cimd keeps in its store, and what it says of a store that it cannot use.
+# The store of morvik-cimd: what it keeps, and messages about a store that it cannot use.
 
 # shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
 source "$BATS_TEST_DIRNAME/../support/e2e.bash"

@@ -257,7 +257,7 @@ startHttp() { # [OPTION...] as parts_http.py takes them
     : >"$files/1234wpk.txt"
     runFiles --check
     ended 4 'it is empty'
-    # What a rehearsal has left is published by nobody, and a later run deletes it.
+    # An entry that a rehearsal has left is published by nobody, and a later run deletes it.
     createAs KVA X1 'morvik-run rehearsal'
     runFiles --check
     publishedNumbersAre A1 A2 A3 A4 X1

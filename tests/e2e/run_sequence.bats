@@ -179,7 +179,7 @@ rm -f  fru.log' "$(tail -n 2 "$commands")" 'the last commands'
     publishedAre <<<''
 }
 
-# What is written to standard output, each write as a line of its own, as Python shows it. A pipe in
+# Compares the writes to standard output, each as a line of its own, as Python shows it. A pipe in
 # packet mode keeps them apart. The removal of a work file is seen among them, and removes nothing.
 writesAre() { # (the expected lines come from standard input)
     mkdir -p "$BATS_TEST_TMPDIR/bin"

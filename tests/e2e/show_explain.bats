@@ -4,7 +4,7 @@
 # shellcheck source-path=SCRIPTDIR source=../support/show.bash
 source "$BATS_TEST_DIRNAME/../support/show.bash"
 
-# What is said of FILE, and then what a run over FTP does with it, on the machine that is served.
+# Compares the explanation of FILE with what a run over FTP then does with it, on the machine that is served.
 # Sets `count` to the number of entries.
 saidIsDone() { # FILE TYPE
     runShow --explain "$1" --json

@@ -112,7 +112,7 @@ def search(browser):
         raise SystemExit("the search proves nothing")
     field.send_keys(" 2345")
     expect(["2345"], sorted(set(column(browser, "machines", 1))), "their types")
-    # What only the drawing of a machine has; its characters, and not its markup.
+    # Text that only the drawing of a machine has; its characters, and not its markup.
     for words, machines in (("s000301", ["host-0003"]), ("ethernet &", everything), ("span", []), ("amp;", [])):
         field.clear()
         field.send_keys(words)
@@ -160,7 +160,7 @@ def quiet(browser):
     expect([], console_of(browser), "messages on the console")
     policy = browser.find_element(By.CSS_SELECTOR, "meta[http-equiv]").get_attribute("content")
     expect(True, policy.startswith("default-src 'none';"), "the policy")
-    # What would be injected does not run, and does not load.
+    # Injected code does not run, and does not load.
     browser.execute_cdp_cmd("Page.setBypassCSP", {"enabled": False})
     browser.execute_script("""
         const script = document.createElement("script"); script.textContent = "window.ran = 1"; document.body.append(script);

@@ -1,5 +1,5 @@
 # shellcheck shell=bash disable=SC2034,SC2154,SC2119,SC2120 # what is set elsewhere, and used elsewhere
-# What the tests of morvik-run share. Loaded by each of them.
+# Shared by the tests of morvik-run. Loaded by each of them.
 
 # shellcheck source=tests/support/e2e.bash
 source "$BATS_TEST_DIRNAME/../support/e2e.bash"

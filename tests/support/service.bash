@@ -1,5 +1,5 @@
 # shellcheck shell=bash disable=SC2154 # what is not set here is set by e2e.bash
-# What the tests of morvik-cimd as a service share. Loaded by each of them after e2e.bash.
+# Shared by the tests of morvik-cimd as a service. Loaded by each of them after e2e.bash.
 
 mof=$schema/kvaxdt.mof
 export LC_ALL=C

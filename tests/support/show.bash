@@ -1,5 +1,5 @@
 # shellcheck shell=bash disable=SC2034,SC2154 # what is set elsewhere, and used elsewhere
-# What the tests of morvik-show share. Loaded by each of them.
+# Shared by the tests of morvik-show. Loaded by each of them.
 
 # shellcheck source=tests/support/e2e.bash
 source "$BATS_TEST_DIRNAME/../support/e2e.bash"
@@ -28,7 +28,7 @@ wrote() { # TEXT
     equal "$1" "$(cat "$out")" 'standard output'
 }
 
-# What a Python expression makes of the JSON on standard output, which is the variable `it`.
+# Prints the value of a Python expression for the JSON on standard output, which is the variable `it`.
 jsonOf() { # EXPRESSION
     "$python" -c 'import json, sys
 it = json.load(open(sys.argv[1], encoding="utf-8"))

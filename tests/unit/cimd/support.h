@@ -99,7 +99,7 @@ class Server {
                               Length length);
 
   Repository repository;
-  // Of the account that sends the requests.
+  // The account that sends the requests.
   uid_t user = 0;
 
  private:

@@ -1,4 +1,4 @@
-// What is found in a FRU data file, and where.
+// Findings in a FRU data file, and their places.
 #include "checker.h"
 
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ Findings findingsIn(const std::string& text) {
   return findings;
 }
 
-// Of one line, after an entry that has nothing wrong: "COLUMN SEVERITY CODE".
+// The findings in one line, after an entry that has nothing wrong: "COLUMN SEVERITY CODE".
 Findings findingsOf(const std::string& line) {
   Findings findings = findingsIn("\"A0\",\"FLOPPY\",\"\",\"Drive\"\n" + line + "\n");
   for (std::string& finding : findings) {

@@ -1,5 +1,4 @@
-// What is asked of parts servers, what is tried again, and what is said of them. The servers give
-// fixed answers.
+// Requests to parts servers, further tries, and reports about them. The servers give fixed answers.
 #include "bring.h"
 
 #include <arpa/inet.h>

@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// What is said of a morvik that is this shell script.
+// The words about a morvik that is this shell script.
 std::string wordsOf(const std::string& script,
                     std::chrono::milliseconds limit = std::chrono::minutes(1)) {
   std::string name = (fs::temp_directory_path() / "morvik-publish-XXXXXX").string();

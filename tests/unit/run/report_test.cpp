@@ -1,4 +1,4 @@
-// What a run says: words, times, JSON and metrics.
+// The reports of a run: words, times, JSON and metrics.
 #include "report.h"
 
 #include <gmock/gmock.h>
@@ -41,14 +41,6 @@ TEST(Outcome, LongTextIsCutAfter400Characters) {
   const std::string text = std::string(399, 'x') + "\xC3\xA9";
   EXPECT_EQ(harmless(text), text);
   EXPECT_EQ(harmless(text + " and more"), text + "...");
-}
-
-TEST(Outcome, NameOfAnErrorIsShownOnce) {
-  EXPECT_EQ(harmlessOnce("CIM_ERR_FAILED: CIM_ERR_FAILED: no room"), "CIM_ERR_FAILED: no room");
-  EXPECT_EQ(harmlessOnce("CIM_ERR_FAILED: CIM_ERR_NOT_FOUND: no room"),
-            "CIM_ERR_FAILED: CIM_ERR_NOT_FOUND: no room");
-  EXPECT_EQ(harmlessOnce("no room"), "no room");
-  EXPECT_EQ(harmlessOnce(""), "");
 }
 
 TEST(Report, TimeIsWrittenInUtcAndReadAgain) {

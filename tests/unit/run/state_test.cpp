@@ -1,4 +1,4 @@
-// What is remembered from run to run.
+// The memory from run to run.
 #include "state.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// What counts as signed, by the lists of sha256sum and the status lines of gpgv.
+// Signed or not, by the lists of sha256sum and the status lines of gpgv.
 #include "verify.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// What counts as a difference between two inventories.
+// Differences between two inventories.
 #include "difference.h"
 
 #include <gmock/gmock.h>

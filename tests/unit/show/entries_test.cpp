@@ -36,7 +36,7 @@ class Entries : public testing::Test {
       }
     };
   }
-  // What the server is asked, without arguments.
+  // The operations that the server is asked for, without arguments.
   static std::vector<std::string> operations() {
     std::vector<std::string> names;
     names.reserve(fakeServer.calls.size());

@@ -91,7 +91,7 @@ TEST(Fleet, PartsAfterOneWithoutAValueDoNotCount) {
   EXPECT_EQ(machinesOf(fleet, 2), "-x");
 }
 
-// What is known of a machine gives the same as asking its server.
+// The inventory of a machine gives the same as asking its server.
 TEST(Fleet, ExplanationsAreThoseOfAServer) {
   struct Case {
     std::vector<Uint32> clocks;

@@ -1,4 +1,4 @@
-// What is read of the machine, from servers that say much, little, or something else.
+// Reading the machine from servers that say much, little, or something else.
 #include "machine.h"
 
 #include <gtest/gtest.h>

@@ -45,6 +45,15 @@ TEST(Text, AsciiTerminalGetsOnlyAscii) {
   EXPECT_EQ(sanitized("aé日\x1b\u202e~", asciiTerminal), "a????~");
 }
 
+TEST(Text, NameOfAnErrorIsShownOnce) {
+  const auto once = [](const char* message) { return withNameOnce(message).toUtf8(); };
+  EXPECT_EQ(once("CIM_ERR_FAILED: CIM_ERR_FAILED: no room"), "CIM_ERR_FAILED: no room");
+  EXPECT_EQ(once("CIM_ERR_FAILED: CIM_ERR_NOT_FOUND: no room"),
+            "CIM_ERR_FAILED: CIM_ERR_NOT_FOUND: no room");
+  EXPECT_EQ(once("no room"), "no room");
+  EXPECT_EQ(once(""), "");
+}
+
 TEST(Text, WidthIsCountedInColumns) {
   EXPECT_EQ(columnsOf(""), 0U);
   EXPECT_EQ(columnsOf("abc"), 3U);

@@ -121,7 +121,7 @@ inline std::string withRightSum(std::string bytes, std::size_t offset, unsigned 
   return bytes;
 }
 
-// What a host with these tables and a 64-bit entry point gives; endOfTable() is added.
+// The bytes of a host with these tables and a 64-bit entry point; endOfTable() is added.
 inline HostBytes hostWith(const std::vector<StructureBuilder>& structures) {
   std::string table;
   for (const StructureBuilder& structure : structures) {

@@ -334,7 +334,7 @@ std::size_t touchAll(std::string_view table, const EntryPoint& entryPoint) {
   return read.structures.size();
 }
 
-// What must hold for an inventory, whatever the firmware says.
+// Checks what must hold for an inventory, whatever the firmware says.
 void expectSound(const HostBytes& bytes) {
   const HostInventory host = describeHost(bytes);
   std::set<std::string> names;

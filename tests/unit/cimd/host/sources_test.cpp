@@ -1,4 +1,4 @@
-// What a host is described by beside its SMBIOS tables: their files, cpuinfo, models.
+// The sources of an inventory beside the SMBIOS tables: their files, cpuinfo, models.
 #include <sys/stat.h>
 #include <unistd.h>
 #include "host/models.h"

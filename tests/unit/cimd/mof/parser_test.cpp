@@ -18,7 +18,7 @@ std::vector<Token> tokens(std::string_view text) {
   return all;
 }
 
-// Of a text that is one token.
+// The only token of a text.
 Token only(std::string_view text) {
   const auto all = tokens(text);
   EXPECT_EQ(all.size(), 1U) << text;

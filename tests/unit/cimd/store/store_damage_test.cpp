@@ -1,4 +1,4 @@
-// What the file holds after the process was killed at any moment, or after bytes of it were
+// The content of the file after the process was killed at any moment, or after bytes of it were
 // changed, and what a new store can have of it.
 #include <fcntl.h>
 #include <poll.h>
@@ -14,10 +14,10 @@
 namespace cimd::test {
 namespace {
 
-// What is done to the database, and to what the test knows of it.
+// A change of the database, and of what the test knows of it.
 struct Change {
   int key;
-  // Of the text that is put; negative for a removal.
+  // The size of the text that is put; negative for a removal.
   int size;
 
   std::string text() const { return std::string(static_cast<std::size_t>(size), 'x'); }
@@ -137,7 +137,7 @@ TEST_F(StoreCrashTest, EveryAcknowledgedChangeIsThereAfterKill) {
   RecordProperty("changes", changes);
 }
 
-// Whatever was found was stored so, and in this order.
+// Everything that was found was stored so, and in this order.
 void expectInOrder(const Rows& found, const Rows& stored) {
   auto place = stored.begin();
   for (const std::string& text : found) {

@@ -1,4 +1,4 @@
-// What happens when the disk does not do what it is asked.
+// Disks that do not do what they are asked.
 #include <errno.h>
 #include <fcntl.h>
 #include <sched.h>
@@ -251,7 +251,7 @@ class CrashImageTest : public StoreFailureTest {
       judge(image, true, true);
       ++removed_;
       for (int round = 0; round < rounds; ++round) {
-        // What is in use is at the beginning.
+        // The part that is in use is at the beginning.
         Image damaged = image;
         char& byte = damaged.journal[random() % (round % 2 == 0 ? 64 : 40000)];
         byte = static_cast<char>(byte ^ static_cast<char>(1U << random() % 8));

@@ -264,12 +264,12 @@ TEST_F(StoreFileTest, AFileWithAHardLinkIsRefused) {
   expectFilled();
 }
 
-// What a prepared file could make SQLite do, should the check of its tables let it through.
+// A prepared file could make SQLite do this, should the check of its tables let it through.
 TEST_F(StoreFileTest, NothingInAFileIsTrusted) {
   StoreFile store = StoreFile::open(file());
   sqlite::Connection& database = store.database();
   EXPECT_EQ(database.integer("PRAGMA cell_size_check"), 1);
-  // Of a function that the library does not call harmless.
+  // With a function that the library does not call harmless.
   database.execute("CREATE VIEW unsafe AS SELECT rtreedepth(zeroblob(4))");
   EXPECT_THROW(database.integer("SELECT * FROM unsafe"), sqlite::Error);
   database.execute("DROP VIEW unsafe; PRAGMA writable_schema = ON");

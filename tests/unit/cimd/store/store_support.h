@@ -1,4 +1,4 @@
-// What the tests of the stored instances share.
+// Shared by the tests of the stored instances.
 #pragma once
 
 #include <sys/wait.h>
@@ -44,7 +44,7 @@ inline Rows load(InstanceDatabase& database, std::vector<std::string>* warnings 
   return rows;
 }
 
-// Of a file that nobody has open.
+// Loads a file that nobody has open.
 inline Rows loadFile(const fs::path& file, std::vector<std::string>* warnings = nullptr) {
   InstanceDatabase database(file);
   return load(database, warnings);
@@ -65,7 +65,7 @@ inline InstanceKey numberedKey(int number) {
   return {digits.begin(), digits.end()};
 }
 
-// What the file is refused with, without its directory; empty when it is not.
+// The message with which the file is refused, without its directory; empty when it is not.
 inline std::string openError(const fs::path& file) {
   try {
     const InstanceDatabase database(file);
@@ -75,7 +75,7 @@ inline std::string openError(const fs::path& file) {
   return "";
 }
 
-// What the message of a damaged file ends with.
+// The end of the message about a damaged file.
 inline std::string wayOut(const std::string& name) {
   return "; 'morvik-cimd --recover " + name + "' writes what is readable into a new store";
 }
@@ -87,7 +87,7 @@ inline void removeStore(const fs::path& file) {
   }
 }
 
-// What storing an instance fails with; empty when it does not.
+// The message with which storing an instance fails; empty when it does not.
 inline std::string putError(Journal& journal, const InstanceKey& key, const std::string& text) {
   try {
     put(journal, key, text);
