@@ -299,7 +299,12 @@ class Parser {
       position_ = start;
       return std::nullopt;
     }
-    return scanAttributeValue();
+    const std::string_view value = scanAttributeValue();
+    // A reference is longer than its character, so the value then ends before the quote.
+    if (offset(value.data()) + value.size() != position_ - 1) {
+      failAt(start, "a reference in the XML declaration");
+    }
+    return value;
   }
 
   void scanStartTag() {

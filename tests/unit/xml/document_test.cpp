@@ -141,7 +141,8 @@ TEST(XmlDocument, OtherDeclarationsAreRefused) {
         "<?xml version='1.0' encoding='ISO-8859-1'?>", "<?xml version='1.0' encoding='utf-16'?>",
         "<?xml version='1.0'", "<?xml version='1.0'>", "<?xml?>", "<?XML version='1.0'?>",
         "<?xml version='1.0' other='1'?>", "<?xml version='1.0'?><?xml version='1.0'?>",
-        "<!-- c --><?xml version='1.0'?>", "<?xml version='1.0' encoding=''?>"}) {
+        "<!-- c --><?xml version='1.0'?>", "<?xml version='1.0' encoding=''?>",
+        "<?xml version='&#49;.0'?>", "<?xml version='1.0' encoding='&#117;tf-8'?>"}) {
     EXPECT_NE(refusal(std::string(declaration) + "<a/>"), "") << declaration;
   }
 }
