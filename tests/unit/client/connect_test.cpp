@@ -13,7 +13,6 @@
 #include <cerrno>
 #include <optional>
 
-#include "answers.h"
 #include "scripted_server.h"
 #include "system_calls.h"
 

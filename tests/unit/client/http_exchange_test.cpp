@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "answers.h"
+#include "scripted_server.h"
 
 namespace Pegasus {
 namespace {

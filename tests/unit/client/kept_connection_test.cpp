@@ -9,7 +9,6 @@
 #include <optional>
 #include <thread>
 
-#include "answers.h"
 #include "scripted_server.h"
 #include "system_calls.h"
 

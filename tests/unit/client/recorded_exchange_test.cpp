@@ -4,7 +4,6 @@
 
 #include <optional>
 
-#include "answers.h"
 #include "scripted_server.h"
 
 namespace Pegasus {

@@ -5,7 +5,6 @@
 
 #include <set>
 
-#include "answers.h"
 #include "scripted_server.h"
 #include "system_calls.h"
 

@@ -10,7 +10,6 @@
 #include <csignal>
 #include <vector>
 
-#include "answers.h"
 #include "scripted_server.h"
 
 namespace Pegasus {
