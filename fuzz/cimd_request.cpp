@@ -25,7 +25,6 @@
 #include <string>
 
 #include "support/check.h"
-#include "support/resource_limit.h"
 
 namespace {
 

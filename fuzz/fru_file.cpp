@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <optional>
 #include <sstream>
 #include <vector>
@@ -16,7 +15,7 @@
 #include "import/fru_file.h"
 #include "import/import.h"
 #include "support/check.h"
-#include "support/resource_limit.h"
+#include "work_directory.h"
 
 namespace {
 
@@ -135,30 +134,6 @@ void setUpMachine() {
       "KVAXDT_PhysicalMemory", {CIMProperty("Capacity", CIMValue(Uint64{512} << 20U))})};
 }
 
-// The directory in which imports run; that of the fuzzer has other files.
-class ImportDirectory {
- public:
-  ImportDirectory() : path_((std::filesystem::temp_directory_path() / "fuzz_fru.XXXXXX").string()) {
-    require(mkdtemp(path_.data()) != nullptr, "a directory can be made");
-  }
-  ~ImportDirectory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  ImportDirectory(const ImportDirectory&) = delete;
-  ImportDirectory& operator=(const ImportDirectory&) = delete;
-
-  void enter() {
-    before_ = std::filesystem::current_path();
-    std::filesystem::current_path(path_);
-  }
-  void leave() const { std::filesystem::current_path(before_); }
-
- private:
-  std::string path_;
-  std::filesystem::path before_;
-};
-
 void writeFile(std::string_view text) {
   const int file = open("fru.txt", O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
   require(file >= 0 && write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()),
@@ -167,11 +142,11 @@ void writeFile(std::string_view text) {
 }
 
 void checkImport(CIMClient& client, std::string_view text, const std::vector<String>& expected) {
-  static ImportDirectory directory;
-  directory.enter();
-  writeFile(text);
-  importFruFile(client);
-  directory.leave();
+  {
+    const WorkDirectory directory;
+    writeFile(text);
+    importFruFile(client);
+  }
   require(fakeServer.published.size() == expected.size(), "every entry that fits is published");
   std::size_t i = 0;
   for (const auto& [number, instance] : fakeServer.published) {

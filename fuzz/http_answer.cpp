@@ -18,7 +18,6 @@
 #include <vector>
 
 #include "support/check.h"
-#include "support/resource_limit.h"
 #include "support/round_trip.h"
 
 // NOLINTBEGIN(bugprone-reserved-identifier): the names are the linker's

@@ -16,7 +16,6 @@
 #include "explainer.h"
 #include "fake_client.h"
 #include "support/check.h"
-#include "support/resource_limit.h"
 
 namespace {
 

@@ -15,7 +15,6 @@
 #include <string>
 
 #include "support/check.h"
-#include "support/resource_limit.h"
 #include "support/round_trip.h"
 
 namespace {

@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "support/check.h"
-#include "support/resource_limit.h"
 #include "support/round_trip.h"
 
 namespace {
