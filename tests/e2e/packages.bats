@@ -70,9 +70,6 @@ share/morvik/schema/samples/server-1234.mof
 share/morvik/schema/samples/server-2345.mof
 share/morvik/schema/samples/workstation-3456.mof
 share/zsh/site-functions/_morvik
-share/zsh/site-functions/_morvik-lint
-share/zsh/site-functions/_morvik-run
-share/zsh/site-functions/_morvik-show
 END
     documents
 }
@@ -157,29 +154,37 @@ END
 # --- completions: scripts/test-packages tries them in each shell ---
 
 # The long options in a text.
-optionsIn() { # FILE
-    grep -oE -- '--[a-z][a-z-]+' "$1" | sort -u | paste -sd ' '
+optionsIn() { # (the text comes from standard input)
+    grep -oE -- '--[a-z][a-z-]+' | sort -u | paste -sd ' '
+}
+
+# What bash offers a program for an option.
+offered() { # PROGRAM
+    # shellcheck disable=SC2016 # expanded by the shell inside
+    bash -c 'source "$1" && _morvik "$2" -- && printf "%s\n" "${COMPREPLY[@]}"' bash "$completions/morvik.bash" "$1"
 }
 
 @test "the completions have all options of the programs, all categories, and nothing else" {
-    local program options completions=$project/packaging/completions shell
+    local program options all='' completions=$project/packaging/completions shell
     for program in morvik-cimd morvik-lint morvik-run morvik-show; do
-        options=$("$MORVIK_BIN_DIR/$program" --help | optionsIn /dev/stdin)
-        equal "$options" "$(optionsIn "$completions/$program.bash")" "bash, $program"
-        equal "$options" "$(optionsIn "$completions/$program.zsh")" "zsh, $program"
-        equal "$options" "$(sed -n 's/.* -l \([a-z-]*\).*/--\1/p' "$completions/$program.fish" |
-            sort -u | paste -sd ' ')" "fish, $program"
+        options=$("$MORVIK_BIN_DIR/$program" --help | optionsIn)
+        all+=" $options"
+        equal "$options" "$(offered "$program" | optionsIn)" "bash, $program"
+        equal "$options" "$(sed -n "/^local common=/p; /^$program)/,/;;/p" "$completions/morvik.zsh" | optionsIn)" \
+            "zsh, $program"
+        equal "$options" "$(sed -n "/^case $program\$/,/^case\|^end/s/.* -l \([a-z-]*\).*/--\1/p" \
+            "$completions/morvik.fish" | optionsIn)" "fish, $program"
     done
-    local categories='BACKPLANE CDROM FAN FLOPPY KEYBOARD MEMORY OPTIONSP PLANAR PROCESSOR'
+    equal "$(optionsIn <<<"$all")" "$(optionsIn <"$completions/morvik.bash")" 'all options that bash knows'
     for shell in bash zsh fish; do
-        equal "$categories" "$(grep -oE '\<[A-Z]{3,}\>' "$completions/morvik-show.$shell" |
-            grep -vxE 'COMP.*|CSV|CIM|JSON|FRU|HTML' | sort -u | paste -sd ' ')" "$shell, categories"
+        equal 'PROCESSOR MEMORY KEYBOARD PLANAR CDROM FLOPPY OPTIONSP FAN BACKPLANE' \
+            "$(grep -oE '\<([A-Z]+ ){8}[A-Z]+\>' "$completions/morvik.$shell")" "$shell, categories"
     done
 }
 
 # Types COMMAND TEXT in an interactive bash, inserts all completions, and prints the arguments.
 completed() { # COMMAND TEXT
-    printf '%s\n' 'PS1= PS2=' "source '$project/packaging/completions/$1.bash'" \
+    printf '%s\n' 'PS1= PS2=' "source '$project/packaging/completions/morvik.bash'" \
         "$1() { printf '%s\n' \"\$@\" >completions; }" "$1 $2"$'\e*' exit >typed
     rm -f completions
     TERM=dumb timeout "$patience" script -qec 'bash --norc --noprofile -i' /dev/null <typed >/dev/null 2>&1
