@@ -85,10 +85,6 @@ void Checker::check(const std::string& text) {
                             const char* words) {
     report_({line, column, Severity::error, code, words});
   };
-  if (text.size() > show::mostFileBytes) {
-    reportAt(1, 1, "too-large", "it has more than 1 MiB: morvik-run refuses it");
-    return;
-  }
   const auto problem = show::findFormProblem(text);
   if (problem && std::string_view(problem->code) != "unfinished") {
     const std::string_view before = std::string_view(text).substr(0, problem->offset);

@@ -22,8 +22,8 @@ struct Finding {
   Pegasus::String text;
 };
 
-// Reports what is wrong with the file, in the order of lines and columns. The text has at most one
-// byte more than show::mostFileBytes; with that it is too large, and not looked at.
+// Reports what is wrong with the file, in the order of lines and columns. Of a text of more than
+// show::mostFileBytes, only that is reported.
 void check(const std::string& text, const std::function<void(const Finding&)>& report);
 
 }  // namespace lint

@@ -1,13 +1,6 @@
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <array>
-#include <cerrno>
-#include <chrono>
 #include <clocale>
 #include <cstdint>
 #include <exception>
@@ -15,7 +8,6 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "checker.h"
@@ -47,62 +39,6 @@ struct Options {
 void complain(const std::string& message) {
   std::cerr << "morvik-lint: " << show::sanitized(String(message), show::terminalOf(STDERR_FILENO))
             << std::endl;
-}
-
-// --- the files that are checked ---
-
-constexpr std::chrono::seconds writerPatience{5};
-
-// Whether the descriptor is of a pipe. Devices are not read: some of them never end.
-bool isPipe(int descriptor, const std::string& name) {
-  struct stat status = {};
-  if (fstat(descriptor, &status) != 0) {
-    show::failToRead(name, errno);
-  }
-  if (name != "-" && !S_ISREG(status.st_mode) && !S_ISFIFO(status.st_mode)) {
-    throw std::runtime_error("cannot read " + name +
-                             (S_ISDIR(status.st_mode) ? ": is a directory" : ": is not a file"));
-  }
-  return S_ISFIFO(status.st_mode);
-}
-
-// The bytes of a file or pipe, "-" for standard input; at most `limit` of them. A named pipe is
-// waited for until it has a writer, at most some seconds; that writer may take as long as it wants.
-std::string readInput(const std::string& name, std::size_t limit) {
-  // Without blocking, which an open of a named pipe does until somebody writes to it.
-  const show::Descriptor file(
-      name == "-" ? dup(STDIN_FILENO)
-                  : open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  if (file.number() < 0) {
-    show::failToRead(name, errno);
-  }
-  // Without a writer, a named pipe is at its end before it has begun.
-  bool mayBegin = isPipe(file.number(), name) && name != "-";
-  const auto end = std::chrono::steady_clock::now() + writerPatience;
-  std::string text;
-  std::array<char, 16384> buffer{};
-  while (text.size() < limit) {
-    const ssize_t got =
-        read(file.number(), buffer.data(), std::min(buffer.size(), limit - text.size()));
-    if (got > 0) {
-      text.append(buffer.data(), static_cast<std::size_t>(got));
-      mayBegin = false;
-    } else if (got == 0 && !mayBegin) {
-      break;
-    } else if (got == 0) {
-      if (std::chrono::steady_clock::now() > end) {
-        throw std::runtime_error("cannot read " + name + ": nobody writes to the pipe");
-      }
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    } else if (errno == EAGAIN) {
-      mayBegin = false;
-      pollfd entry = {file.number(), POLLIN, 0};
-      poll(&entry, 1, -1);
-    } else if (errno != EINTR) {
-      show::failToRead(name, errno);
-    }
-  }
-  return text;
 }
 
 // --- the findings ---
@@ -157,7 +93,7 @@ ExitStatus checkFiles(const Options& options) {
   for (const std::string& file : options.files) {
     std::string text;
     try {
-      text = readInput(file, show::mostFileBytes + 1);
+      text = show::readInput(file, show::mostFileBytes + 1);
     } catch (const std::exception& error) {
       complain(error.what());
       continue;

@@ -140,6 +140,9 @@ std::vector<String> placesFor(Category category, const String& line, const Machi
 }  // namespace
 
 std::optional<FormProblem> findFormProblem(const std::string& text) {
+  if (text.size() > mostFileBytes) {
+    return FormProblem{"too-large", "it has more than 1 MiB: morvik-run refuses it", 0};
+  }
   if (text.empty()) {
     return FormProblem{"empty", "it is empty", 0};
   }

@@ -1,72 +1,97 @@
 #include "file.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <filesystem>
 #include <stdexcept>
 #include <system_error>
 
 namespace show {
 
-void failToRead(const std::string& name, int error) {
+namespace {
+
+constexpr int writerPatience = 5000;  // in milliseconds
+
+[[noreturn]] void failToRead(const std::string& name, int error) {
   throw std::system_error(error, std::generic_category(), "cannot read " + name);
 }
 
-std::string readFile(const std::string& name, std::size_t limit) {
-  const Descriptor file(open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  struct stat status = {};
-  if (file.number() < 0 || fstat(file.number(), &status) != 0) {
+// Without blocking, which an open of a named pipe does until somebody writes to it.
+Descriptor openToRead(const std::string& name) {
+  Descriptor file(open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  if (file.number() < 0) {
     failToRead(name, errno);
-  }
-  if (!S_ISREG(status.st_mode)) {
-    failToRead(name, S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
-  }
-  std::string text;
-  std::array<char, 16384> buffer{};
-  for (;;) {
-    const ssize_t got = read(file.number(), buffer.data(), buffer.size());
-    if (got == 0) {
-      return text;
-    }
-    if (got < 0 && errno != EINTR) {
-      failToRead(name, errno);
-    }
-    text.append(buffer.data(), got < 0 ? 0 : static_cast<std::size_t>(got));
-    if (text.size() > limit) {
-      failToRead(name, EFBIG);
-    }
-  }
-}
-
-std::ifstream openFile(const std::string& name) {
-  std::error_code error;
-  const auto status = std::filesystem::status(name, error);
-  if (exists(status) && !is_regular_file(status) && !is_fifo(status)) {
-    throw std::runtime_error("cannot read " + name + ": not a file");
-  }
-  errno = 0;
-  std::ifstream file(name);
-  if (!file.good()) {
-    failToRead(name, errno != 0 ? errno : EIO);
   }
   return file;
 }
 
-std::string readWhole(std::istream& file, const std::string& name, std::size_t limit) {
+mode_t modeOf(const Descriptor& file, const std::string& name) {
+  struct stat status = {};
+  if (fstat(file.number(), &status) != 0) {
+    failToRead(name, errno);
+  }
+  return status.st_mode;
+}
+
+std::string readAtMost(std::size_t limit, const Descriptor& file, const std::string& name) {
   std::string text;
-  std::array<char, 65536> block{};
-  while (file && text.size() <= limit) {
-    file.read(block.data(), block.size());
-    text.append(block.data(), static_cast<std::size_t>(file.gcount()));
+  std::array<char, 16384> buffer{};
+  while (text.size() < limit) {
+    const ssize_t got =
+        read(file.number(), buffer.data(), std::min(buffer.size(), limit - text.size()));
+    if (got == 0) {
+      break;
+    }
+    if (got > 0) {
+      text.append(buffer.data(), static_cast<std::size_t>(got));
+    } else if (errno == EAGAIN) {
+      pollfd entry = {file.number(), POLLIN, 0};
+      poll(&entry, 1, -1);
+    } else if (errno != EINTR) {
+      failToRead(name, errno);
+    }
   }
-  if (file.bad()) {
-    failToRead(name, EIO);
+  return text;
+}
+
+}  // namespace
+
+std::string readFile(const std::string& name, std::size_t limit) {
+  const Descriptor file = openToRead(name);
+  const mode_t mode = modeOf(file, name);
+  if (!S_ISREG(mode)) {
+    failToRead(name, S_ISDIR(mode) ? EISDIR : EINVAL);
   }
+  std::string text = readAtMost(limit + 1, file, name);
   if (text.size() > limit) {
-    throw std::runtime_error(name + ": larger than " + std::to_string(limit >> 20U) + " MiB");
+    failToRead(name, EFBIG);
+  }
+  return text;
+}
+
+std::string readInput(const std::string& name, std::size_t limit) {
+  if (name == "-" || name == "/dev/stdin") {
+    return readAtMost(limit, Descriptor(dup(STDIN_FILENO)), name);
+  }
+  const Descriptor file = openToRead(name);
+  const mode_t mode = modeOf(file, name);
+  if (S_ISDIR(mode)) {
+    failToRead(name, EISDIR);
+  }
+  if (!S_ISREG(mode) && !S_ISFIFO(mode)) {
+    throw std::runtime_error("cannot read " + name + ": not a file");
+  }
+  // Without a writer, a named pipe is at its end before it has begun: nothing to read then, but no
+  // end to be seen either.
+  pollfd entry = {file.number(), POLLIN, 0};
+  const bool isSilent = poll(&entry, 1, writerPatience) == 0;
+  std::string text = readAtMost(limit, file, name);
+  if (isSilent && text.empty()) {
+    throw std::runtime_error("cannot read " + name + ": nobody writes to the pipe");
   }
   return text;
 }

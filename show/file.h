@@ -1,10 +1,9 @@
-// Files that are read as a whole, and the descriptors of files that are not.
+// Reading whole files, and the descriptors of files that are not.
 #pragma once
 
 #include <unistd.h>
 
 #include <cstddef>
-#include <fstream>
 #include <string>
 #include <utility>
 
@@ -32,18 +31,14 @@ class Descriptor {
   int number_;
 };
 
-// Throws std::system_error, whose text is "cannot read NAME: REASON".
-[[noreturn]] void failToRead(const std::string& name, int error);
-
-// The whole file. Throws as above: ENOENT if there is no such file, EISDIR or EINVAL for anything
-// but a regular file, so that a pipe or a device cannot keep the reader waiting, and EFBIG for more
-// bytes than `limit`.
+// The whole file. Throws std::system_error, whose text is "cannot read NAME: REASON": ENOENT if
+// there is no such file, EISDIR or EINVAL for anything but a regular file, so that a pipe or a
+// device cannot keep the reader waiting, and EFBIG for more bytes than `limit`.
 std::string readFile(const std::string& name, std::size_t limit);
 
-// Opens a file or a pipe, but no device, some of which never end. Throws as above, or
-// std::runtime_error.
-std::ifstream openFile(const std::string& name);
-// Throws the same if the file fails, or has more bytes than `limit`.
-std::string readWhole(std::istream& file, const std::string& name, std::size_t limit);
+// At most `limit` bytes of a file or pipe that a user has named, "-" for standard input. Devices
+// are not read, because some never end. A named pipe is waited for until it has a writer, at most
+// five seconds; that writer may take as long as it wants. Throws as above, or std::runtime_error.
+std::string readInput(const std::string& name, std::size_t limit);
 
 }  // namespace show

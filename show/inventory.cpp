@@ -265,8 +265,10 @@ Inventory parseInventory(std::string_view text) {
 }
 
 Inventory readInventory(const std::string& fileName) {
-  std::ifstream file = openFile(fileName);
-  const std::string text = readWhole(file, fileName, largest);
+  const std::string text = readInput(fileName, largest + 1);
+  if (text.size() > largest) {
+    refuse(fileName + ": larger than 64 MiB");
+  }
   try {
     return parseInventory(text);
   } catch (const std::runtime_error& error) {

@@ -2,12 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <climits>
 #include <clocale>
 #include <exception>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <initializer_list>
 #include <iostream>
@@ -141,7 +139,7 @@ std::vector<NamedInventory> readInventories(const std::vector<std::string>& file
   return machines;
 }
 
-ExitStatus explainOnOthers(const Options& options, std::istream& file, const Output& output) {
+ExitStatus explainOnOthers(const Options& options, std::istream& lines, const Output& output) {
   std::vector<NamedInventory> machines = readInventories(options.others);
   std::erase_if(machines, [](const NamedInventory& read) {
     if (!read.inventory.machine) {
@@ -152,8 +150,7 @@ ExitStatus explainOnOthers(const Options& options, std::istream& file, const Out
   if (machines.empty()) {
     return ExitStatus::trouble;
   }
-  std::istringstream text(readWhole(file, *options.explained, mostFileBytes));
-  const Fleet fleet = explainOn(std::move(machines), text);
+  const Fleet fleet = explainOn(std::move(machines), lines);
   writeFleet(output, fleet);
   if (fleet.machines.size() < options.others.size()) {
     return ExitStatus::trouble;
@@ -203,7 +200,8 @@ std::string dataFileOf(const Options& options) {
   return options.explained.value_or(options.state + "/" + goodFile);
 }
 
-std::ifstream openDataFile(const Options& options) {
+// Reports what is wrong with the file as a whole, and throws if that is its size.
+std::string readDataFile(const Options& options) {
   const std::string name = dataFileOf(options);
   std::error_code error;
   const bool isKnown = hasState(options);
@@ -211,32 +209,32 @@ std::ifstream openDataFile(const Options& options) {
     throw std::runtime_error("--for needs --explain FILE: morvik-run has left no data file " +
                              (isKnown ? "in " + options.state : "of that machine here"));
   }
-  return openFile(name);
+  std::string text = readInput(name, mostFileBytes + 1);
+  if (const auto problem = findFormProblem(text)) {
+    const std::string words = name + ": " + problem->words;
+    if (text.size() > mostFileBytes) {
+      throw std::runtime_error(words);
+    }
+    complain(String(words));
+  }
+  return text;
 }
 
-// The explanation of the next line; nothing at the end. Throws if the file fails.
-std::optional<Explanation> nextOf(Explainer& explainer, std::istream& file,
-                                  const std::string& name) {
+// The explanation of the next line; nothing at the end.
+std::optional<Explanation> nextOf(Explainer& explainer, std::istream& lines) {
   String line;
-  const LineRead read = readAnyLine(file, line);
-  if (read != LineRead::end) {
-    return explainer.explain(read, line);
-  }
-  if (file.bad()) {
-    failToRead(name, EIO);
-  }
-  return std::nullopt;
+  const LineRead read = readAnyLine(lines, line);
+  return read == LineRead::end ? std::nullopt : std::optional(explainer.explain(read, line));
 }
 
-ExitStatus explain(CIMClient& client, const Options& options, std::istream& file,
+ExitStatus explain(CIMClient& client, const Options& options, std::istream& lines,
                    const Output& output) {
   // An import reads these first, and ends there if it cannot.
   client.enumerateInstanceNames(cimNamespace, "KVAXDT_FRU");
   const Machine machine = readWholeMachine(client, options);
   Explainer explainer(client, machine);
   const auto next = [&]() -> std::optional<Explanation> {
-    for (auto explanation = nextOf(explainer, file, *options.explained); explanation;
-         explanation = nextOf(explainer, file, *options.explained)) {
+    while (auto explanation = nextOf(explainer, lines)) {
       const Entry entry = explanation->entry.value_or(Entry());
       if (isWanted(options, explanation->category,
                    {explanation->category, entry.fruNumber, entry.description,
@@ -266,7 +264,7 @@ bool isFor(const Explanation& line, const Part& part) {
          std::find(places.begin(), places.end(), *part.place) != places.end();
 }
 
-ExitStatus showPlace(CIMClient& client, const Options& options, std::istream& file,
+ExitStatus showPlace(CIMClient& client, const Options& options, std::istream& lines,
                      const Output& output) {
   const Machine machine = readWholeMachine(client, options);
   const std::vector<const Part*> parts = partsNamed(machine, String(*options.place));
@@ -275,7 +273,7 @@ ExitStatus showPlace(CIMClient& client, const Options& options, std::istream& fi
   }
   std::vector<std::vector<PartNumber>> found(parts.size());
   Explainer explainer(client, machine);
-  while (const auto line = nextOf(explainer, file, dataFileOf(options))) {
+  while (const auto line = nextOf(explainer, lines)) {
     for (std::size_t i = 0; i < parts.size(); ++i) {
       if (isFor(*line, *parts[i])) {
         found[i].push_back({parts[i], line->entry->fruNumber, line->entry->description});
@@ -346,22 +344,22 @@ ExitStatus run(const Options& options) {
   if (!options.inventories.empty()) {
     return showPage(options);
   }
-  // Opened first: a missing file is reported even if there is no server.
-  std::ifstream file;
+  // Read first: a missing file is reported even if there is no server.
+  std::istringstream lines;
   std::optional<Inventory> older;
   if (options.explained || options.place) {
-    file = openDataFile(options);
+    lines.str(readDataFile(options));
   } else if (options.older) {
     older = readInventory(*options.older);
   }
   if (!options.others.empty()) {
-    return explainOnOthers(options, file, output);
+    return explainOnOthers(options, lines, output);
   }
   const std::unique_ptr<CIMClient> client = makeClient();
   client->connect(addressOf(options.server), String::EMPTY, String::EMPTY);
-  return options.place       ? showPlace(*client, options, file, output)
+  return options.place       ? showPlace(*client, options, lines, output)
          : older             ? compare(*client, options, *older, output)
-         : options.explained ? explain(*client, options, file, output)
+         : options.explained ? explain(*client, options, lines, output)
          : options.isMachine ? showMachine(*client, options, output)
                              : list(*client, options, output);
 }
