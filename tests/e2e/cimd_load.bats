@@ -63,13 +63,12 @@ startRudeClients() { # [KIND...]
 import sys
 sys.path.insert(0, sys.argv[1])
 import socket
-import cim_client
-from cim_session import Session
+from cim_client import ADDRESS, Session
 
 early = Session()
 early.create("F1", "fan")
 kept = early.connection.sock
-silent = [socket.create_connection(cim_client.ADDRESS) for _ in range(400)]
+silent = [socket.create_connection(ADDRESS) for _ in range(400)]
 newcomer = Session()
 assert newcomer.frus() == [("F1", "fan")]
 assert early.frus() == [("F1", "fan")]
@@ -93,9 +92,8 @@ import subprocess
 import threading
 import time
 import bad_requests
-import cim_client
 import cim_xml
-from cim_session import ENUMERATE_FRUS, NAMESPACE, Session
+from cim_client import ADDRESS, ENUMERATE_FRUS, NAMESPACE, Session
 
 upload = bad_requests.replaced(
     b"Content-Length: %d" % len(bad_requests.GOOD_BODY), b"Content-Length: 1000000"
@@ -121,7 +119,7 @@ def attack(kind, bytes_, kept, pause):
             client = socket.socket()
             client.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4096)
             client.settimeout(5)
-            client.connect(cim_client.ADDRESS)
+            client.connect(ADDRESS)
             held.append(client)
             client.sendall(bytes_)
         except OSError:
@@ -159,7 +157,7 @@ fillAndEmpty() { # [fill]
     "$python" - "$support" "$@" <<'END'
 import sys
 sys.path.insert(0, sys.argv[1])
-from cim_session import Session
+from cim_client import Session
 
 session = Session()
 for number in range(20):
@@ -205,10 +203,9 @@ END
 import sys
 sys.path.insert(0, sys.argv[1])
 import socket
-import cim_client
-from cim_session import Session
+from cim_client import ADDRESS, Session
 
-silent = [socket.create_connection(cim_client.ADDRESS) for _ in range(100)]
+silent = [socket.create_connection(ADDRESS) for _ in range(100)]
 Session().create("F1", "fan")
 END
     listIs 'F1=fan'
@@ -225,8 +222,7 @@ import sys
 sys.path.insert(0, sys.argv[1])
 import socket
 import bad_requests
-import cim_client
-from cim_session import Session
+from cim_client import ADDRESS, Session
 
 size = 16_000_000
 announced = bad_requests.replaced(
@@ -235,7 +231,7 @@ announced = bad_requests.replaced(
 
 
 def connect():
-    client = socket.create_connection(cim_client.ADDRESS, timeout=20)
+    client = socket.create_connection(ADDRESS, timeout=20)
     client.sendall(announced)
     return client
 

@@ -270,25 +270,25 @@ CreateInstance refused: account mail may not change instances' \
     "$python" - "$support" "$(serverPid)" <<'END'
 import os, signal, socket, sys
 sys.path.insert(0, sys.argv[1])
-import cim_session, cim_xml
+import cim_client, cim_xml
 def request(operation, parameters):
     body = cim_xml.request_message(operation, "root/kvasd", parameters)
     body = body if isinstance(body, bytes) else body.encode()
     return (f"POST /cimom HTTP/1.1\r\nHost: localhost\r\nContent-Length: {len(body)}\r\nCIMOperation: MethodCall\r\n"
             f"CIMMethod: {operation}\r\nCIMObject: root%2Fkvasd\r\n\r\n").encode() + body
-delete = request("DeleteInstance", [("InstanceName", cim_session.path("F1"))])
+delete = request("DeleteInstance", [("InstanceName", cim_client.path("F1"))])
 server = int(sys.argv[2])
 os.kill(server, signal.SIGSTOP)
 with socket.create_connection(("127.0.0.1", 5988)) as client:
     client.sendall(delete)
 os.kill(server, signal.SIGCONT)
-assert cim_session.Session().frus() == [("F1", "fan")]
+assert cim_client.Session().frus() == [("F1", "fan")]
 # One that only says that it sends no more still waits for the answer.
 with socket.create_connection(("127.0.0.1", 5988)) as client:
     client.sendall(delete)
     client.shutdown(socket.SHUT_WR)
     assert b"ERROR" not in client.makefile("rb").read()
-assert cim_session.Session().frus() == []
+assert cim_client.Session().frus() == []
 END
     logHas 'warning: DeleteInstance refused: the account at the other end of the connection is unknown'
 }

@@ -204,7 +204,7 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
     "$python" - "$support" "$(serverPid)" <<'END'
 import os, signal, sys
 sys.path.insert(0, sys.argv[1])
-from cim_session import Session
+from cim_client import Session
 session = Session()
 for number in range(200):
     session.create(f"F{number}", "fan")

@@ -123,7 +123,7 @@ to use it, remove fru.db and fru.db-journal, and rename it
 import os
 import sys
 sys.path.insert(0, sys.argv[1])
-from cim_session import Session
+from cim_client import Session
 session, before = Session(), os.path.getsize("fru.db")
 for number in range(40):
     session.create(f"D{number}", "disk")
@@ -145,7 +145,7 @@ END
     "$python" - "$support" <<'END'
 import sys
 sys.path.insert(0, sys.argv[1])
-from cim_session import CimError, Session
+from cim_client import CimError, Session
 session, created = Session(), 0
 try:
     while created < 10000:

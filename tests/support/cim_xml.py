@@ -143,11 +143,16 @@ def request_message(operation, namespace, parameters, message_id="7"):
     ).encode()
 
 
+def http_headers(operation, namespace):
+    return {
+        "Content-Type": 'application/xml; charset="utf-8"',
+        "CIMOperation": "MethodCall",
+        "CIMMethod": operation,
+        "CIMObject": quote(namespace, safe=""),
+    }
+
+
 def http_request(operation, namespace, body):
-    head = (
-        "POST /cimom HTTP/1.1\r\nHost: 127.0.0.1:5988\r\n"
-        'Content-Type: application/xml; charset="utf-8"\r\n'
-        f"Content-Length: {len(body)}\r\nCIMOperation: MethodCall\r\n"
-        f"CIMMethod: {operation}\r\nCIMObject: {quote(namespace, safe='')}\r\n\r\n"
-    )
-    return head.encode() + body
+    head = f"POST /cimom HTTP/1.1\r\nHost: 127.0.0.1:5988\r\nContent-Length: {len(body)}\r\n"
+    head += "".join(f"{name}: {value}\r\n" for name, value in http_headers(operation, namespace).items())
+    return head.encode() + b"\r\n" + body

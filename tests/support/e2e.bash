@@ -272,8 +272,7 @@ publishedNumbersAre() { # [NUMBER...]
 }
 
 createAs() { # VENDOR FRU-NUMBER IDENTIFYING-NUMBER
-    "$python" "$support/cim_client.py" create "FRUNumber=$2" "IdentifyingNumber=$3" "Vendor=$1" \
-        Name=FAN Description=other RevisionLevel=9
+    "$python" "$support/cim_client.py" publish "$2" "$3" "$1"
 }
 
 # The operations that the peer was asked for, without their arguments, one a line.

@@ -20,7 +20,7 @@ import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import cim_xml
-from cim_session import ENUMERATE_FRUS, FRU, Session
+from cim_client import ENUMERATE_FRUS, Session
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 BIN = os.environ["MORVIK_BIN_DIR"]
@@ -113,10 +113,7 @@ class Published:
         for _, _, name in self.read():
             self.session.call("DeleteInstance", [("InstanceName", name)])
         for fru, number in EARLIER:
-            texts = {"FRUNumber": fru, "IdentifyingNumber": number, "Vendor": "KVA", "Name": "FAN"}
-            strings = [(name, "string", text) for name, text in texts.items()]
-            instance = cim_xml.instance_element(FRU, strings)
-            self.session.call("CreateInstance", [("NewInstance", instance)])
+            self.session.create(fru, "FAN", IdentifyingNumber=number, Vendor="KVA")
         if [fru for fru, _, _ in self.read()] != [fru for fru, _ in EARLIER]:
             sys.exit("the server has another order")
 

@@ -15,7 +15,7 @@ import sys
 import threading
 import time
 
-from cim_session import ENUMERATE_FRUS, Session
+from cim_client import ENUMERATE_FRUS, Session
 
 PAUSE = 0.05  # seconds
 

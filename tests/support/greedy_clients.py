@@ -13,7 +13,6 @@ import socket
 import sys
 
 import cim_client
-import cim_session
 import cim_xml
 
 READ_SIZE = 1 << 20
@@ -22,11 +21,11 @@ READ_SIZE = 1 << 20
 def requests():
     names = "<VALUE.ARRAY>" + "<VALUE/>" * 125_000 + "</VALUE.ARRAY>"
     for operation, parameters in (
-        ("EnumerateInstances", cim_session.ENUMERATE_FRUS),
-        ("EnumerateInstances", [*cim_session.ENUMERATE_FRUS, ("PropertyList", names)]),
+        ("EnumerateInstances", cim_client.ENUMERATE_FRUS),
+        ("EnumerateInstances", [*cim_client.ENUMERATE_FRUS, ("PropertyList", names)]),
     ):
-        body = cim_xml.request_message(operation, cim_session.NAMESPACE, parameters)
-        yield cim_xml.http_request(operation, cim_session.NAMESPACE, body)
+        body = cim_xml.request_message(operation, cim_client.NAMESPACE, parameters)
+        yield cim_xml.http_request(operation, cim_client.NAMESPACE, body)
 
 
 class Client:

@@ -9,7 +9,7 @@ modest_client.py    creates, changes and deletes 20 instances, each over a conne
 
 import time
 
-from cim_session import Session
+from cim_client import Session
 
 
 def main():

@@ -12,7 +12,7 @@ serverPid() {
     done
 }
 
-change() { "$python" "$support/cim_change.py" "$@"; }
+change() { "$python" "$support/cim_client.py" change "$@"; }
 
 # The published instances are these, in this order.
 listIs() { # 'NUMBER=NAME ...'
