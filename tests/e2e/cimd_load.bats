@@ -15,9 +15,9 @@ teardown() { stopServers; }
 
 seconds=${MORVIK_LOAD_SECONDS-5}
 
-# Sets requests, median, worst, early and late to what good_clients.py tells.
+# Sets requests, median, worst, early and late from the figures of served_clients.py.
 runGoodClients() { # COUNT SECONDS
-    "$python" "$support/good_clients.py" "$1" "$2" "$(serverPid)" >figures
+    "$python" "$support/served_clients.py" many "$1" "$2" "$(serverPid)" >figures
     read -r requests median worst early late <figures
     printf '# %s clients, %s s: %s requests, median %s ms, worst %s ms, memory %s -> %s KiB\n' \
         "$1" "$2" "$requests" "$median" "$worst" "$early" "$late" >&3
@@ -27,10 +27,6 @@ runGoodClients() { # COUNT SECONDS
 # machine, and on its disk: scripts/bench measures that.
 isGood() {
     ((requests >= 40 * 4 && worst < 20000))
-}
-
-startRudeClients() { # [KIND...]
-    startServer rude ready "$python" "$support/rude_clients.py" "$@"
 }
 
 @test "forty clients at once, durable: none is refused, and memory stays flat" {
@@ -46,7 +42,7 @@ startRudeClients() { # [KIND...]
     local requests median worst early late most=16384
     ! grep -q __asan_init "$cimd" || most=32768
     startCimd "$mof"
-    startRudeClients
+    startServer rude ready "$python" "$support/rude_clients.py"
     # Until the rude ones hold all the connections and half-sent requests that they hold.
     runGoodClients 40 "$seconds"
     runGoodClients 40 "$seconds"
@@ -95,9 +91,7 @@ import bad_requests
 import cim_xml
 from cim_client import ADDRESS, ENUMERATE_FRUS, NAMESPACE, Session
 
-upload = bad_requests.replaced(
-    b"Content-Length: %d" % len(bad_requests.GOOD_BODY), b"Content-Length: 1000000"
-) + b" " * 900_000
+upload = bad_requests.with_length(1_000_000) + b" " * 900_000
 enumerate_all = cim_xml.http_request(
     "EnumerateInstances",
     NAMESPACE,
@@ -142,7 +136,7 @@ for attacker in attackers:
     attacker.start()
 while min(counts.values()) < 50:
     time.sleep(0.05)
-subprocess.run([sys.executable, sys.argv[1] + "/modest_client.py"], check=True, timeout=120)
+subprocess.run([sys.executable, sys.argv[1] + "/served_clients.py", "modest"], check=True, timeout=120)
 ended.set()
 print(f"# beside {counts}")
 END
@@ -189,8 +183,8 @@ END
     startCimd "$mof"
     fillAndEmpty fill
     before=$(memoryOf VmHWM)
-    startServer greedy ready "$python" "$support/greedy_clients.py" 100
-    "$python" "$support/modest_client.py" >&3
+    startServer greedy ready "$python" "$support/served_clients.py" greedy 100
+    "$python" "$support/served_clients.py" modest >&3
     most=$(memoryOf VmHWM)
     printf '# memory at most %s KiB before, %s KiB beside them\n' "$before" "$most" >&3
     # 256 MiB for large requests and answers, one that is read, and one that is made.
@@ -225,9 +219,7 @@ import bad_requests
 from cim_client import ADDRESS, Session
 
 size = 16_000_000
-announced = bad_requests.replaced(
-    b"Content-Length: %d" % len(bad_requests.GOOD_BODY), b"Content-Length: %d" % size
-)
+announced = bad_requests.with_length(size)
 
 
 def connect():
