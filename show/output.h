@@ -32,7 +32,7 @@ struct Summary {
 // The explanation of the next line, or nothing after the last one.
 using NextExplanation = std::function<std::optional<Explanation>()>;
 
-// Writes each explanation before it asks for the next: a file may be of any length.
+// Writes each explanation before it asks for the next: a file may have a million lines.
 Columns explanationColumns();
 Summary writeExplanations(const Output& output, const Machine& machine,
                           const NextExplanation& next);

@@ -22,7 +22,8 @@ constexpr std::size_t indentBelow = 6;
 
 std::optional<std::size_t> positionOf(const std::string& name, const Columns& columns) {
   const auto column = std::find_if(columns.begin(), columns.end(), [&](const Column& candidate) {
-    return String::equalNoCase(String(name), candidate.name);
+    return String::equalNoCase(String(name), candidate.name) ||
+           String::equalNoCase(String(name), candidate.heading);
   });
   return column == columns.end()
              ? std::nullopt

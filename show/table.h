@@ -25,7 +25,7 @@ enum class Shown {
 };
 
 struct Column {
-  // For programs: the heading of CSV, and what --columns asks for, in any letter case.
+  // For programs: the heading of CSV. --columns asks for a column by either, in any letter case.
   const char* name;
   // For people.
   const char* heading;

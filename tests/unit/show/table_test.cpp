@@ -61,18 +61,19 @@ TEST(Table, WrappedRowLosesNothing) {
             "A  B\n1  a reason of many\n   words\n");
 }
 
-TEST(Table, ColumnsAreChosenByNameInAnyCase) {
+TEST(Table, ColumnsAreChosenByNameOrHeadingInAnyCase) {
   EXPECT_EQ(written(two, {{{"1", "2"}}}, {.columns = {"LONGNAME", "a"}}), "B  A\n2  1\n");
   EXPECT_EQ(written(two, {{{"1", "2"}}}, {.isCsv = true, .columns = {"longname"}}),
             "longName\r\n2\r\n");
+  EXPECT_EQ(written(two, {{{"1", "2"}}}, {.isCsv = true, .columns = {"b"}}), "longName\r\n2\r\n");
 }
 
 TEST(Table, UnknownColumnIsAnErrorThatNamesTheOthers) {
   try {
-    checkColumns({.columns = {"A", "b"}}, two);
+    checkColumns({.columns = {"A", "c"}}, two);
     FAIL();
   } catch (const std::runtime_error& error) {
-    EXPECT_STREQ(error.what(), "--columns: no column 'b'; there are a, longName");
+    EXPECT_STREQ(error.what(), "--columns: no column 'c'; there are a, longName");
   }
 }
 
