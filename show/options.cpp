@@ -34,7 +34,7 @@ std::string writtenAs(const CLI::App& app, const char* name, int argc, const cha
 }
 
 // CLI11 would do this too, and spend half of the help on it.
-void checkTogether(const CLI::App& app, int argc, const char* const* argv) {
+void checkTogether(const CLI::App& app, const Options& options, int argc, const char* const* argv) {
   using Names = std::vector<const char*>;
   const Names tasks = {"--machine", "--explain", "--history", "--diff", "--for", "--html"};
   const Names filters = {"--category", "--find", "--all"};
@@ -59,6 +59,11 @@ void checkTogether(const CLI::App& app, int argc, const char* const* argv) {
     refuse(task, filters);
   }
   refuse("--html", {"--json", "--csv", "--columns", "--no-headings"});
+  for (const char* other : {"--server", "--category", "--find", "--all"}) {
+    if (!options.inventories.empty() && app.count(other) > 0) {
+      throw CLI::ExcludesError("--html FILE", other);
+    }
+  }
   refuse("--explain", {"--all"});
   refuse("--on", {"--server", "--category", "--find", "--for", "--columns", "--no-headings"});
 }
@@ -91,7 +96,8 @@ std::string messageOf(const CLI::ParseError& error, const CLI::App& app, int arg
   }
   const std::string& name = unknown.front();
   if (!name.starts_with('-')) {
-    return "unexpected argument: " + name;
+    return "unexpected argument: " + name +
+           (app.count("--html") > 0 ? "; put files directly after --html, without --server" : "");
   }
   for (int i = 1; i < argc && name.size() == 2; ++i) {
     const std::string_view argument = argv[i];
@@ -164,12 +170,12 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
   checkValues(app);
   try {
     app.parse(argc, argv);
-    checkTogether(app, argc, argv);
+    // CLI11 has an empty text for an option without values.
+    std::erase(options.inventories, "");
+    checkTogether(app, options, argc, argv);
     checkCategories(options);
     options.table.hasHeadings = !hasNoHeadings;
     options.isHtml = app.count("--html") > 0;
-    // CLI11 has an empty text for an option without values.
-    std::erase(options.inventories, "");
     options.isServerGiven = app.count("--server") > 0;
     options.isStateGiven = app.count("--state") > 0;
   } catch (const CLI::ParseError& error) {

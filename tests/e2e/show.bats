@@ -133,7 +133,7 @@ FAN       B1          other        KVAHalvoranFr       KVA'
     done >rows <<'END'
 --columns fruNumber,vendor
 --machine --columns place,part
---explain fru.txt --columns Words,description
+--explain fru.txt --columns reason,description
 --history --columns time,change,fruNumber
 --diff old.json --columns old,new
 END
@@ -354,6 +354,9 @@ Try 'morvik-show --help'."
 --unknown=1|unknown option: --unknown=1
 -j --csv|-j excludes --csv
 --csv --json|--json excludes --csv
+--html a.json --server x|--html FILE excludes --server
+--html a.json --all|--html FILE excludes --all
+--html --server x a.json|unexpected argument: a.json; put files directly after --html, without --server
 END
     local address
     for address in :5988 127.0.0.1: 127.0.0.1:0 127.0.0.1:5988x ::1; do
