@@ -36,7 +36,10 @@ constexpr std::chrono::seconds pauseBetweenLooks{2};
 class Run {
  public:
   Run(const Settings& settings, Report& report)
-      : settings_(settings), report_(report), deadline_(runLimit), state_(settings.state.text) {}
+      : settings_(settings),
+        report_(report),
+        deadline_(runLimit),
+        state_(settings.state.text, !settings.isCheck && settings.fault.empty()) {}
 
   // Throws Failure, and what the client throws.
   void go();
@@ -242,7 +245,7 @@ void Run::publish(const Good& candidate) {
            Deadline(deadline_.left() / rehearsalPart));
   mustDeleteByName(*client_);
   holdSignals();
-  state_.beginPublishing();
+  state_.beginPublishing(*report_.before);
   const std::string words = publishOnce(candidate.text, Deadline(deadline_.left() / 2));
   if (report_.published != report_.predicted) {
     const Items missing = missingFrom(*report_.published, *report_.predicted);

@@ -5,7 +5,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <sstream>
 #include <string_view>
@@ -106,11 +109,43 @@ Json toJson(const Good& good) {
           {"keyring", good.keyring}};
 }
 
+std::string makeTemporaryDirectory() {
+  std::string name = fs::temp_directory_path() / "morvik-run-XXXXXX";
+  if (mkdtemp(name.data()) == nullptr) {
+    fail("cannot make " + name, errno);
+  }
+  return name;
+}
+
 std::string readIfThere(const std::string& path) {
   try {
     return show::readFile(path, mostStatusBytes);
   } catch (const std::system_error&) {
     return "";
+  }
+}
+
+// What the marker has of the entries before.
+std::string markerText(const Items& items) {
+  Json list = Json::array();
+  for (const Item& item : items) {
+    list.push_back({item.category, item.fruNumber, item.description, item.identifyingNumber,
+                    item.vendor, item.revisionLevel});
+  }
+  return show::dump(list);
+}
+
+// Absent if the text is damaged, or of an earlier version, whose markers were empty.
+std::optional<Items> itemsIn(const std::string& text) {
+  try {
+    Items items;
+    for (const auto& texts : Json::parse(text).get<std::vector<std::array<std::string, 6>>>()) {
+      items.push_back({texts[0], texts[1], texts[2], texts[3], texts[4], texts[5]});
+    }
+    std::sort(items.begin(), items.end());
+    return items;
+  } catch (const Json::exception&) {
+    return std::nullopt;
   }
 }
 
@@ -157,13 +192,17 @@ void writeAtomically(const std::string& path, const std::string& text) {
   makeDirectoryDurable(fs::path(path).parent_path());
 }
 
-State::State(std::string directory) : directory_(std::move(directory)), lock_(lockIn(directory_)) {
+State::State(std::string directory, bool isRemembered)
+    : isTemporary_(!isRemembered && access(directory.c_str(), F_OK) != 0 && errno == ENOENT),
+      directory_(isTemporary_ ? makeTemporaryDirectory() : std::move(directory)),
+      lock_(lockIn(directory_)) {
   readStatus();
+  interrupted_ = itemsIn(readIfThere(pathOf(markerFile)));
 }
 
 State::~State() {
   std::error_code ignored;
-  fs::remove_all(pathOf("work"), ignored);
+  fs::remove_all(isTemporary_ ? directory_ : pathOf("work"), ignored);
 }
 
 std::string State::emptyWorkDirectory() const {
@@ -205,7 +244,7 @@ bool State::isInterrupted() const {
   return fs::exists(pathOf(markerFile), error);
 }
 
-void State::beginPublishing() const {
+void State::beginPublishing(const Items& before) const {
   {
     const Temporary reserve(pathOf("reserve.tmp"));
     const show::Descriptor file = openFor(reserve.path(), O_WRONLY | O_CREAT | O_TRUNC);
@@ -214,7 +253,7 @@ void State::beginPublishing() const {
       fail("no room in the state directory " + directory_, error);
     }
   }
-  writeAtomically(pathOf(markerFile), "");
+  writeAtomically(pathOf(markerFile), markerText(interrupted_.value_or(before)));
 }
 
 void State::endPublishing() const {
@@ -262,8 +301,13 @@ void State::remember(const Report& report, const std::optional<Good>& good) {
     }
     good_ = good;
   }
-  if (!report.added().empty() || !report.removed().empty()) {
-    addHistory(report);
+  Report change = report;
+  change.before = interrupted_ ? interrupted_ : report.before;
+  if (!change.added().empty() || !change.removed().empty()) {
+    addHistory(change);
+    if (isInterrupted()) {  // it is known now
+      writeAtomically(pathOf(markerFile), markerText(*report.published));
+    }
   }
   writeStatus(report);
 }

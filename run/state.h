@@ -5,8 +5,8 @@
 //     status.json    the last run, and the last good one
 //     fru.good.txt   the data file of the last good run
 //     history.jsonl  one line for each change of the published entries, the newest last
-//     publishing     exists from before morvik starts until what it has published has been looked
-//     at
+//     publishing     from before morvik starts until what it has published has been looked at: the
+//                    entries before
 //
 // A file is either as it was or as it is to be: it is written under another name, made durable, and
 // renamed.
@@ -39,9 +39,10 @@ struct Good {
 
 class State {
  public:
-  // Makes the directory if it is missing, and locks it until the end of this or of a program that
-  // has inherited lock(). Throws Failure(badUse) if it cannot be used, or is locked.
-  explicit State(std::string directory);
+  // Locks the directory until the end of this or of a program that has inherited lock(). If it is
+  // missing, it is made; for a run that is not to be remembered, a temporary one is used in its
+  // place. Throws Failure(badUse) if it cannot be used, or is locked.
+  explicit State(std::string directory, bool isRemembered = true);
   ~State();
   State(const State&) = delete;
   State& operator=(const State&) = delete;
@@ -58,8 +59,9 @@ class State {
   bool isInterrupted() const;
 
   // Before morvik starts, and after what is published is known to be whole. The first also makes
-  // sure that there is room for what remember() will write. Both throw Failure(badUse).
-  void beginPublishing() const;
+  // sure that there is room for what remember() will write, and notes the entries so that the run
+  // after an interruption can add the change to the history. Both throw Failure(badUse).
+  void beginPublishing(const Items& before) const;
   void endPublishing() const;
 
   // Writes status.json, and after a good run fru.good.txt; history.jsonl if the entries have
@@ -70,9 +72,12 @@ class State {
   void writeStatus(const Report& report) const;
 
  private:
+  bool isTemporary_;
   std::string directory_;
   show::Descriptor lock_;
   std::optional<Good> good_;
+  // The entries before a run that was interrupted.
+  std::optional<Items> interrupted_;
 
   std::string pathOf(const char* name) const { return directory_ + "/" + name; }
   void readStatus();

@@ -247,6 +247,10 @@ startHttp() { # [OPTION...] as parts_http.py takes them
 
 @test "--check: says what would be changed, and changes and remembers nothing" {
     startMachine
+    fans A 1 >"$files/1234wpk.txt"
+    runFiles --check
+    ended 0 'would publish 1 entry'
+    [[ ! -e $state ]]
     startGood
     cp "$state/status.json" before
     fans B 3 >"$files/1234wpk.txt"
@@ -304,6 +308,7 @@ startHttp() { # [OPTION...] as parts_http.py takes them
     wrong "--min-share: 'x' is not a number from 0 to 1" MORVIK_FILES=. MORVIK_MIN_SHARE=0.1 --min-share x
     wrong 'unknown option: --server' --server 127.0.0.1:5988
     wrong "cannot run morvik: $PWD/missing: No such file or directory" MORVIK_FILES=. --morvik missing
+    [[ ! -e $state ]]
     startMachine
     wrong '--url is not a URL' --url //
 }

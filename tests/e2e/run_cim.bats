@@ -249,6 +249,10 @@ killAt() { # SIGNAL FAULT
     ended 0
     publishedNumbersAre B1 B2 B3 B4
     [[ ! -e $state/publishing ]]
+    # Whichever of them has published the entries.
+    equal '["A1","A2","A3","A4"] ["B1","B2","B3","B4"]' \
+        "$(tail -n 1 "$state/history.jsonl" | jq -r '[.removed, .added | map(.fruNumber) | tojson] | join(" ")')" \
+        'the change'
 }
 
 @test "asked to end while morvik runs: the run ends when the entries are whole" {

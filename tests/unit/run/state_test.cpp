@@ -134,7 +134,7 @@ TEST_F(StateTest, FilesOfRootBelongToTheOwnerOfTheDirectory) {
   }
   const State state(directory_);
   state.emptyWorkDirectory();
-  state.beginPublishing();
+  state.beginPublishing({});
   for (const char* name : {"lock", "work", "publishing"}) {
     struct stat status = {};
     ASSERT_EQ(stat((directory_ / name).c_str(), &status), 0) << name;
@@ -159,13 +159,42 @@ TEST_F(StateTest, InterruptionIsSeenByTheNextRun) {
   {
     const State state(directory_);
     EXPECT_FALSE(state.isInterrupted());
-    state.beginPublishing();
+    state.beginPublishing({});
   }
   const State next(directory_);
   EXPECT_TRUE(next.isInterrupted());
   next.endPublishing();
   EXPECT_FALSE(next.isInterrupted());
   next.endPublishing();
+}
+
+TEST_F(StateTest, ChangeOfAnInterruptedRunIsRememberedOnce) {
+  Report next = changed("B1");
+  next.before = next.published;
+  State(directory_).beginPublishing(*changed("A1").published);
+  // Interrupted again, before the change could be remembered.
+  State(directory_).beginPublishing(*next.before);
+  for (int runs = 0; runs < 2; ++runs) {
+    State(directory_).remember(next, std::nullopt);
+    const std::string history = read("history.jsonl");
+    EXPECT_EQ(linesIn(history), 1U);
+    EXPECT_NE(history.find(R"("added":[{"category":"FAN","fruNumber":"B1")"), std::string::npos);
+    EXPECT_NE(history.find(R"("removed":[{"category":"FAN","fruNumber":"A1")"), std::string::npos);
+  }
+}
+
+TEST_F(StateTest, DirectoryIsNotMadeForARunThatIsNotRemembered) {
+  const fs::path missing = directory_ / "missing";
+  std::string work;
+  {
+    const State state(missing, false);
+    work = state.emptyWorkDirectory();
+    EXPECT_TRUE(fs::is_empty(work));
+  }
+  EXPECT_FALSE(fs::exists(work) || fs::exists(fs::path(work).parent_path()));
+  EXPECT_FALSE(fs::exists(missing));
+  { const State state(directory_, false); }
+  EXPECT_TRUE(fs::exists(directory_ / "lock")) << "locked if it is there";
 }
 
 TEST_F(StateTest, WorkDirectoryIsEmptyAndRemoved) {
