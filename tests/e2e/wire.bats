@@ -5,7 +5,10 @@
 # shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
 source "$BATS_TEST_DIRNAME/../support/e2e.bash"
 
-setup() { enterWorkDirectory; }
+setup() {
+    enterWorkDirectory
+    raw=$BATS_TEST_TMPDIR/raw
+}
 teardown() { stopServers; }
 
 requestsAre() {
@@ -102,25 +105,26 @@ GetProperty' "$(operations)" operations
     publishedNumbersAre
 }
 
-@test "names with keys of every type go back as they came" {
-    local names reference number
+@test "names with keys of every type go back as they came, without host and namespace" {
+    local names reference path number
     reference='<VALUE.REFERENCE><INSTANCENAME CLASSNAME="CIM_Rack"><KEYBINDING NAME="Tag"><KEYVALUE VALUETYPE="string">a b</KEYVALUE></KEYBINDING></INSTANCENAME></VALUE.REFERENCE>'
+    path='<INSTANCEPATH><NAMESPACEPATH><HOST>box</HOST><LOCALNAMESPACEPATH><NAMESPACE NAME="root"/></LOCALNAMESPACEPATH></NAMESPACEPATH>'
     names=(
-        '<INSTANCENAME CLASSNAME="kvaxdt_fru"><KEYBINDING NAME="b"><KEYVALUE VALUETYPE="boolean">TRUE</KEYVALUE></KEYBINDING><KEYBINDING NAME="n"><KEYVALUE VALUETYPE="numeric">-7</KEYVALUE></KEYBINDING></INSTANCENAME>'
+        '<INSTANCENAME CLASSNAME="kvaxdt_fru"><KEYBINDING NAME="b"><KEYVALUE VALUETYPE="boolean">TRUE</KEYVALUE></KEYBINDING><KEYBINDING NAME="N"><KEYVALUE VALUETYPE="numeric">-7</KEYVALUE></KEYBINDING></INSTANCENAME>'
         '<INSTANCENAME CLASSNAME="KVAXDT_SubFRU"><KEYBINDING NAME="s"><KEYVALUE VALUETYPE="string">&#32;&lt;é&gt; &amp; &#32;</KEYVALUE></KEYBINDING></INSTANCENAME>'
         "<INSTANCENAME CLASSNAME=\"KVAXDT_FRU\"><KEYBINDING NAME=\"r\">$reference</KEYBINDING></INSTANCENAME>"
+        '<INSTANCENAME CLASSNAME="KVAXDT_FRU"><KEYBINDING NAME="p"><KEYVALUE VALUETYPE="string">x</KEYVALUE></KEYBINDING></INSTANCENAME>'
     )
-    printf '{"names": "%s"}' "${names[*]//\"/\\\"}" >"$BATS_TEST_TMPDIR/machine.json"
-    raw=$BATS_TEST_TMPDIR/raw
-    mkdir "$raw"
+    printf '{"names": "%s"}' "$(sed 's/"/\\"/g' <<<"${names[*]:0:3} $path${names[3]}</INSTANCEPATH>" | tr -d '\n')" \
+        >"$BATS_TEST_TMPDIR/machine.json"
     startPeer --machine "$BATS_TEST_TMPDIR/machine.json" --raw "$raw"
     : >fru.txt
     runMorvik -s 127.0.0.1 -d dir
     usedLocalCopy
     # After the system and the names: a question and a deletion for each.
-    for number in 0 1 2; do
-        grep -qF "NAME=\"InstanceName\">${names[number]}</IPARAMVALUE>" "$raw/00$((3 + 2 * number)).http"
-        grep -qF "NAME=\"InstanceName\">${names[number]}</IPARAMVALUE>" "$raw/00$((4 + 2 * number)).http"
+    for number in "${!names[@]}"; do
+        grep -qF "NAME=\"InstanceName\">${names[number]}</IPARAMVALUE>" "$raw/$(printf '%03d' $((3 + 2 * number))).http"
+        grep -qF "NAME=\"InstanceName\">${names[number]}</IPARAMVALUE>" "$raw/$(printf '%03d' $((4 + 2 * number))).http"
     done
 }
 
@@ -138,65 +142,33 @@ hasHeader() { # NUMBER HEADER
     return 1
 }
 
-runRaw() {
-    raw=$BATS_TEST_TMPDIR/raw
-    mkdir "$raw"
+@test "each request is well-formed XML in UTF-8, with the headers of CIM operations over HTTP" {
     runOnAllCategories --raw "$raw"
-}
-
-@test "the request line" {
-    runRaw
-    local file
+    local file number
     for file in "$raw"/*.http; do
+        number=$(basename "$file" .http)
         equal $'POST /cimom HTTP/1.1\r' "$(head -n 1 "$file")" "the request line of $file"
+        sed '1,/^\r$/d' "$file" >body.xml
+        hasHeader "$number" "content-length: $(wc -c <body.xml)"
+        hasHeader "$number" 'host: 127.0.0.1:5988'
+        hasHeader "$number" 'content-type: application/xml; charset="utf-8"'
+        hasHeader "$number" 'cimoperation: MethodCall'
+        hasHeader "$number" 'cimprotocolversion: 1.0'
+        hasHeader "$number" 'cimobject: root%2Fkvasd'
+        # Servers refuse these.
+        run ! grep -E '^(te|expect|transfer-encoding|authorization|trailer|connection: close)' <<<"$(headers "$number")"
+        head -c 5 body.xml | grep -qF '<?xml'
+        "$python" -c 'import xml.dom.minidom; xml.dom.minidom.parse("body.xml")'
     done
-}
-
-@test "the headers of CIM operations over HTTP" {
-    runRaw
-    hasHeader 001 'host: 127.0.0.1:5988'
-    hasHeader 001 'content-type: application/xml; charset="utf-8"'
-    hasHeader 001 'cimoperation: MethodCall'
-    hasHeader 001 'cimprotocolversion: 1.0'
     hasHeader 001 'cimmethod: EnumerateInstances'
-    hasHeader 001 'cimobject: root%2Fkvasd'
     hasHeader 002 'cimmethod: EnumerateInstanceNames'
     hasHeader 003 'cimmethod: GetProperty'
     hasHeader 004 'cimmethod: DeleteInstance'
     hasHeader 007 'cimmethod: CreateInstance'
-}
-
-@test "every request states its length, and nothing that servers refuse" {
-    runRaw
-    local file number
-    for file in "$raw"/*.http; do
-        number=$(basename "$file" .http)
-        hasHeader "$number" "content-length: $(sed '1,/^\r$/d' "$file" | wc -c)"
-        run ! grep -E '^(te|expect|transfer-encoding|authorization|trailer|connection: close)' <<<"$(headers "$number")"
-    done
-}
-
-@test "every request has a different message ID" {
-    runRaw
-    local ids
-    ids=$(grep -ho 'MESSAGE ID="[^"]*"' "$raw"/*.http)
-    equal "$(sort <<<"$ids")" "$(sort -u <<<"$ids")" 'the list of message IDs'
-    equal 14 "$(wc -l <<<"$ids")" 'the number of requests'
-}
-
-@test "requests are well-formed XML in UTF-8, with an XML declaration" {
-    runRaw
-    local file
-    for file in "$raw"/*.http; do
-        sed '1,/^\r$/d' "$file" >body.xml
-        head -c 5 body.xml | grep -qF '<?xml'
-        "$python" -c 'import sys, xml.dom.minidom; xml.dom.minidom.parse("body.xml")'
-    done
+    equal 14 "$(grep -ho 'MESSAGE ID="[^"]*"' "$raw"/*.http | sort -u | wc -l)" 'the number of message IDs'
 }
 
 @test "text goes out as UTF-8, without references for characters past ASCII" {
-    raw=$BATS_TEST_TMPDIR/raw
-    mkdir "$raw"
     startPeer --machine "$project/tests/data/fru/machine.json" --raw "$raw"
     printf '"F1","FAN","","caf\xe9 \xa3 & < > '"'"' \t\r."\n' >fru.txt
     runMorvik -s 127.0.0.1 -d dir

@@ -14,10 +14,9 @@ Prints "ready" on standard output once it listens on 127.0.0.1. Ends on SIGTERM.
 --log FILE       one line for each request: number of the connection, operation, namespace, and
                  every argument with its value.
 --accepted FILE  a line for each connection, whether or not a request follows.
---raw DIRECTORY  each request as it came, 001.http, 002.http, ...
+--raw DIRECTORY  new, for each request as it came: 001.http, 002.http, ...
 --faults FILE    see cim_faults.py; read again for each request, and counted from the start again
                  when its text has changed. Connections are then numbered from 1 again, too.
---mute           accept no connection at all: a client's attempt to connect stays unanswered.
 """
 
 import argparse
@@ -46,7 +45,6 @@ def parse_arguments():
     parser.add_argument("--accepted", default=os.devnull)
     parser.add_argument("--raw")
     parser.add_argument("--faults")
-    parser.add_argument("--mute", action="store_true")
     return parser.parse_args()
 
 
@@ -111,8 +109,9 @@ class Peer:
         self.lock = threading.Lock()
         self.faults = cim_faults.Faults(arguments.faults)
         self.connections = 0
-        self.numbered_for = self.faults.text
         self.requests = 0
+        if arguments.raw:
+            os.mkdir(arguments.raw)
         classes = {}
         if arguments.machine:
             with open(arguments.machine, encoding="utf-8") as file:
@@ -147,11 +146,6 @@ class Peer:
 
     def serve(self, client):
         """One connection, from its first request to its last."""
-        with self.lock:
-            self.faults.read_again()
-            fault = self.faults.next_for_connection()
-        if fault is not None and not fault.act(client, None, None):
-            return
         own_number = None
         while True:
             raw = receive_request(client)
@@ -159,8 +153,7 @@ class Peer:
                 return
             request = cim_xml.parse_request(raw.split(END_OF_HEAD, 1)[1])
             with self.lock:
-                if self.faults.read_again() or self.faults.text != self.numbered_for:
-                    self.numbered_for = self.faults.text
+                if self.faults.read_again():
                     self.connections = 0
                     own_number = None
                 if own_number is None:
@@ -213,26 +206,9 @@ def accept_all(peer, listener):
         threading.Thread(target=serve_connection, args=(peer, client), daemon=True).start()
 
 
-def stay_mute(port):
-    """Fills the queue of a listening socket, so that further attempts to connect hang."""
-    listener = socket.create_server(("127.0.0.1", port), backlog=0)
-    waiting = []
-    for _ in range(2):
-        client = socket.socket()
-        client.setblocking(False)
-        client.connect_ex(("127.0.0.1", port))
-        waiting.append(client)
-    print("ready", flush=True)
-    signal.pause()
-    listener.close()
-
-
 def main():
     arguments = parse_arguments()
     signal.signal(signal.SIGTERM, lambda *_: os._exit(0))
-    if arguments.mute:
-        stay_mute(arguments.port)
-        return
     listener = socket.create_server(("127.0.0.1", arguments.port))
     cim_faults.listeners.append(listener)
     print("ready", flush=True)

@@ -118,9 +118,7 @@ startPeer() { # [OPTION...] as cim_peer.py takes them
 startRecordedMachine() {
     writeMachine "$@" >"$BATS_TEST_TMPDIR/machine.mof"
     startCimd --listen 127.0.0.1:5989 "$schema/kvaxdt.mof" "$BATS_TEST_TMPDIR/machine.mof"
-    raw=$BATS_TEST_TMPDIR/raw
-    mkdir "$raw"
-    startPeer --upstream 5989 --raw "$raw"
+    startPeer --upstream 5989
 }
 
 # OpenPegasus, a CIM server that this project did not write, with the DMTF schema and these files in

@@ -3,9 +3,9 @@
 
 fault_runs.py DIRECTORY FAULT OPERATION...
 
-Needs ports 5988 and 5989. Prints one line for each run that shows how it ended; fault_table.bash has
-the expected lines. FAULT is one of cim_faults.py with its detail, or "mute" for a server that accepts
-no connection; OPERATION is one of REQUESTS.
+Needs ports 5988 and 5989. Prints one line for each run that shows how it ended; fault.bats has
+the expected lines. FAULT is one of cim_faults.py with its detail; OPERATION is one of REQUESTS, or
+"connection" for a run without a server, whatever the fault.
 
 The server that the faults are put in front of is morvik-cimd. An earlier run has left OLD1 and OLD2 on
 it, and another publisher KEPT between them. The working directory has a file that counts as fetched,
@@ -41,7 +41,6 @@ LOCAL = '"L1","FAN","","x"\n'
 # The request of each operation that gets the fault. If a run makes several requests of the kind, it is
 # one after others have succeeded, so that the outcome shows whether their effects remain.
 REQUESTS = {
-    "connection": "Connection *",
     "system": "EnumerateInstances/KVAXDT_ComputerSystemDetails 1",
     "names": "EnumerateInstanceNames 1",
     "property": "GetProperty 2",
@@ -66,10 +65,6 @@ TIME_LIMIT = 20  # seconds for one operation
 # A time-out may come late, but not before its time by more than clocks differ.
 TOLERANCE = 0.5
 PATIENCE = 100
-# Limits for a run with small answers, and for one that is sent more than it may keep.
-MODEST_KIB, LARGE_KIB = 40 * 1024, 400 * 1024
-MEMORY = os.environ.get("MORVIK_MEMORY", "modest")
-
 
 class Server:
     """A process that has reported that it is ready."""
@@ -99,6 +94,12 @@ class Published:
     def __init__(self):
         self.session = Session(port=5989)
 
+    def numbers(self):
+        """FRU:NUMBER of each, sorted."""
+        return sorted(
+            f"{fru}:{number.removeprefix('KVAHalvoranFru')}" for fru, number, _ in self.read()
+        )
+
     def read(self):
         """(FRU number, identifying number, INSTANCENAME) of each, in the server's order."""
         reply = self.session.call("EnumerateInstances", ENUMERATE_FRUS)
@@ -122,8 +123,7 @@ class Bench:
     def __init__(self, directory):
         self.directory = directory
         os.makedirs(directory, exist_ok=True)
-        with open(self.path("machine.mof"), "w", encoding="utf-8") as file:
-            file.write(MACHINE)
+        self.write("machine.mof", MACHINE)
         schema = os.path.join(HERE, "../../schema/kvaxdt.mof")
         self.cimd = Server(
             "listening on", os.path.join(BIN, "morvik-cimd"), "--listen", "127.0.0.1:5989", schema,
@@ -136,79 +136,67 @@ class Bench:
     def path(self, name):
         return os.path.join(self.directory, name)
 
-    def start_peer(self, *options):
+    def start_peer(self):
         if self.peer is None or not self.peer.runs():
-            command = [os.path.join(HERE, "cim_peer.py"), *options]
-            self.peer = Server("ready", "/usr/bin/python3", *command)
+            self.peer = Server(
+                "ready", "/usr/bin/python3", os.path.join(HERE, "cim_peer.py"), "--upstream", "5989",
+                "--faults", self.path("faults"), "--log", self.path("requests"),
+            )
+
+    def set_fault(self, line):
+        # A new text for each run, so that the peer counts from the start again.
+        self.number += 1
+        self.write("faults", f"# {self.number}\n{line}\n")
+
+    def begin(self):
+        shutil.rmtree(self.path("work"), ignore_errors=True)
+        os.mkdir(self.path("work"))
+        self.published.restore()
+
+    def start(self):
+        """Starts morvik in the working directory, as a group of processes."""
+        self.started = time.monotonic()
+        with open(self.path("out"), "wb") as out, open(self.path("err"), "wb") as err:
+            return subprocess.Popen(
+                [os.path.join(BIN, "morvik"), "-s", "127.0.0.1", "-d", "dir"],
+                cwd=self.path("work"), stdin=subprocess.DEVNULL, stdout=out, stderr=err,
+                start_new_session=True,
+            )
 
     def run(self, fault, operation):
-        self.number += 1
-        self.published.restore()
-        # A new text for each run, so that the peer counts from the start again.
-        with open(self.path("faults"), "w", encoding="utf-8") as file:
-            file.write(f"# {self.number}\n{REQUESTS[operation]} {fault}\n")
-        with open(self.path("requests"), "w", encoding="utf-8"):
-            pass
-        if fault == "mute":
-            self.start_peer("--mute")
-        elif fault != "none":
-            self.start_peer(
-                "--upstream", "5989", "--faults", self.path("faults"), "--log", self.path("requests")
-            )
-        outcome = self.morvik()
+        self.begin()
+        self.write("work/1234wpk.txt", FETCHED)
+        self.write("work/fru.txt", LOCAL)
+        self.write("requests", "")
+        if operation != "connection":
+            self.set_fault(f"{REQUESTS[operation]} {fault}")
+            self.start_peer()
+        status = self.start().wait(PATIENCE)
+        seconds = time.monotonic() - self.started
         if fault.startswith("end"):
             self.peer.process.wait(PATIENCE)  # it is ending; the next run needs a new one
-        return self.describe(operation, *outcome)
+        return self.describe(operation, status, seconds)
 
-    def morvik(self):
-        work = self.path("work")
-        shutil.rmtree(work, ignore_errors=True)
-        os.mkdir(work)
-        for name, text in (("1234wpk.txt", FETCHED), ("fru.txt", LOCAL)):
-            with open(os.path.join(work, name), "w", encoding="utf-8") as file:
-                file.write(text)
-        before = time.monotonic()
-        with open(self.path("out"), "wb") as out, open(self.path("err"), "wb") as err:
-            run = subprocess.Popen(
-                [os.path.join(BIN, "morvik"), "-s", "127.0.0.1", "-d", "dir"],
-                cwd=work, stdin=subprocess.DEVNULL, stdout=out, stderr=err,
-            )
-            usage = self.wait(run, before + PATIENCE)
-        return run.returncode, time.monotonic() - before, usage.ru_maxrss
-
-    @staticmethod
-    def wait(run, end):
-        while True:
-            pid, status, usage = os.wait4(run.pid, os.WNOHANG)
-            if pid != 0:
-                run.returncode = os.waitstatus_to_exitcode(status)
-                return usage
-            if time.monotonic() > end:
-                run.kill()
-            time.sleep(0.002)
-
-    def describe(self, operation, status, seconds, peak):
+    def describe(self, operation, status, seconds):
         requests = self.text("requests").splitlines()
         created = [line.split('FRUNumber:string="')[1].split('"')[0]
                    for line in requests if " CreateInstance " in line]
         deleted = [line.split('FRUNumber="')[1].split('"')[0]
                    for line in requests if " DeleteInstance " in line]
-        left = [f"{fru}:{number.removeprefix('KVAHalvoranFru')}"
-                for fru, number, _ in self.published.read()]
         connections = len({line.split()[0] for line in requests})
         fields = {
             "says": OUTPUTS.get(self.text("out"), repr(self.text("out"))),
             "files": ",".join(sorted(os.listdir(self.path("work")))),
             "deleted": ",".join(deleted),
             "created": ",".join(created),
-            "left": ",".join(sorted(left)),
+            "left": ",".join(self.published.numbers()),
             "connections": connections,
             "limits": max(0, int((seconds + TOLERANCE) / TIME_LIMIT)),
         }
         line = " ".join([operation, *(f"{name}={value}" for name, value in fields.items())])
-        return " ".join([line, *self.oddities(status, peak, requests)])
+        return " ".join([line, *self.oddities(status, requests)])
 
-    def oddities(self, status, peak, requests):
+    def oddities(self, status, requests):
         """Whatever must not occur in any run."""
         if status != 0:
             yield f"status={status}"
@@ -219,8 +207,10 @@ class Bench:
         # Each line of these files asks something else, so no request may occur twice.
         if len(set(calls)) != len(calls):
             yield f"twice={[call for call in calls if calls.count(call) > 1]}"
-        if MEMORY != "any" and peak > {"modest": MODEST_KIB, "large": LARGE_KIB}[MEMORY]:
-            yield f"memory={peak}"
+
+    def write(self, name, text):
+        with open(self.path(name), "w", encoding="utf-8") as file:
+            file.write(text)
 
     def text(self, name):
         with open(self.path(name), encoding="utf-8", errors="replace") as file:

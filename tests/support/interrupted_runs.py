@@ -84,22 +84,18 @@ class Interruption(Bench):
         self.signal = number
         self.to_group = to_group
         self.control = self.path("control")
-        self.work = self.path("work")
         self.parts = self.path("parts")
         shutil.rmtree(self.control, ignore_errors=True)
         for path in (self.control, os.path.join(self.parts, "dir")):
             os.makedirs(path, exist_ok=True)
-        with open(os.path.join(self.parts, "dir/1234wpk.txt"), "w", encoding="utf-8") as file:
-            file.write(FETCHED)
+        self.write("parts/dir/1234wpk.txt", FETCHED)
         self.cover_shell()
         self.ftp = Server(
             "ready", "/usr/bin/python3", os.path.join(HERE, "ftp_server.py"), "--root", self.parts,
             "--pause", self.mark("pause"),
         )
         self.set_fault("")
-        self.start_peer(
-            "--upstream", "5989", "--faults", self.path("faults"), "--log", self.path("requests")
-        )
+        self.start_peer()
 
     def mark(self, name):
         return os.path.join(self.control, name)
@@ -107,19 +103,9 @@ class Interruption(Bench):
     def cover_shell(self):
         shell = os.path.realpath("/bin/sh")
         shutil.copy(shell, self.mark("sh"))
-        with open(self.mark("cover"), "w", encoding="utf-8") as file:
-            file.write(COVER.format(control=self.control))
+        self.write("control/cover", COVER.format(control=self.control))
         os.chmod(self.mark("cover"), 0o755)
         subprocess.run(["mount", "--bind", self.mark("cover"), shell], check=True)
-
-    def set_fault(self, line):
-        self.number += 1
-        with open(self.path("faults"), "w", encoding="utf-8") as file:
-            file.write(f"# {self.number}\n{line}\n")
-
-    def write(self, name, text=""):
-        with open(self.mark(name), "w", encoding="utf-8") as file:
-            file.write(text)
 
     def remove(self, *names):
         for name in names:
@@ -135,10 +121,10 @@ class Interruption(Bench):
         for number, command in enumerate(COMMANDS, 1):
             for phase in ("before", "after"):
                 text = f"{number} {phase}\n"
-                yield f"{command}-{phase}", lambda text=text: self.write("stall", text), None
+                yield f"{command}-{phase}", lambda text=text: self.write("control/stall", text), None
         yield "login", lambda: self.ftp.process.send_signal(signal.SIGSTOP), is_logging_in
         reached = self.mark("pause.reached")
-        yield "transfer", lambda: self.write("pause"), lambda: os.path.exists(reached)
+        yield "transfer", lambda: self.write("control/pause", ""), lambda: os.path.exists(reached)
         moments = random.Random(seed)
         for _ in range(RANDOM_MOMENTS):
             seconds = moments.uniform(0, self.seconds_of_a_run)
@@ -151,24 +137,6 @@ class Interruption(Bench):
         self.set_fault("")
         self.remove("stall", "count", "reached", "pause", "pause.reached")
         self.ftp.process.send_signal(signal.SIGCONT)
-
-    def start(self):
-        self.started = time.monotonic()
-        with open(self.path("out"), "wb") as out, open(self.path("err"), "wb") as err:
-            return subprocess.Popen(
-                [os.path.join(BIN, "morvik"), "-s", "127.0.0.1", "-d", "dir"],
-                cwd=self.work, stdin=subprocess.DEVNULL, stdout=out, stderr=err,
-                start_new_session=True,
-            )
-
-    def not_interrupted(self):
-        self.begin()
-        return self.next_run()
-
-    def begin(self):
-        shutil.rmtree(self.work, ignore_errors=True)
-        os.mkdir(self.work)
-        self.published.restore()
 
     def interrupted(self, prepare, is_reached):
         self.begin()
@@ -194,11 +162,8 @@ class Interruption(Bench):
         run = self.start()
         status = run.wait(PATIENCE)
         self.seconds_of_a_run = time.monotonic() - self.started
-        left = sorted(
-            f"{fru}:{number.removeprefix('KVAHalvoranFru')}"
-            for fru, number, _ in self.published.read()
-        )
-        outcome = (status, self.text("out"), self.text("err"), os.listdir(self.work), left)
+        outcome = (status, self.text("out"), self.text("err"), os.listdir(self.path("work")),
+                   self.published.numbers())
         return "complete" if outcome == (0, "", "", [], COMPLETE) else repr(outcome)
 
     def end(self):
@@ -209,7 +174,8 @@ class Interruption(Bench):
 def main(directory, name, target, seed=None):
     seed = seed or str(time.time_ns())
     bench = Interruption(directory, signal.Signals[name], target == "group")
-    print(f"none ended=0 next={bench.not_interrupted()}", flush=True)
+    bench.begin()
+    print(f"none ended=0 next={bench.next_run()}", flush=True)
     for stage, prepare, is_reached in bench.stages(seed):
         ended = bench.interrupted(prepare, is_reached)
         print(f"{stage} ended={ended} next={bench.next_run()}", flush=True)
