@@ -96,4 +96,13 @@ std::string readInput(const std::string& name, std::size_t limit) {
   return text;
 }
 
+std::string readWholeInput(const std::string& name) {
+  constexpr std::size_t largest = std::size_t{64} << 20U;
+  std::string text = readInput(name, largest + 1);
+  if (text.size() > largest) {
+    throw std::runtime_error(name + ": larger than 64 MiB");
+  }
+  return text;
+}
+
 }  // namespace show

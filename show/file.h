@@ -40,5 +40,7 @@ std::string readFile(const std::string& name, std::size_t limit);
 // are not read, because some never end. A named pipe is waited for until it has a writer, at most
 // five seconds; that writer may take as long as it wants. Throws as above, or std::runtime_error.
 std::string readInput(const std::string& name, std::size_t limit);
+// The whole of it. Throws std::runtime_error also if it is larger than 64 MiB.
+std::string readWholeInput(const std::string& name);
 
 }  // namespace show

@@ -14,8 +14,6 @@ namespace show {
 
 namespace {
 
-constexpr std::size_t largest = std::size_t{64} << 20U;
-
 // --- the members of format 2, in their order: reading and writing both go through them ---
 
 template <typename AnyEntry, typename Visit>
@@ -265,10 +263,7 @@ Inventory parseInventory(std::string_view text) {
 }
 
 Inventory readInventory(const std::string& fileName) {
-  const std::string text = readInput(fileName, largest + 1);
-  if (text.size() > largest) {
-    refuse(fileName + ": larger than 64 MiB");
-  }
+  const std::string text = readWholeInput(fileName);
   try {
     return parseInventory(text);
   } catch (const std::runtime_error& error) {

@@ -33,8 +33,8 @@ struct Inventory {
 // text.
 Inventory parseInventory(std::string_view text);
 
-// As above, from a file or what readInput() takes for one; the message begins with the name. Throws
-// std::runtime_error also if it cannot be read, or is larger than 64 MiB.
+// As above, from a file or what readWholeInput() takes for one; the message begins with the name.
+// Throws std::runtime_error also if it cannot be read, or is larger than 64 MiB.
 Inventory readInventory(const std::string& fileName);
 
 struct NamedInventory {

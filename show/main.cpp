@@ -200,7 +200,7 @@ std::string dataFileOf(const Options& options) {
   return options.explained.value_or(options.state + "/" + goodFile);
 }
 
-// Reports what is wrong with the file as a whole, and throws if that is its size.
+// Reports what is wrong with the file as a whole.
 std::string readDataFile(const Options& options) {
   const std::string name = dataFileOf(options);
   std::error_code error;
@@ -209,13 +209,9 @@ std::string readDataFile(const Options& options) {
     throw std::runtime_error("--for needs --explain FILE: morvik-run has left no data file " +
                              (isKnown ? "in " + options.state : "of that machine here"));
   }
-  std::string text = readInput(name, mostFileBytes + 1);
+  std::string text = readWholeInput(name);
   if (const auto problem = findFormProblem(text)) {
-    const std::string words = name + ": " + problem->words;
-    if (text.size() > mostFileBytes) {
-      throw std::runtime_error(words);
-    }
-    complain(String(words));
+    complain(String(name + ": " + problem->words));
   }
   return text;
 }
