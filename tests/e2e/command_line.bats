@@ -34,12 +34,6 @@ setupRejection() {
     rejects ''
 }
 
-@test "rejected: nothing is connected even when no server is there" {
-    runMorvik -h
-    equal 1 "$status" 'status'
-    fileIs "$out" ''
-}
-
 # --- accepted ---
 
 # The run takes this server and this directory.

@@ -16,20 +16,8 @@ fanFile() { # [FRU-NUMBER]
     printf '"%s","FAN","","Fan"\n' "${1-F1}"
 }
 
-download() { # [ARG...]; by default from the FTP server of the room
-    if (($# == 0)); then
-        set -- -s 127.0.0.1 -d "$bpServer"
-    fi
-    runMorvik "$@"
-}
-
-@test "success: the file is fetched and imported" {
-    startFtp
-    fanFile | putOnParts 1234wpk.txt
-    download
-    succeeded
-    filesAre
-    publishedNumbersAre F1
+download() {
+    runMorvik -s 127.0.0.1 -d "$bpServer"
 }
 
 @test "what the FTP server is asked, in order: anonymous, binary, directory, file" {
@@ -55,17 +43,6 @@ QUIT" "$(grep -E '^(USER|PASS|TYPE|CWD|RETR|QUIT)' "$ftpLog" | uniq)" 'what the 
 F1|FAN|a\rbÿ|KVAHalvoranFru1|KVA|1.0
 F2|FAN|c|KVAHalvoranFru2|KVA|1.0
 END
-}
-
-@test "an existing fru.txt is replaced" {
-    startFtp
-    fanFile | putOnParts 1234wpk.txt
-    fanFile OLD >fru.txt
-    chmod a-w fru.txt
-    download
-    succeeded
-    filesAre
-    publishedNumbersAre F1
 }
 
 @test "refused login: nothing is fetched" {
@@ -131,73 +108,21 @@ END
     grep -q '^rm: .*fru.txt' "$err"
 }
 
-@test "missing directory: nothing is fetched" {
-    startFtp
-    fanFile | putOnParts 1234wpk.txt
-    download -s 127.0.0.1 -d /no/such/directory
-    foundNothing
-    filesAre
-}
-
 @test "missing directory, but the file lies where the login leads: it is fetched from there" {
     startFtp
     fanFile >"$parts/1234wpk.txt"
-    download -s 127.0.0.1 -d /no/such/directory
+    runMorvik -s 127.0.0.1 -d /no/such/directory
     succeeded
     filesAre
     publishedNumbersAre F1
     grep -qx 'CWD /no/such/directory' "$ftpLog"
 }
 
-@test "no FTP server at that address: nothing is fetched" {
-    download
-    foundNothing
-    filesAre
-}
-
-@test "an unknown host: nothing is fetched" {
-    download -s no-such-host.invalid -d "$bpServer"
-    foundNothing
-    filesAre
-}
-
-@test "no ftp installed: nothing is fetched, and the work files go" {
-    mkdir "$BATS_TEST_TMPDIR/bin"
-    local tool
-    for tool in cat grep rm mv timeout; do
-        ln -s "$(command -v "$tool")" "$BATS_TEST_TMPDIR/bin/$tool"
-    done
-    fanFile >fru.txt
-    PATH=$BATS_TEST_TMPDIR/bin runMorvik -s 127.0.0.1 -d "$bpServer"
-    usedLocalCopy
-    filesAre fru.txt
-    grep -q 'ftp' "$err"
-}
-
 @test "a port beside the server name reaches a server on another port" {
     startFtp --port 2121
     fanFile | putOnParts 1234wpk.txt
-    download -s '127.0.0.1 2121' -d "$bpServer"
+    runMorvik -s '127.0.0.1 2121' -d "$bpServer"
     succeeded
-    publishedNumbersAre F1
-}
-
-@test "a stale script: its lines come first, then ours; it is removed as usual" {
-    startFtp
-    fanFile | putOnParts 1234wpk.txt
-    fanFile EXTRA | putOnParts extra.txt
-    cat >fruscript.scr <<END
-open 127.0.0.1
-user anonymous anonymous
-cd $bpServer
-get extra.txt
-close
-END
-    download
-    succeeded
-    equal 'RETR extra.txt
-RETR 1234wpk.txt' "$(grep '^RETR' "$ftpLog")" 'the list of transfers'
-    filesAre extra.txt
     publishedNumbersAre F1
 }
 
@@ -228,93 +153,4 @@ fallsBack() { # OBSTACLE [NAME...]  what is in the way, and what stays beside fr
 @test "the script is a directory: nothing is fetched, the directory stays" {
     directoryAsScript() { mkdir fruscript.scr; }
     fallsBack directoryAsScript fruscript.scr
-}
-
-@test "a stale fetched file counts as fetched" {
-    fanFile STALE >1234wpk.txt
-    fanFile LOCAL >fru.txt
-    download
-    succeeded
-    filesAre
-    publishedNumbersAre STALE
-}
-
-@test "a transfer without a machine type asks for wpk.txt" {
-    stopServers
-    startMachine --model ''
-    startFtp
-    fanFile | putOnParts wpk.txt
-    download
-    succeeded
-    publishedNumbersAre F1
-    grep -qx 'RETR wpk.txt' "$ftpLog"
-}
-
-@test "a machine type with a blank: the script asks for two words, and the file is not found" {
-    stopServers
-    startMachine --model '[12 34]'
-    startFtp
-    fanFile | putOnParts 12
-    download
-    # The client takes the second word as the local name, which the presence test does not look for.
-    foundNothing
-    grep -qx 'RETR 12' "$ftpLog"
-}
-
-@test "a directory with blanks: the words are joined with single blanks" {
-    startFtp
-    mkdir -p "$parts/a b"
-    fanFile >"$parts/a b/1234wpk.txt"
-    # Quotes reach the client because the shell is made to keep them.
-    download -s 127.0.0.1 -d '\"/a     b\"'
-    succeeded
-    grep -qx 'CWD /a b' "$ftpLog"
-    publishedNumbersAre F1
-}
-
-@test "empty values: nothing is fetched, nothing crashes" {
-    startFtp
-    fanFile | putOnParts 1234wpk.txt
-    download -s '' -d ''
-    foundNothing
-    filesAre
-    download -s ''
-    foundNothing
-    download -d ''
-    foundNothing
-}
-
-@test "no directory given: the client takes the next line of the script for it, and fetches nothing" {
-    startFtp
-    fanFile | putOnParts 1234wpk.txt
-    fanFile >"$parts/1234wpk.txt"
-    download -s 127.0.0.1
-    foundNothing
-    grep -q '^CWD get' "$ftpLog"
-    run ! grep -q '^RETR' "$ftpLog"
-}
-
-@test "values of 200 and of 5000 characters: nothing is fetched, nothing crashes" {
-    startFtp
-    fanFile | putOnParts 1234wpk.txt
-    local length long
-    for length in 52 53 54 55 200 5000; do
-        long=$(printf "%0${length}d" 0 | tr 0 x) # digits alone would be an address
-        download -s "$long" -d "$bpServer"
-        foundNothing
-        download -s 127.0.0.1 -d "/$long"
-        foundNothing
-        filesAre
-    done
-}
-
-@test "a directory of 200 characters that exists is reached" {
-    startFtp
-    local long
-    long=$(printf '%0200d' 0)
-    mkdir "$parts/$long"
-    fanFile >"$parts/$long/1234wpk.txt"
-    download -s 127.0.0.1 -d "/$long"
-    succeeded
-    publishedNumbersAre F1
 }

@@ -19,24 +19,6 @@ publishes() { # [FRU-NUMBER...]
 
 # --- the file ---
 
-@test "an empty file: earlier instances are deleted, nothing is created" {
-    createAs KVA F9 KVAHalvoranFru1
-    : >fru.txt
-    publishes
-    filesAre fru.txt
-}
-
-@test "a missing file after the download: nothing is deleted or created, two messages" {
-    createAs KVA F9 KVAHalvoranFru1
-    echo '"F1","FAN","","x"' >1234wpk.txt
-    mkdir "$BATS_TEST_TMPDIR/bin"
-    printf '#!/bin/sh\n' >"$BATS_TEST_TMPDIR/bin/mv"
-    chmod +x "$BATS_TEST_TMPDIR/bin/mv"
-    PATH=$BATS_TEST_TMPDIR/bin:$PATH runMorvik -s 127.0.0.1 -d dir
-    said "$couldNotOpen"
-    publishedNumbersAre F9
-}
-
 @test "an unreadable file counts as missing" {
     createAs KVA F9 KVAHalvoranFru1
     echo '"F1","FAN","","x"' >fru.txt
@@ -45,11 +27,6 @@ publishes() { # [FRU-NUMBER...]
     foundNothing
     filesAre fru.txt
     publishedNumbersAre F9
-}
-
-@test "a directory named fru.txt: it opens, and has no lines" {
-    mkdir fru.txt
-    publishes
 }
 
 @test "a named file that is a link: what it points to is read" {
@@ -62,26 +39,6 @@ publishes() { # [FRU-NUMBER...]
 }
 
 # --- lines ---
-
-@test "a line of 255 characters is read whole" {
-    printf '"F1","FAN","","%0239d"\n' 7 >fru.txt
-    equal 256 "$(wc -c <fru.txt)" 'the length of the line, its newline included'
-    publishes F1
-    publishedAre <<<"F1|FAN|$(printf '%0239d' 7)|KVAHalvoranFru1|KVA|1.0"
-}
-
-@test "longer lines are skipped whole, and the lines after them are read" {
-    local length
-    for length in 240 241 255 494 495 496 5000 100000; do
-        printf '"F1","FAN","","x"\n"F2","FAN","","%0*d"\n"F3","FAN","","x"\n' "$length" 7 >fru.txt
-        publishes F1 F3
-    done
-}
-
-@test "a NUL byte ends the text of its line" {
-    printf '"F1","FAN","","x"\0 # no comment\n\0"F2","FAN","","x"\n"F3","FAN","","x"\n' >fru.txt
-    publishes F1 F3
-}
 
 @test "malformed entries do no harm to the lines after them" {
     cat >fru.txt <<'END'
@@ -148,4 +105,11 @@ open('fru.txt', 'wb').write(b'\n'.join(lines) + bytes(random.choices(alphabet, k
 "I","BACKPLANE","","x"
 END
     publishes A B C D E F G H I
+}
+
+@test "keyboards: the language of LANG alone, in its letter case" {
+    printf '"%s","KEYBOARD","LANGUAGE=%s","x"\n' en en En En de de empty '' >fru.txt
+    LC_ALL=de_DE LC_MESSAGES=de_DE LANGUAGE=de publishes en
+    runMorvik -s 127.0.0.1 -d dir
+    publishedNumbersAre empty
 }

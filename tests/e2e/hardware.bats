@@ -88,17 +88,3 @@ selectsWith() { # CLASS JSON [FRU-NUMBER...]
         selectsWith KVAXDT_PhysicalMemory "[[[\"Capacity\", \"uint64\", \"$text\"]]]"
     done
 }
-
-@test "entries of other categories ask nothing" {
-    startRecordedMachine
-    cat >fru.txt <<'END'
-"A1","PLANAR","SPEED=1","x"
-"A2","CDROM","SIZE=1","x"
-"A3","FLOPPY","LANGUAGE=xx","x"
-"A4","OPTIONSP","SPEED=1","x"
-"A5","FAN","SIZE=1","x"
-"A6","BACKPLANE","SPEED=1","x"
-END
-    selects A1 A2 A3 A4 A5 A6
-    run ! grep -E 'KVAXDT_(Processor|PhysicalMemory)' "$log"
-}

@@ -270,6 +270,14 @@ withOnly() { # COMMAND...
     PATH=$BATS_TEST_TMPDIR/bin runMorvik "${server[@]}"
 }
 
+@test "no ftp: nothing is fetched, the local copy is used and kept" {
+    fans 7 >fru.txt
+    withOnly mv rm
+    usedLocalCopy
+    filesAre fru.txt
+    grep -q ftp "$err"
+}
+
 @test "no mv: the fetched file is not renamed, so there is no data file" {
     offerFans
     withOnly ftp rm

@@ -36,16 +36,6 @@ END
         A180002 A180003 A190001 X1
 }
 
-@test "the server refuses a second entry with the same keys, and the numbers go on" {
-    startPegasusMachine
-    printf '"F1","FLOPPY","","a"\n"F1","OPTIONSP","","b"\n"F1","FAN","","c"\n"F1","FAN","","d"\n' >fru.txt
-    import
-    publishedAre <<'END'
-F1|FAN|d|KVAHalvoranFru2|KVA|1.0
-F1|FLOPPY|a|KVAHalvoranFru1|KVA|1.0
-END
-}
-
 @test "the file of this machine's type is fetched and imported" {
     startPegasusMachine
     startFtp
