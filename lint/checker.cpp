@@ -14,7 +14,6 @@
 #include "import/fru_file.h"
 #include "import/import.h"
 #include "import/publication.h"
-#include "line.h"
 
 using Pegasus::CIMInstance;
 using Pegasus::String;

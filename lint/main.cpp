@@ -6,6 +6,7 @@
 #include <exception>
 #include <iostream>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -13,6 +14,7 @@
 #include "checker.h"
 #include "explainer.h"
 #include "file.h"
+#include "table.h"
 #include "text.h"
 
 using lint::Finding;
@@ -41,25 +43,25 @@ void complain(const std::string& message) {
             << std::endl;
 }
 
-// --- the findings ---
-
 // Writes the findings, and counts them.
 class Output {
  public:
-  explicit Output(bool isJson) : isJson_(isJson) {
-    if (isJson_) {
-      std::cout << R"({"format":1,"findings":[)";
+  explicit Output(bool isJson) {
+    if (isJson) {
+      json_.emplace(std::cout, show::Json{{"format", 1}}, "findings");
     }
   }
 
   void write(const std::string& file, const Finding& finding) {
     const bool isError = finding.severity == Severity::error;
     const char* const severity = isError ? "error" : "warning";
-    if (isJson_) {
-      const nlohmann::ordered_json item = {
-          {"file", String(file).toUtf8()}, {"line", finding.line}, {"column", finding.column},
-          {"severity", severity},          {"code", finding.code}, {"text", finding.text.toUtf8()}};
-      std::cout << (errors + warnings == 0 ? "\n" : ",\n") << item.dump(-1, ' ', true);
+    if (json_) {
+      json_->add({{"file", String(file).toUtf8()},
+                  {"line", finding.line},
+                  {"column", finding.column},
+                  {"severity", severity},
+                  {"code", finding.code},
+                  {"text", finding.text.toUtf8()}});
     } else {
       std::cout << show::sanitized(String(file), terminal_) << ':' << finding.line << ':'
                 << finding.column << ": " << severity << ": "
@@ -69,10 +71,8 @@ class Output {
   }
 
   void end(std::size_t files) {
-    if (isJson_) {
-      const nlohmann::ordered_json summary = {
-          {"files", files}, {"errors", errors}, {"warnings", warnings}};
-      std::cout << (errors + warnings == 0 ? "]" : "\n]") << ",\"summary\":" << summary << "}\n";
+    if (json_) {
+      json_->end({{"summary", {{"files", files}, {"errors", errors}, {"warnings", warnings}}}});
     }
     if (!std::cout.flush()) {
       throw std::runtime_error("cannot write to standard output");
@@ -83,7 +83,8 @@ class Output {
   std::uint64_t warnings = 0;
 
  private:
-  const bool isJson_;
+  // Absent for text.
+  std::optional<show::JsonList> json_;
   const show::Terminal terminal_ = show::terminalOf(STDOUT_FILENO);
 };
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <string_view>
 
+#include "checker.h"
 #include "cim/machine.h"
 #include "cim/selection.h"
-#include "line.h"
 #include "text/ascii.h"
 
 using Pegasus::String;

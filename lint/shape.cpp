@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "line.h"
+#include "checker.h"
 #include "text/ascii.h"
 
 using Pegasus::String;

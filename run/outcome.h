@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "text.h"
+
 namespace run {
 
 // The exit status of morvik-run.
@@ -54,8 +56,10 @@ class Failure : public std::runtime_error {
   Status status_;
 };
 
-// For a data file that is not to be published. Throws Failure(refused).
-[[noreturn]] void refuse(const std::string& words);
+// For a data file that is not to be published.
+[[noreturn]] inline void refuse(const std::string& words) {
+  throw Failure(Status::refused, words);
+}
 
 using Clock = std::chrono::steady_clock;
 
@@ -73,11 +77,11 @@ class Deadline {
   Clock::time_point end_;
 };
 
-// The text for people: UTF-8 in which control characters and marks that turn the direction of
-// writing are replaced, cut after 400 characters. For whatever comes from a server or a file.
-std::string harmless(std::string_view text);
+using show::harmless;
 
-// The same for the message of an exception of the CIM client, with the name of the error once.
-std::string harmlessOnce(std::string_view text);
+// For the message of an exception of the CIM client.
+inline std::string harmlessOnce(std::string_view text) {
+  return harmless(show::withNameOnce(text).toUtf8());
+}
 
 }  // namespace run

@@ -191,7 +191,7 @@ void writeDifferences(const Output& output, const std::optional<std::string>& si
   if (output.json) {
     Json members = beginning(*output.json);
     members["since"] = since ? Json(*since) : Json();
-    JsonList list(output, members, "differences");
+    JsonList list(output.out, members, "differences");
     for (const Difference& d : differences) {
       list.add({{"change", wordsOf(d.kind)},
                 {"part", toJson(d.part)},

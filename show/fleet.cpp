@@ -136,7 +136,7 @@ void writeJson(const Output& output, const Fleet& fleet) {
                                    {"machineType", toJson(inventory.machine->machineType)},
                                    {"model", toJson(inventory.machine->model)}});
   }
-  JsonList list(output, members, "matrix");
+  JsonList list(output.out, members, "matrix");
   std::uint64_t none = 0;
   for (const FleetLine& each : fleet.entries) {
     Json published = Json::array();

@@ -12,8 +12,6 @@ namespace show {
 
 namespace {
 
-constexpr std::chrono::hours longestSilence{48};
-
 // Both are of files that another program has written: anything may be missing, or of another type.
 Json memberOf(const Json& object, const char* name) {
   const auto found = object.find(name);
@@ -112,7 +110,7 @@ Columns historyColumns() {
 std::size_t writeHistory(const Output& output, const std::string& stateDirectory) {
   const std::vector<Json> changes = changesIn(stateDirectory);
   if (output.json) {
-    JsonList list(output, beginning(*output.json), "changes");
+    JsonList list(output.out, beginning(*output.json), "changes");
     for (const Json& change : changes) {
       list.add(change);
     }

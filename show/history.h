@@ -14,10 +14,13 @@ inline constexpr const char* statusFile = "status.json";
 inline constexpr const char* historyFile = "history.jsonl";
 inline constexpr const char* goodFile = "fru.good.txt";
 
+// A good run, or an inventory, that is older is old.
+inline constexpr std::chrono::hours longestSilence{48};
+
 // When the last good run ended, in that form. Nothing if there was none, or it is not known.
 std::optional<std::string> lastGoodRun(const std::string& stateDirectory);
 
-// A warning about the last runs: that none was good for more than two days before
+// A warning about the last runs: that none was good for longer than that before
 // `now`. Nothing if there is no status file, or it cannot be read: morvik may be run by other
 // means.
 std::optional<std::string> noteAbout(const std::string& stateDirectory,

@@ -202,7 +202,7 @@ Columns explanationColumns() {
 void writeList(const Output& output, bool withVendor, const Machine& machine,
                const std::vector<Entry>& entries) {
   if (output.json) {
-    JsonList list(output,
+    JsonList list(output.out,
                   output.json->format > 1 ? documentOf(output, machine) : beginning(*output.json),
                   "entries");
     for (const Entry& entry : entries) {
@@ -283,7 +283,7 @@ Columns numberColumns() {
 void writeNumbers(const Output& output, const Machine& machine,
                   const std::vector<PartNumber>& numbers) {
   if (output.json) {
-    JsonList list(output, documentOf(output, machine), "numbers");
+    JsonList list(output.out, documentOf(output, machine), "numbers");
     for (const PartNumber& number : numbers) {
       list.add({{"place", toJson(number.part->place)},
                 {"category", number.part->isModule ? "MEMORY" : "PROCESSOR"},
@@ -306,7 +306,7 @@ void writeNumbers(const Output& output, const Machine& machine,
 Summary writeExplanations(const Output& output, const Machine& machine,
                           const NextExplanation& next) {
   if (output.json) {
-    JsonList list(output, documentOf(output, machine), "lines");
+    JsonList list(output.out, documentOf(output, machine), "lines");
     const Summary summary = countAll(next, [&](const Explanation& explanation) {
       list.add(explanationJson(explanation, output.json->format));
     });

@@ -21,9 +21,6 @@ namespace {
 
 using Time = std::chrono::system_clock::time_point;
 
-// As old as what morvik-show itself warns of.
-constexpr std::chrono::hours old{48};
-
 // Longer texts get a window of their own, to scroll in.
 constexpr std::size_t longText = 400;
 
@@ -70,12 +67,13 @@ Age ageOf(const std::optional<std::string>& time, Time now) {
   const auto age = std::chrono::duration_cast<std::chrono::seconds>(now - *then);
   const auto minutes = age.count() / 60;
   std::string words =
-      minutes < 0     ? "in the future"
-      : minutes < 1   ? "now"
-      : minutes < 120 ? counted(static_cast<std::size_t>(minutes), "minute", "minutes")
-      : age < old     ? counted(static_cast<std::size_t>(minutes / 60), "hour", "hours")
-                      : counted(static_cast<std::size_t>(minutes / 1440), "day", "days");
-  return {std::move(words), std::to_string(age.count()), age > old || minutes < 0, *time};
+      minutes < 0            ? "in the future"
+      : minutes < 1          ? "now"
+      : minutes < 120        ? counted(static_cast<std::size_t>(minutes), "minute", "minutes")
+      : age < longestSilence ? counted(static_cast<std::size_t>(minutes / 60), "hour", "hours")
+                             : counted(static_cast<std::size_t>(minutes / 1440), "day", "days");
+  return {std::move(words), std::to_string(age.count()), age > longestSilence || minutes < 0,
+          *time};
 }
 
 std::string html(const Age& age) {

@@ -251,7 +251,7 @@ Json beginning(const Frame& frame) {
           {"lastGoodRun", frame.lastGoodRun ? Json(*frame.lastGoodRun) : Json()}};
 }
 
-JsonList::JsonList(const Output& output, const Json& members, const char* name) : out_(output.out) {
+JsonList::JsonList(std::ostream& out, const Json& members, const char* name) : out_(out) {
   std::string begin = dump(members);
   begin.back() = ',';
   out_ << begin << Json(name) << ":[";

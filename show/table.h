@@ -130,7 +130,7 @@ Json beginning(const Frame& frame);
 // line of its own.
 class JsonList {
  public:
-  JsonList(const Output& output, const Json& members, const char* name);
+  JsonList(std::ostream& out, const Json& members, const char* name);
   void add(const Json& item);
   // `more` are the members after the list.
   void end();

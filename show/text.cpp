@@ -117,6 +117,12 @@ std::string sanitized(const String& text, const Terminal& terminal) {
   return result;
 }
 
+std::string harmless(std::string_view text) {
+  constexpr Pegasus::Uint32 most = 400;
+  const String whole(text);
+  return sanitized(whole.subString(0, most), Terminal()) + (whole.size() > most ? "..." : "");
+}
+
 String withNameOnce(std::string_view message) {
   const std::size_t colon = message.find(": ");
   if (colon != std::string_view::npos) {

@@ -37,6 +37,10 @@ Terminal terminalOf(int descriptor);
 // past ASCII.
 std::string sanitized(const Pegasus::String& text, const Terminal& terminal);
 
+// The text for a message or a file: sanitized, and cut after 400 characters, which is enough for
+// every message of a well-meaning server.
+std::string harmless(std::string_view text);
+
 // The message of an exception of the CIM client. A server may begin its words with the name of the
 // error, which the client has put before them; it is left out once.
 Pegasus::String withNameOnce(std::string_view message);

@@ -4,8 +4,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "text.h"
-
 using namespace run;
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -26,32 +24,6 @@ TEST(Outcome, StatusTableIsInOrder) {
     EXPECT_EQ(static_cast<std::size_t>(statusTable.at(i).status), i);
     EXPECT_EQ(rowOf(statusTable.at(i).status).word, statusTable.at(i).word);
   }
-}
-
-TEST(Outcome, HarmlessTextHasNoControlCharacters) {
-  EXPECT_EQ(harmless("550 No such file"), "550 No such file");
-  EXPECT_EQ(harmless("a\x1b[31mb\r\n"), "a\xEF\xBF\xBD[31mb\xEF\xBF\xBD\xEF\xBF\xBD");
-  EXPECT_EQ(harmless(std::string("a\0b", 3)),
-            "a\xEF\xBF\xBD"
-            "b");
-  EXPECT_EQ(harmless("\xE9t\xE9"), "\xC3\xA9t\xC3\xA9");
-}
-
-TEST(Outcome, LongTextIsCutAfter400Characters) {
-  const std::string text = std::string(399, 'x') + "\xC3\xA9";
-  EXPECT_EQ(harmless(text), text);
-  EXPECT_EQ(harmless(text + " and more"), text + "...");
-}
-
-TEST(Report, TimeIsWrittenInUtcAndReadAgain) {
-  EXPECT_EQ(timeText(at(1764000000)), "2025-11-24T16:00:00Z");
-  EXPECT_EQ(show::timeIn("2025-11-24T16:00:00Z"), at(1764000000));
-  EXPECT_EQ(show::timeIn("2025-11-24 16:00:00"), std::nullopt);
-  EXPECT_EQ(show::timeIn("2025-11-24T16:00:00Zx"), std::nullopt);
-  EXPECT_EQ(show::timeIn(""), std::nullopt);
-  EXPECT_EQ(show::timeIn("9999-12-31T23:59:59Z"), std::nullopt);
-  EXPECT_EQ(show::timeIn("1899-12-31T23:59:59Z"), std::nullopt);
-  EXPECT_EQ(timeText(show::timeIn("2126-11-22T02:03:04Z").value()), "2126-11-22T02:03:04Z");
 }
 
 TEST(Report, DifferenceIsToTheOutcome) {

@@ -45,6 +45,25 @@ TEST(Text, AsciiTerminalGetsOnlyAscii) {
   EXPECT_EQ(sanitized("aé日\x1b\u202e~", asciiTerminal), "a????~");
 }
 
+TEST(Text, HarmlessTextIsSanitizedAndCutAfter400Characters) {
+  const std::string text = "\x1b" + std::string(398, 'x') + "é";
+  const std::string whole = "\uFFFD" + std::string(398, 'x') + "é";
+  EXPECT_EQ(harmless(text), whole);
+  EXPECT_EQ(harmless(text + " and more"), whole + "...");
+}
+
+TEST(Text, TimeIsWrittenInUtcAndReadAgain) {
+  const auto time = std::chrono::system_clock::from_time_t(1764000000);
+  EXPECT_EQ(timeText(time), "2025-11-24T16:00:00Z");
+  EXPECT_EQ(timeIn("2025-11-24T16:00:00Z"), time);
+  EXPECT_EQ(timeIn("2025-11-24 16:00:00"), std::nullopt);
+  EXPECT_EQ(timeIn("2025-11-24T16:00:00Zx"), std::nullopt);
+  EXPECT_EQ(timeIn(""), std::nullopt);
+  EXPECT_EQ(timeIn("9999-12-31T23:59:59Z"), std::nullopt);
+  EXPECT_EQ(timeIn("1899-12-31T23:59:59Z"), std::nullopt);
+  EXPECT_EQ(timeText(timeIn("2126-11-22T02:03:04Z").value()), "2126-11-22T02:03:04Z");
+}
+
 TEST(Text, NameOfAnErrorIsShownOnce) {
   const auto once = [](const char* message) { return withNameOnce(message).toUtf8(); };
   EXPECT_EQ(once("CIM_ERR_FAILED: CIM_ERR_FAILED: no room"), "CIM_ERR_FAILED: no room");
