@@ -25,7 +25,7 @@ namespace {
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
-// From 1, in characters. A byte that goes on a sequence of UTF-8 begins none.
+// From 1, in characters. A byte that continues a sequence of UTF-8 does not begin one.
 std::uint64_t columnIn(std::string_view bytes) {
   return 1 + static_cast<std::uint64_t>(std::count_if(bytes.begin(), bytes.end(), [](char byte) {
            return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80;

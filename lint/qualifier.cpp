@@ -159,7 +159,7 @@ String missingWords(const Condition& condition, const String& field) {
              : words + ": " + named->token + " is for " + keywordOf(named->category) + " only";
 }
 
-// Nothing of this category is compared with the machine.
+// Entries of this category are not compared with the machine.
 void checkUnused(Category category, const String& field, Uint32 begin, LineFindings& findings) {
   const Condition* named = conditionNamedIn(field);
   if (named != nullptr) {

@@ -63,7 +63,7 @@ std::vector<std::string> environmentFor(const Command& command) {
   return variables;
 }
 
-// A path stays as it is; of a name that is in no directory of PATH, there is nothing to start.
+// A path stays as it is, and so does a name that is in no directory of PATH, which fails later.
 std::string findProgram(const std::string& name) {
   const char* path = std::getenv("PATH");
   if (name.find('/') != std::string::npos || path == nullptr) {

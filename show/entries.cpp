@@ -68,7 +68,7 @@ bool isUnreadable(const Exception& error) {
          dynamic_cast<const ConnectionTimeoutException*>(&error) == nullptr;
 }
 
-// Nothing if the entry has been deleted meanwhile.
+// Absent if the entry has been deleted meanwhile.
 std::optional<Entry> readOne(CIMClient& client, const CIMObjectPath& name) {
   try {
     return toEntry(client.getInstance(cimNamespace, name, localOnly));

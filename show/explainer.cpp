@@ -24,8 +24,8 @@ bool isBlank(const String& line) {
                      [](char16_t unit) { return unit == u' ' || unit == u'\t' || unit == u'\r'; });
 }
 
-// Whether the line has two fields in quotes, which tells a misspelt category from a heading; morvik
-// itself does not look.
+// Whether the line has two fields in quotes, as an entry with a misspelt category has, and a
+// heading has not; morvik itself does not look.
 bool hasTwoFields(const String& line) {
   const Uint32 comma = line.find(',');
   return comma != PEG_NOT_FOUND && comma > 0 && line[comma - 1] == '"' &&

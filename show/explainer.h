@@ -1,6 +1,6 @@
-// Explains a FRU data file: without a machine, whether it can be one at all, and which
-// of its lines are entries; and which of these would be published on a machine, and why not the
-// others.
+// Explains a FRU data file: without a machine, whether it can be one at all, and which of its lines
+// are entries; for a machine, which of these would be published there, and why the others would
+// not.
 #pragma once
 
 #include <Pegasus/Client/CIMClient.h>
@@ -34,11 +34,11 @@ inline constexpr std::size_t mostFileBytes = 1048576;
 struct FormProblem {
   const char* code;
   const char* words;
-  // The place of the byte where it shows.
+  // The position of the byte that shows it.
   std::size_t offset;
 };
 
-// Nothing if the text has no problem. A last line without a newline is reported only if there is no
+// Absent if the text has no problem. A last line without a newline is reported only if there is no
 // other: the text before it can still be read.
 std::optional<FormProblem> findFormProblem(const std::string& text);
 
@@ -55,7 +55,7 @@ struct Recognition {
 // `read` is how the line was read, which is not `end`.
 Recognition recognise(LineRead read, const Pegasus::String& line);
 
-// Why the instance cannot be sent to a server; nothing if it can.
+// Why the instance cannot be sent to a server; absent if it can.
 std::optional<Reason> whyNotSendable(const Pegasus::CIMInstance& instance);
 
 // Whether XML 1.0 has this unit of a text; a text from a file has no unpaired surrogates.
@@ -105,7 +105,7 @@ class Explainer {
   void explainEntry(Category category, const Pegasus::String& line, Explanation& explanation);
   bool isWanted(Category category, const Pegasus::String& line) const;
   Reason whyNotSelected(Category category, const Pegasus::String& line) const;
-  // Nothing if the creation succeeds.
+  // Absent if the creation succeeds.
   std::optional<Reason> whyNotCreated(const Pegasus::CIMInstance& instance,
                                       const Entry& entry) const;
 

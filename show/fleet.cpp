@@ -64,7 +64,7 @@ std::vector<Group> singleGroups(const Fleet& fleet) {
 
 constexpr std::size_t mostNames = 4;
 
-// Nothing if there are none but empty ones.
+// Absent if all are empty.
 template <typename Texts>
 Text listWords(const Texts& texts) {
   std::vector<String> words(texts.begin(), texts.end());
@@ -76,7 +76,7 @@ String number(std::uint64_t value) {
   return String(std::to_string(value));
 }
 
-// Which machines each column of the matrix is of.
+// The machines of each column of the matrix.
 void writeGroups(const Output& output, const Fleet& fleet, const std::vector<Group>& groups,
                  const std::vector<String>& labels) {
   const Output whole = {output.out, output.terminal};

@@ -17,12 +17,11 @@ inline constexpr const char* goodFile = "fru.good.txt";
 // A good run, or an inventory, that is older is old.
 inline constexpr std::chrono::hours longestSilence{48};
 
-// When the last good run ended, in that form. Nothing if there was none, or it is not known.
+// When the last good run ended (RFC 3339); absent if there was none, or if that is not known.
 std::optional<std::string> lastGoodRun(const std::string& stateDirectory);
 
-// A warning about the last runs: that none was good for longer than that before
-// `now`. Nothing if there is no status file, or it cannot be read: morvik may be run by other
-// means.
+// A warning if no run was good for longer than that before `now`. Absent also if there is no status
+// file, or if it cannot be read: morvik may be run by other means.
 std::optional<std::string> noteAbout(const std::string& stateDirectory,
                                      std::chrono::system_clock::time_point now);
 

@@ -63,7 +63,7 @@ Parts readParts(CIMClient& client, bool areModules, Read read, ComparedText text
 
 // --- details ---
 
-// Nothing also for a value of another type.
+// Absent also for a value of another type.
 template <typename Value>
 std::optional<Value> valueOf(const CIMInstance& instance, const char* property) {
   const Uint32 position = instance.findProperty(property);
@@ -133,7 +133,7 @@ void describeModule(const CIMInstance& instance, Part& part) {
   addMakers(instance, part);
 }
 
-// Nothing if the server refuses: it has answered morvik's own request, which is what counts.
+// Empty if the server refuses: it has answered morvik's own request, which is what counts.
 Array<CIMInstance> readInstances(CIMClient& client, const char* cls) {
   try {
     return client.enumerateInstances(cimNamespace, cls, /*deepInheritance=*/true,
@@ -182,7 +182,7 @@ std::u16string folded(std::u16string_view text) {
   return units;
 }
 
-// The text before the words at the end: "PROC 1 " of "PROC 1 DIMM 2" for "dimm2". Nothing if the
+// The text before the words at the end: "PROC 1 " of "PROC 1 DIMM 2" for "dimm2". Absent if the
 // text does not end with them.
 std::optional<std::u16string_view> beforeWords(std::u16string_view text, std::u16string_view end) {
   for (std::size_t i = 1; i < text.size(); ++i) {

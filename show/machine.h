@@ -12,8 +12,8 @@
 
 namespace show {
 
-// A processor or memory module. Absent is whatever the server does not say; it may be another
-// maker's, whose classes have other properties.
+// A processor or memory module. A value that the server does not have is absent; the server may be
+// another maker's, whose classes have other properties.
 struct Part {
   bool isModule = false;
   // The text with which morvik compares an entry: the clock in megahertz, or the size in mebibytes.

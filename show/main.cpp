@@ -25,7 +25,6 @@
 #include "machine.h"
 #include "options.h"
 #include "output.h"
-#include "page.h"
 #include "text.h"
 
 using Pegasus::CIMClient;

@@ -113,8 +113,8 @@ std::string checkFormat(const std::string& text) {
   return text == "1" || text == "2" ? "" : "'" + text + "' is neither 1 nor 2";
 }
 
-// A misspelt name must not look as if nothing were published. Other publishers have categories of
-// their own.
+// A misspelt name must not look as if nothing were published. Other publishers have their own
+// categories.
 void checkCategories(const Options& options) {
   for (const std::string& name : options.categories) {
     if (!options.isAll && !isCategory(Pegasus::String(name))) {

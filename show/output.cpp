@@ -5,8 +5,6 @@
 #include <string>
 #include <utility>
 
-#include "inventory.h"
-
 using Pegasus::String;
 
 namespace show {

@@ -1,4 +1,5 @@
-// Writes the tables of morvik-show and what people read beside them, and the same in JSON.
+// Writes the tables of morvik-show and what people read beside them, the same in JSON, and the page
+// of HTML.
 #pragma once
 
 #include <functional>
@@ -6,6 +7,7 @@
 
 #include "entries.h"
 #include "explainer.h"
+#include "inventory.h"
 #include "machine.h"
 #include "table.h"
 
@@ -48,6 +50,11 @@ struct PartNumber {
 Columns numberColumns();
 void writeNumbers(const Output& output, const Machine& machine,
                   const std::vector<PartNumber>& numbers);
+
+// One page that shows machines and their parts. One machine is drawn. Of several there is a list to
+// search and sort, with a link to the drawing of each. Ages are those at `now`.
+void writePage(std::ostream& out, const std::vector<NamedInventory>& machines,
+               std::chrono::system_clock::time_point now);
 
 // "2400 MHz", "16 GiB"; what morvik makes of a part without a value.
 Pegasus::String partWords(const Part& part);

@@ -1,5 +1,5 @@
-#include "page.h"
-
+// The page is complete in itself: it asks for nothing, and its content security policy forbids that
+// and any script but its own. It can be read without scripts, which sort and search.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -21,11 +21,11 @@ namespace {
 
 using Time = std::chrono::system_clock::time_point;
 
-// Longer texts get a window of their own, to scroll in.
+// Longer texts get their own window, to scroll in.
 constexpr std::size_t longText = 400;
 
-// Texts come from servers and files: nothing of them is markup, or turns the direction of what is
-// around it.
+// Texts come from servers and files: no part of them may be markup, or turn the direction of the
+// text around them.
 std::string escaped(const String& text) {
   std::string result;
   for (const char c : sanitized(text, Terminal())) {
@@ -165,7 +165,7 @@ void writePlaces(std::ostream& out, const Inventory& inventory, bool areModules)
   out << "</div>\n";
 }
 
-// Nothing without entries. `kind` is for the style.
+// Writes nothing if there are no such entries. `kind` is for the style.
 void writeZone(std::ostream& out, const Inventory& inventory, const char* title, const char* kind,
                const Categories& categories) {
   const auto& entries = entriesOf(inventory);

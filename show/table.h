@@ -119,15 +119,14 @@ class Table {
 // Null for what is absent.
 Json toJson(const Text& text);
 Json toJson(const std::optional<std::uint64_t>& number);
-// The text of a member; empty if there is none, or the value is no object or text.
+// The text of a member; empty if there is none, or if the value is not an object or a text.
 std::string textIn(const Json& value, const char* member);
 // In ASCII, in one line, so that no terminal obeys or misreads any of it.
 std::string dump(const Json& json);
 // The first members of a document.
 Json beginning(const Frame& frame);
 
-// A document that begins with these members and goes on with a list, each item of which is on a
-// line of its own.
+// A document that begins with these members and goes on with a list, each item on its own line.
 class JsonList {
  public:
   JsonList(std::ostream& out, const Json& members, const char* name);

@@ -40,8 +40,8 @@ std::size_t terminalColumns(int descriptor) {
   return isKnown ? size.ws_col : usualColumns;
 }
 
-// wcwidth() knows nothing past ASCII in the locales of jobs, so it is asked in one that always
-// exists, whatever the user's own is.
+// wcwidth() knows nothing past ASCII in the locales of jobs, so it is called in one that always
+// exists.
 class Utf8Locale {
  public:
   Utf8Locale() : before_(uselocale(utf8())) {}
@@ -59,7 +59,7 @@ class Utf8Locale {
   locale_t before_;
 };
 
-// Nothing for what is not printable.
+// Absent for a character that is not printable.
 std::optional<std::size_t> widthOf(char32_t c) {
   if (c >= 0x20 && c < 0x7F) {
     return 1;
@@ -74,7 +74,7 @@ std::size_t columnsFor(char32_t c) {
   return widthOf(c).value_or(0);
 }
 
-// These have no width of their own, but change the order in which the line around them reads.
+// These have no width, but change the order in which the line around them reads.
 bool turnsDirection(char32_t c) {
   return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) ||
          (c >= 0x2066 && c <= 0x2069);

@@ -68,7 +68,7 @@ warning.txt:1:17: $warning"
     ends 2 '' 'cannot read pipe: nobody writes to the pipe'
 }
 
-@test "what cannot be read: a message, status 2, and the other files are checked" {
+@test "an unreadable file: a message, status 2, and the other files are checked" {
     : >closed.txt
     chmod 0 closed.txt
     runInstead setpriv --bounding-set=-dac_override,-dac_read_search "$MORVIK_BIN_DIR/morvik-lint" \

@@ -317,7 +317,7 @@ killAt() { # SIGNAL FAULT
     equal 2 "$(wc -l <"$state/history.jsonl")" 'the changes'
 }
 
-@test "damaged files in the state directory are as none" {
+@test "damaged files in the state directory count as missing" {
     startMachine
     startGood
     local text

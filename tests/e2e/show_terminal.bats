@@ -74,7 +74,7 @@ sys.exit(f"harmful: {bad}" if bad else 0)' "$out"
         equal 72 "$(widest)" "the widest line with COLUMNS=$columns"
     done
     onTerminal 0
-    equal 80 "$(widest)" 'the widest line on a terminal that does not tell'
+    equal 80 "$(widest)" 'the widest line on a terminal that reports none'
 }
 
 @test "a file or pipe gets whole texts, whatever COLUMNS says" {

@@ -155,7 +155,7 @@ def quiet(browser):
     """Asks for nothing but the file, and breaks no rule of its own policy."""
     sent = [json.loads(entry["message"])["message"] for entry in browser.get_log("performance")]
     urls = [each["params"]["request"]["url"] for each in sent if each["method"] == "Network.requestWillBeSent"]
-    # Before that, the browser has shown a page of its own.
+    # Before that, the browser has shown its own page.
     expect([browser.current_url], urls[urls.index(browser.current_url) :], "requests")
     expect([], console_of(browser), "messages on the console")
     policy = browser.find_element(By.CSS_SELECTOR, "meta[http-equiv]").get_attribute("content")

@@ -26,7 +26,7 @@ def run(columns, command):
     while True:
         try:
             piece = os.read(terminal, 65536)
-        except OSError:  # how Linux tells that nobody is left on the other side
+        except OSError:  # on Linux, nobody is left on the other side
             break
         if not piece:
             break

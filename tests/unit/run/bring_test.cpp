@@ -187,7 +187,7 @@ TEST(Bring, LongTagIsNotRemembered) {
   EXPECT_EQ(bringFrom(settingsFor(server.url())).version.etag, "");
 }
 
-TEST(Bring, WhatMayHelpIsTriedThreeTimes) {
+TEST(Bring, TemporaryFailuresAreTriedThreeTimes) {
   for (const char* status :
        {"408 Request Timeout", "425 Too Early", "429 Too Many Requests", "500 x", "503 x"}) {
     EXPECT_EQ(triesFor("http", reply(status)), 3U) << status;
@@ -253,7 +253,7 @@ TEST(Bring, ServerMayAskForALongerPauseOfUpToAMinute) {
               HasSubstr("answered: HTTP/1.1 503 x; it asks to wait 61 seconds"));
 }
 
-TEST(Bring, MissingFileIsToldFromAServerThatRefuses) {
+TEST(Bring, MissingFileIsNotARefusal) {
   for (const char* status : {"404 Not Found", "410 Gone"}) {
     Server server("http", {reply(status)});
     const auto [result, words] = fetchFailure(settingsFor(server.url()));

@@ -45,31 +45,9 @@ show::Entry entry(const char* number) {
 }  // namespace
 
 TEST(Judge, OnlyAWholeTextPasses) {
-  const std::string line = "\"A1\",\"FAN\",\"\",\"Fan\"";
-  const std::string cut = "its last line has no newline, so it is probably cut short";
-  const std::string html = "it is HTML or XML, not a FRU data file";
-  for (const auto& [text, words] : std::vector<std::pair<std::string, std::string>>{
-           {line + "\n", ""},
-           {"# only a comment\n", ""},
-           {"\xEF\xBB\xBF" + line + "\r\n", ""},
-           {"\"A1\",\"FAN\",\"\",\"a < b\"\n", ""},
-           {"", "it is empty"},
-           {" \r\n\t\n", "it has only blank lines"},
-           {"\xEF\xBB\xBF", "it has only blank lines"},
-           {line, cut},
-           {line + "\r", cut},
-           {std::string("a\0b\n", 4), "it has zero bytes, so it is damaged or not a text"},
-           {"\x1F\x8B\b and more\n", "it is compressed by gzip"},
-           {std::string("\xFF\xFE\"\0\n\0", 6), "it is in UTF-16; save it in UTF-8"},
-           {line + "\r" + line + "\r", "its lines end with CR alone; save it with LF or CR LF"},
-           {"<html>\n", html},
-           {"\n  <!DOCTYPE html>\n", html},
-           {"<?xml version=\"1.0\"?>\n", html},
-           {"\xEF\xBB\xBF<p>\n", html}}) {
-    EXPECT_EQ(failureOf([&text = text] { checkForm(text); }),
-              Words(words.empty() ? Status::good : Status::refused, words))
-        << text;
-  }
+  EXPECT_EQ(failureOf([] { checkForm("# x\n"); }).first, Status::good);
+  EXPECT_EQ(failureOf([] { checkForm("# x"); }),
+            Words(Status::refused, "its last line has no newline, so it is probably cut short"));
 }
 
 TEST(Judge, ShareIsOfTheEntriesBeforeAndNoEntryIsNeverEnough) {
@@ -109,13 +87,13 @@ TEST(Judge, OnlyOwnEntriesCount) {
   EXPECT_EQ(items[0].description, "");
 }
 
-TEST(Publish, NothingIsSaidOfAMorvikThatHasPublishedItsFile) {
+TEST(Publish, MorvikThatHasPublishedItsFileGivesNoWords) {
   EXPECT_EQ(wordsOf("echo; echo 'A local copy of fru.txt is detected. MORVIK will run'; "
                     "ftp -inv && grep -q '^a line$' fru.txt"),
             "");
 }
 
-TEST(Publish, WordsAndEndOfMorvikAreSaid) {
+TEST(Publish, MessagesAndStatusOfMorvikAreReported) {
   EXPECT_EQ(wordsOf("echo no; echo room >&2; exit 3"),
             "morvik said: no room; it ended with status 3");
   EXPECT_EQ(wordsOf("exit 3"), "morvik ended with status 3");
@@ -126,7 +104,7 @@ TEST(Publish, MorvikIsEndedWhenItsTimeIsUp) {
             "morvik was ended, because its time was up");
 }
 
-TEST(Publish, NothingIsAskedOfTheCimServerWhenTheTimeIsUp) {
+TEST(Publish, CimServerIsNotAskedWhenTheTimeIsUp) {
   const auto client = makeClient();  // without a connection, each request is another failure
   const Deadline past(std::chrono::seconds(0));
   const Items items = {{"FAN", "A1", "Fan", "KVAHalvoranFru1", "KVA", "1.0"}};

@@ -243,7 +243,7 @@ TEST_F(StateTest, FileThatCannotBeWrittenStaysAsItWas) {
   EXPECT_FALSE(fs::exists(directory_ / "file.tmp"));
 }
 
-TEST_F(StateTest, NothingIsLeftOfAFileThatDidNotFit) {
+TEST_F(StateTest, FileThatDidNotFitLeavesNothing) {
   write("file", "old");
   rlimit before = {};
   getrlimit(RLIMIT_FSIZE, &before);

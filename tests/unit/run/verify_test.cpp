@@ -116,7 +116,7 @@ TEST(Verify, ClockOfThisMachineIsNamedIfTheKeyIsYounger) {
             "2026-01-02T00:00:00Z");
 }
 
-TEST(Verify, OtherLinesAreNoSignature) {
+TEST(Verify, OtherLinesAreNotASignature) {
   for (const char* lines :
        {"", "GOODSIG 0123 maker\nVALIDSIG FFFF 2026-01-01 1767225600 0\n", "[GNUPG:]\n",
         "[GNUPG:] GOODSIG 0123 maker\n",

@@ -13,6 +13,48 @@ namespace {
 
 using namespace Pegasus;
 
+TEST(FormProblem, OnlyAWholeTextHasNone) {
+  const std::string line = "\"A1\",\"FAN\",\"\",\"Fan\"";
+  const std::string padded = line + "\n" + std::string(mostFileBytes - line.size() - 2, '#') + "\n";
+  struct Case {
+    std::string text;
+    std::string code;
+    std::string words;
+    std::size_t offset;
+  };
+  for (const Case& each : std::vector<Case>{
+           {line + "\n", "", "", 0},
+           {"# only a comment\n", "", "", 0},
+           {"\xEF\xBB\xBF" + line + "\r\n", "", "", 0},
+           {"\"A1\",\"FAN\",\"\",\"a < b\"\n", "", "", 0},
+           {padded, "", "", 0},
+           {padded + "\n", "too-large", "it has more than 1 MiB: morvik-run refuses it", 0},
+           {"", "empty", "it is empty", 0},
+           {" \r\n\t\n", "empty", "it has only blank lines", 0},
+           {"\xEF\xBB\xBF", "empty", "it has only blank lines", 0},
+           {line, "unfinished", "its last line has no newline, so it is probably cut short",
+            line.size()},
+           {line + "\r", "unfinished", "its last line has no newline, so it is probably cut short",
+            line.size() + 1},
+           {std::string("a\0b\n", 4), "zero-byte",
+            "it has zero bytes, so it is damaged or not a text", 1},
+           {"\x1F\x8B\b and more\n", "compressed", "it is compressed by gzip", 0},
+           {std::string("\xFF\xFE\"\0\n\0", 6), "utf-16", "it is in UTF-16; save it in UTF-8", 0},
+           {std::string("\xFE\xFF\0\"\0\n", 6), "utf-16", "it is in UTF-16; save it in UTF-8", 0},
+           {line + "\r" + line + "\r", "cr-only",
+            "its lines end with CR alone; save it with LF or CR LF", line.size()},
+           {"<html>\n", "markup", "it is HTML or XML, not a FRU data file", 0},
+           {"\n  <!DOCTYPE html>\n", "markup", "it is HTML or XML, not a FRU data file", 3},
+           {"<?xml version=\"1.0\"?>\n", "markup", "it is HTML or XML, not a FRU data file", 0},
+           {"\xEF\xBB\xBF<p>\n", "markup", "it is HTML or XML, not a FRU data file", 3},
+           {"<<<<<<< HEAD\n", "markup", "it begins with a merge conflict", 0}}) {
+    const FormProblem problem = findFormProblem(each.text).value_or(FormProblem{"", "", 0});
+    EXPECT_EQ(problem.code, each.code) << each.text.substr(0, 80);
+    EXPECT_EQ(problem.words, each.words) << each.text.substr(0, 80);
+    EXPECT_EQ(problem.offset, each.offset) << each.text.substr(0, 80);
+  }
+}
+
 class ExplainerTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -168,7 +210,7 @@ TEST_F(ExplainerTest, ProcessorWithoutAClockLeavesTheRestUnknown) {
             "clock differs: 2400 asked, 1800, no value and a missing one here");
 }
 
-TEST_F(ExplainerTest, WhatTheServerDoesNotHaveOrShowIsSaid) {
+TEST_F(ExplainerTest, MissingAndRefusedValuesAreReported) {
   haveClocks({});
   fakeServer.classes.erase("KVAXDT_PhysicalMemory");
   setenv("LANG", "C", 1);

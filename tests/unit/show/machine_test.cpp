@@ -178,7 +178,7 @@ TEST_F(MachineTest, PartsAreFoundByPlaceThenBySlotThenByOtherNames) {
   }
 }
 
-TEST_F(MachineTest, WhatMorvikCannotUseIsMarked) {
+TEST_F(MachineTest, UnusableValuesAreMarked) {
   const auto wordsOf = [](const Machine& machine) {
     std::ostringstream out;
     writeMachine({out}, machine);

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "inventory.h"
-#include "page.h"
 
 namespace show {
 namespace {
@@ -58,7 +57,7 @@ std::string machineOf(const Frame& form, const Machine& machine) {
   return out.str();
 }
 
-TEST(Json, EachEntryIsOnALineOfItsOwn) {
+TEST(Json, EachEntryIsOnItsOwnLine) {
   Entry entry;
   entry.category = "FAN";
   entry.fruNumber = "\"1\\";
@@ -138,7 +137,7 @@ TEST(Json, ExplanationsAreBetweenMachineAndSummary) {
   }
 }
 
-TEST(Inventory, WhatIsWrittenIsReadBack) {
+TEST(Inventory, WrittenDocumentIsReadBack) {
   Entry entry;
   entry.category = "FAN";
   entry.description = "L\u00fcfter";
@@ -196,7 +195,7 @@ TEST(Inventory, AnythingElseIsRefusedWithThePlace) {
   EXPECT_EQ(errorOf(std::string(1000000, '[')), "not JSON, or cut short");
 }
 
-TEST(Page, AgeIsThatAtTheMakingOfThePage) {
+TEST(Page, AgeCountsToTheTimeOfThePage) {
   for (const auto& [seconds, words] : {std::pair(5, ">now<"),
                                        {90, ">1 minute<"},
                                        {7000, ">116 minutes<"},
