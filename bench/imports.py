@@ -28,7 +28,9 @@ SCHEMA = os.path.join(HERE, "..", "schema")
 PORT = 5988
 
 MACHINE = os.path.join(HERE, "machine.mof")
-ROOM = os.path.join(HERE, "..", "tests", "support", "room")
+SUPPORT = os.path.join(HERE, "..", "tests", "support")
+sys.path.insert(0, SUPPORT)
+import cim_client
 
 # Apart from reading the model, a run makes one enumeration for each line, one creation for each line that
 # fits, and one property read and one deletion for each instance of an earlier run.
@@ -56,26 +58,13 @@ def lines(count, category, qualifier):
                    % (i, category, qualifier, i) for i in range(count))
 
 
-CREATE = """<?xml version="1.0"?><CIM CIMVERSION="2.0" DTDVERSION="2.0"><MESSAGE ID="1" PROTOCOLVERSION="1.0">
-<SIMPLEREQ><IMETHODCALL NAME="CreateInstance"><LOCALNAMESPACEPATH><NAMESPACE NAME="root"/><NAMESPACE NAME="kvasd"/>
-</LOCALNAMESPACEPATH><IPARAMVALUE NAME="NewInstance"><INSTANCE CLASSNAME="KVAXDT_FRU">%s</INSTANCE></IPARAMVALUE>
-</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>"""
-
-
 def publish_earlier(count, port):
     """Entries as an earlier run has published them."""
-    server = http.client.HTTPConnection("127.0.0.1", port)
+    session = cim_client.Session(port)
     for i in range(count):
-        values = {"FRUNumber": "E%06d" % i, "IdentifyingNumber": "KVAHalvoranFru1", "Vendor": "KVA", "Name": "FAN",
-                  "Description": "Fan %d" % i, "RevisionLevel": "1.0"}
-        server.request("POST", "/cimom", CREATE % "".join(
-            '<PROPERTY NAME="%s" TYPE="string"><VALUE>%s</VALUE></PROPERTY>' % item for item in values.items()), {
-                "Content-Type": "application/xml; charset=utf-8", "CIMOperation": "MethodCall",
-                "CIMMethod": "CreateInstance", "CIMObject": "root%2Fkvasd"})
-        answer = server.getresponse().read()
-        if b"<ERROR" in answer:
-            raise SystemExit("cannot publish: %s" % answer.decode())
-    server.close()
+        session.create("E%06d" % i, "FAN", IdentifyingNumber="KVAHalvoranFru1", Vendor="KVA",
+                       Description="Fan %d" % i, RevisionLevel="1.0")
+    session.close()
 
 
 class Process:
@@ -194,7 +183,7 @@ class RunningBench(Bench):
         """In a room, because the running server has the port that morvik uses."""
         with open("recorded.txt", "w", encoding="utf-8") as file:
             file.write(text)
-        subprocess.run([ROOM, sys.executable, os.path.abspath(__file__), "--record", str(old),
+        subprocess.run([os.path.join(SUPPORT, "room"), sys.executable, os.path.abspath(__file__), "--record", str(old),
                         self.bin_dir, self.bench_dir], check=True)
 
 
