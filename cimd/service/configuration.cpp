@@ -1,5 +1,7 @@
 #include "service/configuration.h"
 
+#include <system_error>
+
 #include "file.h"
 #include "host/inventory.h"
 #include "mof/loader.h"
@@ -53,16 +55,16 @@ void addSystemKeys(CIMInstance& instance, const Class& cls, const String& hostNa
 }  // namespace
 
 std::optional<host::HostBytes> readHost(const Options& options) {
-  if (!options.isHost) {
-    return std::nullopt;
-  }
   if (!options.recordedTables) {
-    return host::readHostBytes(host::HostSources());
+    return options.isHost ? std::optional(host::readHostBytes(host::HostSources())) : std::nullopt;
   }
-  if (!std::filesystem::is_directory(*options.recordedTables)) {
-    throw ConfigurationError(options.recordedTables->string() + " is not a directory");
+  const std::string name = options.recordedTables->string();
+  std::error_code error;
+  if (!std::filesystem::is_directory(name, error)) {
+    throw ConfigurationError(error ? "cannot open " + name + ": " + error.message()
+                                   : name + " is not a directory");
   }
-  return host::readHostBytes(host::recordedHost(*options.recordedTables));
+  return host::readHostBytes(host::recordedHost(name));
 }
 
 Repository Configuration::load() const {

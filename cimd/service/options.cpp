@@ -2,9 +2,12 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <boost/asio/ip/address.hpp>
 #include <iostream>
 #include <string_view>
+#include <utility>
+
 #include "text/host_port.h"
 
 namespace cimd {
@@ -12,11 +15,14 @@ namespace cimd {
 namespace {
 
 constexpr const char* description =
-    "A small CIM server for hosts that have none. Serves the classes and instances of MOF files,\n"
-    "and what clients publish, to CIM clients on this host until SIGTERM or SIGINT. SIGHUP makes\n"
-    "it read the files again.";
+    "A small CIM server for hosts that have none. Serves the classes and instances of\n"
+    "MOF files, and what clients publish, to CIM clients on this host until SIGTERM\n"
+    "or SIGINT. SIGHUP makes it read the files again.";
 constexpr const char* footer =
-    "\nExit status: 0 normal end, 1 run-time error, 2 wrong usage, 3 wrong configuration.";
+    "Exit status: 0 success, 1 run-time error, 2 wrong usage, 3 wrong configuration.";
+
+// In the order of LogLevel.
+constexpr std::array<const char*, 4> levelNames{"error", "warning", "info", "debug"};
 
 // Every request of ordinary clients fits into the first; the server is made for no larger ones than
 // the second.
@@ -24,32 +30,19 @@ constexpr std::size_t smallestRequest = std::size_t{64} << 10U;
 constexpr std::size_t largestRequest = std::size_t{64} << 20U;
 constexpr std::size_t largestLimit = std::size_t{1} << (sizeof(std::size_t) > 4 ? 40U : 31U);
 
-struct ListenAddress {
-  std::string address;
-  Pegasus::Uint16 port;
-};
-
-// "127.0.0.1:5988" or "[::1]:5988"; nothing when it is of another form or the address is not one of
-// the loopback interface.
-std::optional<ListenAddress> parseListenAddress(std::string_view text) {
+// "127.0.0.1:5988" or "[::1]:5988".
+void setListenAddress(Options& options, const std::string& text) {
   const auto parts = Pegasus::text::splitHostPort(text);
   const auto port = parts ? Pegasus::text::parsePort(parts->port.value_or("")) : std::nullopt;
-  if (!port) {
-    return std::nullopt;
-  }
-  const std::string host(parts->host);
+  const std::string host(parts ? parts->host : "");
   boost::system::error_code error;
   const auto address = boost::asio::ip::make_address(host, error);
-  if (error || address.is_v6() != parts->isBracketed || !address.is_loopback()) {
-    return std::nullopt;
+  if (!port || error || address.is_v6() != parts->isBracketed || !address.is_loopback()) {
+    throw CLI::ValidationError(
+        "--listen", "'" + text + "' is not a loopback address with port, such as 127.0.0.1:5988");
   }
-  return ListenAddress{host, *port};
-}
-
-std::string checkListen(const std::string& text) {
-  return parseListenAddress(text)
-             ? std::string()
-             : "'" + text + "' is not a loopback address with port, such as 127.0.0.1:5988";
+  options.address = host;
+  options.port = *port;
 }
 
 // An empty value comes from a variable that a script left unset, most likely. Taken for "not
@@ -58,183 +51,129 @@ std::string checkNotEmpty(const std::string& text) {
   return text.empty() ? "must not be empty" : std::string();
 }
 
-// "alice,@operators"
-std::vector<std::string> splitAtCommas(const std::string& text) {
-  std::vector<std::string> parts;
-  for (std::size_t start = 0; start <= text.size();) {
-    const std::size_t end = std::min(text.find(',', start), text.size());
-    parts.push_back(text.substr(start, end - start));
+// Adds the names in a list such as "alice,@operators".
+void addWriters(Options& options, const std::string& list) {
+  for (std::size_t start = 0; start <= list.size();) {
+    const std::size_t end = std::min(list.find(',', start), list.size());
+    options.writers.push_back(list.substr(start, end - start));
+    if (options.writers.back().empty() || options.writers.back() == "@") {
+      throw CLI::ValidationError(
+          "--writers",
+          "'" + list + "' is not a list of accounts and groups, such as alice,@operators");
+    }
     start = end + 1;
   }
-  return parts;
-}
-
-std::string checkWriters(const std::string& text) {
-  const auto parts = splitAtCommas(text);
-  const bool isGood = std::none_of(parts.begin(), parts.end(), [](const std::string& name) {
-    return name.empty() || name == "@";
-  });
-  return isGood ? std::string()
-                : "'" + text + "' is not a list of accounts and groups, such as alice,@operators";
 }
 
 LogLevel parseLevel(const std::string& name) {
-  if (name == "error") {
-    return LogLevel::error;
-  }
-  if (name == "warning") {
-    return LogLevel::warning;
-  }
-  return name == "debug" ? LogLevel::debug : LogLevel::info;
+  const auto* const found = std::find(levelNames.begin(), levelNames.end(), name);
+  return static_cast<LogLevel>(found - levelNames.begin());
 }
 
-template <typename T>
-void setIfGiven(std::optional<T>& option, const std::string& text) {
-  if (!text.empty()) {
-    option = text;
-  }
+// `type` stands for the value in the help.
+template <typename Value>
+CLI::Option* addText(CLI::App& app, const char* name, Value& value, const char* type,
+                     const char* help) {
+  return app.add_option(name, value, help)
+      ->type_name(type)
+      ->check(CLI::Validator(checkNotEmpty, ""));
 }
 
+void addInventory(CLI::App& app, Options& options) {
+  app.add_flag("--host", options.isHost, "Serve the inventory of this machine, from SMBIOS");
+  addText(app, "--smbios", options.recordedTables, "DIRECTORY",
+          "Serve an inventory from recorded SMBIOS tables");
+  addText(app, "--model", options.model, "TEXT", "Model of the machine, with --host or --smbios");
+  addText(app, "--models", options.models, "FILE",
+          "Models by product name, with --host or --smbios;\na missing file has none");
+}
+
+void addAccounts(CLI::App& app, Options& options) {
+  addText(app, "--user", options.user, "NAME",
+          "Account to run as when started as root (default:\n"
+          "the owner of the store's directory, or nobody)");
+  app.add_option_function<std::vector<std::string>>(
+         "--writers",
+         [&options](const std::vector<std::string>& lists) {
+           for (const std::string& list : lists) {
+             addWriters(options, list);
+           }
+         },
+         "Accounts, and groups as @GROUP, that may change\n"
+         "instances besides root and the server's own\n"
+         "account; may be repeated")
+      ->type_name("LIST")
+      ->allow_extra_args(false);
+}
+
+// With empty descriptions of the checks, which the help would show.
 void addLimits(CLI::App& app, Options& options) {
-  app.add_option("--max-request", options.maxRequest, "Largest request, such as 1MiB, the default")
+  app.add_option("--max-request", options.maxRequest, "Largest request (default: 1MiB)")
       ->type_name("SIZE")
-      ->transform(CLI::AsSizeValue(false))
-      ->check(CLI::Range(smallestRequest, largestRequest));
+      ->transform(CLI::AsSizeValue(false).description(""))
+      ->check(CLI::Range(smallestRequest, largestRequest).description(""));
   app.add_option("--max-instances", options.maxInstances,
-                 "How many instances clients may publish (default: 10000)")
+                 "Published instances at most (default: 10000)")
       ->type_name("NUMBER")
-      ->check(CLI::Range(std::size_t{0}, largestLimit));
-  app.add_option("--max-bytes", options.maxBytes,
-                 "How large published instances may be together (default: 64MiB)")
+      ->check(CLI::Range(std::size_t{0}, largestLimit).description(""));
+  app.add_option("--max-bytes", options.maxBytes, "Their size together at most (default: 64MiB)")
       ->type_name("SIZE")
-      ->transform(CLI::AsSizeValue(false))
-      ->check(CLI::Range(std::size_t{0}, largestLimit));
+      ->transform(CLI::AsSizeValue(false).description(""))
+      ->check(CLI::Range(std::size_t{0}, largestLimit).description(""));
 }
 
-void addAccounts(CLI::App& app, std::string& user, std::vector<std::string>& writers) {
-  app.add_option("--user", user,
-                 "Account to run as when started as root (default: the owner of the directory "
-                 "of the store, or nobody)")
-      ->type_name("NAME")
-      ->check(CLI::Validator(checkNotEmpty, ""));
-  app.add_option("--writers", writers,
-                 "Accounts, and groups as @GROUP, that may change instances (always: root and the "
-                 "account that the server runs as); may be repeated")
-      ->type_name("NAME,...")
-      ->allow_extra_args(false)
-      ->check(CLI::Validator(checkWriters, ""));
-}
-
-void addStores(CLI::App& app, std::string& store, std::string& recover) {
-  app.add_option("--store", store, "Keep what clients publish in this file")
-      ->type_name("FILE")
-      ->check(CLI::Validator(checkNotEmpty, ""));
-  app.add_option("--recover", recover,
-                 "Write what is readable of this damaged store to STORE.recovered, list what is "
-                 "not, and exit")
-      ->type_name("STORE")
-      ->check(CLI::Validator(checkNotEmpty, ""));
-}
-
-// They change the inventory of a host, so there must be one.
-void addModels(CLI::App& app, std::string& model, std::string& models) {
-  auto* const one = app.add_option("--model", model, "Model of the machine, with --host")
-                        ->type_name("TEXT")
-                        ->check(CLI::Validator(checkNotEmpty, ""));
-  app.add_option("--models", models, "Models by product name, with --host; a missing file has none")
-      ->type_name("FILE")
-      ->check(CLI::Validator(checkNotEmpty, ""))
-      ->excludes(one);
-}
-
-// The texts of the options as given, empty where they are not.
-struct Texts {
-  std::string listen;
-  std::string recorded;
-  std::string model;
-  std::string models;
-  std::vector<std::string> directories;
-  std::string store;
-  std::string recover;
-  std::string user;
-  std::vector<std::string> writers;
-  std::string level = "info";
-  std::vector<std::string> files;
-};
-
-void addAll(CLI::App& app, Options& options, Texts& texts) {
-  app.add_option("--listen", texts.listen,
-                 "Loopback address and port to listen on (default: 127.0.0.1:5988)")
-      ->type_name("ADDRESS:PORT")
-      ->check(CLI::Validator(checkListen, ""));
-  auto* const host = app.add_flag("--host", options.isHost,
-                                  "Serve this host's own inventory, from its SMBIOS tables");
-  app.add_option("--smbios", texts.recorded,
-                 "Serve an inventory from recorded SMBIOS tables in this directory instead")
-      ->type_name("DIRECTORY")
-      ->check(CLI::Validator(checkNotEmpty, ""))
-      ->excludes(host);
-  addModels(app, texts.model, texts.models);
-  app.add_option("--include", texts.directories,
-                 "Look for included files in this directory too; may be repeated")
-      ->type_name("DIRECTORY")
-      ->allow_extra_args(false)  // one each time: what follows may be a FILE
-      ->check(CLI::Validator(checkNotEmpty, ""));
-  addStores(app, texts.store, texts.recover);
-  addAccounts(app, texts.user, texts.writers);
+void addAll(CLI::App& app, Options& options, std::string& level) {
+  app.add_option_function<std::string>(
+         "--listen", [&options](const std::string& text) { setListenAddress(options, text); },
+         "Loopback address (default: 127.0.0.1:5988)")
+      ->type_name("ADDRESS:PORT");
+  addInventory(app, options);
+  addText(app, "--include", options.includeDirectories, "DIRECTORY",
+          "Look for included files here too; may be repeated")
+      ->allow_extra_args(false);  // one each time: what follows may be a FILE
+  addText(app, "--store", options.store, "FILE", "Keep what clients publish in this file");
+  addText(app, "--recover", options.recover, "STORE",
+          "Write what is readable of a damaged store to\n"
+          "STORE.recovered, list what is not, and exit");
+  addAccounts(app, options);
   addLimits(app, options);
   app.add_flag("--check", options.isCheck, "Load everything, report, and exit");
-  app.add_option("--log-level", texts.level, "Log verbosity: error, warning, info or debug")
+  app.add_option("--log-level", level, "Log verbosity: error, warning, info or debug")
       ->type_name("LEVEL")
-      ->check(CLI::IsMember({"error", "warning", "info", "debug"}));
-  app.add_option("FILE", texts.files, "MOF files to load, in this order")->type_name("");
+      ->check(CLI::IsMember(levelNames).description(""));
+  app.add_option("FILE", options.files, "MOF files to load, in this order")->type_name("");
 }
 
-// Checks what the parser cannot, or only after it has missed an option that does not exist.
-void checkTogether(const Options& options, const Texts& texts) {
-  if (texts.files.empty() && texts.recover.empty()) {
+// The library would do most of this too, and put it into the help.
+void checkTogether(const Options& options) {
+  if (options.isHost && options.recordedTables) {
+    throw CLI::ExcludesError("--host", "--smbios");
+  }
+  if (options.model && options.models) {
+    throw CLI::ExcludesError("--model", "--models");
+  }
+  if (options.files.empty() && !options.recover) {
     throw CLI::RequiredError("FILE");
   }
-  const bool hasModels = !texts.model.empty() || !texts.models.empty();
-  if (hasModels && !options.isHost && texts.recorded.empty()) {
-    throw CLI::RequiresError(texts.models.empty() ? "--model" : "--models", "--host");
+  const bool hasInventory = options.isHost || options.recordedTables;
+  if ((options.model || options.models) && !hasInventory) {
+    throw CLI::RequiresError(options.models ? "--models" : "--model", "--host");
   }
-}
-
-void setFrom(const Texts& texts, Options& options) {
-  if (const auto given = parseListenAddress(texts.listen)) {
-    options.address = given->address;
-    options.port = given->port;
-  }
-  options.files.assign(texts.files.begin(), texts.files.end());
-  options.includeDirectories.assign(texts.directories.begin(), texts.directories.end());
-  for (const std::string& list : texts.writers) {
-    const auto names = splitAtCommas(list);
-    options.writers.insert(options.writers.end(), names.begin(), names.end());
-  }
-  setIfGiven(options.recordedTables, texts.recorded);
-  setIfGiven(options.model, texts.model);
-  setIfGiven(options.models, texts.models);
-  setIfGiven(options.store, texts.store);
-  setIfGiven(options.recover, texts.recover);
-  setIfGiven(options.user, texts.user);
-  options.isHost = options.isHost || options.recordedTables;
-  options.logLevel = parseLevel(texts.level);
 }
 
 }  // namespace
 
 std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv) {
   Options options;
+  std::string level = "info";
   CLI::App app{description, "morvik-cimd"};
   app.footer(footer);
-  app.set_version_flag("-V,--version", "morvik-cimd " MORVIK_VERSION);
+  app.set_version_flag("-V,--version", "morvik-cimd " MORVIK_VERSION, "Print the version and exit");
   app.set_help_flag("-h,--help", "Print this help and exit");
-  Texts texts;
-  addAll(app, options, texts);
+  addAll(app, options, level);
   try {
     app.parse(argc, argv);
-    checkTogether(options, texts);
+    checkTogether(options);
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) {  // help and version come this way too
       app.exit(error);
@@ -243,7 +182,7 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
     std::cerr << "morvik-cimd: " << error.what() << "\nTry 'morvik-cimd --help'." << std::endl;
     return ExitStatus::usage;
   }
-  setFrom(texts, options);
+  options.logLevel = parseLevel(level);
   return options;
 }
 

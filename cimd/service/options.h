@@ -22,8 +22,8 @@ struct Options {
   std::vector<std::filesystem::path> files;
   // Where included files are looked for as well.
   std::vector<std::filesystem::path> includeDirectories;
-  // Whether the inventory of a host is served, and the directory with recorded SMBIOS tables to
-  // take it from instead of those of this host.
+  // Whether the inventory of this host is served, or which directory has the recorded SMBIOS tables
+  // of the one that is. Not both.
   bool isHost = false;
   std::optional<std::filesystem::path> recordedTables;
   // The model of this machine: a text, or a file with one for each product name.

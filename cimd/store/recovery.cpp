@@ -12,7 +12,6 @@
 #include <system_error>
 #include <utility>
 
-#include "file.h"
 #include "store/instance_database.h"
 #include "store/store_file.h"
 
@@ -396,7 +395,7 @@ class Copy {
       }
     } catch (const FileError& error) {
       remove();
-      throw StoreError(store, error.what());
+      throw StoreError(error);
     } catch (...) {
       remove();
       throw;

@@ -9,8 +9,6 @@
 #include <string>
 #include <system_error>
 
-#include "file.h"
-
 namespace cimd {
 
 namespace {
@@ -132,7 +130,7 @@ std::string readJournal(const fs::path& journal) {
     if (error.isMissing()) {
       return "";
     }
-    throw StoreError(journal, error.what());
+    throw StoreError(error);
   }
 }
 

@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 
+#include "file.h"
 #include "store/sqlite.h"
 
 namespace cimd {
@@ -26,6 +27,8 @@ class StoreError : public std::runtime_error {
  public:
   // Names the way out if the cause is damage.
   StoreError(const std::filesystem::path& file, const std::string& cause);
+  // Of the file that cannot be read.
+  explicit StoreError(const FileError& error) : std::runtime_error(error.what()) {}
 };
 
 // In the rows of a store, FNV-1a over the texts in this order: a change of any one byte changes the

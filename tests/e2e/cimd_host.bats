@@ -127,11 +127,10 @@ SerialNumber="M-0001"' "$(valuesOf KVAXDT_PhysicalMemory Capacity PartNumber Ser
 }
 
 @test "a directory that is missing, or is not one: status 3" {
-    local directory
-    for directory in missing "$mof"; do
-        endsWith 3 --smbios "$directory" "$mof"
-        complains "morvik-cimd: error: $directory is not a directory"
-    done
+    endsWith 3 --smbios missing "$mof"
+    complains 'morvik-cimd: error: cannot open missing: No such file or directory'
+    endsWith 3 --smbios "$mof" "$mof"
+    complains "morvik-cimd: error: $mof is not a directory"
 }
 
 @test "damaged tables: the whole structures are served, and the damage is reported" {

@@ -14,7 +14,7 @@ teardown() { stopServers; }
 @test "--help and --version: status 0, on standard output" {
     endsWith 0 --help
     fileIs "$err" ''
-    grep -qF 'Exit status: 0 normal end, 1 run-time error, 2 wrong usage, 3 wrong configuration' "$out"
+    grep -qF 'Exit status: 0 success, 1 run-time error, 2 wrong usage, 3 wrong configuration' "$out"
     endsWith 0 --version
     fileIs "$err" ''
     equal "morvik-cimd $(sed -nE 's/^project\(.*VERSION ([0-9.]+).*/\1/p' "$project/CMakeLists.txt")" \

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include "log.h"
 
+#include <sstream>
+
 namespace cimd {
 namespace {
 
@@ -51,7 +53,7 @@ TEST(Options, IncludeTakesOneDirectoryEachTime) {
 TEST(Options, AnInventoryIsOfTheHostOrRecorded) {
   EXPECT_TRUE(good({"--host", "a.mof"}).isHost);
   const Options recorded = good({"--smbios", "tables", "a.mof"});
-  EXPECT_TRUE(recorded.isHost);
+  EXPECT_FALSE(recorded.isHost);
   EXPECT_EQ(recorded.recordedTables, "tables");
   EXPECT_EQ(good({"--host", "--model", "1234 A", "a.mof"}).model, "1234 A");
   EXPECT_EQ(good({"--smbios", "d", "--models", "m", "a.mof"}).models, "m");
@@ -129,6 +131,22 @@ TEST(Options, LimitsHaveUnitsAndBounds) {
   EXPECT_EQ(given.maxRequest, 65536U);
   EXPECT_EQ(given.maxInstances, 7U);
   EXPECT_EQ(given.maxBytes, 2U << 20);
+}
+
+TEST(Options, HelpFitsInto80ColumnsWithEachOptionAndItsTextOnOneLine) {
+  testing::internal::CaptureStdout();
+  const char* const arguments[] = {"morvik-cimd", "--help"};
+  readOptions(2, arguments);
+  std::istringstream help(testing::internal::GetCapturedStdout());
+  int options = 0;
+  for (std::string line; std::getline(help, line);) {
+    EXPECT_LE(line.size(), 80U) << line;
+    if (line.starts_with("  -")) {
+      ++options;
+      EXPECT_TRUE(line.size() > 30 && line[29] == ' ' && line[30] != ' ') << line;
+    }
+  }
+  EXPECT_EQ(options, 17);
 }
 
 TEST(Options, HelpAndVersionEndWellAndPrint) {

@@ -325,7 +325,9 @@ TEST_F(RecoveryTest, AChangeThatWasNotCompletedIsUndone) {
 }
 
 TEST_F(RecoveryTest, NothingIsOverwrittenOrTakenFromAnythingElse) {
-  EXPECT_THROW(recoverStore(directory_.path() / "missing.db", target()), StoreError);
+  const std::string missing = (directory_.path() / "missing.db").string();
+  EXPECT_THAT([&] { recoverStore(missing, target()); },
+              ThrowsMessage<StoreError>("cannot open " + missing + ": No such file or directory"));
   directory_.write("text", "These are my notes.");
   EXPECT_THROW(recoverStore(directory_.path() / "text", target()), StoreError);
   EXPECT_FALSE(fs::exists(target()));
