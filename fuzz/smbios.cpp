@@ -17,7 +17,7 @@
 namespace {
 
 using cimd::host::HostBytes;
-using cimd::host::HostInventory;
+using cimd::host::Inventory;
 using cimd::host::Structure;
 using cimd::host::StructureTable;
 using fuzz::require;
@@ -103,7 +103,7 @@ cimd::NameSpace& nameSpace() {
 }
 
 // Creates the instances as the server does, and deletes them again.
-void declare(const HostInventory& inventory) {
+void declare(const Inventory& inventory) {
   std::vector<Pegasus::CIMObjectPath> paths;
   for (const Pegasus::CIMInstance& instance : inventory.instances) {
     // Throws if two parts have the same key, or the type of a value is not that of the class.
@@ -122,6 +122,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const fuzz::ResourceLimit limit({std::size_t{1} << 20U, 512}, {200'000, 3'000}, size);
   const HostBytes host = hostFrom(fuzz::asText(data, size));
   checkStructures(host);
-  declare(cimd::host::describeHost(host));
+  declare(cimd::host::takeInventory(host));
   return 0;
 }

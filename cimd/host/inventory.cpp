@@ -5,8 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <cmath>
 #include <map>
 #include <unordered_map>
 #include <unordered_set>
@@ -19,8 +17,6 @@ namespace {
 
 using Pegasus::Char16;
 using Pegasus::CIMInstance;
-using Pegasus::CIMProperty;
-using Pegasus::CIMType;
 using Pegasus::CIMValue;
 using Pegasus::String;
 using Pegasus::Uint16;
@@ -79,6 +75,27 @@ class UniqueNames {
   // The last number tried after each name that was repeated.
   std::unordered_map<std::u16string, std::size_t> numbers_;
 };
+
+// --- instances
+
+// Null where there is no value.
+template <typename Value>
+void add(CIMInstance& instance, const char* name, const std::optional<Value>& value) {
+  const CIMValue some(value.value_or(Value()));
+  instance.addProperty({name, value ? some : CIMValue(some.getType(), false)});
+}
+
+CIMInstance systemInstance(const std::string& hostName, const std::optional<String>& model,
+                           const std::optional<String>& serialNumber,
+                           const std::optional<String>& manufacturer) {
+  constexpr std::size_t maxSystemName = 256;  // MaxLen of the property in the class
+  CIMInstance instance("KVAXDT_ComputerSystemDetails");
+  add(instance, "name", std::optional(cut(toText(hostName), maxSystemName)));
+  add(instance, "model", model);
+  add(instance, "serialNumber", serialNumber);
+  add(instance, "manufacturer", manufacturer);
+  return instance;
+}
 
 // --- SMBIOS
 
@@ -145,11 +162,11 @@ std::optional<String> makersText(const Structure& structure, std::size_t offset,
                                          : std::nullopt;
 }
 
-MakersFacts makersFacts(const Structure& structure, std::size_t manufacturer,
-                        std::size_t serialNumber, std::size_t partNumber) {
-  return {makersText(structure, manufacturer, maxManufacturer),
-          makersText(structure, partNumber, maxPartNumber),
-          makersText(structure, serialNumber, maxSerialNumber)};
+void addMaker(CIMInstance& instance, const Structure& structure, std::size_t manufacturer,
+              std::size_t serialNumber, std::size_t partNumber) {
+  add(instance, "Manufacturer", makersText(structure, manufacturer, maxManufacturer));
+  add(instance, "PartNumber", makersText(structure, partNumber, maxPartNumber));
+  add(instance, "SerialNumber", makersText(structure, serialNumber, maxSerialNumber));
 }
 
 // The text of a field of the system, unless it is a placeholder.
@@ -163,13 +180,14 @@ std::optional<String> systemText(const std::optional<std::string_view>& bytes, c
   return verbatim(bytes);
 }
 
-SystemFacts readSystem(const Structure& structure, const Models& models,
-                       std::vector<std::string>& messages) {
+CIMInstance readSystem(const Structure& structure, const std::string& hostName,
+                       const Models& models, std::vector<std::string>& messages) {
   const auto product = structure.textAt(0x05);
   const auto model = models.modelOf(product);
-  return {model ? model : systemText(product, "product name", "model", messages),
-          systemText(structure.textAt(0x07), "serial number", "serialNumber", messages),
-          makersText(structure, 0x04, maxManufacturer)};
+  return systemInstance(
+      hostName, model ? model : systemText(product, "product name", "model", messages),
+      systemText(structure.textAt(0x07), "serial number", "serialNumber", messages),
+      makersText(structure, 0x04, maxManufacturer));
 }
 
 // A socket counts as populated only where the structure says so. Whether the processor in it is
@@ -190,6 +208,19 @@ std::optional<Uint16> enabledCores(const Structure& processor) {
   const Uint8 cores = processor.byteAt(0x24).value_or(0);
   const Uint16 count = cores == seeWord ? processor.wordAt(0x2C).value_or(seeWord) : cores;
   return count == 0 ? std::nullopt : std::optional(count);
+}
+
+// One of cpuinfo has a structure without fields.
+CIMInstance processorInstance(const String& deviceId, const std::optional<String>& name,
+                              const std::optional<Uint32>& megahertz, const Structure& structure) {
+  CIMInstance instance("KVAXDT_Processor");
+  add(instance, "DeviceID", std::optional(deviceId));
+  add(instance, "Name", name);
+  add(instance, "CurrentClockSpeed", megahertz);
+  add(instance, "MaxClockSpeed", knownWord(structure, 0x14));
+  add(instance, "NumberOfEnabledCores", enabledCores(structure));
+  addMaker(instance, structure, 0x07, 0x20, 0x22);
+  return instance;
 }
 
 // The speed at `offset`, or where that is too small, in the double word at `extended`.
@@ -242,13 +273,38 @@ std::optional<Uint64> capacityBytes(const Structure& device) {
   return (size & inKibibytes) != 0 ? units << 10U : units << 20U;
 }
 
+CIMInstance memoryInstance(const String& tag, const std::optional<String>& locator,
+                           const std::optional<String>& bank, const std::optional<Uint64>& capacity,
+                           const Structure& device) {
+  const auto& label = bank ? bank : locator;
+  CIMInstance instance("KVAXDT_PhysicalMemory");
+  add(instance, "Tag", std::optional(tag));
+  add(instance, "BankLabel", label ? std::optional(cut(*label, maxBankLabel)) : std::nullopt);
+  add(instance, "Capacity", capacity);
+  add(instance, "ElementName", locator);
+  add(instance, "MemoryType", memoryType(device));
+  add(instance, "MaxMemorySpeed", memorySpeed(device, 0x15, 0x54));
+  add(instance, "ConfiguredMemoryClockSpeed", memorySpeed(device, 0x20, 0x58));
+  addMaker(instance, device, 0x17, 0x18, 0x1A);
+  return instance;
+}
+
+// What is known so far; the instances of each class in the order of the firmware.
+struct Findings {
+  std::optional<CIMInstance> system = {};
+  std::vector<CIMInstance> processors = {};
+  std::vector<CIMInstance> memory = {};
+  std::vector<std::string> messages = {};
+};
+
 // Numbers for repeated designations count empty sockets and slots too: a part keeps its key when
 // another one is added or removed.
-class SmbiosInventory {
+class SmbiosReader {
  public:
-  SmbiosInventory(const std::vector<Structure>& structures, const Models& models,
-                  Inventory& inventory)
-      : models_(models), inventory_(inventory) {
+  SmbiosReader(const std::string& hostName, const Models& models, Findings& findings)
+      : hostName_(hostName), models_(models), findings_(findings) {}
+
+  void read(const std::vector<Structure>& structures) {
     for (const Structure& structure : structures) {
       if (structure.type() == memoryDevice) {
         ++devicesAt_[std::string(locatorOf(structure))];
@@ -268,8 +324,8 @@ class SmbiosInventory {
   }
 
   void add(const Structure& structure) {
-    if (structure.type() == systemInformation && !inventory_.system) {
-      inventory_.system = readSystem(structure, models_, inventory_.messages);
+    if (structure.type() == systemInformation && !findings_.system) {
+      findings_.system = readSystem(structure, hostName_, models_, findings_.messages);
     } else if (structure.type() == processorInformation) {
       addProcessor(structure);
     } else if (structure.type() == memoryDevice) {
@@ -281,10 +337,8 @@ class SmbiosInventory {
     mentionsProcessors_ = true;
     const String deviceId = deviceIds_.next(designation(structure.textAt(0x04)).value_or("CPU"));
     if (isPopulated(structure)) {
-      inventory_.processors.push_back({deviceId, designation(structure.textAt(0x10)),
-                                       knownWord(structure, 0x16), knownWord(structure, 0x14),
-                                       enabledCores(structure),
-                                       makersFacts(structure, 0x07, 0x20, 0x22)});
+      findings_.processors.push_back(processorInstance(
+          deviceId, designation(structure.textAt(0x10)), knownWord(structure, 0x16), structure));
     }
   }
 
@@ -298,21 +352,14 @@ class SmbiosInventory {
                                                       : bank.value_or("Memory");
     const String tag = tags_.next(name);
     const auto capacity = capacityBytes(structure);
-    if (capacity == Uint64{0}) {
-      return;
+    if (capacity != Uint64{0}) {
+      findings_.memory.push_back(memoryInstance(tag, locator, bank, capacity, structure));
     }
-    auto bankLabel = bank ? bank : locator;
-    if (bankLabel) {
-      bankLabel = cut(*bankLabel, maxBankLabel);
-    }
-    inventory_.memory.push_back({tag, locator, bankLabel, capacity, memoryType(structure),
-                                 memorySpeed(structure, 0x15, 0x54),
-                                 memorySpeed(structure, 0x20, 0x58),
-                                 makersFacts(structure, 0x17, 0x18, 0x1A)});
   }
 
+  const std::string& hostName_;
   const Models& models_;
-  Inventory& inventory_;
+  Findings& findings_;
   UniqueNames deviceIds_{maxDeviceId};
   UniqueNames tags_{maxTag};
   // The number of memory devices with each locator, empty slots included.
@@ -320,203 +367,69 @@ class SmbiosInventory {
   bool mentionsProcessors_ = false;
 };
 
-void takeProcessorsFromCpuinfo(const HostBytes& bytes, const std::string& reason,
-                               Inventory& inventory) {
-  inventory.processors = readCpuinfo(bytes.cpuinfo.value_or(""));
-  inventory.messages.push_back(reason + (inventory.processors.empty()
-                                             ? ", and cpuinfo lists no processors"
-                                             : ": processors and their clocks are from cpuinfo"));
-}
+// --- all together
 
-void readTables(const HostBytes& bytes, const EntryPoint& entryPoint, const Models& models,
-                Inventory& inventory) {
-  const StructureTable table = readStructures(*bytes.table, entryPoint);
-  const SmbiosInventory smbios(table.structures, models, inventory);
-  if (!table.damage.empty()) {
-    inventory.messages.push_back("the SMBIOS table is damaged: " + table.damage +
-                                 "; the part before the damage is used");
-  }
-  if (!inventory.system) {
-    inventory.messages.emplace_back("the SMBIOS table does not describe the system");
-  }
-  if (!smbios.mentionsProcessors()) {
-    takeProcessorsFromCpuinfo(bytes, "the SMBIOS table does not mention processors", inventory);
-  }
-}
-
-// --- cpuinfo
-
-// More than Linux can start; a limit for files that are not the kernel's.
-constexpr std::size_t maxPackages = 8192;
-
-template <typename Number>
-std::optional<Number> parse(std::string_view text) {
-  Number number{};
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || end != text.data() + text.size()) {
-    return std::nullopt;
-  }
-  return number;
-}
-
-std::optional<Uint32> toMegahertz(std::string_view text) {
-  const auto megahertz = parse<double>(text);
-  constexpr double limit = 4294967295.0;
-  if (!megahertz || !(*megahertz >= 0.5 && *megahertz < limit)) {
-    return std::nullopt;
-  }
-  return static_cast<Uint32>(std::llround(*megahertz));
-}
-
-struct LogicalProcessor {
-  Uint32 package = 0;
-  std::string_view name;
-  std::string_view megahertz;
-};
-
-// Lines of the form "cpu MHz\t\t: 2499.986"; "processor" begins the next one. Lines before the
-// first, and those that describe the machine, are ignored.
-std::vector<LogicalProcessor> readLogicalProcessors(std::string_view text) {
-  std::vector<LogicalProcessor> processors;
-  while (!text.empty()) {
-    const std::string_view line = text.substr(0, text.find('\n'));
-    text.remove_prefix(std::min(line.size() + 1, text.size()));
-    const std::size_t colon = line.find(':');
-    if (colon == std::string_view::npos) {
-      continue;
-    }
-    const std::string_view key = trimmed(line.substr(0, colon));
-    const std::string_view value = trimmed(line.substr(colon + 1));
-    if (key == "processor") {
-      processors.emplace_back();
-    } else if (processors.empty()) {
-      continue;
-    } else if (key == "physical id") {
-      processors.back().package = parse<Uint32>(value).value_or(0);
-    } else if (key == "model name") {
-      processors.back().name = value;
-    } else if (key == "cpu MHz") {
-      processors.back().megahertz = value;
-    }
+std::vector<CIMInstance> processorsOf(const std::map<Uint32, CpuPackage>& packages) {
+  std::vector<CIMInstance> processors;
+  for (const auto& [number, package] : packages) {
+    const auto name = package.name.empty() ? std::nullopt : std::optional(toText(package.name));
+    processors.push_back(processorInstance(String("CPU " + std::to_string(number)), name,
+                                           package.megahertz, Structure({}, {})));
   }
   return processors;
 }
 
-// --- instances
-
-// MaxLen of the property in the class.
-constexpr std::size_t maxSystemName = 256;
-
-// Null, of the given type, where there is no value.
-template <typename Value>
-CIMProperty property(const char* name, const std::optional<Value>& value, CIMType type) {
-  return {name, value ? CIMValue(*value) : CIMValue(type, false)};
+void takeProcessorsFromCpuinfo(const HostBytes& bytes, const std::string& reason,
+                               Findings& findings) {
+  findings.processors = processorsOf(readCpuinfo(bytes.cpuinfo.value_or("")));
+  findings.messages.push_back(reason + (findings.processors.empty()
+                                            ? ", and cpuinfo lists no processors"
+                                            : ": processors and their clocks are from cpuinfo"));
 }
 
-CIMInstance systemInstance(const SystemFacts& facts, const std::string& hostName) {
-  CIMInstance instance("KVAXDT_ComputerSystemDetails");
-  instance.addProperty({"name", CIMValue(cut(toText(hostName), maxSystemName))});
-  instance.addProperty(property("model", facts.model, Pegasus::CIMTYPE_STRING));
-  instance.addProperty(property("serialNumber", facts.serialNumber, Pegasus::CIMTYPE_STRING));
-  instance.addProperty(property("manufacturer", facts.manufacturer, Pegasus::CIMTYPE_STRING));
-  return instance;
-}
-
-void addMakersFacts(CIMInstance& instance, const MakersFacts& facts) {
-  instance.addProperty(property("Manufacturer", facts.manufacturer, Pegasus::CIMTYPE_STRING));
-  instance.addProperty(property("PartNumber", facts.partNumber, Pegasus::CIMTYPE_STRING));
-  instance.addProperty(property("SerialNumber", facts.serialNumber, Pegasus::CIMTYPE_STRING));
-}
-
-CIMInstance processorInstance(const ProcessorFacts& facts) {
-  CIMInstance instance("KVAXDT_Processor");
-  instance.addProperty({"DeviceID", CIMValue(facts.deviceId)});
-  instance.addProperty(property("Name", facts.name, Pegasus::CIMTYPE_STRING));
-  instance.addProperty(
-      property("CurrentClockSpeed", facts.clockMegahertz, Pegasus::CIMTYPE_UINT32));
-  instance.addProperty(property("MaxClockSpeed", facts.maxClockMegahertz, Pegasus::CIMTYPE_UINT32));
-  instance.addProperty(
-      property("NumberOfEnabledCores", facts.enabledCores, Pegasus::CIMTYPE_UINT16));
-  addMakersFacts(instance, facts.makers);
-  return instance;
-}
-
-CIMInstance memoryInstance(const MemoryFacts& facts) {
-  CIMInstance instance("KVAXDT_PhysicalMemory");
-  instance.addProperty({"Tag", CIMValue(facts.tag)});
-  instance.addProperty(property("BankLabel", facts.bankLabel, Pegasus::CIMTYPE_STRING));
-  instance.addProperty(property("Capacity", facts.capacityBytes, Pegasus::CIMTYPE_UINT64));
-  instance.addProperty(property("ElementName", facts.locator, Pegasus::CIMTYPE_STRING));
-  instance.addProperty(property("MemoryType", facts.memoryType, Pegasus::CIMTYPE_UINT16));
-  instance.addProperty(property("MaxMemorySpeed", facts.maxSpeed, Pegasus::CIMTYPE_UINT32));
-  instance.addProperty(
-      property("ConfiguredMemoryClockSpeed", facts.configuredSpeed, Pegasus::CIMTYPE_UINT32));
-  addMakersFacts(instance, facts.makers);
-  return instance;
+void readTables(const HostBytes& bytes, const EntryPoint& entryPoint, const Models& models,
+                Findings& findings) {
+  const StructureTable table = readStructures(*bytes.table, entryPoint);
+  SmbiosReader smbios(bytes.hostName, models, findings);
+  smbios.read(table.structures);
+  if (!table.damage.empty()) {
+    findings.messages.push_back("the SMBIOS table is damaged: " + table.damage +
+                                "; the part before the damage is used");
+  }
+  if (!findings.system) {
+    findings.messages.emplace_back("the SMBIOS table does not describe the system");
+  }
+  if (!smbios.mentionsProcessors()) {
+    takeProcessorsFromCpuinfo(bytes, "the SMBIOS table does not mention processors", findings);
+  }
 }
 
 }  // namespace
 
 Inventory takeInventory(const HostBytes& bytes, const Models& models) {
-  Inventory inventory;
-  inventory.messages = bytes.messages;
-  if (bytes.areTablesUnreadable) {
-    inventory.messages.emplace_back(
-        "the SMBIOS tables cannot be read: the inventory of the host stays empty");
-    return inventory;
-  }
+  Findings findings{.messages = bytes.messages};
   const auto entryPoint = readEntryPoint(bytes.entryPoint.value_or(""));
-  if (entryPoint && bytes.table) {
-    readTables(bytes, *entryPoint, models, inventory);
+  if (bytes.areTablesUnreadable) {
+    findings.messages.emplace_back(
+        "the SMBIOS tables cannot be read: the inventory of the host stays empty");
+  } else if (entryPoint && bytes.table) {
+    readTables(bytes, *entryPoint, models, findings);
   } else {
     const bool isBroken = bytes.entryPoint && bytes.table;
     takeProcessorsFromCpuinfo(
         bytes, isBroken ? "the SMBIOS entry point is damaged" : "the host has no SMBIOS tables",
-        inventory);
+        findings);
   }
-  if (!inventory.system && models.any) {
-    inventory.system = {models.any, {}};
+  if (!findings.system && models.any && !bytes.areTablesUnreadable) {
+    findings.system = systemInstance(bytes.hostName, models.any, {}, {});
   }
+  Inventory inventory{std::move(findings.processors), std::move(findings.messages)};
+  auto& instances = inventory.instances;
+  if (findings.system) {
+    instances.insert(instances.begin(), *std::move(findings.system));
+  }
+  instances.insert(instances.end(), findings.memory.begin(), findings.memory.end());
   return inventory;
-}
-
-std::vector<ProcessorFacts> readCpuinfo(std::string_view text) {
-  std::map<Uint32, LogicalProcessor> packages;
-  for (const LogicalProcessor& processor : readLogicalProcessors(text)) {
-    if (packages.size() < maxPackages) {
-      packages.emplace(processor.package, processor);
-    }
-  }
-  std::vector<ProcessorFacts> result;
-  for (const auto& [number, processor] : packages) {
-    ProcessorFacts facts;
-    facts.deviceId = String(("CPU " + std::to_string(number)).c_str());
-    if (!processor.name.empty()) {
-      facts.name = toText(processor.name);
-    }
-    facts.clockMegahertz = toMegahertz(processor.megahertz);
-    result.push_back(std::move(facts));
-  }
-  return result;
-}
-
-std::vector<CIMInstance> makeInstances(const Inventory& inventory, const std::string& hostName) {
-  std::vector<CIMInstance> instances;
-  if (inventory.system) {
-    instances.push_back(systemInstance(*inventory.system, hostName));
-  }
-  for (const ProcessorFacts& processor : inventory.processors) {
-    instances.push_back(processorInstance(processor));
-  }
-  for (const MemoryFacts& memory : inventory.memory) {
-    instances.push_back(memoryInstance(memory));
-  }
-  return instances;
-}
-
-HostInventory describeHost(const HostBytes& bytes, const Models& models) {
-  Inventory inventory = takeInventory(bytes, models);
-  return {makeInstances(inventory, bytes.hostName), std::move(inventory.messages)};
 }
 
 }  // namespace cimd::host

@@ -1,9 +1,12 @@
 #include "model/names.h"
 
+#include <unistd.h>
 #include "text/ascii.h"
 #include "text/host_port.h"
 
+#include <array>
 #include <boost/asio/ip/address.hpp>
+#include <climits>
 
 namespace cimd {
 
@@ -13,6 +16,13 @@ FoldedName fold(const Pegasus::String& name) {
     c = Pegasus::text::lowered(c);
   }
   return folded;
+}
+
+std::string ownHostName() {
+  std::array<char, HOST_NAME_MAX + 1> name{};
+  // A name that was cut need not have a zero at its end.
+  const bool isKnown = gethostname(name.data(), name.size() - 1) == 0 && name[0] != '\0';
+  return isKnown ? name.data() : "localhost";
 }
 
 bool isLoopbackHost(std::string_view host) {

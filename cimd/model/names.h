@@ -20,6 +20,8 @@ using Pegasus::isIdentifier;
 using Pegasus::isNameSpaceName;
 using Pegasus::trimNameSpace;
 
+// The name of this host; "localhost" where it has none.
+std::string ownHostName();
 // True for localhost or a loopback address, with or without a port, as Host headers and object
 // paths have it.
 bool isLoopbackHost(std::string_view host);

@@ -103,7 +103,7 @@ host::Models Configuration::readModels() const {
 }
 
 void Configuration::declareHost(Repository& repository) const {
-  const host::HostInventory inventory = host::describeHost(*hostBytes_, readModels());
+  const host::Inventory inventory = host::takeInventory(*hostBytes_, readModels());
   for (const std::string& message : inventory.messages) {
     log_.warning(message);
   }

@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "host/host_files.h"
-#include "host/models.h"
+#include "host/sources.h"
 #include "log.h"
 #include "model/repository.h"
 #include "service/options.h"

@@ -17,7 +17,7 @@
 #include <system_error>
 
 #include "accounts.h"
-#include "host/host_files.h"
+#include "host/sources.h"
 #include "http/cim_handler.h"
 #include "http/connection_owner.h"
 #include "http/http_server.h"

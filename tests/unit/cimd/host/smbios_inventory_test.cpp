@@ -8,24 +8,26 @@
 namespace cimd::test {
 namespace {
 
-std::string utf8(const std::optional<String>& text) {
-  return text ? text->toUtf8() : "(none)";
+constexpr const char* systemClass = "KVAXDT_ComputerSystemDetails";
+constexpr const char* processorClass = "KVAXDT_Processor";
+constexpr const char* memoryClass = "KVAXDT_PhysicalMemory";
+
+// The first instance of the class.
+CIMInstance firstOf(const Inventory& inventory, const char* className) {
+  for (const CIMInstance& instance : inventory.instances) {
+    if (instance.getClassName() == className) {
+      return instance;
+    }
+  }
+  throw std::runtime_error(std::string("no instance of ") + className);
 }
 
 // The keys of processors and of memory.
 std::vector<std::string> deviceIds(const Inventory& inventory) {
-  std::vector<std::string> ids;
-  for (const ProcessorFacts& processor : inventory.processors) {
-    ids.push_back(processor.deviceId.toUtf8());
-  }
-  return ids;
+  return valuesOf(inventory, processorClass, "DeviceID");
 }
 std::vector<std::string> tags(const Inventory& inventory) {
-  std::vector<std::string> ids;
-  for (const MemoryFacts& memory : inventory.memory) {
-    ids.push_back(memory.tag.toUtf8());
-  }
-  return ids;
+  return valuesOf(inventory, memoryClass, "Tag");
 }
 std::vector<std::string> deviceIds(const std::vector<StructureBuilder>& structures) {
   return deviceIds(inventoryOf(structures));
@@ -34,27 +36,33 @@ std::vector<std::string> tags(const std::vector<StructureBuilder>& structures) {
   return tags(inventoryOf(structures));
 }
 
+// Model and serial number.
+using Texts = std::vector<std::string>;
+Texts systemTexts(const Inventory& inventory) {
+  const CIMInstance system = firstOf(inventory, systemClass);
+  return {textOf(system, "model"), textOf(system, "serialNumber")};
+}
+Texts systemTexts(const std::vector<StructureBuilder>& structures) {
+  return systemTexts(inventoryOf(structures));
+}
+
 TEST(SmbiosSystem, ProductNameOfTheFirstStructureIsTakenVerbatim) {
   const Inventory inventory = inventoryOf({systemStructure("  Server  123 -[1234ABX]-  ", " S1 "),
                                            systemStructure("of a second structure", "2")});
-  ASSERT_TRUE(inventory.system);
-  EXPECT_EQ(utf8(inventory.system->model), "  Server  123 -[1234ABX]-  ");
-  EXPECT_EQ(utf8(inventory.system->serialNumber), " S1 ");
+  EXPECT_EQ(systemTexts(inventory), (Texts{"  Server  123 -[1234ABX]-  ", " S1 "}));
+  EXPECT_EQ(valuesOf(inventory, systemClass, "model").size(), 1U);
 }
 
 TEST(SmbiosSystem, WithoutTextsBothAreMissing) {
   // The header alone, and the whole structure with string numbers of 0.
   for (const unsigned length : {4U, 0x1BU}) {
-    const Inventory inventory = inventoryOf({StructureBuilder(1, length)});
-    ASSERT_TRUE(inventory.system) << length;
-    EXPECT_EQ(utf8(inventory.system->model), "(none)");
-    EXPECT_EQ(utf8(inventory.system->serialNumber), "(none)");
+    EXPECT_EQ(systemTexts({StructureBuilder(1, length)}), (Texts{"null", "null"})) << length;
   }
 }
 
 TEST(SmbiosSystem, MissingStructureIsReported) {
   const Inventory inventory = inventoryOf({processorStructure("CPU0", 1)});
-  EXPECT_FALSE(inventory.system);
+  EXPECT_THAT(valuesOf(inventory, systemClass, "model"), IsEmpty());
   EXPECT_THAT(inventory.messages, ElementsAre("the SMBIOS table does not describe the system"));
 }
 
@@ -65,11 +73,10 @@ TEST(SmbiosSystem, PlaceholderIsNotAValue) {
         "O.E.M.", "00000000", "0000", "x.x", "X.X", "System Product Name"}) {
     const auto isNamed = HasSubstr("placeholder");
     const Inventory one = inventoryOf({systemStructure("a", text), processorStructure("CPU0", 1)});
-    EXPECT_EQ(utf8(one.system->model), "a");
-    EXPECT_EQ(utf8(one.system->serialNumber), "(none)") << text;
+    EXPECT_EQ(systemTexts(one), (Texts{"a", "null"})) << text;
     EXPECT_THAT(one.messages, ElementsAre(isNamed)) << text;
     const Inventory both = inventoryOf({systemStructure(text, text), processorStructure("C", 1)});
-    EXPECT_EQ(utf8(both.system->model), "(none)") << text;
+    EXPECT_EQ(systemTexts(both), (Texts{"null", "null"})) << text;
     EXPECT_THAT(both.messages, ElementsAre(isNamed, isNamed)) << text;
   }
   EXPECT_THAT(inventoryOf({systemStructure("OEM ", "1"), processorStructure("CPU0", 1)}).messages,
@@ -81,8 +88,7 @@ TEST(SmbiosSystem, TextLikeAPlaceholderIsAValue) {
   for (const char* text : {"None1", "Default string 7", "0", "000", "123456789", "X", "OEM 7"}) {
     const Inventory inventory =
         inventoryOf({systemStructure(text, text), processorStructure("CPU0", 1)});
-    EXPECT_EQ(utf8(inventory.system->model), text);
-    EXPECT_EQ(utf8(inventory.system->serialNumber), text);
+    EXPECT_EQ(systemTexts(inventory), (Texts{text, text}));
     EXPECT_THAT(inventory.messages, IsEmpty());
   }
 }
@@ -90,17 +96,18 @@ TEST(SmbiosSystem, TextLikeAPlaceholderIsAValue) {
 TEST(SmbiosProcessor, DesignationNameAndCurrentClock) {
   struct Case {
     unsigned speed;
-    std::optional<Uint32> clock;
+    const char* clock;
   };
-  for (const Case& c : {Case{2600, 2600}, {0xFFFF, 0xFFFF}, {0, std::nullopt}}) {
+  for (const Case& c : {Case{2600, "2600"}, {0xFFFF, "65535"}, {0, "null"}}) {
     HostBytes bytes = hostWith({processorStructure(" Proc 1 ", c.speed)
                                     .text(0x10, "Example CPU @ 2.60GHz   ")
                                     .word(0x14, 4000)});
     bytes.cpuinfo = "processor : 0\ncpu MHz : 2400.000\n";
     const Inventory inventory = takeInventory(bytes);
     ASSERT_EQ(deviceIds(inventory), std::vector<std::string>{"Proc 1"});
-    EXPECT_EQ(utf8(inventory.processors[0].name), "Example CPU @ 2.60GHz");
-    EXPECT_EQ(inventory.processors[0].clockMegahertz, c.clock) << "not the clock of cpuinfo";
+    const CIMInstance processor = firstOf(inventory, processorClass);
+    EXPECT_EQ(textOf(processor, "Name"), "Example CPU @ 2.60GHz");
+    EXPECT_EQ(textOf(processor, "CurrentClockSpeed"), c.clock) << "not the clock of cpuinfo";
   }
 }
 
@@ -128,92 +135,92 @@ TEST(SmbiosProcessor, EmptySocketsAreNotReplacedByCpuinfo) {
 TEST(SmbiosMemory, SizeAndExtendedSizeGiveTheCapacity) {
   constexpr Uint64 kibi = 1024;
   constexpr Uint64 mebi = kibi * kibi;
-  constexpr auto unknown = std::nullopt;
   struct Case {
     unsigned size;
     std::uint32_t extended;
-    std::optional<Uint64> capacity;
+    Uint64 capacity;  // 0 for null
+  };
+  const auto capacityOf = [](const StructureBuilder& memory) {
+    return textOf(firstOf(inventoryOf({memory}), memoryClass), "Capacity");
   };
   for (const Case& c : {Case{1, 0, mebi},
                         {0x7FFE, 0, 0x7FFE * mebi},
                         {0x8001, 0, kibi},  // bit 15: in kibibytes
                         {0x8000 | 1536, 0, 1536 * kibi},
                         {0xFFFE, 0, 0x7FFE * kibi},
-                        {0xFFFF, 0, unknown},
+                        {0xFFFF, 0, 0},
                         {512, 65536, 512 * mebi},
                         {0x7FFF, 65536, 65536 * mebi},
                         {0x7FFF, 0xFFFFFFFF, 0x7FFFFFFF * mebi},  // the highest bit is reserved
-                        {0x7FFF, 0, unknown}}) {
-    const auto memory = inventoryOf({memoryStructure("a", c.size).doubleWord(0x1C, c.extended)});
-    ASSERT_EQ(memory.memory.size(), 1U) << c.size << " is a module";
-    EXPECT_EQ(memory.memory[0].capacityBytes, c.capacity) << c.size << ' ' << c.extended;
+                        {0x7FFF, 0, 0}}) {
+    EXPECT_EQ(capacityOf(memoryStructure("a", c.size).doubleWord(0x1C, c.extended)),
+              c.capacity == 0 ? "null" : std::to_string(c.capacity))
+        << c.size << ' ' << c.extended;
   }
-  const auto withoutExtended = StructureBuilder(17, 0x1B).text(0x10, "a").word(0x0C, 0x7FFF);
-  EXPECT_EQ(inventoryOf({withoutExtended}).memory.at(0).capacityBytes, 0x7FFF * mebi);
+  EXPECT_EQ(capacityOf(StructureBuilder(17, 0x1B).text(0x10, "a").word(0x0C, 0x7FFF)),
+            std::to_string(0x7FFF * mebi));
 }
 
 TEST(SmbiosMemory, SpeedsAndTypeAreThoseOfTheDmtf) {
   struct Case {
     unsigned smbios;
-    std::optional<Uint16> dmtf;
+    const char* dmtf;
   };
-  for (const Case& c : {Case{0x0F, 17},
-                        {0x12, 20},
-                        {0x13, 21},
-                        {0x14, 23},
-                        {0x18, 24},
-                        {0x1A, 26},
-                        {0x22, 34},
-                        {0x23, 35},
-                        {0x24, std::nullopt},
-                        {2, std::nullopt}}) {
-    EXPECT_EQ(inventoryOf({memoryStructure("a", 1).byte(0x12, c.smbios)}).memory.at(0).memoryType,
-              c.dmtf)
+  const auto memoryOf = [](const StructureBuilder& structure) {
+    return firstOf(inventoryOf({structure}), memoryClass);
+  };
+  for (const Case& c : {Case{0x0F, "17"},
+                        {0x12, "20"},
+                        {0x13, "21"},
+                        {0x14, "23"},
+                        {0x18, "24"},
+                        {0x1A, "26"},
+                        {0x22, "34"},
+                        {0x23, "35"},
+                        {0x24, "null"},
+                        {2, "null"}}) {
+    EXPECT_EQ(textOf(memoryOf(memoryStructure("a", 1).byte(0x12, c.smbios)), "MemoryType"), c.dmtf)
         << c.smbios;
   }
-  const auto speedsOf = [](const StructureBuilder& structure) {
-    const MemoryFacts facts = inventoryOf({structure}).memory.at(0);
-    return std::pair(facts.maxSpeed, facts.configuredSpeed);
+  const auto speedsOf = [&](const StructureBuilder& structure) {
+    const CIMInstance memory = memoryOf(structure);
+    return textOf(memory, "MaxMemorySpeed") + ' ' + textOf(memory, "ConfiguredMemoryClockSpeed");
   };
   const StructureBuilder device = StructureBuilder(17, 0x5C).text(0x10, "a").word(0x0C, 1);
   const auto speeds = [&](unsigned speed, unsigned configured) {
     return StructureBuilder(device).word(0x15, speed).word(0x20, configured);
   };
-  using Speeds = std::pair<std::optional<Uint32>, std::optional<Uint32>>;
-  EXPECT_EQ(speedsOf(speeds(3200, 2933)), Speeds(3200, 2933));
-  EXPECT_EQ(speedsOf(speeds(0, 0)), Speeds());
-  EXPECT_EQ(speedsOf(speeds(0xFFFF, 0xFFFF)), Speeds());
+  EXPECT_EQ(speedsOf(speeds(3200, 2933)), "3200 2933");
+  EXPECT_EQ(speedsOf(speeds(0, 0)), "null null");
+  EXPECT_EQ(speedsOf(speeds(0xFFFF, 0xFFFF)), "null null");
   EXPECT_EQ(speedsOf(speeds(0xFFFF, 0xFFFF).doubleWord(0x54, 70000).doubleWord(0x58, 0x80011170)),
-            Speeds(70000, 70000));
+            "70000 70000");
 }
 
 TEST(SmbiosProcessor, MoreThan254CoresAreInTheWord) {
   const auto coresOf = [](unsigned cores, unsigned word) {
-    return inventoryOf({processorStructure("a", 1).byte(0x24, cores).word(0x2C, word)})
-        .processors.at(0)
-        .enabledCores;
+    const auto processor = processorStructure("a", 1).byte(0x24, cores).word(0x2C, word);
+    return textOf(firstOf(inventoryOf({processor}), processorClass), "NumberOfEnabledCores");
   };
-  EXPECT_EQ(coresOf(8, 300), Uint16{8});
-  EXPECT_EQ(coresOf(0xFF, 300), Uint16{300});
-  EXPECT_EQ(coresOf(0, 300), std::nullopt);
+  EXPECT_EQ(coresOf(8, 300), "8");
+  EXPECT_EQ(coresOf(0xFF, 300), "300");
+  EXPECT_EQ(coresOf(0, 300), "null");
 }
 
 TEST(SmbiosMakers, PlaceholdersAreMissingAndLongTextsAreCut) {
-  const std::string name(70000, 'x');
   const auto makers = [](std::string_view text) {
-    return inventoryOf({memoryStructure("a", 1).text(0x17, text).text(0x18, text).text(0x1A, text)})
-        .memory.at(0)
-        .makers;
+    const CIMInstance memory = firstOf(
+        inventoryOf({memoryStructure("a", 1).text(0x17, text).text(0x18, text).text(0x1A, text)}),
+        memoryClass);
+    return Texts{textOf(memory, "Manufacturer"), textOf(memory, "PartNumber"),
+                 textOf(memory, "SerialNumber")};
   };
-  const MakersFacts cut = makers(name);
-  EXPECT_EQ(cut.manufacturer->size(), 256U);
-  EXPECT_EQ(cut.partNumber->size(), 256U);
-  EXPECT_EQ(cut.serialNumber->size(), 64U);
+  EXPECT_EQ(makers(std::string(70000, 'x')),
+            (Texts{std::string(256, 'x'), std::string(256, 'x'), std::string(64, 'x')}));
   for (const char* text : {"Unknown", "00000000", " ", "Not Specified"}) {
-    const MakersFacts none = makers(text);
-    EXPECT_FALSE(none.manufacturer || none.partNumber || none.serialNumber) << text;
+    EXPECT_EQ(makers(text), (Texts{"null", "null", "null"})) << text;
   }
-  EXPECT_EQ(utf8(makers(" HMA82  ").partNumber), "HMA82");
+  EXPECT_EQ(makers(" HMA82  "), (Texts{"HMA82", "HMA82", "HMA82"}));
 }
 
 TEST(SmbiosMemory, EmptySlotsAreLeftOut) {
@@ -230,10 +237,9 @@ TEST(SmbiosMemory, TagAndBankLabel) {
       StructureBuilder(17, 0x28).word(0x0C, 1),
   });
   EXPECT_THAT(tags(inventory), ElementsAre("DIMM A1", "DIMM A2", "BANK 2", "Memory"));
-  EXPECT_EQ(utf8(inventory.memory[0].bankLabel), "BANK 0");
-  EXPECT_EQ(utf8(inventory.memory[1].bankLabel), "DIMM A2") << "the socket, without a bank";
-  EXPECT_EQ(utf8(inventory.memory[2].bankLabel), "BANK 2");
-  EXPECT_EQ(utf8(inventory.memory[3].bankLabel), "(none)");
+  // Without a bank it is the socket.
+  EXPECT_THAT(valuesOf(inventory, memoryClass, "BankLabel"),
+              ElementsAre("BANK 0", "DIMM A2", "BANK 2", "null"));
 }
 
 TEST(SmbiosMemory, RepeatedLocatorsGetTheirBankIntoTheName) {
@@ -274,17 +280,16 @@ TEST(SmbiosKeys, LongDesignationsAreCutAndStillUnique) {
   const Inventory inventory = inventoryOf(
       {processorStructure(name + "1", 1), processorStructure(name + "2", 1),
        memoryStructure(name + "1", 1).text(0x11, name), memoryStructure(name + "2", 1)});
-  EXPECT_EQ(inventory.processors[0].deviceId.size(), 57U);
-  EXPECT_EQ(inventory.processors[1].deviceId.toUtf8(), std::string(57, 'x') + " #2");
-  EXPECT_EQ(inventory.memory[1].tag.toUtf8(), std::string(249, 'x') + " #2");
-  EXPECT_EQ(inventory.memory[0].bankLabel->size(), 64U);
+  EXPECT_THAT(deviceIds(inventory),
+              ElementsAre(std::string(57, 'x'), std::string(57, 'x') + " #2"));
+  EXPECT_EQ(tags(inventory).at(1), std::string(249, 'x') + " #2");
+  EXPECT_EQ(valuesOf(inventory, memoryClass, "BankLabel").at(0), std::string(64, 'x'));
 }
 
 TEST(SmbiosKeys, NoCharacterIsCutInTwo) {
   // One unit before the place of the cut, a character of two.
-  const Inventory inventory =
-      inventoryOf({processorStructure(std::string(56, 'x') + "\xF0\x9F\x98\x80", 1)});
-  EXPECT_EQ(inventory.processors[0].deviceId.toUtf8(), std::string(56, 'x'));
+  EXPECT_THAT(deviceIds({processorStructure(std::string(56, 'x') + "\xF0\x9F\x98\x80", 1)}),
+              ElementsAre(std::string(56, 'x')));
 }
 
 // Numbering that starts again for each of them would take minutes.
@@ -311,9 +316,7 @@ TEST(SmbiosTexts, Utf8AndEverythingElse) {
              "c",
              "a?b?c"},
         Case{"\xEF\xBF\xBF", "?"}, Case{"a\tb", "a\tb"}}) {
-    const Inventory inventory = inventoryOf({systemStructure(c.firmware, c.firmware)});
-    EXPECT_EQ(utf8(inventory.system->model), c.text);
-    EXPECT_EQ(utf8(inventory.system->serialNumber), c.text);
+    EXPECT_EQ(systemTexts({systemStructure(c.firmware, c.firmware)}), (Texts{c.text, c.text}));
   }
 }
 
@@ -322,7 +325,7 @@ TEST(SmbiosInventory, StructuresComeInAnyOrderAmongOthers) {
       inventoryOf({memoryStructure("m", 1), StructureBuilder(0, 0x18), processorStructure("p", 1),
                    memoryStructure("inactive", 1).byte(0, 126),
                    StructureBuilder(221, 9).text(4, "other"), systemStructure("s", "1")});
-  EXPECT_EQ(utf8(inventory.system->model), "s");
+  EXPECT_EQ(systemTexts(inventory), (Texts{"s", "1"}));
   EXPECT_THAT(deviceIds(inventory), ElementsAre("p"));
   EXPECT_THAT(tags(inventory), ElementsAre("m"));
   EXPECT_THAT(inventory.messages, IsEmpty());
@@ -332,7 +335,7 @@ TEST(SmbiosInventory, StructuresBeforeDamageAreKeptAndDamageIsReported) {
   HostBytes bytes = hostWith(
       {systemStructure("s", "1"), processorStructure("p", 1), memoryStructure("m", 1).byte(1, 3)});
   const Inventory inventory = takeInventory(bytes);
-  EXPECT_EQ(utf8(inventory.system->model), "s");
+  EXPECT_EQ(systemTexts(inventory), (Texts{"s", "1"}));
   EXPECT_THAT(deviceIds(inventory), ElementsAre("p"));
   EXPECT_THAT(tags(inventory), IsEmpty());
   EXPECT_THAT(inventory.messages,

@@ -1,8 +1,8 @@
 // SMBIOS tables made to measure.
 #pragma once
 
-#include "host/host_files.h"
 #include "host/inventory.h"
+#include "host/sources.h"
 
 #include <cstdint>
 #include <string>
@@ -137,6 +137,24 @@ inline HostBytes hostWith(const std::vector<StructureBuilder>& structures) {
 
 inline Inventory inventoryOf(const std::vector<StructureBuilder>& structures) {
   return takeInventory(hostWith(structures));
+}
+
+// The text of a value, "null" for null.
+inline std::string textOf(const CIMInstance& instance, const char* property) {
+  const CIMValue& value = instance.getProperty(instance.findProperty(property)).getValue();
+  return value.isNull() ? "null" : value.toString().toUtf8();
+}
+
+// One property of each instance of the class, in their order.
+inline std::vector<std::string> valuesOf(const Inventory& inventory, const char* className,
+                                         const char* property) {
+  std::vector<std::string> values;
+  for (const CIMInstance& instance : inventory.instances) {
+    if (instance.getClassName() == className) {
+      values.push_back(textOf(instance, property));
+    }
+  }
+  return values;
 }
 
 // A machine in the directory of recorded tables.

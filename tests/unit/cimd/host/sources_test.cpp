@@ -1,7 +1,6 @@
 // The sources of an inventory beside the SMBIOS tables: their files, cpuinfo, models.
 #include <sys/stat.h>
 #include <unistd.h>
-#include "host/models.h"
 
 #include <array>
 #include <stdexcept>
@@ -103,15 +102,11 @@ TEST_F(HostFiles, ReasonIsReportedWhenOneCannotBeOpened) {
 
 // --- cpuinfo
 
-std::string describe(const ProcessorFacts& processor) {
-  return processor.deviceId.toUtf8() + '|' + (processor.name ? processor.name->toUtf8() : "none") +
-         '|' + (processor.clockMegahertz ? std::to_string(*processor.clockMegahertz) : "none");
-}
-
 std::vector<std::string> processorsIn(std::string_view cpuinfo) {
   std::vector<std::string> result;
-  for (const ProcessorFacts& processor : readCpuinfo(cpuinfo)) {
-    result.push_back(describe(processor));
+  for (const auto& [number, package] : readCpuinfo(cpuinfo)) {
+    result.push_back(std::to_string(number) + '|' + std::string(package.name) + '|' +
+                     (package.megahertz ? std::to_string(*package.megahertz) : "none"));
   }
   return result;
 }
@@ -123,27 +118,26 @@ TEST(Cpuinfo, OneProcessorForEachPackage) {
                            "physical id\t: 0\n\n"
                            "processor\t: 2\nmodel name\t: Example CPU\ncpu MHz\t\t: 1200.5\n"
                            "physical id\t: 1\n\n"),
-              ElementsAre("CPU 0|Example CPU|800", "CPU 1|Example CPU|2500"));
+              ElementsAre("0|Example CPU|800", "1|Example CPU|2500"));
   EXPECT_THAT(processorsIn("processor:0\nphysical id:10\nprocessor:1\nphysical id:9\n"),
-              ElementsAre("CPU 9|none|none", "CPU 10|none|none"))
+              ElementsAre("9||none", "10||none"))
       << "in the order of their numbers";
 }
 
 TEST(Cpuinfo, WithoutPackagesThereIsOneProcessor) {
   EXPECT_THAT(processorsIn("processor\t: 0\nBogoMIPS\t: 50.00\n\nprocessor\t: 1\n\n"
                            "Hardware\t: Example Board\nmodel name : late\n"),
-              ElementsAre("CPU 0|none|none"));
+              ElementsAre("0||none"));
 }
 
 TEST(Cpuinfo, OnlyAPositiveNumberIsAClock) {
   for (const char* text : {"", "fast", "0.000", "-5", "nan", "inf", "1e300", "4294967296", "24 00",
                            "2400MHz", "0x960"}) {
     EXPECT_THAT(processorsIn(std::string("processor : 0\ncpu MHz : ") + text),
-                ElementsAre("CPU 0|none|none"))
+                ElementsAre("0||none"))
         << text;
   }
-  EXPECT_THAT(processorsIn("processor : 0\ncpu MHz : 4294967294"),
-              ElementsAre("CPU 0|none|4294967294"));
+  EXPECT_THAT(processorsIn("processor : 0\ncpu MHz : 4294967294"), ElementsAre("0||4294967294"));
 }
 
 TEST(Cpuinfo, OtherTextsHaveNoProcessors) {
@@ -211,11 +205,15 @@ TEST(HostWithoutSmbios, HasItsProcessorsFromCpuinfoAndReportsThat) {
           "the SMBIOS tables cannot be read: the inventory of the host stays empty"}}}) {
     SCOPED_TRACE(c.what);
     const Inventory inventory = takeInventory(c.bytes);
-    EXPECT_EQ(inventory.system.has_value(), c.hasSystem);
-    EXPECT_THAT(inventory.memory, IsEmpty());
+    EXPECT_EQ(valuesOf(inventory, "KVAXDT_ComputerSystemDetails", "model").size(),
+              c.hasSystem ? 1U : 0U);
+    EXPECT_THAT(valuesOf(inventory, "KVAXDT_PhysicalMemory", "Tag"), IsEmpty());
     std::vector<std::string> processors;
-    for (const ProcessorFacts& found : inventory.processors) {
-      processors.push_back(describe(found));
+    for (const CIMInstance& instance : inventory.instances) {
+      if (instance.getClassName() == "KVAXDT_Processor") {
+        processors.push_back(textOf(instance, "DeviceID") + '|' + textOf(instance, "Name") + '|' +
+                             textOf(instance, "CurrentClockSpeed"));
+      }
     }
     EXPECT_EQ(processors, c.processors);
     EXPECT_EQ(inventory.messages, c.messages);
@@ -256,10 +254,10 @@ TEST(Models, ModelTakesThePlaceOfTheProductName) {
   const auto modelOf = [](const char* product, const Models& models) {
     const Inventory inventory = takeInventory(
         hostWith({systemStructure(product, "S1"), processorStructure("CPU", 1800)}), models);
-    EXPECT_EQ(inventory.system->serialNumber, String("S1"));
-    EXPECT_EQ(inventory.processors.size(), 1U) << "the rest stays";
+    EXPECT_EQ(inventory.instances.size(), 2U) << "the rest stays";
+    EXPECT_EQ(textOf(inventory.instances.at(0), "serialNumber"), "S1");
     EXPECT_TRUE(inventory.messages.empty());
-    return inventory.system->model.value_or("none").toUtf8();
+    return textOf(inventory.instances.at(0), "model");
   };
   EXPECT_EQ(modelOf(" ProL ", byProduct), "1234");
   EXPECT_EQ(modelOf("ProL 5", byProduct), "ProL 5");
@@ -269,11 +267,14 @@ TEST(Models, ModelTakesThePlaceOfTheProductName) {
 
 TEST(Models, OneForEveryMachineNeedsNoProductName) {
   const Models any = {.any = "3456"};
-  EXPECT_EQ(takeInventory(hostWith({}), any).system->model, String("3456"));
-  EXPECT_EQ(takeInventory(HostBytes(), any).system->model, String("3456"));
+  const auto modelOf = [&](const HostBytes& bytes) {
+    return valuesOf(takeInventory(bytes, any), "KVAXDT_ComputerSystemDetails", "model");
+  };
+  EXPECT_THAT(modelOf(hostWith({})), ElementsAre("3456"));
+  EXPECT_THAT(modelOf(HostBytes()), ElementsAre("3456"));
   HostBytes unreadable;
   unreadable.areTablesUnreadable = true;
-  EXPECT_FALSE(takeInventory(unreadable, any).system);
+  EXPECT_THAT(modelOf(unreadable), IsEmpty());
 }
 
 }  // namespace
