@@ -14,22 +14,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class Descriptor {
- public:
-  Descriptor(const fs::path& path, int flags) : number_(open(path.c_str(), flags)) {}
-  ~Descriptor() {
-    if (number_ >= 0) {
-      static_cast<void>(close(number_));
-    }
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int number() const { return number_; }
-
- private:
-  int number_;
-};
-
 [[noreturn]] void throwSystemError(const char* action, const fs::path& path) {
   const int error = errno;
   throw FileError(std::string("cannot ") + action + " " + path.string() + ": " +
@@ -39,11 +23,18 @@ class Descriptor {
 
 }  // namespace
 
+Descriptor::~Descriptor() {
+  if (isOpen()) {
+    static_cast<void>(close(number_));
+  }
+}
+
 std::string readFile(const fs::path& path, std::size_t limit, FileKind kind) {
   const bool isRegularOnly = kind == FileKind::regular;
   // Without waiting for a writer, should a file that must be regular be a named pipe.
-  const Descriptor file(path, O_RDONLY | O_CLOEXEC | (isRegularOnly ? O_NONBLOCK : 0));
-  if (file.number() < 0) {
+  const int flags = O_RDONLY | O_CLOEXEC | (isRegularOnly ? O_NONBLOCK : 0);
+  const Descriptor file(open(path.c_str(), flags));
+  if (!file.isOpen()) {
     throwSystemError("open", path);
   }
   struct stat status = {};

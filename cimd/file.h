@@ -1,4 +1,4 @@
-// Reads files as a whole.
+// Files of the system: open ones, and the bytes of whole ones.
 #pragma once
 
 #include <cstddef>
@@ -7,6 +7,22 @@
 #include <string>
 
 namespace cimd {
+
+// An open file or socket, closed at the end.
+class Descriptor {
+ public:
+  // A negative number, as the system returns for an error, is none.
+  explicit Descriptor(int number) : number_(number) {}
+  ~Descriptor();
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  bool isOpen() const { return number_ >= 0; }
+  int number() const { return number_; }
+
+ private:
+  int number_;
+};
 
 // A file that cannot be read. what() names it and the reason, in one line for people.
 class FileError : public std::runtime_error {

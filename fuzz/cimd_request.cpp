@@ -7,7 +7,7 @@
 #include "http/cim_handler.h"
 #include "http/http_server.h"
 #include "http/http_session.h"
-#include "model/journal.h"
+#include "model/name_space.h"
 #include "mof/loader.h"
 #include "xml/decoder.h"
 #include "xml/document.h"

@@ -4,7 +4,7 @@
 #include <unistd.h>
 #include "model/repository.h"
 #include "mof/loader.h"
-#include "operations/schema_operations.h"
+#include "operations/operations.h"
 #include "xml/document.h"
 #include "xml/request.h"
 

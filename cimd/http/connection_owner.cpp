@@ -6,13 +6,14 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <system_error>
+
+#include "file.h"
 
 namespace cimd {
 
@@ -30,21 +31,18 @@ constexpr uid_t overflowAccount = 65534;
 
 class NetlinkSocket {
  public:
-  NetlinkSocket() : number_(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG)) {
-    if (number_ < 0) {
+  NetlinkSocket() : socket_(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG)) {
+    if (!socket_.isOpen()) {
       throwErrno(errno);
     }
   }
-  ~NetlinkSocket() { static_cast<void>(close(number_)); }
-  NetlinkSocket(const NetlinkSocket&) = delete;
-  NetlinkSocket& operator=(const NetlinkSocket&) = delete;
 
   template <typename Message>
   void send(const Message& message) const {
     sockaddr_nl kernel{};
     kernel.nl_family = AF_NETLINK;
-    if (sendto(number_, &message, sizeof message, 0, reinterpret_cast<const sockaddr*>(&kernel),
-               sizeof kernel) < 0) {
+    if (sendto(socket_.number(), &message, sizeof message, 0,
+               reinterpret_cast<const sockaddr*>(&kernel), sizeof kernel) < 0) {
       throwErrno(errno);
     }
   }
@@ -54,7 +52,7 @@ class NetlinkSocket {
   std::size_t receive(Bytes& bytes) const {
     sockaddr_nl from{};
     socklen_t size = sizeof from;
-    const ssize_t count = recvfrom(number_, bytes.data(), bytes.size(), MSG_DONTWAIT,
+    const ssize_t count = recvfrom(socket_.number(), bytes.data(), bytes.size(), MSG_DONTWAIT,
                                    reinterpret_cast<sockaddr*>(&from), &size);
     if (count < 0) {
       throwErrno(errno);
@@ -66,7 +64,7 @@ class NetlinkSocket {
   }
 
  private:
-  int number_;
+  Descriptor socket_;
 };
 
 // An IPv4 address in the form of IPv6 is that IPv4 address.

@@ -11,9 +11,8 @@
 #include <memory>
 
 #include "http/connection_owner.h"
-#include "http/memory_budget.h"
+#include "http/fairness.h"
 #include "http/request_handler.h"
-#include "http/turns.h"
 
 namespace cimd {
 

@@ -7,7 +7,6 @@
 #include <optional>
 #include <string>
 
-#include "model/class.h"
 #include "model/schema.h"
 
 namespace cimd {

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "model/class.h"
 #include "model/instance_key.h"
+#include "model/schema.h"
 
 namespace cimd {
 

@@ -1,19 +1,70 @@
-// One namespace: its schema and instances, and the operations on them with their CIM errors.
+// One namespace: its schema and instances, the operations on them with their CIM errors, and what
+// each change passes: the limits on what clients publish, and the journal.
 #pragma once
 
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/CIMPropertyList.h>
 
+#include <string>
 #include <string_view>
 #include <vector>
 
+#include "model/errors.h"
+#include "model/instance_key.h"
 #include "model/instance_store.h"
-#include "model/journal.h"
-#include "model/quota.h"
 #include "model/schema.h"
 
 namespace cimd {
+
+// How much clients may publish, in all namespaces together. Instances that were stored with other
+// limits are loaded and counted all the same: then instances can be changed to smaller ones and
+// deleted, but not created.
+struct Quota {
+  std::size_t maxInstances = 10'000;
+  // The size of their CIM-XML. In memory an instance takes about four times as much.
+  std::size_t maxBytes = std::size_t{64} << 20U;
+  std::size_t instances = 0;
+  std::size_t bytes = 0;
+
+  bool isExceeded() const { return instances > maxInstances || bytes > maxBytes; }
+
+  // Throws CIMException (SERVER_LIMITS_EXCEEDED) when there is no place for one more instance, or
+  // for this many bytes more.
+  void checkInstance(std::size_t size) const {
+    if (instances >= maxInstances) {
+      refuse("there are " + std::to_string(instances) + " published instances");
+    }
+    checkBytes(size);
+  }
+  void checkBytes(std::size_t more) const {
+    if (more > maxBytes || bytes > maxBytes - more) {
+      refuse("published instances would have more than " + std::to_string(maxBytes) + " bytes");
+    }
+  }
+
+ private:
+  [[noreturn]] static void refuse(const std::string& detail) {
+    throwCimError(Pegasus::CIM_ERR_SERVER_LIMITS_EXCEEDED, Pegasus::String(detail));
+  }
+};
+
+// The receiver of each change to the instances, before the change is made in memory.
+//
+// Both functions return only when the change is durable. When they cannot make it so, they throw
+// CIMException (FAILED) and have changed nothing. A later try may succeed. One thread at a time.
+class Journal {
+ public:
+  virtual ~Journal() = default;
+
+  // The instance has been created under this key, or replaces the one that was there. A replacement
+  // keeps the place of the first in the order of creation. `instanceXml` is its INSTANCE element
+  // (DMTF DSP0201), in UTF-8.
+  virtual void put(const Pegasus::String& nameSpace, const InstanceKey& key,
+                   const Pegasus::String& className, std::string_view instanceXml) = 0;
+  // The instance is gone. One that is not in the journal is not an error.
+  virtual void remove(const Pegasus::String& nameSpace, const InstanceKey& key) = 0;
+};
 
 // When a client published an instance.
 enum class Origin {

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "model/name_space.h"
-#include "model/quota.h"
 
 namespace cimd {
 

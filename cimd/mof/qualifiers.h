@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
-#include "model/class.h"
 #include "model/names.h"
-#include "mof/syntax.h"
+#include "model/schema.h"
+#include "mof/parser.h"
 
 namespace cimd::mof {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "model/repository.h"
-#include "mof/syntax.h"
+#include "mof/parser.h"
 
 namespace cimd::mof {
 

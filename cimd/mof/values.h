@@ -6,7 +6,7 @@
 
 #include <functional>
 
-#include "mof/syntax.h"
+#include "mof/parser.h"
 
 namespace cimd::mof {
 

@@ -1,6 +1,4 @@
-#include "operations/computed_name_space.h"
-
-#include <unistd.h>
+#include "operations/operations.h"
 
 #include <algorithm>
 #include <array>
@@ -50,17 +48,6 @@ std::map<FoldedName, String> children(const Repository& repository, const Folded
   return found;
 }
 
-String hostName() {
-  std::array<char, 256> name{};
-  // A longer name is cut; the last byte stays NUL.
-  return gethostname(name.data(), name.size() - 1) == 0 ? String(name.data()) : String("localhost");
-}
-
-struct Text {
-  const char* property;
-  String value;
-};
-
 // A class of string properties; the first `keys` of them are its keys.
 void define(NameSpace& nameSpace, const char* className, std::size_t keys,
             const std::vector<const char*>& names) {
@@ -99,7 +86,7 @@ void declareChildren(NameSpace& nameSpace, const std::map<FoldedName, String>& n
 
 void declareManagerAndNameSpaces(NameSpace& nameSpace, const Repository& repository) {
   const String systemClass = "CIM_ComputerSystem";
-  const String system = hostName();
+  const String system = String(std::string_view(ownHostName()));
   const String manager = "morvik-cimd";
   define(nameSpace, managerClass, 4,
          {"SystemCreationClassName", "SystemName", "CreationClassName", "Name", "ElementName",

@@ -11,9 +11,7 @@
 
 #include "model/errors.h"
 #include "model/names.h"
-#include "operations/computed_name_space.h"
-#include "operations/instance_operations.h"
-#include "operations/schema_operations.h"
+#include "operations/operations.h"
 
 namespace cimd {
 

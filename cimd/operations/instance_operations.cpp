@@ -1,12 +1,10 @@
-#include "operations/instance_operations.h"
+#include "operations/operations.h"
 
 #include "xml/encoder.h"
 
 #include <algorithm>
 
 #include "model/instance_values.h"
-#include "operations/parameters.h"
-#include "operations/schema_operations.h"
 
 namespace cimd {
 

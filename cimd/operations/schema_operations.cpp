@@ -1,4 +1,4 @@
-#include "operations/schema_operations.h"
+#include "operations/operations.h"
 
 #include <Pegasus/Common/CIMProperty.h>
 #include "xml/encoder.h"
@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "model/instance_values.h"
-#include "operations/parameters.h"
 
 namespace cimd {
 

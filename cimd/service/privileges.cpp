@@ -18,6 +18,7 @@
 #include <system_error>
 
 #include "accounts.h"
+#include "file.h"
 #include "service/configuration.h"
 
 namespace cimd {
@@ -47,13 +48,10 @@ bool isClosedTo(const AccountIds& account, const std::filesystem::path& file) {
   // capabilities for files are gone as well.
   setfsgid(account.group);
   setfsuid(account.user);
-  const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  const bool isClosed = descriptor < 0 && errno == EACCES;
+  const Descriptor opened(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const bool isClosed = !opened.isOpen() && errno == EACCES;
   setfsuid(geteuid());
   setfsgid(getegid());
-  if (descriptor >= 0) {
-    close(descriptor);
-  }
   return isClosed;
 }
 

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <string>
 
+#include "file.h"
 #include "service/configuration.h"
 
 namespace cimd {
@@ -74,14 +75,10 @@ void notifySystemd(std::string_view state) {
   if (name[0] == '@') {
     address.sun_path[0] = '\0';  // the abstract namespace, written with "@" in the environment
   }
-  const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  if (socket < 0) {
-    return;
-  }
+  const Descriptor sender(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + length);
-  static_cast<void>(sendto(socket, state.data(), state.size(), MSG_NOSIGNAL,
+  static_cast<void>(sendto(sender.number(), state.data(), state.size(), MSG_NOSIGNAL,
                            reinterpret_cast<const sockaddr*>(&address), size));
-  ::close(socket);
 }
 
 }  // namespace cimd

@@ -15,7 +15,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "model/journal.h"
+#include "model/name_space.h"
 #include "store/sqlite.h"
 #include "store/store_file.h"
 

@@ -350,36 +350,28 @@ class Salvage {
 // --- files
 
 void writeNew(const fs::path& file, string_view bytes) {
-  const int descriptor = open(file.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600);
-  if (descriptor < 0) {
+  const Descriptor created(open(file.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600));
+  if (!created.isOpen()) {
     throw StoreError(file, "cannot create: " + std::system_category().message(errno));
   }
   while (!bytes.empty()) {
-    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
+    const ssize_t written = write(created.number(), bytes.data(), bytes.size());
     if (written <= 0) {
-      const std::string cause = std::system_category().message(errno);
-      close(descriptor);
-      throw StoreError(file, "cannot write: " + cause);
+      throw StoreError(file, "cannot write: " + std::system_category().message(errno));
     }
     bytes.remove_prefix(static_cast<std::size_t>(written));
   }
-  close(descriptor);
 }
 
 // By the bytes of the file that SQLite locks.
 bool isInUse(const fs::path& file) {
-  const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor < 0) {
-    return false;
-  }
+  const Descriptor opened(open(file.c_str(), O_RDONLY | O_CLOEXEC));
   struct flock lock = {};
   lock.l_type = F_RDLCK;
   lock.l_whence = SEEK_SET;
   lock.l_start = 0x40000000;
   lock.l_len = 512;
-  const bool isLocked = fcntl(descriptor, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
-  close(descriptor);
-  return isLocked;
+  return opened.isOpen() && fcntl(opened.number(), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
 // A copy of the store, to undo in it what its journal says.

@@ -53,10 +53,8 @@ constexpr const char* setAsideTableText =
 // SQLite would let everyone read the file. A name that is there already is left for SQLite to open:
 // closing a file drops all locks that this process holds on it.
 void createIfMissing(const fs::path& file) {
-  const int descriptor = open(file.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0600);
-  if (descriptor >= 0) {
-    close(descriptor);
-  } else if (errno != EEXIST) {
+  const Descriptor created(open(file.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0600));
+  if (!created.isOpen() && errno != EEXIST) {
     failWithErrno(file, "cannot create");
   }
 }
@@ -279,29 +277,27 @@ void convert(Connection& database) {
 }
 
 void syncDirectory(const fs::path& directory) {
-  const int descriptor = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor >= 0) {
-    fsync(descriptor);
-    close(descriptor);
+  const Descriptor opened(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (opened.isOpen()) {
+    fsync(opened.number());
   }
 }
 
 // Makes the journal, or extends it to its minimum size. What is new in it is zeros, which to SQLite
 // is a journal that is not in use. On a full disk it stays shorter: the next start tries again.
 void reserveJournal(const fs::path& journal) {
-  const int descriptor =
-      open(journal.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0600);
-  if (descriptor < 0) {
+  const Descriptor file(
+      open(journal.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0600));
+  if (!file.isOpen()) {
     failWithErrno(journal, "cannot open");
   }
   static constexpr std::array<char, 4096> zeros{};
   struct stat status = {};
-  while (fstat(descriptor, &status) == 0 &&
+  while (fstat(file.number(), &status) == 0 &&
          static_cast<std::size_t>(status.st_size) < journalReserve &&
-         write(descriptor, zeros.data(), zeros.size()) > 0) {
+         write(file.number(), zeros.data(), zeros.size()) > 0) {
   }
-  fsync(descriptor);
-  close(descriptor);
+  fsync(file.number());
   syncDirectory(journal.parent_path());
 }
 

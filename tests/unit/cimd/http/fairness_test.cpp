@@ -1,7 +1,6 @@
 // Whose request is worked on next, and whose memory gives way when that for large ones is used up.
+#include "http/fairness.h"
 #include <gtest/gtest.h>
-#include "http/memory_budget.h"
-#include "http/turns.h"
 
 #include <deque>
 #include <string>

@@ -1,6 +1,6 @@
 // Classes and qualifiers from MOF: their features, what they inherit, and what is refused where.
 #include "mof/loader.h"
-#include "operations/schema_operations.h"
+#include "operations/operations.h"
 
 #include "support.h"
 
