@@ -166,7 +166,7 @@ void InstanceDatabase::change(const char* what, const String& nameSpace, const I
     undoFailedChange();
     before_ = contentOf(space, keyText);
     sqlite::Transaction transaction(store_.database());
-    const std::optional<std::int64_t> aside = setAside(space, keyText);
+    const std::optional<std::int64_t> aside = setAside();
     action(space, keyText);
     transaction.commit();
     before_.reset();
@@ -222,15 +222,11 @@ void InstanceDatabase::undoFailedChange() {
 // Moves a row that load() could not serve out of the way of the instance with the same key, and
 // returns its id. The caller forgets the id only after the commit: a rollback brings the row back,
 // and a later row may get the same id.
-std::optional<std::int64_t> InstanceDatabase::setAside(string_view nameSpace, string_view key) {
-  if (unserved_.empty() || !find_.bind(1, nameSpace).bind(2, key).step()) {
+std::optional<std::int64_t> InstanceDatabase::setAside() {
+  if (!before_->row || !unserved_.contains(before_->row->id)) {
     return std::nullopt;
   }
-  const std::int64_t id = find_.integer(0);
-  find_.reset();
-  if (!unserved_.contains(id)) {
-    return std::nullopt;
-  }
+  const std::int64_t id = before_->row->id;
   sqlite::Statement(store_.database(), setAsideText).bind(1, id).run();
   sqlite::Statement(store_.database(), "DELETE FROM instance WHERE id = ?").bind(1, id).run();
   return id;

@@ -64,7 +64,7 @@ class InstanceDatabase final : public Journal {
   template <typename Action>
   void change(const char* what, const Pegasus::String& nameSpace, const InstanceKey& key,
               Action action);
-  std::optional<std::int64_t> setAside(std::string_view nameSpace, std::string_view key);
+  std::optional<std::int64_t> setAside();
 
   struct Row {
     std::int64_t id;

@@ -38,12 +38,17 @@ enum PageType : unsigned char {
 // Something does not fit, so it is damaged.
 struct Unreadable {};
 
-std::uint64_t bigEndian(string_view bytes, std::size_t position, std::size_t size) {
+// Throws Unreadable when there are fewer bytes.
+string_view partOf(string_view bytes, std::size_t position, std::size_t size) {
   if (position > bytes.size() || size > bytes.size() - position) {
     throw Unreadable();
   }
+  return bytes.substr(position, size);
+}
+
+std::uint64_t bigEndian(string_view bytes, std::size_t position, std::size_t size) {
   std::uint64_t number = 0;
-  for (const char byte : bytes.substr(position, size)) {
+  for (const char byte : partOf(bytes, position, size)) {
     number = number << 8U | static_cast<unsigned char>(byte);
   }
   return number;
@@ -89,12 +94,9 @@ std::vector<ColumnValue> readRecord(string_view record) {
     ColumnValue column;
     if (code >= 12) {
       size = toSize((code - 12) / 2);
-      static_cast<void>(bigEndian(record, content, 0));
-      if (size > record.size() - content) {
-        throw Unreadable();
-      }
+      const string_view bytes = partOf(record, content, size);
       if (code % 2 == 1) {
-        column.text = std::string(record.substr(content, size));
+        column.text = std::string(bytes);
       }
     } else if (code >= 1 && code <= 6) {
       size = code < 5 ? toSize(code) : code == 5 ? 6 : 8;
@@ -168,22 +170,14 @@ class Pages {
       here = least + (size - least) % (size_ - 4);
       here = here > most ? least : here;
     }
-    static_cast<void>(bigEndian(page, position, 0));
-    if (here > page.size() - position) {
-      throw Unreadable();
-    }
-    std::string content(page.substr(position, here));
+    std::string content(partOf(page, position, here));
     std::uint64_t next = size > here ? bigEndian(page, position + here, 4) : 0;
     while (content.size() < size) {
       const string_view more = this->page(next);
       if (!chain.insert(static_cast<PageNumber>(next)).second) {
         throw Unreadable();
       }
-      const std::size_t part = std::min(size - content.size(), size_ - 4);
-      if (more.size() < 4 + part) {
-        throw Unreadable();
-      }
-      content += more.substr(4, part);
+      content += partOf(more, 4, std::min(size - content.size(), size_ - 4));
       next = bigEndian(more, 0, 4);
     }
     return content;
@@ -197,14 +191,18 @@ class Pages {
 // --- what the pages hold
 
 using Name = std::pair<std::string, std::string>;  // namespace and key
+// An id orders instances by their creation. No checksum covers it.
+using Place = std::pair<std::int64_t, Name>;
 
 struct Row {
-  std::string nameSpace;
-  std::string key;
   std::string className;
   std::string instanceXml;
-  std::int64_t checksum;
 };
+
+bool hasId(const std::set<Place>& places, std::int64_t id) {
+  const auto found = places.lower_bound({id, Name()});
+  return found != places.end() && found->first == id;
+}
 
 class Salvage {
  public:
@@ -213,15 +211,16 @@ class Salvage {
       readPage(number);
     }
     // A free page may still hold what was deleted.
-    for (auto& [id, row] : freeRows_) {
-      if (names_.contains(id)) {
-        rows_.try_emplace(id, std::move(row));
+    for (auto& [place, row] : freeRows_) {
+      if (names_.contains(place)) {
+        rows_.try_emplace(place, std::move(row));
       }
     }
+    mendIds();
   }
 
-  // By their ids, in order of creation.
-  const std::map<std::int64_t, Row>& rows() const { return rows_; }
+  // In order of creation.
+  const std::map<Place, Row>& rows() const { return rows_; }
   // Whether it is a file of this program, or was one.
   bool isStore() const {
     return !rows_.empty() || !names_.empty() || pages_.header(68) == 0x6D766B64;
@@ -229,14 +228,20 @@ class Salvage {
 
   std::vector<std::string> unreadable() const {
     std::vector<std::string> lines;
+    std::set<Name> found;
+    std::set<std::int64_t> known;
+    for (const auto& [place, row] : rows_) {
+      known.insert(place.first);
+      found.insert(place.second);
+    }
     for (const auto& [id, name] : names_) {
-      if (!rows_.contains(id)) {
+      if (!found.contains(name)) {
         lines.push_back("instance " + std::to_string(id) + " (" + printable(name.first) + ", " +
                         printable(name.second) + ")");
       }
     }
     for (const std::int64_t id : damagedRows_) {
-      if (!rows_.contains(id) && !names_.contains(id)) {
+      if (!known.contains(id) && !hasId(names_, id)) {
         lines.push_back("instance " + std::to_string(id) + ", whose name cannot be read");
       }
     }
@@ -312,13 +317,14 @@ class Salvage {
           throw Unreadable();
         }
       }
-      Row row{*std::move(columns[1].text), *std::move(columns[2].text), *std::move(columns[3].text),
-              *std::move(columns[4].text), columns[5].integer.value_or(0)};
-      if (!columns[5].integer ||
-          row.checksum != rowChecksum(row.nameSpace, row.key, row.className, row.instanceXml)) {
+      const auto textIn = [&](std::size_t column) { return *std::move(columns[column].text); };
+      const Name name{textIn(1), textIn(2)};
+      Row row{textIn(3), textIn(4)};
+      if (columns[5].integer !=
+          rowChecksum(name.first, name.second, row.className, row.instanceXml)) {
         throw Unreadable();
       }
-      (isFree ? freeRows_ : rows_).insert_or_assign(id, std::move(row));
+      (isFree ? freeRows_ : rows_).insert_or_assign({id, name}, std::move(row));
     } catch (const Unreadable&) {
       if (!isFree && number != 1) {
         damagedRows_.insert(id);
@@ -333,7 +339,29 @@ class Salvage {
     if (columns.size() != 3 || !columns[0].text || !columns[1].text || !columns[2].integer) {
       throw Unreadable();
     }
-    names_[*columns[2].integer] = {*std::move(columns[0].text), *std::move(columns[1].text)};
+    names_.insert(
+        {*columns[2].integer, {*std::move(columns[0].text), *std::move(columns[1].text)}});
+  }
+
+  // A row that has the id of another one, for a damaged one, gets the one that the index has for
+  // it.
+  void mendIds() {
+    std::map<Name, std::int64_t> idsInIndex;
+    for (const auto& [id, name] : names_) {
+      idsInIndex.emplace(name, id);
+    }
+    std::vector<Place> wrong;
+    for (const auto& [place, row] : rows_) {
+      if (!names_.contains(place) && hasId(names_, place.first) &&
+          idsInIndex.contains(place.second)) {
+        wrong.push_back(place);
+      }
+    }
+    for (const Place& place : wrong) {
+      auto row = rows_.extract(place);
+      row.key().first = idsInIndex.at(place.second);
+      rows_.insert(std::move(row));
+    }
   }
 
   Pages pages_;
@@ -342,9 +370,9 @@ class Salvage {
   std::set<PageNumber> damagedPages_;
   std::set<std::int64_t> damagedRows_;
   // In the index.
-  std::map<std::int64_t, Name> names_;
-  std::map<std::int64_t, Row> rows_;
-  std::map<std::int64_t, Row> freeRows_;
+  std::set<Place> names_;
+  std::map<Place, Row> rows_;
+  std::map<Place, Row> freeRows_;
 };
 
 // --- files
@@ -435,8 +463,8 @@ Recovery recoverStore(const fs::path& store, const fs::path& target) {
   {
     InstanceDatabase database(target);
     database.addAll([&](const InstanceDatabase::RowWriter& add) {
-      for (const auto& [id, row] : salvage.rows()) {
-        add(row.nameSpace, row.key, row.className, row.instanceXml);
+      for (const auto& [place, row] : salvage.rows()) {
+        add(place.second.first, place.second.second, row.className, row.instanceXml);
       }
     });
   }
