@@ -24,9 +24,8 @@
 #include "log.h"
 #include "mof/error.h"
 #include "service/configuration.h"
-#include "service/privileges.h"
+#include "service/daemon.h"
 #include "service/published_instances.h"
-#include "service/systemd.h"
 #include "store/recovery.h"
 #include "store/store_file.h"
 
@@ -60,9 +59,8 @@ void blockEndSignals() {
 }
 
 // A check must not create the file.
-std::optional<std::filesystem::path> storeToOpen(const Options& options) {
-  const bool isLeftOut =
-      options.isCheck && options.store && !std::filesystem::exists(*options.store);
+std::optional<fs::path> storeToOpen(const Options& options) {
+  const bool isLeftOut = options.isCheck && options.store && !fs::exists(*options.store);
   return isLeftOut ? std::nullopt : options.store;
 }
 
@@ -232,13 +230,8 @@ class Service {
   PublishedInstances published_;
 };
 
-}  // namespace
-
-namespace {
-
 void recover(const fs::path& store) {
-  fs::path target = store;
-  target += ".recovered";
+  const fs::path target = besides(store, ".recovered");
   const Recovery recovery = recoverStore(store, target);
   std::cout << recovery.instances << " instances written to " << target.string() << '\n';
   if (!recovery.unreadable.empty()) {
