@@ -13,9 +13,9 @@ Repository::Repository() {
   addNameSpace(defaultNameSpace);
 }
 
-NameSpace* Repository::find(const String& name) const {
+std::shared_ptr<NameSpace> Repository::find(const String& name) const {
   const auto found = nameSpaces_.find(fold(trimNameSpace(name)));
-  return found == nameSpaces_.end() ? nullptr : found->second.get();
+  return found == nameSpaces_.end() ? nullptr : found->second;
 }
 
 std::vector<String> Repository::names() const {
@@ -27,12 +27,12 @@ std::vector<String> Repository::names() const {
   return names;
 }
 
-std::shared_ptr<NameSpace> Repository::shared(const String& name) {
-  const auto found = nameSpaces_.find(fold(trimNameSpace(name)));
-  if (found == nameSpaces_.end()) {
+std::shared_ptr<NameSpace> Repository::shared(const String& name) const {
+  auto found = find(name);
+  if (!found) {
     throwCimError(Pegasus::CIM_ERR_INVALID_NAMESPACE, name);
   }
-  return found->second;
+  return found;
 }
 
 NameSpace& Repository::addNameSpace(const String& name) {

@@ -24,14 +24,13 @@ class Repository {
   Repository(Repository&&) noexcept = default;
   Repository& operator=(Repository&&) noexcept = default;
 
-  // Null when there is none.
-  NameSpace* find(const Pegasus::String& name) const;
+  // Null when there is none. Whoever keeps it can read it also when the repository is replaced.
+  std::shared_ptr<NameSpace> find(const Pegasus::String& name) const;
   // As they are spelled, in alphabetical order.
   std::vector<Pegasus::String> names() const;
-  // Throws CIMException (INVALID_NAMESPACE) when there is none.
+  // The same, but throw CIMException (INVALID_NAMESPACE) when there is none.
+  std::shared_ptr<NameSpace> shared(const Pegasus::String& name) const;
   NameSpace& nameSpace(const Pegasus::String& name) { return *shared(name); }
-  // The same. Whoever keeps it can read it also when the repository is replaced.
-  std::shared_ptr<NameSpace> shared(const Pegasus::String& name);
   // Makes the namespace if there is none of this name. It lives as long as the repository.
   NameSpace& addNameSpace(const Pegasus::String& name);
 

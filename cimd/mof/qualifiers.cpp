@@ -45,49 +45,44 @@ unsigned scopeBits(const QualifierDeclarationSyntax& given) {
   return bits;
 }
 
-// Changes flavors by the names that a declaration or use gives.
-class FlavorReader {
- public:
-  FlavorReader(const Position& position, Flavors flavors)
-      : position_(position), flavors_(flavors) {}
-
-  Flavors read(const std::vector<String>& names) {
-    for (const String& name : names) {
-      readOne(name);
-    }
-    return flavors_;
-  }
-
- private:
-  void readOne(const String& name) {
-    if (String::equalNoCase(name, "EnableOverride")) {
-      set(flavors_.isOverridable, override_, true, name);
-    } else if (String::equalNoCase(name, "DisableOverride")) {
-      set(flavors_.isOverridable, override_, false, name);
-    } else if (String::equalNoCase(name, "ToSubclass")) {
-      set(flavors_.isForSubclasses, subclass_, true, name);
-    } else if (String::equalNoCase(name, "Restricted")) {
-      set(flavors_.isForSubclasses, subclass_, false, name);
-    } else if (String::equalNoCase(name, "Translatable")) {
-      flavors_.isTranslatable = true;
-    } else if (!String::equalNoCase(name, "ToInstance")) {  // in old files; without meaning
-      throw MofError(position_, "expected a flavor such as ToSubclass, found " + name.toUtf8());
-    }
-  }
-
-  void set(bool& flavor, bool& isGiven, bool value, const String& name) {
-    if (isGiven && flavor != value) {
-      throw MofError(position_, "flavor " + name.toUtf8() + " contradicts the one before it");
-    }
-    flavor = value;
-    isGiven = true;
-  }
-
-  const Position& position_;
-  Flavors flavors_;
-  bool override_ = false;
-  bool subclass_ = false;
+struct FlavorName {
+  const char* name;
+  // Null for a flavor without meaning.
+  bool Flavors::*flavor;
+  bool value;
 };
+
+constexpr std::array<FlavorName, 6> flavorNames{{
+    {"EnableOverride", &Flavors::isOverridable, true},
+    {"DisableOverride", &Flavors::isOverridable, false},
+    {"ToSubclass", &Flavors::isForSubclasses, true},
+    {"Restricted", &Flavors::isForSubclasses, false},
+    {"Translatable", &Flavors::isTranslatable, true},
+    {"ToInstance", nullptr, true},  // in old files
+}};
+
+// The flavors, changed by the names that a declaration or use gives.
+Flavors changedFlavors(Flavors flavors, const std::vector<String>& names,
+                       const Position& position) {
+  Flavors given{false, false, false};
+  for (const String& name : names) {
+    const auto* const known =
+        std::find_if(flavorNames.begin(), flavorNames.end(),
+                     [&](const auto& flavor) { return String::equalNoCase(name, flavor.name); });
+    if (known == flavorNames.end()) {
+      throw MofError(position, "expected a flavor such as ToSubclass, found " + name.toUtf8());
+    }
+    if (known->flavor == nullptr) {
+      continue;
+    }
+    if (given.*known->flavor && flavors.*known->flavor != known->value) {
+      throw MofError(position, "flavor " + name.toUtf8() + " contradicts the one before it");
+    }
+    flavors.*known->flavor = known->value;
+    given.*known->flavor = true;
+  }
+  return flavors;
+}
 
 QualifierDeclaration implied(const char* name, CIMType type, unsigned scope, Flavors flavors) {
   return {name, CIMValue(type, false), 0, scope, flavors};
@@ -170,13 +165,13 @@ Qualifier resolveOne(const QualifierSyntax& given, unsigned scope,
   }
   if (declaration == nullptr) {
     return {given.name, undeclaredValue(given.value),
-            FlavorReader(given.position, Flavors()).read(given.flavors)};
+            changedFlavors(Flavors(), given.flavors, given.position)};
   }
   if ((declaration->scopes & scope) == 0) {
     throw MofError(given.position, "qualifier " + given.name.toUtf8() + " is not allowed here");
   }
   return {declaration->name, declaredValue(given.value, *declaration),
-          FlavorReader(given.position, declaration->flavors).read(given.flavors)};
+          changedFlavors(declaration->flavors, given.flavors, given.position)};
 }
 
 }  // namespace
@@ -193,7 +188,7 @@ QualifierDeclaration qualifierDeclaration(const QualifierDeclarationSyntax& give
                                                 : CIMValue(type.type, type.isArray);
   declaration.arraySize = type.arraySize;
   declaration.scopes = scopeBits(given);
-  declaration.flavors = FlavorReader(given.position, Flavors()).read(given.flavors);
+  declaration.flavors = changedFlavors(Flavors(), given.flavors, given.position);
   return declaration;
 }
 

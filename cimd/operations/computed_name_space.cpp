@@ -107,7 +107,7 @@ void declareManagerAndNameSpaces(NameSpace& nameSpace, const Repository& reposit
 
 std::unique_ptr<NameSpace> computedNameSpace(const Repository& repository, const String& nameSpace,
                                              const String& className) {
-  const NameSpace* declared = repository.find(nameSpace);
+  const auto declared = repository.find(nameSpace);
   if (declared != nullptr && declared->schema().find(className) != nullptr) {
     return nullptr;
   }

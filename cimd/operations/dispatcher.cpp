@@ -7,7 +7,6 @@
 #include <array>
 #include <new>
 #include <set>
-#include <span>
 
 #include "model/errors.h"
 #include "model/names.h"
@@ -21,35 +20,15 @@ using Pegasus::String;
 using Pegasus::text::equalNoCase;
 using Pegasus::xml::Request;
 
-constexpr std::array<std::string_view, 6> enumerateParameters{
-    "ClassName",         "LocalOnly",          "DeepInheritance",
-    "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"};
-constexpr std::array<std::string_view, 1> classNameParameter{"ClassName"};
-constexpr std::array<std::string_view, 2> enumerateClassNamesParameters{"ClassName",
-                                                                        "DeepInheritance"};
-constexpr std::array<std::string_view, 5> enumerateClassesParameters{
-    "ClassName", "LocalOnly", "DeepInheritance", "IncludeQualifiers", "IncludeClassOrigin"};
-constexpr std::array<std::string_view, 5> getClassParameters{
-    "ClassName", "LocalOnly", "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"};
-constexpr std::array<std::string_view, 5> getInstanceParameters{
-    "InstanceName", "LocalOnly", "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"};
-constexpr std::array<std::string_view, 2> getPropertyParameters{"InstanceName", "PropertyName"};
-constexpr std::array<std::string_view, 3> setPropertyParameters{"InstanceName", "PropertyName",
-                                                                "NewValue"};
-constexpr std::array<std::string_view, 1> newInstance{"NewInstance"};
-constexpr std::array<std::string_view, 3> modifyInstanceParameters{
-    "ModifiedInstance", "IncludeQualifiers", "PropertyList"};
-constexpr std::array<std::string_view, 1> instanceName{"InstanceName"};
-constexpr std::array<std::string_view, 1> qualifierName{"QualifierName"};
-
 enum class Effect { reads, changes };
 using Result = std::variant<std::string, Listing>;
 
 struct Operation {
   std::string_view name;
   Effect effect;
-  std::span<const std::string_view> parameters;
   Result (*run)(NameSpace& nameSpace, const Request& request);
+  // Empty after the last one, which the name of none in a request is.
+  std::array<std::string_view, 6> parameters = {};
 };
 
 template <auto operation>
@@ -58,19 +37,38 @@ Result as(NameSpace& nameSpace, const Request& request) {
 }
 
 constexpr std::array<Operation, 13> operations{{
-    {"EnumerateInstances", Effect::reads, enumerateParameters, as<enumerateInstances>},
-    {"EnumerateInstanceNames", Effect::reads, classNameParameter, as<enumerateInstanceNames>},
-    {"GetInstance", Effect::reads, getInstanceParameters, as<getInstance>},
-    {"GetProperty", Effect::reads, getPropertyParameters, as<getProperty>},
-    {"SetProperty", Effect::changes, setPropertyParameters, as<setProperty>},
-    {"CreateInstance", Effect::changes, newInstance, as<createInstance>},
-    {"ModifyInstance", Effect::changes, modifyInstanceParameters, as<modifyInstance>},
-    {"DeleteInstance", Effect::changes, instanceName, as<deleteInstance>},
-    {"GetClass", Effect::reads, getClassParameters, as<getClass>},
-    {"EnumerateClasses", Effect::reads, enumerateClassesParameters, as<enumerateClasses>},
-    {"EnumerateClassNames", Effect::reads, enumerateClassNamesParameters, as<enumerateClassNames>},
-    {"GetQualifier", Effect::reads, qualifierName, as<getQualifier>},
-    {"EnumerateQualifiers", Effect::reads, {}, as<enumerateQualifiers>},
+    {"EnumerateInstances",
+     Effect::reads,
+     as<enumerateInstances>,
+     {"ClassName", "LocalOnly", "DeepInheritance", "IncludeQualifiers", "IncludeClassOrigin",
+      "PropertyList"}},
+    {"EnumerateInstanceNames", Effect::reads, as<enumerateInstanceNames>, {"ClassName"}},
+    {"GetInstance",
+     Effect::reads,
+     as<getInstance>,
+     {"InstanceName", "LocalOnly", "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"}},
+    {"GetProperty", Effect::reads, as<getProperty>, {"InstanceName", "PropertyName"}},
+    {"SetProperty", Effect::changes, as<setProperty>, {"InstanceName", "PropertyName", "NewValue"}},
+    {"CreateInstance", Effect::changes, as<createInstance>, {"NewInstance"}},
+    {"ModifyInstance",
+     Effect::changes,
+     as<modifyInstance>,
+     {"ModifiedInstance", "IncludeQualifiers", "PropertyList"}},
+    {"DeleteInstance", Effect::changes, as<deleteInstance>, {"InstanceName"}},
+    {"GetClass",
+     Effect::reads,
+     as<getClass>,
+     {"ClassName", "LocalOnly", "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"}},
+    {"EnumerateClasses",
+     Effect::reads,
+     as<enumerateClasses>,
+     {"ClassName", "LocalOnly", "DeepInheritance", "IncludeQualifiers", "IncludeClassOrigin"}},
+    {"EnumerateClassNames",
+     Effect::reads,
+     as<enumerateClassNames>,
+     {"ClassName", "DeepInheritance"}},
+    {"GetQualifier", Effect::reads, as<getQualifier>, {"QualifierName"}},
+    {"EnumerateQualifiers", Effect::reads, as<enumerateQualifiers>},
 }};
 
 void checkParameters(const Request& request, const Operation& operation) {

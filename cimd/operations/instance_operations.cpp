@@ -16,14 +16,13 @@ using Pegasus::String;
 using Pegasus::Uint32;
 using Pegasus::xml::Request;
 
-// The parts of an instance that a request wants.
+// The parts of instances that a request wants.
 class Selection {
  public:
   explicit Selection(const Request& request)
       : isDeep_(request.boolean("DeepInheritance").value_or(true)),
-        hasQualifiers_(request.boolean("IncludeQualifiers").value_or(false)),
-        hasOrigin_(request.boolean("IncludeClassOrigin").value_or(false)),
-        properties_(request) {
+        content_{false, request.boolean("IncludeQualifiers").value_or(false),
+                 request.boolean("IncludeClassOrigin").value_or(false), PropertyFilter(request)} {
     // Has no effect, but must be a boolean.
     static_cast<void>(request.boolean("LocalOnly"));
   }
@@ -33,46 +32,28 @@ class Selection {
   // `cls`.
   void append(std::string& out, const StoredInstance& stored, const Class& cls,
               const Class& top) const {
-    if (isDeep_ && !hasQualifiers_ && !hasOrigin_ && properties_.isOpen()) {
+    const bool isPlain = !content_.hasQualifiers && !content_.hasClassOrigin;
+    if (isDeep_ && isPlain && content_.properties.isOpen()) {
       out += stored.instanceXml;
       return;
     }
     out += "<INSTANCE";
     Pegasus::xml::appendAttribute(out, "CLASSNAME", stored.instance.getClassName());
     out += '>';
-    if (hasQualifiers_) {
-      appendQualifiers(out, cls.qualifiers(), false);
-    }
+    appendQualifiers(out, cls.qualifiers(), content_);
     const std::size_t end = (isDeep_ ? cls : top).propertyCount();
     for (std::size_t i = 0; i < end; ++i) {
-      const auto& property = stored.instance.getProperty(static_cast<Uint32>(i));
-      if (properties_.passes(property.getName())) {
-        append(out, property, cls.property(i), cls);
+      const CIMValue& value = stored.instance.getProperty(static_cast<Uint32>(i)).getValue();
+      if (content_.properties.passes(cls.property(i).name)) {
+        appendProperty(out, cls, cls.property(i), value, content_);
       }
     }
     out += "</INSTANCE>";
   }
 
  private:
-  void append(std::string& out, const Pegasus::CIMProperty& property, const Property& declared,
-              const Class& cls) const {
-    std::string qualifiers;
-    if (hasQualifiers_) {
-      appendQualifiers(qualifiers, qualifiersIn(cls, declared.qualifiers, declared.declaringClass),
-                       false);
-    }
-    const String& origin = hasOrigin_ ? declared.originClass->name() : String::EMPTY;
-    Pegasus::xml::appendQualifiedProperty(
-        out,
-        {property.getName(), property.getValue(), property.getArraySize(),
-         property.getReferenceClassName(), origin, property.getPropagated()},
-        qualifiers, embeddedObject(declared, property.getValue()));
-  }
-
   bool isDeep_;
-  bool hasQualifiers_;
-  bool hasOrigin_;
-  PropertyFilter properties_;
+  Content content_;
 };
 
 // The new value of the property; on the wire it has no type.

@@ -41,17 +41,6 @@ Listing enumerateClassNames(NameSpace& nameSpace, const Pegasus::xml::Request& r
 std::string getQualifier(NameSpace& nameSpace, const Pegasus::xml::Request& request);
 Listing enumerateQualifiers(NameSpace& nameSpace, const Pegasus::xml::Request& request);
 
-// --- qualifiers in CIM-XML, of classes and of instances
-
-// Appends a QUALIFIER.DECLARATION.
-void appendQualifierDeclaration(std::string& out, const QualifierDeclaration& declaration);
-// Appends a QUALIFIER for each, without the inherited ones if only local ones are wanted.
-void appendQualifiers(std::string& out, const Qualifiers& qualifiers, bool isLocalOnly);
-// The qualifiers of a property or method of `declaringClass` as `cls` has them. In a subclass they
-// are inherited, and those that are for the declaring class only are missing.
-Qualifiers qualifiersIn(const Class& cls, const Qualifiers& qualifiers,
-                        const Class* declaringClass);
-
 // --- namespaces
 
 // Clients find out which namespaces there are by instances that nobody declares. CIM_Namespace and
@@ -101,5 +90,25 @@ class PropertyFilter {
  private:
   std::optional<std::set<FoldedName>> wanted_;
 };
+
+// The parts of classes and instances that a request wants.
+struct Content {
+  // Only what a class declares or overrides itself.
+  bool isLocalOnly;
+  bool hasQualifiers;
+  bool hasClassOrigin;
+  PropertyFilter properties;
+};
+
+// --- CIM-XML
+
+// Appends a QUALIFIER.DECLARATION.
+void appendQualifierDeclaration(std::string& out, const QualifierDeclaration& declaration);
+// Appends a QUALIFIER for each, without the inherited ones if only local ones are wanted; nothing
+// if none are wanted.
+void appendQualifiers(std::string& out, const Qualifiers& qualifiers, const Content& content);
+// Appends a property of the class with this value: its default, or that of an instance.
+void appendProperty(std::string& out, const Class& cls, const Property& property,
+                    const Pegasus::CIMValue& value, const Content& content);
 
 }  // namespace cimd

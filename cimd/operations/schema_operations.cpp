@@ -43,19 +43,26 @@ void appendFlavors(std::string& out, const Flavors& flavors) {
   }
 }
 
-// The parameters that GetClass and EnumerateClasses share.
-struct ClassContent {
-  // Only what the class declares or overrides itself.
-  bool isLocalOnly;
-  bool hasQualifiers;
-  bool hasClassOrigin;
-  PropertyFilter properties;
-};
+// The qualifiers of a property or method of `declaringClass` as `cls` has them. In a subclass they
+// are inherited, and those that are for the declaring class only are missing.
+Qualifiers qualifiersIn(const Class& cls, const Qualifiers& qualifiers,
+                        const Class* declaringClass) {
+  Qualifiers own = qualifiers;
+  if (declaringClass != &cls) {
+    std::erase_if(own, [](const AppliedQualifier& applied) {
+      return !applied.qualifier->flavors.isForSubclasses;
+    });
+    for (AppliedQualifier& applied : own) {
+      applied.isPropagated = true;
+    }
+  }
+  return own;
+}
 
 // A CLASS element.
 class ClassWriter {
  public:
-  ClassWriter(std::string& out, const Class& cls, const ClassContent& content)
+  ClassWriter(std::string& out, const Class& cls, const Content& content)
       : out_(out), cls_(cls), content_(content) {}
 
   void write() {
@@ -65,11 +72,11 @@ class ClassWriter {
       appendAttribute(out_, "SUPERCLASS", cls_.superclass()->name());
     }
     out_ += '>';
-    writeQualifiers(cls_.qualifiers());
+    appendQualifiers(out_, cls_.qualifiers(), content_);
     for (std::size_t i = 0; i < cls_.propertyCount(); ++i) {
       const Property& property = cls_.property(i);
       if (isWanted(property.declaringClass) && content_.properties.passes(property.name)) {
-        writeProperty(property);
+        appendProperty(out_, cls_, property, property.defaultValue, content_);
       }
     }
     for (const auto& method : cls_.methods()) {
@@ -85,26 +92,6 @@ class ClassWriter {
     return !content_.isLocalOnly || declaringClass == &cls_;
   }
 
-  void writeQualifiers(const Qualifiers& qualifiers) {
-    if (content_.hasQualifiers) {
-      appendQualifiers(out_, qualifiers, content_.isLocalOnly);
-    }
-  }
-
-  void writeProperty(const Property& property) {
-    const Pegasus::CIMProperty described(
-        property.name, property.defaultValue, property.arraySize, property.referenceClass,
-        content_.hasClassOrigin ? property.originClass->name() : String::EMPTY,
-        cls_.isPropagated(property));
-    std::string qualifiers;
-    if (content_.hasQualifiers) {
-      appendQualifiers(qualifiers, qualifiersIn(cls_, property.qualifiers, property.declaringClass),
-                       content_.isLocalOnly);
-    }
-    Pegasus::xml::appendQualifiedProperty(out_, described, qualifiers,
-                                          embeddedObject(property, property.defaultValue));
-  }
-
   void writeMethod(const Method& method) {
     out_ += "<METHOD";
     appendAttribute(out_, "NAME", method.name);
@@ -116,7 +103,7 @@ class ClassWriter {
       appendFlag(out_, "PROPAGATED", true);
     }
     out_ += '>';
-    writeQualifiers(qualifiersIn(cls_, method.qualifiers, method.declaringClass));
+    appendQualifiers(out_, qualifiersIn(cls_, method.qualifiers, method.declaringClass), content_);
     for (const MethodParameter& parameter : method.parameters) {
       writeParameter(parameter, method.declaringClass);
     }
@@ -137,13 +124,13 @@ class ClassWriter {
     }
     appendArraySize(out_, parameter.arraySize);
     out_ += '>';
-    writeQualifiers(qualifiersIn(cls_, parameter.qualifiers, declaringClass));
+    appendQualifiers(out_, qualifiersIn(cls_, parameter.qualifiers, declaringClass), content_);
     out_.append("</").append(element).append(">");
   }
 
   std::string& out_;
   const Class& cls_;
-  const ClassContent& content_;
+  const Content& content_;
 };
 
 void appendScope(std::string& out, unsigned scopes) {
@@ -166,7 +153,7 @@ void appendScope(std::string& out, unsigned scopes) {
 }
 
 // With the defaults of the standard.
-ClassContent classContent(const Request& request) {
+Content classContent(const Request& request) {
   return {request.boolean("LocalOnly").value_or(true),
           request.boolean("IncludeQualifiers").value_or(true),
           request.boolean("IncludeClassOrigin").value_or(false), PropertyFilter(request)};
@@ -184,9 +171,12 @@ std::vector<const Class*> enumerated(const NameSpace& nameSpace, const Request& 
 
 }  // namespace
 
-void appendQualifiers(std::string& out, const Qualifiers& qualifiers, bool isLocalOnly) {
+void appendQualifiers(std::string& out, const Qualifiers& qualifiers, const Content& content) {
+  if (!content.hasQualifiers) {
+    return;
+  }
   for (const auto& [qualifier, isPropagated] : qualifiers) {
-    if (isLocalOnly && isPropagated) {
+    if (content.isLocalOnly && isPropagated) {
       continue;
     }
     out += "<QUALIFIER";
@@ -202,18 +192,19 @@ void appendQualifiers(std::string& out, const Qualifiers& qualifiers, bool isLoc
   }
 }
 
-Qualifiers qualifiersIn(const Class& cls, const Qualifiers& qualifiers,
-                        const Class* declaringClass) {
-  Qualifiers own = qualifiers;
-  if (declaringClass != &cls) {
-    std::erase_if(own, [](const AppliedQualifier& applied) {
-      return !applied.qualifier->flavors.isForSubclasses;
-    });
-    for (AppliedQualifier& applied : own) {
-      applied.isPropagated = true;
-    }
+void appendProperty(std::string& out, const Class& cls, const Property& property,
+                    const Pegasus::CIMValue& value, const Content& content) {
+  const Pegasus::CIMProperty described(
+      property.name, value, property.arraySize, property.referenceClass,
+      content.hasClassOrigin ? property.originClass->name() : String::EMPTY,
+      cls.isPropagated(property));
+  std::string qualifiers;
+  if (content.hasQualifiers) {
+    appendQualifiers(qualifiers, qualifiersIn(cls, property.qualifiers, property.declaringClass),
+                     content);
   }
-  return own;
+  Pegasus::xml::appendQualifiedProperty(out, described, qualifiers,
+                                        embeddedObject(property, value));
 }
 
 void appendQualifierDeclaration(std::string& out, const QualifierDeclaration& declaration) {
@@ -231,7 +222,7 @@ void appendQualifierDeclaration(std::string& out, const QualifierDeclaration& de
 
 std::string getClass(NameSpace& nameSpace, const Request& request) {
   const String name = required(request.className("ClassName"), "ClassName");
-  const ClassContent content = classContent(request);
+  const Content content = classContent(request);
   const Class* cls = nameSpace.schema().find(name);
   if (cls == nullptr) {
     throwCimError(Pegasus::CIM_ERR_NOT_FOUND, name);
@@ -242,7 +233,7 @@ std::string getClass(NameSpace& nameSpace, const Request& request) {
 }
 
 Listing enumerateClasses(NameSpace& nameSpace, const Request& request) {
-  const ClassContent content = classContent(request);
+  const Content content = classContent(request);
   auto classes = enumerated(nameSpace, request);
   Listing listing;
   listing.count = classes.size();
