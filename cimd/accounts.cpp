@@ -18,15 +18,16 @@ constexpr std::size_t maxEntrySize = std::size_t{4} << 20U;
 constexpr std::size_t maxNameLength = 64;
 constexpr int maxGroups = 65536;  // NGROUPS_MAX of Linux
 
-// Calls `look(entry, buffer, &found)` with ever more room for the texts of the entry, and returns
-// `take(entry)` of what it finds.
-template <typename Entry, typename Look, typename Take>
-auto lookUp(Look look, Take take) -> std::optional<decltype(take(std::declval<Entry>()))> {
+// Returns `take(entry)` of what `look`, one of getpwnam_r(3) and its like, finds for the key, with
+// ever more room for the texts of the entry.
+template <typename Entry, typename Key, typename Take>
+auto lookUp(int (*look)(Key, Entry*, char*, std::size_t, Entry**), Key key, Take take)
+    -> std::optional<decltype(take(std::declval<Entry>()))> {
   for (std::size_t size = 4096; size <= maxEntrySize; size *= 4) {
     std::vector<char> buffer(size);
     Entry entry{};
     Entry* found = nullptr;
-    const int error = look(entry, buffer, &found);
+    const int error = look(key, &entry, buffer.data(), buffer.size(), &found);
     if (error != ERANGE) {
       return found == nullptr ? std::nullopt : std::optional(take(entry));
     }
@@ -63,34 +64,22 @@ std::vector<gid_t> groupsOf(const passwd& entry) {
 }  // namespace
 
 Account accountWithId(uid_t user) {
-  const auto account = lookUp<passwd>(
-      [&](passwd& entry, std::vector<char>& buffer, passwd** found) {
-        return getpwuid_r(user, &entry, buffer.data(), buffer.size(), found);
-      },
-      [&](const passwd& entry) {
-        Account found{user, harmless(entry.pw_name), groupsOf(entry)};
-        return found;
-      });
+  const auto account = lookUp(getpwuid_r, user, [&](const passwd& entry) {
+    Account found{user, harmless(entry.pw_name), groupsOf(entry)};
+    return found;
+  });
   return account.value_or(Account{user, std::to_string(user), {}});
 }
 
 std::optional<AccountIds> accountNamed(const std::string& name) {
-  return lookUp<passwd>(
-      [&](passwd& entry, std::vector<char>& buffer, passwd** found) {
-        return getpwnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), found);
-      },
-      [](const passwd& entry) {
-        const AccountIds found{entry.pw_uid, entry.pw_gid};
-        return found;
-      });
+  return lookUp(getpwnam_r, name.c_str(), [](const passwd& entry) {
+    const AccountIds found{entry.pw_uid, entry.pw_gid};
+    return found;
+  });
 }
 
 std::optional<gid_t> groupNamed(const std::string& name) {
-  return lookUp<group>(
-      [&](group& entry, std::vector<char>& buffer, group** found) {
-        return getgrnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), found);
-      },
-      [](const group& entry) { return entry.gr_gid; });
+  return lookUp(getgrnam_r, name.c_str(), [](const group& entry) { return entry.gr_gid; });
 }
 
 }  // namespace cimd
