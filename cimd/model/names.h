@@ -16,7 +16,6 @@ using FoldedName = std::u16string;
 
 FoldedName fold(const Pegasus::String& name);
 
-using Pegasus::isIdentifier;
 using Pegasus::isNameSpaceName;
 using Pegasus::trimNameSpace;
 

@@ -72,15 +72,19 @@ const Qualifier* findQualifier(const Qualifiers& qualifiers, const Pegasus::Stri
 // element in the message.
 void inheritQualifiers(Qualifiers& own, const Qualifiers& inherited, const Pegasus::String& where);
 
-// One property as a class declares it.
-struct PropertyDeclaration {
-  Pegasus::String name;
+// The type of a property or parameter.
+struct DataType {
   Pegasus::CIMType type = Pegasus::CIMTYPE_STRING;
+  // The class that a reference points to; empty for other types.
+  Pegasus::String referenceClass = {};
   bool isArray = false;
   // Elements of a fixed-size array, 0 for any number of them.
   Pegasus::Uint32 arraySize = 0;
-  // The class that a reference points to; empty for other types.
-  Pegasus::String referenceClass;
+};
+
+// One property as a class declares it.
+struct PropertyDeclaration : DataType {
+  Pegasus::String name;
   bool isKey = false;
   // A value of the type above; null without default. A property that overrides another one has its
   // own default or none: it does not inherit the other's.
@@ -88,13 +92,8 @@ struct PropertyDeclaration {
   Qualifiers qualifiers = {};
 };
 
-struct MethodParameter {
+struct MethodParameter : DataType {
   Pegasus::String name;
-  Pegasus::CIMType type = Pegasus::CIMTYPE_STRING;
-  bool isArray = false;
-  // As for properties.
-  Pegasus::Uint32 arraySize = 0;
-  Pegasus::String referenceClass;
   Qualifiers qualifiers;
 };
 

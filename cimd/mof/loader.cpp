@@ -216,9 +216,8 @@ class InstanceLoader {
       if (keysOnly && !property.isKey) {
         continue;
       }
-      const auto value =
-          typedValue(assignment.value, property.type, property.isArray, property.arraySize,
-                     [&](const Literal& alias) { return target(alias, instance); });
+      const auto value = typedValue(assignment.value, property,
+                                    [&](const Literal& alias) { return target(alias, instance); });
       if (built.findProperty(property.name) != Pegasus::PEG_NOT_FOUND) {
         throw MofError(assignment.position,
                        "duplicate value of property " + property.name.toUtf8());

@@ -2,7 +2,6 @@
 // syntax trees: names are not looked up yet, and values have no types.
 #pragma once
 
-#include <Pegasus/Common/CIMType.h>
 #include <Pegasus/Common/String.h>
 
 #include <memory>
@@ -13,6 +12,7 @@
 #include <vector>
 
 #include "common/object_path.h"
+#include "model/schema.h"
 #include "mof/lexer.h"
 
 namespace cimd::mof {
@@ -48,16 +48,6 @@ struct QualifierSyntax {
 };
 
 using QualifierList = std::vector<QualifierSyntax>;
-
-// The type of a property, parameter or method.
-struct DataType {
-  Pegasus::CIMType type = Pegasus::CIMTYPE_STRING;
-  // For a reference, the class that it points to.
-  Pegasus::String className;
-  bool isArray = false;
-  // 0 for any number of elements.
-  Pegasus::Uint32 arraySize = 0;
-};
 
 struct QualifierDeclarationSyntax {
   Pegasus::String name;

@@ -142,7 +142,7 @@ CIMValue undeclaredValue(const std::optional<ValueSyntax>& value) {
   if (!value) {
     return CIMValue(true);
   }
-  return constantValue(*value, impliedType(value->literals), value->isArray, 0);
+  return constantValue(*value, {impliedType(value->literals), {}, value->isArray, 0});
 }
 
 // A boolean without value is true; others have the value of their declaration.
@@ -150,7 +150,8 @@ CIMValue declaredValue(const std::optional<ValueSyntax>& value,
                        const QualifierDeclaration& declaration) {
   const CIMValue& standard = declaration.defaultValue;
   if (value) {
-    return constantValue(*value, standard.getType(), standard.isArray(), declaration.arraySize);
+    return constantValue(*value,
+                         {standard.getType(), {}, standard.isArray(), declaration.arraySize});
   }
   const bool isFlag = standard.getType() == Pegasus::CIMTYPE_BOOLEAN && !standard.isArray();
   return isFlag ? CIMValue(true) : standard;
@@ -183,8 +184,7 @@ QualifierDeclaration qualifierDeclaration(const QualifierDeclarationSyntax& give
   }
   QualifierDeclaration declaration;
   declaration.name = given.name;
-  declaration.defaultValue = given.defaultValue ? constantValue(*given.defaultValue, type.type,
-                                                                type.isArray, type.arraySize)
+  declaration.defaultValue = given.defaultValue ? constantValue(*given.defaultValue, type)
                                                 : CIMValue(type.type, type.isArray);
   declaration.arraySize = type.arraySize;
   declaration.scopes = scopeBits(given);

@@ -77,17 +77,12 @@ class ClassBuilder {
       throw MofError(property.position, "a property cannot be an array of references");
     }
     PropertyDeclaration declaration;
+    static_cast<DataType&>(declaration) = type;
     declaration.name = property.name;
-    declaration.type = type.type;
-    declaration.isArray = type.isArray;
-    declaration.arraySize = type.arraySize;
-    declaration.referenceClass = type.className;
     declaration.qualifiers = resolve(property.qualifiers, scopeOf(type, scopeProperty));
     declaration.isKey = isSet(declaration.qualifiers, "Key");
-    declaration.defaultValue =
-        property.defaultValue
-            ? constantValue(*property.defaultValue, type.type, type.isArray, type.arraySize)
-            : CIMValue(type.type, type.isArray);
+    declaration.defaultValue = property.defaultValue ? constantValue(*property.defaultValue, type)
+                                                     : CIMValue(type.type, type.isArray);
     return declaration;
   }
 
@@ -108,10 +103,8 @@ class ClassBuilder {
   }
 
   MethodParameter build(const ParameterSyntax& parameter) const {
-    const DataType& type = parameter.type;
-    return {parameter.name, type.type,
-            type.isArray,   type.arraySize,
-            type.className, resolve(parameter.qualifiers, scopeOf(type, scopeParameter))};
+    return {parameter.type, parameter.name,
+            resolve(parameter.qualifiers, scopeOf(parameter.type, scopeParameter))};
   }
 
   const Schema& schema_;
@@ -236,7 +229,7 @@ class ClassLoader {
   // worth a warning for each class, not an error.
   template <typename Element>
   void checkTarget(const Element& element, const PlacedClass& placed) {
-    const String& target = element.type.className;
+    const String& target = element.type.referenceClass;
     if (schemaOf(placed).find(target) == nullptr &&
         undeclared_.insert(key(placed, target)).second) {
       warnings.push_back(messageAt(element.position, "warning",
@@ -255,7 +248,7 @@ class ClassLoader {
     if (!inherited) {
       return;
     }
-    const Class* target = schema.find(property.type.className);
+    const Class* target = schema.find(property.type.referenceClass);
     const Class* wider = schema.find(superclass->property(*inherited).referenceClass);
     if (target != nullptr && wider != nullptr && target != wider && !target->isBelow(*wider)) {
       throw MofError(property.position,

@@ -198,33 +198,31 @@ CIMValue arrayOf(const std::vector<Literal>& literals, const Converter& converte
 
 }  // namespace
 
-CIMValue typedValue(const ValueSyntax& value, CIMType type, bool isArray, Pegasus::Uint32 arraySize,
+CIMValue typedValue(const ValueSyntax& value, const DataType& type,
                     const AliasResolver& resolveAlias) {
   if (!value.isArray && value.literals.front().kind == Kind::null) {
-    return {type, isArray};
+    return {type.type, type.isArray};
   }
-  if (value.isArray != isArray) {
-    throw MofError(value.position, isArray ? "expected values in braces, found a single value"
-                                           : "expected a single value, found values in braces");
+  if (value.isArray != type.isArray) {
+    throw MofError(value.position, type.isArray
+                                       ? "expected values in braces, found a single value"
+                                       : "expected a single value, found values in braces");
   }
-  if (arraySize != 0 && value.literals.size() > arraySize) {
-    throw MofError(value.position, "expected at most " + std::to_string(arraySize) +
+  if (type.arraySize != 0 && value.literals.size() > type.arraySize) {
+    throw MofError(value.position, "expected at most " + std::to_string(type.arraySize) +
                                        " values, found " + std::to_string(value.literals.size()));
   }
-  const Converter converter(type, resolveAlias);
-  return Pegasus::withType(type, [&]<typename T>(std::type_identity<T>) {
-    return isArray ? arrayOf<T>(value.literals, converter)
-                   : CIMValue(converter.convert<T>(value.literals.front()));
+  const Converter converter(type.type, resolveAlias);
+  return Pegasus::withType(type.type, [&]<typename T>(std::type_identity<T>) {
+    return type.isArray ? arrayOf<T>(value.literals, converter)
+                        : CIMValue(converter.convert<T>(value.literals.front()));
   });
 }
 
-CIMValue constantValue(const ValueSyntax& value, CIMType type, bool isArray,
-                       Pegasus::Uint32 arraySize) {
-  return typedValue(
-      value, type, isArray, arraySize, [](const Literal& alias) -> Pegasus::CIMObjectPath {
-        throw MofError(alias.position,
-                       "a class cannot refer to the instance $" + alias.text.toUtf8());
-      });
+CIMValue constantValue(const ValueSyntax& value, const DataType& type) {
+  return typedValue(value, type, [](const Literal& alias) -> Pegasus::CIMObjectPath {
+    throw MofError(alias.position, "a class cannot refer to the instance $" + alias.text.toUtf8());
+  });
 }
 
 }  // namespace cimd::mof

@@ -15,13 +15,12 @@ using AliasResolver = std::function<Pegasus::CIMObjectPath(const Literal& alias)
 
 // The value as one of this type. NULL fits every type, inside an array too. Throws MofError at the
 // position of the value when it is of another type or out of the type's range; when it has more
-// elements than `arraySize`, unless that is 0; and when it has a character that CIM-XML cannot
+// elements than a fixed size; and when it has a character that CIM-XML cannot
 // carry, since no client could ever read it.
-Pegasus::CIMValue typedValue(const ValueSyntax& value, Pegasus::CIMType type, bool isArray,
-                             Pegasus::Uint32 arraySize, const AliasResolver& resolveAlias);
+Pegasus::CIMValue typedValue(const ValueSyntax& value, const DataType& type,
+                             const AliasResolver& resolveAlias);
 
 // The same for a constant of the schema, which cannot refer to an instance.
-Pegasus::CIMValue constantValue(const ValueSyntax& value, Pegasus::CIMType type, bool isArray,
-                                Pegasus::Uint32 arraySize);
+Pegasus::CIMValue constantValue(const ValueSyntax& value, const DataType& type);
 
 }  // namespace cimd::mof

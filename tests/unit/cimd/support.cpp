@@ -185,8 +185,8 @@ int Server::errorOf(const std::string& method, const Parameters& parameters,
 void FakeJournal::put(const String& nameSpace, const InstanceKey& /*key*/, const String& className,
                       std::string_view instanceXml) {
   fail();
-  entries += "put " + nameSpace.toUtf8() + " " + className.toUtf8() + "\n";
   lastXml = instanceXml;
+  entries += "put " + nameSpace.toUtf8() + " " + className.toUtf8() + "\n";
 }
 
 void FakeJournal::remove(const String& nameSpace, const InstanceKey& /*key*/) {

@@ -271,9 +271,9 @@ CIMValue valueOf(const std::string& type, const std::string& text) {
   Parser parser(std::make_shared<const std::string>("f"), mof);
   const auto cls = std::get<ClassSyntax>(*parser.next());
   const PropertySyntax& v = cls.properties.at(0);
-  return typedValue(
-      *v.defaultValue, v.type.type, v.type.isArray, v.type.arraySize,
-      [](const Literal& alias) { return CIMObjectPath("", "", "To_" + alias.text, {}); });
+  return typedValue(*v.defaultValue, v.type, [](const Literal& alias) {
+    return CIMObjectPath("", "", "To_" + alias.text, {});
+  });
 }
 
 // The message without its position.
