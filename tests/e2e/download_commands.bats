@@ -90,10 +90,7 @@ successWith() { # present|absent
 
 startWithoutClient() { # [OPTION...] as writeMachine takes them
     startMachine "$@"
-    mkdir "$BATS_TEST_TMPDIR/bin"
-    printf '#!/bin/sh\ncat >"%s"\n' "$BATS_TEST_TMPDIR/script" >"$BATS_TEST_TMPDIR/bin/ftp"
-    chmod +x "$BATS_TEST_TMPDIR/bin/ftp"
-    PATH=$BATS_TEST_TMPDIR/bin:$PATH
+    replaceCommand ftp "cat >'$BATS_TEST_TMPDIR/script'"
 }
 
 scriptIs() { # TEXT
@@ -161,14 +158,12 @@ mv -f a;bwpk.txt fru.txt' "$(grep 'wpk' "$commands")" 'the commands with the nam
 }
 
 @test "the standard output of ftp is appended to fru.log; its error output goes to the terminal" {
+    local PATH=$PATH # bats removes files, too
     startMachine
     echo 'from before' >fru.log
-    mkdir "$BATS_TEST_TMPDIR/bin"
-    # Ends the deletion that follows, so that fru.log stays to be looked at.
-    printf '#!/bin/sh\necho to output\necho to error >&2\ncat >/dev/null\n' >"$BATS_TEST_TMPDIR/bin/ftp"
-    printf '#!/bin/sh\n' >"$BATS_TEST_TMPDIR/bin/rm"
-    chmod +x "$BATS_TEST_TMPDIR/bin"/*
-    PATH=$BATS_TEST_TMPDIR/bin:$PATH runMorvik -s host -d dir
+    replaceCommand ftp 'echo to output' 'echo to error >&2' 'cat >/dev/null'
+    replaceCommand rm # so that fru.log stays to be looked at
+    runMorvik -s host -d dir
     foundNothing
     fileIs fru.log 'from before\nto output\n'
     fileIs "$err" 'to error\n'

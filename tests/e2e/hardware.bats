@@ -25,10 +25,8 @@ selects() { # [FRU-NUMBER...]
 
 # Like selects, on a machine that no real server would describe: the lists of instances as JSON.
 selectsWith() { # CLASS JSON [FRU-NUMBER...]
-    local json=$BATS_TEST_TMPDIR/machine.json
-    printf '{"%s": %s}' "$1" "$2" >"$json"
+    startDescribed "{\"$1\": $2}"
     shift 2
-    startPeer --machine "$json"
     runMorvik -s 127.0.0.1 -d dir
     usedLocalCopy
     stopServers

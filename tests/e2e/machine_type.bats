@@ -29,8 +29,7 @@ runWithModel() { # MODEL
 
 # The instances of KVAXDT_ComputerSystemDetails as JSON: a list of lists of [name, type, value].
 runWithSystems() { # JSON
-    printf '{"KVAXDT_ComputerSystemDetails": %s}' "$1" >"$BATS_TEST_TMPDIR/machine.json"
-    startPeer --machine "$BATS_TEST_TMPDIR/machine.json"
+    startDescribed "{\"KVAXDT_ComputerSystemDetails\": $1}"
     runRecorded -s host -d dir
     stopServers
 }

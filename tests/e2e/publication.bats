@@ -40,9 +40,7 @@ import() {
 }
 
 @test "an instance without a number is left alone" {
-    printf '{"KVAXDT_FRU": [[["FRUNumber", "string", "A1"], ["IdentifyingNumber", "string", null], ["Vendor", "string", "x"]]]}' \
-        >"$BATS_TEST_TMPDIR/machine.json"
-    startPeer --machine "$BATS_TEST_TMPDIR/machine.json"
+    startDescribed '{"KVAXDT_FRU": [[["FRUNumber", "string", "A1"], ["IdentifyingNumber", "string", null], ["Vendor", "string", "x"]]]}'
     echo '"F1","FAN","","x"' >fru.txt
     import
     equal 'EnumerateInstances EnumerateInstanceNames GetProperty CreateInstance' "$(operations | paste -sd ' ')" operations

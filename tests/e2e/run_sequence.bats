@@ -140,23 +140,18 @@ rm -f  fru.log' "$(tail -n 3 "$commands")" 'the last commands'
     startFtp
     fanFile | putOnParts 1234wpk.txt
     # The move is a shell command whose outcome is not looked at; this one moves nothing.
-    mkdir bin
-    printf '#!/bin/sh\n' >bin/mv
-    chmod +x bin/mv
-    PATH=$PWD/bin:$PATH runRecorded -s 127.0.0.1 -d /pc/dolmex/bp_server
+    replaceCommand mv
+    runRecorded -s 127.0.0.1 -d /pc/dolmex/bp_server
     said "$couldNotOpen"
     equal 1 "$(grep -cx 'rm -f  fru.txt' "$commands")" 'the number of removals'
-    filesAre 1234wpk.txt bin bin/mv
+    filesAre 1234wpk.txt
     publishedNumbersAre F9
 }
 
 # Compares the writes to standard output, each as a line of its own, as Python shows it. A pipe in
-# packet mode keeps them apart. The removal of a work file is seen among them, and removes nothing.
+# packet mode keeps them apart.
 writesAre() { # (the expected lines come from standard input)
-    mkdir -p "$BATS_TEST_TMPDIR/bin"
-    printf '#!/bin/sh\necho removal\n' >"$BATS_TEST_TMPDIR/bin/rm"
-    chmod +x "$BATS_TEST_TMPDIR/bin/rm"
-    equal "$(cat)" "$(PATH=$BATS_TEST_TMPDIR/bin:$PATH "$python" -c '
+    equal "$(cat)" "$("$python" -c '
 import os, subprocess, sys
 reader, writer = os.pipe2(os.O_DIRECT)
 with subprocess.Popen(sys.argv[1:], stdout=writer) as program:
@@ -166,7 +161,9 @@ with subprocess.Popen(sys.argv[1:], stdout=writer) as program:
 }
 
 @test "each message line is written at once, before the next line and the next step" {
+    local PATH=$PATH # bats removes files, too
     startRecordedMachine
+    replaceCommand rm 'echo removal'
     writesAre <<'END'
 'removal\n'
 'Either FRU is not supported or this system does not have access to FRU file.\n'
@@ -180,10 +177,8 @@ END
 '\nA local copy of fru.txt is detected. MORVIK will run base on this file.\n'
 'Morvik did not complete. Please run morvik manually (see man morvik for help).\n'
 END
-    rm fru.txt
-    fanFile >1234wpk.txt
-    printf '#!/bin/sh\n' >"$BATS_TEST_TMPDIR/bin/mv"
-    chmod +x "$BATS_TEST_TMPDIR/bin/mv"
+    replaceCommand mv
+    command -p mv fru.txt 1234wpk.txt
     writesAre <<'END'
 'removal\n'
 'Could not open FRU data file.\n'

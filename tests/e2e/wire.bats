@@ -106,7 +106,7 @@ GetProperty' "$(operations)" operations
 }
 
 @test "names with keys of every type go back as they came, without host and namespace" {
-    local names reference path number
+    local names reference path described number
     reference='<VALUE.REFERENCE><INSTANCENAME CLASSNAME="CIM_Rack"><KEYBINDING NAME="Tag"><KEYVALUE VALUETYPE="string">a b</KEYVALUE></KEYBINDING></INSTANCENAME></VALUE.REFERENCE>'
     path='<INSTANCEPATH><NAMESPACEPATH><HOST>box</HOST><LOCALNAMESPACEPATH><NAMESPACE NAME="root"/></LOCALNAMESPACEPATH></NAMESPACEPATH>'
     names=(
@@ -115,9 +115,8 @@ GetProperty' "$(operations)" operations
         "<INSTANCENAME CLASSNAME=\"KVAXDT_FRU\"><KEYBINDING NAME=\"r\">$reference</KEYBINDING></INSTANCENAME>"
         '<INSTANCENAME CLASSNAME="KVAXDT_FRU"><KEYBINDING NAME="p"><KEYVALUE VALUETYPE="string">x</KEYVALUE></KEYBINDING></INSTANCENAME>'
     )
-    printf '{"names": "%s"}' "$(sed 's/"/\\"/g' <<<"${names[*]:0:3} $path${names[3]}</INSTANCEPATH>" | tr -d '\n')" \
-        >"$BATS_TEST_TMPDIR/machine.json"
-    startPeer --machine "$BATS_TEST_TMPDIR/machine.json" --raw "$raw"
+    described="${names[*]:0:3} $path${names[3]}</INSTANCEPATH>"
+    startDescribed "{\"names\": \"${described//\"/\\\"}\"}" --raw "$raw"
     : >fru.txt
     runMorvik -s 127.0.0.1 -d dir
     usedLocalCopy

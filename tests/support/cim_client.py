@@ -86,7 +86,10 @@ class Session:
         self.call("ModifyInstance", [("ModifiedInstance", named)])
 
     def delete(self, number):
-        self.call("DeleteInstance", [("InstanceName", path(number))])
+        self.delete_by(keys(number))
+
+    def delete_by(self, values):
+        self.call("DeleteInstance", [("InstanceName", name_of(values))])
 
     def instances(self):
         """The values of each instance by the names of the properties, in the order of the answer."""
@@ -105,8 +108,12 @@ def keys(number):
     return {"FRUNumber": number, "IdentifyingNumber": "1", "Vendor": "Acme"}
 
 
+def name_of(values):
+    return cim_xml.name_element(FRU, [(key, values[key]) for key in cim_xml.FRU_KEYS])
+
+
 def path(number):
-    return cim_xml.name_element(FRU, keys(number).items())
+    return name_of(keys(number))
 
 
 def instance(number, name, **others):

@@ -114,6 +114,12 @@ startPeer() { # [OPTION...] as cim_peer.py takes them
         --accepted "$accepted" "$@"
 }
 
+# A server that answers from descriptions of classes, as JSON.
+startDescribed() { # JSON [OPTION...]
+    printf '%s' "$1" >"$BATS_TEST_TMPDIR/machine.json"
+    startPeer --machine "$BATS_TEST_TMPDIR/machine.json" "${@:2}"
+}
+
 # A morvik-cimd out of the way, and in front of it a peer that writes down what is asked.
 startRecordedMachine() {
     writeMachine "$@" >"$BATS_TEST_TMPDIR/machine.mof"
@@ -192,6 +198,14 @@ runRecorded() { # [ARG...]
         bash "$BATS_TEST_TMPDIR/recording-sh" "$morvik" "$@"
 }
 
+# Puts a shell script of these lines in the place of a command.
+replaceCommand() { # NAME [LINE...]
+    mkdir -p "$BATS_TEST_TMPDIR/bin"
+    printf '%s\n' '#!/bin/sh' "${@:2}" >"$BATS_TEST_TMPDIR/bin/$1"
+    chmod +x "$BATS_TEST_TMPDIR/bin/$1"
+    [[ $PATH == "$BATS_TEST_TMPDIR/bin":* ]] || PATH=$BATS_TEST_TMPDIR/bin:$PATH
+}
+
 recordingShell() {
     local shell=$BATS_TEST_TMPDIR/sh
     commands=$BATS_TEST_TMPDIR/commands
@@ -231,6 +245,10 @@ readonly notAvailable='Either FRU is not supported or this system does not have 
 readonly didNotComplete='Morvik did not complete. Please run morvik manually (see man morvik for help).\n'
 # shellcheck disable=SC2034 # used by the tests
 readonly couldNotOpen='Could not open FRU data file.\nPlease run man morvik for help \n'
+
+# For grep -xE: each line that morvik may write.
+# shellcheck disable=SC2034 # used by the tests
+readonly anyMessage='|A local copy of fru.txt is detected.*|Morvik did not complete.*|Either FRU is not.*|Could not open FRU data file\.|Please run man morvik for help\.? '
 
 # The run ended with status 0 and wrote exactly this text to standard output.
 said() { # TEXT

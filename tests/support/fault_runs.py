@@ -19,8 +19,7 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-import cim_xml
-from cim_client import ENUMERATE_FRUS, Session
+from cim_client import Session
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 BIN = os.environ["MORVIK_BIN_DIR"]
@@ -97,25 +96,16 @@ class Published:
     def numbers(self):
         """FRU:NUMBER of each, sorted."""
         return sorted(
-            f"{fru}:{number.removeprefix('KVAHalvoranFru')}" for fru, number, _ in self.read()
+            f"{values['FRUNumber']}:{values['IdentifyingNumber'].removeprefix('KVAHalvoranFru')}"
+            for values in self.session.instances()
         )
 
-    def read(self):
-        """(FRU number, identifying number, INSTANCENAME) of each, in the server's order."""
-        reply = self.session.call("EnumerateInstances", ENUMERATE_FRUS)
-        found = []
-        for element in reply.iter("VALUE.NAMEDINSTANCE"):
-            texts = {p.get("NAME"): p.findtext("VALUE") for p in element.iter("PROPERTY")}
-            name = cim_xml.ElementTree.tostring(element.find("INSTANCENAME"), encoding="unicode")
-            found.append((texts["FRUNumber"], texts["IdentifyingNumber"], name))
-        return found
-
     def restore(self):
-        for _, _, name in self.read():
-            self.session.call("DeleteInstance", [("InstanceName", name)])
+        for values in self.session.instances():
+            self.session.delete_by(values)
         for fru, number in EARLIER:
             self.session.create(fru, "FAN", IdentifyingNumber=number, Vendor="KVA")
-        if [fru for fru, _, _ in self.read()] != [fru for fru, _ in EARLIER]:
+        if [fru for fru, _ in self.session.frus()] != [fru for fru, _ in EARLIER]:
             sys.exit("the server has another order")
 
 

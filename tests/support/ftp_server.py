@@ -68,17 +68,6 @@ class FailingFile(io.BytesIO):
         return part
 
 
-def make_damaged_filesystem(length):
-    """All files fail after so many bytes."""
-
-    class DamagedFilesystem(AbstractedFS):
-        def open(self, filename, mode):
-            with super().open(filename, mode) as file:
-                return FailingFile(filename, file.read(length))
-
-    return DamagedFilesystem
-
-
 class PausingFile(io.BytesIO):
     """A file whose reader, and with it the whole server, stops after the first bytes."""
 
@@ -99,13 +88,15 @@ class PausingFile(io.BytesIO):
         return super().read(size)
 
 
-def make_pausing_filesystem(pause):
-    class PausingFilesystem(AbstractedFS):
+def make_filesystem(make_file):
+    """All files are what make_file(name, content) makes of them."""
+
+    class Filesystem(AbstractedFS):
         def open(self, filename, mode):
             with super().open(filename, mode) as file:
-                return PausingFile(filename, file.read(), pause)
+                return make_file(filename, file.read())
 
-    return PausingFilesystem
+    return Filesystem
 
 
 def make_handler(arguments):
@@ -122,9 +113,13 @@ def make_handler(arguments):
             super().pre_process_command(line, cmd, arg)
 
     if arguments.break_off is not None:
-        Handler.abstracted_fs = make_damaged_filesystem(arguments.break_off)
+        Handler.abstracted_fs = make_filesystem(
+            lambda name, content: FailingFile(name, content[: arguments.break_off])
+        )
     if arguments.pause is not None:
-        Handler.abstracted_fs = make_pausing_filesystem(arguments.pause)
+        Handler.abstracted_fs = make_filesystem(
+            lambda name, content: PausingFile(name, content, arguments.pause)
+        )
     Handler.authorizer = DummyAuthorizer()
     if not arguments.refuse_login:
         Handler.authorizer.add_anonymous(arguments.root, perm="elr")

@@ -42,9 +42,3 @@ importLines() {
     usedLocalCopy
     rm fru.txt
 }
-
-# A server that answers from descriptions of classes, as JSON.
-startDescribed() { # JSON
-    printf '%s' "$1" >"$BATS_TEST_TMPDIR/machine.json"
-    startPeer --machine "$BATS_TEST_TMPDIR/machine.json"
-}
