@@ -62,9 +62,7 @@ Url urlOfFtpServer(const Settings& settings) {
   const std::size_t blank = server.find(' ');
   const std::string host = server.substr(0, blank);
   const std::string port = blank == std::string::npos ? "" : server.substr(blank + 1);
-  const bool isHost = host.find_first_not_of(
-                          "0123456789abcdefghijklmnopqrstuvwxyz"
-                          "ABCDEFGHIJKLMNOPQRSTUVWXYZ.-_:[]%") == std::string::npos;
+  const bool isHost = isOfLettersDigitsAnd(".-_:[]%", host);
   const bool isPort = port.size() <= 5 && port.find_first_not_of("0123456789") == std::string::npos;
   Url url;
   if (host.empty() || !isHost || !isPort || !url.set(CURLUPART_URL, "ftp://" + host + "/") ||

@@ -15,7 +15,7 @@ struct Command {
   // Where it works.
   std::string directory;
   // Put before PATH, if not empty.
-  std::string programs;
+  std::string programs = {};
   // How long it may take. It is then killed, with all that it has started.
   std::chrono::milliseconds limit;
   // A descriptor that stays open in it, or -1. Others are closed.

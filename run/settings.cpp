@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "outcome.h"
+#include "text/ascii.h"
 
 namespace run {
 
@@ -199,6 +200,13 @@ std::string messageOf(const CLI::ParseError& error, const CLI::App& app) {
 
 void refuseSetting(const Setting& setting, const std::string& value, const std::string& rule) {
   throw Failure(Status::badUse, std::string(setting.name) + ": '" + harmless(value) + "' " + rule);
+}
+
+bool isOfLettersDigitsAnd(std::string_view others, std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [&](char c) {
+    return Pegasus::text::isLetter(c) || Pegasus::text::isDigit(c) ||
+           others.find(c) != std::string_view::npos;
+  });
 }
 
 std::variant<Settings, int> readSettings(int argc, const char* const* argv) {

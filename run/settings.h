@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <string>
+#include <string_view>
 #include <variant>
 
 namespace run {
@@ -49,6 +50,9 @@ struct Settings {
 // Throws Failure(badUse): the value, which is that of the setting or part of it, breaks the rule.
 [[noreturn]] void refuseSetting(const Setting& setting, const std::string& value,
                                 const std::string& rule);
+
+// Whether the text has no other characters than ASCII letters, digits and these.
+[[nodiscard]] bool isOfLettersDigitsAnd(std::string_view others, std::string_view text);
 
 // The settings, or the exit status after help or version have been printed. Throws Failure(badUse)
 // if the command line cannot be understood.

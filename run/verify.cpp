@@ -205,7 +205,6 @@ std::int64_t checkSignature(const std::string& sums, const std::string& signatur
         runProgram({.words = {"gpgv", "--homedir", directory, "--status-fd", "1", "--weak-digest",
                               "SHA1", "--keyring", keyring, "SHA256SUMS.gpg", "SHA256SUMS"},
                     .directory = directory,
-                    .programs = "",
                     .limit = std::min<std::chrono::milliseconds>(deadline.left(), gpgvLimit)});
   } catch (const std::system_error& error) {
     throw Failure(Status::badUse, std::string(error.what()) + " (is the package gpgv installed?)");

@@ -9,10 +9,13 @@
 #include "cim/selection.h"
 #include "import/import.h"
 #include "text.h"
+#include "text/ascii.h"
 
 using Pegasus::CIMInstance;
 using Pegasus::String;
 using Pegasus::Uint32;
+using Pegasus::text::isDigit;
+using Pegasus::text::isLetter;
 
 namespace show {
 
@@ -50,8 +53,7 @@ String lineWords(std::uint64_t line) {
 bool isPlain(const String& value) {
   const auto units = value.view();
   return !units.empty() && std::all_of(units.begin(), units.end(), [](char16_t unit) {
-    return (unit >= u'0' && unit <= u'9') || (unit >= u'a' && unit <= u'z') ||
-           (unit >= u'A' && unit <= u'Z') || unit == u'_';
+    return isDigit(unit) || isLetter(unit) || unit == u'_';
   });
 }
 

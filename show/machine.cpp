@@ -12,6 +12,7 @@
 #include "cim/client.h"
 #include "cim/machine.h"
 #include "text.h"
+#include "text/ascii.h"
 
 using Pegasus::Array;
 using Pegasus::CIMClient;
@@ -23,6 +24,8 @@ using Pegasus::String;
 using Pegasus::Uint16;
 using Pegasus::Uint32;
 using Pegasus::Uint64;
+using Pegasus::text::isDigit;
+using Pegasus::text::isLetter;
 
 namespace show {
 
@@ -166,13 +169,8 @@ void addDetails(CIMClient& client, const char* cls, Parts& parts,
 
 // --- names of places ---
 
-bool isDigit(char16_t unit) {
-  return unit >= u'0' && unit <= u'9';
-}
-
 bool isWordUnit(char16_t unit) {
-  return isDigit(unit) || (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z') ||
-         unit > 0x7F;
+  return isDigit(unit) || isLetter(unit) || unit > 0x7F;
 }
 
 // Only letters and digits, small ones.
@@ -202,8 +200,8 @@ bool isShortFor(std::u16string_view name, std::u16string_view place) {
     return true;
   }
   const auto before = beforeWords(name, place);
-  return before && std::none_of(before->begin(), before->end(), isDigit) &&
-         !std::all_of(place.begin(), place.end(), isDigit);
+  return before && std::none_of(before->begin(), before->end(), isDigit<char16_t>) &&
+         !std::all_of(place.begin(), place.end(), isDigit<char16_t>);
 }
 
 }  // namespace

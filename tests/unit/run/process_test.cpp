@@ -22,8 +22,7 @@ using ::testing::HasSubstr;
 namespace {
 
 Ended runShell(const std::string& text, std::chrono::milliseconds limit = std::chrono::minutes(1)) {
-  return runProgram(
-      {.words = {"sh", "-c", text}, .directory = "/", .programs = "", .limit = limit});
+  return runProgram({.words = {"sh", "-c", text}, .directory = "/", .limit = limit});
 }
 
 // A pipe of which programs inherit one end.
@@ -81,7 +80,6 @@ TEST(Process, ProgramIsKilledWithItsChildrenWhenTheTimeIsUp) {
   Lifeline lifeline;
   const Ended ended = runProgram({.words = {"sh", "-c", "sleep 20 & echo begun; wait"},
                                   .directory = "/",
-                                  .programs = "",
                                   .limit = std::chrono::milliseconds(300),
                                   .inherited = lifeline.end()});
   EXPECT_TRUE(ended.isTimeUp);
@@ -95,7 +93,6 @@ TEST(Process, ProgramEndsSoonAfterItsLimitIfNobodyIsLeftToEndIt) {
   if (runner == 0) {
     runProgram({.words = {"sh", "-c", "kill -KILL $PPID; exec sleep 20"},
                 .directory = "/",
-                .programs = "",
                 .limit = std::chrono::milliseconds(100),
                 .inherited = lifeline.end()});
     _exit(0);
@@ -133,10 +130,8 @@ TEST(Process, SignalsAreNotHeldInTheProgram) {
 
 TEST(Process, MissingProgramIsReported) {
   try {
-    runProgram({.words = {"/nonexistent/program"},
-                .directory = "/",
-                .programs = "",
-                .limit = std::chrono::minutes(1)});
+    runProgram(
+        {.words = {"/nonexistent/program"}, .directory = "/", .limit = std::chrono::minutes(1)});
     FAIL() << "started";
   } catch (const std::system_error& error) {
     EXPECT_EQ(error.code().value(), ENOENT);
