@@ -1,4 +1,4 @@
-"""What an operation costs morvik, counted rather than timed; and what it takes to start.
+"""The costs of an operation of morvik, counted rather than timed, and of its start.
 
     costs.py BIN_DIR BENCH_DIR
 
@@ -39,8 +39,8 @@ class Counter(Bench):
                                   stderr=subprocess.PIPE, text=True, check=True).stderr
 
     def instructions(self, text, old):
-        told = self.run(["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null"], text, old)
-        return {"": int(re.findall(r"Collected : (\d+)", told)[-1])}
+        output = self.run(["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null"], text, old)
+        return {"": int(re.findall(r"Collected : (\d+)", output)[-1])}
 
     def calls(self, text, old):
         self.run(["strace", "-c", "-o", "calls"], text, old)
@@ -55,15 +55,10 @@ class Counter(Bench):
         return {name: cost for name, cost in costs.items() if cost >= 0.05}
 
 
-def start_up(bench_dir, command):
-    """Of a run that finds no server: CPU milliseconds and peak memory in MiB."""
-    runs = []
-    for _ in range(21):
-        told = subprocess.run([os.path.join(bench_dir, "measure"), *command], check=False, text=True,
-                              stdout=subprocess.DEVNULL, stderr=subprocess.PIPE).stderr
-        _, cpu, peak = told.splitlines()[-1].split()
-        runs.append((float(cpu) * 1e3, float(peak) / 1024))
-    return [statistics.median(values) for values in zip(*runs)]
+def start_up(counter):
+    """CPU milliseconds and peak memory in MiB of a run that finds no server."""
+    runs = [counter.measured(*counter.command) for _ in range(21)]
+    return statistics.median(run[1] for run in runs) * 1e3, statistics.median(run[2] for run in runs)
 
 
 def libraries(program):
@@ -86,7 +81,7 @@ def main():
             print("%-26s %12s  %s" % (
                 name, format(round(counter.each(counter.instructions, scenario)[""]), ","),
                 ", ".join("%s %.1f" % call for call in sorted(calls.items()))))
-        cpu, peak = start_up(options.bench_dir, counter.command)
+        cpu, peak = start_up(counter)
         print("\na run that finds no server: %.1f ms of CPU time, peak %.1f MiB, %d shared libraries"
               % (cpu, peak, libraries(counter.command[0])))
 

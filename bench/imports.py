@@ -3,7 +3,7 @@
     imports.py [--full] [--repeat N] [--running] BIN_DIR BENCH_DIR
 
 BIN_DIR has morvik and morvik-cimd, BENCH_DIR has the programs of this directory. Port 5988 must be free:
-each run gets a morvik-cimd of its own there. With --running the CIM server that already listens there is
+each run gets its own morvik-cimd there. With --running the CIM server that already listens there is
 measured instead; it must have loaded kvaxdt.mof and machine.mof.
 
 Each run has a local copy of the data file, so nothing is fetched. The time of a run without entries
@@ -131,18 +131,18 @@ class Bench:
         publish_earlier(old, port)
         return process
 
-    def program(self, name, *arguments):
-        return subprocess.run([os.path.join(self.bench_dir, name), *arguments], capture_output=True,
-                              text=True, check=True)
-
-    def morvik(self, text):
-        """Seconds, CPU seconds and peak memory in MiB of one run."""
-        with open("fru.txt", "w", encoding="utf-8") as file:
-            file.write(text)
-        run = self.program("measure", os.path.join(self.bin_dir, "morvik"), "-s", "127.0.0.1")
+    def measured(self, *command):
+        """Seconds, CPU seconds and peak memory in MiB of one run, and its standard output."""
+        run = subprocess.run([os.path.join(self.bench_dir, "measure"), *command], capture_output=True,
+                             text=True, check=True)
         # The FTP client writes its complaints to the same stream.
         passed, cpu, peak = run.stderr.splitlines()[-1].split()
-        return float(passed), float(cpu), float(peak) / 1024
+        return float(passed), float(cpu), float(peak) / 1024, run.stdout
+
+    def morvik(self, text):
+        with open("fru.txt", "w", encoding="utf-8") as file:
+            file.write(text)
+        return self.measured(os.path.join(self.bin_dir, "morvik"), "-s", "127.0.0.1")[:3]
 
     def record(self, text, old):
         with contextlib.suppress(FileNotFoundError):
@@ -156,7 +156,9 @@ class Bench:
 
     def replay(self):
         """Seconds, CPU seconds and number of requests."""
-        return tuple(map(float, self.program("replay", "127.0.0.1", str(PORT), "requests").stdout.split()))
+        passed, cpu, _, count = self.measured(
+            os.path.join(self.bench_dir, "replay"), "127.0.0.1", str(PORT), "requests")
+        return passed, cpu, float(count)
 
     def measure(self, text, old, repeat):
         """Medians of morvik's runs, and of the replays with the CPU seconds of the server."""
@@ -232,9 +234,10 @@ def main():
         print_runs(bench, options.repeat, [1000, 100000] if options.full else [1000])
         if not options.running:
             with bench.server(0):
-                told = bench.program("bench_client", "127.0.0.1:%d" % PORT, "root/kvasd", "Wide", "2000")
+                passed, cpu, _, _ = bench.measured(
+                    os.path.join(bench.bench_dir, "bench_client"), "127.0.0.1:%d" % PORT, "root/kvasd", "Wide", "2000")
             print("\nenumeration of two instances with 54 properties: "
-                  "%s us, %s us of CPU time" % tuple(told.stdout.split()[:2]))
+                  "%.1f us, %.1f us of CPU time" % (passed * 1e6 / 2000, cpu * 1e6 / 2000))
 
 
 if __name__ == "__main__":

@@ -4,7 +4,7 @@
 
 Simulates the requests of one night of MACHINES machines (10,000) to a real nginx with files for 200 machine
 types, at random moments of two hours as morvik.timer spreads them, in SECONDS seconds (60). Each machine is
-a new client with a connection of its own that asks for what morvik-run asks. In the nights of "changed", one
+a new client with its own connection that asks for what morvik-run asks. In the nights of "changed", one
 in fifty machines has an old version of its file. Prints how many requests there were and how many were answered
 with 304, and for each machine the bytes of requests and answers as HTTP has them, all bytes on the wire in both
 directions, and the CPU time of nginx; and the most machines that begin in one simulated second.

@@ -98,7 +98,7 @@ def make(options):
 
 
 def faults(document, tree):
-    """What is wrong with it, in words."""
+    """Yields the errors of the document, in words."""
     parts = [("document", document), *(("package", each) for each in document.get("packages", ())),
              *(("file", each) for each in document.get("files", ())),
              *(("relationship", each) for each in document.get("relationships", ()))]

@@ -1,6 +1,6 @@
 #!/usr/bin/env bats
 # After a run that was interrupted at any point, the next run publishes the whole inventory and removes all
-# work files. Each kind of interruption is tested in a room of its own.
+# work files. Each kind of interruption is tested in its own room.
 
 # shellcheck source-path=SCRIPTDIR source=../support/e2e.bash
 source "$BATS_TEST_DIRNAME/../support/e2e.bash"

@@ -277,7 +277,7 @@ withOnly() { # COMMAND...
     grep -q ftp "$err"
 }
 
-@test "no mv: the fetched file is not renamed, so there is no data file" {
+@test "no mv: the fetched file is not renamed, so the data file is missing" {
     offerFans
     withOnly ftp rm
     said "$couldNotOpen"

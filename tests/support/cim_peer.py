@@ -1,16 +1,15 @@
 #!/usr/bin/python3
-"""A CIM server for tests: answers by a description of a machine, or hands requests on to a real
-server, writes down what it is asked, and misbehaves on request.
+"""A CIM server for tests: hands requests on to a real server, or answers by a description of a machine,
+writes down what it is asked, and misbehaves on request.
 
 Prints "ready" on standard output once it listens on 127.0.0.1. Ends on SIGTERM.
 
 --machine FILE   JSON: {"CLASS": [instance, ...], ...}; an instance is a list of properties
                  [name, type, value]; value is a text, null, or a list of texts (an array).
-                 Enumerations of these classes are answered from it. Without --upstream the
-                 instances of KVAXDT_FRU are the published ones; creations and deletions are
+                 The instances of KVAXDT_FRU are the published ones; creations and deletions are
                  answered but change nothing. With "names": "<INSTANCENAME ...>..." these are the
                  names of all published instances, and each is one of morvik's own.
---upstream PORT  everything else goes to the server on this port of 127.0.0.1.
+--upstream PORT  everything goes to the server on this port of 127.0.0.1 instead.
 --log FILE       one line for each request: number of the connection, operation, namespace, and
                  every argument with its value.
 --accepted FILE  a line for each connection, whether or not a request follows.
@@ -38,7 +37,6 @@ def parse_arguments():
     parser = argparse.ArgumentParser(
         description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter
     )
-    parser.add_argument("--port", type=int, default=5988)
     parser.add_argument("--machine")
     parser.add_argument("--upstream", type=int)
     parser.add_argument("--log", default=os.devnull)
@@ -128,10 +126,7 @@ class Peer:
                 file.write(raw)
 
     def answer(self, request, raw):
-        canned = request.operation == "EnumerateInstances" and (
-            request.class_name() in self.canned.classes
-        )
-        if self.arguments.upstream and not canned:
+        if self.arguments.upstream:
             return self.forwarded(raw)
         return cim_xml.answer(
             request.operation, request.message_id, self.canned.content(request)
@@ -209,7 +204,7 @@ def accept_all(peer, listener):
 def main():
     arguments = parse_arguments()
     signal.signal(signal.SIGTERM, lambda *_: os._exit(0))
-    listener = socket.create_server(("127.0.0.1", arguments.port))
+    listener = socket.create_server(("127.0.0.1", 5988))
     cim_faults.listeners.append(listener)
     print("ready", flush=True)
     accept_all(Peer(arguments), listener)

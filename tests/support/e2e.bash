@@ -1,7 +1,7 @@
 # Shared by the tests of whole programs. Loaded by each of them; runs inside a room, so the ports 21
 # and 5988 are free.
 #
-# Every test works in a directory of its own and ends the servers it has started by their process
+# Every test works in its own directory and ends the servers it has started by their process
 # ids. A server that did not end well (a crash, a sanitizer's report) fails the test.
 
 bats_require_minimum_version 1.5.0

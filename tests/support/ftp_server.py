@@ -14,7 +14,7 @@ import sys
 import time
 import warnings
 
-# pyftpdlib 1.5 stands on modules that Python calls deprecated; users can do nothing about it.
+# pyftpdlib 1.5 uses modules that Python calls deprecated; users can do nothing about it.
 warnings.filterwarnings("ignore", category=DeprecationWarning)
 
 try:
@@ -100,7 +100,7 @@ def make_filesystem(make_file):
 
 
 def make_handler(arguments):
-    """A handler class of its own for this server: pyftpdlib keeps its settings in the class."""
+    """A new handler class for this server: pyftpdlib keeps its settings in the class."""
     log = open(arguments.log, "a", buffering=1, encoding="utf-8") if arguments.log else None
 
     class Handler(FTPHandler):

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Takes what a service tells systemd.
+"""Receives the messages of a service to systemd.
 
 notify_socket.py NAME FILE   NAME is a path, or a name in the abstract namespace, written with "@".
                              Prints "ready", then appends each message to FILE as one line, until

@@ -63,7 +63,7 @@ endsWith() { # STATUS [ARG...]
     equal "$expected" "$status" "the status of morvik-cimd $*" || { cat "$err" >&2; return 1; }
 }
 
-# Standard error ends with this line. Warnings about root may stand before it.
+# Standard error ends with this line. Warnings about root may come before it.
 complains() { # LINE
     equal "$1" "$(tail -n 1 "$err")" 'the message'
 }
