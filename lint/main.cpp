@@ -14,6 +14,7 @@
 #include "checker.h"
 #include "explainer.h"
 #include "file.h"
+#include "options.h"
 #include "table.h"
 #include "text.h"
 
@@ -128,9 +129,7 @@ ExitStatus run(int argc, const char* const* argv) {
       app.exit(error);
       return ExitStatus::clean;
     }
-    const bool isUnknown = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
-    complain(isUnknown && !app.remaining().empty() ? "unknown option: " + app.remaining().front()
-                                                   : error.what());
+    complain(show::messageOf(error, app, argc, argv));
     std::cerr << "Try 'morvik-lint --help'." << std::endl;
     return ExitStatus::trouble;
   }

@@ -14,6 +14,7 @@
 #include <system_error>
 #include <utility>
 
+#include "options.h"
 #include "outcome.h"
 #include "text/ascii.h"
 
@@ -187,15 +188,6 @@ void findPlaces(Settings& settings) {
   }
 }
 
-std::string messageOf(const CLI::ParseError& error, const CLI::App& app) {
-  const std::vector<std::string> unknown = app.remaining();
-  if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::ExtrasError) || unknown.empty()) {
-    return error.what();
-  }
-  const bool isOption = unknown.front().starts_with('-');
-  return (isOption ? "unknown option: " : "unexpected argument: ") + harmless(unknown.front());
-}
-
 }  // namespace
 
 void refuseSetting(const Setting& setting, const std::string& value, const std::string& rule) {
@@ -230,7 +222,8 @@ std::variant<Settings, int> readSettings(int argc, const char* const* argv) {
     if (error.get_exit_code() == 0) {  // help and version come this way too
       return app.exit(error);
     }
-    throw Failure(Status::badUse, messageOf(error, app) + " (see morvik-run --help)");
+    throw Failure(Status::badUse,
+                  harmless(show::messageOf(error, app, argc, argv)) + " (see morvik-run --help)");
   }
   addEnvironment(app, settings);
   try {

@@ -148,8 +148,8 @@ void writeJson(const Output& output, const Fleet& fleet) {
     none += published.empty() ? 1 : 0;
     list.add({{"line", each.line},
               {"category", toJson(each.category)},
-              {"fruNumber", toJson(each.entry.fruNumber)},
-              {"description", toJson(each.entry.description)},
+              {"fruNumber", toJson(each.fruNumber)},
+              {"description", toJson(each.description)},
               {"publishedOn", std::move(published)}});
   }
   list.end({{"counts",
@@ -189,7 +189,11 @@ Fleet explainOn(std::vector<NamedInventory> machines, std::istream& file) {
       continue;
     }
     const Explanation& first = explanations.front();
-    FleetLine each = {first.line, first.category.value_or(String()), *first.entry, {}};
+    FleetLine each = {first.line,
+                      first.category.value_or(String()),
+                      first.entry->fruNumber,
+                      first.entry->description,
+                      {}};
     for (const std::size_t explainer : explainerOf) {
       each.isPublished.push_back(explanations[explainer].result == Result::published);
     }
@@ -224,9 +228,9 @@ void writeFleet(const Output& output, const Fleet& fleet) {
   }
   Table table(output, columns);
   for (const FleetLine& each : fleet.entries) {
-    Table::Row row = {{number(each.line), each.category, each.entry.fruNumber,
-                       each.entry.description, number(each.count())},
-                      each.count() == 0 ? Style::yellow : Style::plain};
+    Table::Row row = {
+        {number(each.line), each.category, each.fruNumber, each.description, number(each.count())},
+        each.count() == 0 ? Style::yellow : Style::plain};
     for (const Group& group : groups) {
       row.cells.push_back(each.isPublished[group.front()] ? Text(isCsv ? "published" : "x")
                                                           : Text());

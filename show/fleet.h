@@ -18,7 +18,8 @@ struct FleetLine {
   // From 1.
   std::uint64_t line = 0;
   Pegasus::String category;
-  Entry entry;
+  Text fruNumber;
+  Text description;
   // For each machine, whether it publishes the entry.
   std::vector<bool> isPublished;
 

@@ -17,6 +17,7 @@ constexpr const char* programDescription =
     "its parts, finds the number for a part, explains which lines of a FRU data file\n"
     "would be published, and shows what has changed.";
 constexpr const char* footer =
+    "A FILE may be a pipe; - is standard input.\n\n"
     "Exit status: 0 with entries, 1 without, 2 if something went wrong.\n"
     "With --diff: 0 if nothing has changed, 1 if something has, 2 as above.";
 
@@ -83,32 +84,6 @@ void checkValues(CLI::App& app) {
   }
 }
 
-// CLI11 names the unknown arguments, but not what is wrong with them, and of "-xj" only the "-x".
-std::string messageOf(const CLI::ParseError& error, const CLI::App& app, int argc,
-                      const char* const* argv) {
-  std::string words = error.what();
-  if (words.find(": At Most 1 required") != std::string::npos) {
-    return words.substr(0, words.find(':')) + " may be given only once";
-  }
-  const std::vector<std::string> unknown = app.remaining();
-  if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::ExtrasError) || unknown.empty()) {
-    return words;
-  }
-  const std::string& name = unknown.front();
-  if (!name.starts_with('-')) {
-    return "unexpected argument: " + name +
-           (app.count("--html") > 0 ? "; put files directly after --html, without --server" : "");
-  }
-  for (int i = 1; i < argc && name.size() == 2; ++i) {
-    const std::string_view argument = argv[i];
-    const bool isGroup = argument.size() > 2 && argument[0] == '-' && argument[1] != '-';
-    if (isGroup && argument.find(name[1]) != std::string_view::npos) {
-      return "unknown option: " + name + " in " + std::string(argument);
-    }
-  }
-  return "unknown option: " + name;
-}
-
 std::string checkFormat(const std::string& text) {
   return text == "1" || text == "2" ? "" : "'" + text + "' is neither 1 nor 2";
 }
@@ -124,6 +99,30 @@ void checkCategories(const Options& options) {
 }
 
 }  // namespace
+
+std::string messageOf(const CLI::ParseError& error, const CLI::App& app, int argc,
+                      const char* const* argv) {
+  std::string words = error.what();
+  if (words.find(": At Most 1 required") != std::string::npos) {
+    return words.substr(0, words.find(':')) + " may be given only once";
+  }
+  const std::vector<std::string> unknown = app.remaining();
+  if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::ExtrasError) || unknown.empty()) {
+    return words;
+  }
+  const std::string& name = unknown.front();
+  if (!name.starts_with('-')) {
+    return "unexpected argument: " + name;
+  }
+  for (int i = 1; i < argc && name.size() == 2; ++i) {
+    const std::string_view argument = argv[i];
+    const bool isGroup = argument.size() > 2 && argument[0] == '-' && argument[1] != '-';
+    if (isGroup && argument.find(name[1]) != std::string_view::npos) {
+      return "unknown option: " + name + " in " + std::string(argument);
+    }
+  }
+  return "unknown option: " + name;
+}
 
 std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv) {
   Options options;
@@ -183,7 +182,10 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
       app.exit(error);
       return ExitStatus::entries;
     }
-    std::cerr << "morvik-show: " << messageOf(error, app, argc, argv)
+    const std::string words = messageOf(error, app, argc, argv);
+    const bool isFile = words.starts_with("unexpected argument") && app.count("--html") > 0;
+    std::cerr << "morvik-show: " << harmless(words)
+              << (isFile ? "; put files directly after --html, without --server" : "")
               << "\nTry 'morvik-show --help'." << std::endl;
     return ExitStatus::trouble;
   }

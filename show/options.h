@@ -8,6 +8,11 @@
 
 #include "table.h"
 
+namespace CLI {
+class App;
+class ParseError;
+}  // namespace CLI
+
 namespace show {
 
 struct Options {
@@ -47,5 +52,10 @@ enum class ExitStatus { entries = 0, noEntries = 1, trouble = 2 };
 // The options, or the status to end with after the user has been shown what they asked for or did
 // wrong.
 [[nodiscard]] std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv);
+
+// The message for a command line that cannot be parsed. CLI11 names the unknown arguments, but not
+// what is wrong with them, and of "-xj" only the "-x".
+std::string messageOf(const CLI::ParseError& error, const CLI::App& app, int argc,
+                      const char* const* argv);
 
 }  // namespace show
