@@ -123,6 +123,9 @@ sys.exit(f"harmful: {bad}" if bad else 0)' "$out"
     equal 2 "$status" status
     grep -q '^morvik-show: cannot connect to .*owned' "$out"
     isHarmless
+    onTerminal 80 $'\e]0;owned\a'
+    grep -q '^morvik-show: unexpected argument: .*owned' "$out"
+    isHarmless
 }
 
 @test "a terminal that does not know UTF-8 gets ASCII" {
