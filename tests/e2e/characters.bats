@@ -45,16 +45,6 @@ arrivesAs() { # FORMAT TEXT
     arrivesAs '\x80 \x9f \xa0' '\x80 \x9f \xa0'
 }
 
-@test "lines in UTF-8 and in ISO 8859-1 in one file" {
-    printf '"F1","FAN","","caf\xc3\xa9"\n"F2","FAN","","caf\xe9"\n' >fru.txt
-    LANG=en_US runMorvik -s 127.0.0.1 -d dir
-    usedLocalCopy
-    publishedAre <<'END'
-F1|FAN|café|KVAHalvoranFru1|KVA|1.0
-F2|FAN|café|KVAHalvoranFru2|KVA|1.0
-END
-}
-
 @test "tab and carriage return within a field" {
     arrivesAs 'a\tb' 'a\tb'
     arrivesAs 'a\rb' 'a\rb'

@@ -40,6 +40,11 @@ publishes() { # [FRU-NUMBER...]
 
 # --- lines ---
 
+@test "a NUL byte ends the text of its line" {
+    printf '"F1","FAN","","x"\0 # no comment\n\0"F2","FAN","","x"\n"F3","FAN","","x"\n' >fru.txt
+    publishes F1 F3
+}
+
 @test "malformed entries do no harm to the lines after them" {
     cat >fru.txt <<'END'
 "F1","FAN"
@@ -107,9 +112,20 @@ END
     publishes A B C D E F G H I
 }
 
+# With this LANG, this keyboard is published.
+selects() { # LANG FRU-NUMBER
+    LANG=$1 runMorvik -s 127.0.0.1 -d dir
+    usedLocalCopy
+    publishedNumbersAre "$2"
+}
+
 @test "keyboards: the language of LANG alone, in its letter case" {
     printf '"%s","KEYBOARD","LANGUAGE=%s","x"\n' en en En En de de empty '' >fru.txt
-    LC_ALL=de_DE LC_MESSAGES=de_DE LANGUAGE=de publishes en
+    LC_ALL=de_DE LC_MESSAGES=de_DE LANGUAGE=de selects en_US.UTF-8 en
+    selects En_US En
+    selects $'\xff\xfe' empty
+    selects $'d\xc3\xa9' empty
+    selects $'de\xff' de
     runMorvik -s 127.0.0.1 -d dir
     publishedNumbersAre empty
 }

@@ -61,20 +61,6 @@ END
     fileIs "$accepted" 'connection\n'
 }
 
-@test "results are not cached: each line that asks about hardware makes a fresh enumeration" {
-    startPeer --machine "$project/tests/data/fru/machine.json"
-    local i
-    for i in 1 2 3 4 5; do
-        printf '"P%d","PROCESSOR","SPEED=2400","x"\n"M%d","MEMORY","SIZE=512","x"\n' "$i" "$i"
-    done >fru.txt
-    printf '"X","PROCESSOR","","no token"\n"X","MEMORY","","no token"\n' >>fru.txt
-    runMorvik -s 127.0.0.1 -d dir
-    usedLocalCopy
-    equal 6 "$(grep -c KVAXDT_Processor "$log")" 'enumerations of processors'
-    equal 6 "$(grep -c KVAXDT_PhysicalMemory "$log")" 'enumerations of memory'
-    equal 10 "$(grep -c CreateInstance "$log")" creations
-}
-
 @test "an empty file: the deletion step alone" {
     startPeer --machine "$project/tests/data/fru/machine.json"
     : >fru.txt
@@ -85,13 +71,6 @@ EnumerateInstanceNames
 GetProperty
 DeleteInstance
 GetProperty' "$(operations)" operations
-}
-
-@test "no file: the machine type alone" {
-    startPeer --machine "$project/tests/data/fru/machine.json"
-    runMorvik -s 127.0.0.1 -d dir
-    foundNothing
-    equal EnumerateInstances "$(operations)" operations
 }
 
 @test "keys with special characters go back as they came" {
