@@ -28,7 +28,7 @@ using Pegasus::text::trimmed;
 // --- texts
 
 // UTF-8 if the bytes are that, otherwise ISO 8859-1. DSP0134 asks for UTF-8 since version 3 and for
-// ASCII before; firmware keeps to neither. What XML 1.0 cannot carry becomes '?'.
+// ASCII before; firmware keeps to neither. Characters that XML 1.0 cannot carry become '?'.
 String toText(std::string_view bytes) {
   std::u16string units(String(bytes).view());
   // Surrogates come in pairs here, as String made them.
@@ -235,7 +235,7 @@ std::optional<Uint32> memorySpeed(const Structure& device, std::size_t offset,
   return megahertz == 0 ? std::nullopt : std::optional(megahertz);
 }
 
-// The DMTF has numbers of its own for the types before DDR3, and from there on those of SMBIOS.
+// The DMTF has its own numbers for the types before DDR3, and from there on those of SMBIOS.
 std::optional<Uint16> memoryType(const Structure& device) {
   constexpr Uint8 ddr3 = 0x18;
   constexpr Uint8 lpddr5 = 0x23;
@@ -289,7 +289,7 @@ CIMInstance memoryInstance(const String& tag, const std::optional<String>& locat
   return instance;
 }
 
-// What is known so far; the instances of each class in the order of the firmware.
+// The findings so far; the instances of each class in the order of the firmware.
 struct Findings {
   std::optional<CIMInstance> system = {};
   std::vector<CIMInstance> processors = {};

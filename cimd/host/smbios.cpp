@@ -44,7 +44,7 @@ bool isEntryPoint(std::string_view bytes, std::string_view anchor, std::size_t l
 
 // DSP0134, 32-bit entry point. Its length is 1Fh, but version 2.1 of the standard said 1Eh and
 // firmware of that time followed it, with the last byte after what counts as the entry point. A
-// second part at 10h has an anchor and a checksum of its own.
+// second part at 10h has its own anchor and checksum.
 std::optional<EntryPoint> read32BitEntryPoint(std::string_view bytes) {
   if (!isEntryPoint(bytes, "_SM_", 0x05, 0x1E)) {
     return std::nullopt;

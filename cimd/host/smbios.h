@@ -41,8 +41,8 @@ class Structure {
   std::optional<Pegasus::Uint8> byteAt(std::size_t offset) const;
   std::optional<Pegasus::Uint16> wordAt(std::size_t offset) const;
   std::optional<Pegasus::Uint32> doubleWordAt(std::size_t offset) const;
-  // The string whose number stands at the offset; nothing when there is no such field, the number
-  // is 0 (no string), or the set has fewer strings. Of no particular encoding.
+  // The string whose number is at the offset; nothing when there is no such field, the number
+  // is 0 (no string), or the set has fewer strings. Its encoding is unknown.
   std::optional<std::string_view> textAt(std::size_t offset) const;
 
  private:

@@ -37,7 +37,7 @@ struct HostBytes {
   std::optional<std::string> table;
   std::optional<std::string> cpuinfo;
   // There are SMBIOS tables that this process cannot read (only root may read those of the kernel).
-  // That differs from no tables: what they would say must not be replaced.
+  // That differs from no tables: nothing may be served in their place.
   bool areTablesUnreadable = false;
   // A sentence for the log for each file that could not be read, with the reason. A missing file is
   // not an error.

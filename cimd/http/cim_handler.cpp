@@ -134,7 +134,7 @@ Check checkOrigin(const RequestHeader& header, CimRequest& /*cim*/) {
   if (hosts > 1 || (hosts == 0 && header.version() >= 11)) {
     return Refusal{status::bad_request, {}, "one Host header is needed"};
   }
-  // A target with an address of its own counts in place of Host (RFC 9112, section 3.2.2).
+  // An address in the target counts in place of Host (RFC 9112, section 3.2.2).
   const auto target = targetHost(header);
   if (target && !isLoopbackHost(*target)) {
     return Refusal{status::forbidden, {}, "the request target is not a loopback address"};

@@ -3,7 +3,7 @@
 //
 // Only a request that addresses this host by a loopback name or address is served, and none that a
 // web page sent: a page that a browser on this host shows must not reach the server, neither
-// through a name of its own that leads here nor through a request that the browser makes for it.
+// through a name of its site that leads here nor through a request that the browser makes for it.
 #pragma once
 
 #include "http/request_handler.h"

@@ -142,7 +142,7 @@ void HttpServer::start(asio::ip::tcp::socket socket) {
   try {
     owner = ownerOf_(socket);
   } catch (const std::system_error&) {
-    // Unknown. Those who are not known are one account.
+    // Unknown. All unknown ones count as one account.
   }
   // Joins the list last, for there may be no memory for the session.
   Entries& newcomers = newcomers_[owner];

@@ -44,7 +44,7 @@ HttpLimits limitsOfProcess(std::size_t maxRequest);
 
 class HttpServer {
  public:
-  // Which account a connection counts for. What it throws counts as unknown.
+  // The account that a connection counts for; unknown when this throws.
   using OwnerOf = std::function<Owner(const boost::asio::ip::tcp::socket&)>;
 
   // Listens from here on; throws boost::system::system_error when it cannot. `io` and `handler`

@@ -18,7 +18,7 @@ namespace {
 }
 
 // The qualifier names the overridden element, perhaps with its class: "CIM_Base.Name". In CIM 2 an
-// element can only override one of its own name.
+// element can only override one of the same name.
 void checkOverride(const Qualifiers& qualifiers, const String& name, bool isOverriding,
                    const String& where) {
   const Qualifier* found = findQualifier(qualifiers, "Override");
@@ -62,7 +62,7 @@ void addEach(const Declarations& declarations, RefusedFeature::Kind kind, Add ad
   }
 }
 
-// The value has a type of its own where the qualifier is not declared.
+// An undeclared qualifier has the type of its value, which need not be an integer.
 std::optional<Pegasus::Uint64> maxLengthIn(const PropertyDeclaration& property) {
   const Qualifier* qualifier = findQualifier(property.qualifiers, "MaxLen");
   if (property.type != Pegasus::CIMTYPE_STRING || qualifier == nullptr ||

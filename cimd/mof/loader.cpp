@@ -141,7 +141,8 @@ class Reader {
     }
   }
 
-  // Where the included file may be. Schemas from Windows have backslashes between directories.
+  // The places to look for the included file. Schemas from Windows have backslashes between
+  // directories.
   std::vector<fs::path> candidates(const PragmaSyntax& include, const fs::path& path) const {
     std::string name = include.parameter.toUtf8();
     std::replace(name.begin(), name.end(), '\\', '/');

@@ -239,8 +239,8 @@ class ClassLoader {
   }
 
   // A reference that overrides another one may point to a subclass of its class only: what follows
-  // the inherited reference must not find an instance of another class. That can be said of
-  // declared classes only.
+  // the inherited reference must not find an instance of another class. Undeclared classes
+  // cannot be checked.
   void checkNarrowing(const PropertySyntax& property, const PlacedClass& placed) {
     const Schema& schema = schemaOf(placed);
     const Class* superclass = schema.find(placed.declaration.superclass);

@@ -41,7 +41,7 @@ struct Writers {
   bool have(const Account& account) const;
 };
 
-// Whose refusal is worth a line in the log: one for each account and minute.
+// Limits the refusals in the log to one for each account and minute.
 class ReportLimit {
  public:
   using Time = std::chrono::steady_clock::time_point;

@@ -40,7 +40,7 @@ class Dispatcher {
   std::variant<std::string, Listing> run(const Pegasus::xml::Request& request, Caller& caller);
   bool appendPart(const Call& call, const Listing& listing, std::size_t& next,
                   std::string& text) const;
-  // What `write` returns, or the error that it throws as an answer.
+  // The text that `write` returns, or the error that it throws as an answer.
   std::string textOrError(const Call& call, const std::function<std::string()>& write) const;
   std::string refuse(const Call& call, Pegasus::CIMStatusCode code,
                      const Pegasus::String& description) const;

@@ -1,5 +1,5 @@
-// What a process does as a service of the system: it gives up what root has and it does not need,
-// takes the socket that systemd passes, and reports its states.
+// The process as a service of the system: it gives up what root has and it does not need, takes the
+// socket that systemd passes, and reports its states.
 #pragma once
 
 #include <sys/types.h>
@@ -16,7 +16,7 @@ namespace cimd {
 
 // Makes a process that was started as root run as another account, without supplementary groups and
 // without capabilities, for good: the account of --user, otherwise the owner of the directory of
-// the store, otherwise nobody. Where only root will do, it stays root without capabilities: it may
+// the store, otherwise nobody. If only root will do, it stays root without capabilities: it may
 // then do what the permissions of files allow root, and nothing beyond, and the log says why. A
 // process that was not started as root is left as it is.
 //

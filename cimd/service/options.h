@@ -20,7 +20,7 @@ struct Options {
   // 0 lets the system choose a free one.
   Pegasus::Uint16 port = 5988;
   std::vector<std::filesystem::path> files;
-  // Where included files are looked for as well.
+  // Further directories to search for included files.
   std::vector<std::filesystem::path> includeDirectories;
   // Whether the inventory of this host is served, or which directory has the recorded SMBIOS tables
   // of the one that is. Not both.

@@ -162,7 +162,7 @@ class Service {
     }
   }
 
-  // A connection for which there is no memory ends by the exception; the others go on.
+  // The exception ends the connection that there is no memory for; the others go on.
   void serveUntilTheEnd() {
     for (;;) {
       try {

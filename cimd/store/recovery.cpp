@@ -77,7 +77,7 @@ std::size_t toSize(std::uint64_t number) {
   return static_cast<std::size_t>(number);
 }
 
-// A column of a record. What is not a text or an integer is neither.
+// A column of a record; neither of the two for other types.
 struct ColumnValue {
   std::optional<std::string> text;
   std::optional<std::int64_t> integer;

@@ -52,8 +52,8 @@ void check(sqlite3* database, int result) {
   }
 }
 
-// SQLite's own record of the system's error misses those of a commit. What succeeds leaves errno as
-// it is, so that after a failure it has the cause.
+// SQLite's own record of the system's error misses those of a commit. Calls that succeed leave
+// errno as it is, so that after a failure it has the cause.
 void execute(sqlite3* database, const char* sql) {
   errno = 0;
   check(database, sqlite3_exec(database, sql, nullptr, nullptr, nullptr));
@@ -77,7 +77,7 @@ Connection::Connection(const std::string& file, int maxLength) {
   check(database, result);
   sqlite3_extended_result_codes(database, 1);
   sqlite3_limit(database, SQLITE_LIMIT_LENGTH, maxLength);
-  // Nothing that a prepared file may hold beside tables is to be run.
+  // A malicious file may hold triggers, views and the like, which must not run.
   sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   sqlite3_db_config(database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
 }

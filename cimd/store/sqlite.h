@@ -1,6 +1,6 @@
 // A thin layer over SQLite's C interface: errors are exceptions, and what is opened gets closed.
-// The only place that includes sqlite3.h. Of one connection and what belongs to it, one thread at a
-// time.
+// The only place that includes sqlite3.h. One thread at a time for a connection and
+// what belongs to it.
 #pragma once
 
 #include <cstdint>
@@ -36,8 +36,7 @@ class Connection {
 
   // True when the system lets this process only read the file.
   bool isReadOnly() const;
-  // True when the file's name is gone or stands for another file by now: what is written to it then
-  // will not be found again.
+  // True when the file was removed or renamed: what is written to it then will not be found again.
   bool isMoved() const;
 
  private:

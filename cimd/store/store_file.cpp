@@ -18,7 +18,7 @@ using sqlite::Connection;
 
 // Marks the files of this program: the bytes of "mvkd".
 constexpr std::int64_t applicationId = 0x6D766B64;
-// To be raised with every change of the table or of what stands in it.
+// To be raised with every change of the table or of its content.
 constexpr std::int64_t formatVersion = 1;
 
 // The smallest size of the journal. The deletion of an instance changes a dozen pages of 4 KiB.
@@ -38,8 +38,8 @@ constexpr const char* tableText =
     "instance TEXT NOT NULL, "
     "checksum INTEGER NOT NULL, "
     "UNIQUE (namespace, key))";
-// Rows that could not be read and had the name of a new instance. Nothing reads them
-// but people.
+// Rows that could not be read and had the name of a new instance. Only people
+// read them.
 constexpr const char* setAsideTableText =
     "CREATE TABLE set_aside ("
     "id INTEGER PRIMARY KEY, "
@@ -216,7 +216,7 @@ void checkIdentity(Connection& database) {
 void checkTables(Connection& database) {
   constexpr const char* tableQuery = "SELECT sql FROM sqlite_schema WHERE name = 'instance'";
   constexpr const char* setAsideQuery = "SELECT sql FROM sqlite_schema WHERE name = 'set_aside'";
-  // The third is the index that stands for the table's UNIQUE.
+  // The third is the index of the table's UNIQUE.
   if (database.text(tableQuery) != tableText || database.text(setAsideQuery) != setAsideTableText ||
       database.integer("SELECT count(*) FROM sqlite_schema") != 3) {
     throw sqlite::Error("damaged: the tables are not those of format " +
@@ -283,8 +283,8 @@ void syncDirectory(const fs::path& directory) {
   }
 }
 
-// Makes the journal, or extends it to its minimum size. What is new in it is zeros, which to SQLite
-// is a journal that is not in use. On a full disk it stays shorter: the next start tries again.
+// Makes the journal, or extends it to its minimum size. The new part is zeros, which to SQLite is a
+// journal that is not in use. On a full disk it stays shorter: the next start tries again.
 void reserveJournal(const fs::path& journal) {
   const Descriptor file(
       open(journal.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0600));

@@ -27,7 +27,7 @@ class StoreError : public std::runtime_error {
  public:
   // Names the way out if the cause is damage.
   StoreError(const std::filesystem::path& file, const std::string& cause);
-  // Of the file that cannot be read.
+  // For a file that cannot be read.
   explicit StoreError(const FileError& error) : std::runtime_error(error.what()) {}
 };
 
@@ -76,7 +76,7 @@ class StoreFile {
   std::filesystem::path journal_;
   std::string warning_;
   sqlite::Connection database_;
-  // The file that the journal's name must stand for.
+  // The journal itself, so that another file of its name is noticed.
   dev_t journalDevice_ = 0;
   ino_t journalNumber_ = 0;
 };

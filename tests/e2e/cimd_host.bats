@@ -149,7 +149,7 @@ SerialNumber="M-0001"' "$(valuesOf KVAXDT_PhysicalMemory Capacity PartNumber Ser
     umount /sys/firmware
     logHas 'the host has no SMBIOS tables'
     equal '' "$(valuesOf KVAXDT_ComputerSystemDetails model)" system
-    grep -q 'no cpuinfo that tells' "$BATS_TEST_TMPDIR/cimd.log" ||
+    grep -q 'and cpuinfo lists no processors' "$BATS_TEST_TMPDIR/cimd.log" ||
         [[ -n $(valuesOf KVAXDT_Processor DeviceID) ]]
 }
 

@@ -6,7 +6,7 @@ source "$BATS_TEST_DIRNAME/../support/e2e.bash"
 # shellcheck source-path=SCRIPTDIR source=../support/service.bash
 source "$BATS_TEST_DIRNAME/../support/service.bash"
 
-# The address sanitizer keeps what is freed for a while, which is no memory of the server.
+# The address sanitizer keeps what is freed for a while, which is not the server's memory.
 setup() {
     export ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}quarantine_size_mb=0:thread_local_quarantine_size_kb=0"
     enterWorkDirectory

@@ -23,7 +23,7 @@ teardown() { stopServers; }
 
 @test "--check: what would be served, status 0, no store is made, nothing listens" {
     writeMachine --speeds '1800 2400' >machine.mof
-    startCimd "$mof" # the port is in use, which is no matter
+    startCimd "$mof" # the port is in use, which does not matter
     endsWith 0 --check --store fru.db "$mof" machine.mof
     equal '1 namespace, 4 classes, 4 instances declared, 0 published' "$(cat "$out")" report
     filesAre machine.mof

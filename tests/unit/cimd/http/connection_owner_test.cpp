@@ -125,7 +125,7 @@ TEST_F(ConnectionOwner, AnIPv4AddressInIPv6IsThatIPv4Address) {
   EXPECT_EQ(owner(), getuid());
 }
 
-// Runs the action in a process of its own, which ends with the status that the action returns.
+// Runs the action in its own process, which ends with the status that the action returns.
 int statusOfChild(const std::function<int()>& action) {
   const pid_t child = fork();
   if (child == 0) {
@@ -179,7 +179,7 @@ TEST_F(ConnectionOwner, IsUnknownForAnAccountThatTheUserNamespaceLacks) {
     if (unshare(CLONE_NEWUSER) != 0) {
       return noNamespace;
     }
-    // In a thread of its own, so that its socket to ask with belongs to the new namespace.
+    // In its own thread, so that its socket to ask with belongs to the new namespace.
     Owner found = 0;
     std::thread([&] { found = owner(); }).join();
     return found ? 1 : 0;

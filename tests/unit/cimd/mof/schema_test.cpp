@@ -46,7 +46,7 @@ TEST(MofSchema, MethodsKeepTheTypesOfTheirParameters) {
             "</PARAMETER></METHOD></CLASS>");
 }
 
-// Which words are keywords depends on the place.
+// A word is a keyword in some places only.
 TEST(MofSchema, NamesMayBeKeywords) {
   for (const char* name : {"class", "Instance", "of", "as", "ref", "qualifier", "scope", "flavor",
                            "true", "null", "any", "string", "uint8", "pragma", "key"}) {

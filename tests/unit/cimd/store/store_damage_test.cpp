@@ -310,10 +310,10 @@ TEST_F(RecoveryTest, WhateverIsDamagedWhatIsRecoveredWasStoredAndTheRestIsReport
   }
 }
 
-// Nothing but the index tells these two apart.
+// Only the index knows which of the two it is.
 TEST_F(RecoveryTest, ARowWithTheIdOfAnotherOneReplacesNothing) {
   std::string content = sound_;
-  // In front of the text are the eight bytes of the row's header and, before them, its id: 135.
+  // Before the text are the eight bytes of the row's header, and before them its id: 135.
   char& lastOfId = content.at(content.find("root/kvasdkey134KVAXDT_FRU") - 9);
   ASSERT_EQ(lastOfId, 7);
   lastOfId = 0;

@@ -297,7 +297,7 @@ TEST_F(CrashImageTest, ADamagedJournalInUseIsReportedWithTheNumberOfChanges) {
                                                          "acknowledged, cannot be undone"));
 }
 
-// The kernel's own limits, in a process of its own.
+// The kernel's own limits, in another process.
 
 // Mounts a small file system over the directory, which only this process sees.
 bool mountSmall(const fs::path& directory, const char* size = "512k") {

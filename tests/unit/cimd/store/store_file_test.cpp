@@ -153,7 +153,7 @@ TEST_F(StoreFileTest, ADatabaseThatIsNotAStoreOfThisFormatIsRefusedAndUnchanged)
 TEST_F(StoreFileTest, AnIndexThatLacksARowIsRefused) {
   fill();
   std::string changed = content();
-  // Namespace and key stand in the row and, behind it, in the index.
+  // Namespace and key are in the row and, after it, in the index.
   const std::size_t entry = changed.rfind("root/kvasda");
   ASSERT_NE(entry, changed.find("root/kvasda"));
   changed[entry + 10] = 'b';
@@ -276,7 +276,7 @@ TEST_F(StoreFileTest, NothingInAFileIsTrusted) {
   EXPECT_THROW(database.execute("UPDATE sqlite_schema SET sql = ''"), sqlite::Error);
 }
 
-// In a process of its own, for one that is not root may be unable to go back to where it was.
+// In another process, for one that is not root may be unable to go back to where it was.
 TEST_F(StoreFileTest, ANameIsNeverReadAsAUri) {
   inChild([this] {
     fs::current_path(directory_.path());

@@ -107,7 +107,7 @@ inline std::string queryText(const fs::path& file, const char* sql) {
   return sqlite::Connection(file.string(), largeEnough).text(sql);
 }
 
-// Runs the body in a process of its own, whose limits and mounts end with it; its failed
+// Runs the body in another process, whose limits and mounts end with it; its failed
 // expectations fail this test.
 inline void inChild(const std::function<void()>& body) {
   std::cout.flush();
