@@ -21,15 +21,13 @@ class Log {
   void warning(std::string_view text) const { write(LogLevel::warning, text); }
   void info(std::string_view text) const { write(LogLevel::info, text); }
   void debug(std::string_view text) const { write(LogLevel::debug, text); }
-  // About a file of the user. The text begins with file, line and column, and so does the line, for
-  // editors to find.
-  void fileError(std::string_view text) const { writeOfFile(LogLevel::error, text); }
-  void fileWarning(std::string_view text) const { writeOfFile(LogLevel::warning, text); }
   // Control characters become '?', so that a line stays one whatever it quotes.
   void write(LogLevel level, std::string_view text) const;
+  // About a file of the user. The text begins with file, line and column, and so does the line, for
+  // editors to find.
+  void writeOfFile(LogLevel level, std::string_view text) const;
 
  private:
-  void writeOfFile(LogLevel level, std::string_view text) const;
   void writeLine(std::string line, std::string_view text) const;
 
   LogLevel most_;

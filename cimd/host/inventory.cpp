@@ -80,7 +80,7 @@ class UniqueNames {
 
 // Null where there is no value.
 template <typename Value>
-void add(CIMInstance& instance, const char* name, const std::optional<Value>& value) {
+void addValue(CIMInstance& instance, const char* name, const std::optional<Value>& value) {
   const CIMValue some(value.value_or(Value()));
   instance.addProperty({name, value ? some : CIMValue(some.getType(), false)});
 }
@@ -90,10 +90,10 @@ CIMInstance systemInstance(const std::string& hostName, const std::optional<Stri
                            const std::optional<String>& manufacturer) {
   constexpr std::size_t maxSystemName = 256;  // MaxLen of the property in the class
   CIMInstance instance("KVAXDT_ComputerSystemDetails");
-  add(instance, "name", std::optional(cut(toText(hostName), maxSystemName)));
-  add(instance, "model", model);
-  add(instance, "serialNumber", serialNumber);
-  add(instance, "manufacturer", manufacturer);
+  addValue(instance, "name", std::optional(cut(toText(hostName), maxSystemName)));
+  addValue(instance, "model", model);
+  addValue(instance, "serialNumber", serialNumber);
+  addValue(instance, "manufacturer", manufacturer);
   return instance;
 }
 
@@ -111,10 +111,6 @@ constexpr std::size_t maxBankLabel = 64;
 constexpr std::size_t maxManufacturer = 256;
 constexpr std::size_t maxPartNumber = 256;
 constexpr std::size_t maxSerialNumber = 64;
-
-std::optional<String> verbatim(const std::optional<std::string_view>& bytes) {
-  return bytes ? std::optional(toText(*bytes)) : std::nullopt;
-}
 
 // The text without the blanks around it; nothing for a text of blanks.
 std::optional<String> designation(const std::optional<std::string_view>& bytes) {
@@ -164,9 +160,9 @@ std::optional<String> makersText(const Structure& structure, std::size_t offset,
 
 void addMaker(CIMInstance& instance, const Structure& structure, std::size_t manufacturer,
               std::size_t serialNumber, std::size_t partNumber) {
-  add(instance, "Manufacturer", makersText(structure, manufacturer, maxManufacturer));
-  add(instance, "PartNumber", makersText(structure, partNumber, maxPartNumber));
-  add(instance, "SerialNumber", makersText(structure, serialNumber, maxSerialNumber));
+  addValue(instance, "Manufacturer", makersText(structure, manufacturer, maxManufacturer));
+  addValue(instance, "PartNumber", makersText(structure, partNumber, maxPartNumber));
+  addValue(instance, "SerialNumber", makersText(structure, serialNumber, maxSerialNumber));
 }
 
 // The text of a field of the system, unless it is a placeholder.
@@ -177,7 +173,7 @@ std::optional<String> systemText(const std::optional<std::string_view>& bytes, c
                        toText(trimmed(*bytes)).toUtf8() + "': " + property + " is left empty");
     return std::nullopt;
   }
-  return verbatim(bytes);
+  return bytes ? std::optional(toText(*bytes)) : std::nullopt;
 }
 
 CIMInstance readSystem(const Structure& structure, const std::string& hostName,
@@ -214,11 +210,11 @@ std::optional<Uint16> enabledCores(const Structure& processor) {
 CIMInstance processorInstance(const String& deviceId, const std::optional<String>& name,
                               const std::optional<Uint32>& megahertz, const Structure& structure) {
   CIMInstance instance("KVAXDT_Processor");
-  add(instance, "DeviceID", std::optional(deviceId));
-  add(instance, "Name", name);
-  add(instance, "CurrentClockSpeed", megahertz);
-  add(instance, "MaxClockSpeed", knownWord(structure, 0x14));
-  add(instance, "NumberOfEnabledCores", enabledCores(structure));
+  addValue(instance, "DeviceID", std::optional(deviceId));
+  addValue(instance, "Name", name);
+  addValue(instance, "CurrentClockSpeed", megahertz);
+  addValue(instance, "MaxClockSpeed", knownWord(structure, 0x14));
+  addValue(instance, "NumberOfEnabledCores", enabledCores(structure));
   addMaker(instance, structure, 0x07, 0x20, 0x22);
   return instance;
 }
@@ -278,13 +274,13 @@ CIMInstance memoryInstance(const String& tag, const std::optional<String>& locat
                            const Structure& device) {
   const auto& label = bank ? bank : locator;
   CIMInstance instance("KVAXDT_PhysicalMemory");
-  add(instance, "Tag", std::optional(tag));
-  add(instance, "BankLabel", label ? std::optional(cut(*label, maxBankLabel)) : std::nullopt);
-  add(instance, "Capacity", capacity);
-  add(instance, "ElementName", locator);
-  add(instance, "MemoryType", memoryType(device));
-  add(instance, "MaxMemorySpeed", memorySpeed(device, 0x15, 0x54));
-  add(instance, "ConfiguredMemoryClockSpeed", memorySpeed(device, 0x20, 0x58));
+  addValue(instance, "Tag", std::optional(tag));
+  addValue(instance, "BankLabel", label ? std::optional(cut(*label, maxBankLabel)) : std::nullopt);
+  addValue(instance, "Capacity", capacity);
+  addValue(instance, "ElementName", locator);
+  addValue(instance, "MemoryType", memoryType(device));
+  addValue(instance, "MaxMemorySpeed", memorySpeed(device, 0x15, 0x54));
+  addValue(instance, "ConfiguredMemoryClockSpeed", memorySpeed(device, 0x20, 0x58));
   addMaker(instance, device, 0x17, 0x18, 0x1A);
   return instance;
 }

@@ -71,7 +71,7 @@ Repository Configuration::load() const {
   Repository repository;
   for (const std::string& warning :
        mof::loadMof(options_.files, repository, options_.includeDirectories)) {
-    log_.fileWarning(warning);
+    log_.writeOfFile(LogLevel::warning, warning);
   }
   if (hostBytes_) {
     declareHost(repository);

@@ -271,7 +271,7 @@ ExitStatus serve(const Options& options) {
     }
     return ExitStatus::ok;
   } catch (const mof::MofError& error) {
-    log.fileError(error.what());
+    log.writeOfFile(LogLevel::error, error.what());
     return ExitStatus::configuration;
   } catch (const ConfigurationError& error) {
     log.error(error.what());

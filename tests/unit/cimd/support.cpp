@@ -141,6 +141,12 @@ std::string instanceName(const std::string& className, const std::string& key,
          "\"><KEYVALUE VALUETYPE=\"string\">" + text + "</KEYVALUE></KEYBINDING></INSTANCENAME>";
 }
 
+Parameters newInstance(const std::string& className, const std::string& property,
+                       const std::string& text) {
+  return {{"NewInstance", "<INSTANCE CLASSNAME=\"" + className + "\"><PROPERTY NAME=\"" + property +
+                              "\" TYPE=\"string\">" + value(text) + "</PROPERTY></INSTANCE>"}};
+}
+
 std::optional<Answer> Server::begin(const std::string& call, Length length) {
   Caller caller([this] { return user; });
   return dispatcher_.answer(

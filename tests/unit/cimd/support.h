@@ -81,6 +81,10 @@ std::string values(const std::vector<std::string>& texts);
 std::string instanceName(const std::string& className, const std::string& key,
                          const std::string& text);
 
+// The parameter of CreateInstance: an instance with one string property.
+Parameters newInstance(const std::string& className, const std::string& property,
+                       const std::string& text);
+
 // A repository with what a MOF text declares, and operations on it.
 class Server {
  public:

@@ -216,11 +216,7 @@ TEST_F(DispatcherTest, LackOfMemoryIsNotAnAnswer) {
   FakeJournal journal;
   journal.state = FakeJournal::lacksMemory;
   server_.repository.setJournal(&journal);
-  EXPECT_THROW(server_.ask("CreateInstance", {{"NewInstance",
-                                               "<INSTANCE CLASSNAME=\"Base\"><PROPERTY NAME=\"Id\" "
-                                               "TYPE=\"string\"><VALUE>1</VALUE></PROPERTY>"
-                                               "</INSTANCE>"}}),
-               std::bad_alloc);
+  EXPECT_THROW(server_.ask("CreateInstance", newInstance("Base", "Id", "1")), std::bad_alloc);
   server_.repository.setJournal(nullptr);
 }
 

@@ -199,9 +199,7 @@ TEST(EmbeddedObjects, PropertiesCarryTheAttributeInClassesAndInstances) {
 }
 
 TEST_F(SchemaOperations, InstancesCarryTheQualifiersOfTheirClassIfAsked) {
-  server_.ask("CreateInstance", {{"NewInstance",
-                                  "<INSTANCE CLASSNAME=\"Leaf\"><PROPERTY NAME=\"Id\" "
-                                  "TYPE=\"string\"><VALUE>1</VALUE></PROPERTY></INSTANCE>"}});
+  server_.ask("CreateInstance", newInstance("Leaf", "Id", "1"));
   const Parameters name{{"InstanceName", instanceName("Leaf", "Id", "1")}};
   EXPECT_EQ(server_.ask("GetInstance", name).find("QUALIFIER"), std::string::npos);
   Parameters qualified = name;
@@ -292,11 +290,7 @@ TEST_F(ComputedNameSpace, OtherClassesAndLevelsHaveTheirErrors) {
 }
 
 TEST_F(ComputedNameSpace, ChangesAreNotSupported) {
-  EXPECT_EQ(server_.ask("CreateInstance",
-                        {{"NewInstance",
-                          "<INSTANCE CLASSNAME=\"__Namespace\"><PROPERTY NAME=\"Name\" "
-                          "TYPE=\"string\"><VALUE>new</VALUE></PROPERTY></INSTANCE>"}},
-                        "root"),
+  EXPECT_EQ(server_.ask("CreateInstance", newInstance("__Namespace", "Name", "new"), "root"),
             "7: CIM_ERR_NOT_SUPPORTED: class __Namespace is read-only ");
   EXPECT_EQ(
       server_.errorOf("DeleteInstance",
@@ -318,10 +312,7 @@ TEST_F(ComputedNameSpace, DeclaredClassesAndNamespacesComeFirst) {
   EXPECT_EQ(names("CIM_Namespace", "interop"),
             "Interop root/Cimv2/test root/kvasd root/PG_InterOp ");
   EXPECT_EQ(names("CIM_Namespace", "root/PG_InterOp"), "declared ");
-  EXPECT_EQ(server_.errorOf("CreateInstance",
-                            {{"NewInstance",
-                              "<INSTANCE CLASSNAME=\"CIM_Namespace\"><PROPERTY NAME=\"Name\" "
-                              "TYPE=\"string\"><VALUE>new</VALUE></PROPERTY></INSTANCE>"}},
+  EXPECT_EQ(server_.errorOf("CreateInstance", newInstance("CIM_Namespace", "Name", "new"),
                             "root/PG_InterOp"),
             0);
   EXPECT_EQ(names("CIM_Namespace", "root/PG_InterOp"), "declared new ");
