@@ -4,8 +4,8 @@
 # shellcheck source-path=SCRIPTDIR source=../support/show.bash
 source "$BATS_TEST_DIRNAME/../support/show.bash"
 
-# Runs a check of browser.py on page.html, which must find nothing wrong.
-looks() { # CHECK [ARG...]
+# Runs checks of browser.py on page.html, which must find nothing wrong.
+looks() { # CHECK[,CHECK...] [ARG...]
     { command -v chromedriver && "$python" -c 'import selenium'; } >/dev/null 2>&1 ||
         skip 'no Chromium here: scripts/setup browser'
     timeout 180 "$python" "$support/browser.py" "$1" page.html "${@:2}"
@@ -24,13 +24,10 @@ END
     cp "$out" page.html
 }
 
-@test "several machines: headings sort, by keyboard" { makeFleetPage && looks sort; }
-@test "several machines: the search finds machines by their parts, type and host" { makeFleetPage && looks search; }
-@test "several machines: each has a link to its drawing" { makeFleetPage && looks links; }
-@test "without scripts everything can be read" { makeFleetPage && looks noscript; }
-@test "the page asks for nothing, and runs nothing but its own script" { makeFleetPage && looks quiet; }
-@test "dark and light have enough contrast" { makeFleetPage && looks colours; }
-@test "on paper there is no search field" { makeFleetPage && looks printed; }
+@test "several machines: sorted, searched, linked, quiet, and readable without scripts, in the dark and on paper" {
+    makeFleetPage
+    looks sort,search,links,noscript,quiet,colours,printed
+}
 
 @test "1,000 machines are a page of a few megabytes" {
     "$python" "$support/fleet.py" fleet 1000

@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Opens a page of morvik-show --html in a real browser, headless Chromium, and looks at it.
 
-browser.py CHECK FILE [ARG...]    one of the checks below; says what is wrong and ends with 1 then
+browser.py CHECK[,CHECK...] FILE [ARG...]    some of the checks below, each in its own tab; says what is
+                                             wrong and ends with 1 then
 """
 
 import json
@@ -243,15 +244,20 @@ CHECKS = (sort, search, links, noscript, quiet, hostile, colours, printed, milli
 
 
 def main():
-    check = {each.__name__: each for each in CHECKS}[sys.argv[1]]
+    checks = {each.__name__: each for each in CHECKS}
     with tempfile.TemporaryDirectory() as profile:
         browser = start(profile)
         try:
-            # The page of its own that the browser begins with goes on in the other tab.
-            browser.switch_to.new_window("tab")
-            browser.get_log("browser")
-            browser.get(pathlib.Path(sys.argv[2]).absolute().as_uri())
-            check(browser, *sys.argv[3:])
+            for name in sys.argv[1].split(","):
+                # The browser's own page goes on in the first tab.
+                browser.switch_to.new_window("tab")
+                browser.get_log("browser")
+                browser.get_log("performance")
+                browser.get(pathlib.Path(sys.argv[2]).absolute().as_uri())
+                try:
+                    checks[name](browser, *sys.argv[3:])
+                except SystemExit as failure:
+                    sys.exit(f"{name}: {failure}")
         finally:
             browser.quit()
 
