@@ -108,6 +108,27 @@ END
     grep -q '^rm: .*fru.txt' "$err"
 }
 
+@test "no such directory, host or server, or empty values: nothing is fetched" {
+    local arguments
+    startFtp
+    fanFile | putOnParts 1234wpk.txt
+    for arguments in '127.0.0.1 /no/such/directory' "no-such-host.invalid $bpServer" "127.0.0.2 $bpServer" "'' ''"; do
+        eval "set -- $arguments"
+        runMorvik -s "$1" -d "$2"
+        foundNothing
+        filesAre
+    done
+}
+
+@test "no directory given: the client takes the next line of the script for it, and fetches nothing" {
+    startFtp
+    fanFile >"$parts/1234wpk.txt"
+    runMorvik -s 127.0.0.1
+    foundNothing
+    grep -q '^CWD get' "$ftpLog"
+    run ! grep -q '^RETR' "$ftpLog"
+}
+
 @test "missing directory, but the file lies where the login leads: it is fetched from there" {
     startFtp
     fanFile >"$parts/1234wpk.txt"
@@ -123,6 +144,30 @@ END
     fanFile | putOnParts 1234wpk.txt
     runMorvik -s '127.0.0.1 2121' -d "$bpServer"
     succeeded
+    publishedNumbersAre F1
+}
+
+@test "a machine type with a blank: the script asks for two words, and the file is not found" {
+    stopServers
+    startMachine --model '[12 34]'
+    startFtp
+    fanFile | putOnParts 12
+    download
+    # The client takes the second word as the local name, which the presence test does not look for.
+    foundNothing
+    grep -qx 'RETR 12' "$ftpLog"
+}
+
+@test "a stale script: its lines come first, then ours; it is removed as usual" {
+    startFtp
+    fanFile | putOnParts 1234wpk.txt
+    fanFile EXTRA | putOnParts extra.txt
+    printf '%s\n' 'open 127.0.0.1' 'user anonymous anonymous' "cd $bpServer" 'get extra.txt' close >fruscript.scr
+    download
+    succeeded
+    equal 'RETR extra.txt
+RETR 1234wpk.txt' "$(grep '^RETR' "$ftpLog")" 'the list of transfers'
+    filesAre extra.txt
     publishedNumbersAre F1
 }
 
