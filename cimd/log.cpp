@@ -35,6 +35,16 @@ bool isJournal(int descriptor) {
 
 }  // namespace
 
+std::string withoutControls(std::string_view text) {
+  std::string out(text);
+  for (char& c : out) {
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+      c = '?';
+    }
+  }
+  return out;
+}
+
 Log::Log(LogLevel most) : most_(most), isForJournal_(isJournal(STDERR_FILENO)) {}
 
 void Log::write(LogLevel level, std::string_view text) const {
@@ -51,11 +61,7 @@ void Log::writeOfFile(LogLevel level, std::string_view text) const {
 }
 
 void Log::writeLine(std::string line, std::string_view text) const {
-  for (const char c : text) {
-    const bool isControl = static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
-    line += isControl ? '?' : c;
-  }
-  line += '\n';
+  line += withoutControls(text) + '\n';
   std::cerr.clear();  // a disk that was full then may have space now
   std::cerr << line << std::flush;
 }

@@ -8,6 +8,10 @@ namespace cimd {
 
 enum class LogLevel { error, warning, info, debug };
 
+// The text with '?' in place of each control character: texts from outside must not command a
+// terminal.
+std::string withoutControls(std::string_view text);
+
 // When standard error is the systemd journal, each line starts with its priority, such as "<4>",
 // which the journal takes off (sd-daemon(3)).
 class Log {

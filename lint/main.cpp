@@ -25,8 +25,8 @@ using Pegasus::String;
 namespace {
 
 constexpr const char* programDescription =
-    "Checks FRU data files: finds the lines that no machine can publish, or that say\n"
-    "something else than their author means. Needs no CIM server.";
+    "Checks FRU data files: finds the lines that no machine can publish, or that do\n"
+    "not say what their author means. Needs no CIM server.";
 constexpr const char* footer =
     "Exit status: 0 without errors, 1 with errors, 2 if a file cannot be read.";
 
@@ -119,11 +119,12 @@ ExitStatus run(int argc, const char* const* argv) {
   app.set_help_flag("-h,--help", "Print this help and exit");
   app.add_flag("-j,--json", options.isJson, "Write JSON");
   app.add_flag("-W,--strict", options.isStrict, "End with status 1 for warnings, too");
-  app.add_option("FILE", options.files, "FRU data files; - is standard input")
-      ->type_name("")
-      ->required();
+  app.add_option("FILE", options.files, "FRU data files; - is standard input")->type_name("");
   try {
     app.parse(argc, argv);
+    if (options.files.empty()) {
+      throw CLI::RequiredError("FILE");
+    }
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) {  // help and version come this way too
       app.exit(error);

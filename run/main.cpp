@@ -417,7 +417,7 @@ Report run(const Settings& settings) {
   } catch (const Pegasus::Exception& error) {
     fail(report, Status::cimServer, "CIM server: " + harmlessOnce(error.what()));
   } catch (const std::exception& error) {
-    fail(report, Status::badUse, harmless(error.what()));
+    fail(report, Status::badUse, settings.fault.empty() ? harmless(error.what()) : settings.fault);
   }
   report.finished = std::chrono::system_clock::now();
   if (run) {

@@ -36,10 +36,10 @@ inline constexpr std::array<StatusRow, 7> statusTable{{
     {Status::good, "good", "published, or nothing had changed"},
     {Status::badUse, "bad-use", "invalid settings, or the state directory cannot be used"},
     {Status::noFile, "no-file", "no data file for this machine type"},
-    {Status::notReached, "not-reached", "the parts server cannot be reached, or refuses"},
+    {Status::notReached, "not-reached", "the parts server or a local file cannot be read"},
     {Status::refused, "refused", "the data file was refused"},
     {Status::cimServer, "cim-server", "the CIM server cannot be reached, or refuses"},
-    {Status::notAsPredicted, "not-as-predicted", "published is not what was predicted"},
+    {Status::notAsPredicted, "not-as-predicted", "the published entries are not the expected ones"},
 }};
 
 inline const StatusRow& rowOf(Status status) {

@@ -23,9 +23,9 @@ namespace run {
 namespace {
 
 constexpr const char* description =
-    "Brings the FRU data file of this machine, checks it, has morvik publish it, and\n"
+    "Fetches the FRU data file of this machine, checks it, has morvik publish it, and\n"
     "makes sure that it is published. Otherwise the entries of the last good run\n"
-    "stay. An option comes before the variable of the same meaning.";
+    "stay. An option takes precedence over the variable of the same meaning.";
 
 struct Row {
   const char* option;
@@ -38,7 +38,7 @@ struct Row {
 
 constexpr Row rows[] = {
     {"--url", "MORVIK_URL", &Settings::url, "URL",
-     "Directory with the data files (https, http, ftps, ftp, file)"},
+     "Directory with the data files, by https, http,\nftps, ftp or file"},
     {"--files", "MORVIK_FILES", &Settings::files, "DIR",
      "Directory with the data files on this machine"},
     {"--file", "MORVIK_FILE", &Settings::file, "FILE", "One data file on this machine"},
@@ -48,16 +48,17 @@ constexpr Row rows[] = {
     {"--keyring", "MORVIK_KEYRING", &Settings::keyring, "FILE",
      "Keys that may sign: refuse unsigned data files"},
     {"--ca", "MORVIK_CA", &Settings::certificates, "FILE",
-     "Certificates to trust instead of those of the system"},
+     "Certificates to trust instead of the system's"},
     {"--min-share", "MORVIK_MIN_SHARE", &Settings::minShareText, "SHARE",
-     "Refuse less than this share of the last entries (0.5)"},
+     "Refuse less than this share of the last entries\n(default: 0.5)"},
     {"--missing", "MORVIK_MISSING", &Settings::missingText, "WORD",
-     "ok: a machine type without a data file is good"},
+     "ok: no error if a machine type has no data file"},
     {"--retry-pause", "MORVIK_RETRY_PAUSE", &Settings::retryPauseText, "SECONDS",
-     "Before the second try; four times that before the third (5)"},
+     "Before the second try; four times that before\nthe third (default: 5)"},
     {"--metrics", "MORVIK_METRICS", &Settings::metrics, "FILE",
-     "Write metrics for Prometheus; the name ends with .prom"},
-    {"--state", "STATE_DIRECTORY", &Settings::state, "DIR", "What is remembered (/var/lib/morvik)"},
+     "Write metrics for Prometheus; the name ends with\n.prom"},
+    {"--state", "STATE_DIRECTORY", &Settings::state, "DIR",
+     "What is remembered (default: /var/lib/morvik)"},
     {"--morvik", nullptr, &Settings::morvik, "PROGRAM", "morvik, if it is not beside morvik-run"},
 };
 
@@ -208,9 +209,10 @@ std::variant<Settings, int> readSettings(int argc, const char* const* argv) {
   app.set_version_flag("-V,--version", "morvik-run " MORVIK_VERSION, "Print the version and exit");
   app.set_help_flag("-h,--help", "Print this help and exit");
   for (const Row& row : rows) {
-    const std::string variable = row.variable == nullptr ? "" : std::string(" ") + row.variable;
-    app.add_option(row.option, (settings.*row.value).text, row.help)
-        ->type_name(row.type + variable);
+    const std::string variable =
+        row.variable == nullptr ? "" : std::string("\n[") + row.variable + "]";
+    app.add_option(row.option, (settings.*row.value).text, row.help + variable)
+        ->type_name(row.type);
   }
   app.add_flag("--check", settings.isCheck, "Do everything but publishing");
   app.add_flag("--force", settings.isForced, "Accept far fewer entries, and an older signed list");

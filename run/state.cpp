@@ -125,7 +125,7 @@ std::string readIfThere(const std::string& path) {
   }
 }
 
-// What the marker has of the entries before.
+// The content of the marker: the entries before the run.
 std::string markerText(const Items& items) {
   Json list = Json::array();
   for (const Item& item : items) {
@@ -256,7 +256,7 @@ void State::beginPublishing(const Items& before) const {
   writeAtomically(pathOf(markerFile), markerText(interrupted_.value_or(before)));
 }
 
-void State::endPublishing() const {
+void State::forgetInterruption() const {
   std::error_code error;
   if (!fs::exists(pathOf(markerFile), error)) {
     return;
@@ -303,11 +303,15 @@ void State::remember(const Report& report, const std::optional<Good>& good) {
   }
   Report change = report;
   change.before = interrupted_ ? interrupted_ : report.before;
-  if (!change.added().empty() || !change.removed().empty()) {
+  const bool hasChanged = !change.added().empty() || !change.removed().empty();
+  if (hasChanged) {
     addHistory(change);
-    if (isInterrupted()) {  // it is known now
-      writeAtomically(pathOf(markerFile), markerText(*report.published));
-    }
+  }
+  // Not before the change is in the history: this run may be interrupted, too.
+  if (isWhole_) {
+    forgetInterruption();
+  } else if (hasChanged && isInterrupted()) {
+    writeAtomically(pathOf(markerFile), markerText(*report.published));
   }
   writeStatus(report);
 }

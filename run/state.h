@@ -58,11 +58,12 @@ class State {
   // Whether a run has ended between the start of morvik and the look at the outcome.
   bool isInterrupted() const;
 
-  // Before morvik starts, and after what is published is known to be whole. The first also makes
-  // sure that there is room for what remember() will write, and notes the entries so that the run
-  // after an interruption can add the change to the history. Both throw Failure(badUse).
+  // Before morvik starts: makes sure that there is room for what remember() will write, and notes
+  // the entries, so that the run after an interruption can add the change to the history. Throws
+  // Failure(badUse).
   void beginPublishing(const Items& before) const;
-  void endPublishing() const;
+  // What is published is known to be whole: remember() will forget the note.
+  void endPublishing() { isWhole_ = true; }
 
   // Writes status.json, and after a good run fru.good.txt; history.jsonl if the entries have
   // changed. `good` is absent unless the run was good. Throws Failure(badUse), and has not written
@@ -78,10 +79,12 @@ class State {
   std::optional<Good> good_;
   // The entries before a run that was interrupted.
   std::optional<Items> interrupted_;
+  bool isWhole_ = false;
 
   std::string pathOf(const char* name) const { return directory_ + "/" + name; }
   void readStatus();
   void addHistory(const Report& report) const;
+  void forgetInterruption() const;
 };
 
 // Replaces the file at once, and makes it durable. Readable by everybody. The name with ".tmp" is

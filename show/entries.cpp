@@ -159,4 +159,12 @@ bool isCategory(const String& name) {
   });
 }
 
+std::string categoryNames() {
+  std::string names;
+  for (const CategoryRow& row : categoryTable) {
+    names += (names.empty() ? "" : ", ") + std::string(row.keyword);
+  }
+  return names;
+}
+
 }  // namespace show

@@ -4,6 +4,7 @@
 #include <Pegasus/Client/CIMClient.h>
 
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "text.h"
@@ -39,5 +40,7 @@ std::vector<Entry> readEntries(Pegasus::CIMClient& client);
 
 // Whether morvik has a category of this name, in any letter case.
 bool isCategory(const Pegasus::String& name);
+// All of them, for people.
+std::string categoryNames();
 
 }  // namespace show

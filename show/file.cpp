@@ -83,17 +83,21 @@ std::string readInput(const std::string& name, std::size_t limit) {
     failToRead(name, EISDIR);
   }
   if (!S_ISREG(mode) && !S_ISFIFO(mode)) {
-    throw std::runtime_error("cannot read " + name + ": not a file");
+    throw std::runtime_error("cannot read " + name + ": not a file or pipe");
   }
-  // Without a writer, a named pipe is at its end before it has begun: nothing to read then, but no
-  // end to be seen either.
+  // A named pipe without a writer gives no bytes and no end; a read then says at once that there
+  // are none, and that it must wait if there is a silent writer.
   pollfd entry = {file.number(), POLLIN, 0};
-  const bool isSilent = poll(&entry, 1, writerPatience) == 0;
-  std::string text = readAtMost(limit, file, name);
-  if (isSilent && text.empty()) {
-    throw std::runtime_error("cannot read " + name + ": nobody writes to the pipe");
+  std::string first;
+  if (poll(&entry, 1, writerPatience) == 0) {
+    first = std::string(1, '\0');
+    const ssize_t got = read(file.number(), first.data(), 1);
+    if (got == 0) {
+      throw std::runtime_error("cannot read " + name + ": nobody writes to the pipe");
+    }
+    first.resize(got > 0 ? 1 : 0);
   }
-  return text;
+  return first + readAtMost(limit - first.size(), file, name);
 }
 
 std::string readWholeInput(const std::string& name) {

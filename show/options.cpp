@@ -60,6 +60,12 @@ void checkTogether(const CLI::App& app, const Options& options, int argc, const 
     refuse(task, filters);
   }
   refuse("--html", {"--json", "--csv", "--columns", "--no-headings"});
+  const auto inputs = std::count(options.others.begin(), options.others.end(), "-") +
+                      std::count(options.inventories.begin(), options.inventories.end(), "-") +
+                      (options.explained == "-" ? 1 : 0);
+  if (inputs > 1) {
+    throw CLI::ValidationError("-", "standard input can be read only once");
+  }
   for (const char* other : {"--server", "--category", "--find", "--all"}) {
     if (!options.inventories.empty() && app.count(other) > 0) {
       throw CLI::ExcludesError("--html FILE", other);
@@ -93,7 +99,8 @@ std::string checkFormat(const std::string& text) {
 void checkCategories(const Options& options) {
   for (const std::string& name : options.categories) {
     if (!options.isAll && !isCategory(Pegasus::String(name))) {
-      throw CLI::ValidationError("--category", "morvik has no category '" + name + "'");
+      throw CLI::ValidationError(
+          "--category", "morvik has no category '" + name + "'; there are " + categoryNames());
     }
   }
 }
@@ -185,7 +192,7 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
     const std::string words = messageOf(error, app, argc, argv);
     const bool isFile = words.starts_with("unexpected argument") && app.count("--html") > 0;
     std::cerr << "morvik-show: " << harmless(words)
-              << (isFile ? "; put files directly after --html, without --server" : "")
+              << (isFile ? "; put files directly after --html" : "")
               << "\nTry 'morvik-show --help'." << std::endl;
     return ExitStatus::trouble;
   }

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <utility>
 
+#include "text/ascii.h"
+
 using Pegasus::String;
 
 namespace show {
@@ -21,9 +23,10 @@ constexpr std::size_t narrowestLast = 24;
 constexpr std::size_t indentBelow = 6;
 
 std::optional<std::size_t> positionOf(const std::string& name, const Columns& columns) {
+  const String wanted{Pegasus::text::trimmed(name)};
   const auto column = std::find_if(columns.begin(), columns.end(), [&](const Column& candidate) {
-    return String::equalNoCase(String(name), candidate.name) ||
-           String::equalNoCase(String(name), candidate.heading);
+    return String::equalNoCase(wanted, candidate.name) ||
+           String::equalNoCase(wanted, candidate.heading);
   });
   return column == columns.end()
              ? std::nullopt

@@ -412,9 +412,10 @@ Inventory takeInventory(const HostBytes& bytes, const Models& models) {
     readTables(bytes, *entryPoint, models, findings);
   } else {
     const bool isBroken = bytes.entryPoint && bytes.table;
-    takeProcessorsFromCpuinfo(
-        bytes, isBroken ? "the SMBIOS entry point is damaged" : "the host has no SMBIOS tables",
-        findings);
+    takeProcessorsFromCpuinfo(bytes,
+                              isBroken ? "the SMBIOS entry point is damaged"
+                                       : "there are no SMBIOS tables in " + bytes.directory,
+                              findings);
   }
   if (!findings.system && models.any && !bytes.areTablesUnreadable) {
     findings.system = systemInstance(bytes.hostName, models.any, {}, {});

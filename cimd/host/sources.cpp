@@ -119,6 +119,7 @@ HostSources recordedHost(const fs::path& directory) {
 HostBytes readHostBytes(const HostSources& sources) {
   HostBytes bytes;
   bytes.source = sources.name;
+  bytes.directory = sources.tablesDirectory.string();
   bytes.hostName = ownHostName();
   bytes.entryPoint =
       readIfThere(sources.tablesDirectory / "smbios_entry_point", maxTableSize, bytes.messages);

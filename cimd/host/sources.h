@@ -30,6 +30,8 @@ HostSources recordedHost(const std::filesystem::path& directory);
 struct HostBytes {
   // HostSources::name.
   std::string source = {};
+  // HostSources::tablesDirectory.
+  std::string directory = {};
   // The name of this host, also beside recorded tables; never empty.
   std::string hostName;
   // Nothing for a file that does not exist or could not be read.

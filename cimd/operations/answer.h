@@ -10,8 +10,8 @@ namespace cimd {
 
 class NameSpace;
 
-// The elements of an answer, such as the instances of a class. It keeps the
-// instances that it shows as they were when the listing was made.
+// The elements of an answer, such as the instances of a class. It keeps the instances that it shows
+// as they were when the listing was made.
 struct Listing {
   std::size_t count = 0;
   // In bytes; an estimate.

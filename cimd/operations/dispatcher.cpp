@@ -27,7 +27,7 @@ struct Operation {
   std::string_view name;
   Effect effect;
   Result (*run)(NameSpace& nameSpace, const Request& request);
-  // Empty after the last one, which the name of none in a request is.
+  // The rest is empty; no parameter of a request has an empty name.
   std::array<std::string_view, 6> parameters = {};
 };
 

@@ -95,7 +95,7 @@ host::Models Configuration::readModels() const {
     if (!error.isMissing()) {
       throw ConfigurationError(error.what());
     }
-    log_.info("there is no " + options_.models->string() + ": models are the product names");
+    log_.info("there is no " + options_.models->string() + ": product names are used as models");
   } catch (const std::runtime_error& error) {
     throw ConfigurationError(error.what());
   }

@@ -70,7 +70,7 @@ LogLevel parseLevel(const std::string& name) {
   return static_cast<LogLevel>(found - levelNames.begin());
 }
 
-// `type` stands for the value in the help.
+// `type` is shown in the help in place of the value.
 template <typename Value>
 CLI::Option* addText(CLI::App& app, const char* name, Value& value, const char* type,
                      const char* help) {
@@ -157,7 +157,7 @@ void checkTogether(const Options& options) {
   }
   const bool hasInventory = options.isHost || options.recordedTables;
   if ((options.model || options.models) && !hasInventory) {
-    throw CLI::RequiresError(options.models ? "--models" : "--model", "--host");
+    throw CLI::RequiresError(options.models ? "--models" : "--model", "--host or --smbios");
   }
 }
 
@@ -179,7 +179,8 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
       app.exit(error);
       return ExitStatus::ok;
     }
-    std::cerr << "morvik-cimd: " << error.what() << "\nTry 'morvik-cimd --help'." << std::endl;
+    std::cerr << "morvik-cimd: " << withoutControls(error.what()) << "\nTry 'morvik-cimd --help'."
+              << std::endl;
     return ExitStatus::usage;
   }
   options.logLevel = parseLevel(level);

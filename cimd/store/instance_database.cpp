@@ -7,6 +7,7 @@
 #include <optional>
 #include <utility>
 
+#include "log.h"
 #include "model/errors.h"
 #include "model/names.h"
 
@@ -79,12 +80,7 @@ void readRow(const InstanceDatabase::Reader& reader, const sqlite::Statement& ro
 
 std::string printable(string_view text) {
   constexpr std::size_t shown = 200;
-  std::string line(text.substr(0, shown));
-  for (char& c : line) {
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
-      c = '?';
-    }
-  }
+  const std::string line = withoutControls(text.substr(0, shown));
   return text.size() > shown ? line + "..." : line;
 }
 

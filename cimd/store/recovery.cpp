@@ -228,20 +228,20 @@ class Salvage {
 
   std::vector<std::string> unreadable() const {
     std::vector<std::string> lines;
-    std::set<Name> found;
-    std::set<std::int64_t> known;
+    // By their ids: a deleted instance may have had the name, and a name in the index may be
+    // damaged.
+    std::set<std::int64_t> saved;
     for (const auto& [place, row] : rows_) {
-      known.insert(place.first);
-      found.insert(place.second);
+      saved.insert(place.first);
     }
     for (const auto& [id, name] : names_) {
-      if (!found.contains(name)) {
+      if (!saved.contains(id)) {
         lines.push_back("instance " + std::to_string(id) + " (" + printable(name.first) + ", " +
                         printable(name.second) + ")");
       }
     }
     for (const std::int64_t id : damagedRows_) {
-      if (!known.contains(id) && !hasId(names_, id)) {
+      if (!saved.contains(id) && !hasId(names_, id)) {
         lines.push_back("instance " + std::to_string(id) + ", whose name cannot be read");
       }
     }
@@ -343,8 +343,7 @@ class Salvage {
         {*columns[2].integer, {*std::move(columns[0].text), *std::move(columns[1].text)}});
   }
 
-  // A row that has the id of another one, for a damaged one, gets the one that the index has for
-  // it.
+  // Where the damaged id of a row is that of another row, the id is taken from the index.
   void mendIds() {
     std::map<Name, std::int64_t> idsInIndex;
     for (const auto& [id, name] : names_) {
@@ -458,7 +457,7 @@ Recovery recoverStore(const fs::path& store, const fs::path& target) {
   }
   const Salvage salvage(Copy(store, target).settledBytes());
   if (!salvage.isStore()) {
-    throw StoreError(store, "holds no instances of this program");
+    throw StoreError(store, "not a store of morvik-cimd");
   }
   {
     InstanceDatabase database(target);

@@ -38,8 +38,7 @@ constexpr const char* tableText =
     "instance TEXT NOT NULL, "
     "checksum INTEGER NOT NULL, "
     "UNIQUE (namespace, key))";
-// Rows that could not be read and had the name of a new instance. Only people
-// read them.
+// Rows that could not be read and had the name of a new instance, kept for people to look at.
 constexpr const char* setAsideTableText =
     "CREATE TABLE set_aside ("
     "id INTEGER PRIMARY KEY, "

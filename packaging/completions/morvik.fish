@@ -68,7 +68,7 @@ case morvik-show
     complete -c $program -l diff -r -F -d 'What has changed since this JSON'
     complete -c $program -l explain -r -F -d 'Judge each line of a FRU data file'
     complete -c $program -l on -r -F -d 'Explain it on the machines of inventories'
-    complete -c $program -l html -F -d 'Write a page of inventories'
+    complete -c $program -l html -r -F -d 'Write a page of inventories'
     complete -c $program -l history -d 'What the runs of morvik-run have changed'
     complete -c $program -l state -x -a '(__fish_complete_directories)' -d 'State directory of morvik-run'
     complete -c $program -s h -l help -d 'Show the options'

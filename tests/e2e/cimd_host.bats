@@ -61,7 +61,7 @@ serialNumber="KQ0012A"' "$(valuesOf KVAXDT_ComputerSystemDetails model serialNum
     equal 'model="4567-ABC"' "$(valuesOf KVAXDT_ComputerSystemDetails model)" 'after a mistake'
     endsWith 3 --smbios "$recorded/one-socket-one-dimm" --models . "$mof"
     endsWith 0 --check --smbios "$recorded/one-socket-one-dimm" --models missing "$mof"
-    grep -q 'there is no missing: models are the product names' "$err"
+    grep -q 'there is no missing: product names are used as models' "$err"
 }
 
 @test "a class that lacks a property, or has it with another type, gets the others" {
@@ -120,7 +120,7 @@ SerialNumber="M-0001"' "$(valuesOf KVAXDT_PhysicalMemory Capacity PartNumber Ser
     mkdir bare
     cp "$recorded/one-socket-one-dimm/cpuinfo" bare
     startCimd --smbios bare "$mof"
-    logHas 'warning: the host has no SMBIOS tables: processors and their clocks are from cpuinfo'
+    logHas 'warning: there are no SMBIOS tables in bare: processors and their clocks are from cpuinfo'
     equal 1 "$(valuesOf KVAXDT_Processor CurrentClockSpeed | grep -cE '=[0-9]+$')" processors
     equal '' "$(valuesOf KVAXDT_ComputerSystemDetails model)" system
     equal '' "$(valuesOf KVAXDT_PhysicalMemory Capacity)" memory
@@ -147,7 +147,7 @@ SerialNumber="M-0001"' "$(valuesOf KVAXDT_PhysicalMemory Capacity PartNumber Ser
     mount -t tmpfs none /sys/firmware 2>/dev/null || skip 'cannot mount here'
     startCimd --host "$mof"
     umount /sys/firmware
-    logHas 'the host has no SMBIOS tables'
+    logHas 'there are no SMBIOS tables in /sys/firmware/dmi/tables'
     equal '' "$(valuesOf KVAXDT_ComputerSystemDetails model)" system
     grep -q 'and cpuinfo lists no processors' "$BATS_TEST_TMPDIR/cimd.log" ||
         [[ -n $(valuesOf KVAXDT_Processor DeviceID) ]]

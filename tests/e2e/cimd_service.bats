@@ -63,6 +63,7 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
     }
     wrongUsage 'FILE is required'
     wrongUsage 'The following argument was not expected: --nonsense' --nonsense "$mof"
+    wrongUsage 'The following argument was not expected: --?[31m' $'--\e[31m' "$mof"
     wrongUsage '--store: must not be empty' --store '' "$mof"
     wrongUsage '--user: must not be empty' --user '' "$mof"
     wrongUsage '--smbios: must not be empty' --smbios '' "$mof"
@@ -223,7 +224,7 @@ END
     # shellcheck disable=SC2016 # expanded by the shell inside
     local inJournal='export JOURNAL_STREAM; JOURNAL_STREAM=$(stat -Lc %d:%i /proc/$$/fd/2) && exec "$@"'
     startServer cimd 'listening on' bash -c "$inJournal" bash "$cimd" --smbios . --log-level debug "$mof"
-    grep -q '^<4>warning: the host has no SMBIOS' "$BATS_TEST_TMPDIR/cimd.log"
+    grep -q '^<4>warning: there are no SMBIOS' "$BATS_TEST_TMPDIR/cimd.log"
     grep -q '^<7>debug: serving' "$BATS_TEST_TMPDIR/cimd.log"
     grep -qx '<6>listening on 127.0.0.1:5988' "$BATS_TEST_TMPDIR/cimd.log"
     run ! grep -v '^<[3467]>' "$BATS_TEST_TMPDIR/cimd.log"

@@ -76,7 +76,7 @@ warning.txt:1:17: $warning"
     ends 2 "bad.txt:1:17: $warning
 bad.txt:2:25: $error" "cannot read missing.txt: No such file or directory
 morvik-lint: cannot read .: Is a directory
-morvik-lint: cannot read /dev/zero: not a file
+morvik-lint: cannot read /dev/zero: not a file or pipe
 morvik-lint: cannot read closed.txt: Permission denied
 morvik-lint: cannot read /proc/self/mem: Input/output error"
     lint bad.txt >/dev/null

@@ -30,8 +30,8 @@ installed() {
 }
 
 documents() {
-    printf 'share/doc/morvik/%s\n' CHANGELOG.md LICENSE README.md SECURITY.md
-    (cd "$project" && printf 'share/doc/morvik/%s\n' docs/*.{md,json,png})
+    printf 'share/doc/morvik/%s\n' CHANGELOG.md CONTRIBUTING.md LICENSE README.md SECURITY.md
+    (cd "$project" && printf 'share/doc/morvik/%s\n' docs/*.{md,json,png} docs/dev/*)
 }
 
 toolFiles() {

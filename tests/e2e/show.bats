@@ -84,7 +84,7 @@ FAN        A5          Fan,            KVAHalvoranFru1'
     runShow --category CDROM
     ends 1 'no entries'
     runShow --category FANS
-    ends 2 "--category: morvik has no category 'FANS'
+    ends 2 "--category: morvik has no category 'FANS'; there are PROCESSOR, MEMORY, KEYBOARD, PLANAR, CDROM, FLOPPY, OPTIONSP, FAN, BACKPLANE
 Try 'morvik-show --help'."
     runShow --all --category FANS
     ends 1 'no entries'
@@ -357,7 +357,7 @@ Try 'morvik-show --help'."
 --csv --json|--json excludes --csv
 --html a.json --server x|--html FILE excludes --server
 --html a.json --all|--html FILE excludes --all
---html --server x a.json|unexpected argument: a.json; put files directly after --html, without --server
+--html --server x a.json|unexpected argument: a.json; put files directly after --html
 END
     local address
     for address in :5988 127.0.0.1: 127.0.0.1:0 127.0.0.1:5988x ::1; do

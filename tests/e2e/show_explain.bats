@@ -110,7 +110,7 @@ explainLines() { # [ARG...]; the lines come from standard input
 @test "--category: only its lines are shown, but all are processed" {
     startMachine
     explainLines --category planar --category THING <<<'' || true
-    ends 2 "--category: morvik has no category 'THING'
+    ends 2 "--category: morvik has no category 'THING'; there are PROCESSOR, MEMORY, KEYBOARD, PLANAR, CDROM, FLOPPY, OPTIONSP, FAN, BACKPLANE
 Try 'morvik-show --help'."
     explainLines --category planar <<'END'
 # x
@@ -149,7 +149,7 @@ END
     runShow --explain .
     ends 2 'cannot read .: Is a directory'
     runShow --explain /dev/zero
-    ends 2 'cannot read /dev/zero: not a file'
+    ends 2 'cannot read /dev/zero: not a file or pipe'
     runShow --explain ''
     ends 2 'cannot read : No such file or directory'
     : >closed.txt

@@ -12,7 +12,7 @@ served_clients.py modest
 served_clients.py greedy COUNT
     so many that want as much as they can get, until SIGTERM: each sends its request again as soon as it has the
     answer, every second one to list all instances, the others with 1 MB of property names. Prints "ready"
-    after the first answers, and at the end how many there were.
+    once answers of both kinds have begun, and at the end how many there were.
 
 The first request of the others that is not served as it should ends the run with status 1.
 """
@@ -105,10 +105,11 @@ def modest():
     print(f"# worst of 60 small requests: {worst * 1000:.0f} ms")
 
 
-async def exchange(reader, writer, request):
+async def exchange(reader, writer, request, answers, kind):
     writer.write(request)
     await writer.drain()
     head = await reader.readuntil(b"\r\n\r\n")
+    answers[kind] += 1
     left = int(head.lower().split(b"content-length:")[1].split(b"\r\n")[0])
     while left > 0:
         data = await reader.read(min(left, 1 << 20))
@@ -122,8 +123,7 @@ async def ask_again_and_again(request, answers, kind):
         try:
             reader, writer = await asyncio.open_connection(*ADDRESS, limit=1 << 20)
             while True:
-                await exchange(reader, writer, request)
-                answers[kind] += 1
+                await exchange(reader, writer, request, answers, kind)
         except (OSError, asyncio.IncompleteReadError):
             pass
 

@@ -167,6 +167,8 @@ TEST(HostWithoutSmbios, HasItsProcessorsFromCpuinfoAndReportsThat) {
   HostBytes bare;
   bare.hostName = "host";
   bare.cpuinfo = "processor : 0\nmodel name : Example CPU\ncpu MHz : 2400.000\n";
+  HostBytes nothing;
+  nothing.directory = bare.directory = "tables";
   HostBytes pointerOnly = bare;
   pointerOnly.entryPoint = entryPoint64(100);
   HostBytes tableOnly = bare;
@@ -179,7 +181,7 @@ TEST(HostWithoutSmbios, HasItsProcessorsFromCpuinfoAndReportsThat) {
   unreadable.areTablesUnreadable = true;
   unreadable.messages = {"cannot open DMI: Permission denied"};
   const std::vector<std::string> processor{"CPU 0|Example CPU|2400"};
-  const std::string noTables = "the host has no SMBIOS tables";
+  const std::string noTables = "there are no SMBIOS tables in tables";
   const std::string fromCpuinfo = ": processors and their clocks are from cpuinfo";
   for (const HostCase& c :
        {HostCase{"no tables", bare, false, processor, {noTables + fromCpuinfo}},
@@ -195,7 +197,7 @@ TEST(HostWithoutSmbios, HasItsProcessorsFromCpuinfoAndReportsThat) {
          true,
          processor,
          {"the SMBIOS table does not mention processors" + fromCpuinfo}},
-        {"nothing", HostBytes(), false, {}, {noTables + ", and cpuinfo lists no processors"}},
+        {"nothing", nothing, false, {}, {noTables + ", and cpuinfo lists no processors"}},
         // The clock of cpuinfo is no better because this process may not read the tables.
         {"tables that cannot be read",
          unreadable,

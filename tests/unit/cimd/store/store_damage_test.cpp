@@ -321,6 +321,25 @@ TEST_F(RecoveryTest, ARowWithTheIdOfAnotherOneReplacesNothing) {
   EXPECT_THAT(recovery_.unreadable, IsEmpty());
 }
 
+TEST_F(RecoveryTest, WhetherAnInstanceIsSavedIsKnownByItsId) {
+  // A name that is damaged in the index alone: its row has it, too.
+  std::string content = sound_;
+  std::size_t name = content.find("root/kvasdkey134");
+  while (content.compare(name + 16, 10, "KVAXDT_FRU") == 0) {
+    name = content.find("root/kvasdkey134", name + 1);
+    ASSERT_NE(name, std::string::npos);
+  }
+  content[name + 9] = 'G';
+  EXPECT_TRUE(recover(content) == rows_);
+  EXPECT_THAT(recovery_.unreadable, IsEmpty());
+  // A row with the name, but with an id that the index does not have: it may have been deleted.
+  content = sound_;
+  content.at(content.find("root/kvasdkey134KVAXDT_FRU") - 10) = '\x8F';
+  recover(content);
+  ASSERT_EQ(recovery_.unreadable.size(), 1U);
+  EXPECT_TRUE(recovery_.unreadable[0].starts_with("instance 135 ")) << recovery_.unreadable[0];
+}
+
 TEST_F(RecoveryTest, AChangeThatWasNotCompletedIsUndone) {
   inChild([this] {
     sqlite::Connection database(file().string(), 1 << 20);
