@@ -245,4 +245,7 @@ makeFleet() {
     equal 2 "$status" 'the status without inventories'
     runShow --explain list.txt --on fleet/host-0001.json --server db1
     equal 2 "$status" 'the status with a server'
+    runShow --explain - --on -
+    ends 2 "-: standard input can be read only once
+Try 'morvik-show --help'."
 }
