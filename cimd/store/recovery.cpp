@@ -210,9 +210,10 @@ class Salvage {
     for (PageNumber number = 1; number <= pages_.count(); ++number) {
       readPage(number);
     }
-    // A free page may still hold what was deleted.
+    // A free page may still hold what was deleted. The list of free pages may be damaged.
+    const std::set<std::int64_t> found = savedIds();
     for (auto& [place, row] : freeRows_) {
-      if (names_.contains(place)) {
+      if (hasId(names_, place.first) && !found.contains(place.first)) {
         rows_.try_emplace(place, std::move(row));
       }
     }
@@ -230,10 +231,7 @@ class Salvage {
     std::vector<std::string> lines;
     // By their ids: a deleted instance may have had the name, and a name in the index may be
     // damaged.
-    std::set<std::int64_t> saved;
-    for (const auto& [place, row] : rows_) {
-      saved.insert(place.first);
-    }
+    const std::set<std::int64_t> saved = savedIds();
     for (const auto& [id, name] : names_) {
       if (!saved.contains(id)) {
         lines.push_back("instance " + std::to_string(id) + " (" + printable(name.first) + ", " +
@@ -259,6 +257,14 @@ class Salvage {
   }
 
  private:
+  std::set<std::int64_t> savedIds() const {
+    std::set<std::int64_t> ids;
+    for (const auto& [place, row] : rows_) {
+      ids.insert(place.first);
+    }
+    return ids;
+  }
+
   void readPage(PageNumber number) {
     const string_view page = pages_.page(number);
     const std::size_t start = number == 1 ? 100 : 0;
