@@ -63,7 +63,8 @@ Try 'morvik-cimd --help'." "$(cat "$err")" 'the message'
     }
     wrongUsage 'FILE is required'
     wrongUsage 'The following argument was not expected: --nonsense' --nonsense "$mof"
-    wrongUsage 'The following argument was not expected: --?[31m' $'--\e[31m' "$mof"
+    wrongUsage "--listen: '?[31mred' is not a loopback address with port, such as 127.0.0.1:5988" \
+        --listen $'\e[31mred' "$mof"
     wrongUsage '--store: must not be empty' --store '' "$mof"
     wrongUsage '--user: must not be empty' --user '' "$mof"
     wrongUsage '--smbios: must not be empty' --smbios '' "$mof"
