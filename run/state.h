@@ -5,8 +5,8 @@
 //     status.json    the last run, and the last good one
 //     fru.good.txt   the data file of the last good run
 //     history.jsonl  one line for each change of the published entries, the newest last
-//     publishing     from before morvik starts until what it has published has been looked at: the
-//                    entries before
+//     publishing     from before morvik starts until its change is remembered, and what is
+//                    published known to be whole: the entries before
 //
 // A file is either as it was or as it is to be: it is written under another name, made durable, and
 // renamed.
@@ -55,7 +55,7 @@ class State {
 
   // Absent before the first good run, and if the files are damaged.
   const std::optional<Good>& good() const { return good_; }
-  // Whether a run has ended between the start of morvik and the look at the outcome.
+  // Whether a run has ended after the start of morvik, before its outcome was remembered as whole.
   bool isInterrupted() const;
 
   // Before morvik starts: makes sure that there is room for what remember() will write, and notes

@@ -74,6 +74,7 @@ std::string readFile(const std::string& name, std::size_t limit) {
 }
 
 std::string readInput(const std::string& name, std::size_t limit) {
+  // The name would not open a socket.
   if (name == "-" || name == "/dev/stdin") {
     return readAtMost(limit, Descriptor(dup(STDIN_FILENO)), name);
   }

@@ -23,13 +23,9 @@ case morvik-cimd
     complete -c $program -l writers -x -a '(__fish_complete_users; string replace -r ^ @ (__fish_complete_groups))' -d 'Accounts and groups that may change instances'
     complete -c $program -l check -d 'Load everything, report and end'
     complete -c $program -l log-level -x -a 'error warning info debug' -d 'Log verbosity'
-    complete -c $program -l help -d 'Show the options'
-    complete -c $program -l version -d 'Show the version'
 case morvik-lint
     complete -c $program -l json -d 'Print JSON'
     complete -c $program -l strict -d 'Status 1 for warnings, too'
-    complete -c $program -l help -d 'Show the options'
-    complete -c $program -l version -d 'Show the version'
 case morvik-run
     complete -c $program -f
     complete -c $program -l url -x -d 'Directory with the data files'
@@ -49,8 +45,6 @@ case morvik-run
     complete -c $program -l force -d 'Accept far fewer entries'
     complete -c $program -l json -d 'Write JSON'
     complete -c $program -l quiet -d 'Write nothing but failures'
-    complete -c $program -l help -d 'Show the options'
-    complete -c $program -l version -d 'Show the version'
 case morvik-show
     complete -c $program -f
     complete -c $program -l server -x -a '(__fish_print_hostnames)' -d 'CIM server to ask'
@@ -71,6 +65,8 @@ case morvik-show
     complete -c $program -l html -r -F -d 'Write a page of inventories'
     complete -c $program -l history -d 'What the runs of morvik-run have changed'
     complete -c $program -l state -x -a '(__fish_complete_directories)' -d 'State directory of morvik-run'
+end
+if test $program != morvik
     complete -c $program -s h -l help -d 'Show the options'
     complete -c $program -s V -l version -d 'Show the version'
 end

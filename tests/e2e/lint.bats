@@ -66,6 +66,10 @@ warning.txt:1:17: $warning"
     equal "1 pipe:1:17: $warning" "$status $(head -n 1 "$out")" 'a named pipe'
     lint pipe
     ends 2 '' 'cannot read pipe: nobody writes to the pipe'
+    # A writer may take longer than that.
+    { sleep 5.5; cat bad.txt; } >pipe &
+    lint pipe
+    equal "1 pipe:1:17: $warning" "$status $(head -n 1 "$out")" 'a pipe with a slow writer'
 }
 
 @test "an unreadable file: a message, status 2, and the other files are checked" {

@@ -172,8 +172,8 @@ offered() { # PROGRAM
         equal "$options" "$(offered "$program" | optionsIn)" "bash, $program"
         equal "$options" "$(sed -n "/^local common=/p; /^$program)/,/;;/p" "$completions/morvik.zsh" | optionsIn)" \
             "zsh, $program"
-        equal "$options" "$(sed -n "/^case $program\$/,/^case\|^end/s/.* -l \([a-z-]*\).*/--\1/p" \
-            "$completions/morvik.fish" | optionsIn)" "fish, $program"
+        equal "$options" "$(sed -n "/^case $program\$/,/^case\|^end/p; /^if /,/^end/p" "$completions/morvik.fish" |
+            sed -n 's/.* -l \([a-z-]*\).*/--\1/p' | optionsIn)" "fish, $program"
     done
     equal "$(optionsIn <<<"$all")" "$(optionsIn <"$completions/morvik.bash")" 'all options that bash knows'
     for shell in bash zsh fish; do

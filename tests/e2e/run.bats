@@ -307,6 +307,7 @@ startHttp() { # [OPTION...] as parts_http.py takes them
     wrong 'unknown option: --server' --server 127.0.0.1:5988
     wrong "cannot run morvik: $PWD/missing: No such file or directory" MORVIK_FILES=. --morvik missing
     [[ ! -e $state ]]
+    TMPDIR=/missing wrong "--min-share: 'x' is not a number from 0 to 1" --min-share x
     startMachine
     wrong '--url is not a URL' --url //
 }

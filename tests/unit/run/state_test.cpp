@@ -171,6 +171,15 @@ TEST_F(StateTest, InterruptionIsSeenByTheNextRun) {
   EXPECT_FALSE(next.isInterrupted());
 }
 
+TEST_F(StateTest, InterruptionIsForgottenOnlyAfterItsChangeIsInTheHistory) {
+  State state(directory_);
+  state.beginPublishing({});
+  state.endPublishing();
+  fs::create_directory(directory_ / "history.jsonl");
+  EXPECT_THROW(state.remember(changed("A1"), std::nullopt), Failure);
+  EXPECT_TRUE(state.isInterrupted());
+}
+
 TEST_F(StateTest, ChangeOfAnInterruptedRunIsRememberedOnce) {
   Report next = changed("B1");
   next.before = next.published;
